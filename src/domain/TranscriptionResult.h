@@ -1,0 +1,24 @@
+#pragma once
+#include <QDateTime>
+#include <QString>
+#include <QUuid>
+#include <optional>
+
+#include "domain/Entities.h"
+
+namespace quillmere {
+
+// What the pipeline hands to its caller.
+struct TranscriptionResult {
+  QUuid id;
+  QString text;     // after cleaning and post-processing
+  QString rawText;  // as the speech engine gave it
+  QDateTime timestamp;
+  double duration = 0;  // seconds; the caller that knows the audio's length supplies it
+  ModePtr mode;
+  QString provider;  // display name
+  bool wasPostProcessed = false;
+  std::optional<QString> postProcessingProvider;
+};
+
+}  // namespace quillmere
