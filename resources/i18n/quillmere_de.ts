@@ -62,6 +62,10 @@
 <message id="quillmereCloud.error.network"><translation>Quillmere Cloud ist nicht erreichbar.</translation></message>
 <message id="quillmereCloud.error.server"><translation>Quillmere Cloud meldet einen Fehler.</translation></message>
 <message id="quillmereCloud.error.invalidResponse"><translation>Quillmere Cloud hat eine unlesbare Antwort gesendet.</translation></message>
+<message id="error.url.tls"><translation>Zu %1 konnte keine sichere Verbindung hergestellt werden: %2</translation></message>
+<message id="error.url.tlsMissing"><translation>Sichere Verbindungen sind nicht möglich, weil dem System eine passende TLS-Bibliothek fehlt.</translation></message>
+<message id="error.url.tooManyRedirects"><translation>%1 leitet zu oft weiter.</translation></message>
+<message id="error.url.insecureRedirect"><translation>%1 leitet auf eine unsichere Adresse weiter.</translation></message>
 <!-- Modes -->
 <message id="modes.preset.quillmere.name"><translation>Quillmere</translation></message>
 <message id="modes.preset.quillmere.tooltip"><translation>Sauberer Text, der Ihre eigenen Worte behält</translation></message>
@@ -134,6 +138,24 @@
 <message id="models.postProcessing.gemma3.1b.description"><translation>Das kleinste lokale Modell, für Rechner mit wenig Speicher.</translation></message>
 <message id="models.postProcessing.gemma3.4b.description"><translation>Das empfohlene lokale Modell; alles bleibt auf diesem Rechner.</translation></message>
 <message id="models.postProcessing.gemma3.12b.description"><translation>Die beste lokale Qualität; braucht einen leistungsfähigen Rechner.</translation></message>
+<message id="models.error.hubInvalid"><translation>Die Modellquelle „%1“ ist weder eine Webadresse noch ein Ordner.</translation></message>
+<message id="models.error.hubFileMissing"><translation>Die Datei %1 liegt nicht im Ordner %2.</translation></message>
+<message id="models.error.notOnHub"><translation>Die Datei %1 gibt es auf %2 nicht.</translation></message>
+<message id="models.error.httpStatus"><translation>%1 hat mit dem Status %2 geantwortet.</translation></message>
+<message id="models.error.diskFull"><translation>Der Datenträger mit dem Ordner %1 ist voll.</translation></message>
+<message id="models.error.noSpace"><translation>Das Modell braucht %1, doch für den Ordner %3 sind nur %2 frei.</translation></message>
+<message id="models.error.writeFailed"><translation>%1 lässt sich nicht schreiben: %2</translation></message>
+<message id="models.error.readFailed"><translation>%1 lässt sich nicht lesen: %2</translation></message>
+<message id="models.error.alreadyDownloading"><translation>Ein anderer Prozess lädt %1 gerade herunter.</translation></message>
+<message id="models.file.error.unreadable"><translation>Die Modelldatei %1 lässt sich nicht lesen.</translation></message>
+<message id="models.file.error.foreign"><translation>%1 ist keine Whisper-Modelldatei.</translation></message>
+<message id="models.file.error.truncated"><translation>Die Modelldatei %1 ist unvollständig. Bitte laden Sie sie erneut herunter.</translation></message>
+<message id="models.file.error.damaged"><translation>Die Modelldatei %1 ist beschädigt. Bitte laden Sie sie erneut herunter.</translation></message>
+<message id="models.file.error.empty"><translation>Die Modelldatei %1 ist leer.</translation></message>
+<message id="gemma.runtime.missing"><translation>Das Programm für lokale Sprachmodelle ist nicht installiert.</translation></message>
+<message id="gemma.runtime.healthFailed"><translation>Das lokale Sprachmodell antwortet nicht.</translation></message>
+<message id="gemma.runtime.launchFailed"><translation>Das lokale Sprachmodell konnte nicht gestartet werden.</translation></message>
+<message id="gemma.runtime.genericError"><translation>Fehler beim lokalen Sprachmodell: %1</translation></message>
 <!-- Transcription of files -->
 <message id="select.audio.file"><translation>Audio- oder Videodatei auswählen</translation></message>
 <message id="transcribe.file.error.title"><translation>Die Datei konnte nicht transkribiert werden</translation></message>

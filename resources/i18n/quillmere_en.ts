@@ -62,6 +62,10 @@
 <message id="quillmereCloud.error.network"><translation>Quillmere Cloud could not be reached.</translation></message>
 <message id="quillmereCloud.error.server"><translation>Quillmere Cloud reported an error.</translation></message>
 <message id="quillmereCloud.error.invalidResponse"><translation>Quillmere Cloud sent an unreadable answer.</translation></message>
+<message id="error.url.tls"><translation>No secure connection to %1 could be made: %2</translation></message>
+<message id="error.url.tlsMissing"><translation>Secure connections are not possible, because the system has no TLS library that fits.</translation></message>
+<message id="error.url.tooManyRedirects"><translation>%1 redirects too many times.</translation></message>
+<message id="error.url.insecureRedirect"><translation>%1 redirects to an insecure address.</translation></message>
 <!-- Modes -->
 <message id="modes.preset.quillmere.name"><translation>Quillmere</translation></message>
 <message id="modes.preset.quillmere.tooltip"><translation>Clean text that keeps your own words</translation></message>
@@ -134,6 +138,24 @@
 <message id="models.postProcessing.gemma3.1b.description"><translation>The smallest local model, for computers with little memory.</translation></message>
 <message id="models.postProcessing.gemma3.4b.description"><translation>The recommended local model; everything stays on this computer.</translation></message>
 <message id="models.postProcessing.gemma3.12b.description"><translation>The best local quality; needs a powerful computer.</translation></message>
+<message id="models.error.hubInvalid"><translation>The model hub "%1" is neither a web address nor a folder.</translation></message>
+<message id="models.error.hubFileMissing"><translation>The file %1 is not in the folder %2.</translation></message>
+<message id="models.error.notOnHub"><translation>The file %1 does not exist on %2.</translation></message>
+<message id="models.error.httpStatus"><translation>%1 answered with the status %2.</translation></message>
+<message id="models.error.diskFull"><translation>The disk with the folder %1 is full.</translation></message>
+<message id="models.error.noSpace"><translation>The model needs %1, but only %2 are free for the folder %3.</translation></message>
+<message id="models.error.writeFailed"><translation>Cannot write %1: %2</translation></message>
+<message id="models.error.readFailed"><translation>Cannot read %1: %2</translation></message>
+<message id="models.error.alreadyDownloading"><translation>Another process is downloading %1 at the moment.</translation></message>
+<message id="models.file.error.unreadable"><translation>The model file %1 cannot be read.</translation></message>
+<message id="models.file.error.foreign"><translation>%1 is not a Whisper model file.</translation></message>
+<message id="models.file.error.truncated"><translation>The model file %1 is incomplete. Please download it again.</translation></message>
+<message id="models.file.error.damaged"><translation>The model file %1 is damaged. Please download it again.</translation></message>
+<message id="models.file.error.empty"><translation>The model file %1 is empty.</translation></message>
+<message id="gemma.runtime.missing"><translation>The program that runs local language models is not installed.</translation></message>
+<message id="gemma.runtime.healthFailed"><translation>The local language model does not respond.</translation></message>
+<message id="gemma.runtime.launchFailed"><translation>The local language model could not be started.</translation></message>
+<message id="gemma.runtime.genericError"><translation>The local language model failed: %1</translation></message>
 <!-- Transcription of files -->
 <message id="select.audio.file"><translation>Choose an Audio or Video File</translation></message>
 <message id="transcribe.file.error.title"><translation>The file could not be transcribed</translation></message>

@@ -1,0 +1,163 @@
+#pragma once
+#include <QMap>
+#include <QSet>
+#include <QString>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/Published.h"
+#include "base/Result.h"
+#include "base/async/Executor.h"
+#include "base/async/Task.h"
+#include "base/async/TaskScope.h"
+#include "base/async/WorkerPool.h"
+#include "base/log/Logger.h"
+#include "domain/Errors.h"
+#include "domain/WhisperModel.h"
+#include "ports/HttpDownloader.h"
+
+namespace quillmere {
+
+class PartialDownload;
+
+// What the manager works on. The functions are asked anew for every download and every scan.
+struct WhisperModelManagerConfiguration {
+  QString modelsDirectory;
+  std::function<QString()> hubBaseUrl;                          // see ModelHub.h; default: the public hub
+  std::function<QMap<QString, QString>()> modelDisplayNames;    // the setting "modelDisplayNames"; default: none
+  QMap<QString, QString> checksums = catalogChecksums();        // file name -> lower-case SHA-256
+  std::function<qint64(const QString& folder)> availableBytes;  // default: the file system's answer; negative: unknown
+
+  static QMap<QString, QString> catalogChecksums();
+};
+
+// Knows the models of the catalogue, finds those on the disk, downloads, verifies and deletes them.
+//
+// Main thread only; hashing, copying and writing run on `pool`. The executor, the downloader and the pool outlive the
+// manager. Failures end in errorMessage(); nothing is thrown to the caller but a cancel of the caller itself.
+// A model is visible only when it is whole: a download lives in the hidden files ".NAME.part" and ".NAME.part.json" of
+// the models directory until its checksum is right, and is moved into place atomically. A broken or cancelled download
+// keeps these two, and the next download of the model goes on where it stopped; a wrong checksum, a full disk, a delete
+// and `fresh` remove them.
+class WhisperModelManager {
+ public:
+  WhisperModelManager(WhisperModelManagerConfiguration configuration, HttpDownloader& downloader, Executor& executor,
+                      WorkerPool& pool, Logging logging);
+  ~WhisperModelManager();
+  WhisperModelManager(const WhisperModelManager&) = delete;
+  WhisperModelManager& operator=(const WhisperModelManager&) = delete;
+
+  const std::vector<WhisperCppModel>& availableModels() const { return availableModels_.get(); }
+  const std::vector<WhisperCppModel>& downloadedModels() const { return downloadedModels_.get(); }
+  // Imported files that equal no model of the catalogue: modelsDirectory/custom/NAME.bin, named NAME.
+  const std::vector<WhisperCppModel>& customModels() const { return customModels_.get(); }
+  // 0 to 1, or the negated byte count when the total is unknown, by model name.
+  QMap<QString, double> downloadProgress() const { return downloadProgress_.get(); }
+  QSet<QString> downloadingModels() const { return downloadingModels_.get(); }
+  std::optional<QString> errorMessage() const { return errorMessage_.get(); }
+  QString modelsDirectory() const { return configuration_.modelsDirectory; }
+
+  // A downloaded, custom or transient model, in this order.
+  std::optional<WhisperCppModel> findDownloaded(const QString& name) const;
+  // Makes a model file anywhere on the disk usable until the program ends, and returns the name findDownloaded() knows
+  // it by: the model's own name for a file of the models directory, else the file name without ".bin", or the full path
+  // where that name is taken. The file is not looked into.
+  QString addTransientModel(const QString& path);
+
+  // Refreshes downloadedModels() and customModels() at once.
+  void scanForModels();
+  // To be called when the application becomes active: scans unless it did so less than 2.0 s ago.
+  void applicationDidBecomeActive();
+
+  // Ends when the model is in place, has failed (errorMessage()) or was cancelled. `fresh` forgets an earlier partial
+  // download. A second call for a model under way returns at once. Cancelling the task cancels the download.
+  Task<void> download(WhisperCppModel model, bool fresh = false);
+  // Silent for a name that isn't being downloaded.
+  void cancelDownload(QString modelName);
+  // Removes the model's file and any partial download of it. A model without url is ignored; a transient one is only
+  // forgotten, its file stays.
+  Task<void> deleteModel(WhisperCppModel model);
+
+  // Bytes of a broken or cancelled download that the next one will go on from; 0 without one.
+  qint64 partialDownloadBytes(const WhisperCppModel& model) const;
+  // Removes a partial download; not while the model is being downloaded.
+  void discardPartialDownload(const WhisperCppModel& model);
+
+  template <typename T>
+  using Observer = std::function<void(const T&)>;
+  [[nodiscard]] Subscription observeDownloadedModels(Observer<std::vector<WhisperCppModel>> observer) {
+    return downloadedModels_.observe(std::move(observer));
+  }
+  [[nodiscard]] Subscription observeCustomModels(Observer<std::vector<WhisperCppModel>> observer) {
+    return customModels_.observe(std::move(observer));
+  }
+  [[nodiscard]] Subscription observeDownloadProgress(Observer<QMap<QString, double>> observer) {
+    return downloadProgress_.observe(std::move(observer));
+  }
+  [[nodiscard]] Subscription observeDownloadingModels(Observer<QSet<QString>> observer) {
+    return downloadingModels_.observe(std::move(observer));
+  }
+  [[nodiscard]] Subscription observeErrorMessage(Observer<std::optional<QString>> observer) {
+    return errorMessage_.observe(std::move(observer));
+  }
+
+ private:
+  using Outcome = Result<QString, AnyError>;  // the destination
+  struct Attempt;
+  struct FileCopy;
+  struct ActiveDownload {
+    int identifier = 0;
+    TaskHandle<Outcome> handle;
+  };
+  // Says that a task works on the partial files of this file name, for as long as the task's frame lives.
+  class TransferMark {
+   public:
+    TransferMark(QSet<QString>& files, QString filename) : files_(files), filename_(std::move(filename)) {
+      files_.insert(filename_);
+    }
+    ~TransferMark() { files_.remove(filename_); }
+    TransferMark(const TransferMark&) = delete;
+    TransferMark& operator=(const TransferMark&) = delete;
+
+   private:
+    QSet<QString>& files_;
+    QString filename_;
+  };
+  enum class AttemptEnd { complete, retryLater, startOver, failed };
+
+  Task<Outcome> transfer(WhisperCppModel model, bool fresh);
+  Task<Result<void, AnyError>> fetchFromServer(WhisperCppModel model, QUrl url,
+                                               std::shared_ptr<PartialDownload> partial);
+  Task<AttemptEnd> attempt(Attempt& state);
+  Task<Result<void, AnyError>> copyFromFolder(WhisperCppModel model, QStringList candidates,
+                                              std::shared_ptr<PartialDownload> partial);
+  Task<Outcome> finish(WhisperCppModel model, std::shared_ptr<PartialDownload> partial);
+  std::optional<PlatformError> spaceError(qint64 neededBytes) const;
+  void reportProgress(const QString& name, qint64 bytes, qint64 total);
+  void setDownloading(const QString& name, bool isDownloading);
+  void scanCustomModels();
+  QString destinationFor(const QString& filename) const;
+
+  WhisperModelManagerConfiguration configuration_;
+  HttpDownloader& downloader_;
+  Executor& executor_;
+  WorkerPool& pool_;
+  Logger logger_;
+  Published<std::vector<WhisperCppModel>> availableModels_;
+  Published<std::vector<WhisperCppModel>> downloadedModels_;
+  Published<std::vector<WhisperCppModel>> customModels_;
+  Published<QMap<QString, double>> downloadProgress_;
+  Published<QSet<QString>> downloadingModels_;
+  Published<std::optional<QString>> errorMessage_;
+  std::vector<WhisperCppModel> transientModels_;
+  std::optional<TimePoint> lastScanTime_;
+  int lastTaskIdentifier_ = 0;
+  std::map<QString, ActiveDownload> downloadTasks_;
+  QSet<QString> transferringFiles_;
+  TaskScope scope_;  // last: its tasks use the fields above
+};
+
+}  // namespace quillmere
