@@ -1,0 +1,251 @@
+#include "domain/GgmlModelFile.h"
+
+#include <QIODevice>
+#include <QtEndian>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "base/text/LocalizedText.h"
+
+namespace quillmere {
+namespace {
+
+using Kind = GgmlModelFault::Kind;
+
+constexpr quint32 kMagic = 0x67676d6c;
+constexpr int kMaximumWordBytes = 1024;
+
+// Numbers of the library for types of tensors.
+struct TensorType {
+  int id;
+  int blockLength;
+  int blockBytes;
+};
+constexpr TensorType kFloat32{0, 1, 4};
+constexpr TensorType kFloat16{1, 1, 2};
+
+// The type of the big matrices in a file of this type.
+std::optional<TensorType> matrixType(int fileType) {
+  switch (fileType) {
+    case 0: return kFloat32;
+    case 1: return kFloat16;
+    case 2: return TensorType{2, 32, 18};
+    case 3: return TensorType{3, 32, 20};
+    case 7: return TensorType{8, 32, 34};
+    case 8: return TensorType{6, 32, 22};
+    case 9: return TensorType{7, 32, 24};
+    case 10: return TensorType{10, 256, 84};
+    case 11: return TensorType{11, 256, 110};
+    case 12: return TensorType{12, 256, 144};
+    case 13: return TensorType{13, 256, 176};
+    case 14: return TensorType{14, 256, 210};
+    default: return std::nullopt;
+  }
+}
+
+struct ExpectedTensor {
+  TensorType type;
+  std::array<qint64, 3> shape;  // innermost first
+  bool seen = false;
+
+  qint64 bytes() const { return shape[0] / type.blockLength * type.blockBytes * shape[1] * shape[2]; }
+};
+
+using ExpectedTensors = std::map<std::string, ExpectedTensor>;
+
+ExpectedTensors expectedTensors(const GgmlModelFile& file, TensorType matrix) {
+  ExpectedTensors all;
+  const TensorType convolution = matrix.id == kFloat32.id ? kFloat32 : kFloat16;
+  const qint64 width = file.width;
+  const auto add = [&](const std::string& name, TensorType type, qint64 inner, qint64 middle = 1, qint64 outer = 1) {
+    all[name] = {type, {inner, middle, outer}};
+  };
+  const auto norm = [&](const std::string& name) {
+    add(name + ".weight", kFloat32, width);
+    add(name + ".bias", kFloat32, width);
+  };
+  const auto attention = [&](const std::string& name) {
+    norm(name + "_ln");
+    for (const char* part : {".query", ".key", ".value", ".out"}) {
+      add(name + part + ".weight", matrix, width, width);
+      if (std::strcmp(part, ".key") != 0) add(name + part + ".bias", kFloat32, width);
+    }
+  };
+  const auto block = [&](const std::string& name, bool isDecoder) {
+    attention(name + ".attn");
+    if (isDecoder) attention(name + ".cross_attn");
+    norm(name + ".mlp_ln");
+    add(name + ".mlp.0.weight", matrix, width, 4 * width);
+    add(name + ".mlp.0.bias", kFloat32, 4 * width);
+    add(name + ".mlp.2.weight", matrix, 4 * width, width);
+    add(name + ".mlp.2.bias", kFloat32, width);
+  };
+  add("encoder.positional_embedding", kFloat32, width, file.audioContext);
+  add("encoder.conv1.weight", convolution, 3, file.melBands, width);
+  add("encoder.conv1.bias", kFloat32, 1, width);
+  add("encoder.conv2.weight", convolution, 3, width, width);
+  add("encoder.conv2.bias", kFloat32, 1, width);
+  norm("encoder.ln_post");
+  for (int i = 0; i < file.audioLayers; ++i) block("encoder.blocks." + std::to_string(i), false);
+  add("decoder.positional_embedding", kFloat32, width, file.textContext);
+  add("decoder.token_embedding.weight", matrix, width, file.vocabularySize);
+  norm("decoder.ln");
+  for (int i = 0; i < file.textLayers; ++i) block("decoder.blocks." + std::to_string(i), true);
+  return all;
+}
+
+// Throws GgmlModelFault; caught in inspectGgmlModelFile, so that every read is one line.
+class Walker {
+ public:
+  explicit Walker(QIODevice& device) : device_(device), size_(device.size()) {}
+
+  [[noreturn]] static void fail(Kind kind, const QString& detail) { throw GgmlModelFault{kind, detail}; }
+  static void require(bool holds, const char* detail) {
+    if (!holds) fail(Kind::damaged, QString::fromLatin1(detail));
+  }
+
+  qint64 left() const { return size_ - position_; }
+  bool atEnd() const { return position_ == size_; }
+
+  void read(void* target, qint64 bytes) {
+    if (left() < bytes) fail(Kind::truncated, QStringLiteral("ends after %1 bytes").arg(size_));
+    if (device_.read(static_cast<char*>(target), bytes) != bytes) fail(Kind::unreadable, device_.errorString());
+    position_ += bytes;
+  }
+  void skip(qint64 bytes) {
+    if (left() < bytes) fail(Kind::truncated, QStringLiteral("ends after %1 bytes").arg(size_));
+    position_ += bytes;
+    if (!device_.seek(position_)) fail(Kind::unreadable, device_.errorString());
+  }
+  qint32 integer() {
+    qint32 value = 0;
+    read(&value, sizeof value);
+    return qFromLittleEndian(value);
+  }
+
+ private:
+  QIODevice& device_;
+  qint64 size_;
+  qint64 position_ = 0;
+};
+
+void readMagic(Walker& walker) {
+  if (walker.left() == 0) Walker::fail(Kind::empty, QStringLiteral("no bytes"));
+  if (walker.left() < 4) Walker::fail(Kind::foreign, QStringLiteral("too short for a magic number"));
+  if (static_cast<quint32>(walker.integer()) != kMagic) Walker::fail(Kind::foreign, QStringLiteral("no ggml magic number"));
+}
+
+GgmlModelFile readDimensions(Walker& walker) {
+  GgmlModelFile file;
+  int textWidth = 0;
+  for (int* field : {&file.vocabularySize, &file.audioContext, &file.width, &file.audioHeads, &file.audioLayers,
+                     &file.textContext, &textWidth, &file.textHeads, &file.textLayers, &file.melBands, &file.fileType}) {
+    *field = walker.integer();
+  }
+  // Voice activity and Parakeet models share the magic number; their first fields are far from these.
+  if (file.vocabularySize < 51864 || file.vocabularySize > 60000 || file.audioContext != 1500) {
+    Walker::fail(Kind::foreign, QStringLiteral("vocabulary of %1, audio context of %2").arg(file.vocabularySize).arg(file.audioContext));
+  }
+  Walker::require(file.width >= 16 && file.width <= 4096 && textWidth == file.width, "width of the states");
+  for (const int heads : {file.audioHeads, file.textHeads}) {
+    Walker::require(heads >= 1 && heads <= 128 && file.width % heads == 0 && file.width / heads % 8 == 0, "number of heads");
+  }
+  for (const int layers : {file.audioLayers, file.textLayers}) {
+    Walker::require(layers >= 1 && layers <= 64, "number of layers");
+  }
+  Walker::require(file.textContext == 448, "text context");
+  Walker::require(file.melBands == 80 || file.melBands == 128, "number of mel bands");
+  // The thousands are the version of the quantisation.
+  Walker::require(file.fileType >= 0 && file.fileType < 3000, "file type");
+  file.fileType %= 1000;
+  return file;
+}
+
+void readMelBank(Walker& walker, int melBands) {
+  Walker::require(walker.integer() == melBands, "mel bank");
+  const int bins = walker.integer();
+  Walker::require(bins == 201, "mel bank");
+  std::vector<float> bank(static_cast<std::size_t>(melBands) * static_cast<std::size_t>(bins));
+  walker.read(bank.data(), static_cast<qint64>(bank.size() * sizeof(float)));
+  for (const float weight : bank) Walker::require(std::isfinite(qFromLittleEndian(weight)), "mel bank");
+}
+
+int readWords(Walker& walker, int vocabularySize) {
+  const int count = walker.integer();
+  Walker::require(count > 0 && count <= vocabularySize, "number of words");
+  std::array<char, kMaximumWordBytes> word;
+  for (int i = 0; i < count; ++i) {
+    const int length = walker.integer();
+    Walker::require(length >= 0 && length <= kMaximumWordBytes, "length of a word");
+    walker.read(word.data(), length);
+  }
+  return count;
+}
+
+int readTensors(Walker& walker, ExpectedTensors expected) {
+  int count = 0;
+  std::string name;
+  while (!walker.atEnd()) {
+    const int dimensions = walker.integer();
+    const int nameLength = walker.integer();
+    const int type = walker.integer();
+    Walker::require(dimensions >= 1 && dimensions <= 3 && nameLength > 0 && nameLength < 64, "table of tensors");
+    std::array<qint64, 3> shape{1, 1, 1};
+    for (int i = 0; i < dimensions; ++i) shape[static_cast<std::size_t>(i)] = walker.integer();
+    name.resize(static_cast<std::size_t>(nameLength));
+    walker.read(name.data(), nameLength);
+    const auto found = expected.find(name);
+    Walker::require(found != expected.end() && !found->second.seen, "unknown or repeated tensor");
+    ExpectedTensor& tensor = found->second;
+    if (type != tensor.type.id || shape != tensor.shape || shape[0] % tensor.type.blockLength != 0) {
+      Walker::fail(Kind::damaged, QStringLiteral("type or shape of tensor %1").arg(QString::fromStdString(name)));
+    }
+    walker.skip(tensor.bytes());
+    tensor.seen = true;
+    ++count;
+  }
+  // A file cut between two tensors walks to its end, too.
+  if (count > 0 && count != static_cast<int>(expected.size())) {
+    Walker::fail(Kind::truncated, QStringLiteral("%1 of %2 tensors").arg(count).arg(expected.size()));
+  }
+  return count;
+}
+
+}  // namespace
+
+Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device, GgmlModelChecks checks) {
+  try {
+    if (!device.isReadable() || device.isSequential()) Walker::fail(Kind::unreadable, device.errorString());
+    Walker walker(device);
+    readMagic(walker);
+    GgmlModelFile file = readDimensions(walker);
+    const auto type = matrixType(file.fileType);
+    Walker::require(type.has_value(), "file type");
+    readMelBank(walker, file.melBands);
+    file.words = readWords(walker, file.vocabularySize);
+    file.tensors = readTensors(walker, expectedTensors(file, *type));
+    if (file.tensors == 0 && checks == GgmlModelChecks::whole) {
+      Walker::fail(Kind::truncated, QStringLiteral("no tensors"));
+    }
+    return file;
+  } catch (GgmlModelFault& fault) {
+    return Failed{std::move(fault)};
+  }
+}
+
+QString localizedDescription(const GgmlModelFault& fault, const QString& fileName) {
+  switch (fault.kind) {
+    case Kind::unreadable: return localizedText("models.file.error.unreadable", fileName);
+    case Kind::foreign: return localizedText("models.file.error.foreign", fileName);
+    case Kind::truncated: return localizedText("models.file.error.truncated", fileName);
+    case Kind::damaged: return localizedText("models.file.error.damaged", fileName);
+    case Kind::empty: return localizedText("models.file.error.empty", fileName);
+  }
+  return {};
+}
+
+}  // namespace quillmere
