@@ -1,0 +1,7 @@
+#include "base/Clock.h"
+
+namespace quillmere {
+
+QDateTime SystemClock::now() const { return QDateTime::currentDateTime(); }
+
+}  // namespace quillmere

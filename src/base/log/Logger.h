@@ -1,0 +1,105 @@
+#pragma once
+#include <QString>
+#include <QStringView>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+#include <vector>
+
+namespace quillmere {
+
+enum class LogLevel { debug, info, notice, warning, error, fault };
+
+// One argument of a log line. Text is private unless the format says %{public}; numbers are public unless it says
+// %{private}.
+using LogArgument = std::variant<std::int64_t, std::uint64_t, double, bool, QString>;
+
+struct LogRecord {
+  LogLevel level = LogLevel::info;
+  QString category;
+  std::string_view format;  // a literal; lives as long as the program
+  std::vector<LogArgument> arguments;
+
+  // The line with every argument in place. For tests and for the terminal of the person who said it; never for a file.
+  QString fullText() const;
+  // The line with private arguments written as "<private>". This is what reaches files and reports.
+  QString publicText() const;
+};
+
+// Where log records go. write() may be called from any thread and must not block for long.
+class LogSink {
+ public:
+  virtual ~LogSink() = default;
+  virtual void write(const LogRecord& record) = 0;
+};
+
+// Renders a printf-like format: %s %@ (text), %d %ld %lld %hd %u %lu %llu (integers), %f %.2f (doubles), %{bool}d,
+// %% and the visibility marks %{public}s, %{private}ld, %{bool,public}d.
+QString renderLogFormat(std::string_view format, const std::vector<LogArgument>& arguments, bool maskPrivate);
+
+// A handle on one log category. Cheap to copy, safe to use from any thread; without a sink it drops everything.
+// Lines that could hold what the user said take the text as a private argument (plain %s).
+class Logger {
+ public:
+  Logger() = default;
+  Logger(std::shared_ptr<LogSink> sink, QString category) : sink_(std::move(sink)), category_(std::move(category)) {}
+
+  template <typename... A>
+  void debug(const char* format, const A&... arguments) const { log(LogLevel::debug, format, arguments...); }
+  template <typename... A>
+  void info(const char* format, const A&... arguments) const { log(LogLevel::info, format, arguments...); }
+  template <typename... A>
+  void notice(const char* format, const A&... arguments) const { log(LogLevel::notice, format, arguments...); }
+  template <typename... A>
+  void warning(const char* format, const A&... arguments) const { log(LogLevel::warning, format, arguments...); }
+  template <typename... A>
+  void error(const char* format, const A&... arguments) const { log(LogLevel::error, format, arguments...); }
+  template <typename... A>
+  void fault(const char* format, const A&... arguments) const { log(LogLevel::fault, format, arguments...); }
+
+ private:
+  template <typename... A>
+  void log(LogLevel level, const char* format, const A&... arguments) const {
+    if (!sink_) return;
+    LogRecord record;
+    record.level = level;
+    record.category = category_;
+    record.format = format;
+    record.arguments.reserve(sizeof...(A));
+    (record.arguments.push_back(argument(arguments)), ...);
+    sink_->write(record);
+  }
+
+  static LogArgument argument(const QString& text) { return text; }
+  static LogArgument argument(QStringView text) { return text.toString(); }
+  static LogArgument argument(const char* text) { return QString::fromUtf8(text); }
+  static LogArgument argument(const std::string& text) { return QString::fromStdString(text); }
+  static LogArgument argument(bool value) { return value; }
+  template <typename N>
+    requires std::is_arithmetic_v<N>
+  static LogArgument argument(N value) {
+    if constexpr (std::is_floating_point_v<N>) return static_cast<double>(value);
+    else if constexpr (std::is_signed_v<N>) return static_cast<std::int64_t>(value);
+    else return static_cast<std::uint64_t>(value);
+  }
+
+  std::shared_ptr<LogSink> sink_;
+  QString category_;
+};
+
+// Hands out loggers that share one sink. Services take it by value in their constructor.
+class Logging {
+ public:
+  Logging() = default;
+  explicit Logging(std::shared_ptr<LogSink> sink) : sink_(std::move(sink)) {}
+  Logger logger(const QString& category) const { return Logger(sink_, category); }
+  const std::shared_ptr<LogSink>& sink() const { return sink_; }
+
+ private:
+  std::shared_ptr<LogSink> sink_;
+};
+
+}  // namespace quillmere
