@@ -1,0 +1,56 @@
+#pragma once
+#include <QString>
+
+#include "base/Result.h"
+#include "base/async/Task.h"
+#include "base/async/WorkerPool.h"
+#include "base/log/Logger.h"
+#include "domain/Errors.h"
+#include "ports/MediaEncoder.h"
+#include "ports/MediaReader.h"
+
+namespace quillmere {
+
+// What a conversion was made of: the source's format and the bit rate asked for.
+struct AudioFileFormat {
+  double sampleRate = 0;  // hertz
+  int channelCount = 0;
+  int bitRate = 0;  // bits per second
+  bool operator==(const AudioFileFormat&) const = default;
+};
+
+struct ExtractedAudio {
+  double durationSeconds = 0;
+  double sampleRate = 0;  // hertz
+  int channelCount = 0;
+  bool operator==(const ExtractedAudio&) const = default;
+};
+
+// Turns files into AAC in an M4A container and pulls the audio out of videos. Stateless. Called on the main thread; the
+// work runs on the pool. An existing target is replaced; after a failure or a cancel no target stays behind. A source
+// that is its own target is refused. The factories must outlive the pool.
+class AudioFileConverter {
+ public:
+  AudioFileConverter(MediaReaderFactory& readers, MediaEncoder& encoder, WorkerPool& pool, const Logging& logging);
+
+  // The primary path: decoded and encoded again sample by sample. Fails with AudioError::exportFailed.
+  Task<Result<AudioFileFormat, AnyError>> convertAudioToAAC(QString from, QString to);
+  // The fallback: the whole file goes to the platform's export session, which finds its own settings.
+  Task<Result<AudioFileFormat, AnyError>> exportToM4A(QString from, QString to);
+  Task<bool> hasAudioTrack(QString path);
+  // Fails with AudioError::noAudioTrack for a video without sound, else as convertAudioToAAC.
+  Task<Result<ExtractedAudio, AnyError>> extractAudioFromVideo(QString from, QString to);
+  // Length of an audio or video file; measured where the file's own statement can't be trusted.
+  Task<Result<double, AnyError>> durationSeconds(QString path);
+
+  // 64000 for one channel, 128000 for two, else 64000 a channel.
+  static int bitRateFor(int channelCount);
+
+ private:
+  MediaReaderFactory& readers_;
+  MediaEncoder& encoder_;
+  WorkerPool& pool_;
+  Logger logger_;
+};
+
+}  // namespace quillmere

@@ -1,0 +1,32 @@
+#pragma once
+#include <QString>
+#include <atomic>
+
+#include "audio/AudioFileConverter.h"
+
+namespace quillmere {
+
+// The steps of AudioFileConverter as its workers run them. Blocks; any thread. When `stop` is set it ends between two
+// blocks, the target is removed and the result means nothing.
+class FileConversion {
+ public:
+  using FormatResult = Result<AudioFileFormat, AnyError>;
+
+  FileConversion(MediaReaderFactory& readers, MediaEncoder& encoder, Logger logger);
+
+  FormatResult convertAudioToAAC(const QString& from, const QString& to, const std::atomic<bool>& stop) const;
+  FormatResult exportToM4A(const QString& from, const QString& to, const std::atomic<bool>& stop) const;
+  bool hasAudioTrack(const QString& path) const;
+  Result<ExtractedAudio, AnyError> extractAudioFromVideo(const QString& from, const QString& to,
+                                                         const std::atomic<bool>& stop) const;
+  Result<double, AnyError> durationSeconds(const QString& path, const std::atomic<bool>& stop) const;
+
+ private:
+  Result<void, MediaError> pump(MediaReader& reader, MediaWriter& writer, const std::atomic<bool>& stop) const;
+
+  MediaReaderFactory& readers_;
+  MediaEncoder& encoder_;
+  Logger logger_;
+};
+
+}  // namespace quillmere

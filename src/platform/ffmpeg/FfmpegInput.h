@@ -1,0 +1,38 @@
+#pragma once
+#include <QString>
+#include <atomic>
+#include <memory>
+#include <optional>
+
+#include "platform/ffmpeg/FfmpegSupport.h"
+#include "platform/ffmpeg/LocalFile.h"
+
+namespace quillmere::ffmpeg {
+
+// An opened media file with its best audio track chosen and all other tracks left aside. Containers that only point at
+// other files or at the network are refused, and whatever a file says, nothing else is ever opened. One thread at a time.
+class FfmpegInput {
+ public:
+  static Result<std::unique_ptr<FfmpegInput>, MediaError> open(const QString& path);
+
+  const AVStream& stream() const { return *stream_; }
+  const AVCodec& codec() const { return *codec_; }
+  // Reads the next packet of the track: 0, AVERROR_EOF at the end, or the error.
+  int readPacket(AVPacket& packet);
+
+  // As the file states it. Nothing when it says nothing.
+  std::optional<double> statedSeconds() const;
+  // As statedSeconds(), or by reading all packets where the statement is a guess or known to lie.
+  Result<double, MediaError> measuredSeconds(const std::atomic<bool>& stop);
+
+ private:
+  FfmpegInput() = default;
+  bool isStatementReliable() const;
+
+  std::unique_ptr<LocalFile> file_;
+  Owned<AVFormatContext> format_;
+  const AVStream* stream_ = nullptr;
+  const AVCodec* codec_ = nullptr;
+};
+
+}  // namespace quillmere::ffmpeg
