@@ -1,7 +1,5 @@
 #include "postprocessing/TranscriptionTextProcessing.h"
 
-#include <QRegularExpression>
-
 #include "base/text/Graphemes.h"
 #include "base/text/UnicodeRegex.h"
 
@@ -60,18 +58,17 @@ bool isCjkText(const QString& text) {
 QString TranscriptionTextProcessing::removeHallucinations(QString text) {
   for (const char* phrase : hallucinatedPhrases) text.remove(QString::fromUtf8(phrase), Qt::CaseInsensitive);
   static const QRegularExpression whiteSpace = unicodeRegex(QStringLiteral("\\s+"));
-  text.replace(whiteSpace, QStringLiteral(" "));
-  text = trimmedText(text);
+  text = trimmedText(replaceMatches(text, whiteSpace, QStringLiteral(" ")));
   return graphemeCount(text) > 2 || hasLetter(text) ? text : QString();
 }
 
 QString TranscriptionTextProcessing::applyVoiceCommands(const QString& text, const Logger& logger) {
-  const QRegularExpression newLine = unicodeRegex(QStringLiteral("(?i)\\bnew\\s*line[.,!?]?"));
+  const QRegularExpression newLine = makeUnicodeRegex(QStringLiteral("(?i)\\bnew\\s*line[.,!?]?"));
   if (!newLine.isValid()) {
     logger.warning("⚠️ Failed to create voice command regex");
     return text;
   }
-  return QString(text).replace(newLine, QStringLiteral("\n\n"));
+  return replaceMatches(text, newLine, QStringLiteral("\n\n"));
 }
 
 QString TranscriptionTextProcessing::appendTrailingSpace(const QString& text, const QString& language) {

@@ -1,7 +1,5 @@
 #include "postprocessing/VocabularyReplacement.h"
 
-#include <QRegularExpression>
-
 #include "base/text/Graphemes.h"
 #include "base/text/UnicodeRegex.h"
 
@@ -14,7 +12,7 @@ bool takesPart(const VocabularyPtr& row) {
 
 QString replaceWord(const QString& text, const QString& word, const QString& replacement) {
   const QRegularExpression pattern =
-      unicodeRegex(QStringLiteral("\\b") + QRegularExpression::escape(word) + QStringLiteral("\\b"), true);
+      unicodeRegex(QStringLiteral("\\b") + escapedPattern(word) + QStringLiteral("\\b"), true);
   QString result;
   qsizetype copied = 0;
   auto matches = pattern.globalMatch(text);

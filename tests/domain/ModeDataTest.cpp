@@ -1,0 +1,189 @@
+#include "domain/ModeData.h"
+
+#include "base/text/LocalizedText.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+TEST(ModeDataTest, AnEmptyRowGivesTheDefaults) {
+  const ModeData data = modeDataFrom(Mode{});
+  ModeData expected;
+  expected.id = data.id;
+  expected.name = "Default";
+  expected.preset = "quillmere";
+  expected.language = "en";
+  expected.model = "base";
+  expected.languageModel = "gpt-4.1-nano";
+  expected.cloudProvider = "openai";
+  expected.cloudTranscriptionModel = "whisper-1";
+  expected.postProcessingProvider = "openai";
+  EXPECT_EQ(data, expected);
+  EXPECT_FALSE(data.id.isNull());
+  EXPECT_NE(modeDataFrom(Mode{}).id, data.id);
+}
+
+TEST(ModeDataTest, PostProcessingFollowsTheStoredNumber) {
+  struct Case {
+    std::optional<qint16> number;
+    std::optional<QString> provider;
+    PostProcessingMode mode;
+    const char* expectedProvider;
+    const char* expectedLanguageModel;
+  };
+  const Case cases[] = {
+      {std::nullopt, std::nullopt, PostProcessingMode::off, "openai", "gpt-4.1-nano"},
+      {0, "groq", PostProcessingMode::off, "groq", "gpt-4.1-nano"},
+      {1, std::nullopt, PostProcessingMode::cloud, "quillmere", "gpt-4.1-nano"},
+      {1, "anthropic", PostProcessingMode::cloud, "anthropic", "gpt-4.1-nano"},
+      {2, "openai", PostProcessingMode::local, "local_gemma", "gemma-3-4b-it-Q4_K_M.gguf"},
+      {7, std::nullopt, PostProcessingMode::cloud, "quillmere", "gpt-4.1-nano"},
+      {-1, std::nullopt, PostProcessingMode::cloud, "quillmere", "gpt-4.1-nano"},
+  };
+  for (const Case& c : cases) {
+    Mode mode;
+    mode.postProcessingMode = c.number;
+    mode.postProcessingProvider = c.provider;
+    const ModeData data = modeDataFrom(mode);
+    EXPECT_EQ(data.postProcessingMode, c.mode);
+    EXPECT_EQ(data.postProcessingProvider, c.expectedProvider);
+    EXPECT_EQ(data.languageModel, c.expectedLanguageModel);
+  }
+}
+
+TEST(ModeDataTest, LanguagesOnTheWayInAndOut) {
+  struct Case {
+    std::optional<QString> stored;
+    const char* loaded;
+  };
+  for (const Case& c : {Case{std::nullopt, "en"}, Case{"", "en"}, Case{"   ", "auto"}, Case{"PT_br", "pt-BR"}}) {
+    Mode mode;
+    mode.language = c.stored;
+    EXPECT_EQ(modeDataFrom(mode).language, c.loaded);
+    ModeData edited;
+    edited.language = c.stored.value_or(QString());
+    applyTo(edited, mode);
+    EXPECT_EQ(mode.language, QString::fromLatin1(c.loaded));
+  }
+}
+
+TEST(ModeDataTest, UnknownTextsLoadAsTheDefaultCase) {
+  Mode mode;
+  mode.cloudAccuracyTier = "ultra";
+  mode.englishSpelling = "scots";
+  EXPECT_EQ(modeDataFrom(mode).cloudAccuracyTier, CloudAccuracyTier::high);
+  EXPECT_EQ(modeDataFrom(mode).englishSpelling, EnglishSpelling::american);
+  mode.cloudAccuracyTier = "highest";
+  mode.englishSpelling = "canadian";
+  EXPECT_EQ(modeDataFrom(mode).cloudAccuracyTier, CloudAccuracyTier::highest);
+  EXPECT_EQ(modeDataFrom(mode).englishSpelling, EnglishSpelling::canadian);
+}
+
+TEST(ModeDataTest, TheUserSystemPromptIsCountedInCharactersAsPeopleSeeThem) {
+  const QString family = QStringLiteral("👩‍👩‍👧");
+  Mode mode;
+  mode.userSystemPrompt = family.repeated(2001);
+  EXPECT_EQ(modeDataFrom(mode).userSystemPrompt, family.repeated(2000));
+
+  EXPECT_EQ(normalizedUserSystemPrompt(" \n\t "), std::nullopt);
+  EXPECT_EQ(normalizedUserSystemPrompt("\n be brief \r\n"), "be brief");
+  // White space goes first, so that it doesn't use up the room.
+  EXPECT_EQ(normalizedUserSystemPrompt(QString(5, u' ') + QString(2001, u'x')), QString(2000, u'x'));
+}
+
+TEST(ModeDataTest, SavingWritesWhatLoadingReads) {
+  Mode source;
+  source.id = QUuid::createUuid();
+  source.name = "Mail";
+  source.preset = "mail";
+  source.language = "de";
+  source.model = "cloud";
+  source.punctuation = true;
+  source.capitalization = true;
+  source.profanityFilter = true;
+  source.customInstructions = "short";
+  source.userSystemPrompt = "be kind";
+  source.languageModel = "gemini-2.5-flash";
+  source.cloudProvider = "mistral";
+  source.cloudTranscriptionModel = "voxtral-mini-latest";
+  source.postProcessingMode = 1;
+  source.postProcessingProvider = "gemini";
+  source.englishSpelling = "british";
+  source.useStreamingTranscription = true;
+  source.cloudAccuracyTier = "medium";
+  Mode copy;
+  copy.id = source.id;
+  applyTo(modeDataFrom(source), copy);
+  EXPECT_EQ(copy, source);
+
+  ModeData cleared = modeDataFrom(source);
+  cleared.userSystemPrompt = "  ";
+  applyTo(cleared, copy);
+  EXPECT_EQ(copy.userSystemPrompt, std::nullopt);
+}
+
+TEST(ModeDataTest, WhatRunsWithoutNetwork) {
+  for (const auto& [model, mode, isOffline] :
+       {std::tuple{"base", PostProcessingMode::off, true}, std::tuple{"base", PostProcessingMode::local, true},
+        std::tuple{"base", PostProcessingMode::cloud, false}, std::tuple{"cloud", PostProcessingMode::off, false},
+        std::tuple{"Cloud", PostProcessingMode::off, true}}) {
+    ModeData data;
+    data.model = QString::fromLatin1(model);
+    data.postProcessingMode = mode;
+    EXPECT_EQ(data.isOfflineCapable(), isOffline) << model;
+  }
+}
+
+TEST(ModeDataTest, EnglishOnlyModels) {
+  for (const char* yes : {"small.en", "ggml-base.en", "parakeet-tdt-0.6b-v2", "Parakeet-TDT-0.6B-V2"})
+    EXPECT_TRUE(isEnglishOnlyModel(QString::fromLatin1(yes))) << yes;
+  for (const char* no : {"small", "Parakeet-TDT-0.6B-V3", "large-v2", "cloud", "small.EN", "", "my-parakeet-v2"})
+    EXPECT_FALSE(isEnglishOnlyModel(QString::fromLatin1(no))) << no;
+}
+
+TEST(LanguageCodeTest, Normalisation) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", "auto"},
+      {"   ", "auto"},
+      {"\n\t", "auto"},
+      {" EN \n", "en"},
+      {"zh_hant_tw", "zh-Hant-TW"},
+      {"ZH_HANT", "zh-Hant"},
+      {"sr_Latn_RS", "sr-Latn-RS"},
+      {"PT_br", "pt-BR"},
+      {"es-419", "es-419"},
+      {"es-LATAM", "es-latam"},
+      {"hi-latn", "hi-Latn"},
+      {"--de--at-", "de-AT"},
+      {"---", "---"},
+      {"_", "-"},
+      {"AUTO", "auto"},
+      {"en-a-BCD", "en-a-bcd"},
+  };
+  for (const auto& [code, expected] : cases)
+    EXPECT_EQ(normalizeLanguageCode(QString::fromLatin1(code)), QString::fromLatin1(expected)) << code;
+}
+
+TEST(ModeTypesTest, RawValuesRoundTripAndUnknownOnesGiveNothing) {
+  for (const auto preset : allCases<PresetType>()) EXPECT_EQ(fromRawValue<PresetType>(rawValue(preset)), preset);
+  EXPECT_EQ(fromRawValue<CloudProvider>("assemblyai"), CloudProvider::assemblyAI);
+  EXPECT_EQ(fromRawValue<CloudProvider>("assemblyAI"), std::nullopt);
+  EXPECT_EQ(fromRawValue<ProviderType>(""), std::nullopt);
+  EXPECT_EQ(postProcessingModeFromRaw(2), PostProcessingMode::local);
+  EXPECT_EQ(postProcessingModeFromRaw(3), std::nullopt);
+  EXPECT_EQ(postProcessingModeFromRaw(-1), std::nullopt);
+}
+
+TEST(ModeTypesTest, EveryLabelHasATextInBothTables) {
+  QStringList keys;
+  for (const auto preset : allCases<PresetType>()) keys << nameKey(preset) << tooltipKey(preset);
+  for (const auto tier : allCases<CloudAccuracyTier>()) keys << labelKey(tier);
+  for (const auto spelling : allCases<EnglishSpelling>()) keys << labelKey(spelling) << descriptionKey(spelling);
+  for (const char* language : {"en", "de"}) {
+    const TestTexts texts(QString::fromLatin1(language));
+    for (const QString& key : keys) EXPECT_NE(localizedText(key), key) << language << ' ' << qPrintable(key);
+  }
+}
+
+}  // namespace
+}  // namespace quillmere
