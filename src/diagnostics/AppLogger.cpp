@@ -1,7 +1,6 @@
 #include "diagnostics/AppLogger.h"
 
 #include <QJsonDocument>
-#include <QJsonValue>
 
 #include "diagnostics/BeforeSend.h"
 #include "diagnostics/Sanitize.h"
@@ -17,11 +16,8 @@ template <class... F>
 Overload(F...) -> Overload<F...>;
 
 QString metadataText(const QVariant& value) {
-  if (value.canConvert<QString>()) return value.toString();
-  const QJsonValue json = QJsonValue::fromVariant(value);
-  if (json.isArray()) return QString::fromUtf8(QJsonDocument(json.toArray()).toJson(QJsonDocument::Compact));
-  if (json.isObject()) return QString::fromUtf8(QJsonDocument(json.toObject()).toJson(QJsonDocument::Compact));
-  return {};
+  const QJsonDocument document = QJsonDocument::fromVariant(value);  // null for all but lists and maps
+  return document.isNull() ? value.toString() : QString::fromUtf8(document.toJson(QJsonDocument::Compact));
 }
 
 // A user who refuses the microphone or lets go of the key at once is no fault of the program.
@@ -33,7 +29,9 @@ bool isExpectedAudioCondition(const AnyError& error) {
   return false;
 }
 
-QString orUnknown(const std::optional<QString>& value) { return value ? *value : QStringLiteral("unknown"); }
+QString orUnknown(const std::optional<QString>& value) {
+  return value ? *value : QStringLiteral("unknown");
+}
 
 }  // namespace
 
@@ -46,9 +44,13 @@ AppLogger::AppLogger(Logging logging, CrashReporter& crashReporter, const LogArc
       isErrorLoggingEnabled_(std::move(isErrorLoggingEnabled)),
       randomUnit_(std::move(randomUnit)) {}
 
-Logger AppLogger::logger(LogCategory category) const { return logging_.logger(logCategoryName(category)); }
+Logger AppLogger::logger(LogCategory category) const {
+  return logging_.logger(logCategoryName(category));
+}
 
-bool AppLogger::isEnabled() const { return isErrorLoggingEnabled_(); }
+bool AppLogger::isEnabled() const {
+  return isErrorLoggingEnabled_();
+}
 
 void AppLogger::logCoreData(const CoreDataOperation& operation, const std::optional<AnyError>& error) {
   const Logger log = logger(LogCategory::coredata);
@@ -105,30 +107,29 @@ void AppLogger::logAudio(const QString& message, const std::optional<AnyError>& 
 
 void AppLogger::logTranscription(const TranscriptionOperation& operation, const std::optional<QVariantMap>& metadata) {
   const Logger log = logger(LogCategory::transcription);
-  std::visit(Overload{
-                 [&](const TranscriptionOperation::Started& started) {
-                   log.info("Transcription started - mode: %{public}s, duration: %{public}fs", started.mode,
-                            started.durationSeconds);
-                 },
-                 [&](const TranscriptionOperation::Completed& completed) {
-                   log.info("Transcription completed - words: %{public}ld, time: %{public}fs", completed.words,
-                            completed.timeSeconds);
-                 },
-                 [&](const TranscriptionOperation::Failure& failure) {
-                   log.error("Transcription failed: %{public}@", localizedDescription(failure.error));
-                   if (!isEnabled()) return;
-                   ReportOptions options;
-                   options.message = QStringLiteral("Transcription failed");
-                   captureError(failure.error, options);
-                 },
-                 [&](const TranscriptionOperation::ModelLoaded& model) {
-                   log.info("Model loaded: %{public}s", model.name);
-                 },
-                 [&](const TranscriptionOperation::ApiCall& call) {
-                   log.info("API call to %{public}s - status: %{public}ld", call.provider, call.status);
-                 },
-             },
-             operation.kind);
+  std::visit(
+      Overload{
+          [&](const TranscriptionOperation::Started& started) {
+            log.info("Transcription started - mode: %{public}s, duration: %{public}fs", started.mode,
+                     started.durationSeconds);
+          },
+          [&](const TranscriptionOperation::Completed& completed) {
+            log.info("Transcription completed - words: %{public}ld, time: %{public}fs", completed.words,
+                     completed.timeSeconds);
+          },
+          [&](const TranscriptionOperation::Failure& failure) {
+            log.error("Transcription failed: %{public}@", localizedDescription(failure.error));
+            if (!isEnabled()) return;
+            ReportOptions options;
+            options.message = QStringLiteral("Transcription failed");
+            captureError(failure.error, options);
+          },
+          [&](const TranscriptionOperation::ModelLoaded& model) { log.info("Model loaded: %{public}s", model.name); },
+          [&](const TranscriptionOperation::ApiCall& call) {
+            log.info("API call to %{public}s - status: %{public}ld", call.provider, call.status);
+          },
+      },
+      operation.kind);
   logMetadata(log, metadata);
 }
 
@@ -169,8 +170,10 @@ void AppLogger::captureError(const AnyError& error, const ReportOptions& options
   if (options.attachRecentLogs) {
     if (const auto logs = recentLogs(5, 100)) event.extra.insert(QStringLiteral("recent_logs"), *logs);
   }
-  if (options.fingerprint) event.fingerprint = *options.fingerprint;
-  else if (options.message) event.fingerprint = {QStringLiteral("{{ default }}"), *options.message, event.errorType};
+  if (options.fingerprint)
+    event.fingerprint = *options.fingerprint;
+  else if (options.message)
+    event.fingerprint = {QStringLiteral("{{ default }}"), *options.message, event.errorType};
   crashReporter_.capture(event);
 }
 

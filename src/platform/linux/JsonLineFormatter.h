@@ -1,6 +1,6 @@
 #pragma once
-#include <QString>
 #include <spdlog/formatter.h>
+#include <QString>
 
 namespace quillmere {
 
@@ -9,7 +9,9 @@ class JsonLineFormatter final : public spdlog::formatter {
  public:
   explicit JsonLineFormatter(QString processName) : processName_(std::move(processName)) {}
   void format(const spdlog::details::log_msg& message, spdlog::memory_buf_t& out) override;
-  std::unique_ptr<spdlog::formatter> clone() const override { return std::make_unique<JsonLineFormatter>(processName_); }
+  std::unique_ptr<spdlog::formatter> clone() const override {
+    return std::make_unique<JsonLineFormatter>(processName_);
+  }
 
  private:
   QString processName_;

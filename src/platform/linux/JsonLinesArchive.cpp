@@ -54,11 +54,13 @@ Result<QStringList, PlatformError> JsonLinesArchive::recentLines(const QDateTime
       end = begin;
       const QDateTime time = QDateTime::fromString(record.value(u"time").toString(), Qt::ISODateWithMs);
       if (!time.isValid() || time < since) {
-        if (time.isValid() && time.msecsTo(since) > disorderMs) return QStringList(newestFirst.rbegin(), newestFirst.rend());
+        if (time.isValid() && time.msecsTo(since) > disorderMs)
+          return QStringList(newestFirst.rbegin(), newestFirst.rend());
         continue;
       }
       const QStringList lines = readable(record, time);
-      for (auto line = lines.rbegin(); line != lines.rend() && newestFirst.size() < maxLines; ++line) newestFirst += *line;
+      for (auto line = lines.rbegin(); line != lines.rend() && newestFirst.size() < maxLines; ++line)
+        newestFirst += *line;
     }
   }
   return QStringList(newestFirst.rbegin(), newestFirst.rend());

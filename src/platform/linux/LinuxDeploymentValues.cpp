@@ -14,7 +14,8 @@ namespace quillmere {
 namespace {
 
 std::optional<QString> value(const char* variable, const char* builtIn) {
-  const QString text = qEnvironmentVariableIsSet(variable) ? qEnvironmentVariable(variable) : QString::fromUtf8(builtIn);
+  const QString text =
+      qEnvironmentVariableIsSet(variable) ? qEnvironmentVariable(variable) : QString::fromUtf8(builtIn);
   return text.isEmpty() ? std::nullopt : std::optional(text);
 }
 

@@ -1,10 +1,10 @@
 #include "platform/linux/LocalCrashReporter.h"
 
+#include <spdlog/details/log_msg.h>
+#include <spdlog/pattern_formatter.h>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <spdlog/details/log_msg.h>
-#include <spdlog/pattern_formatter.h>
 
 #include "platform/linux/SharedRotatingFileSink.h"
 
@@ -47,8 +47,11 @@ LocalCrashReporter::LocalCrashReporter(Options options, const Clock& clock, cons
     : options_(std::move(options)),
       clock_(clock),
       log_(logging.logger(QStringLiteral("diagnostics"))),
-      file_(std::make_shared<SharedRotatingFileSink>(SharedRotatingFileSink::Options{
-          .folder = options_.folder, .baseName = QStringLiteral("reports"), .maxFileBytes = 1'000'000, .maxFiles = 3})) {
+      file_(std::make_shared<SharedRotatingFileSink>(
+          SharedRotatingFileSink::Options{.folder = options_.folder,
+                                          .baseName = QStringLiteral("reports"),
+                                          .maxFileBytes = 1'000'000,
+                                          .maxFiles = 3})) {
   file_->set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
 }
 

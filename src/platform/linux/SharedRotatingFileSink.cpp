@@ -15,7 +15,8 @@ namespace quillmere {
 namespace {
 
 qint64 steadyMs() {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 // Makes the folder and its missing parents, for this user only. 0 or errno.
@@ -36,7 +37,9 @@ int makePrivateFolder(const QString& folder) {
 SharedRotatingFileSink::SharedRotatingFileSink(Options options)
     : options_(std::move(options)), path_(QFile::encodeName(filePath(options_.folder, options_.baseName, 0))) {}
 
-SharedRotatingFileSink::~SharedRotatingFileSink() { close(); }
+SharedRotatingFileSink::~SharedRotatingFileSink() {
+  close();
+}
 
 QString SharedRotatingFileSink::filePath(const QString& folder, const QString& baseName, int age) {
   const QString stem = folder + u'/' + baseName;
@@ -60,9 +63,10 @@ void SharedRotatingFileSink::sink_it_(const spdlog::details::log_msg& message) {
 
 // Whether the open file is still the one that bears the name.
 bool SharedRotatingFileSink::isCurrent() const {
-  struct stat named {}, opened {};
-  return ::stat(path_.constData(), &named) == 0 && ::fstat(descriptor_, &opened) == 0 && named.st_ino == opened.st_ino &&
-         named.st_dev == opened.st_dev;
+  struct stat named {
+  }, opened{};
+  return ::stat(path_.constData(), &named) == 0 && ::fstat(descriptor_, &opened) == 0 &&
+         named.st_ino == opened.st_ino && named.st_dev == opened.st_dev;
 }
 
 bool SharedRotatingFileSink::open() {
@@ -136,8 +140,9 @@ void SharedRotatingFileSink::fail(const char* what, int number) {
   if (hasReportedFailure_) return;
   hasReportedFailure_ = true;
   if (options_.onFailure)
-    options_.onFailure(QStringLiteral("Can't %1 (%2): %3")
-                           .arg(QString::fromLatin1(what), QFile::decodeName(path_), QString::fromLocal8Bit(std::strerror(number))));
+    options_.onFailure(
+        QStringLiteral("Can't %1 (%2): %3")
+            .arg(QString::fromLatin1(what), QFile::decodeName(path_), QString::fromLocal8Bit(std::strerror(number))));
 }
 
 }  // namespace quillmere

@@ -1,11 +1,11 @@
 #pragma once
 #include <sys/types.h>
 
+#include <spdlog/sinks/base_sink.h>
 #include <QString>
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <spdlog/sinks/base_sink.h>
 
 #include "base/Result.h"
 #include "domain/Errors.h"
@@ -15,14 +15,15 @@ namespace quillmere {
 // A line file that several processes append to and rotate at the same time: NAME.log, NAME.1.log, ... each line is one
 // append of the kernel, a process that rotates holds a lock file, the others notice by the file's identity that it has
 // moved on. Nothing is opened before the first line. A folder that can't be written never throws: the line is dropped,
-// `onFailure` hears it once, and the next try comes `retryMs` later. Any thread; a write never waits for another process.
+// `onFailure` hears it once, and the next try comes `retryMs` later. Any thread; a write never waits for another
+// process.
 class SharedRotatingFileSink final : public spdlog::sinks::base_sink<std::mutex> {
  public:
   struct Options {
-    QString folder;          // made with mode 0700 when missing
-    QString baseName;        // "quillmere" for quillmere.log
+    QString folder;    // made with mode 0700 when missing
+    QString baseName;  // "quillmere" for quillmere.log
     qint64 maxFileBytes = 5'000'000;
-    int maxFiles = 5;        // the current one included
+    int maxFiles = 5;  // the current one included
     int retryMs = 60'000;
     std::function<void(const QString& reason)> onFailure;
   };

@@ -1,0 +1,242 @@
+#include "diagnostics/AppLogger.h"
+
+#include "diagnostics/BeforeSend.h"
+#include "support/FakeCrashReporter.h"
+#include "support/FakeLogArchive.h"
+
+namespace quillmere {
+namespace {
+
+using Operation = AppLogger::TranscriptionOperation;
+using Store = AppLogger::CoreDataOperation;
+
+// Lines as they reach a file: "category: text with private values masked".
+class LineSink final : public LogSink {
+ public:
+  void write(const LogRecord& record) override {
+    lines += record.category + QStringLiteral(": ") + record.publicText();
+  }
+  QStringList lines;
+};
+
+class AppLoggerTest : public ::testing::Test {
+ protected:
+  void start() {
+    DeploymentValues values;
+    values.crashReportDsn = QStringLiteral("dsn");
+    logger.startCrashReporting(values);
+  }
+  QStringList takeLines() { return std::exchange(sink->lines, {}); }
+  static AnyError failure(int code = 5) {
+    return PlatformError{QStringLiteral("sqlite"), code, QStringLiteral("disk gone")};
+  }
+
+  std::shared_ptr<LineSink> sink = std::make_shared<LineSink>();
+  FakeCrashReporter reporter;
+  FakeLogArchive archive;
+  FixedClock clock{QDateTime(QDate(2024, 5, 1), QTime(12, 0), Qt::UTC)};
+  bool isOn = true;
+  double random = 0.5;
+  AppLogger logger{Logging(sink), reporter, archive, clock, [this] { return isOn; }, [this] { return random; }};
+};
+
+TEST_F(AppLoggerTest, StoreOperationsHaveTheirLines) {
+  logger.logCoreData({Store::Fetch{QStringLiteral("Transcript"), 12}}, failure());
+  logger.logCoreData({Store::Delete{QStringLiteral("Mode")}}, failure());
+  logger.logCoreData({Store::Migration{QStringLiteral("1"), QStringLiteral("2")}});
+  logger.logCoreData({Store::StoreLoad{}});
+  logger.logCoreData({Store::Save{}});
+  EXPECT_EQ(takeLines(),
+            QStringList({QStringLiteral("coredata: Fetched 12 Transcript objects"),
+                         QStringLiteral("coredata: Deleted Mode"), QStringLiteral("coredata: Migrating from v1 to v2"),
+                         QStringLiteral("coredata: Persistent store loaded"),
+                         QStringLiteral("coredata: Context saved successfully")}));
+}
+
+TEST_F(AppLoggerTest, AFailedLoadReportsAlwaysAndAFailedSaveOnlyWithTheUsersLeave) {
+  start();
+  for (const bool on : {true, false}) {
+    isOn = on;
+    reporter.events.clear();
+    logger.logCoreData({Store::StoreLoad{}}, failure());
+    logger.logCoreData({Store::Save{}}, failure());
+    logger.logTranscription({Operation::Failure{failure()}});
+    logger.logAudio(QStringLiteral("Recorder stopped"), failure());
+    EXPECT_EQ(takeLines(), QStringList({QStringLiteral("coredata: Failed to load persistent store: disk gone"),
+                                        QStringLiteral("coredata: Failed to save context: disk gone"),
+                                        QStringLiteral("transcription: Transcription failed: disk gone"),
+                                        QStringLiteral("audio: Recorder stopped: disk gone")}));
+    QStringList messages;
+    for (const CrashEvent& event : reporter.events) messages += event.message;
+    EXPECT_EQ(messages, on ? QStringList({QStringLiteral("Failed to load persistent store"),
+                                          QStringLiteral("Core Data save failed"),
+                                          QStringLiteral("Transcription failed"), QStringLiteral("Recorder stopped")})
+                           : QStringList({QStringLiteral("Failed to load persistent store")}));
+  }
+}
+
+TEST_F(AppLoggerTest, ExpectedAudioConditionsAreLoggedAndNeverReported) {
+  start();
+  const auto platform = [](const char* domain, int code) {
+    return AnyError(PlatformError{QString::fromLatin1(domain), code, QStringLiteral("d")});
+  };
+  const std::pair<AnyError, bool> cases[] = {
+      {AudioError{AudioError::Kind::noPermission, {}}, false},
+      {AudioError{AudioError::Kind::recordingTooShort, {}}, false},
+      {AudioError{AudioError::Kind::noInputNode, {}}, true},
+      {platform("Quillmere.AudioError", 1), false},
+      {platform("Quillmere.AudioError", 12), false},
+      {platform("Quillmere.AudioError", 2), true},
+      {platform("sqlite", 1), true},
+  };
+  for (const auto& [error, isReported] : cases) {
+    reporter.events.clear();
+    logger.logAudio(QStringLiteral("Start"), error);
+    EXPECT_EQ(reporter.events.size(), isReported ? 1 : 0) << errorDomain(error).toStdString() << errorCode(error);
+    EXPECT_TRUE(takeLines().value(0).startsWith(QStringLiteral("audio: Start: ")));
+  }
+}
+
+TEST_F(AppLoggerTest, MetadataIsASecondLine) {
+  logger.logAudio(QStringLiteral("Device changed"), std::nullopt,
+                  QVariantMap{{QStringLiteral("rate"), 48000.5},
+                              {QStringLiteral("default"), true},
+                              {QStringLiteral("list"), QStringList{QStringLiteral("a"), QStringLiteral("b")}}});
+  logger.logTranscription({Operation::ModelLoaded{QStringLiteral("tiny.en")}}, QVariantMap{});
+  EXPECT_EQ(takeLines(), QStringList({QStringLiteral("audio: Device changed"),
+                                      QStringLiteral("audio: Metadata: default=true, list=[\"a\",\"b\"], rate=48000.5"),
+                                      QStringLiteral("transcription: Model loaded: tiny.en"),
+                                      QStringLiteral("transcription: Metadata: ")}));
+}
+
+TEST_F(AppLoggerTest, TranscriptionOperationsHaveTheirLines) {
+  logger.logTranscription({Operation::Started{QStringLiteral("Email"), 1.5}});
+  logger.logTranscription({Operation::Completed{22, 0.25}});
+  logger.logTranscription({Operation::ApiCall{QStringLiteral("groq"), 429}});
+  EXPECT_EQ(takeLines(),
+            QStringList({QStringLiteral("transcription: Transcription started - mode: Email, duration: 1.500000s"),
+                         QStringLiteral("transcription: Transcription completed - words: 22, time: 0.250000s"),
+                         QStringLiteral("transcription: API call to groq - status: 429")}));
+}
+
+TEST_F(AppLoggerTest, RecentLogsAreScrubbedLineByLine) {
+  archive.lines = {QStringLiteral("old"), QStringLiteral("open /home/ada/x"), QStringLiteral("a@b.cd")};
+  EXPECT_EQ(logger.recentLogs(5, 2), QStringLiteral("open /home/[REDACTED]/x\n[EMAIL_REDACTED]"));
+  EXPECT_EQ(archive.askedSince, QDateTime(QDate(2024, 5, 1), QTime(11, 55), Qt::UTC));
+  archive.lines.clear();
+  EXPECT_EQ(logger.recentLogs(5, 2), QString());
+  archive.failure = PlatformError{QStringLiteral("filesystem"), 13, QStringLiteral("Permission denied")};
+  EXPECT_EQ(logger.recentLogs(5, 2), std::nullopt);
+  EXPECT_EQ(takeLines(), QStringList(QStringLiteral("diagnostics: Failed to retrieve recent logs: Permission denied")));
+}
+
+TEST_F(AppLoggerTest, AReportCarriesTheErrorTheCallersDataAndTheLogs) {
+  start();
+  archive.lines = {QStringLiteral("line of /home/ada/")};
+  ReportOptions options;
+  options.message = QStringLiteral("Save failed");
+  options.tags = {{QStringLiteral("stage"), QStringLiteral("save")}};
+  options.extra = {{QStringLiteral("n"), 3}, {QStringLiteral("recent_logs"), QStringLiteral("overwritten")}};
+  options.level = ReportLevel::warning;
+  logger.captureError(failure(7), options);
+  ASSERT_EQ(reporter.events.size(), 1);
+  const CrashEvent& event = reporter.events[0];
+  EXPECT_EQ(event.message, QStringLiteral("Save failed"));
+  EXPECT_EQ(event.errorDomain, QStringLiteral("sqlite"));
+  EXPECT_EQ(event.errorCode, 7);
+  EXPECT_EQ(event.level, ReportLevel::warning);
+  EXPECT_EQ(event.tags, options.tags);
+  EXPECT_EQ(event.extra, (QVariantMap{{QStringLiteral("n"), 3},
+                                      {QStringLiteral("recent_logs"), QStringLiteral("line of /home/[REDACTED]/")}}));
+  EXPECT_EQ(event.fingerprint,
+            QStringList({QStringLiteral("{{ default }}"), QStringLiteral("Save failed"), errorTypeName(failure())}));
+  EXPECT_EQ(archive.askedLines, 100);
+  EXPECT_EQ(archive.askedSince, clock.now().addSecs(-300));
+}
+
+TEST_F(AppLoggerTest, FingerprintAndLogsFollowTheOptions) {
+  start();
+  ReportOptions options;
+  options.attachRecentLogs = false;
+  logger.captureError(failure(), options);
+  options.message = QStringLiteral("m");
+  options.fingerprint = QStringList{QStringLiteral("own")};
+  logger.captureError(failure(), options);
+  options.fingerprint = QStringList{};
+  logger.captureError(failure(), options);
+  archive.failure = PlatformError{};
+  options.attachRecentLogs = true;
+  logger.captureError(failure(), options);
+  ASSERT_EQ(reporter.events.size(), 4);
+  EXPECT_TRUE(reporter.events[0].fingerprint.isEmpty());
+  EXPECT_EQ(reporter.events[1].fingerprint, QStringList(QStringLiteral("own")));
+  EXPECT_TRUE(reporter.events[2].fingerprint.isEmpty());
+  EXPECT_EQ(archive.asked, 1);
+  EXPECT_TRUE(reporter.events[3].extra.isEmpty());
+}
+
+TEST_F(AppLoggerTest, SamplingDrawsOnlyBelowOne) {
+  start();
+  struct Case {
+    std::optional<double> rate;
+    double drawn;
+    bool goesOn;
+  };
+  for (const Case& each :
+       {Case{std::nullopt, 0.99, true}, Case{1.0, 0.99, true}, Case{2.0, 0.99, true}, Case{0.5, 0.5, true},
+        Case{0.5, 0.51, false}, Case{0.5, 0.1, true}, Case{0.0, 0.0, false}, Case{-1.0, 0.0, false}}) {
+    reporter.events.clear();
+    random = each.drawn;
+    ReportOptions options;
+    options.sampleRate = each.rate;
+    logger.captureError(failure(), options);
+    EXPECT_EQ(reporter.events.size(), each.goesOn ? 1 : 0) << each.rate.value_or(-9) << " drawn " << each.drawn;
+  }
+}
+
+TEST_F(AppLoggerTest, WithoutADsnNothingStartsAndNothingIsReported) {
+  logger.startCrashReporting({});
+  DeploymentValues empty;
+  empty.crashReportDsn = QString();
+  logger.startCrashReporting(empty);
+  logger.captureError(failure(), {});
+  EXPECT_FALSE(reporter.isStarted());
+  EXPECT_TRUE(reporter.events.isEmpty());
+  EXPECT_EQ(archive.asked, 0);  // the log isn't read for nothing
+}
+
+TEST_F(AppLoggerTest, TheReporterStartsOnceWithTheDeploymentsValues) {
+  DeploymentValues values;
+  values.crashReportDsn = QStringLiteral("dsn");
+  values.crashReportEnvironment = QString();
+  values.systemVersion = QStringLiteral("Debian 12");
+  values.architecture = QStringLiteral("x86_64");
+  values.processorCount = 8;
+  logger.startCrashReporting(values);
+  logger.startCrashReporting(values);
+  ASSERT_EQ(reporter.starts, 1);
+  const CrashReporterOptions& options = *reporter.startedWith;
+  EXPECT_EQ(options.environment, QStringLiteral("production"));
+  EXPECT_EQ(options.release, QStringLiteral("quillmere@unknown"));
+  EXPECT_EQ(options.tags, (QMap<QString, QString>{{QStringLiteral("macos_version"), QStringLiteral("Debian 12")},
+                                                  {QStringLiteral("build_number"), QStringLiteral("unknown")},
+                                                  {QStringLiteral("architecture"), QStringLiteral("x86_64")},
+                                                  {QStringLiteral("cpu_cores"), QStringLiteral("8")},
+                                                  {QStringLiteral("environment"), QStringLiteral("production")}}));
+  CrashEvent event;
+  event.extra = {{QStringLiteral("text"), 1}};
+  ASSERT_TRUE(options.beforeSend);
+  EXPECT_EQ(options.beforeSend(event).extra.value(QStringLiteral("text")), QStringLiteral("[redacted]"));
+}
+
+TEST_F(AppLoggerTest, BreadcrumbsFollowTheSettingAtOnce) {
+  start();
+  logger.addBreadcrumb({QStringLiteral("one"), QStringLiteral("audio.toggle"), ReportLevel::info, {}});
+  isOn = false;
+  logger.addBreadcrumb({QStringLiteral("two"), QStringLiteral("audio.toggle"), ReportLevel::info, {}});
+  ASSERT_EQ(reporter.breadcrumbs.size(), 1);
+  EXPECT_EQ(reporter.breadcrumbs[0].message, QStringLiteral("one"));
+}
+
+}  // namespace
+}  // namespace quillmere
