@@ -9,8 +9,11 @@
 
 namespace quillmere {
 
-// An observable value. Observers run on the setting thread (the main thread everywhere), each sees every value in order:
-// a value set while observers are being told is queued behind the one under way. Setting an equal value tells nobody.
+// An observable value. Observers run on the setting thread (the main thread everywhere), in the order they subscribed;
+// each sees every value in order: a value set while observers are being told is queued behind the one under way, and
+// get() gives the value under way until then. Setting an equal value tells nobody. From inside an observer one may set,
+// subscribe (the newcomer hears later values only), end any subscription (that observer is not called again) and
+// destroy the owner (observers that are still subscribed hear what was set before).
 template <typename T>
 class Published {
  public:
@@ -23,41 +26,50 @@ class Published {
 
   void set(T value) {
     const auto shared = shared_;  // an observer may destroy the owner
-    if (shared->isTelling) {
-      shared->waiting.push_back(std::move(value));
-      return;
-    }
-    shared->isTelling = true;
     shared->waiting.push_back(std::move(value));
+    if (shared->isTelling) return;
+    const Telling telling(*shared);
     while (!shared->waiting.empty()) {
       T next = std::move(shared->waiting.front());
       shared->waiting.pop_front();
       if (next == shared->value) continue;
       shared->value = std::move(next);
-      const T told = shared->value;
+      // The copy keeps observers alive that end their subscription while they run.
       const auto observers = shared->observers;
       for (const auto& observer : observers)
-        if (*observer) (*observer)(told);
+        if (observer->isActive) observer->function(shared->value);
     }
-    shared->isTelling = false;
   }
 
-  [[nodiscard]] Subscription observe(std::function<void(const T&)> observer) {
-    auto entry = std::make_shared<std::function<void(const T&)>>(std::move(observer));
-    shared_->observers.push_back(entry);
-    std::weak_ptr<Shared> weak = shared_;
-    return Subscription([weak, entry] {
-      if (auto shared = weak.lock()) std::erase(shared->observers, entry);
-      *entry = nullptr;
+  [[nodiscard]] Subscription observe(std::function<void(const T&)> function) {
+    auto observer = std::make_shared<Observer>(Observer{std::move(function), true});
+    shared_->observers.push_back(observer);
+    return Subscription([weak = std::weak_ptr<Shared>(shared_), observer = std::move(observer)] {
+      observer->isActive = false;
+      if (const auto shared = weak.lock()) std::erase(shared->observers, observer);
     });
   }
 
  private:
+  struct Observer {
+    std::function<void(const T&)> function;
+    bool isActive;
+  };
   struct Shared {
     T value{};
-    std::vector<std::shared_ptr<std::function<void(const T&)>>> observers;
+    std::vector<std::shared_ptr<Observer>> observers;
     std::deque<T> waiting;
     bool isTelling = false;
+  };
+  struct Telling {
+    explicit Telling(Shared& shared) : shared_(shared) { shared_.isTelling = true; }
+    Telling(const Telling&) = delete;
+    Telling& operator=(const Telling&) = delete;
+    ~Telling() {
+      shared_.isTelling = false;
+      shared_.waiting.clear();
+    }
+    Shared& shared_;
   };
   std::shared_ptr<Shared> shared_;
 };

@@ -30,9 +30,11 @@ class [[nodiscard]] Result {
   T&& value() && { return (assert(hasValue()), std::get<0>(std::move(content_))); }
   T& operator*() & { return value(); }
   const T& operator*() const& { return value(); }
+  T&& operator*() && { return std::move(*this).value(); }
   T* operator->() { return &value(); }
   const T* operator->() const { return &value(); }
   T valueOr(T other) const& { return hasValue() ? std::get<0>(content_) : std::move(other); }
+  T valueOr(T other) && { return hasValue() ? std::get<0>(std::move(content_)) : std::move(other); }
 
   E& error() & { return (assert(!hasValue()), std::get<1>(content_)); }
   const E& error() const& { return (assert(!hasValue()), std::get<1>(content_)); }

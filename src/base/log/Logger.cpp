@@ -1,5 +1,8 @@
 #include "base/log/Logger.h"
 
+#include <algorithm>
+#include <optional>
+
 namespace quillmere {
 namespace {
 
@@ -7,46 +10,83 @@ struct Directive {
   bool isPublic = false;
   bool isPrivate = false;
   bool isBool = false;
+  bool isLeft = false;
+  bool isZeroFilled = false;
+  bool hasPlus = false;
+  int width = 0;
   int precision = -1;
   char conversion = 0;
 };
 
-// Reads one directive behind its '%'; returns the position after it.
-size_t readDirective(std::string_view format, size_t at, Directive& out) {
+bool isOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
+
+int readNumber(std::string_view format, size_t& at) {
+  int number = 0;
+  for (; at < format.size() && format[at] >= '0' && format[at] <= '9'; ++at)
+    number = std::min(number * 10 + (format[at] - '0'), 999);
+  return number;
+}
+
+// Reads one directive from behind its '%'. Returns the position after it, or nothing if it is none.
+std::optional<size_t> readDirective(std::string_view format, size_t at, Directive& out) {
   if (at < format.size() && format[at] == '{') {
     const size_t close = format.find('}', at);
-    if (close == std::string_view::npos) return format.size();
+    if (close == std::string_view::npos) return std::nullopt;
     const std::string_view marks = format.substr(at + 1, close - at - 1);
     out.isPublic = marks.find("public") != std::string_view::npos;
-    out.isPrivate = marks.find("private") != std::string_view::npos;
+    out.isPrivate = marks.find("private") != std::string_view::npos || marks.find("sensitive") != std::string_view::npos;
     out.isBool = marks.find("bool") != std::string_view::npos;
     at = close + 1;
   }
-  if (at < format.size() && format[at] == '.') {
-    int digits = 0;
-    for (++at; at < format.size() && format[at] >= '0' && format[at] <= '9'; ++at) digits = digits * 10 + (format[at] - '0');
-    out.precision = digits;
+  for (; at < format.size() && isOneOf(format[at], "-0+"); ++at) {
+    if (format[at] == '-') out.isLeft = true;
+    else if (format[at] == '0') out.isZeroFilled = true;
+    else out.hasPlus = true;
   }
-  while (at < format.size() && (format[at] == 'l' || format[at] == 'h' || format[at] == 'z')) ++at;
-  if (at < format.size()) out.conversion = format[at++];
-  return at;
+  out.width = readNumber(format, at);
+  if (at < format.size() && format[at] == '.') out.precision = readNumber(format, ++at);
+  while (at < format.size() && isOneOf(format[at], "lhzqjt")) ++at;
+  if (at >= format.size() || !isOneOf(format[at], "s@diuxXcpfFeEgG")) return std::nullopt;
+  out.conversion = format[at];
+  return at + 1;
 }
 
-QString render(const LogArgument& argument, const Directive& directive) {
+QString renderDouble(double value, const Directive& directive) {
+  const char kind = isOneOf(directive.conversion, "eEgG") ? directive.conversion : 'f';
+  return QString::number(value, kind, directive.precision >= 0 ? directive.precision : 6);
+}
+
+template <typename N>
+QString renderInteger(N value, const Directive& directive) {
+  if (directive.isBool) return value != 0 ? QStringLiteral("true") : QStringLiteral("false");
+  if (isOneOf(directive.conversion, "fFeEgG")) return renderDouble(static_cast<double>(value), directive);
+  if (directive.conversion == 'x') return QString::number(static_cast<quint64>(value), 16);
+  if (directive.conversion == 'X') return QString::number(static_cast<quint64>(value), 16).toUpper();
+  return QString::number(value);
+}
+
+QString renderArgument(const LogArgument& argument, const Directive& directive) {
   return std::visit(
       [&](const auto& value) -> QString {
         using T = std::decay_t<decltype(value)>;
-        if constexpr (std::is_same_v<T, QString>) return value;
-        else if constexpr (std::is_same_v<T, bool>)
-          return directive.isBool ? (value ? QStringLiteral("true") : QStringLiteral("false")) : QString::number(int(value));
-        else if constexpr (std::is_same_v<T, double>)
-          return QString::number(value, 'f', directive.precision >= 0 ? directive.precision : 6);
-        else if (directive.isBool) return value ? QStringLiteral("true") : QStringLiteral("false");
-        else if (directive.conversion == 'f')
-          return QString::number(static_cast<double>(value), 'f', directive.precision >= 0 ? directive.precision : 6);
-        else return QString::number(value);
+        if constexpr (std::is_same_v<T, QString>) return directive.precision >= 0 ? value.left(directive.precision) : value;
+        else if constexpr (std::is_same_v<T, bool>) return renderInteger(int(value), directive);
+        else if constexpr (std::is_same_v<T, double>) return renderDouble(value, directive);
+        else return renderInteger(value, directive);
       },
       argument);
+}
+
+QString render(const LogArgument& argument, const Directive& directive) {
+  QString text = renderArgument(argument, directive);
+  const bool isNumber = !std::holds_alternative<QString>(argument) && !directive.isBool;
+  if (isNumber && directive.hasPlus && !text.startsWith(u'-')) text.prepend(u'+');
+  if (directive.isLeft) return text.leftJustified(directive.width);
+  const qsizetype missing = directive.width - text.size();
+  if (missing <= 0) return text;
+  if (!isNumber || !directive.isZeroFilled) return text.rightJustified(directive.width);
+  const bool hasSign = text.startsWith(u'-') || text.startsWith(u'+');
+  return text.insert(hasSign ? 1 : 0, QString(missing, u'0'));
 }
 
 }  // namespace
@@ -68,7 +108,12 @@ QString renderLogFormat(std::string_view format, const std::vector<LogArgument>&
       continue;
     }
     Directive directive;
-    at = readDirective(format, at, directive);
+    const auto end = readDirective(format, at, directive);
+    if (!end) {
+      line += u'%';
+      continue;
+    }
+    at = *end;
     if (next >= arguments.size()) {
       line += QStringLiteral("<missing>");
       continue;

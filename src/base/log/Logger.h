@@ -36,8 +36,11 @@ class LogSink {
   virtual void write(const LogRecord& record) = 0;
 };
 
-// Renders a printf-like format: %s %@ (text), %d %ld %lld %hd %u %lu %llu (integers), %f %.2f (doubles), %{bool}d,
-// %% and the visibility marks %{public}s, %{private}ld, %{bool,public}d.
+// Renders a printf-like format: %s %@ (text), %d %i %ld %lld %hd %zu %u %llu %x %X (integers), %f %.2f %e %g (doubles),
+// %{bool}d, %% and the visibility marks %{public}s, %{private}ld, %{bool,public}d ({sensitive} is private too).
+// Flags '-', '0', '+' and a width work as in printf, a precision cuts text to that many UTF-16 units. The argument's own
+// type decides where it does not fit the letter. A directive without an argument gives "<missing>", an argument without
+// a directive is left out, a '%' that begins no directive stands for itself.
 QString renderLogFormat(std::string_view format, const std::vector<LogArgument>& arguments, bool maskPrivate);
 
 // A handle on one log category. Cheap to copy, safe to use from any thread; without a sink it drops everything.
