@@ -10,7 +10,7 @@ _CLOCKS = [
     (r"\b(?:system_clock|steady_clock|high_resolution_clock)::now\s*\(", "the time comes from Clock or Executor::now"),
     (r"(?<![\w.>:])(?:std::)?time\s*\(\s*(?:nullptr|NULL|0)\s*\)", "the time comes from Clock"),
     (r"\bQ(?:Timer|DeadlineTimer|ElapsedTimer|BasicTimer)\b", "timers come from Executor"),
-    (r"\bQThread::(?:m|u)?sleep\b|\bstd::this_thread\b|(?<![\w.>:])(?:::)?(?:u|m|nano)?sleep\s*\(",
+    (r"\bQThread::(?:m|u)?sleep\b|\bstd::this_thread::(?:sleep\w+|yield)\b|(?<![\w.>:])(?:::)?(?:u|m|nano)?sleep\s*\(",
      "nothing sleeps: co_await sleepFor"),
     (r"\bQSettings\b", "preferences come from DefaultsStore"),
     (r"\bQRandomGenerator::(?:global|system)\b|\bstd::random_device\b|(?<![\w.>:])(?:std::)?s?rand\s*\(",

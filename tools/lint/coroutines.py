@@ -12,6 +12,7 @@ _BLOCK_WORDS = re.compile(r"(?:\b(?:else|do|try|const|noexcept|mutable|override|
 _CAPTURE = re.compile(r"\[([^\[\]]*)\]\s*(?=[({<]|mutable\b|noexcept\b|->)")
 _TYPED_BRACE = re.compile(r"(?<![\w:.])((?:\w+::)*[A-Z]\w*)(?:<[^<>;]*(?:<[^<>;]*>[^<>;]*)?>)?\s*\{")
 _BARE_BRACE = re.compile(r"[(,]\s*\{")
+_PLAIN_CHOICE = re.compile(r"\?\s*(?:-?[\d.']+\w*|true|false)\s*:\s*(?:-?[\d.']+\w*|true|false)\b")
 _OPEN, _CLOSE = "([{", ")]}"
 
 
@@ -55,9 +56,10 @@ def _shapes(expression, begin, blocks):
     for match in _BARE_BRACE.finditer(expression):
         if begin + match.end() - 1 not in blocks:
             yield begin + match.start(), "a braced temporary in a full expression with co_await: name it first"
-    question = expression.find("?")
-    if question >= 0:
-        yield begin + question, "?: in a full expression with co_await: choose in a statement of its own"
+    for match in re.finditer(r"\?", expression):
+        if _PLAIN_CHOICE.match(expression, match.start()):
+            continue
+        yield begin + match.start(), "?: in a full expression with co_await: choose in a statement of its own"
 
 
 def _partners(code):

@@ -6,6 +6,8 @@ from layering import room_of
 _TYPE = re.compile(r"^(?:template\s*<[^{};]*>\s*)?(?:\[\[[^\]]*\]\]\s*)?(class|struct|enum class|enum|concept)\s+(?:\[\[[^\]]*\]\]\s*)?(\w+)"
                    r"(?=[^;{}()]*\{)", re.M)
 
+_FREE_FUNCTION = re.compile(r"^(?:template\s*<[^;{}]*>\s*)?(?!class\b|struct\b|using\b|#)[A-Za-z][\w:<>,&*\s]*\s[&*]?\w+\([^;{}]*\)[^;{}()]*[;{]", re.M)
+
 
 def check(tree):
     findings = []
@@ -32,8 +34,8 @@ def _name(file):
     classes = [(at, name) for at, kind, name in types if kind == "class"]
     if not classes or any(name == stem for _, _, name in types):
         return []
-    # Free functions or aliases of the header's name, or a name that starts like it (Logger.h: LogSink, Logging).
-    if re.search(r"\b%s\b" % re.escape(stem), file.code, re.I):
+    # A header of functions, whose classes only help them.
+    if _FREE_FUNCTION.search(file.code):
         return []
     line = file.line_of(classes[0][0])
     if file.allows(line, "name"):

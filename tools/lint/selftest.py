@@ -68,6 +68,7 @@ shape("co_return of an aggregate beside an await", "  co_await fetch(request);\n
 shape("co_return of an aggregate around an await", "  co_return Answer{co_await fetch(request)};", 2)
 shape("conditional", "  auto r = co_await (isLocal ? local() : remote());", 2)
 shape("conditional around", "  auto r = flag ? co_await one() : Text();", 2)
+shape("conditional of plain numbers", "  total += co_await one() ? 1 : 0;\n  ok = co_await one() ? true : false;")
 shape("conditional in a statement of its own", "  auto text = flag ? a : b;\n  co_await show(text);")
 shape("conditional in the body under an awaiting if", "  if (co_await ready()) text = flag ? a : b;\n  for (;;) { x = y ? 1 : 2; co_await tick(); }")
 shape("question mark in a text and in a comment", '  co_await say("really?");  // why ?: here')
@@ -81,7 +82,7 @@ shape("braces of a loop", "  while (true) {\n    if (done) { break; }\n    co_aw
 for text, bad in [
     ("auto t = QDateTime::currentDateTimeUtc();", True), ("auto t = clock.now();", False),
     ("auto t = std::chrono::steady_clock::now();", True), ("QTimer t;", True), ("QSettings s;", True),
-    ("QThread::sleep(1);", True), ("::usleep(5);", True), ("std::this_thread::yield();", True),
+    ("QThread::sleep(1);", True), ("::usleep(5);", True), ("std::this_thread::yield();", True), ("std::this_thread::get_id();", False),
     ("co_await sleepFor(x); asleep(1); scope.sleep(1);", False), ("auto t = time(nullptr);", True),
     ("auto t = transcript.time(0);", False), ("// QTimer is not for us", False), ('log("QTimer");', False),
     ("QRandomGenerator::global()->generate();", True), ("static Foo& instance();", True),
@@ -129,9 +130,10 @@ case(rooms, "no readme", {"src/core/A.h": "class A {\n};\n"}, "src/core/A.h:1")
 case(rooms, "readme", {"src/core/A.h": "class A {\n};\n", **README})
 case(rooms, "an adapter folder is a room", {"src/platform/qt/A.h": "class A {\n};\n"}, "src/platform/qt/A.h:1")
 case(rooms, "wrong name", {"src/core/A.h": "\nclass Other : public X {\n};\n", **README}, "src/core/A.h:2")
+case(rooms, "methods are no functions of the header", {"src/core/A.h": "class Other {\n  int f();\n};\n", **README}, "src/core/A.h:1")
 case(rooms, "forward declaration", {"src/core/A.h": "class Other;\nstruct A {\n};\n", **README})
 case(rooms, "plain values", {"src/core/Errors.h": "struct One {\n};\nenum class Two { a };\n", **README})
-case(rooms, "a function of that name", {"src/core/Offload.h": "class Helper {\n};\nint offload();\n", **README})
+case(rooms, "a function of that name", {"src/core/Offload.h": "class Helper {\n};\ntemplate <class F>\nTask<int> offload(F f);\n", **README})
 case(rooms, "helpers of a header of functions", {"src/core/Many.h": "namespace detail {\nclass Helper {\n};\n}\nint one();\n", **README})
 
 # --- assertions
