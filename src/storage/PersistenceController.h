@@ -93,7 +93,7 @@ class PersistenceController {
   void updateTranscriptAudioPath(const TranscriptPtr& transcript, const QString& path);
   // Removes the row and its audio files.
   void deleteTranscript(const TranscriptPtr& transcript);
-  void deleteTranscripts(const std::vector<TranscriptPtr>& transcripts);
+  bool deleteTranscripts(const std::vector<TranscriptPtr>& transcripts);
   // Newest first. A negative limit means all. `search`: every word must begin a word of the texts or of the mode's name,
   // in any case and without regard to accents; scripts without blanks and inner parts of words match too.
   std::vector<TranscriptPtr> fetchTranscripts(int limit, int offset = 0, const std::optional<QString>& search = {});
@@ -154,19 +154,27 @@ class PersistenceController {
  private:
   PersistenceController(std::unique_ptr<ObjectContext> context, const Clock& clock, const Logging& logging,
                         ErrorReporting* reporting, QTimeZone calendar);
+  struct Observers;
   void seedDefaultModes();
+  void report(const QString& text, const PlatformError& error);
   void reportFetchFailure(const char* logFormat, const QString& reportText, const PlatformError& error);
-  bool isToday(const std::optional<QDateTime>& date) const;
+  template <typename T>
+  std::vector<T> valueOrReport(Result<std::vector<T>, PlatformError> result, const char* logFormat,
+                               const char* reportText);
+  bool finishSave(const Result<void, PlatformError>& saved);
+  // Reads and changes in one write transaction.
+  bool change(const std::function<void()>& body);
+  Result<std::vector<ModePtr>, PlatformError> loadModes();
   void removeAudioFile(const std::optional<QString>& path, const char* deleted, const char* failed);
-  bool deleteRows(const std::vector<TranscriptPtr>& transcripts);
-  qint16 nextModeSortOrder();
-  qint16 nextVocabularySortOrder();
+  bool isToday(const std::optional<QDateTime>& date) const;
+  bool rollUsageOver(UsageTracking& usage);
 
   std::unique_ptr<ObjectContext> context_;
   const Clock& clock_;
   Logger log_;
   ErrorReporting* reporting_;
   QTimeZone calendar_;
+  std::unique_ptr<Observers> observers_;
 };
 
 inline constexpr const char* defaultModeId = "00000000-0000-0000-0000-000000000001";

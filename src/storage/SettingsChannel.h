@@ -3,12 +3,10 @@
 #include <QVariant>
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <type_traits>
-#include <vector>
 
-#include "base/Published.h"
 #include "ports/DefaultsStore.h"
+#include "storage/ObserverList.h"
 #include "storage/SettingsTable.h"
 
 namespace quillmere {
@@ -38,28 +36,17 @@ struct SettingValueType<SettingType::real> {
   using T = double;
 };
 
-// A list of "something changed" observers; each is told the key. Main thread.
-class ChangeSignal {
- public:
-  [[nodiscard]] Subscription observe(std::function<void(const QString& key)> observer);
-  void emitChange(const QString& key) const;
-
- private:
-  using Observer = std::shared_ptr<std::function<void(const QString&)>>;
-  std::shared_ptr<std::vector<Observer>> observers_ = std::make_shared<std::vector<Observer>>();
-};
-
 // Base of the settings managers: typed live views on the keys of one group and a signal for their changes, whoever
 // makes them. Writing a value that is already in effect and stored changes nothing and tells nobody.
 class SettingsChannel {
  public:
   SettingsChannel(DefaultsStore& defaults, const StandardFolders& folders, SettingGroup group);
-  ~SettingsChannel();
+  virtual ~SettingsChannel();
   SettingsChannel(const SettingsChannel&) = delete;
   SettingsChannel& operator=(const SettingsChannel&) = delete;
 
   [[nodiscard]] Subscription observeChanges(std::function<void(const QString& key)> observer) {
-    return changed_.observe(std::move(observer));
+    return changed_.observe([observer = std::move(observer)](QString key) { observer(key); });
   }
 
  protected:
@@ -86,13 +73,13 @@ class SettingsChannel {
   bool hasStored(const char* key) const { return defaults_.value(QString::fromLatin1(key)).isValid(); }
   // Told of every change of a key of the group, before the observers.
   virtual void onChanged(const QString& key) { Q_UNUSED(key) }
-  void announce(const QString& key) { changed_.emitChange(key); }
+  void announce(const QString& key) { changed_.tell(key); }
 
   DefaultsStore& defaults_;
   StandardFolders folders_;
 
  private:
-  ChangeSignal changed_;
+  ObserverList<QString> changed_;
   int observerToken_ = 0;
 };
 

@@ -78,7 +78,7 @@ class SettingsManager final : public SettingsChannel {
   // Mode identifier -> model. Setting stores the whole map.
   QMap<QString, QString> defaultModelByMode() const;
   bool setDefaultModelByMode(const QMap<QString, QString>& value);
-  // Nothing removes the mode's entry.
+  // Without a model the mode's entry goes.
   bool setDefaultModel(const QString& modeId, const std::optional<QString>& model);
   // Names that the user gave to models.
   QMap<QString, QString> modelDisplayNames() const;

@@ -1,0 +1,78 @@
+#include "storage/StoreSchema.h"
+
+namespace quillmere {
+
+namespace {
+
+constexpr const char* version1[] = {
+    R"(CREATE TABLE Mode (
+  pk INTEGER PRIMARY KEY AUTOINCREMENT,
+  capitalization INTEGER, createdDate INTEGER, customInstructions TEXT, userSystemPrompt TEXT, id TEXT,
+  isDefault INTEGER, isSystemProvided INTEGER, language TEXT, model TEXT, modifiedDate INTEGER, name TEXT, preset TEXT,
+  profanityFilter INTEGER, punctuation INTEGER, sortOrder INTEGER, languageModel TEXT, cloudTranscriptionModel TEXT,
+  cloudProvider TEXT, postProcessingMode INTEGER, postProcessingProvider TEXT, englishSpelling TEXT,
+  useStreamingTranscription INTEGER, cloudAccuracyTier TEXT
+) STRICT)",
+    R"(CREATE TABLE RecordingSession (
+  pk INTEGER PRIMARY KEY AUTOINCREMENT,
+  audioFilePath TEXT, audioFormat TEXT, channelCount INTEGER, deviceId TEXT, deviceName TEXT, durationInSeconds REAL,
+  endTime INTEGER, errorMessage TEXT, id TEXT, retryCount INTEGER, sampleRate REAL, startTime INTEGER, status TEXT
+) STRICT)",
+    R"(CREATE TABLE Transcript (
+  pk INTEGER PRIMARY KEY AUTOINCREMENT,
+  audioFilePath TEXT, date INTEGER, duration REAL, failedReason TEXT, id TEXT, lastRetryDate INTEGER, mode TEXT,
+  postProcessedText TEXT, postProcessingProvider TEXT, retryCount INTEGER, status TEXT, text TEXT,
+  transcribedText TEXT, transcriptionProvider TEXT, trimmedAudioFilePath TEXT,
+  modeRelationship INTEGER REFERENCES Mode(pk) ON DELETE SET NULL,
+  recordingSession INTEGER REFERENCES RecordingSession(pk) ON DELETE SET NULL
+) STRICT)",
+    R"(CREATE TABLE Vocabulary (
+  pk INTEGER PRIMARY KEY AUTOINCREMENT,
+  createdDate INTEGER, id TEXT, replacement TEXT, sortOrder INTEGER, word TEXT
+) STRICT)",
+    R"(CREATE TABLE UsageTracking (
+  pk INTEGER PRIMARY KEY AUTOINCREMENT,
+  id TEXT, dailyTranscriptionSeconds INTEGER, lastResetDate INTEGER, totalModelsDownloaded INTEGER,
+  firstUsageDate INTEGER
+) STRICT)",
+    "CREATE INDEX ModeById ON Mode(id)",
+    "CREATE INDEX TranscriptById ON Transcript(id)",
+    "CREATE INDEX TranscriptByDate ON Transcript(date)",
+    "CREATE INDEX TranscriptByMode ON Transcript(modeRelationship)",
+    "CREATE INDEX TranscriptBySession ON Transcript(recordingSession)",
+    "CREATE INDEX RecordingSessionById ON RecordingSession(id)",
+    "CREATE INDEX RecordingSessionUnfinished ON RecordingSession(startTime) WHERE endTime IS NULL",
+};
+
+// The index of the history's texts. It keeps no copy of them: triggers tell it what a row held before.
+constexpr const char* version2[] = {
+    R"(CREATE VIRTUAL TABLE TranscriptText USING fts5(
+  text, transcribedText, postProcessedText, mode,
+  content='Transcript', content_rowid='pk', tokenize='quillmere_words', prefix='2 3'
+))",
+    R"(CREATE TRIGGER TranscriptTextInsert AFTER INSERT ON Transcript BEGIN
+  INSERT INTO TranscriptText(rowid, text, transcribedText, postProcessedText, mode)
+  VALUES (new.pk, new.text, new.transcribedText, new.postProcessedText, new.mode);
+END)",
+    R"(CREATE TRIGGER TranscriptTextDelete AFTER DELETE ON Transcript BEGIN
+  INSERT INTO TranscriptText(TranscriptText, rowid, text, transcribedText, postProcessedText, mode)
+  VALUES ('delete', old.pk, old.text, old.transcribedText, old.postProcessedText, old.mode);
+END)",
+    R"(CREATE TRIGGER TranscriptTextUpdate AFTER UPDATE OF text, transcribedText, postProcessedText, mode ON Transcript
+BEGIN
+  INSERT INTO TranscriptText(TranscriptText, rowid, text, transcribedText, postProcessedText, mode)
+  VALUES ('delete', old.pk, old.text, old.transcribedText, old.postProcessedText, old.mode);
+  INSERT INTO TranscriptText(rowid, text, transcribedText, postProcessedText, mode)
+  VALUES (new.pk, new.text, new.transcribedText, new.postProcessedText, new.mode);
+END)",
+    "INSERT INTO TranscriptText(TranscriptText) VALUES ('rebuild')",
+};
+
+constexpr SchemaVersion versions[] = {{1, version1}, {2, version2}};
+
+}  // namespace
+
+std::span<const SchemaVersion> schemaVersions() { return versions; }
+int latestSchemaVersion() { return versions[std::size(versions) - 1].version; }
+
+}  // namespace quillmere
