@@ -1,0 +1,520 @@
+#include <atomic>
+#include <thread>
+
+#include "base/async/Async.h"
+#include "support/RunTask.h"
+
+using namespace quillmere;
+using namespace std::chrono_literals;
+
+// Every state in which a task can wait, crossed with every way in which the wait can be broken off.
+namespace {
+
+struct Env {
+  ManualExecutor executor;
+  WorkerPool pool{1, QStringLiteral("cancel-test")};
+  Completion<int> never;
+  std::atomic<bool> hasJobBegun{false};
+  std::atomic<int> jobsCalled{0};
+  int live = 0;
+  int stops = 0;
+  int begun = 0;
+  int cancelled = 0;
+  int finished = 0;
+  int shieldedFinished = 0;
+};
+
+struct Live {
+  explicit Live(Env& env) : count_(env.live) { ++count_; }
+  Live(const Live& other) : count_(other.count_) { ++count_; }
+  ~Live() { --count_; }
+  int& count_;
+};
+
+Task<void> nap(Env& env, Duration duration) {
+  const Live live(env);
+  co_await sleepFor(duration);
+}
+
+Task<int> napInt(Env& env, Duration duration) {
+  const Live live(env);
+  co_await sleepFor(duration);
+  co_return 1;
+}
+
+Task<int> atOnce(Env& env) {
+  const Live live(env);
+  co_return 2;
+}
+
+Task<void> inSleep(Env& env) { co_await nap(env, 10h); }
+
+Task<void> inNestedChild(Env& env) {
+  const Live live(env);
+  auto middle = [](Env& inner) -> Task<void> {
+    const Live own(inner);
+    auto task = inSleep(inner);
+    co_await std::move(task);
+  };
+  auto task = middle(env);
+  co_await std::move(task);
+}
+
+Task<void> inCompletion(Env& env) {
+  Env* const pointer = &env;
+  std::function<void()> onCancel = [pointer] { ++pointer->stops; };
+  auto task = env.never.wait(std::move(onCancel));
+  co_await std::move(task);
+}
+
+Task<void> inWhenAllWithOneFinished(Env& env) {
+  auto task = whenAll(atOnce(env), napInt(env, 10h));
+  co_await std::move(task);
+}
+
+Task<void> inWhenAllOfMany(Env& env) {
+  std::vector<Task<int>> tasks;
+  for (int i = 0; i < 5; ++i) tasks.push_back(napInt(env, std::chrono::hours(10 + i)));
+  tasks.push_back(atOnce(env));
+  auto task = whenAll(std::move(tasks));
+  co_await std::move(task);
+}
+
+Task<void> inWhenAllOfVoid(Env& env) {
+  std::vector<Task<void>> tasks;
+  tasks.push_back(inCompletion(env));
+  tasks.push_back(nap(env, 10h));
+  auto task = whenAll(std::move(tasks));
+  co_await std::move(task);
+}
+
+Task<void> inTimeout(Env& env) {
+  auto task = withTimeout(20h, nap(env, 10h));
+  co_await std::move(task);
+}
+
+Task<void> inTimeoutInWhenAllInTimeout(Env& env) {
+  std::vector<Task<void>> tasks;
+  tasks.push_back(inTimeout(env));
+  tasks.push_back(inWhenAllWithOneFinished(env));
+  auto task = withTimeout(20h, whenAll(std::move(tasks)));
+  co_await std::move(task);
+}
+
+Task<void> shieldedWork(Env& env) {
+  const Live live(env);
+  co_await sleepFor(5s);
+  const CancelToken token = co_await currentCancelToken();
+  if (token.isCancelled()) throw std::logic_error("a shielded task sees no cancel");
+  co_await sleepFor(5s);
+  ++env.shieldedFinished;
+}
+
+Task<void> inShielded(Env& env) {
+  auto task = shielded(shieldedWork(env));
+  co_await std::move(task);
+}
+
+Task<void> inJoin(Env& env) {
+  Executor& executor = co_await currentExecutor();
+  TaskScope scope(executor);
+  auto handle = scope.spawn(nap(env, 10h));
+  auto task = handle.join();
+  co_await std::move(task);
+}
+
+struct UntilStopped {
+  Env* env;
+  int operator()(const StopFlag& stop) const {
+    ++env->jobsCalled;
+    env->hasJobBegun = true;
+    while (!stop.atomic()) std::this_thread::yield();
+    return 1;
+  }
+};
+
+Task<void> inOffload(Env& env) {
+  auto task = offload(env.pool, UntilStopped{&env});
+  co_await std::move(task);
+}
+
+Task<void> inOffloadBehindAnother(Env& env) {
+  std::vector<Task<int>> tasks;
+  tasks.push_back(offload(env.pool, UntilStopped{&env}));
+  tasks.push_back(offload(env.pool, UntilStopped{&env}));
+  auto task = whenAll(std::move(tasks));
+  co_await std::move(task);
+}
+
+struct WaitState {
+  const char* name;
+  Task<void> (*wait)(Env&);
+  bool usesWorker = false;
+  bool isShielded = false;
+  int stops = 0;
+  int startsWhenCancelled = 0;
+};
+
+Task<void> watched(Env& env, Task<void> (*wait)(Env&)) {
+  const Live live(env);
+  ++env.begun;
+  try {
+    auto task = wait(env);
+    co_await std::move(task);
+  } catch (const Cancelled&) {
+    ++env.cancelled;
+    throw;
+  }
+  ++env.finished;
+}
+
+class TaskCancel : public testing::TestWithParam<WaitState> {
+ protected:
+  void waitUntilWaiting() {
+    env.executor.runReady();
+    while (GetParam().usesWorker && !env.hasJobBegun) std::this_thread::yield();
+    ASSERT_EQ(env.begun, 1);
+    ASSERT_EQ(env.cancelled, 0);
+    ASSERT_GT(env.live, 0);
+  }
+  // Nothing is left of the task, neither in memory nor in the executor.
+  void expectNothingLeft() {
+    env.executor.runUntilIdle();
+    EXPECT_EQ(env.live, 0);
+    EXPECT_FALSE(env.executor.hasWork());
+    EXPECT_EQ(env.finished, 0);
+    EXPECT_EQ(env.stops, GetParam().stops);
+    if (GetParam().usesWorker) {
+      EXPECT_EQ(env.jobsCalled, 1) << "a job that has not begun is not called";
+    }
+  }
+  Task<void> task() { return watched(env, GetParam().wait); }
+
+  Env env;
+};
+
+TEST_P(TaskCancel, WhileItWaits) {
+  TaskScope scope(env.executor);
+  auto handle = scope.spawn(task());
+  waitUntilWaiting();
+  handle.cancel();
+  handle.cancel();
+  EXPECT_EQ(env.cancelled, 0) << "a task is never resumed from inside cancel()";
+  EXPECT_EQ(env.stops, GetParam().stops) << "the stop function is called at once";
+  env.executor.runUntil([&] { return handle.isDone(); });
+  EXPECT_EQ(env.cancelled, 1);
+  EXPECT_EQ(env.shieldedFinished, GetParam().isShielded ? 1 : 0);
+  EXPECT_TRUE(scope.isIdle());
+  EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
+  expectNothingLeft();
+}
+
+TEST_P(TaskCancel, BeforeItBegins) {
+  TaskScope scope(env.executor);
+  auto handle = scope.spawn(task());
+  EXPECT_EQ(env.live, 0);
+  handle.cancel();
+  EXPECT_FALSE(handle.isDone());
+  env.executor.runReady();
+  EXPECT_TRUE(handle.isDone());
+  EXPECT_EQ(env.begun, 0) << "no line of it runs";
+  EXPECT_FALSE(env.executor.hasWork());
+  EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
+}
+
+TEST_P(TaskCancel, BeforeItWaits) {
+  const auto cancelSelf = [](Env& own, TaskHandle<>& handle, Task<void> (*wait)(Env&)) -> Task<void> {
+    handle.cancel();
+    auto inner = watched(own, wait);
+    co_await std::move(inner);
+  };
+  TaskScope scope(env.executor);
+  TaskHandle<> handle;
+  handle = scope.spawn(cancelSelf(env, handle, GetParam().wait));
+  env.executor.runUntil([&] { return handle.isDone(); });
+  EXPECT_EQ(env.begun, 1);
+  EXPECT_EQ(env.cancelled, 1);
+  EXPECT_EQ(env.finished, 0);
+  EXPECT_EQ(env.jobsCalled, 0);
+  EXPECT_EQ(env.live, 0);
+  EXPECT_EQ(env.shieldedFinished, GetParam().isShielded ? 1 : 0);
+  EXPECT_FALSE(env.executor.hasWork());
+}
+
+TEST_P(TaskCancel, ByTheDeathOfItsScope) {
+  {
+    TaskScope scope(env.executor);
+    scope.spawn(task());
+    waitUntilWaiting();
+  }
+  EXPECT_EQ(env.live, 0) << "frames go at once";
+  EXPECT_EQ(env.stops, GetParam().stops);
+  EXPECT_EQ(env.executor.timerCount(), 0u);
+  expectNothingLeft();
+  EXPECT_EQ(env.cancelled, 0) << "no line of it runs";
+  EXPECT_EQ(env.shieldedFinished, 0);
+}
+
+TEST_P(TaskCancel, ByTheDeathOfItsScopeBeforeItBegins) {
+  {
+    TaskScope scope(env.executor);
+    scope.spawn(task());
+  }
+  env.executor.runUntilIdle();
+  EXPECT_EQ(env.begun, 0);
+  EXPECT_FALSE(env.executor.hasWork());
+}
+
+TEST_P(TaskCancel, ThenTheScopeDiesBeforeItIsResumed) {
+  TaskHandle<> handle;
+  {
+    TaskScope scope(env.executor);
+    handle = scope.spawn(task());
+    waitUntilWaiting();
+    handle.cancel();
+  }
+  EXPECT_EQ(env.live, 0);
+  EXPECT_TRUE(handle.isDone());
+  expectNothingLeft();
+  EXPECT_EQ(env.cancelled, 0);
+  EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
+}
+
+TEST_P(TaskCancel, ByATimeout) {
+  TaskScope scope(env.executor);
+  auto handle = scope.spawn(withTimeout(3s, task()));
+  waitUntilWaiting();
+  env.executor.advance(3s);
+  env.executor.runUntil([&] { return handle.isDone(); });
+  EXPECT_FALSE(runTask(env.executor, handle.join()));
+  EXPECT_EQ(env.cancelled, 1);
+  EXPECT_EQ(env.shieldedFinished, GetParam().isShielded ? 1 : 0);
+  expectNothingLeft();
+}
+
+TEST_P(TaskCancel, ThroughTheOneWhoJoinsIt) {
+  TaskScope scope(env.executor);
+  auto handle = scope.spawn(task());
+  auto joiner = scope.spawn(handle.join());
+  waitUntilWaiting();
+  joiner.cancel();
+  env.executor.runUntil([&] { return joiner.isDone(); });
+  EXPECT_TRUE(handle.isDone()) << "the joiner waits for the end of the task";
+  EXPECT_EQ(env.cancelled, 1);
+  EXPECT_THROW(runTask(env.executor, joiner.join()), Cancelled);
+  expectNothingLeft();
+}
+
+TEST_P(TaskCancel, ByAFailingSibling) {
+  const auto failing = []() -> Task<void> {
+    co_await sleepFor(1s);
+    throw std::runtime_error("broken");
+  };
+  std::vector<Task<void>> tasks;
+  tasks.push_back(task());
+  tasks.push_back(failing());
+  TaskScope scope(env.executor);
+  auto handle = scope.spawn(whenAll(std::move(tasks)));
+  waitUntilWaiting();
+  env.executor.advance(1s);
+  env.executor.runUntil([&] { return handle.isDone(); });
+  EXPECT_THROW(runTask(env.executor, handle.join()), std::runtime_error);
+  EXPECT_EQ(env.cancelled, 1);
+  expectNothingLeft();
+}
+
+TEST_P(TaskCancel, ByCancelAll) {
+  TaskScope scope(env.executor);
+  auto handle = scope.spawn(task());
+  auto unbegun = scope.spawn(atOnce(env));
+  waitUntilWaiting();
+  scope.cancelAll();
+  env.executor.runUntil([&] { return scope.isIdle(); });
+  EXPECT_EQ(env.cancelled, 1);
+  EXPECT_EQ(runTask(env.executor, unbegun.join()), 2) << "it had ended before";
+  expectNothingLeft();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    In, TaskCancel,
+    testing::Values(WaitState{"sleep", inSleep}, WaitState{"nestedChild", inNestedChild},
+                    WaitState{"completion", inCompletion, false, false, 1},
+                    WaitState{"whenAllWithOneFinished", inWhenAllWithOneFinished},
+                    WaitState{"whenAllOfMany", inWhenAllOfMany},
+                    WaitState{"whenAllOfVoid", inWhenAllOfVoid, false, false, 1}, WaitState{"timeout", inTimeout},
+                    WaitState{"timeoutInWhenAllInTimeout", inTimeoutInWhenAllInTimeout},
+                    WaitState{"shielded", inShielded, false, true}, WaitState{"join", inJoin},
+                    WaitState{"offload", inOffload, true},
+                    WaitState{"offloadBehindAnother", inOffloadBehindAnother, true}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Cancel, AfterTheEndChangesNothing) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  const auto quick = []() -> Task<int> { co_return 4; };
+  auto handle = scope.spawn(quick());
+  executor.runReady();
+  EXPECT_TRUE(handle.isDone());
+  handle.cancel();
+  scope.cancelAll();
+  EXPECT_EQ(runTask(executor, handle.join()), 4);
+}
+
+TEST(Cancel, BetweenTheValueAndItsResumptionStillThrows) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  Completion<int> completion;
+  int stops = 0;
+  auto handle = scope.spawn(completion.wait([&] { ++stops; }));
+  executor.runReady();
+  completion.resolve(1);
+  handle.cancel();
+  executor.runReady();
+  EXPECT_EQ(stops, 0) << "nothing is left to stop";
+  EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
+}
+
+TEST(Cancel, CaughtAndSwallowedTheTaskGoesOnButEveryWaitThrowsAgain) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  const auto stubborn = []() -> Task<int> {
+    int caught = 0;
+    for (int i = 0; i < 3; ++i) {
+      try {
+        co_await sleepFor(1h);
+      } catch (const Cancelled&) {
+        ++caught;
+      }
+    }
+    try {
+      co_await throwIfCancelled();
+    } catch (const Cancelled&) {
+      ++caught;
+    }
+    co_return caught;
+  };
+  auto handle = scope.spawn(stubborn());
+  executor.runReady();
+  handle.cancel();
+  executor.runReady();
+  EXPECT_EQ(runTask(executor, handle.join()), 4);
+  EXPECT_EQ(executor.timerCount(), 0u);
+}
+
+TEST(Cancel, CleaningUpInAShieldWaits) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  bool isClean = false;
+  const auto cleanUp = [](bool& out) -> Task<void> {
+    co_await sleepFor(2s);
+    out = true;
+  };
+  const auto work = [](bool& out, auto clean) -> Task<void> {
+    bool isBroken = false;
+    try {
+      co_await sleepFor(1h);
+    } catch (const Cancelled&) {
+      isBroken = true;
+    }
+    if (isBroken) {
+      auto task = shielded(clean(out));
+      co_await std::move(task);
+    }
+  };
+  auto handle = scope.spawn(work(isClean, cleanUp));
+  executor.runReady();
+  handle.cancel();
+  executor.advance(1s);
+  EXPECT_FALSE(handle.isDone());
+  executor.advance(1s);
+  EXPECT_TRUE(handle.isDone());
+  EXPECT_TRUE(isClean);
+}
+
+TEST(Cancel, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
+  for (const bool isInWhenAll : {false, true}) {
+    ManualExecutor executor;
+    auto scope = std::make_unique<TaskScope>(executor);
+    Completion<int> completion;
+    int stops = 0;
+    const auto sleeper = []() -> Task<int> {
+      co_await sleepFor(1h);
+      co_return 1;
+    };
+    auto wait = completion.wait([&] {
+      ++stops;
+      scope.reset();
+    });
+    TaskHandle<int> handle;
+    TaskHandle<std::tuple<int, int>> group;
+    if (isInWhenAll) group = scope->spawn(whenAll(std::move(wait), sleeper()));
+    else handle = scope->spawn(std::move(wait));
+    executor.runReady();
+    handle.cancel();
+    group.cancel();
+    EXPECT_EQ(stops, 1);
+    EXPECT_FALSE(scope);
+    executor.runUntilIdle();
+    EXPECT_FALSE(executor.hasWork());
+  }
+}
+
+TEST(Cancel, TokensAreInheritedByChildrenAndRunTheirFunctions) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  int told = 0;
+  const auto child = [](int& count) -> Task<void> {
+    const CancelToken token = co_await currentCancelToken();
+    const Subscription subscription = token.onCancel([&count] { ++count; });
+    co_await sleepFor(1h);
+  };
+  const auto parent = [](int& count, auto makeChild) -> Task<void> {
+    auto task = makeChild(count);
+    co_await std::move(task);
+  };
+  auto handle = scope.spawn(parent(told, child));
+  auto other = scope.spawn(parent(told, child));
+  executor.runReady();
+  handle.cancel();
+  EXPECT_EQ(told, 1) << "at once, and only in the cancelled task";
+}
+
+TEST(CancelToken, CallsFunctionsOnceInOrder) {
+  CancelSource source;
+  const CancelToken token = source.token();
+  QString trace;
+  const auto first = token.onCancel([&] { trace += u'1'; });
+  auto second = token.onCancel([&] { trace += u'2'; });
+  const auto third = token.onCancel([&] {
+    trace += u'3';
+    source.cancel();
+  });
+  second.reset();
+  EXPECT_FALSE(token.isCancelled());
+  EXPECT_NO_THROW(token.throwIfCancelled());
+  source.cancel();
+  source.cancel();
+  EXPECT_EQ(trace, QStringLiteral("13"));
+  const auto late = token.onCancel([&] { trace += u'4'; });
+  EXPECT_EQ(trace, QStringLiteral("134")) << "at once when it has happened already";
+  EXPECT_THROW(token.throwIfCancelled(), Cancelled);
+  EXPECT_FALSE(CancelToken().isCancelled());
+}
+
+TEST(CancelToken, AFunctionMayEndOthersAndDestroyTheSource) {
+  auto source = std::make_unique<CancelSource>();
+  const CancelToken token = source->token();
+  int calls = 0;
+  Subscription second;
+  const auto first = token.onCancel([&] {
+    ++calls;
+    second.reset();
+    source.reset();
+  });
+  second = token.onCancel([&] { calls += 10; });
+  source->cancel();
+  EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(token.isCancelled());
+}
+
+}  // namespace

@@ -1,0 +1,208 @@
+#include <QString>
+
+#include "base/async/Async.h"
+#include "support/RunTask.h"
+
+using namespace quillmere;
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Live {
+  explicit Live(int& count) : count_(count) { ++count_; }
+  Live(const Live& other) : count_(other.count_) { ++count_; }
+  ~Live() { --count_; }
+  int& count_;
+};
+
+Task<int> value(int number) { co_return number; }
+
+Task<std::unique_ptr<int>> moveOnly() {
+  co_await yieldNow();
+  co_return std::make_unique<int>(7);
+}
+
+struct NoDefault {
+  explicit NoDefault(int n) : number(n) {}
+  int number;
+};
+
+Task<NoDefault> noDefault() { co_return NoDefault{3}; }
+
+Task<int> sum(int rounds) {
+  int total = 0;
+  for (int i = 0; i < rounds; ++i) {
+    auto task = value(i % 2);
+    total += co_await std::move(task);
+  }
+  co_return total;
+}
+
+Task<int> deep(int depth) {
+  if (depth == 0) {
+    co_await yieldNow();
+    co_return 0;
+  }
+  auto task = deep(depth - 1);
+  const int below = co_await std::move(task);
+  co_return below + 1;
+}
+
+Task<void> fail(bool isWaiting) {
+  if (isWaiting) co_await yieldNow();
+  throw std::runtime_error("broken");
+}
+
+Task<int> passThrough(bool isWaiting, int& unwound) {
+  struct Unwind {
+    int& count;
+    ~Unwind() { ++count; }
+  };
+  const Unwind unwind{unwound};
+  auto task = fail(isWaiting);
+  co_await std::move(task);
+  co_return 1;
+}
+
+TEST(Task, HandsValuesOfAnyMovableTypeOver) {
+  ManualExecutor executor;
+  EXPECT_EQ(runTask(executor, value(5)), 5);
+  EXPECT_EQ(*runTask(executor, moveOnly()), 7);
+  EXPECT_EQ(runTask(executor, noDefault()).number, 3);
+  EXPECT_FALSE(executor.hasWork());
+}
+
+TEST(Task, RunsNothingBeforeItIsStarted) {
+  ManualExecutor executor;
+  int runs = 0;
+  const auto make = [](int& count) -> Task<void> {
+    ++count;
+    co_return;
+  };
+  TaskScope scope(executor);
+  auto task = make(runs);
+  EXPECT_EQ(runs, 0);
+  scope.spawn(std::move(task));
+  EXPECT_EQ(runs, 0) << "spawn only posts";
+  executor.runReady();
+  EXPECT_EQ(runs, 1);
+  EXPECT_TRUE(scope.isIdle());
+}
+
+TEST(Task, DestroyedUnstartedLetsItsArgumentsGo) {
+  int live = 0;
+  const auto make = [](Live) -> Task<void> { co_return; };
+  {
+    auto task = make(Live(live));
+    EXPECT_EQ(live, 1);
+    auto moved = std::move(task);
+    EXPECT_FALSE(task.isValid());
+    EXPECT_TRUE(moved.isValid());
+    moved = make(Live(live));
+    EXPECT_EQ(live, 1) << "assigning over a task destroys it";
+  }
+  EXPECT_EQ(live, 0);
+}
+
+TEST(Task, AnAwaitedFrameIsGoneWhenTheAwaitIsOver) {
+  ManualExecutor executor;
+  int live = 0;
+  const auto child = [](Live) -> Task<int> { co_return 1; };
+  const auto parent = [](int& count, auto makeChild) -> Task<int> {
+    auto task = makeChild(Live(count));
+    const int number = co_await std::move(task);
+    co_return count * 10 + number;
+  };
+  EXPECT_EQ(runTask(executor, parent(live, child)), 1) << "arguments of the child are destroyed though its task lives on";
+}
+
+TEST(Task, AwaitingTwiceIsAnError) {
+  ManualExecutor executor;
+  const auto twice = []() -> Task<int> {
+    auto task = value(1);
+    int total = co_await std::move(task);
+    total += co_await std::move(task);
+    co_return total;
+  };
+  EXPECT_THROW(runTask(executor, twice()), std::logic_error);
+  EXPECT_THROW(runTask(executor, Task<int>()), std::logic_error);
+}
+
+TEST(Task, ExceptionsPassThroughEveryFrame) {
+  for (const bool isWaiting : {false, true}) {
+    ManualExecutor executor;
+    int unwound = 0;
+    EXPECT_THROW(runTask(executor, passThrough(isWaiting, unwound)), std::runtime_error);
+    EXPECT_EQ(unwound, 1);
+  }
+}
+
+TEST(Task, ACaughtExceptionLeavesTheTaskUsable) {
+  ManualExecutor executor;
+  const auto recover = []() -> Task<int> {
+    int caught = 0;
+    for (const bool isWaiting : {false, true}) {
+      try {
+        auto task = fail(isWaiting);
+        co_await std::move(task);
+      } catch (const std::runtime_error&) {
+        ++caught;
+      }
+    }
+    co_await sleepFor(1s);
+    co_return caught;
+  };
+  EXPECT_EQ(runTask(executor, recover()), 2);
+}
+
+TEST(Task, KnowsItsExecutorInEveryDepth) {
+  ManualExecutor executor;
+  const auto child = []() -> Task<Executor*> {
+    Executor& own = co_await currentExecutor();
+    co_return &own;
+  };
+  const auto parent = [](auto makeChild) -> Task<Executor*> {
+    co_await yieldNow();
+    auto task = makeChild();
+    co_return co_await std::move(task);
+  };
+  EXPECT_EQ(runTask(executor, parent(child)), &executor);
+}
+
+TEST(Task, SleepsExactlyAsLongAsAsked) {
+  ManualExecutor executor;
+  const auto nap = [](Duration duration) -> Task<Duration> {
+    Executor& own = co_await currentExecutor();
+    const TimePoint before = own.now();
+    co_await sleepFor(duration);
+    co_return own.now() - before;
+  };
+  for (const Duration duration : {Duration(0), Duration(1), Duration(120s), Duration(24h * 300)})
+    EXPECT_EQ(runTask(executor, nap(duration)), duration);
+  EXPECT_EQ(runTask(executor, nap(Duration(-5s))), Duration(0));
+}
+
+TEST(Task, NeitherLongNorDeepChainsNeedStack) {
+  ManualExecutor executor;
+  EXPECT_EQ(runTask(executor, sum(1'000'000)), 500'000);
+  EXPECT_EQ(runTask(executor, deep(50'000)), 50'000);
+}
+
+TEST(Task, RunsInterleaveInTheOrderOfTheirPosts) {
+  ManualExecutor executor;
+  QString trace;
+  const auto speak = [](QString& out, QChar letter) -> Task<void> {
+    for (int i = 0; i < 3; ++i) {
+      out += letter;
+      co_await yieldNow();
+    }
+  };
+  TaskScope scope(executor);
+  scope.spawn(speak(trace, u'a'));
+  scope.spawn(speak(trace, u'b'));
+  executor.post([&] { trace += u'|'; });
+  executor.runReady();
+  EXPECT_EQ(trace, QStringLiteral("ab|abab"));
+}
+
+}  // namespace
