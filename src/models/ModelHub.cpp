@@ -45,8 +45,9 @@ Result<HubLocation, UrlError> locateOnHub(const QString& base, const QString& fi
     UrlError error{UrlError::badUrl, QStringLiteral("badUrl"), localizedText("models.error.hubInvalid", text)};
     return Failed{error};
   }
-  url.setPath(withoutTrailingSlashes(url.path()) + QString::fromLatin1(modelHubPath) + filename, QUrl::DecodedMode);
-  if (url.path().startsWith(u"//")) url.setPath(url.path().mid(1));
+  QString folder = withoutTrailingSlashes(url.path(QUrl::FullyEncoded));
+  if (folder == u"/") folder.clear();
+  url.setPath(folder + QString::fromLatin1(modelHubPath) + filename, QUrl::StrictMode);
   url.setFragment(QString());
   return HubLocation(url);
 }
