@@ -98,28 +98,31 @@ ExpectedTensors expectedTensors(const GgmlModelFile& file, TensorType matrix) {
   return all;
 }
 
-// Throws GgmlModelFault; caught in inspectGgmlModelFile, so that every read is one line.
+// Reads forward and keeps the first fault; behind one, every read gives zeros.
 class Walker {
  public:
   explicit Walker(QIODevice& device) : device_(device), size_(device.size()) {}
 
-  [[noreturn]] static void fail(Kind kind, const QString& detail) { throw GgmlModelFault{kind, detail}; }
-  static void require(bool holds, const char* detail) {
+  void fail(Kind kind, const QString& detail) {
+    if (!fault_) fault_ = GgmlModelFault{kind, detail};
+  }
+  void require(bool holds, const char* detail) {
     if (!holds) fail(Kind::damaged, QString::fromLatin1(detail));
   }
-
+  bool isGood() const { return !fault_; }
+  const std::optional<GgmlModelFault>& fault() const { return fault_; }
   qint64 left() const { return size_ - position_; }
-  bool atEnd() const { return position_ == size_; }
 
   void read(void* target, qint64 bytes) {
-    if (left() < bytes) fail(Kind::truncated, QStringLiteral("ends after %1 bytes").arg(size_));
-    if (device_.read(static_cast<char*>(target), bytes) != bytes) fail(Kind::unreadable, device_.errorString());
+    std::memset(target, 0, static_cast<std::size_t>(bytes));
+    if (!isFollowedBy(bytes)) return;
+    if (device_.read(static_cast<char*>(target), bytes) != bytes) return fail(Kind::unreadable, device_.errorString());
     position_ += bytes;
   }
   void skip(qint64 bytes) {
-    if (left() < bytes) fail(Kind::truncated, QStringLiteral("ends after %1 bytes").arg(size_));
+    if (!isFollowedBy(bytes)) return;
+    if (!device_.seek(position_ + bytes)) return fail(Kind::unreadable, device_.errorString());
     position_ += bytes;
-    if (!device_.seek(position_)) fail(Kind::unreadable, device_.errorString());
   }
   qint32 integer() {
     qint32 value = 0;
@@ -128,15 +131,22 @@ class Walker {
   }
 
  private:
+  bool isFollowedBy(qint64 bytes) {
+    if (left() < bytes) fail(Kind::truncated, QStringLiteral("ends after %1 bytes").arg(size_));
+    return isGood();
+  }
+
   QIODevice& device_;
   qint64 size_;
   qint64 position_ = 0;
+  std::optional<GgmlModelFault> fault_;
 };
 
 void readMagic(Walker& walker) {
-  if (walker.left() == 0) Walker::fail(Kind::empty, QStringLiteral("no bytes"));
-  if (walker.left() < 4) Walker::fail(Kind::foreign, QStringLiteral("too short for a magic number"));
-  if (static_cast<quint32>(walker.integer()) != kMagic) Walker::fail(Kind::foreign, QStringLiteral("no ggml magic number"));
+  if (walker.left() == 0) return walker.fail(Kind::empty, QStringLiteral("no bytes"));
+  if (walker.left() < 4 || static_cast<quint32>(walker.integer()) != kMagic) {
+    walker.fail(Kind::foreign, QStringLiteral("no ggml magic number"));
+  }
 }
 
 GgmlModelFile readDimensions(Walker& walker) {
@@ -148,40 +158,37 @@ GgmlModelFile readDimensions(Walker& walker) {
   }
   // Voice activity and Parakeet models share the magic number; their first fields are far from these.
   if (file.vocabularySize < 51864 || file.vocabularySize > 60000 || file.audioContext != 1500) {
-    Walker::fail(Kind::foreign, QStringLiteral("vocabulary of %1, audio context of %2").arg(file.vocabularySize).arg(file.audioContext));
+    walker.fail(Kind::foreign, QStringLiteral("vocabulary of %1, audio context of %2").arg(file.vocabularySize).arg(file.audioContext));
   }
-  Walker::require(file.width >= 16 && file.width <= 4096 && textWidth == file.width, "width of the states");
+  walker.require(file.width >= 16 && file.width <= 4096 && textWidth == file.width, "width of the states");
   for (const int heads : {file.audioHeads, file.textHeads}) {
-    Walker::require(heads >= 1 && heads <= 128 && file.width % heads == 0 && file.width / heads % 8 == 0, "number of heads");
+    walker.require(heads >= 1 && heads <= 128 && file.width % heads == 0 && file.width / heads % 8 == 0, "number of heads");
   }
-  for (const int layers : {file.audioLayers, file.textLayers}) {
-    Walker::require(layers >= 1 && layers <= 64, "number of layers");
-  }
-  Walker::require(file.textContext == 448, "text context");
-  Walker::require(file.melBands == 80 || file.melBands == 128, "number of mel bands");
+  for (const int layers : {file.audioLayers, file.textLayers}) walker.require(layers >= 1 && layers <= 64, "number of layers");
+  walker.require(file.textContext == 448, "text context");
+  walker.require(file.melBands == 80 || file.melBands == 128, "number of mel bands");
   // The thousands are the version of the quantisation.
-  Walker::require(file.fileType >= 0 && file.fileType < 3000, "file type");
+  walker.require(file.fileType >= 0 && file.fileType < 3000, "file type");
   file.fileType %= 1000;
   return file;
 }
 
 void readMelBank(Walker& walker, int melBands) {
-  Walker::require(walker.integer() == melBands, "mel bank");
-  const int bins = walker.integer();
-  Walker::require(bins == 201, "mel bank");
-  std::vector<float> bank(static_cast<std::size_t>(melBands) * static_cast<std::size_t>(bins));
+  constexpr int bins = 201;
+  walker.require(walker.integer() == melBands && walker.integer() == bins, "mel bank");
+  if (!walker.isGood()) return;
+  std::vector<float> bank(static_cast<std::size_t>(melBands) * bins);
   walker.read(bank.data(), static_cast<qint64>(bank.size() * sizeof(float)));
-  for (const float weight : bank) Walker::require(std::isfinite(qFromLittleEndian(weight)), "mel bank");
+  for (const float weight : bank) walker.require(std::isfinite(qFromLittleEndian(weight)), "mel bank");
 }
 
 int readWords(Walker& walker, int vocabularySize) {
   const int count = walker.integer();
-  Walker::require(count > 0 && count <= vocabularySize, "number of words");
-  std::array<char, kMaximumWordBytes> word;
-  for (int i = 0; i < count; ++i) {
+  walker.require(count > 0 && count <= vocabularySize, "number of words");
+  for (int i = 0; i < count && walker.isGood(); ++i) {
     const int length = walker.integer();
-    Walker::require(length >= 0 && length <= kMaximumWordBytes, "length of a word");
-    walker.read(word.data(), length);
+    walker.require(length >= 0 && length <= kMaximumWordBytes, "length of a word");
+    walker.skip(length);
   }
   return count;
 }
@@ -189,20 +196,25 @@ int readWords(Walker& walker, int vocabularySize) {
 int readTensors(Walker& walker, ExpectedTensors expected) {
   int count = 0;
   std::string name;
-  while (!walker.atEnd()) {
+  while (walker.isGood() && walker.left() > 0) {
     const int dimensions = walker.integer();
     const int nameLength = walker.integer();
     const int type = walker.integer();
-    Walker::require(dimensions >= 1 && dimensions <= 3 && nameLength > 0 && nameLength < 64, "table of tensors");
+    walker.require(dimensions >= 1 && dimensions <= 3 && nameLength > 0 && nameLength < 64, "table of tensors");
+    if (!walker.isGood()) break;
     std::array<qint64, 3> shape{1, 1, 1};
     for (int i = 0; i < dimensions; ++i) shape[static_cast<std::size_t>(i)] = walker.integer();
     name.resize(static_cast<std::size_t>(nameLength));
     walker.read(name.data(), nameLength);
+    if (!walker.isGood()) break;
     const auto found = expected.find(name);
-    Walker::require(found != expected.end() && !found->second.seen, "unknown or repeated tensor");
+    if (found == expected.end() || found->second.seen) {
+      walker.fail(Kind::damaged, QStringLiteral("unknown or repeated tensor"));
+      break;
+    }
     ExpectedTensor& tensor = found->second;
     if (type != tensor.type.id || shape != tensor.shape || shape[0] % tensor.type.blockLength != 0) {
-      Walker::fail(Kind::damaged, QStringLiteral("type or shape of tensor %1").arg(QString::fromStdString(name)));
+      walker.fail(Kind::damaged, QStringLiteral("type or shape of tensor %1").arg(QString::fromStdString(name)));
     }
     walker.skip(tensor.bytes());
     tensor.seen = true;
@@ -210,7 +222,7 @@ int readTensors(Walker& walker, ExpectedTensors expected) {
   }
   // A file cut between two tensors walks to its end, too.
   if (count > 0 && count != static_cast<int>(expected.size())) {
-    Walker::fail(Kind::truncated, QStringLiteral("%1 of %2 tensors").arg(count).arg(expected.size()));
+    walker.fail(Kind::truncated, QStringLiteral("%1 of %2 tensors").arg(count).arg(expected.size()));
   }
   return count;
 }
@@ -218,23 +230,20 @@ int readTensors(Walker& walker, ExpectedTensors expected) {
 }  // namespace
 
 Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device, GgmlModelChecks checks) {
-  try {
-    if (!device.isReadable() || device.isSequential()) Walker::fail(Kind::unreadable, device.errorString());
-    Walker walker(device);
-    readMagic(walker);
-    GgmlModelFile file = readDimensions(walker);
-    const auto type = matrixType(file.fileType);
-    Walker::require(type.has_value(), "file type");
-    readMelBank(walker, file.melBands);
-    file.words = readWords(walker, file.vocabularySize);
+  if (!device.isReadable() || device.isSequential()) return Failed{GgmlModelFault{Kind::unreadable, device.errorString()}};
+  Walker walker(device);
+  readMagic(walker);
+  GgmlModelFile file = readDimensions(walker);
+  const auto type = matrixType(file.fileType);
+  walker.require(type.has_value(), "file type");
+  readMelBank(walker, file.melBands);
+  file.words = readWords(walker, file.vocabularySize);
+  if (walker.isGood()) {
     file.tensors = readTensors(walker, expectedTensors(file, *type));
-    if (file.tensors == 0 && checks == GgmlModelChecks::whole) {
-      Walker::fail(Kind::truncated, QStringLiteral("no tensors"));
-    }
-    return file;
-  } catch (GgmlModelFault& fault) {
-    return Failed{std::move(fault)};
+    if (file.tensors == 0 && checks == GgmlModelChecks::whole) walker.fail(Kind::truncated, QStringLiteral("no tensors"));
   }
+  if (walker.fault()) return Failed{*walker.fault()};
+  return file;
 }
 
 QString localizedDescription(const GgmlModelFault& fault, const QString& fileName) {
