@@ -165,6 +165,12 @@
 <message id="models.import.error.nameTaken"><translation>Another imported model is already called "%1". Please choose another name.</translation></message>
 <message id="speech.model.notLoaded"><translation>The speech engine could not load the model %1.</translation></message>
 <message id="speech.processor.unsupported"><translation>This processor lacks what the speech engine was built for (%1). Please build Quillmere for this computer.</translation></message>
+<message id="models.import.error.folderForeign"><translation>The folder %1 holds no Whisper model in CTranslate2 format.</translation></message>
+<message id="models.import.error.folderVersion"><translation>%1 has a version of the CTranslate2 format that is not known here.</translation></message>
+<message id="models.import.error.quantised"><translation>%1 is a quantised model. Please import its float16 or float32 version.</translation></message>
+<message id="models.import.error.numberFormat"><translation>%1 holds numbers in a format that cannot be converted. Please import the float16 or float32 version.</translation></message>
+<message id="models.import.error.vocabularyMissing"><translation>The folder %1 has no vocabulary file.</translation></message>
+<message id="models.import.error.vocabularyDamaged"><translation>The vocabulary file %1 is damaged.</translation></message>
 <!-- Transcription of files -->
 <message id="select.audio.file"><translation>Choose an Audio or Video File</translation></message>
 <message id="transcribe.file.error.title"><translation>The file could not be transcribed</translation></message>

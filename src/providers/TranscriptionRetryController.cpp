@@ -31,14 +31,16 @@ TranscriptionRetryController::TranscriptionRetryController(PersistenceController
       clock_(clock),
       logger_(logging.logger(QStringLiteral("TranscriptionRetryController"))) {}
 
-Task<Result<TranscriptionResult, AnyError>> TranscriptionRetryController::retry(TranscriptPtr transcript) {
+Task<Result<TranscriptionResult, AnyError>> TranscriptionRetryController::retry(TranscriptPtr transcript,
+                                                                                 ModePtr forcedMode) {
   if (!transcript->audioFilePath || !QFileInfo(*transcript->audioFilePath).isFile()) {
     logger_.error("Cannot retry transcription: audio file not found at %s",
                   transcript->audioFilePath.value_or(QStringLiteral("nil")));
     co_return Failed{failure(TranscriptionError::AudioFileNotFound{})};
   }
 
-  ModePtr mode = transcript->modeRelationship;
+  ModePtr mode = forcedMode;
+  if (!mode) mode = transcript->modeRelationship;
   if (!mode && transcript->mode) {
     const auto modes = persistence_.fetchAllModes();
     const auto found =

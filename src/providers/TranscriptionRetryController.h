@@ -24,7 +24,8 @@ class TranscriptionRetryController {
                                const Clock& clock, const Logging& logging);
   void setTranscriber(Transcriber* transcriber) { transcriber_ = transcriber; }
 
-  Task<Result<TranscriptionResult, AnyError>> retry(TranscriptPtr transcript);
+  // Under `forcedMode` where there is one, else under the transcript's own mode.
+  Task<Result<TranscriptionResult, AnyError>> retry(TranscriptPtr transcript, ModePtr forcedMode = nullptr);
 
  private:
   Task<Result<TranscriptionResult, AnyError>> run(TranscriptPtr transcript, ModePtr mode);

@@ -1,0 +1,46 @@
+#include "app/Paths.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace quillmere {
+namespace {
+
+// An XDG variable counts only when it is absolute; else the default below the home folder does.
+QString baseFolder(const char* variable, const QString& fallbackBelowHome) {
+  const QString value = qEnvironmentVariable(variable);
+  return QDir::isAbsolutePath(value) ? QDir::cleanPath(value) : QDir::cleanPath(QDir::homePath() + u'/' + fallbackBelowHome);
+}
+
+QString userFolder(QStandardPaths::StandardLocation location, const QString& fallbackBelowHome) {
+  const QString folder = QStandardPaths::writableLocation(location);
+  return QDir::cleanPath(folder.isEmpty() ? QDir::homePath() + u'/' + fallbackBelowHome : folder);
+}
+
+QString resources() {
+  const QString installed = QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/quillmere"));
+  return QFileInfo(installed).isDir() ? installed : QStringLiteral(QUILLMERE_SOURCE_RESOURCES);
+}
+
+}  // namespace
+
+Paths Paths::fromEnvironment() {
+  Paths paths;
+  const QString data = baseFolder("XDG_DATA_HOME", QStringLiteral(".local/share"));
+  paths.dataFolder = data + QStringLiteral("/quillmere");
+  paths.storeFile = paths.dataFolder + QStringLiteral("/Quillmere.sqlite");
+  paths.modelsFolder = paths.dataFolder + QStringLiteral("/models");
+  paths.settingsFile = baseFolder("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/quillmere/quillmere.conf");
+  paths.stateFolder = baseFolder("XDG_STATE_HOME", QStringLiteral(".local/state")) + QStringLiteral("/quillmere");
+  paths.logsFolder = paths.stateFolder + QStringLiteral("/logs");
+  paths.resourcesFolder = resources();
+  paths.standard.applicationSupport = data;
+  paths.standard.documents = userFolder(QStandardPaths::DocumentsLocation, QStringLiteral("Documents"));
+  paths.standard.downloads = userFolder(QStandardPaths::DownloadLocation, QStringLiteral("Downloads"));
+  paths.standard.temporary = QDir::cleanPath(QDir::tempPath());
+  return paths;
+}
+
+}  // namespace quillmere

@@ -1,0 +1,33 @@
+#pragma once
+#include <QString>
+
+#include "app/cli/ExitCode.h"
+#include "app/cli/Terminal.h"
+#include "base/async/Task.h"
+#include "base/Result.h"
+
+namespace quillmere {
+
+struct Services;
+
+// A sentence for the person at the terminal and the number for the shell.
+struct CommandFailure {
+  QString message;
+  ExitCode code = exitFailure;
+};
+
+// What every command gets. Everything outlives the command. `onInterrupt` may be set by a command that wants to end in
+// its own way; otherwise an interrupt cancels the command's task.
+struct CommandContext {
+  Services& services;
+  Terminal& terminal;
+  std::function<void()>& onInterrupt;
+};
+
+// Prints the failure and gives its number.
+inline int fail(CommandContext& context, const CommandFailure& failure) {
+  context.terminal.err(failure.message);
+  return failure.code;
+}
+
+}  // namespace quillmere

@@ -1,0 +1,111 @@
+#include "app/cli/CommandLineMain.h"
+
+#include <signal.h>
+
+#include <QCoreApplication>
+#include <iostream>
+
+#include "app/texts/Texts.h"
+#include "app/Version.h"
+#include "app/cli/Commands.h"
+#include "app/cli/SignalWatcher.h"
+#include "app/cli/Terminal.h"
+#include "app/composition.h"
+#include "base/async/TaskScope.h"
+#include "base/text/LocalizedText.h"
+
+namespace quillmere {
+namespace {
+
+// Log lines on the error stream, for --verbose. Private values are shown: it is the person's own terminal.
+class ErrorStreamLog final : public LogSink {
+ public:
+  void write(const LogRecord& record) override {
+    const QString line = QStringLiteral("[%1] %2\n").arg(record.category, printable(record.fullText(), false));
+    std::cerr << line.toStdString();
+  }
+};
+
+class TerminalNotices final : public UserNotices {
+ public:
+  explicit TerminalNotices(Terminal& terminal) : terminal_(terminal) {}
+  void showToast(const QString& message, bool) override { terminal_.err(message); }
+
+ private:
+  Terminal& terminal_;
+};
+
+Task<int> runCommand(CommandContext context, CommandOptions options) {
+  if (auto* transcribe = std::get_if<TranscribeOptions>(&options)) return runTranscribe(context, std::move(*transcribe));
+  if (auto* history = std::get_if<HistoryOptions>(&options)) return runHistory(context, std::move(*history));
+  if (auto* models = std::get_if<ModelsOptions>(&options)) return runModels(context, std::move(*models));
+  if (auto* modes = std::get_if<ModesOptions>(&options)) return runModes(context, std::move(*modes));
+  if (auto* vocabulary = std::get_if<VocabularyOptions>(&options)) return runVocabulary(context, std::move(*vocabulary));
+  return runSettings(context, std::get<SettingsOptions>(std::move(options)));
+}
+
+Task<void> runToEnd(Task<int> command, int& code) {
+  try {
+    code = co_await std::move(command);
+  } catch (const Cancelled&) {
+    code = exitCancelled;
+  }
+  QCoreApplication::quit();
+}
+
+bool needsStore(const CommandOptions& options) {
+  return !std::holds_alternative<ModelsOptions>(options) && !std::holds_alternative<SettingsOptions>(options);
+}
+
+}  // namespace
+
+int commandLineMain(int argc, char** argv) {
+  signal(SIGPIPE, SIG_IGN);
+  QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName(QStringLiteral("quillmere"));
+  QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMERE_VERSION));
+  const Texts texts(Texts::languageFor(QProcessEnvironment::systemEnvironment(), Texts::available()));
+
+  Invocation invocation;
+  const auto tree = makeCommandLine(invocation);
+  try {
+    tree->parse(argc, argv);
+  } catch (const CLI::ParseError& end) {
+    const int code = tree->exit(end);
+    return code == 0 ? int(exitOk) : int(exitUsage);
+  }
+  if (const auto* completion = std::get_if<CompletionOptions>(&invocation.command)) {
+    std::cout << completionScript(*tree, completion->shell);
+    return std::cout.flush() ? exitOk : exitFailure;
+  }
+
+  Terminal terminal;
+  TerminalNotices notices(terminal);
+  ServiceOptions options;
+  options.notices = &notices;
+  options.opensStore = needsStore(invocation.command);
+  options.completionLinger = Duration::zero();
+  if (invocation.isVerbose) options.extraLogSink = std::make_shared<ErrorStreamLog>();
+  auto services = makeServices(options);
+  if (!services) {
+    terminal.err(services.error().description);
+    return exitStore;
+  }
+
+  int code = exitFailure;
+  std::function<void()> onInterrupt;
+  {
+    TaskScope scope(*(*services)->executor);
+    CommandContext context{**services, terminal, onInterrupt};
+    auto command = runCommand(context, std::move(invocation.command));
+    auto running = scope.spawn(runToEnd(std::move(command), code));
+    const SignalWatcher signals([&] {
+      terminal.clearStatus();
+      onInterrupt ? onInterrupt() : running.cancel();
+    });
+    QCoreApplication::exec();
+  }
+  return code;
+}
+
+}  // namespace quillmere

@@ -1,0 +1,101 @@
+#include "app/cli/ModeChoice.h"
+
+#include <QFileInfo>
+
+#include "app/cli/Commands.h"
+#include "app/composition.h"
+#include "base/text/LocalizedText.h"
+#include "domain/ModeData.h"
+#include "providers/catalogs/LanguageData.h"
+
+namespace quillmere {
+
+ExitCode exitCodeFor(const AnyError& error) {
+  if (const auto* transcription = std::get_if<TranscriptionError>(&error)) {
+    using T = TranscriptionError;
+    if (transcription->is<T::ModelNotDownloaded>() || transcription->is<T::ProviderNotAvailable>() ||
+        transcription->is<T::ApiKeyMissing>())
+      return exitModel;
+    if (transcription->is<T::NetworkError>()) return exitNetwork;
+    if (transcription->is<T::AudioFileNotFound>() || transcription->is<T::InvalidAudioFormat>() ||
+        transcription->is<T::AudioConversionFailed>() || transcription->is<T::AudioFileTooLarge>())
+      return exitInput;
+  }
+  if (std::holds_alternative<AudioError>(error)) return exitInput;
+  return exitFailure;
+}
+
+namespace {
+
+// The model that is used where neither the command line nor a chosen mode names one: the setting's, if it is on the
+// disk, else the first that is.
+QString modelWhereNoneIsNamed(Services& services) {
+  const QString wanted = services.settings->defaultTranscriptionModel();
+  WhisperModelManager& models = *services.modelManager;
+  if (models.findDownloaded(wanted)) return wanted;
+  if (!models.downloadedModels().empty()) return models.downloadedModels().front().name;
+  if (!models.customModels().empty()) return models.customModels().front().name;
+  return wanted;
+}
+
+}  // namespace
+
+Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWishes& options, const ModePtr& before) {
+  Services& services = context.services;
+  ModePtr stored;
+  if (options.mode) {
+    auto found = findMode(context, argumentText(*options.mode));
+    if (!found) return found;
+    stored = *found;
+  } else if (const QString id = services.settings->currentModeId(); !id.isEmpty()) {
+    stored = services.persistence->fetchMode(id);
+  }
+  if (before && !options.mode && providerTypeOfModel(before->model.value_or(QString()).toLower()) == ProviderType::local) stored = before;
+  // A copy that belongs to no store: what the command line changes is for this run alone.
+  auto mode = stored ? std::make_shared<Mode>(*stored) : std::make_shared<Mode>();
+  if (!stored) {
+    mode->name = QStringLiteral("Default");
+    mode->preset = rawValue(PresetType::voiceToText);
+    mode->language = services.settings->defaultLanguage();
+    mode->model = modelWhereNoneIsNamed(services);
+    mode->postProcessingMode = qint16(PostProcessingMode::off);
+  }
+  if (options.language) {
+    const QString code = normalizeLanguageCode(argumentText(*options.language));
+    if (!LanguageData::displayName(code)) return Failed{CommandFailure{localizedText("cli.language.unknown", code), exitUsage}};
+    mode->language = code;
+  }
+  if (options.model) {
+    QString model = argumentText(*options.model);
+    const QFileInfo file(model);
+    if (!services.modelManager->findDownloaded(model) && file.isFile()) model = services.modelManager->addTransientModel(file.absoluteFilePath());
+    mode->model = model;
+  }
+  return ModePtr(mode);
+}
+
+namespace {
+
+std::optional<CommandFailure> missingModel(Services& services, const Mode& mode) {
+  const QString name = mode.model.value_or(QStringLiteral("base"));
+  if (providerTypeOfModel(name.toLower()) == ProviderType::cloud) return std::nullopt;
+  if (const auto problem = services.speechEngine->unsupportedProcessor()) return CommandFailure{*problem, exitModel};
+  if (services.modelManager->findDownloaded(name)) return std::nullopt;
+  const auto known = lenientWhisperModel(name);
+  if (known && services.modelManager->findDownloaded(rawValue(*known))) return std::nullopt;
+  if (known) return CommandFailure{localizedText("cli.model.missing", rawValue(*known)), exitModel};
+  return CommandFailure{localizedText("cli.model.unknown", name), exitModel};
+}
+
+}  // namespace
+
+Task<std::optional<CommandFailure>> whyModeCannotRun(Services& services, ModePtr mode) {
+  if (auto problem = missingModel(services, *mode)) co_return problem;
+  if (providerTypeOfModel(mode->model.value_or(QString()).toLower()) == ProviderType::local) co_return std::nullopt;
+  auto choosing = services.router->selectProvider(mode);
+  const auto provider = co_await std::move(choosing);
+  if (provider) co_return std::nullopt;
+  co_return CommandFailure{localizedDescription(provider.error()), exitCodeFor(provider.error())};
+}
+
+}  // namespace quillmere

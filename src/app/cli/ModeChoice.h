@@ -1,0 +1,27 @@
+#pragma once
+#include <optional>
+#include <string>
+
+#include "app/cli/CommandContext.h"
+#include "domain/Entities.h"
+#include "domain/Errors.h"
+
+namespace quillmere {
+
+// What the command line says about how to transcribe.
+struct ModeWishes {
+  std::optional<std::string> mode, model, language;
+};
+
+// The mode for one run: the named one, else `before` (of a retried transcript; may be null) where it runs on this
+// computer, else the selected one, else a plain local one; with model and language as wished. The result is a copy that
+// belongs to no store.
+Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWishes& wishes, const ModePtr& before);
+
+// Says before anything is copied or written that the mode's model or service isn't there.
+Task<std::optional<CommandFailure>> whyModeCannotRun(Services& services, ModePtr mode);
+
+// The shell's number for a failed transcription.
+ExitCode exitCodeFor(const AnyError& error);
+
+}  // namespace quillmere

@@ -1,0 +1,185 @@
+#include <QElapsedTimer>
+#include <QJsonObject>
+
+#include "app/cli/Commands.h"
+#include "app/cli/InputFile.h"
+#include "app/cli/ModeChoice.h"
+#include "app/cli/TerminalPresenter.h"
+#include "app/composition.h"
+#include "base/async/Offload.h"
+#include "base/text/LocalizedText.h"
+
+namespace quillmere {
+namespace {
+
+// How one input ended, ready to be printed.
+struct FileReport {
+  QString text;
+  QString rawText;
+  QString provider;
+  double durationSeconds = 0;
+  bool wasPostProcessed = false;
+  QString transcriptId;
+  bool isCancelled = false;
+  std::optional<CommandFailure> failure;
+};
+
+Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile input, ModePtr mode, TerminalPresenter& presenter) {
+  FileReport report;
+  auto path = input.textPath();
+  if (!path) {
+    report.failure = path.error();
+    co_return report;
+  }
+  Services& services = context.services;
+  FileTranscriptionProgress progress(*services.executor);
+  presenter.showProgress(progress);
+  progress.start(input.shownName, mode->name.value_or(QString()));
+  auto measuring = services.audioFileConverter->durationSeconds(*path);
+  const auto duration = co_await std::move(measuring);
+  if (!duration) {
+    presenter.hideProgress();
+    report.failure = CommandFailure{localizedDescription(duration.error()), exitInput};
+    co_return report;
+  }
+  report.durationSeconds = *duration;
+  progress.setStage(FileTranscriptionStage::transcribing);
+  progress.animate(0.85f, std::chrono::seconds(60));
+  TranscriptionRequest request;
+  request.audioPath = *path;
+  request.mode = mode;
+  auto transcribing = services.pipeline->transcribeWithDetails(std::move(request));
+  const auto result = co_await std::move(transcribing);
+  presenter.hideProgress();
+  if (!result) {
+    report.failure = CommandFailure{localizedDescription(result.error()), exitCodeFor(result.error())};
+    co_return report;
+  }
+  report.text = result->text;
+  report.rawText = result->rawText;
+  report.provider = result->provider;
+  report.wasPostProcessed = result->wasPostProcessed;
+  co_return report;
+}
+
+Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input, ModePtr mode, TerminalPresenter& presenter) {
+  FileReport report;
+  Services& services = context.services;
+  FileTranscriptionFlow& flow = *services.fileFlow;
+  flow.setPresenter(&presenter);
+  context.onInterrupt = [&flow] { flow.cancel(); };
+  auto running = flow.transcribe(input.path, mode);
+  const FileTranscriptionOutcome outcome = co_await std::move(running);
+  context.onInterrupt = nullptr;
+  flow.setPresenter(nullptr);
+  presenter.hideProgress();
+  report.durationSeconds = outcome.audioDurationSeconds;
+  if (outcome.transcript && outcome.transcript->id) report.transcriptId = outcome.transcript->id->toString(QUuid::WithoutBraces);
+  switch (outcome.kind) {
+    case FileTranscriptionOutcome::Kind::cancelled:
+      report.isCancelled = true;
+      // The copy is gone already; a row without sound and text would be of no use to anybody.
+      if (outcome.transcript) services.persistence->deleteTranscript(outcome.transcript);
+      report.transcriptId.clear();
+      break;
+    case FileTranscriptionOutcome::Kind::failed: {
+      const ExitCode code = outcome.error ? exitCodeFor(*outcome.error) : exitInput;
+      QString message = presenter.alert() ? presenter.alert()->message : QString();
+      if (outcome.refusal)
+        if (const auto* copy = std::get_if<FileTranscriptionError::CopyFailed>(&outcome.refusal->kind); copy && !copy->reason.isEmpty())
+          message += QStringLiteral(" (%1)").arg(copy->reason);
+      if (message.isEmpty() && outcome.error) message = localizedDescription(*outcome.error);
+      report.failure = CommandFailure{message, code};
+      break;
+    }
+    case FileTranscriptionOutcome::Kind::completed:
+      if (!outcome.result) break;
+      report.text = outcome.result->text;
+      report.rawText = outcome.result->rawText;
+      report.provider = outcome.result->provider;
+      report.wasPostProcessed = outcome.result->wasPostProcessed;
+      if (services.persistence->hasChanges()) report.failure = CommandFailure{localizedText("cli.store.notSaved"), exitStore};
+      break;
+  }
+  co_return report;
+}
+
+QJsonObject reportJson(const std::string& file, const FileReport& report, const Mode& mode, double elapsedSeconds) {
+  QJsonObject object{{"file", argumentText(file)}};
+  if (report.failure) {
+    object["error"] = QJsonObject{{"message", report.failure->message}, {"code", int(report.failure->code)}};
+    return object;
+  }
+  object["text"] = report.text;
+  object["rawText"] = report.rawText;
+  object["durationSeconds"] = report.durationSeconds;
+  object["elapsedSeconds"] = elapsedSeconds;
+  object["provider"] = report.provider;
+  object["model"] = mode.model.value_or(QString());
+  object["mode"] = mode.name.value_or(QString());
+  object["language"] = mode.language.value_or(QString());
+  object["wasPostProcessed"] = report.wasPostProcessed;
+  if (!report.transcriptId.isEmpty()) object["transcriptId"] = report.transcriptId;
+  return object;
+}
+
+Task<Result<InputFile, CommandFailure>> openInput(CommandContext& context, std::string argument) {
+  if (argument != "-") co_return openInputFile(argument);
+  auto job = [](const StopFlag& stop) { return readStandardInput(stop.atomic()); };
+  auto reading = offload(*context.services.fileWorkers, job);
+  auto input = co_await std::move(reading);
+  co_return input;
+}
+
+}  // namespace
+
+Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
+  const auto chosen = chooseMode(context, {options.mode, options.model, options.language}, nullptr);
+  if (!chosen) co_return fail(context, chosen.error());
+  const ModePtr mode = *chosen;
+  auto checking = whyModeCannotRun(context.services, mode);
+  if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
+  if (!options.isWithoutHistory) {
+    StorageSettingsManager& storage = context.services.settings->storage();
+    storage.ensureRecordingsFolder();
+    // There is no question to ask on a terminal: whoever runs the command wants the folder.
+    if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+  }
+
+  int code = exitOk;
+  for (const std::string& argument : options.files) {
+    QElapsedTimer elapsed;
+    elapsed.start();
+    FileReport report;
+    auto opening = openInput(context, argument);
+    const auto input = co_await std::move(opening);
+    if (input) {
+      TerminalPresenter presenter(context.terminal, options.isQuiet);
+      Task<FileReport> work;
+      if (options.isWithoutHistory) work = transcribeWithoutHistory(context, *input, mode, presenter);
+      else work = transcribeIntoHistory(context, *input, mode, presenter);
+      report = co_await std::move(work);
+    } else {
+      report.failure = input.error();
+    }
+    if (report.isCancelled) co_return exitCancelled;
+    const bool isText = !report.failure && !report.text.isEmpty();
+    const QString shownName = input ? input->shownName : argumentText(argument);
+    if (report.failure) {
+      const QString& message = report.failure->message;
+      context.terminal.err(message.contains(shownName) ? message : shownName + QStringLiteral(": ") + message);
+      if (code == exitOk) code = report.failure->code;
+    } else if (!isText && !options.isQuiet) {
+      context.terminal.err(localizedText("cli.transcribe.noSpeech", shownName));
+    }
+    if (options.isJson) context.terminal.json(reportJson(argument, report, *mode, double(elapsed.elapsed()) / 1000));
+    else if (isText) context.terminal.out(report.text);
+    if (!context.terminal.isOutputSound()) {
+      context.terminal.err(localizedText("cli.output.failed"));
+      co_return exitFailure;
+    }
+  }
+  co_return code;
+}
+
+}  // namespace quillmere

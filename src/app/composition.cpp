@@ -1,0 +1,133 @@
+#include "app/composition.h"
+
+#include <QCoreApplication>
+#include <QRandomGenerator>
+#include <QThread>
+
+#include "app/TeeLogSink.h"
+#include "models/ModelHub.h"
+#include "platform/ffmpeg/FfmpegAudioResamplerFactory.h"
+#include "platform/ffmpeg/FfmpegLog.h"
+#include "platform/ffmpeg/FfmpegMediaEncoder.h"
+#include "platform/ffmpeg/FfmpegMediaReaderFactory.h"
+#include "platform/linux/JsonLinesArchive.h"
+#include "platform/linux/JsonLinesLog.h"
+#include "platform/linux/LinuxDeploymentValues.h"
+#include "platform/linux/LocalCrashReporter.h"
+#include "platform/qt/QtDefaultsStore.h"
+#include "platform/qt/QtExecutor.h"
+#include "platform/qt/QtHttpDownloader.h"
+#include "platform/qt/QtNetworkStatus.h"
+#include "platform/whisper/WhisperSpeechEngine.h"
+#include "storage/SettingsTable.h"
+
+namespace quillmere {
+namespace {
+
+std::shared_ptr<LogSink> makeLogSink(const Paths& paths, const ServiceOptions& options) {
+  JsonLinesLog::Options log;
+  log.folder = paths.logsFolder;
+  log.processName = options.processName;
+  auto file = std::make_shared<JsonLinesLog>(log);
+  if (!options.extraLogSink) return file;
+  return std::make_shared<TeeLogSink>(std::vector<std::shared_ptr<LogSink>>{file, options.extraLogSink});
+}
+
+void buildDiagnostics(Services& s) {
+  LocalCrashReporter::Options reports;
+  reports.folder = s.paths.logsFolder;
+  s.crashReporter = std::make_unique<LocalCrashReporter>(reports, *s.clock, s.logging);
+  s.logArchive = std::make_unique<JsonLinesArchive>(s.paths.logsFolder);
+  DefaultsStore& defaults = *s.defaults;
+  s.appLogger = std::make_unique<AppLogger>(
+      s.logging, *s.crashReporter, *s.logArchive, *s.clock,
+      [&defaults] { return flagSetting(defaults, QStringLiteral("enableErrorLogging")); },
+      [] { return QRandomGenerator::global()->generateDouble(); });
+  if (s.appLogger->isEnabled()) {
+    DeploymentValues deployment = linuxDeploymentValues();
+    deployment.version = QCoreApplication::applicationVersion();
+    s.appLogger->startCrashReporting(deployment);
+  }
+}
+
+void buildModels(Services& s) {
+  SettingsManager& settings = *s.settings;
+  WhisperModelManagerConfiguration configuration;
+  configuration.modelsDirectory = s.paths.modelsFolder;
+  configuration.hubBaseUrl = [&settings] {
+    return chosenModelHub(qEnvironmentVariable(modelHubEnvironmentVariable), settings.modelHubUrl());
+  };
+  configuration.modelDisplayNames = [&settings] { return settings.modelDisplayNames(); };
+  s.modelManager = std::make_unique<WhisperModelManager>(std::move(configuration), *s.downloader, *s.executor,
+                                                         *s.fileWorkers, s.logging);
+  s.modelImporter = std::make_unique<ModelImporter>(s.paths.modelsFolder, *s.fileWorkers, s.logging);
+}
+
+void buildPipeline(Services& s, const ServiceOptions& options) {
+  const int processors = QThread::idealThreadCount();
+  s.vocabularyProcessor = std::make_unique<VocabularyProcessor>(*s.persistence, s.logging);
+  s.localProvider = std::make_unique<LibWhisperProvider>(*s.executor, *s.speechEngine, *s.modelManager, *s.audioConverter,
+                                                         processors, s.logging);
+  TranscriptionEngines engines;
+  engines.localProvider = s.localProvider.get();
+  s.router = std::make_unique<TranscriptionProviderRouter>(engines, *s.network, s.appLogger.get(), s.logging);
+  TranscriptionModelServices modelServices;
+  modelServices.localProvider = s.localProvider.get();
+  modelServices.notices = options.notices;
+  modelServices.errorReporting = s.appLogger.get();
+  s.modelCoordinator = std::make_unique<TranscriptionModelManager>(modelServices, *s.persistence, s.paths.modelsFolder,
+                                                                   processors, s.logging);
+  s.appState = std::make_unique<AppState>(*s.executor, *s.defaults, s.settings.get(), options.notices, s.logging);
+  s.retryHandler = std::make_unique<TranscriptionRetryController>(*s.persistence, s.settings.get(), nullptr, *s.clock,
+                                                                  s.logging);
+  TranscriptionPipelineServices services{*s.executor, *s.clock, *s.persistence, *s.defaults, *s.vocabularyProcessor,
+                                         *s.router, *s.modelCoordinator, *s.fileWorkers};
+  services.localProvider = s.localProvider.get();
+  services.settingsManager = s.settings.get();
+  services.appState = s.appState.get();
+  services.errorReporting = s.appLogger.get();
+  s.pipeline = std::make_unique<TranscriptionPipeline>(std::move(services), s.logging);
+  s.retryHandler->setTranscriber(s.pipeline.get());
+
+  FileTranscriptionFlow::Dependencies flow{*s.executor, *s.clock, *s.fileWorkers, *s.persistence, *s.settings,
+                                           *s.audioFileConverter};
+  flow.transcriptionPipeline = s.pipeline.get();
+  flow.completionLinger = options.completionLinger;
+  s.fileFlow = std::make_unique<FileTranscriptionFlow>(flow, s.logging);
+}
+
+}  // namespace
+
+Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptions& options) {
+  auto services = std::make_unique<Services>();
+  Services& s = *services;
+  s.paths = Paths::fromEnvironment();
+  s.clock = std::make_unique<SystemClock>();
+  s.executor = std::make_unique<QtExecutor>();
+  s.logging = Logging(makeLogSink(s.paths, options));
+  s.defaults = std::make_unique<QtDefaultsStore>(s.paths.settingsFile);
+  buildDiagnostics(s);
+  s.network = std::make_unique<QtNetworkStatus>();
+  const auto mediaLog = std::make_shared<FfmpegLog>(s.logging);
+  s.mediaLog = mediaLog;
+  s.mediaReaders = std::make_unique<FfmpegMediaReaderFactory>(*mediaLog);
+  s.resamplers = std::make_unique<FfmpegAudioResamplerFactory>(*mediaLog);
+  s.mediaEncoder = std::make_unique<FfmpegMediaEncoder>(*mediaLog);
+  s.speechEngine = std::make_unique<WhisperSpeechEngine>(s.logging);
+  s.downloader = std::make_unique<QtHttpDownloader>();
+  s.audioWorkers = std::make_unique<WorkerPool>(1, QStringLiteral("audio.conversion"));
+  s.fileWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("files"));
+  s.settings = std::make_unique<SettingsManager>(*s.defaults, s.paths.standard, s.logging, s.appLogger.get());
+  s.audioConverter = std::make_unique<AudioConverter>(*s.mediaReaders, *s.resamplers, *s.audioWorkers, s.logging);
+  s.audioFileConverter = std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.audioWorkers, s.logging);
+  buildModels(s);
+  if (!options.opensStore) return services;
+
+  auto store = PersistenceController::open(s.paths.storeFile, *s.clock, s.logging, s.appLogger.get());
+  if (!store) return Failed{store.error()};
+  s.persistence = std::move(*store);
+  buildPipeline(s, options);
+  return services;
+}
+
+}  // namespace quillmere

@@ -1,0 +1,314 @@
+#include "files/FileTranscriptionFlow.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <cerrno>
+
+#include "base/async/Offload.h"
+#include "files/FileCopier.h"
+#include "files/FileLimits.h"
+
+namespace quillmere {
+namespace {
+
+QString displayPath(const std::filesystem::path& path) { return QFile::decodeName(QByteArray::fromStdString(path.string())); }
+
+QString extensionOf(const QString& name) { return QFileInfo(name).suffix(); }
+
+QString baseNameOf(const QString& name) { return QFileInfo(name).completeBaseName(); }
+
+struct SizeOnDisk {
+  qint64 bytes = 0;
+};
+
+// The size of a regular file; nothing for a directory, a device or a file that can't be looked at.
+std::optional<SizeOnDisk> sizeOf(const std::filesystem::path& file) {
+  std::error_code failure;
+  if (!std::filesystem::is_regular_file(file, failure) || failure) return std::nullopt;
+  const auto bytes = std::filesystem::file_size(file, failure);
+  if (failure) return std::nullopt;
+  return SizeOnDisk{qint64(bytes)};
+}
+
+}  // namespace
+
+FileTranscriptionFlow::FileTranscriptionFlow(Dependencies dependencies, const Logging& logging)
+    : use_(dependencies),
+      logger_(logging.logger(QStringLiteral("FileTranscription"))),
+      progressState_(dependencies.executor),
+      scope_(dependencies.executor) {}
+
+FileTranscriptionFlow::~FileTranscriptionFlow() = default;
+
+void FileTranscriptionFlow::selectAndTranscribeFile(ModePtr mode) {
+  if (use_.picker) scope_.spawn(pickAndRun(std::move(mode)));
+}
+
+Task<void> FileTranscriptionFlow::pickAndRun(ModePtr mode) {
+  logger_.info("📂 Opening file picker for mode: %s", mode && mode->name ? *mode->name : QStringLiteral("unnamed"));
+  auto question = use_.picker->pickFile(qtTrId("select.audio.file"), {QStringLiteral("audio/*")},
+                                        {"wav", "mp3", "m4a", "aiff", "webm", "ogg", "flac", "mp4", "mov"});
+  const auto choice = co_await std::move(question);
+  if (!choice) {
+    logger_.info("📂 File picker cancelled");
+    co_return;
+  }
+  logger_.info("📂 Selected file: %s", displayPath(*choice));
+  auto run = transcribe(*choice, mode);
+  co_await std::move(run);
+}
+
+Task<FileTranscriptionOutcome> FileTranscriptionFlow::transcribe(std::filesystem::path file, ModePtr mode) {
+  if (currentTranscriptionTask_.isValid() && !currentTranscriptionTask_.isDone()) {
+    FileTranscriptionOutcome busy;
+    busy.kind = FileTranscriptionOutcome::Kind::failed;
+    busy.error = AnyError(TranscriptionError{TranscriptionError::Busy{}});
+    co_return busy;
+  }
+  currentTranscriptionTask_ = scope_.spawn(run(std::move(file), std::move(mode)));
+  auto end = currentTranscriptionTask_.join();
+  auto outcome = co_await std::move(end);
+  co_return outcome;
+}
+
+Task<FileTranscriptionOutcome> FileTranscriptionFlow::run(std::filesystem::path file, ModePtr mode) {
+  FileTranscriptionOutcome outcome;
+  Result<void, AnyError> end;
+  bool wasCancelled = false;
+  try {
+    auto steps = work(std::move(file), std::move(mode), outcome);
+    end = co_await std::move(steps);
+  } catch (const Cancelled&) {
+    wasCancelled = true;
+  }
+  // A cancel that comes behind the stored result is too late: the transcript is complete.
+  if (!outcome.result && (wasCancelled || progressState_.state().isCancelled)) {
+    logger_.info("📂 File transcription cancelled");
+    outcome.kind = FileTranscriptionOutcome::Kind::cancelled;
+    removeCopy();
+    hideAndReset();
+    co_return outcome;
+  }
+  if (end || outcome.result) {
+    outcome.kind = FileTranscriptionOutcome::Kind::completed;
+    currentCopiedFilePath_.reset();
+    co_return outcome;
+  }
+  outcome.kind = FileTranscriptionOutcome::Kind::failed;
+  // Before there is a row that refers to it, nobody needs the copy any more.
+  if (!outcome.transcript) removeCopy();
+  currentCopiedFilePath_.reset();
+  hideAndReset();
+  AlertText alert;
+  if (outcome.refusal) {
+    alert = alertText(*outcome.refusal);
+  } else {
+    outcome.error = end.error();
+    const QString description = localizedDescription(end.error());
+    logger_.error("❌ File transcription failed: %s", description);
+    alert.title = qtTrId("transcribe.file.error.title");
+    alert.message = description;
+  }
+  if (use_.presenter) use_.presenter->showAlert(alert);
+  co_return outcome;
+}
+
+Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path file, ModePtr mode,
+                                                         FileTranscriptionOutcome& outcome) {
+  const auto refuse = [&](FileTranscriptionError refusal) {
+    outcome.refusal = std::move(refusal);
+    return Failed{AnyError(PlatformError{QStringLiteral("FileTranscriptionError"), 0, outcome.refusal->description()})};
+  };
+  const QString name = QFileInfo(displayPath(file)).fileName();
+  const QString modeName = mode && mode->name ? *mode->name : QStringLiteral("Default");
+
+  progressState_.start(name, modeName);
+  if (use_.presenter) use_.presenter->showProgress(progressState_);
+  animate(0.03f, 0.2);
+
+  const auto size = sizeOf(file);
+  if (!size) co_return refuse(FileTranscriptionError{FileTranscriptionError::CannotReadFile{}});
+  if (auto refusal = refusalBySize(size->bytes, mode.get())) co_return refuse(*refusal);
+  logger_.info("📊 File size: %s MB - validation passed", QString::number(double(size->bytes) / 1048576.0, 'f', 2));
+  co_await throwIfStopped();
+  animate(0.05f, 0.2);
+
+  const FormatCheck format = checkFormat(extensionOf(name), mode.get());
+  switch (format.verdict) {
+    case FormatCheck::Verdict::skippedNoMode:
+      logger_.info("📄 Format validation skipped (no provider specified)");
+      break;
+    case FormatCheck::Verdict::skippedLocal:
+      logger_.info("📄 Format validation skipped (local mode accepts all formats)");
+      break;
+    case FormatCheck::Verdict::supported:
+      logger_.info("📄 Format .%s is supported by %s", format.format, format.providerName);
+      break;
+    case FormatCheck::Verdict::unsupported:
+      logger_.warning("⚠️ Unsupported format: .%s for %s", format.format, format.providerName);
+      co_return refuse(FileTranscriptionError{FileTranscriptionError::UnsupportedFormat{
+          format.format, format.providerName, format.supportedFormats}});
+  }
+  co_await throwIfStopped();
+  animate(0.08f, 0.3);
+
+  auto copying = copyIntoRecordings(file);
+  auto copied = co_await std::move(copying);
+  if (!copied) co_return refuse(copied.error());
+  QString audioPath = *copied;
+  co_await throwIfStopped();
+
+  if (isVideoExtension(extensionOf(audioPath))) {
+    logger_.info("🎬 [FileImport] Detected video file, extracting audio...");
+    animate(0.10f, 0.5);
+    const QFileInfo video(audioPath);
+    const QString extracted = video.path() + u'/' + video.completeBaseName() + QStringLiteral(".m4a");
+    auto extraction = use_.converter.extractAudioFromVideo(audioPath, extracted);
+    const auto audio = co_await std::move(extraction);
+    if (!audio) {
+      if (const auto* problem = std::get_if<AudioError>(&audio.error()); problem && problem->kind == AudioError::Kind::noAudioTrack)
+        co_return refuse(FileTranscriptionError{FileTranscriptionError::VideoHasNoAudio{}});
+      co_return Failed{audio.error()};
+    }
+    QFile::remove(audioPath);
+    audioPath = extracted;
+    currentCopiedFilePath_ = extracted;
+    logger_.info("🎬 [FileImport] Audio extracted: %ss, %ldHz, %ldch", QString::number(audio->durationSeconds, 'f', 2),
+                 qint64(audio->sampleRate), qint64(audio->channelCount));
+    animate(0.12f, 0.2);
+    co_await throwIfStopped();
+  }
+
+  animate(0.13f, 0.2);
+  auto measuring = use_.converter.durationSeconds(audioPath);
+  const auto duration = co_await std::move(measuring);
+  if (!duration) co_return Failed{duration.error()};
+  outcome.audioDurationSeconds = *duration;
+  co_await throwIfStopped();
+  animate(0.15f, 0.3);
+
+  VADProcessingResult prepared;
+  prepared.finalAudioPath = prepared.originalAudioPath = audioPath;
+  if (use_.vadProcessingService) {
+    auto trimming = use_.vadProcessingService->process(audioPath, *duration, use_.settings.general().enableVAD(),
+                                                       QStringLiteral("FileImport"));
+    prepared = co_await std::move(trimming);
+  }
+  co_await throwIfStopped();
+
+  const TranscriptPtr transcript = use_.persistence.createTranscript(*duration, modeName, audioPath);
+  outcome.transcript = transcript;
+  if (prepared.trimResult && prepared.finalAudioPath != audioPath) {
+    use_.persistence.setTrimmedAudioPath(transcript, prepared.finalAudioPath);
+    logger_.info("📝 [FileImport] Saved trimmed audio path to transcript");
+  }
+  logger_.info("📝 Created processing transcript for file: %s", name);
+
+  progressState_.setStage(FileTranscriptionStage::transcribing);
+  animate(0.85f, 60.0);
+  if (!use_.transcriptionPipeline) {
+    logger_.error("❌ TranscriptionPipeline not available");
+    markCompletedWithMessage(transcript, QStringLiteral("Transcription manager unavailable"));
+    hideAndReset();
+    co_return Result<void, AnyError>();
+  }
+  TranscriptionRequest request;
+  request.audioPath = prepared.finalAudioPath;
+  request.mode = mode;
+  auto transcription = use_.transcriptionPipeline->transcribeWithDetails(std::move(request));
+  auto result = co_await std::move(transcription);
+  if (!result) co_return Failed{result.error()};
+  if (progressState_.state().isCancelled) throw Cancelled{};
+
+  progressState_.setStage(FileTranscriptionStage::finishing);
+  animate(0.95f, 0.3);
+  storeResult(transcript, *result);
+  outcome.result = *result;
+  outcome.result->duration = *duration;
+  currentCopiedFilePath_.reset();  // it belongs to the transcript from here on
+  animate(1.0f, 0.2);
+  logger_.info("✅ File transcription completed: %s", name);
+  if (use_.completionLinger > Duration::zero()) co_await sleepFor(use_.completionLinger);
+  hideAndReset();
+  if (use_.presenter) use_.presenter->openHistory();
+  co_return Result<void, AnyError>();
+}
+
+Task<Result<QString, FileTranscriptionError>> FileTranscriptionFlow::copyIntoRecordings(std::filesystem::path file) {
+  QString folder = use_.settings.storage().recordingsFolder();
+  if (folder.isEmpty()) folder = use_.settings.folders().documents + QStringLiteral("/Recordings");
+  const auto failed = [](QString reason) {
+    return Failed{FileTranscriptionError{FileTranscriptionError::CopyFailed{std::move(reason)}}};
+  };
+  if (!QDir().mkpath(folder)) co_return failed(QStringLiteral("%1 can't be created").arg(folder));
+
+  const QString name = QFileInfo(displayPath(file)).fileName();
+  const qint64 seconds = use_.clock.now().toSecsSinceEpoch();
+  QString target = folder + u'/' + importedFileName(seconds, baseNameOf(name), extensionOf(name));
+  constexpr int attempts = 100;
+  for (int attempt = 2; attempt < attempts; ++attempt) {
+    currentCopiedFilePath_ = target;
+    const QString here = target;
+    auto job = [file, here](const StopFlag& stop) { return copyFile(file, here, stop.atomic()); };
+    auto copying = offload(use_.workers, std::move(job));
+    const auto copied = co_await std::move(copying);
+    if (copied) {
+      logger_.info("📁 Copied file to: %s", target);
+      co_return target;
+    }
+    currentCopiedFilePath_.reset();
+    if (copied.error().code != EEXIST) co_return failed(copied.error().description);
+    target = folder + u'/' + importedFileName(seconds, baseNameOf(name) + QStringLiteral("_%1").arg(attempt), extensionOf(name));
+  }
+  co_return failed(QStringLiteral("too many files of that name"));
+}
+
+Task<void> FileTranscriptionFlow::throwIfStopped() {
+  if (progressState_.state().isCancelled) throw Cancelled{};
+  co_await throwIfCancelled();
+}
+
+void FileTranscriptionFlow::storeResult(const TranscriptPtr& transcript, const TranscriptionResult& result) {
+  transcript->text = result.text;
+  transcript->status = QStringLiteral("completed");
+  transcript->transcribedText = result.rawText;
+  if (result.wasPostProcessed) transcript->postProcessedText = result.text;
+  transcript->transcriptionProvider = result.provider;
+  if (result.postProcessingProvider) transcript->postProcessingProvider = result.postProcessingProvider;
+  use_.persistence.save();
+}
+
+void FileTranscriptionFlow::markCompletedWithMessage(const TranscriptPtr& transcript, const QString& message) {
+  transcript->text = QStringLiteral("Error: ") + message;
+  transcript->status = QStringLiteral("completed");
+  transcript->transcribedText = transcript->text;
+  use_.persistence.save();
+}
+
+void FileTranscriptionFlow::cancel() {
+  logger_.info("❌ File transcription cancelled by user");
+  progressState_.cancel();
+  if (currentTranscriptionTask_.isValid()) currentTranscriptionTask_.cancel();
+  if (use_.presenter) use_.presenter->hideProgress();
+  removeCopy();
+  // The flag stays up until the run has seen it; a run that is over is reset at once.
+  if (!currentTranscriptionTask_.isValid() || currentTranscriptionTask_.isDone()) progressState_.reset();
+}
+
+void FileTranscriptionFlow::removeCopy() {
+  if (!currentCopiedFilePath_) return;
+  if (QFile::remove(*currentCopiedFilePath_)) logger_.info("🗑️ Cleaned up copied file: %s", *currentCopiedFilePath_);
+  currentCopiedFilePath_.reset();
+}
+
+void FileTranscriptionFlow::hideAndReset() {
+  if (use_.presenter) use_.presenter->hideProgress();
+  progressState_.reset();
+}
+
+void FileTranscriptionFlow::animate(float target, double seconds) {
+  progressState_.animate(target, std::chrono::duration<double>(seconds));
+}
+
+}  // namespace quillmere

@@ -1,0 +1,88 @@
+#pragma once
+#include <QString>
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+#include "audio/AudioFileConverter.h"
+#include "audio/VADProcessing.h"
+#include "base/Clock.h"
+#include "base/async/Task.h"
+#include "base/async/TaskScope.h"
+#include "base/async/WorkerPool.h"
+#include "base/log/Logger.h"
+#include "domain/TranscriptionResult.h"
+#include "files/FileTranscriptionError.h"
+#include "files/FileTranscriptionPresenter.h"
+#include "files/FileTranscriptionProgress.h"
+#include "ports/FilePicker.h"
+#include "providers/Transcriber.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+
+namespace quillmere {
+
+// How one file ended.
+struct FileTranscriptionOutcome {
+  enum class Kind { completed, cancelled, failed };
+  Kind kind = Kind::cancelled;
+  TranscriptPtr transcript;  // the history's row, once there is one
+  std::optional<TranscriptionResult> result;
+  double audioDurationSeconds = 0;
+  std::optional<FileTranscriptionError> refusal;  // kind failed: this one ...
+  std::optional<AnyError> error;                  // ... or this one
+};
+
+// Takes an existing audio or video file through the road of a dictation: checks it, copies it into the recordings folder,
+// pulls the sound out of a video, trims silence, transcribes, and stores the transcript. One file at a time; main thread,
+// long steps suspend. cancel() ends a run at its next suspension and removes the copy; so does cancelling the task that
+// awaits transcribe(). Everything referred to outlives the flow; the pointers may be null where a part is missing.
+class FileTranscriptionFlow {
+ public:
+  struct Dependencies {
+    Executor& executor;
+    const Clock& clock;
+    WorkerPool& workers;
+    PersistenceController& persistence;
+    SettingsManager& settings;
+    AudioFileConverter& converter;
+    Transcriber* transcriptionPipeline = nullptr;
+    VADProcessing* vadProcessingService = nullptr;
+    FileTranscriptionPresenter* presenter = nullptr;
+    FilePicker* picker = nullptr;
+    // How long a full bar stays up for the eye. A terminal needs none.
+    Duration completionLinger = std::chrono::milliseconds(500);
+  };
+
+  FileTranscriptionFlow(Dependencies dependencies, const Logging& logging);
+  ~FileTranscriptionFlow();
+
+  // Asks for a file and runs it. Does nothing without a picker.
+  void selectAndTranscribeFile(ModePtr mode);
+  Task<FileTranscriptionOutcome> transcribe(std::filesystem::path file, ModePtr mode);
+  void cancel();
+
+  FileTranscriptionProgress& progressState() { return progressState_; }
+  void setPresenter(FileTranscriptionPresenter* presenter) { use_.presenter = presenter; }
+
+ private:
+  Task<FileTranscriptionOutcome> run(std::filesystem::path file, ModePtr mode);
+  Task<Result<void, AnyError>> work(std::filesystem::path file, ModePtr mode, FileTranscriptionOutcome& outcome);
+  Task<Result<QString, FileTranscriptionError>> copyIntoRecordings(std::filesystem::path file);
+  Task<void> pickAndRun(ModePtr mode);
+  Task<void> throwIfStopped();
+  void markCompletedWithMessage(const TranscriptPtr& transcript, const QString& message);
+  void storeResult(const TranscriptPtr& transcript, const TranscriptionResult& result);
+  void removeCopy();
+  void hideAndReset();
+  void animate(float target, double seconds);
+
+  Dependencies use_;
+  Logger logger_;
+  FileTranscriptionProgress progressState_;
+  std::optional<QString> currentCopiedFilePath_;
+  TaskHandle<FileTranscriptionOutcome> currentTranscriptionTask_;
+  TaskScope scope_;
+};
+
+}  // namespace quillmere

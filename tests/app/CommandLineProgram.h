@@ -1,0 +1,91 @@
+#pragma once
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <cmath>
+
+namespace quillmere {
+
+// The built command line, run as a user runs it, in a home of its own that goes with this object.
+class CommandLineProgram {
+ public:
+  struct Output {
+    int code = -1;
+    QByteArray out;
+    QByteArray err;
+    bool wasKilled = false;
+    QJsonObject json() const { return QJsonDocument::fromJson(out.split('\n').value(0)).object(); }
+  };
+
+  CommandLineProgram() : environment_(QProcessEnvironment::systemEnvironment()) {
+    for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "QUILLMERE_MODEL_HUB", "XDG_DOCUMENTS_DIR"})
+      environment_.remove(QString::fromLatin1(name));
+    environment_.insert(QStringLiteral("LANG"), QStringLiteral("C.UTF-8"));
+    environment_.insert(QStringLiteral("HOME"), home_.path());
+    environment_.insert(QStringLiteral("XDG_DATA_HOME"), home_.filePath(QStringLiteral("data")));
+    environment_.insert(QStringLiteral("XDG_CONFIG_HOME"), home_.filePath(QStringLiteral("config")));
+    environment_.insert(QStringLiteral("XDG_STATE_HOME"), home_.filePath(QStringLiteral("state")));
+    environment_.insert(QStringLiteral("TMPDIR"), home_.filePath(QStringLiteral("tmp")));
+    QDir(home_.path()).mkpath(QStringLiteral("tmp"));
+  }
+
+  static QString path() { return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/src/app/quillmere"); }
+  QString file(const QString& name) const { return home_.filePath(name); }
+  QString recordings() const { return file(QStringLiteral("Documents/quillmere/recordings")); }
+  QString store() const { return file(QStringLiteral("data/quillmere/Quillmere.sqlite")); }
+  QProcessEnvironment& environment() { return environment_; }
+
+  // Starts without waiting; the caller ends the process.
+  void start(QProcess& process, const QStringList& arguments) const {
+    process.setProcessEnvironment(environment_);
+    process.setWorkingDirectory(home_.path());
+    process.start(path(), arguments);
+    process.waitForStarted();
+  }
+
+  Output run(const QStringList& arguments, const QByteArray& input = {}) const {
+    QProcess process;
+    start(process, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    return finish(process);
+  }
+
+  static Output finish(QProcess& process) {
+    if (!process.waitForFinished(60000)) process.kill();
+    process.waitForFinished();
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError(),
+            process.exitStatus() == QProcess::CrashExit};
+  }
+
+  QStringList filesIn(const QString& folder) const { return QDir(folder).entryList(QDir::Files | QDir::Hidden); }
+
+  void write(const QString& name, const QByteArray& bytes) const {
+    QFile out(file(name));
+    if (out.open(QIODevice::WriteOnly)) out.write(bytes);
+  }
+
+  // 16 bit mono WAV with a quiet tone.
+  static QByteArray tone(double seconds, int rate = 16000) {
+    const int frames = int(seconds * rate);
+    QByteArray pcm(frames * 2, '\0');
+    auto* samples = reinterpret_cast<qint16*>(pcm.data());
+    for (int i = 0; i < frames; ++i) samples[i] = qint16(3000 * std::sin(i * 0.17));
+    const auto number = [](quint32 value, int bytes) { return QByteArray(reinterpret_cast<const char*>(&value), bytes); };
+    return "RIFF" + number(quint32(36 + pcm.size()), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
+           number(quint32(rate), 4) + number(quint32(rate * 2), 4) + number(2, 2) + number(16, 2) + "data" +
+           number(quint32(pcm.size()), 4) + pcm;
+  }
+
+ private:
+  QTemporaryDir home_;
+  QProcessEnvironment environment_;
+};
+
+}  // namespace quillmere

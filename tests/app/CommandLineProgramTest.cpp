@@ -1,0 +1,210 @@
+#include "CommandLineProgram.h"
+
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <QFileInfo>
+#include <QThread>
+
+#include "support/ScriptedWhisperModel.h"
+
+namespace quillmere {
+namespace {
+
+using Output = CommandLineProgram::Output;
+
+class CommandLineProgramTest : public ::testing::Test {
+ protected:
+  // A model that says `text`, installed under the name "scripted".
+  void installModel(ScriptedWhisperModel::Options options = {}) {
+    const QString path = program.file(QStringLiteral("scripted.bin"));
+    ASSERT_TRUE(ScriptedWhisperModel::write(path, options));
+    const Output imported = program.run({"models", "import", path, "-q"});
+    ASSERT_EQ(imported.code, 0) << imported.err.constData();
+    ASSERT_EQ(imported.out, QByteArray("scripted\n"));
+  }
+  void installSlowModel() {
+    ScriptedWhisperModel::Options slow;
+    slow.width = 384;
+    slow.heads = 6;
+    slow.encoderLayers = 24;
+    installModel(slow);
+  }
+  QStringList transcriptLines() { return QString::fromUtf8(program.run({"history"}).out).split(u'\n', Qt::SkipEmptyParts); }
+  void installFastModelInstead() {
+    ASSERT_EQ(program.run({"models", "delete", "scripted"}).code, 0);
+    ScriptedWhisperModel::Options fast;
+    fast.text = "Second attempt.";
+    installModel(fast);
+  }
+  // Waits until the history has a row or the process is over.
+  bool waitForRow(QProcess& process) {
+    for (int i = 0; i < 200 && process.state() == QProcess::Running; ++i) {
+      process.waitForFinished(50);
+      if (!transcriptLines().isEmpty()) return true;
+    }
+    return false;
+  }
+
+  CommandLineProgram program;
+};
+
+TEST_F(CommandLineProgramTest, TranscribesAFileAndKeepsItInTheHistory) {
+  installModel();
+  program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(2));
+  const Output text = program.run({"transcribe", "talk.wav"});
+  EXPECT_EQ(text.code, 0) << text.err.constData();
+  EXPECT_EQ(text.out, QByteArray("Hello there, this is a scripted transcript.\n"));
+  EXPECT_EQ(text.err, QByteArray()) << "nothing but the result belongs into a pipe";
+
+  const Output json = program.run({"transcribe", "talk.wav", "--model", "scripted", "--language", "en", "--json"});
+  EXPECT_EQ(json.json()["text"].toString(), QStringLiteral("Hello there, this is a scripted transcript."));
+  EXPECT_NEAR(json.json()["durationSeconds"].toDouble(), 2.0, 0.05);
+  EXPECT_EQ(json.json()["provider"].toString(), QStringLiteral("Local Whisper"));
+
+  const QString id = json.json()["transcriptId"].toString();
+  const Output row = program.run({"history", "show", id.left(8), "--json"});
+  EXPECT_EQ(row.json()["status"].toString(), QStringLiteral("completed"));
+  const QString copy = row.json()["audioFile"].toString();
+  EXPECT_TRUE(QFileInfo::exists(copy)) << copy.toStdString();
+  EXPECT_EQ(transcriptLines().size(), 2);
+  EXPECT_EQ(program.run({"history", "search", "scrip", "--json"}).out.count('\n'), 2);
+  EXPECT_EQ(program.run({"history", "search", "nothing like it"}).out, QByteArray());
+
+  EXPECT_EQ(program.run({"history", "delete", id}).code, 2) << "without --yes nothing is deleted";
+  EXPECT_TRUE(QFileInfo::exists(copy));
+  EXPECT_EQ(program.run({"history", "delete", id, "--yes"}).code, 0);
+  EXPECT_FALSE(QFileInfo::exists(copy));
+  EXPECT_EQ(transcriptLines().size(), 1);
+}
+
+TEST_F(CommandLineProgramTest, LeavesNoTraceWithoutHistory) {
+  installModel();
+  program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(1));
+  EXPECT_EQ(program.run({"transcribe", "talk.wav", "--no-history"}).out, QByteArray("Hello there, this is a scripted transcript.\n"));
+  const Output piped = program.run({"transcribe", "-", "--no-history"}, CommandLineProgram::tone(1));
+  EXPECT_EQ(piped.out, QByteArray("Hello there, this is a scripted transcript.\n")) << piped.err.constData();
+  EXPECT_EQ(transcriptLines(), QStringList());
+  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+  EXPECT_TRUE(QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+}
+
+TEST_F(CommandLineProgramTest, RefusesUnusableInputWithOneSentenceAndLeavesNothingBehind) {
+  installModel();
+  program.write(QStringLiteral("empty.wav"), QByteArray());
+  program.write(QStringLiteral("text.wav"), "This is no sound at all.\n");
+  program.write(QStringLiteral("header.wav"), CommandLineProgram::tone(0));
+  program.write(QStringLiteral("cut.m4a"), QByteArray("\0\0\0\x20""ftypM4A \0\0\0\0M4A mp42isom\0\0\0\0", 32) + QByteArray(5000, 'x'));
+  program.write(QStringLiteral("secret.wav"), CommandLineProgram::tone(1));
+  QDir(program.file(QString())).mkdir(QStringLiteral("folder"));
+  const QStringList inputs{QStringLiteral("missing.wav"), QStringLiteral("folder"), QStringLiteral("empty.wav"), QStringLiteral("text.wav"),
+                           QStringLiteral("header.wav"), QStringLiteral("cut.m4a"), QStringLiteral("/dev/null"), QStringLiteral("no\nsuch \"file\"")};
+  for (const QString& input : inputs) {
+    for (const bool isWithHistory : {true, false}) {
+      QStringList arguments{"transcribe", input};
+      if (!isWithHistory) arguments << QStringLiteral("--no-history");
+      const Output output = program.run(arguments);
+      EXPECT_EQ(output.code, 3) << input.toStdString() << ": " << output.err.constData();
+      EXPECT_EQ(output.out, QByteArray()) << input.toStdString();
+      EXPECT_GE(output.err.count('\n'), 1) << input.toStdString();
+      EXPECT_LE(output.err.count('\n'), input.contains(u'\n') ? 2 : 1) << output.err.constData();
+      EXPECT_FALSE(output.wasKilled);
+    }
+  }
+  EXPECT_EQ(transcriptLines(), QStringList());
+  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+  EXPECT_TRUE(QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+}
+
+TEST_F(CommandLineProgramTest, TakesFilesOfAnyName) {
+  installModel();
+  const QByteArray names[] = {"with blanks and 'quotes' \".wav", "line\nbreak.wav", "caf\xe9 no utf8.wav", "-dash.wav", "100%s.wav", "grüße 漢字.WAV"};
+  for (const QByteArray& name : names) {
+    const QByteArray path = program.file(QString()).toUtf8() + "/" + name;
+    FILE* out = fopen(path.constData(), "wb");
+    ASSERT_NE(out, nullptr) << name.constData();
+    const QByteArray bytes = CommandLineProgram::tone(1);
+    fwrite(bytes.constData(), 1, size_t(bytes.size()), out);
+    fclose(out);
+    for (const char* option : {"--json", "--no-history"}) {
+      // Through a shell, which hands on bytes that are no UTF-8.
+      QProcess shell;
+      shell.setProcessEnvironment(program.environment());
+      shell.setWorkingDirectory(program.file(QString()));
+      QByteArray script = "printf '%b' '";
+      for (const char c : name) script += "\\x" + QByteArray(1, c).toHex();
+      script += "' > name.txt; exec \"" + CommandLineProgram::path().toUtf8() + "\" transcribe " + option + " -- \"$(cat name.txt)\"";
+      shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), QString::fromUtf8(script)});
+      const Output output = CommandLineProgram::finish(shell);
+      EXPECT_EQ(output.code, 0) << name.constData() << ": " << output.err.constData();
+      EXPECT_TRUE(output.out.contains("Hello there")) << name.constData();
+    }
+  }
+}
+
+TEST_F(CommandLineProgramTest, SeveralFilesGoOnBehindAFailure) {
+  installModel();
+  program.write(QStringLiteral("one.wav"), CommandLineProgram::tone(1));
+  const Output output = program.run({"transcribe", "one.wav", "missing.wav", "one.wav", "--json"});
+  EXPECT_EQ(output.code, 3);
+  const auto lines = output.out.trimmed().split('\n');
+  ASSERT_EQ(lines.size(), 3) << output.out.constData();
+  EXPECT_TRUE(QJsonDocument::fromJson(lines[0]).object().contains("text"));
+  EXPECT_EQ(QJsonDocument::fromJson(lines[1]).object()["error"].toObject()["code"].toInt(), 3);
+  EXPECT_TRUE(QJsonDocument::fromJson(lines[2]).object().contains("text"));
+}
+
+TEST_F(CommandLineProgramTest, SaysWhichModelIsMissingBeforeItTouchesTheFile) {
+  program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(1));
+  const Output none = program.run({"transcribe", "talk.wav"});
+  EXPECT_EQ(none.code, 4);
+  EXPECT_TRUE(none.err.contains("quillmere models download base")) << none.err.constData();
+  const Output unknown = program.run({"transcribe", "talk.wav", "--model", "nonsense"});
+  EXPECT_EQ(unknown.code, 4);
+  const Output cloud = program.run({"transcribe", "talk.wav", "--mode", "Default"});
+  EXPECT_EQ(cloud.code, 4) << cloud.err.constData();
+  EXPECT_TRUE(cloud.err.contains("Quillmere Cloud")) << cloud.err.constData();
+  EXPECT_EQ(program.run({"transcribe", "talk.wav", "--language", "klingon"}).code, 2);
+  EXPECT_EQ(program.run({"transcribe", "talk.wav", "--mode", "no such mode"}).code, 2);
+  EXPECT_EQ(transcriptLines(), QStringList());
+  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+}
+
+TEST_F(CommandLineProgramTest, InterruptLeavesNothingBehind) {
+  installSlowModel();
+  program.write(QStringLiteral("long.wav"), CommandLineProgram::tone(600));
+  QProcess process;
+  program.start(process, {"transcribe", "long.wav"});
+  ASSERT_TRUE(waitForRow(process)) << process.readAllStandardError().constData();
+  ::kill(pid_t(process.processId()), SIGINT);
+  const Output output = CommandLineProgram::finish(process);
+  EXPECT_EQ(output.code, 130) << output.err.constData();
+  EXPECT_EQ(output.out, QByteArray());
+  EXPECT_EQ(transcriptLines(), QStringList());
+  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+}
+
+TEST_F(CommandLineProgramTest, AKilledRunLeavesAStoreThatOpensAndARowInProcessing) {
+  installSlowModel();
+  program.write(QStringLiteral("long.wav"), CommandLineProgram::tone(600));
+  QProcess process;
+  program.start(process, {"transcribe", "long.wav"});
+  ASSERT_TRUE(waitForRow(process)) << process.readAllStandardError().constData();
+  process.kill();
+  process.waitForFinished();
+  const Output rows = program.run({"history", "--json"});
+  EXPECT_EQ(rows.code, 0) << rows.err.constData();
+  EXPECT_EQ(rows.json()["status"].toString(), QStringLiteral("processing"));
+  EXPECT_TRUE(QFileInfo::exists(rows.json()["audioFile"].toString()));
+
+  // What was said is not lost: the kept audio can be transcribed once more.
+  installFastModelInstead();
+  const Output retried = program.run({"history", "retry", rows.json()["id"].toString()});
+  EXPECT_EQ(retried.code, 0) << retried.err.constData();
+  EXPECT_TRUE(retried.out.contains("Second attempt")) << retried.out.constData();
+  EXPECT_EQ(program.run({"history", "--json"}).json()["status"].toString(), QStringLiteral("completed"));
+}
+
+}  // namespace
+}  // namespace quillmere
