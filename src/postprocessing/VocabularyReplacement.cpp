@@ -22,7 +22,8 @@ QString replaceWord(const QString& text, const QString& word, const QString& rep
     result += expandReplacementTemplate(replacement, match.capturedView());
     copied = match.capturedEnd();
   }
-  return copied == 0 ? text : result + QStringView(text).mid(copied);
+  result += QStringView(text).mid(copied);
+  return result;
 }
 
 }  // namespace
