@@ -51,7 +51,7 @@ struct TranscriptionPipelineServices {
   SettingsManager* settingsManager = nullptr;
   AppState* appState = nullptr;
   ErrorReporting* errorReporting = nullptr;
-  std::function<bool()> fileTagsApply;  // whether spoken file tags apply to the frontmost application
+  std::function<bool()> fileTagsApply = {};  // whether spoken file tags apply to the frontmost application
 };
 
 // Turns a finished audio file and a mode into a text: chooses the engine, runs it, lets a language model rewrite the

@@ -1,5 +1,7 @@
 #include "providers/LibWhisperProvider.h"
 
+#include <QDateTime>
+#include <QFileInfo>
 #include <cmath>
 
 #include "audio/AudioConverter.h"
@@ -55,8 +57,10 @@ std::optional<QString> promptFor(const std::vector<VocabularyPtr>& vocabulary) {
   return words.join(QLatin1Char(' '));
 }
 
-bool isSameFile(const WhisperCppModel& a, const WhisperCppModel& b) {
-  return a.name == b.name && a.url == b.url && a.sizeInBytes == b.sizeInBytes;
+// Changes when another file takes the place of this one.
+QString stampOf(const QString& path) {
+  const QFileInfo file(path);
+  return QStringLiteral("%1 %2 %3").arg(file.size()).arg(file.lastModified().toMSecsSinceEpoch()).arg(path);
 }
 
 }  // namespace
@@ -128,7 +132,8 @@ Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
   }
   const QString path = entry->url->toLocalFile();
   logger_.info("🔧 Found model at path: %s", path);
-  if (whisperContext_ && isModelReady_ && currentModel_ && isSameFile(*currentModel_, *entry)) {
+  const QString stamp = stampOf(path);
+  if (whisperContext_ && isModelReady_ && currentModel_->name == modelName && loadedFileStamp_ == stamp) {
     logger_.debug("Model is in memory already: %s", modelName);
     co_return Result<void, AnyError>();
   }
@@ -154,6 +159,7 @@ Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
   }
   whisperContext_ = context;
   currentModel_ = entry;
+  loadedFileStamp_ = stamp;
   isModelReady_ = true;
   logger_.info("✅ Model loaded successfully: %s - READY TO TRANSCRIBE!", modelName);
   co_return Result<void, AnyError>();

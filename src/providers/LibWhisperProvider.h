@@ -66,6 +66,7 @@ class LibWhisperProvider final : public TranscriptionProvider {
   SerialGate gate_;
   std::shared_ptr<WhisperContext> whisperContext_;
   std::optional<WhisperCppModel> currentModel_;
+  QString loadedFileStamp_;
   std::optional<QString> pendingModel_;
   bool isModelReady_ = false;
   int epoch_ = 0;  // counts calls and cancels: a call whose number is past ends with streamingInterrupted

@@ -32,7 +32,7 @@ TranscriptionRetryController::TranscriptionRetryController(PersistenceController
       logger_(logging.logger(QStringLiteral("TranscriptionRetryController"))) {}
 
 Task<Result<TranscriptionResult, AnyError>> TranscriptionRetryController::retry(TranscriptPtr transcript,
-                                                                                 ModePtr forcedMode) {
+                                                                                ModePtr forcedMode) {
   if (!transcript->audioFilePath || !QFileInfo(*transcript->audioFilePath).isFile()) {
     logger_.error("Cannot retry transcription: audio file not found at %s",
                   transcript->audioFilePath.value_or(QStringLiteral("nil")));

@@ -1,0 +1,128 @@
+#include "core/AppState.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeUserNotices.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using E = TranscriptionError;
+
+struct AppStateFixture {
+  TestTexts texts;
+  ManualExecutor executor;
+  FakeDefaultsStore defaults;
+  FakeUserNotices notices;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  AppState state{executor, defaults, nullptr, &notices, Logging(log)};
+};
+
+TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
+  const std::vector<std::pair<const char*, bool>> messages{
+      {"Your api KEY is wrong", true}, {"401 Unauthorized", true},     {"Insufficient Credits left", true},
+      {"Quota Exceeded", true},        {"The network is down", false}, {"", false}};
+  for (const auto& [message, isCritical] : messages) {
+    AppStateFixture f;
+    f.state.showError(QString::fromLatin1(message));
+    f.state.showNotice(QString::fromLatin1(message));
+    ASSERT_EQ(f.notices.toasts.size(), 2U);
+    EXPECT_EQ(f.notices.toasts[0].second, isCritical) << message;
+    EXPECT_FALSE(f.notices.toasts[1].second) << message;
+    EXPECT_EQ(f.state.data().errorMessage, QString::fromLatin1(message));
+    EXPECT_FALSE(f.state.data().showErrorAlert);
+  }
+  const std::vector<std::pair<E, bool>> errors{{E{E::ApiKeyMissing{}}, true},
+                                               {E{E::Unauthorized{}}, true},
+                                               {E{E::InsufficientCredits{1, 2}}, true},
+                                               {E{E::QuotaExceeded{QStringLiteral("X"), {}}}, true},
+                                               {E{E::RateLimited{}}, false},
+                                               {E{E::StreamingInterrupted{}}, false}};
+  for (const auto& [error, isCritical] : errors) {
+    AppStateFixture f;
+    f.state.showTranscriptionError(error);
+    ASSERT_EQ(f.notices.toasts.size(), 1U);
+    EXPECT_EQ(f.notices.toasts[0].second, isCritical) << qPrintable(classify(error).code);
+    EXPECT_EQ(f.state.data().errorMessage, localizedDescription(error));
+  }
+}
+
+TEST(AppState, RecordsWithoutShowing) {
+  AppStateFixture f;
+  f.state.showNotice(QStringLiteral("note"));
+  EXPECT_EQ(f.state.data().errorMessage, std::nullopt);
+  f.state.recordError(QStringLiteral("quiet"));
+  EXPECT_EQ(f.state.data().errorMessage, QStringLiteral("quiet"));
+  EXPECT_EQ(f.notices.toasts.size(), 1U);
+}
+
+TEST(AppState, TakesAnErrorFromAnotherThread) {
+  AppStateFixture f;
+  std::thread([&] { f.state.showError(QStringLiteral("from afar")); }).join();
+  EXPECT_TRUE(f.notices.toasts.empty());
+  f.executor.runUntilIdle();
+  EXPECT_EQ(f.notices.toasts.size(), 1U);
+
+  auto gone = std::make_unique<AppState>(f.executor, f.defaults, nullptr, &f.notices, Logging());
+  std::thread([&] { gone->showError(QStringLiteral("too late")); }).join();
+  gone.reset();
+  f.executor.runUntilIdle();
+  EXPECT_EQ(f.notices.toasts.size(), 1U);
+}
+
+TEST(AppState, EveryObserverSeesEveryChangeInOrder) {
+  AppStateFixture f;
+  QStringList first;
+  QStringList second;
+  const auto a = f.state.observe([&](const AppStateData& data) {
+    first.append(data.streamingText);
+    // changes made from inside build on one another
+    if (data.streamingText == QStringLiteral("1")) {
+      f.state.update([](AppStateData& d) { d.streamingText += QStringLiteral("2"); });
+      f.state.update([](AppStateData& d) { d.streamingText += QStringLiteral("3"); });
+    }
+  });
+  const auto b = f.state.observe([&](const AppStateData& data) { second.append(data.streamingText); });
+  f.state.update([](AppStateData& d) { d.streamingText = QStringLiteral("1"); });
+  const QStringList expected{QStringLiteral("1"), QStringLiteral("12"), QStringLiteral("123")};
+  EXPECT_EQ(first, expected);
+  EXPECT_EQ(second, expected);
+}
+
+TEST(AppState, RemembersTheSection) {
+  AppStateFixture f;
+  EXPECT_EQ(f.state.data().selectedNavigationItem, NavigationItem::home);
+  f.state.selectNavigationItem(NavigationItem::history);
+  AppState next(f.executor, f.defaults, nullptr, nullptr, Logging());
+  EXPECT_EQ(next.data().selectedNavigationItem, NavigationItem::history);
+  f.defaults.setValue(QStringLiteral("lastNavigationItem"), QStringLiteral("Nowhere"));
+  AppState last(f.executor, f.defaults, nullptr, nullptr, Logging());
+  EXPECT_EQ(last.data().selectedNavigationItem, NavigationItem::home);
+}
+
+TEST(AppState, LogsTheCourseOfARecordingWithoutItsText) {
+  AppStateFixture f;
+  f.state.update([](AppStateData& d) { d.recordingState = {RecordingState::Recording{}}; });
+  f.state.update([](AppStateData& d) { d.streamingText = QStringLiteral("x"); });
+  f.state.update([](AppStateData& d) { d.recordingState = {RecordingState::Complete{QStringLiteral("my secret")}}; });
+  EXPECT_EQ(f.log->count(QStringLiteral("Started recording")), 1);
+  EXPECT_FALSE(f.log->publicLines().join(QLatin1Char('\n')).contains(QStringLiteral("secret")));
+}
+
+TEST(AppState, SelectsAMode) {
+  AppStateFixture f;
+  Mode mode;
+  mode.id = QUuid::fromString(QStringLiteral("{00000000-0000-0000-0000-000000000002}"));
+  f.state.selectMode(mode, true);
+  EXPECT_EQ(f.state.data().selectedModeId, QStringLiteral("00000000-0000-0000-0000-000000000002"));
+  EXPECT_EQ(f.state.data().selectedModeName, QStringLiteral("Default"));
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,569 @@
+#include "core/TranscriptionPipeline.h"
+
+#include <gtest/gtest.h>
+
+#include "core/AppState.h"
+#include "postprocessing/AIPostProcessing.h"
+#include "postprocessing/VocabularyProcessor.h"
+#include "providers/TranscriptionModelManager.h"
+#include "providers/TranscriptionProviderRouter.h"
+#include "storage/PersistenceController.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeErrorReporting.h"
+#include "support/FakeNetworkStatus.h"
+#include "support/FakeProviders.h"
+#include "support/FakeUserNotices.h"
+#include "support/LocalEngineFixture.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+using E = TranscriptionError;
+
+class FakePostProcessor final : public AIPostProcessing {
+ public:
+  PostProcessingCallbacks callbacks;
+  std::vector<PostProcessingRequest> requests;
+  std::optional<AnyError> error;
+  Duration delay{0};
+  void setCallbacks(PostProcessingCallbacks value) override { callbacks = std::move(value); }
+  Task<Result<QString, AnyError>> postProcessStreaming(PostProcessingRequest request) override {
+    requests.push_back(request);
+    const QString text = request.text;
+    co_await sleepFor(delay);
+    if (error) co_return Failed{*error};
+    co_return QStringLiteral("Rewritten: ") + text;
+  }
+};
+
+struct PipelineFixture : LocalEngineFixture {
+  PipelineFixture() {
+    persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+    vocabulary = std::make_unique<VocabularyProcessor>(*persistence, logging);
+    TranscriptionEngines engines;
+    engines.localProvider = provider.get();
+    engines.apiKeys = &keys;
+    engines.health = &health;
+    engines.hostedFactory = &hosted;
+    engines.cloudEngines[CloudProvider::openai] = &cloud;
+    keys.keys.insert(QStringLiteral("openai"), QStringLiteral("key"));
+    router = std::make_unique<TranscriptionProviderRouter>(engines, network, &reporting, logging);
+    TranscriptionModelServices modelServices;
+    modelServices.localProvider = provider.get();
+    models = std::make_unique<TranscriptionModelManager>(modelServices, *persistence, folder.path(), 4, logging);
+    appState = std::make_unique<AppState>(executor, defaults, nullptr, &notices, logging);
+    TranscriptionPipelineServices services{executor,    clock,   *persistence, defaults,
+                                           *vocabulary, *router, *models,      files};
+    services.localProvider = provider.get();
+    services.appState = appState.get();
+    services.errorReporting = &reporting;
+    services.fileTagsApply = [this] { return fileTagsApply; };
+    pipeline = std::make_unique<TranscriptionPipeline>(std::move(services), logging);
+    pipeline->setAIPostProcessor(&rewriter);
+    subscription = pipeline->observeState([this](const TranscriptionState& state) { states.append(state.text()); });
+  }
+
+  static ModePtr mode(const QString& model, std::optional<qint16> postProcessing = std::nullopt,
+                      std::optional<QString> postProcessingProvider = std::nullopt) {
+    auto result = std::make_shared<Mode>();
+    result->name = QStringLiteral("Test");
+    result->model = model;
+    result->postProcessingMode = postProcessing;
+    result->postProcessingProvider = std::move(postProcessingProvider);
+    return result;
+  }
+  static ModePtr hostedMode(std::optional<qint16> postProcessing, std::optional<QString> provider = std::nullopt) {
+    auto result = mode(QStringLiteral("cloud"), postProcessing, std::move(provider));
+    result->cloudProvider = QStringLiteral("quillmere");
+    return result;
+  }
+  TranscriptionRequest request(ModePtr mode) const {
+    TranscriptionRequest result;
+    result.audioPath = audioPath;
+    result.mode = std::move(mode);
+    return result;
+  }
+  using Outcome = Result<TranscriptionResult, AnyError>;
+  TaskHandle<Outcome> start(ModePtr mode) {
+    return scope.spawn(pipeline->transcribeWithDetails(request(std::move(mode))));
+  }
+  Outcome run(ModePtr mode) { return runTask(executor, pipeline->transcribeWithDetails(request(std::move(mode)))); }
+  // "cancelled", the text, or "error" and the code.
+  QString end(TaskHandle<Outcome>& handle) {
+    try {
+      const auto outcome = runTask(executor, handle.join());
+      return outcome ? outcome->text : QStringLiteral("error ") + classify(outcome.error()).code;
+    } catch (const Cancelled&) {
+      return QStringLiteral("cancelled");
+    }
+  }
+  // One queued function, one result of a worker or one timer. False: nothing is left.
+  bool step() {
+    while (executor.queuedCount() == 0 && executor.externalWorkCount() > 0) std::this_thread::yield();
+    if (executor.runOne()) return true;
+    if (executor.timerCount() == 0) return false;
+    executor.advance(1ms);
+    return true;
+  }
+
+  TestTexts texts;
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
+  std::unique_ptr<PersistenceController> persistence;
+  std::unique_ptr<VocabularyProcessor> vocabulary;
+  FakeDefaultsStore defaults;
+  FakeApiKeys keys;
+  FakeProviderHealth health;
+  FakeHostedFactory hosted;
+  FakeCloudProvider cloud{QStringLiteral("OpenAI Whisper")};
+  FakeNetworkStatus network;
+  FakeErrorReporting reporting;
+  FakeUserNotices notices;
+  FakePostProcessor rewriter;
+  bool fileTagsApply = false;
+  QStringList states;
+  std::unique_ptr<TranscriptionProviderRouter> router;
+  std::unique_ptr<TranscriptionModelManager> models;
+  std::unique_ptr<AppState> appState;
+  std::unique_ptr<TranscriptionPipeline> pipeline;
+  Subscription subscription;
+  TaskScope scope{executor};
+};
+
+const QString cloudText = QStringLiteral("cloud");
+
+// --- the road of one transcription
+
+TEST(TranscriptionPipeline, TranscribesLocallyWithoutAMode) {
+  PipelineFixture f;
+  const auto outcome = f.run(nullptr);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, QStringLiteral("Hello there."));
+  EXPECT_EQ(outcome->rawText, outcome->text);
+  EXPECT_EQ(outcome->provider, QStringLiteral("Local Whisper"));
+  EXPECT_EQ(outcome->timestamp, f.clock.now());
+  EXPECT_FALSE(outcome->wasPostProcessed);
+  EXPECT_EQ(outcome->postProcessingProvider, std::nullopt);
+  EXPECT_EQ(outcome->mode, nullptr);
+  EXPECT_EQ(f.engine.loads(), QStringList{QStringLiteral("ggml-base.bin")});
+  EXPECT_EQ(f.states, (QStringList{QStringLiteral("transcribing with Starting... (0%)"),
+                                   QStringLiteral("transcribing with Local Whisper (10%)"), QStringLiteral("idle")}));
+  EXPECT_EQ(f.pipeline->lastTranscription()->id, outcome->id);
+  EXPECT_TRUE(f.reporting.reports.empty());
+}
+
+TEST(TranscriptionPipeline, DecidesWhatIsDoneWithTheText) {
+  struct Case {
+    const char* name;
+    ModePtr mode;
+    std::optional<QString> enhanced;  // by the hosted service
+    const char* text;                 // "kuh" is a word of the vocabulary, replaced by "Kuh!"
+    bool wasPostProcessed;
+    std::optional<QString> provider;
+    size_t rewrites;
+  };
+  const auto none = std::nullopt;
+  const QString openai = QStringLiteral("openai");
+  const QString quillmere = QStringLiteral("quillmere");
+  const QString gemma = QStringLiteral("local_gemma");
+  const QString enhanced = QStringLiteral("enhanced kuh");
+  using F = PipelineFixture;
+  const std::vector<Case> table{
+      {"off", F::mode(cloudText, 0, openai), none, "  eine kuh ", false, none, 0},
+      {"no value", F::mode(cloudText, none, openai), none, "  eine kuh ", false, none, 0},
+      {"unknown value", F::mode(cloudText, 7, openai), none, "  eine kuh ", false, none, 0},
+      {"cloud", F::mode(cloudText, 1, openai), none, "Rewritten:   eine Kuh!", true, openai, 1},
+      {"cloud without a provider", F::mode(cloudText, 1), none, "Rewritten:   eine Kuh!", true, quillmere, 1},
+      {"local has its own provider", F::mode(cloudText, 2, openai), none, "Rewritten:   eine Kuh!", true, gemma, 1},
+      {"unknown provider", F::mode(cloudText, 1, QStringLiteral("custom:1")), none, "Rewritten:   eine Kuh!", true,
+       QStringLiteral("custom:1"), 1},
+      {"hosted, enhanced, off", F::hostedMode(0), enhanced, "enhanced Kuh!", true, quillmere, 0},
+      {"hosted, enhanced, itself", F::hostedMode(1, quillmere), enhanced, "enhanced Kuh!", true, quillmere, 0},
+      {"hosted, enhanced, another", F::hostedMode(1, openai), enhanced, "enhanced Kuh!", true, quillmere, 0},
+      {"hosted, plain, itself", F::hostedMode(1), none, "Rewritten:   eine Kuh!", true, quillmere, 1},
+      {"hosted, plain, off", F::hostedMode(0), none, "  eine kuh ", false, none, 0},
+  };
+  for (const Case& c : table) {
+    PipelineFixture f;
+    f.persistence->addVocabularyItem(QStringLiteral("kuh"), QStringLiteral("Kuh!"));
+    f.cloud.answer.text = QStringLiteral("  eine kuh ");
+    f.hosted.answer.text = QStringLiteral("  eine kuh ");
+    f.hosted.enhanced = c.enhanced;
+    const auto outcome = f.run(c.mode);
+    ASSERT_TRUE(outcome) << c.name;
+    EXPECT_EQ(outcome->text, QString::fromUtf8(c.text)) << c.name;
+    EXPECT_EQ(outcome->rawText, QStringLiteral("  eine kuh ")) << c.name;
+    EXPECT_EQ(outcome->wasPostProcessed, c.wasPostProcessed) << c.name;
+    EXPECT_EQ(outcome->postProcessingProvider, c.provider) << c.name;
+    EXPECT_EQ(f.rewriter.requests.size(), c.rewrites) << c.name;
+    EXPECT_EQ(f.appState->data().recordingState.is<RecordingState::PostProcessing>(), c.rewrites > 0) << c.name;
+    EXPECT_EQ(f.states.contains(QStringLiteral("post-processing")), c.rewrites > 0) << c.name;
+  }
+}
+
+TEST(TranscriptionPipeline, GoesOnWithoutARewriter) {
+  PipelineFixture f;
+  f.persistence->addVocabularyItem(QStringLiteral("words"), QStringLiteral("Worte"));
+  f.pipeline->setAIPostProcessor(nullptr);
+  const auto outcome = f.run(PipelineFixture::mode(cloudText, 1, QStringLiteral("groq")));
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, QStringLiteral("spoken Worte"));
+  EXPECT_TRUE(outcome->wasPostProcessed);
+  EXPECT_EQ(outcome->postProcessingProvider, QStringLiteral("groq"));
+}
+
+TEST(TranscriptionPipeline, HandsLanguageContextAndVocabularyOn) {
+  const std::vector<std::pair<std::optional<QString>, std::optional<QString>>> table{
+      {std::nullopt, std::nullopt},
+      {QStringLiteral("auto"), std::nullopt},
+      {QStringLiteral("AUTO"), std::nullopt},
+      {QString(), std::nullopt},
+      {QStringLiteral("zh-Hant"), QStringLiteral("zh-hant")}};
+  PipelineFixture f;
+  f.persistence->addVocabularyItem(QStringLiteral("eins"));
+  f.persistence->addVocabularyItem(QStringLiteral("zwei"));
+  for (const auto& [language, expected] : table) {
+    auto mode = PipelineFixture::mode(cloudText);
+    mode->language = language;
+    ASSERT_TRUE(f.run(mode));
+    EXPECT_EQ(f.cloud.languages.back(), expected);
+    EXPECT_EQ(f.cloud.vocabularySizes.back(), 2U);
+  }
+  f.fileTagsApply = true;
+  auto request = f.request(PipelineFixture::mode(cloudText, 1, QStringLiteral("openai")));
+  request.selectedText = QStringLiteral("marked");
+  ASSERT_TRUE(runTask(f.executor, f.pipeline->transcribeWithDetails(request)));
+  EXPECT_EQ(f.rewriter.requests.back().selectedText, QStringLiteral("marked"));
+  EXPECT_TRUE(f.rewriter.requests.back().developerToolActive);
+  EXPECT_FALSE(f.rewriter.requests.back().developerModeEnabled);
+  EXPECT_EQ(f.rewriter.requests.back().vocabulary.size(), 2U);
+}
+
+TEST(TranscriptionPipeline, KeepsTheTextByTheBytesOfTheAudio) {
+  PipelineFixture f;
+  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText)));
+  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText)));
+  EXPECT_EQ(f.pipeline->cache().count(), 1);
+  QFile file(f.audioPath);
+  ASSERT_TRUE(file.open(QIODevice::Append));
+  file.write(QByteArray(3'000'000, 'x'));  // more than one block
+  file.close();
+  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText)));
+  EXPECT_EQ(f.pipeline->cache().count(), 2);
+  QFile::remove(f.audioPath);  // a file that is gone fails nothing
+  EXPECT_TRUE(f.run(PipelineFixture::mode(cloudText)));
+  EXPECT_EQ(f.pipeline->cache().count(), 2);
+}
+
+// --- failures and their report
+
+TEST(TranscriptionPipeline, ReportsAFailureInFull) {
+  PipelineFixture f;
+  f.cloud.answer.text = Failed{transcriptionError(E::ServerError{503, QStringLiteral("overloaded")})};
+  f.cloud.answer.delay = 840ms;
+  auto mode = PipelineFixture::mode(QStringLiteral("Cloud"), 1, QStringLiteral("groq"));
+  mode->language = QStringLiteral("DE");
+  auto request = f.request(mode);
+  request.audioPath = f.addFile(QStringLiteral("speech.CAF"));
+  request.recordingSession = std::make_shared<RecordingSession>();
+  request.recordingSession->id = QUuid::fromString(QStringLiteral("{00000000-0000-0000-0000-00000000000a}"));
+  ASSERT_FALSE(runTask(f.executor, f.pipeline->transcribeWithDetails(request)));
+  EXPECT_TRUE(f.states.last().startsWith(QStringLiteral("error: ")));
+  ASSERT_EQ(f.reporting.reports.size(), 1U);
+  const ReportOptions& report = f.reporting.reports[0].options;
+  EXPECT_EQ(report.message, QStringLiteral("TranscriptionPipeline.transcribeWithDetails failed"));
+  EXPECT_EQ(report.level, ReportLevel::error);
+  EXPECT_EQ(report.sampleRate, std::nullopt);
+  const QMap<QString, QString> tags{{QStringLiteral("component"), QStringLiteral("transcription")},
+                                    {QStringLiteral("error_class"), QStringLiteral("server")},
+                                    {QStringLiteral("error_stage"), QStringLiteral("transcribe")}};
+  EXPECT_EQ(report.tags, tags);
+  const QVariantMap expected{
+      {QStringLiteral("actualProvider"), QStringLiteral("OpenAI Whisper")},
+      {QStringLiteral("modelString"), QStringLiteral("Cloud")},
+      {QStringLiteral("useCloud"), true},
+      {QStringLiteral("modeName"), QStringLiteral("Test")},
+      {QStringLiteral("language"), QStringLiteral("de")},
+      {QStringLiteral("postProcessingMode"), QStringLiteral("off")},
+      {QStringLiteral("postProcessingProvider"), QStringLiteral("unknown")},
+      {QStringLiteral("shouldRunPostProcessing"), false},
+      {QStringLiteral("isQuillmereTranscription"), false},
+      {QStringLiteral("audioFilePath"), request.audioPath},
+      {QStringLiteral("fileExists"), true},
+      {QStringLiteral("fileReadable"), true},
+      {QStringLiteral("fileSizeBytes"), QFileInfo(request.audioPath).size()},
+      {QStringLiteral("fileExtension"), QStringLiteral("CAF")},
+      {QStringLiteral("usedCAFFallback"), true},
+      {QStringLiteral("errorCategory"), QStringLiteral("server")},
+      {QStringLiteral("errorKind"), QStringLiteral("server_error")},
+      {QStringLiteral("errorRetryable"), true},
+      {QStringLiteral("errorHttpStatus"), 503},
+      {QStringLiteral("errorStage"), QStringLiteral("transcribe")},
+      {QStringLiteral("stageElapsedMs"), qint64(840)},
+      {QStringLiteral("totalElapsedMs"), qint64(840)},
+      {QStringLiteral("transcriptionState"), f.states.last()},
+      {QStringLiteral("recordingSessionID"), QStringLiteral("00000000-0000-0000-0000-00000000000a")}};
+  for (auto it = expected.begin(); it != expected.end(); ++it)
+    EXPECT_EQ(report.extra.value(it.key()), it.value()) << qPrintable(it.key());
+  for (const char* key : {"errorType", "errorDomain", "errorCode"})
+    EXPECT_TRUE(report.extra.contains(QString::fromLatin1(key))) << key;
+  EXPECT_EQ(
+      report.extra.value(QStringLiteral("stageTimeline")).toStringList(),
+      (QStringList{QStringLiteral("start=0ms@0ms"), QStringLiteral("fetch_vocabulary=0ms@0ms"),
+                   QStringLiteral("select_provider=0ms@0ms"), QStringLiteral("transcribe=840ms@840ms (failed)")}));
+}
+
+TEST(TranscriptionPipeline, TreatsSilenceAsExpectedAndHonoursTheSetting) {
+  PipelineFixture f;
+  f.cloud.answer.text = Failed{transcriptionError(E::NoSpeechDetected{})};
+  QFile::remove(f.audioPath);
+  ASSERT_FALSE(f.run(PipelineFixture::mode(cloudText)));
+  ASSERT_EQ(f.reporting.reports.size(), 1U);
+  const ReportOptions& report = f.reporting.reports[0].options;
+  EXPECT_EQ(report.level, ReportLevel::info);
+  EXPECT_EQ(report.sampleRate, 0.05);
+  EXPECT_EQ(report.tags.value(QStringLiteral("expected")), QStringLiteral("true"));
+  EXPECT_EQ(report.extra.value(QStringLiteral("fileSizeBytes")), QVariant(qint64(-1)));
+  EXPECT_EQ(report.extra.value(QStringLiteral("recordingSessionID")), QVariant(QStringLiteral("nil")));
+  EXPECT_FALSE(report.extra.contains(QStringLiteral("errorHttpStatus")));
+  f.reporting.isOn = false;
+  f.reporting.breadcrumbs.clear();
+  ASSERT_FALSE(f.run(PipelineFixture::mode(cloudText)));
+  EXPECT_EQ(f.reporting.reports.size(), 1U);
+  EXPECT_TRUE(f.reporting.breadcrumbs.empty());
+}
+
+TEST(TranscriptionPipeline, FailsWithTheStageThatFailed) {
+  struct Case {
+    const char* name;
+    std::function<void(PipelineFixture&)> arrange;
+    ModePtr mode;
+    const char* stage;
+    const char* code;
+  };
+  const QString openai = QStringLiteral("openai");
+  const QString quillmere = QStringLiteral("quillmere");
+  using F = PipelineFixture;
+  const std::vector<Case> table{
+      {"no key", [](F& f) { f.keys.keys.clear(); }, F::mode(cloudText), "select_provider", "api_key_missing"},
+      {"rewriter's health",
+       [](F& f) { f.health.postProcessing[PostProcessingProvider::openai] = ProviderHealth::unauthorized; },
+       F::mode(cloudText, 1, openai), "post_processing_health_check", "unauthorized"},
+      {"health, although the hosted text would do",
+       [](F& f) {
+         f.health.postProcessing[PostProcessingProvider::openai] = ProviderHealth::unreachable;
+         f.hosted.enhanced = QStringLiteral("enhanced");
+       },
+       F::hostedMode(1, openai), "post_processing_health_check", "network_error"},
+      {"rewriter", [](F& f) { f.rewriter.error = transcriptionError(E::StreamingInterrupted{}); },
+       F::mode(cloudText, 1, openai), "post_processing", "streaming_interrupted"},
+  };
+  for (const Case& c : table) {
+    PipelineFixture f;
+    c.arrange(f);
+    const auto outcome = f.run(c.mode);
+    ASSERT_FALSE(outcome) << c.name;
+    EXPECT_EQ(classify(outcome.error()).code, QString::fromLatin1(c.code)) << c.name;
+    ASSERT_EQ(f.reporting.reports.size(), 1U) << c.name;
+    EXPECT_EQ(f.reporting.reports[0].options.tags.value(QStringLiteral("error_stage")), QString::fromLatin1(c.stage))
+        << c.name;
+    EXPECT_EQ(f.pipeline->lastTranscription(), std::nullopt);
+    // a call behind a failure starts at once
+    const TimePoint before = f.executor.now();
+    (void)f.run(c.mode);
+    EXPECT_EQ(f.executor.now(), before) << c.name;
+  }
+}
+
+TEST(TranscriptionPipeline, LeavesABreadcrumbAStage) {
+  PipelineFixture f;
+  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText, 1, QStringLiteral("openai"))));
+  QStringList stages;
+  for (const Breadcrumb& crumb : f.reporting.breadcrumbs) {
+    EXPECT_EQ(crumb.message, QStringLiteral("transcription_stage"));
+    EXPECT_EQ(crumb.category, QStringLiteral("transcription"));
+    stages.append(crumb.data.value(QStringLiteral("stage")).toString());
+  }
+  EXPECT_EQ(stages.join(QLatin1Char(' ')),
+            QStringLiteral("fetch_vocabulary select_provider transcribe post_processing_health_check post_processing "
+                           "cache_result finalize"));
+}
+
+// --- races
+
+TEST(TranscriptionPipeline, ANewCallEndsTheRunningOne) {
+  for (const bool isStubborn : {false, true}) {
+    PipelineFixture f;
+    f.cloud.answer.delay = 10s;
+    f.cloud.answer.isStubborn = isStubborn;
+    auto older = f.start(PipelineFixture::mode(cloudText));
+    f.executor.runReady();
+    f.cloud.answer.delay = 1s;
+    f.cloud.answer.text = QStringLiteral("newer");
+    const TimePoint start = f.executor.now();
+    auto newer = f.start(PipelineFixture::mode(cloudText));
+    EXPECT_EQ(f.end(newer), QStringLiteral("newer"));
+    EXPECT_EQ(f.executor.now() - start, 1100ms);
+    EXPECT_EQ(f.end(older), QStringLiteral("cancelled"));
+    EXPECT_EQ(f.states.last(), QStringLiteral("idle"));
+    EXPECT_EQ(f.pipeline->lastTranscription()->text, QStringLiteral("newer"));
+    EXPECT_TRUE(f.reporting.reports.empty());
+  }
+}
+
+TEST(TranscriptionPipeline, OnlyTheNewestOfThreeGoesOn) {
+  PipelineFixture f;
+  f.cloud.answer.delay = 10s;
+  auto first = f.start(PipelineFixture::mode(cloudText));
+  f.executor.runReady();
+  auto second = f.start(PipelineFixture::mode(cloudText));
+  f.executor.advance(50ms);
+  auto third = f.start(PipelineFixture::mode(cloudText));
+  EXPECT_EQ(f.end(third), QStringLiteral("spoken words"));
+  EXPECT_EQ(f.end(second), QStringLiteral("cancelled"));
+  EXPECT_EQ(f.end(first), QStringLiteral("cancelled"));
+  EXPECT_EQ(f.cloud.languages.size(), 2U);  // the second never reached its engine
+}
+
+TEST(TranscriptionPipeline, ANewCallWhileTheTextIsRewritten) {
+  PipelineFixture f;
+  f.rewriter.delay = 10s;
+  auto older = f.start(PipelineFixture::mode(cloudText, 1, QStringLiteral("openai")));
+  f.executor.runUntil([&] { return f.pipeline->state().get().is<TranscriptionState::PostProcessing>(); });
+  auto newer = f.start(PipelineFixture::mode(cloudText));
+  EXPECT_EQ(f.end(newer), QStringLiteral("spoken words"));
+  EXPECT_EQ(f.end(older), QStringLiteral("cancelled"));
+}
+
+TEST(TranscriptionPipeline, CancelEndsALocalDecodeAtOnce) {
+  for (const bool isJoinersCancel : {false, true}) {
+    PipelineFixture f;
+    f.engine.holdRuns(true);
+    auto handle = f.start(nullptr);
+    while (f.engine.runs().empty()) {
+      f.executor.runReady();
+      std::this_thread::yield();
+    }
+    const TimePoint start = f.executor.now();
+    if (isJoinersCancel)
+      handle.cancel();
+    else
+      f.pipeline->cancelTranscription();
+    EXPECT_EQ(f.end(handle), QStringLiteral("cancelled"));
+    EXPECT_EQ(f.engine.interruptedRuns(), 1);
+    EXPECT_EQ(f.executor.now(), start);
+    EXPECT_EQ(f.states.last(), QStringLiteral("idle"));
+    EXPECT_TRUE(f.reporting.reports.empty());
+    f.engine.holdRuns(false);
+    EXPECT_TRUE(f.run(nullptr));
+  }
+}
+
+// Whoever cancels, and at whatever point: the call ends as cancelled (or had ended before), the pipeline rests, nothing
+// is reported, and the next call works.
+TEST(TranscriptionPipeline, CanBeCancelledAtEveryPoint) {
+  enum class How { pipeline, joiner, newerCall };
+  const ModePtr cloudMode = PipelineFixture::mode(cloudText, 1, QStringLiteral("openai"));
+  const ModePtr localMode = PipelineFixture::mode(QStringLiteral("base"), 1, QStringLiteral("openai"));
+  for (const ModePtr& mode : {cloudMode, localMode}) {
+    for (const How how : {How::pipeline, How::joiner, How::newerCall}) {
+      int cancelled = 0;
+      bool isThrough = false;
+      for (int steps = 0; !isThrough; ++steps) {
+        ASSERT_LT(steps, 200);
+        PipelineFixture f;
+        f.cloud.answer.delay = 2ms;
+        f.rewriter.delay = 2ms;
+        auto handle = f.start(mode);
+        for (int i = 0; i < steps && f.step(); ++i) continue;
+        isThrough = handle.isDone();
+        if (how == How::pipeline) f.pipeline->cancelTranscription();
+        if (how == How::joiner) handle.cancel();
+        if (how == How::newerCall) {
+          auto newer = f.start(PipelineFixture::mode(cloudText));
+          EXPECT_EQ(f.end(newer), QStringLiteral("spoken words")) << steps;
+        }
+        const QString ended = f.end(handle);
+        cancelled += ended == QStringLiteral("cancelled");
+        EXPECT_TRUE(ended == QStringLiteral("cancelled") || ended.startsWith(QStringLiteral("Rewritten")))
+            << qPrintable(ended);
+        EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Idle>()) << steps;
+        EXPECT_TRUE(f.reporting.reports.empty()) << steps;
+        EXPECT_TRUE(f.run(mode)) << steps;
+        EXPECT_TRUE(f.scope.isIdle());
+      }
+      EXPECT_GT(cancelled, 5);
+    }
+  }
+}
+
+TEST(TranscriptionPipeline, GoesAwayInTheMiddleOfACall) {
+  PipelineFixture f;
+  f.engine.holdRuns(true);
+  {
+    TaskScope caller(f.executor);
+    (void)caller.spawn(f.pipeline->transcribeWithDetails(f.request(nullptr)));
+    while (f.engine.runs().empty()) {
+      f.executor.runReady();
+      std::this_thread::yield();
+    }
+  }
+  f.pipeline.reset();
+  f.provider.reset();
+  f.executor.runUntilIdle();
+  EXPECT_EQ(f.engine.interruptedRuns(), 1);
+  EXPECT_EQ(f.engine.loaded(), 0);
+}
+
+// --- what is around it
+
+TEST(TranscriptionPipeline, AModelLoadDoesNotHideARunningTranscription) {
+  PipelineFixture f;
+  f.engine.holdLoads(true);
+  auto preparing = f.scope.spawn(f.pipeline->prepareModel(PipelineFixture::mode(QStringLiteral("base"))));
+  f.executor.runReady();
+  f.engine.waitForLoads(1);
+  f.cloud.answer.delay = 1s;
+  auto handle = f.start(PipelineFixture::mode(cloudText));
+  f.executor.runReady();
+  f.engine.holdLoads(false);
+  f.executor.runUntil([&] { return preparing.isDone(); });
+  EXPECT_TRUE(handle.isDone() || f.pipeline->state().get().is<TranscriptionState::Transcribing>());
+  EXPECT_EQ(f.end(handle), QStringLiteral("spoken words"));
+}
+
+TEST(TranscriptionPipeline, HandsTheRewritersNewsToTheApplicationState) {
+  PipelineFixture f;
+  f.rewriter.callbacks.onStreamingStateChange(true);
+  f.rewriter.callbacks.onStreamingTextUpdate(QStringLiteral("so far"));
+  EXPECT_TRUE(f.appState->data().isStreaming);
+  EXPECT_EQ(f.appState->data().streamingText, QStringLiteral("so far"));
+  f.rewriter.callbacks.onPostProcessingError(E{E::ApiKeyMissing{QStringLiteral("OpenAI")}});
+  ASSERT_EQ(f.notices.toasts.size(), 1U);
+  EXPECT_TRUE(f.notices.toasts[0].second);
+  f.pipeline.reset();
+  EXPECT_FALSE(f.rewriter.callbacks.onStreamingStateChange);
+}
+
+TEST(TranscriptionPipeline, KeepsTheKeyAndHandsItToItsEngine) {
+  PipelineFixture f;
+  f.pipeline->updateAPIKey(QStringLiteral("sk-1"));
+  EXPECT_EQ(f.pipeline->openAIAPIKey(), QStringLiteral("sk-1"));
+  EXPECT_TRUE(f.pipeline->useOpenAITranscription());
+  ASSERT_EQ(f.cloud.configurations.size(), 1U);
+  EXPECT_EQ(f.cloud.configurations[0].second, QStringLiteral("sk-1"));
+  f.pipeline->updateAPIKey({});
+  EXPECT_FALSE(f.pipeline->useOpenAITranscription());
+  EXPECT_EQ(f.cloud.configurations.size(), 1U);
+  EXPECT_FALSE(f.log->lines().join(QLatin1Char('\n')).contains(QStringLiteral("sk-1")));
+}
+
+TEST(TranscriptionPipeline, CopiesTheListOfModels) {
+  PipelineFixture f;
+  f.pipeline->refreshAvailableModels();
+  EXPECT_EQ(f.pipeline->availableModels().get(), std::vector<WhisperModel>{WhisperModel::base});
+}
+
+}  // namespace
+}  // namespace quillmere

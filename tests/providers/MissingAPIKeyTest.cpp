@@ -1,0 +1,67 @@
+#include "providers/MissingAPIKey.h"
+
+#include <gtest/gtest.h>
+
+#include "support/FakeProviders.h"
+
+namespace quillmere {
+namespace {
+
+struct Case {
+  const char* name;
+  std::optional<QString> model;
+  std::optional<QString> speech;
+  std::optional<qint16> rewriting;
+  std::optional<QString> rewriter;
+  QStringList keys;
+  bool isOnline = true;
+  QStringList expected;
+};
+
+TEST(MissingAPIKeys, NamesEachMissingThingOnce) {
+  const auto none = std::nullopt;
+  const QString cloud = QStringLiteral("Cloud");
+  const QString openai = QStringLiteral("openai");
+  const QString groq = QStringLiteral("groq");
+  const QString openaiSpeech = QStringLiteral("OpenAI (transcription)");
+  const QString openaiText = QStringLiteral("OpenAI (post-processing)");
+  const std::vector<Case> table{
+      {"empty mode", none, none, none, none, {}, true, {}},
+      {"no provider means OpenAI", cloud, none, none, none, {}, true, {openaiSpeech}},
+      {"one entry for both", cloud, openai, 1, openai, {}, true, {openaiSpeech}},
+      {"offline says only that", cloud, openai, 1, openai, {}, false, {QStringLiteral("Internet connection")}},
+      {"two services", cloud, groq, 1, openai, {}, true, {QStringLiteral("Groq (transcription)"), openaiText}},
+      {"key is there", cloud, openai, 1, openai, {openai}, true, {}},
+      {"only the second", cloud, groq, 1, openai, {groq}, true, {openaiText}},
+      {"hosted speech", cloud, QStringLiteral("quillmere"), 0, none, {}, true, {}},
+      {"unknown speech", cloud, QStringLiteral("whoever"), 0, none, {}, true, {}},
+      {"local speech, offline",
+       none,
+       none,
+       1,
+       QStringLiteral("anthropic"),
+       {},
+       false,
+       {QStringLiteral("Anthropic (post-processing)")}},
+      {"rewriting without a provider", none, none, 1, none, {}, true, {openaiText}},
+      {"hosted rewriting", none, none, 1, QStringLiteral("quillmere"), {}, true, {}},
+      {"own endpoint", none, none, 1, QStringLiteral("custom:4711"), {}, true, {}},
+      {"local model keeps an old provider text", none, none, 2, openai, {}, true, {}},
+      {"switched off", none, none, 0, openai, {}, true, {}},
+  };
+  for (const Case& c : table) {
+    Mode mode;
+    mode.model = c.model;
+    mode.cloudProvider = c.speech;
+    mode.postProcessingMode = c.rewriting;
+    mode.postProcessingProvider = c.rewriter;
+    FakeApiKeys keys;
+    for (const QString& key : c.keys) keys.keys.insert(key, QStringLiteral("secret"));
+    QStringList found;
+    for (const auto& entry : missingAPIKeys(mode, c.isOnline, &keys)) found.append(entry.displayText());
+    EXPECT_EQ(found, c.expected) << c.name;
+  }
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,211 @@
+#include "providers/TranscriptionModelManager.h"
+
+#include <gtest/gtest.h>
+
+#include "storage/PersistenceController.h"
+#include "support/FakeErrorReporting.h"
+#include "support/FakeProviders.h"
+#include "support/FakeUserNotices.h"
+#include "support/LocalEngineFixture.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+struct ManagerFixture : LocalEngineFixture {
+  explicit ManagerFixture(const QStringList& models = {QStringLiteral("ggml-base.bin"),
+                                                       QStringLiteral("ggml-base.en.bin"),
+                                                       QStringLiteral("ggml-small.bin"),
+                                                       QStringLiteral("custom/own.bin")})
+      : LocalEngineFixture(models) {
+    persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+    services.localProvider = provider.get();
+    services.parakeet = &parakeet;
+    services.gemmaRuntime = &gemma;
+    services.notices = &notices;
+    services.errorReporting = &reporting;
+    rebuild();
+  }
+  void rebuild() {
+    models = std::make_unique<TranscriptionModelManager>(services, *persistence, folder.path(), 4, logging);
+    models->setOnStateChange([this](const TranscriptionState& state) { states.append(state.text()); });
+  }
+  static ModePtr mode(const QString& model, const QString& language = QStringLiteral("auto")) {
+    auto result = std::make_shared<Mode>();
+    result->model = model;
+    result->language = language;
+    return result;
+  }
+  void prepare(const ModePtr& mode, TranscriptionState state = {}) {
+    runTask(executor, models->prepareModel(mode, std::move(state), &pipeline));
+  }
+  QStringList loads() const { return engine.loads(); }
+
+  TestTexts texts;
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
+  std::unique_ptr<PersistenceController> persistence;
+  TranscriptionModelServices services;
+  FakeParakeetEngine parakeet;
+  FakeGemmaRuntime gemma;
+  FakeUserNotices notices;
+  FakeErrorReporting reporting;
+  FakeTranscriber pipeline;
+  QStringList states;
+  std::unique_ptr<TranscriptionModelManager> models;
+};
+
+TEST(TranscriptionModelManager, LoadsTheModelOfTheMode) {
+  struct Case {
+    const char* model;
+    const char* language;
+    QStringList loads;
+  };
+  const QString base = QStringLiteral("ggml-base.bin");
+  const std::vector<Case> table{{"", "auto", {base}},
+                                {"Cloud", "en", {base}},
+                                {"base", "de", {base}},
+                                {"base", "EN-us", {QStringLiteral("ggml-base.en.bin")}},
+                                {"base", "english", {base}},
+                                {"small", "en", {QStringLiteral("ggml-small.bin")}},
+                                {"own", "en", {QStringLiteral("own.bin")}},
+                                {"zzz", "en", {}},
+                                {"parakeet-tdt-0.6b-v3", "en", {}}};
+  for (const Case& c : table) {
+    ManagerFixture f;
+    f.prepare(ManagerFixture::mode(QString::fromLatin1(c.model), QString::fromLatin1(c.language)));
+    EXPECT_EQ(f.loads(), c.loads) << c.model;
+    EXPECT_EQ(f.pipeline.cancels, 1);
+    for (const QString& state : f.states) EXPECT_EQ(state, QStringLiteral("idle"));
+    EXPECT_EQ(f.parakeet.prepared.size(), QByteArray(c.model).startsWith("parakeet") ? 1 : 0);
+  }
+}
+
+TEST(TranscriptionModelManager, LeavesARunningTranscriptionAlone) {
+  ManagerFixture f;
+  f.prepare(ManagerFixture::mode(QStringLiteral("small")),
+            {TranscriptionState::Transcribing{QStringLiteral("X"), 0.1F}});
+  EXPECT_TRUE(f.loads().isEmpty());
+  EXPECT_EQ(f.pipeline.cancels, 0);
+}
+
+TEST(TranscriptionModelManager, FallsBackToBaseAndReports) {
+  ManagerFixture f;
+  f.engine.brokenFiles = {QStringLiteral("ggml-small.bin")};
+  f.prepare(ManagerFixture::mode(QStringLiteral("small")));
+  EXPECT_EQ(f.loads(), (QStringList{QStringLiteral("ggml-small.bin"), QStringLiteral("ggml-base.bin")}));
+  EXPECT_TRUE(f.states.contains(QStringLiteral("error: Failed to load small. Using base model.")));
+  EXPECT_EQ(f.states.last(), QStringLiteral("idle"));
+  ASSERT_EQ(f.reporting.reports.size(), 1U);
+  EXPECT_EQ(f.reporting.reports[0].options.message, QStringLiteral("Model switch failed"));
+  EXPECT_EQ(f.reporting.reports[0].options.extra.value(QStringLiteral("target")).toString(), QStringLiteral("small"));
+}
+
+TEST(TranscriptionModelManager, TriesBaseTwice) {
+  ManagerFixture f;
+  f.engine.brokenFiles = {QStringLiteral("ggml-base.bin")};
+  const TimePoint start = f.executor.now();
+  runTask(f.executor, f.models->preloadBase(false));
+  EXPECT_EQ(f.executor.now() - start, std::chrono::milliseconds(500));
+  EXPECT_EQ(f.loads().size(), 2);
+  EXPECT_TRUE(f.states.last().startsWith(QStringLiteral("error: Failed to load base model: ")))
+      << qPrintable(f.states.last());
+
+  // base itself as the mode's model isn't tried again behind its own failure
+  ManagerFixture g;
+  g.engine.brokenFiles = {QStringLiteral("ggml-base.bin")};
+  g.prepare(ManagerFixture::mode(QStringLiteral("base")));
+  EXPECT_EQ(g.loads().size(), 1);
+}
+
+TEST(TranscriptionModelManager, ACancelledPreparationEndsAtRest) {
+  for (const char* model : {"small", "cloud"}) {
+    ManagerFixture f;
+    f.engine.holdLoads(true);
+    TaskScope scope(f.executor);
+    auto handle = scope.spawn(f.models->prepareModel(ManagerFixture::mode(QString::fromLatin1(model)), {}, nullptr));
+    f.executor.runReady();
+    f.engine.waitForLoads(1);
+    handle.cancel();
+    f.engine.holdLoads(false);
+    f.executor.runUntilIdle();
+    EXPECT_TRUE(handle.isDone());
+    EXPECT_EQ(f.states.last(), QStringLiteral("idle"));
+    EXPECT_EQ(f.loads().size(), 1);
+    EXPECT_TRUE(f.reporting.reports.empty());
+  }
+}
+
+TEST(TranscriptionModelManager, ListsTheModelsOnTheDisk) {
+  ManagerFixture f;
+  f.models->checkAvailableModels();
+  EXPECT_EQ(f.models->availableModels().get(),
+            (std::vector<WhisperModel>{WhisperModel::base, WhisperModel::baseEn, WhisperModel::small}));
+  EXPECT_EQ(f.provider->pendingModel(), QStringLiteral("base"));
+  EXPECT_EQ(f.models->selectedModel().get(), WhisperModel::base);
+  f.services.localProvider = nullptr;
+  f.rebuild();
+  f.models->checkAvailableModels();
+  EXPECT_TRUE(f.log->contains(QStringLiteral("Skipping model scan - provider not yet initialized")));
+  ManagerFixture empty(QStringList{});
+  empty.models->checkAvailableModels();
+  EXPECT_EQ(empty.provider->pendingModel(), std::nullopt);
+}
+
+TEST(TranscriptionModelManager, StartsAndStopsTheLocalLanguageModel) {
+  using Reason = GemmaStopReason;
+  using Kind = GemmaError::Kind;
+  struct Case {
+    std::optional<qint16> value;
+    std::optional<QString> provider;
+    std::optional<GemmaError> error;
+    std::vector<Reason> stops;
+    size_t requests;
+    size_t toasts;
+  };
+  const QString openai = QStringLiteral("openai");
+  const std::vector<Case> table{{2, std::nullopt, {}, {}, 1, 0},
+                                {2, QStringLiteral("local_gemma"), {}, {}, 1, 0},
+                                {2, openai, {}, {Reason::providerDisabled}, 0, 0},
+                                {1, QStringLiteral("local_gemma"), {}, {Reason::providerDisabled}, 0, 0},
+                                {std::nullopt, std::nullopt, {}, {Reason::providerDisabled}, 0, 0},
+                                {2, std::nullopt, GemmaError{Kind::modelNotFound, {}}, {Reason::modelMissing}, 1, 0},
+                                {2, std::nullopt, GemmaError{Kind::executableNotFound, {}}, {}, 1, 1},
+                                {2, std::nullopt, GemmaError{Kind::healthCheckFailed, {}}, {}, 1, 1},
+                                {2, std::nullopt, GemmaError{Kind::launchFailed, QStringLiteral("no")}, {}, 1, 1},
+                                {2, std::nullopt, GemmaError{Kind::other, QStringLiteral("odd")}, {}, 1, 1}};
+  for (const Case& c : table) {
+    ManagerFixture f;
+    auto mode = std::make_shared<Mode>();
+    mode->postProcessingMode = c.value;
+    mode->postProcessingProvider = c.provider;
+    mode->languageModel = QStringLiteral("some.gguf");
+    f.gemma.error = c.error;
+    runTask(f.executor, f.models->ensureGemmaRuntime(ModePtr(mode)));
+    EXPECT_EQ(f.gemma.stops, c.stops);
+    EXPECT_EQ(f.notices.toasts.size(), c.toasts);
+    ASSERT_EQ(f.gemma.requests.size(), c.requests);
+    if (c.requests == 0) continue;
+    GemmaServerConfiguration expected;
+    expected.threads = 3;
+    EXPECT_EQ(f.gemma.requests[0].first, mode->languageModel);
+    EXPECT_EQ(f.gemma.requests[0].second, expected);
+  }
+}
+
+TEST(TranscriptionModelManager, FindsTheModeOfTheLocalLanguageModelByItsIdentifier) {
+  ManagerFixture f;
+  ModeData data;
+  data.name = QStringLiteral("Local");
+  data.postProcessingMode = PostProcessingMode::local;
+  data.postProcessingProvider = QStringLiteral("local_gemma");
+  const ModePtr stored = f.persistence->createMode(data);
+  f.persistence->save();
+  for (const QString& id : {QString(), QStringLiteral("no identifier"), QUuid::createUuid().toString()})
+    runTask(f.executor, f.models->ensureGemmaRuntime(id));
+  EXPECT_EQ(f.gemma.stops, std::vector<GemmaStopReason>(3, GemmaStopReason::modeChanged));
+  runTask(f.executor, f.models->ensureGemmaRuntime(stored->id->toString(QUuid::WithoutBraces)));
+  EXPECT_EQ(f.gemma.requests.size(), 1U);
+}
+
+}  // namespace
+}  // namespace quillmere

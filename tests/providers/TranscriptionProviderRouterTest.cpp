@@ -1,0 +1,233 @@
+#include "providers/TranscriptionProviderRouter.h"
+
+#include <gtest/gtest.h>
+
+#include "support/FakeErrorReporting.h"
+#include "support/FakeNetworkStatus.h"
+#include "support/FakeProviders.h"
+#include "support/LocalEngineFixture.h"
+
+namespace quillmere {
+namespace {
+
+using E = TranscriptionError;
+
+struct RouterFixture : LocalEngineFixture {
+  explicit RouterFixture(const QStringList& models = {QStringLiteral("ggml-base.bin")}) : LocalEngineFixture(models) {
+    engines.localProvider = provider.get();
+    engines.apiKeys = &keys;
+    engines.health = &health;
+    engines.hostedFactory = &hosted;
+    for (const auto service : {CloudProvider::openai, CloudProvider::groq, CloudProvider::fireworks})
+      engines.cloudEngines[service] = &whisper;
+    engines.cloudEngines[CloudProvider::deepgram] = &deepgram;
+    for (const char* key : {"openai", "groq", "deepgram", "mistral"})
+      keys.keys.insert(QString::fromLatin1(key), QStringLiteral("key of ") + QString::fromLatin1(key));
+  }
+
+  // The chosen engine's name, or the error as "code: words".
+  QString select(const ModePtr& mode) {
+    TranscriptionProviderRouter router(engines, network, &reporting, logging);
+    return describe(runTask(executor, router.selectProvider(mode)));
+  }
+  static QString describe(const Result<TranscriptionProvider*, AnyError>& chosen) {
+    return chosen ? (*chosen)->name() : describe(chosen.error());
+  }
+  static QString describe(const AnyError& error) {
+    const auto& kind = std::get<E>(error).kind;
+    QString words;
+    if (const auto* e = std::get_if<E::ProviderNotAvailable>(&kind))
+      words = *e->provider + QStringLiteral(", ") + *e->reason;
+    if (const auto* e = std::get_if<E::ApiKeyMissing>(&kind)) words = *e->provider;
+    if (const auto* e = std::get_if<E::Unauthorized>(&kind)) words = *e->provider;
+    if (const auto* e = std::get_if<E::NetworkError>(&kind)) words = *e->details;
+    return classify(error).code + (words.isEmpty() ? QString() : QStringLiteral(": ") + words);
+  }
+
+  static ModePtr cloudMode(std::optional<QString> service, const QString& model = QStringLiteral("cloud")) {
+    auto mode = std::make_shared<Mode>();
+    mode->model = model;
+    mode->cloudProvider = std::move(service);
+    return mode;
+  }
+  static ModePtr localMode(const QString& model) { return cloudMode(std::nullopt, model); }
+
+  TranscriptionEngines engines;
+  FakeApiKeys keys;
+  FakeProviderHealth health;
+  FakeHostedFactory hosted;
+  FakeCloudProvider whisper{QStringLiteral("Cloud Whisper")};
+  FakeCloudProvider deepgram{QStringLiteral("Deepgram")};
+  FakeParakeetEngine parakeet;
+  FakeNetworkStatus network;
+  FakeErrorReporting reporting;
+};
+
+TEST(TranscriptionProviderRouter, ChoosesTheCloudEngineOfTheMode) {
+  struct Case {
+    std::optional<QString> service;
+    const char* model;
+    const char* expected;
+    std::optional<CloudProvider> configuredAs;
+  };
+  const std::vector<Case> table{
+      {std::nullopt, "cloud", "Cloud Whisper", CloudProvider::openai},
+      {QStringLiteral("nonsense"), "Cloud", "Cloud Whisper", CloudProvider::openai},
+      {QStringLiteral("groq"), "CLOUD", "Cloud Whisper", CloudProvider::groq},
+      {QStringLiteral("fireworks"), "cloud", "api_key_missing: Fireworks AI", std::nullopt},
+      {QStringLiteral("deepgram"), "cloud", "Deepgram", std::nullopt},
+      {QStringLiteral("mistral"), "cloud", "provider_not_available: Mistral, Provider is not configured or ready", {}},
+      {QStringLiteral("elevenlabs"), "cloud", "api_key_missing: ElevenLabs", std::nullopt},
+      {QStringLiteral("quillmere"), "cloud", "Quillmere Cloud", std::nullopt},
+  };
+  for (const Case& c : table) {
+    RouterFixture f;
+    EXPECT_EQ(f.select(RouterFixture::cloudMode(c.service, QString::fromLatin1(c.model))),
+              QString::fromLatin1(c.expected));
+    if (c.configuredAs) {
+      ASSERT_EQ(f.whisper.configurations.size(), 1U);
+      EXPECT_EQ(f.whisper.configurations[0].first, *c.configuredAs);
+      EXPECT_EQ(f.whisper.configurations[0].second, QStringLiteral("key of ") + rawValue(*c.configuredAs));
+    }
+  }
+}
+
+TEST(TranscriptionProviderRouter, RefusesInTheRightOrder) {
+  const auto mode = RouterFixture::cloudMode(QStringLiteral("openai"));
+  RouterFixture f;
+  f.network.online = false;
+  EXPECT_EQ(f.select(mode), QStringLiteral("network_error: No internet connection"));
+  f.whisper.available = false;
+  EXPECT_EQ(f.select(mode),
+            QStringLiteral("provider_not_available: Cloud Whisper, Provider is not configured or ready"));
+  ASSERT_EQ(f.reporting.messages.size(), 1U);
+  EXPECT_EQ(f.reporting.messages[0].text, QStringLiteral("Provider isAvailable check failed"));
+  EXPECT_EQ(f.reporting.messages[0].category, QStringLiteral("transcription.provider"));
+  EXPECT_EQ(f.reporting.messages[0].data.value(QStringLiteral("cloudProviderType")).toString(),
+            QStringLiteral("openai"));
+  f.health.speech[CloudProvider::openai] = ProviderHealth::unauthorized;
+  EXPECT_EQ(f.select(mode), QStringLiteral("unauthorized: OpenAI"));
+  const int questions = f.health.questions;
+  f.keys.keys.clear();
+  EXPECT_EQ(f.select(mode), QStringLiteral("api_key_missing: OpenAI"));
+  EXPECT_EQ(f.health.questions, questions);
+  f.engines.apiKeys = nullptr;
+  EXPECT_EQ(f.select(RouterFixture::cloudMode(QStringLiteral("quillmere"))),
+            QStringLiteral("api_key_missing: Quillmere Cloud"));
+  f.reporting.isOn = false;
+  f.reporting.messages.clear();
+  (void)f.select(mode);
+  EXPECT_TRUE(f.reporting.messages.empty());
+}
+
+TEST(TranscriptionProviderRouter, NamesTheErrorOfEachHealth) {
+  const std::vector<std::pair<ProviderHealth, const char*>> table{
+      {ProviderHealth::unknown, "provider_not_available: X, Provider health check failed"},
+      {ProviderHealth::checking, "provider_not_available: X, Provider health check failed"},
+      {ProviderHealth::healthy, "provider_not_available: X, Unexpected health status"},
+      {ProviderHealth::unauthorized, "unauthorized: X"},
+      {ProviderHealth::unreachable, "network_error: Provider unreachable"},
+      {ProviderHealth::notInstalled, "model_not_downloaded"}};
+  for (const auto& [health, expected] : table)
+    EXPECT_EQ(RouterFixture::describe(AnyError(errorForHealth(health, QStringLiteral("X")))),
+              QString::fromLatin1(expected));
+}
+
+TEST(TranscriptionProviderRouter, MakesTheHostedProviderOnce) {
+  RouterFixture f;
+  const auto mode = RouterFixture::cloudMode(QStringLiteral("quillmere"));
+  TranscriptionProviderRouter router(f.engines, f.network, &f.reporting, f.logging);
+  f.hosted.makes = false;
+  const QString failed = QStringLiteral("provider_not_available: Quillmere Cloud, Failed to initialize provider");
+  EXPECT_EQ(RouterFixture::describe(runTask(f.executor, router.selectProvider(mode))), failed);
+  f.hosted.hasManager = false;
+  EXPECT_EQ(RouterFixture::describe(runTask(f.executor, router.selectProvider(mode))), failed);
+  ASSERT_EQ(f.reporting.messages.size(), 2U);
+  EXPECT_EQ(f.reporting.messages[1].level, ReportLevel::info);
+  EXPECT_FALSE(f.reporting.messages[1].data.value(QStringLiteral("hasCreditManager")).toBool());
+  f.hosted.makes = f.hosted.hasManager = true;
+  const auto first = runTask(f.executor, router.selectProvider(mode));
+  const auto second = runTask(f.executor, router.selectProvider(mode));
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(*first, *second);
+  EXPECT_EQ(f.hosted.made, 1);
+}
+
+TEST(TranscriptionProviderRouter, ChoosesTheLocalModelOfTheMode) {
+  struct Case {
+    const char* model;
+    const char* expected;
+    const char* pending;
+  };
+  const std::vector<Case> table{
+      {"base", "Local Whisper", "base"},
+      {"ggml-base.en", "Local Whisper", "base.en"},
+      {"whisper-large-v3-turbo-custom", "Local Whisper", "large-v3_turbo"},
+      {"small", "model_not_downloaded", nullptr},
+      {"medizin-small", "Local Whisper", "medizin-small"},  // the user's own file wins over the rules
+      {"mein.modell", "Local Whisper", "mein.modell"},
+      {"zzz", "Local Whisper", "base"},
+      {"parakeet-tdt-0.6b-v3", "Parakeet TDT", nullptr},
+      {"Parakeet-TDT-0.6b-V2", "model_not_downloaded", nullptr},
+      {"parakeet-other", "Local Whisper", "base"},
+  };
+  for (const Case& c : table) {
+    RouterFixture f({QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-base.en.bin"),
+                     QStringLiteral("ggml-large-v3-turbo.bin"), QStringLiteral("custom/medizin-small.bin"),
+                     QStringLiteral("custom/mein.modell.bin")});
+    f.parakeet.onDisk = {AsrModelVersion::v3};
+    f.engines.parakeet = &f.parakeet;
+    EXPECT_EQ(f.select(RouterFixture::localMode(QString::fromLatin1(c.model))), QString::fromLatin1(c.expected))
+        << c.model;
+    EXPECT_EQ(f.provider->pendingModel().value_or(QString()), QString::fromLatin1(c.pending)) << c.model;
+  }
+}
+
+TEST(TranscriptionProviderRouter, FallsBackToBaseAlsoWithoutItsFile) {
+  RouterFixture f(QStringList{});
+  EXPECT_EQ(f.select(RouterFixture::localMode(QStringLiteral("zzz"))), QStringLiteral("Local Whisper"));
+  EXPECT_EQ(f.select(nullptr), QStringLiteral("model_not_downloaded"));
+  f.parakeet.onDisk = {AsrModelVersion::v3};
+  f.parakeet.prepareError = AnyError(E{E::Timeout{QStringLiteral("load")}});
+  f.engines.parakeet = &f.parakeet;
+  EXPECT_EQ(f.select(RouterFixture::localMode(QStringLiteral("parakeet-tdt-x"))), QStringLiteral("timeout"));
+  f.engines.localProvider = nullptr;  // tested first, for every local model
+  EXPECT_EQ(f.select(RouterFixture::localMode(QStringLiteral("parakeet-tdt-x"))),
+            QStringLiteral("provider_not_available: Local Whisper, Local provider not initialized"));
+}
+
+TEST(TranscriptionProviderRouter, ChecksTheRewritersHealth) {
+  struct Case {
+    std::optional<qint16> value;
+    std::optional<QString> provider;
+    ProviderHealth health;
+    const char* expected;
+  };
+  const QString anthropic = QStringLiteral("anthropic");
+  const QString gemini = QStringLiteral("gemini");
+  const std::vector<Case> table{
+      {std::nullopt, anthropic, ProviderHealth::unreachable, ""},
+      {0, anthropic, ProviderHealth::unreachable, ""},
+      {7, anthropic, ProviderHealth::unreachable, ""},
+      {2, anthropic, ProviderHealth::unreachable, ""},
+      {1, std::nullopt, ProviderHealth::unreachable, ""},
+      {1, QStringLiteral("local_gemma"), ProviderHealth::unreachable, ""},
+      {1, QStringLiteral("nonsense"), ProviderHealth::unreachable, ""},
+      {1, anthropic, ProviderHealth::healthy, ""},
+      {1, anthropic, ProviderHealth::unauthorized, "unauthorized: Anthropic"},
+      {1, gemini, ProviderHealth::checking, "provider_not_available: Google Gemini, Provider health check failed"},
+  };
+  for (const Case& c : table) {
+    RouterFixture f;
+    for (const auto provider : allCases<PostProcessingProvider>()) f.health.postProcessing[provider] = c.health;
+    auto mode = std::make_shared<Mode>();
+    mode->postProcessingMode = c.value;
+    mode->postProcessingProvider = c.provider;
+    TranscriptionProviderRouter router(f.engines, f.network, &f.reporting, f.logging);
+    const auto result = runTask(f.executor, router.checkPostProcessingHealth(mode));
+    EXPECT_EQ(result ? QString() : RouterFixture::describe(result.error()), QString::fromLatin1(c.expected));
+  }
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,63 @@
+#pragma once
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "audio/AudioConverter.h"
+#include "models/WhisperModelManager.h"
+#include "providers/LibWhisperProvider.h"
+#include "support/FakeHttpDownloader.h"
+#include "support/FakeSpeechEngine.h"
+#include "support/ManualExecutor.h"
+#include "support/PlainSamples.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+
+namespace quillmere {
+
+inline AnyError transcriptionError(TranscriptionError::Case kind) {
+  return TranscriptionError{std::move(kind)};
+}
+
+// The local provider over a fake engine, with model files that only exist.
+struct LocalEngineFixture {
+  explicit LocalEngineFixture(const QStringList& models = {QStringLiteral("ggml-base.bin")}, int processors = 4) {
+    for (const QString& model : models) addFile(QStringLiteral("models/") + model);
+    audioPath = addFile(QStringLiteral("speech.wav"));
+    WhisperModelManagerConfiguration configuration;
+    configuration.modelsDirectory = folder.filePath(QStringLiteral("models"));
+    manager = std::make_unique<WhisperModelManager>(configuration, downloader, executor, files, logging);
+    converter = std::make_unique<AudioConverter>(samples, samples, files, logging);
+    provider = std::make_unique<LibWhisperProvider>(executor, engine, *manager, *converter, processors, logging);
+  }
+
+  QString addFile(const QString& name) {
+    const QString path = folder.filePath(name);
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) std::abort();
+    file.write("some bytes of ");
+    file.write(name.toUtf8());
+    return path;
+  }
+
+  Result<QString, AnyError> transcribe(std::optional<QString> language = std::nullopt,
+                                       std::vector<VocabularyPtr> vocabulary = {}) {
+    return runTask(executor, provider->transcribe(audioPath, std::move(language), nullptr, std::move(vocabulary)));
+  }
+
+  QTemporaryDir folder;
+  ManualExecutor executor;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  Logging logging{log};
+  WorkerPool files{2, QStringLiteral("files")};
+  FakeHttpDownloader downloader;
+  FakeSpeechEngine engine;
+  PlainSamples samples;
+  QString audioPath;
+  std::unique_ptr<WhisperModelManager> manager;
+  std::unique_ptr<AudioConverter> converter;
+  std::unique_ptr<LibWhisperProvider> provider;
+};
+
+}  // namespace quillmere
