@@ -68,7 +68,16 @@ Task<FileTranscriptionOutcome> FileTranscriptionFlow::transcribe(std::filesystem
   }
   currentTranscriptionTask_ = scope_.spawn(run(std::move(file), std::move(mode)));
   auto end = currentTranscriptionTask_.join();
-  auto outcome = co_await std::move(end);
+  const CancelToken caller = co_await currentCancelToken();
+  FileTranscriptionOutcome outcome;
+  try {
+    outcome = co_await std::move(end);
+  } catch (const Cancelled&) {
+    if (caller.isCancelled()) throw;
+    // cancel() came before the run's first line.
+    logger_.info("📂 File transcription cancelled");
+    hideAndReset();
+  }
   co_return outcome;
 }
 

@@ -1,0 +1,324 @@
+#include "files/FileTranscriptionFlow.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "base/async/Completion.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeMediaEncoder.h"
+#include "support/FakeMediaReader.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+using Outcome = FileTranscriptionOutcome;
+
+// Answers at once, or when the test lets it.
+class FakeTranscriber final : public Transcriber {
+ public:
+  Result<TranscriptionResult, AnyError> answer = TranscriptionResult();
+  bool waits = false;
+  int cancels = 0;
+  std::vector<TranscriptionRequest> requests;
+
+  Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
+    requests.push_back(std::move(request));
+    if (waits) co_await sleepFor(24h);
+    co_return answer;
+  }
+  void cancelTranscription() override { ++cancels; }
+};
+
+class FakeTrimming final : public VADProcessing {
+ public:
+  std::optional<QString> trimmedPath;
+  double seenDuration = 0;
+  bool wasEnabled = false;
+  QString prefix;
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString logPrefix) override {
+    seenDuration = durationSeconds;
+    wasEnabled = isEnabled;
+    prefix = logPrefix;
+    VADProcessingResult result;
+    result.originalAudioPath = result.finalAudioPath = audioPath;
+    if (trimmedPath) {
+      result.wasProcessed = true;
+      result.finalAudioPath = *trimmedPath;
+      result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 3};
+    }
+    co_return result;
+  }
+};
+
+class FakePresenter final : public FileTranscriptionPresenter {
+ public:
+  int shown = 0, hidden = 0, historyOpened = 0;
+  std::vector<AlertText> alerts;
+  void showProgress(FileTranscriptionProgress&) override { ++shown; }
+  void hideProgress() override { ++hidden; }
+  void showAlert(const AlertText& alert) override { alerts.push_back(alert); }
+  void openHistory() override { ++historyOpened; }
+};
+
+class FakePicker final : public FilePicker {
+ public:
+  std::optional<std::filesystem::path> choice;
+  Task<std::optional<std::filesystem::path>> pickFile(QString, QStringList, QStringList) override { co_return choice; }
+};
+
+class FileTranscriptionFlowTest : public ::testing::Test {
+ protected:
+  FileTranscriptionFlowTest() {
+    defaults.setValue(QStringLiteral("recordingsFolder"), recordings());
+    pipeline.answer->text = QStringLiteral("Polished.");
+    pipeline.answer->rawText = QStringLiteral("raw");
+    pipeline.answer->provider = QStringLiteral("Local Whisper");
+    persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+    settings = std::make_unique<SettingsManager>(defaults, StandardFolders{home.path(), home.path(), home.path(), home.path()}, logging);
+    FileTranscriptionFlow::Dependencies use{executor, clock, workers, *persistence, *settings, converter};
+    use.transcriptionPipeline = &pipeline;
+    use.vadProcessingService = &trimming;
+    use.presenter = &presenter;
+    use.picker = &picker;
+    flow = std::make_unique<FileTranscriptionFlow>(use, logging);
+  }
+
+  QString recordings() const { return home.filePath(QStringLiteral("recordings")); }
+  QString copyOf(const QString& name) const { return recordings() + QStringLiteral("/imported_1700000000_") + name; }
+  QStringList kept() const { return QDir(recordings()).entryList(QDir::Files | QDir::Hidden); }
+  // A file of some bytes whose copy the fake reader knows with this length.
+  std::filesystem::path input(const QString& name, double duration = 12.5) {
+    QFile file(home.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write("sound") == 5);
+    FakeMediaFile media;
+    media.duration = duration;
+    media.frames = 1000;
+    readers.files[copyOf(name)] = media;
+    return file.fileName().toStdString();
+  }
+  Outcome run(const std::filesystem::path& file, const ModePtr& mode = nullptr) { return runTask(executor, flow->transcribe(file, mode)); }
+  std::vector<TranscriptPtr> rows() { return persistence->fetchTranscripts(-1); }
+
+  TestTexts texts;
+  QTemporaryDir home;
+  ManualExecutor executor;
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC)};
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  Logging logging{log};
+  WorkerPool workers{1};
+  FakeDefaultsStore defaults;
+  FakeMediaReaderFactory readers;
+  FakeMediaEncoder encoder;
+  AudioFileConverter converter{readers, encoder, workers, logging};
+  std::unique_ptr<PersistenceController> persistence;
+  std::unique_ptr<SettingsManager> settings;
+  FakeTranscriber pipeline;
+  FakeTrimming trimming;
+  FakePresenter presenter;
+  FakePicker picker;
+  std::unique_ptr<FileTranscriptionFlow> flow;
+};
+
+TEST_F(FileTranscriptionFlowTest, CopiesTranscribesAndStores) {
+  pipeline.answer->wasPostProcessed = true;
+  pipeline.answer->postProcessingProvider = QStringLiteral("openai");
+  auto mode = std::make_shared<Mode>();
+  mode->name = QStringLiteral("Letters");
+  mode->model = QStringLiteral("base");
+  const Outcome outcome = run(input(QStringLiteral("talk.mp3")), mode);
+  ASSERT_EQ(outcome.kind, Outcome::Kind::completed);
+  EXPECT_EQ(outcome.audioDurationSeconds, 12.5);
+  EXPECT_EQ(pipeline.requests.at(0).audioPath, copyOf(QStringLiteral("talk.mp3")));
+  EXPECT_EQ(pipeline.requests.at(0).mode, mode);
+  ASSERT_EQ(rows().size(), 1u);
+  const TranscriptPtr row = rows().front();
+  EXPECT_EQ(row->text, QStringLiteral("Polished."));
+  EXPECT_EQ(row->transcribedText, QStringLiteral("raw"));
+  EXPECT_EQ(row->postProcessedText, QStringLiteral("Polished."));
+  EXPECT_EQ(row->postProcessingProvider, QStringLiteral("openai"));
+  EXPECT_EQ(row->status, QStringLiteral("completed"));
+  EXPECT_EQ(row->mode, QStringLiteral("Letters"));
+  EXPECT_EQ(row->duration, 12.5);
+  EXPECT_EQ(row->audioFilePath, copyOf(QStringLiteral("talk.mp3")));
+  EXPECT_EQ(kept(), QStringList{QStringLiteral("imported_1700000000_talk.mp3")});
+  EXPECT_TRUE(QFile::exists(home.filePath(QStringLiteral("talk.mp3")))) << "the original stays";
+  EXPECT_EQ(presenter.shown, 1);
+  EXPECT_EQ(presenter.historyOpened, 1);
+  EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState());
+  EXPECT_EQ(trimming.prefix, QStringLiteral("FileImport"));
+  EXPECT_TRUE(trimming.wasEnabled);
+  EXPECT_TRUE(log->contains(QStringLiteral("✅ File transcription completed: talk.mp3")));
+}
+
+TEST_F(FileTranscriptionFlowTest, TwoFilesOfOneNameWithinASecondKeepTheirOwnCopies) {
+  const auto file = input(QStringLiteral("talk.mp3"));
+  FakeMediaFile second;
+  second.duration = 3;
+  readers.files[recordings() + QStringLiteral("/imported_1700000000_talk_2.mp3")] = second;
+  EXPECT_EQ(run(file).kind, Outcome::Kind::completed);
+  EXPECT_EQ(run(file).kind, Outcome::Kind::completed);
+  EXPECT_EQ(kept().size(), 2);
+  EXPECT_NE(rows().at(0)->audioFilePath, rows().at(1)->audioFilePath);
+}
+
+TEST_F(FileTranscriptionFlowTest, TranscribesTheTrimmedFileAndRemembersBoth) {
+  trimming.trimmedPath = recordings() + QStringLiteral("/imported_trimmed.wav");
+  EXPECT_EQ(run(input(QStringLiteral("talk.wav"))).kind, Outcome::Kind::completed);
+  EXPECT_EQ(pipeline.requests.at(0).audioPath, *trimming.trimmedPath);
+  EXPECT_EQ(rows().front()->trimmedAudioFilePath, trimming.trimmedPath);
+  EXPECT_EQ(rows().front()->audioFilePath, copyOf(QStringLiteral("talk.wav")));
+}
+
+TEST_F(FileTranscriptionFlowTest, PullsTheSoundOutOfAVideo) {
+  const auto file = input(QStringLiteral("film.MP4"), 60);
+  FakeMediaFile sound;
+  sound.duration = 59.5;
+  readers.files[copyOf(QStringLiteral("film.m4a"))] = sound;
+  const Outcome outcome = run(file);
+  ASSERT_EQ(outcome.kind, Outcome::Kind::completed);
+  EXPECT_EQ(pipeline.requests.at(0).audioPath, copyOf(QStringLiteral("film.m4a")));
+  EXPECT_EQ(rows().front()->audioFilePath, copyOf(QStringLiteral("film.m4a")));
+  EXPECT_EQ(kept(), QStringList{QStringLiteral("imported_1700000000_film.m4a")}) << "the film itself is not kept";
+}
+
+TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
+  QDir(home.path()).mkdir(QStringLiteral("folder"));
+  auto cloud = std::make_shared<Mode>();
+  cloud->model = QStringLiteral("cloud");
+  cloud->cloudProvider = QStringLiteral("openai");
+  const auto flac = input(QStringLiteral("talk.flac"));
+  const auto silentFilm = input(QStringLiteral("silent.mov"));
+  readers.files[copyOf(QStringLiteral("silent.mov"))].openError = MediaError{MediaError::Kind::noAudioTrack, 0, QString()};
+  const auto broken = input(QStringLiteral("broken.wav"));
+  readers.files.remove(copyOf(QStringLiteral("broken.wav")));
+  using E = FileTranscriptionError;
+  struct Row {
+    std::filesystem::path file;
+    ModePtr mode;
+    std::function<bool(const Outcome&)> isRight;
+  };
+  const Row table[] = {
+      {home.filePath(QStringLiteral("missing.wav")).toStdString(), nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::CannotReadFile>(); }},
+      {home.filePath(QStringLiteral("folder")).toStdString(), nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::CannotReadFile>(); }},
+      {flac, cloud, [](const Outcome& o) { return o.refusal && o.refusal->is<E::UnsupportedFormat>(); }},
+      {silentFilm, nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::VideoHasNoAudio>(); }},
+      {broken, nullptr, [](const Outcome& o) { return o.error.has_value(); }},
+  };
+  for (const Row& row : table) {
+    const Outcome outcome = run(row.file, row.mode);
+    EXPECT_EQ(outcome.kind, Outcome::Kind::failed) << row.file;
+    EXPECT_TRUE(row.isRight(outcome)) << row.file;
+    EXPECT_FALSE(outcome.transcript) << row.file;
+    EXPECT_EQ(kept(), QStringList()) << row.file;
+    EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState()) << row.file;
+  }
+  EXPECT_TRUE(rows().empty());
+  EXPECT_EQ(presenter.alerts.size(), std::size(table));
+  EXPECT_TRUE(pipeline.requests.empty());
+}
+
+TEST_F(FileTranscriptionFlowTest, AFolderThatCannotBeWrittenIsACopyFailure) {
+  QFile obstacle(recordings());
+  ASSERT_TRUE(obstacle.open(QIODevice::WriteOnly));
+  const Outcome outcome = run(input(QStringLiteral("talk.wav")));
+  ASSERT_TRUE(outcome.refusal);
+  EXPECT_TRUE(outcome.refusal->is<FileTranscriptionError::CopyFailed>());
+}
+
+TEST_F(FileTranscriptionFlowTest, AFailedTranscriptionKeepsTheRowAndTheSound) {
+  pipeline.answer = Failed{AnyError(TranscriptionError{TranscriptionError::ModelNotDownloaded{}})};
+  const Outcome outcome = run(input(QStringLiteral("talk.wav")));
+  EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
+  ASSERT_EQ(rows().size(), 1u);
+  EXPECT_EQ(rows().front()->status, QStringLiteral("processing"));
+  EXPECT_TRUE(QFile::exists(copyOf(QStringLiteral("talk.wav"))));
+  ASSERT_EQ(presenter.alerts.size(), 1u);
+  EXPECT_FALSE(presenter.alerts.front().message.isEmpty());
+}
+
+TEST_F(FileTranscriptionFlowTest, CancelDuringTranscriptionRemovesTheCopyAndLeavesTheRow) {
+  pipeline.waits = true;
+  TaskScope scope(executor);
+  auto handle = scope.spawn(flow->transcribe(input(QStringLiteral("talk.wav")), nullptr));
+  executor.runUntil([&] { return !pipeline.requests.empty(); });
+  executor.advance(61s);
+  EXPECT_FLOAT_EQ(flow->progressState().state().progress, 0.85f) << "the bar waits there";
+  flow->cancel();
+  EXPECT_FALSE(QFile::exists(copyOf(QStringLiteral("talk.wav"))));
+  const Outcome outcome = runTask(executor, handle.join());
+  EXPECT_EQ(outcome.kind, Outcome::Kind::cancelled);
+  ASSERT_EQ(rows().size(), 1u);
+  EXPECT_EQ(rows().front()->status, QStringLiteral("processing"));
+  EXPECT_TRUE(presenter.alerts.empty());
+  EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState());
+
+  // A later run is not touched by the old cancel.
+  pipeline.waits = false;
+  EXPECT_EQ(run(input(QStringLiteral("next.wav"))).kind, Outcome::Kind::completed);
+}
+
+TEST_F(FileTranscriptionFlowTest, ACancelAtAnyTurnLeavesNoCopyWithoutARow) {
+  for (int turns = 0; turns < 40; ++turns) {
+    pipeline.requests.clear();
+    const QString name = QStringLiteral("film%1.mov").arg(turns);
+    const auto file = input(name);
+    FakeMediaFile sound;
+    sound.duration = 2;
+    readers.files[copyOf(QStringLiteral("film%1.m4a").arg(turns))] = sound;
+    TaskScope scope(executor);
+    auto handle = scope.spawn(flow->transcribe(file, nullptr));
+    for (int turn = 0; turn < turns; ++turn)
+      if (!executor.runOne()) executor.runUntilIdle();
+    flow->cancel();
+    const Outcome outcome = runTask(executor, handle.join());
+    if (outcome.kind == Outcome::Kind::completed) {
+      EXPECT_TRUE(QFile::exists(*outcome.transcript->audioFilePath)) << turns;
+      persistence->deleteTranscript(outcome.transcript);
+    } else {
+      EXPECT_EQ(outcome.kind, Outcome::Kind::cancelled) << turns;
+    }
+    EXPECT_EQ(kept(), QStringList()) << turns;
+  }
+}
+
+TEST_F(FileTranscriptionFlowTest, OneFileAtATime) {
+  pipeline.waits = true;
+  TaskScope scope(executor);
+  auto first = scope.spawn(flow->transcribe(input(QStringLiteral("one.wav")), nullptr));
+  executor.runUntil([&] { return !pipeline.requests.empty(); });
+  const Outcome second = runTask(executor, flow->transcribe(input(QStringLiteral("two.wav")), nullptr));
+  EXPECT_EQ(second.kind, Outcome::Kind::failed);
+  ASSERT_TRUE(second.error);
+  EXPECT_EQ(classify(*second.error).code, QStringLiteral("busy"));
+  EXPECT_EQ(rows().size(), 1u);
+  first.cancel();
+}
+
+TEST_F(FileTranscriptionFlowTest, ThePickerStartsTheFlowOrDoesNothing) {
+  flow->selectAndTranscribeFile(nullptr);
+  executor.runUntilIdle();
+  EXPECT_TRUE(log->contains(QStringLiteral("📂 File picker cancelled")));
+  EXPECT_EQ(presenter.shown, 0);
+  picker.choice = input(QStringLiteral("picked.wav"));
+  flow->selectAndTranscribeFile(nullptr);
+  executor.runUntil([&] { return presenter.historyOpened == 1; });
+  EXPECT_EQ(rows().size(), 1u);
+}
+
+TEST_F(FileTranscriptionFlowTest, WithoutAPipelineTheRowSaysSo) {
+  FileTranscriptionFlow::Dependencies use{executor, clock, workers, *persistence, *settings, converter};
+  FileTranscriptionFlow bare(use, logging);
+  const Outcome outcome = runTask(executor, bare.transcribe(input(QStringLiteral("talk.wav")), nullptr));
+  ASSERT_TRUE(outcome.transcript);
+  EXPECT_EQ(outcome.transcript->text, QStringLiteral("Error: Transcription manager unavailable"));
+  EXPECT_EQ(outcome.transcript->status, QStringLiteral("completed"));
+}
+
+}  // namespace
+}  // namespace quillmere
