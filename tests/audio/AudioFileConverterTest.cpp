@@ -1,0 +1,192 @@
+#include "audio/AudioFileConverter.h"
+
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include "base/async/TaskScope.h"
+#include "support/FakeMediaEncoder.h"
+#include "support/FakeMediaReader.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+
+namespace quillmere {
+namespace {
+
+using Status = MediaExportSession::Status;
+
+const AnyError exportFailed = AudioError{AudioError::Kind::exportFailed, {}};
+const AnyError noAudioTrack = AudioError{AudioError::Kind::noAudioTrack, {}};
+
+class AudioFileConverterTest : public ::testing::Test {
+ protected:
+  QTemporaryDir folder;
+  const QString from = folder.filePath(QStringLiteral("talk 1.mov"));
+  const QString to = folder.filePath(QStringLiteral("talk 1.m4a"));
+  std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
+  FakeMediaReaderFactory readers;
+  FakeMediaEncoder encoder;
+  ManualExecutor executor;
+  WorkerPool pool{1, QStringLiteral("audio.conversion")};
+  AudioFileConverter converter{readers, encoder, pool, Logging(sink)};
+
+  void SetUp() override {
+    readers.files[from].frames = 96000;
+    readers.files[from].duration = 2;
+    put(to, "old");
+  }
+  static void put(const QString& path, const char* text) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+  }
+  QByteArray target() const {
+    QFile file(to);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
+  }
+  Result<AudioFileFormat, AnyError> convert() { return runTask(executor, converter.convertAudioToAAC(from, to)); }
+  Result<AudioFileFormat, AnyError> exportFile() { return runTask(executor, converter.exportToM4A(from, to)); }
+  MediaError someError() const { return {MediaError::Kind::writeFailed, -28, QStringLiteral("No space left on device")}; }
+};
+
+TEST_F(AudioFileConverterTest, settingsFollowTheSource) {
+  struct Case {
+    double rate;
+    int channels, bitRate;
+  };
+  for (const Case& c : {Case{16000, 1, 64000}, Case{44100, 2, 128000}, Case{48000, 6, 384000}}) {
+    readers.files[from].format = {c.rate, c.channels, AudioStreamFormat::SampleKind::float32, true, 0};
+    encoder.framesWritten = 0;
+    const auto format = convert();
+    ASSERT_TRUE(format);
+    EXPECT_EQ(*format, (AudioFileFormat{c.rate, c.channels, c.bitRate}));
+    EXPECT_EQ(encoder.settings.back(), (AacEncoderSettings{c.rate, c.channels, c.bitRate}));
+    EXPECT_EQ(encoder.framesWritten, 96000);
+    EXPECT_TRUE(encoder.areBlocksSigned16);
+    EXPECT_EQ(target(), "whole");
+  }
+}
+
+TEST_F(AudioFileConverterTest, aTrackWithoutDescriptionTakesTheFilesFormat) {
+  readers.files[from].track = MediaReader::TrackDescription{0, 2};
+  const auto format = convert();
+  ASSERT_TRUE(format);
+  EXPECT_EQ(*format, (AudioFileFormat{48000, 2, 128000}));
+
+  readers.files[from].format.sampleRate = 0;  // neither knows
+  const auto failed = convert();
+  ASSERT_FALSE(failed);
+  EXPECT_EQ(failed.error(), exportFailed);
+}
+
+TEST_F(AudioFileConverterTest, aFailureLeavesNoTarget) {
+  const std::function<void()> faults[] = {
+      [&] { readers.files.remove(from); },
+      [&] { readers.files[from].openError = MediaError{MediaError::Kind::noAudioTrack, 0, {}}; },
+      [&] { encoder.openError = someError(); },
+      [&] { encoder.appendError = someError(); },
+      [&] { encoder.finishError = someError(); },
+      [&] { readers.files[from].readErrorAt = 5000; },
+  };
+  for (const auto& fault : faults) {
+    encoder = FakeMediaEncoder();
+    readers.files[from] = FakeMediaFile();
+    readers.files[from].frames = 96000;
+    put(to, "old");
+    fault();
+    const auto failed = convert();
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error(), exportFailed);
+    EXPECT_EQ(target(), "none");
+  }
+}
+
+TEST_F(AudioFileConverterTest, aSourceIsNeverItsOwnTarget) {
+  readers.files[to] = readers.files[from];
+  const QString sameOtherwise = folder.filePath(QStringLiteral("./talk 1.m4a"));
+  EXPECT_FALSE(runTask(executor, converter.convertAudioToAAC(to, sameOtherwise)));
+  EXPECT_FALSE(runTask(executor, converter.exportToM4A(to, sameOtherwise)));
+  EXPECT_EQ(target(), "old");
+}
+
+TEST_F(AudioFileConverterTest, aCancelLeavesNoTarget) {
+  TaskScope scope(executor);
+  TaskHandle<Result<AudioFileFormat, AnyError>> handle;
+  readers.files[from].frames = qint64(1) << 40;
+  readers.files[from].onRead = [&, reads = 0]() mutable {
+    if (++reads == 3) executor.post([&] { handle.cancel(); });
+  };
+  handle = scope.spawn(converter.convertAudioToAAC(from, to));
+  EXPECT_THROW(static_cast<void>(runTask(executor, handle.join())), Cancelled);
+  EXPECT_EQ(target(), "none");
+}
+
+TEST_F(AudioFileConverterTest, exportByStatus) {
+  const AnyError diskFull = PlatformError{QStringLiteral("media"), -28, QStringLiteral("No space left on device")};
+  struct Case {
+    Status status;
+    bool writes;
+    std::optional<MediaError> error;
+    std::optional<AnyError> result;
+    const char* line;
+  };
+  const Case cases[] = {
+      {Status::completed, true, {}, {}, "AVAssetExportSession conversion successful: 48000Hz 2ch → talk 1.m4a"},
+      {Status::completed, false, {}, exportFailed,
+       "AVAssetExportSession: Output file not created despite success status"},
+      {Status::failed, true, someError(), diskFull, "AVAssetExportSession: Export failed - No space left on device"},
+      {Status::failed, true, {}, exportFailed, "AVAssetExportSession: Export failed - unknown error"},
+      {Status::cancelled, true, {}, exportFailed, "AVAssetExportSession: Export was cancelled"},
+      {Status::waiting, true, {}, exportFailed, "AVAssetExportSession: Unexpected status 1"},
+  };
+  for (const Case& c : cases) {
+    encoder.exportStatus = c.status;
+    encoder.exportError = c.error;
+    encoder.writesExport = c.writes;
+    put(to, "old");
+    sink->clear();
+    const auto result = exportFile();
+    EXPECT_EQ(result.hasValue(), !c.result);
+    if (result) EXPECT_EQ(*result, (AudioFileFormat{48000, 2, 128000}));
+    else EXPECT_EQ(result.error(), *c.result);
+    EXPECT_EQ(target(), c.result ? "none" : "exported") << c.line;
+    EXPECT_TRUE(sink->lines().contains(QString::fromUtf8(c.line))) << c.line;
+  }
+
+  encoder.canExport = false;
+  EXPECT_FALSE(exportFile());
+  EXPECT_TRUE(sink->contains(QStringLiteral("AVAssetExportSession: Failed to create export session")));
+  readers.files.clear();
+  EXPECT_FALSE(exportFile());
+  EXPECT_TRUE(sink->contains(QStringLiteral("AVAssetExportSession: Could not determine source format")));
+}
+
+TEST_F(AudioFileConverterTest, findsOutWhetherThereIsSound) {
+  const auto hasSound = [&] { return runTask(executor, converter.hasAudioTrack(from)); };
+  EXPECT_TRUE(hasSound());
+  readers.files[from].openError = MediaError{MediaError::Kind::unsupported, 0, QStringLiteral("strange")};
+  EXPECT_TRUE(hasSound());
+  readers.files[from].openError = MediaError{MediaError::Kind::noAudioTrack, 0, QStringLiteral("No audio track")};
+  EXPECT_FALSE(hasSound());
+  EXPECT_TRUE(sink->lines().isEmpty());
+  readers.files.clear();
+  EXPECT_FALSE(hasSound());
+  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to load audio tracks: No such file or directory")));
+}
+
+TEST_F(AudioFileConverterTest, extractsTheSoundOfAVideo) {
+  const auto extract = [&] { return runTask(executor, converter.extractAudioFromVideo(from, to)); };
+  const auto audio = extract();
+  ASSERT_TRUE(audio);
+  EXPECT_EQ(*audio, (ExtractedAudio{2, 48000, 2}));
+  EXPECT_EQ(sink->lines(), (QStringList{QStringLiteral("🎬 Extracting audio from video: talk 1.mov"),
+                                        QStringLiteral("🎬 Audio extraction complete: 2.0s, 48000Hz, 2ch")}));
+
+  readers.files[from].openError = MediaError{MediaError::Kind::noAudioTrack, 0, {}};
+  const auto silent = extract();
+  ASSERT_FALSE(silent);
+  EXPECT_EQ(silent.error(), noAudioTrack);
+  EXPECT_EQ(sink->lines().last(), QStringLiteral("🎬 Video has no audio track: talk 1.mov"));
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,228 @@
+#include "audio/SampleConversion.h"
+
+#include <QTemporaryFile>
+#include <atomic>
+
+#include "support/FakeAudioResampler.h"
+#include "support/FakeMediaReader.h"
+#include "support/RecordingLogSink.h"
+
+namespace quillmere {
+namespace {
+
+using Kind = ConversionError::Kind;
+constexpr AudioStreamFormat optimal{16000, 1, AudioStreamFormat::SampleKind::float32, false, 0};
+
+class SampleConversionTest : public ::testing::Test {
+ protected:
+  const QString path = QStringLiteral("/music/a b.wav");
+  FakeMediaReaderFactory readers;
+  FakeAudioResamplerFactory resamplers;
+  std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
+  AudioConverter::ConversionOptions options{32768, 16000, false, {}};
+  std::atomic<bool> stop{false};
+
+  FakeMediaFile& file() { return readers.files[path]; }
+  SampleConversion::Outcome convert() {
+    SampleConversion conversion(readers, resamplers, Logging(sink).logger(QStringLiteral("AudioConverter")), path, options);
+    return conversion.run(stop);
+  }
+  Kind failure() {
+    const auto outcome = convert();
+    EXPECT_FALSE(outcome);
+    return outcome ? Kind::conversionFailed : outcome.error().kind;
+  }
+};
+
+TEST_F(SampleConversionTest, convertsInChunksAndTellsHowFarItIs) {
+  file().frames = 480000;
+  file().nominalFrames = 480000;
+  std::vector<float> shares;
+  options.progressHandler = [&](float share) { shares.push_back(share); };
+  const auto samples = convert();
+  ASSERT_TRUE(samples);
+  EXPECT_EQ(samples->size(), 160000u);  // what the resampler held back is there
+  ASSERT_EQ(shares.size(), 15u);        // 14 whole chunks and the rest
+  EXPECT_FLOAT_EQ(shares.front(), 32768.0f / 480000);
+  EXPECT_FLOAT_EQ(shares.back(), 1.0f);
+  EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+  EXPECT_EQ(sink->lines().first(), QStringLiteral("📂 Source: 48000.000000Hz, 2ch, 480000 frames"));
+  EXPECT_EQ(sink->lines().at(1), QStringLiteral("🔄 Starting chunked conversion..."));
+  EXPECT_EQ(sink->lines().last(), QStringLiteral("✅ Conversion complete: 160000 samples @ 16000.000000Hz"));
+  EXPECT_EQ(sink->count(QStringLiteral("Conversion progress: ")), 10);
+  EXPECT_TRUE(sink->contains(QStringLiteral("Conversion progress: 100%")));
+}
+
+TEST_F(SampleConversionTest, aSourceInTheTargetsFormatNeedsNoResampler) {
+  file().format = optimal;
+  file().frames = 40000;
+  file().sample = [](qint64 frame) { return float(frame % 100) / 100; };
+  const auto samples = convert();
+  ASSERT_TRUE(samples);
+  ASSERT_EQ(samples->size(), 40000u);
+  EXPECT_FLOAT_EQ((*samples)[39999], 0.99f);
+  EXPECT_TRUE(resamplers.made.empty());
+  EXPECT_TRUE(sink->contains(QStringLiteral("✨ Fast-path: Source already in optimal format")));
+}
+
+TEST_F(SampleConversionTest, onlyTheWholeFormatTakesTheFastPath) {
+  for (int difference = 0; difference < 3; ++difference) {
+    file().format = optimal;
+    file().frames = 4000;
+    if (difference == 0) file().format.sampleRate = 22050;
+    if (difference == 1) file().format.channelCount = 2;
+    if (difference == 2) file().format.kind = AudioStreamFormat::SampleKind::signed16;
+    ASSERT_TRUE(convert());
+    EXPECT_EQ(resamplers.made.size(), size_t(difference + 1));
+  }
+}
+
+TEST_F(SampleConversionTest, errorsAreToldApart) {
+  EXPECT_EQ(failure(), Kind::invalidAudioFile);
+  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to open audio file: No such file or directory")));
+
+  file().openError = MediaError{MediaError::Kind::noAudioTrack, 0, QStringLiteral("No audio track")};
+  EXPECT_EQ(failure(), Kind::invalidAudioFile);
+  file().openError = MediaError{MediaError::Kind::unsupported, 0, QStringLiteral("drm")};
+  EXPECT_EQ(convert().error().message(), QStringLiteral("Unsupported audio format: drm"));
+
+  file() = {};
+  file().nominalFrames = 0;
+  EXPECT_EQ(failure(), Kind::emptyAudioFile);
+  file().nominalFrames.reset();  // only reading shows that there is nothing
+  EXPECT_EQ(failure(), Kind::emptyAudioFile);
+  EXPECT_EQ(sink->count(QStringLiteral("Audio file has zero frames")), 2);
+
+  file().frames = 10;
+  options.targetSampleRate = 0;
+  EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Failed to create target format"));
+  options.targetSampleRate = 16000;
+  resamplers.canMake = false;
+  EXPECT_EQ(convert().error().message(), QStringLiteral("Unsupported audio format: 48000 Hz, 2 ch, 16-bit integer"));
+  resamplers.canMake = true;
+  resamplers.convertFailure = PlatformError{QStringLiteral("x"), 1, QStringLiteral("bad luck")};
+  EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: bad luck"));
+  resamplers.convertFailure->description.clear();
+  EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Converter returned error status"));
+}
+
+TEST_F(SampleConversionTest, aBrokenReadYieldsWhatWasRead) {
+  file().frames = 480000;
+  file().nominalFrames = 480000;
+  file().readErrorAt = 240000;
+  options.normalize = true;
+  const auto samples = convert();
+  ASSERT_TRUE(samples);
+  EXPECT_EQ(samples->size(), 80000u);
+  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to read audio chunk at frame 240000: broken disk")));
+  EXPECT_TRUE(sink->contains(QStringLiteral("Returning partial conversion: 80000 samples")));
+  EXPECT_TRUE(sink->contains(QStringLiteral("📊 No normalization needed: peak = 0.25")));
+
+  file().readErrorAt = 0;
+  EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Read error: broken disk"));
+}
+
+TEST_F(SampleConversionTest, aChangeInTheMiddleLosesNothing) {
+  file().frames = 96000;
+  file().changeAt = {48000, AudioStreamFormat{16000, 1, AudioStreamFormat::SampleKind::signed16, false, 0}};
+  auto samples = convert();
+  ASSERT_TRUE(samples);
+  EXPECT_EQ(samples->size(), 16000u + 48000u);
+  EXPECT_EQ(resamplers.made.size(), 2u);
+
+  file().changeAt->second = optimal;  // from here on nothing is to be converted
+  samples = convert();
+  ASSERT_TRUE(samples);
+  EXPECT_EQ(samples->size(), 16000u + 48000u);
+}
+
+TEST_F(SampleConversionTest, lengthsThatLieDoNoHarm) {
+  struct Case {
+    qint64 frames;
+    std::optional<qint64> nominal;
+  };
+  for (const Case& c : {Case{48000, 1}, Case{48000, 480000}, Case{48000, std::nullopt}, Case{48000, qint64(1) << 60}}) {
+    file().frames = c.frames;
+    file().nominalFrames = c.nominal;
+    std::vector<float> shares;
+    options.progressHandler = [&](float share) { shares.push_back(share); };
+    const auto samples = convert();
+    ASSERT_TRUE(samples);
+    EXPECT_EQ(samples->size(), 16000u);
+    ASSERT_FALSE(shares.empty());
+    EXPECT_FLOAT_EQ(shares.back(), 1.0f);
+    EXPECT_LE(*std::max_element(shares.begin(), shares.end()), 1.0f);
+  }
+}
+
+// The room set aside in advance is believed only as far as the file is long enough for it.
+TEST_F(SampleConversionTest, reservation) {
+  const qint64 tenMegabytes = 10'000'000;
+  EXPECT_EQ(SampleConversion::reservation(4'800'000, 48000, 16000, tenMegabytes), 1'600'000);
+  EXPECT_EQ(SampleConversion::reservation(qint64(1) << 50, 48000, 16000, 1000), 160'000);
+  EXPECT_EQ(SampleConversion::reservation(std::nullopt, 48000, 16000, tenMegabytes), 40'000'000);
+  EXPECT_EQ(SampleConversion::reservation(100, 0, 16000, 0), 0);
+}
+
+TEST_F(SampleConversionTest, sixHoursTakeTheRoomOfTheirSamplesOnly) {
+  const qint64 seconds = 6 * 3600;
+  QTemporaryFile big;  // sparse: as long as such a file would be
+  ASSERT_TRUE(big.open());
+  ASSERT_TRUE(big.resize(seconds * 400));
+  FakeMediaFile long6h;
+  long6h.format.sampleRate = 100;
+  long6h.frames = *(long6h.nominalFrames = seconds * 100);
+  qint64 reads = 0;
+  long6h.onRead = [&] { ++reads; };
+  long6h.blockFrames = 1 << 20;
+  readers.files[big.fileName()] = long6h;
+  options = {1024, 50, false, {}};
+  SampleConversion conversion(readers, resamplers, {}, big.fileName(), options);
+  const auto samples = conversion.run(stop);
+  ASSERT_TRUE(samples);
+  EXPECT_EQ(samples->size(), size_t(seconds * 50));
+  EXPECT_EQ(reads, (seconds * 100 + 1023) / 1024 + 1);          // never more than a chunk at a time
+  EXPECT_LE(samples->capacity(), samples->size() + 8192);  // reserved once, never doubled
+}
+
+TEST_F(SampleConversionTest, stopEndsBetweenBlocks) {
+  file().frames = qint64(1) << 40;
+  qint64 reads = 0;
+  file().onRead = [&] {
+    if (++reads == 5) stop = true;
+  };
+  EXPECT_FALSE(convert());
+  EXPECT_EQ(reads, 5);
+}
+
+TEST_F(SampleConversionTest, normalizes) {
+  struct Case {
+    float peak, result;
+    const char* line;
+  };
+  const Case cases[] = {
+      {0, 0, "Audio is silent (peak = 0)"},
+      {0.01f, 0.1f, "📊 Normalizing: peak 0.010000 → 0.100000 (boosting quiet audio)"},
+      {1.9f, 0.95f, "📊 Normalizing: peak 1.900000 → 0.950000 (preventing clipping)"},
+      {0.5f, 0.5f, "📊 No normalization needed: peak = 0.500000"},
+  };
+  options.normalize = true;
+  for (const Case& c : cases) {
+    file().format = optimal;
+    file().frames = 10;
+    file().sample = [&](qint64) { return -c.peak; };
+    const auto samples = convert();
+    ASSERT_TRUE(samples);
+    EXPECT_FLOAT_EQ(samples->front(), -c.result);
+    EXPECT_TRUE(sink->lines().contains(QString::fromUtf8(c.line))) << c.line;
+  }
+}
+
+TEST(ConversionErrorTest, messages) {
+  EXPECT_EQ((ConversionError{Kind::invalidAudioFile, QStringLiteral("/a/b c.wav")}).message(),
+            QStringLiteral("Invalid audio file: b c.wav"));
+  EXPECT_EQ((ConversionError{Kind::emptyAudioFile, {}}).message(), QStringLiteral("Audio file is empty or corrupt"));
+}
+
+}  // namespace
+}  // namespace quillmere

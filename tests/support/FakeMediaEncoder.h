@@ -1,0 +1,74 @@
+#pragma once
+#include <QFile>
+#include <functional>
+#include <vector>
+
+#include "ports/MediaEncoder.h"
+
+namespace quillmere {
+
+// Writes a file of a few bytes and counts what it is given.
+class FakeMediaEncoder final : public MediaEncoder {
+ public:
+  std::vector<AacEncoderSettings> settings;
+  qint64 framesWritten = 0;
+  bool areBlocksSigned16 = true;
+  std::optional<MediaError> openError, appendError, finishError;
+  bool canExport = true;
+  bool writesExport = true;
+  MediaExportSession::Status exportStatus = MediaExportSession::Status::completed;
+  std::optional<MediaError> exportError;
+
+  Result<std::unique_ptr<MediaWriter>, MediaError> openWriter(const QString& path,
+                                                              const AacEncoderSettings& wanted) override {
+    settings.push_back(wanted);
+    put(path, "begun");
+    if (openError) return Failed{*openError};
+    return std::unique_ptr<MediaWriter>(std::make_unique<Writer>(*this, path));
+  }
+  std::unique_ptr<MediaExportSession> createExportSession(const QString&, const QString& to) override {
+    if (!canExport) return nullptr;
+    return std::make_unique<Session>(*this, to);
+  }
+
+ private:
+  class Writer final : public MediaWriter {
+   public:
+    Writer(FakeMediaEncoder& owner, QString path) : owner_(owner), path_(std::move(path)) {}
+    Result<void, MediaError> append(const AudioBlock& block) override {
+      if (owner_.appendError) return Failed{*owner_.appendError};
+      owner_.framesWritten += block.frameCount;
+      if (block.format.kind != AudioStreamFormat::SampleKind::signed16 || block.format.isPlanar)
+        owner_.areBlocksSigned16 = false;
+      return {};
+    }
+    Result<void, MediaError> finish() override {
+      if (owner_.finishError) return Failed{*owner_.finishError};
+      put(path_, "whole");
+      return {};
+    }
+
+   private:
+    FakeMediaEncoder& owner_;
+    QString path_;
+  };
+  class Session final : public MediaExportSession {
+   public:
+    Session(FakeMediaEncoder& owner, QString to) : owner_(owner), to_(std::move(to)) {}
+    Status run(const std::atomic<bool>&) override {
+      if (owner_.writesExport) put(to_, "exported");
+      return owner_.exportStatus;
+    }
+    std::optional<MediaError> error() const override { return owner_.exportError; }
+
+   private:
+    FakeMediaEncoder& owner_;
+    QString to_;
+  };
+  static void put(const QString& path, const char* text) {
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) file.write(text);
+  }
+};
+
+}  // namespace quillmere
