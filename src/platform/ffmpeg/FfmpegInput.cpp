@@ -12,9 +12,6 @@ namespace {
 constexpr const char* refusedContainers[] = {"hls",   "concat",  "dash",       "imf",    "webm_dash_manifest", "sdp", "rtsp", "rtp",
                                              "image2", "avisynth", "vapoursynth", "lavfi", "vobsub",             "sbg", "tty",  "ffmetadata"};
 
-// Frames that a decoder cannot be expected to give in one go are still read in packets of this many bytes.
-constexpr const char* wavePacketBytes = "65536";
-
 int refuseToOpen(AVFormatContext*, AVIOContext** io, const char*, int, AVDictionary**) {
   *io = nullptr;
   return AVERROR(EPERM);
@@ -49,7 +46,6 @@ Result<std::unique_ptr<FfmpegInput>, MediaError> FfmpegInput::open(const QString
   context->io_open = &refuseToOpen;
   Options options;
   options.set("protocol_whitelist", "none");
-  options.set("max_size", wavePacketBytes);
   code = avformat_open_input(&context, name.constData(), container, options.out());  // frees the context on failure
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
   input->format_.reset(context);

@@ -15,6 +15,7 @@ constexpr double filterCutoff = 0.93;
 constexpr double filterBeta = 7.5;
 
 constexpr double sideWeight = 0.70710678;
+constexpr int largestMatrix = 64;
 
 // Weights that bring the source's channels to one.
 std::vector<double> monoWeights(const AudioStreamFormat& source, const AVChannelLayout& layout) {
@@ -22,11 +23,12 @@ std::vector<double> monoWeights(const AudioStreamFormat& source, const AVChannel
   if (source.channelMask != 0 && source.channelCount > 2) {
     AVChannelLayout mono = {};
     av_channel_layout_default(&mono, 1);
-    std::vector<double> mixed(weights.size());
-    if (swr_build_matrix2(&layout, &mono, sideWeight, sideWeight, 0, 1.0, 1.0, mixed.data(), source.channelCount,
+    // The library scales a whole matrix of its largest size, however few the channels are.
+    std::vector<double> mixed(size_t(largestMatrix) * largestMatrix);
+    if (swr_build_matrix2(&layout, &mono, sideWeight, sideWeight, 0, 1.0, 1.0, mixed.data(), largestMatrix,
                           AV_MATRIX_ENCODING_NONE, nullptr) >= 0 &&
-        std::accumulate(mixed.begin(), mixed.end(), 0.0) > 0)
-      weights = mixed;
+        std::accumulate(mixed.begin(), mixed.begin() + source.channelCount, 0.0) > 0)
+      std::copy_n(mixed.begin(), weights.size(), weights.begin());
   }
   const double sum = std::accumulate(weights.begin(), weights.end(), 0.0);
   for (double& weight : weights) weight /= sum;

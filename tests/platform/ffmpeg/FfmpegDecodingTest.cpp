@@ -1,0 +1,266 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/ffmpeg/FfmpegFixture.h"
+
+namespace quillmere {
+namespace {
+
+using Kind = ConversionError::Kind;
+
+constexpr double seconds = 1.5;
+
+class FfmpegDecodingTest : public FfmpegFixture {
+ protected:
+  // A stereo file of one tone under the name "source.wav".
+  QString makeSource() {
+    return media.write(QStringLiteral("source.wav"),
+                       SampleMedia::wav(44100, 2, qint64(seconds * 44100), SampleMedia::tone(440, 44100)));
+  }
+  void expectTone(const QString& name, double lengthTolerance, double levelTolerance = 0.03) {
+    const auto samples = decode(media.path(name));
+    ASSERT_TRUE(samples) << qPrintable(name) << " " << qPrintable(samples.error().message());
+    EXPECT_NEAR(double(samples->size()), seconds * 16000, lengthTolerance * 16000) << qPrintable(name);
+    const auto middle = std::span<const float>(*samples).subspan(4000, 16000);
+    EXPECT_NEAR(SampleMedia::levelAt(middle, 440, 16000), 0.5, levelTolerance) << qPrintable(name);
+    EXPECT_NEAR(SampleMedia::rms(middle), 0.5 / std::sqrt(2.0), levelTolerance) << qPrintable(name);
+  }
+};
+
+TEST_F(FfmpegDecodingTest, formats) {
+  struct Case {
+    const char* name;
+    QStringList arguments;
+    double lengthTolerance;  // seconds; codecs pad the end
+    bool isOptionalEncoder = false;
+  };
+  const auto words = [](const char* text) { return QString::fromUtf8(text).split(u' ', Qt::SkipEmptyParts); };
+  const Case cases[] = {
+      {"a.wav", words("-c:a pcm_s16le"), 0},
+      {"u8.wav", words("-c:a pcm_u8"), 0},
+      {"s24.wav", words("-c:a pcm_s24le"), 0},
+      {"s32.wav", words("-c:a pcm_s32le"), 0},
+      {"f32.wav", words("-c:a pcm_f32le"), 0},
+      {"f64.wav", words("-c:a pcm_f64le"), 0},
+      {"alaw.wav", words("-c:a pcm_alaw"), 0},
+      {"a.w64", words("-c:a pcm_s16le"), 0},
+      {"a.aiff", words("-c:a pcm_s16be"), 0},
+      {"a.au", words("-c:a pcm_s16be"), 0},
+      {"a.caf", words("-c:a pcm_s16le"), 0},
+      {"a.flac", words("-c:a flac"), 0},
+      {"alac.m4a", words("-c:a alac"), 0},
+      {"a.m4a", words("-c:a aac"), 0.05},
+      {"a.aac", words("-c:a aac"), 0.05},
+      {"a.mp3", words("-c:a libmp3lame"), 0.05, true},
+      {"a.ogg", words("-c:a libvorbis"), 0.01, true},
+      {"a.opus", words("-c:a libopus"), 0.01, true},
+      {"a.webm", words("-c:a libopus"), 0.01, true},
+      {"a.wma", words("-c:a wmav2"), 0.1},
+      {"a.ac3", words("-c:a ac3"), 0.1},
+      {"a.mka", words("-c:a aac"), 0.05},
+      {"a.mp4", words("-c:v mpeg4 -c:a aac"), 0.05},
+      {"a.mov", words("-c:v mpeg4 -c:a aac"), 0.05},
+      {"a.avi", words("-c:v mpeg4 -c:a pcm_s16le"), 0.01},
+      {"a.ts", words("-c:v mpeg2video -c:a aac"), 0.1},
+  };
+  makeSource();
+  for (const Case& c : cases) {
+    const QString name = QString::fromUtf8(c.name);
+    QStringList arguments = words("-i source.wav") + c.arguments;
+    if (arguments.contains(QStringLiteral("-c:v")))
+      arguments = words("-f lavfi -i testsrc=d=1.5:s=64x64 -i source.wav -map 0:v -map 1:a") + c.arguments;
+    if (!media.ffmpeg(arguments + QStringList{name})) {
+      EXPECT_TRUE(c.isOptionalEncoder) << "the ffmpeg program makes no " << c.name;
+      continue;
+    }
+    expectTone(name, c.lengthTolerance);
+    const auto length = duration(media.path(name));
+    ASSERT_TRUE(length) << c.name;
+    EXPECT_NEAR(*length, seconds, c.lengthTolerance + 0.03) << c.name;
+  }
+}
+
+TEST_F(FfmpegDecodingTest, opensAnyNameAsTheFileItNames) {
+  const QByteArray wav = SampleMedia::wav(16000, 1, 1600, SampleMedia::tone(440, 16000));
+  const char* names[] = {"with blanks  .wav", "quote'\"s.wav", "new\nline.wav", "100% %d %03d.wav", "http:x.wav", "http:",
+                         "concat:a.wav|b.wav", "file:a.wav",   "pipe:0",        "-",                "-i.wav", "data:audio,x",
+                         "no extension",       "wrong.mp3",    "[x].wav",       "größe 音声.wav",   "subfile,,start,0,end,0,,:a"};
+  for (const char* name : names) {
+    const auto samples = decode(media.write(QString::fromUtf8(name), wav));
+    ASSERT_TRUE(samples) << name << ": " << qPrintable(samples.error().message());
+    EXPECT_EQ(samples->size(), 1600u) << name;
+  }
+}
+
+TEST_F(FfmpegDecodingTest, badFilesAreRefused) {
+  const QByteArray junk = [] {
+    QByteArray bytes(100000, '\0');
+    quint32 state = 12345;
+    for (char& byte : bytes) byte = char((state = state * 1664525 + 1013904223) >> 24);
+    return bytes;
+  }();
+  EXPECT_EQ(openError(media.path(QStringLiteral("missing.wav"))), MediaError::Kind::cannotOpen);
+  EXPECT_EQ(openError(media.path(QStringLiteral("."))), MediaError::Kind::cannotOpen);
+  EXPECT_EQ(openError(QStringLiteral("/dev/null")), MediaError::Kind::cannotOpen);
+  EXPECT_EQ(openError(media.write(QStringLiteral("zero.wav"), {})), MediaError::Kind::cannotOpen);
+  EXPECT_EQ(openError(media.write(QStringLiteral("text.wav"), "Dear reader, this is not a recording.\n")),
+            MediaError::Kind::cannotOpen);
+  EXPECT_EQ(openError(media.write(QStringLiteral("text.txt"), "Dear reader, this is not a recording.\n")),
+            MediaError::Kind::cannotOpen);
+  for (const char* name : {"junk.wav", "junk.mp3", "junk.m4a", "junk.ogg", "junk"})
+    EXPECT_FALSE(decode(media.write(QString::fromUtf8(name), junk))) << name;
+
+  const QString pipe = media.path(QStringLiteral("pipe.wav"));  // must not wait for a writer
+  ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+  EXPECT_EQ(openError(pipe), MediaError::Kind::cannotOpen);
+
+  if (::geteuid() != 0) {
+    const QString locked = media.write(QStringLiteral("locked.wav"), SampleMedia::wav(16000, 1, 100, SampleMedia::tone(1, 2)));
+    ASSERT_TRUE(QFile::setPermissions(locked, {}));
+    EXPECT_EQ(openError(locked), MediaError::Kind::cannotOpen);
+  }
+}
+
+TEST_F(FfmpegDecodingTest, filesThatOnlyReferToOthersAreRefused) {
+  media.write(QStringLiteral("a.wav"), SampleMedia::wav(16000, 1, 16000, SampleMedia::tone(440, 16000)));
+  struct Case {
+    const char* name;
+    QByteArray content;
+  };
+  const Case cases[] = {
+      {"list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\na.wav\n#EXT-X-ENDLIST\n"},
+      {"list.wav", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/a.wav\n#EXT-X-ENDLIST\n"},
+      {"list.ffconcat", "ffconcat version 1.0\nfile a.wav\n"},
+      {"script.sbg", "-SE\n\na: 440/50\nNOW a\n"},
+      {"call.sdp", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=audio 5004 RTP/AVP 0\n"},
+      {"dash.mpd", "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\"></MPD>\n"},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(openError(media.write(QString::fromUtf8(c.name), c.content)), MediaError::Kind::cannotOpen) << c.name;
+}
+
+TEST_F(FfmpegDecodingTest, videosWithoutSound) {
+  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=0.5:s=64x64 -c:v mpeg4 silent.mp4").split(u' ')));
+  EXPECT_EQ(openError(media.path(QStringLiteral("silent.mp4"))), MediaError::Kind::noAudioTrack);
+  EXPECT_EQ(decode(media.path(QStringLiteral("silent.mp4"))).error().kind, Kind::invalidAudioFile);
+}
+
+TEST_F(FfmpegDecodingTest, truncatedFiles) {
+  makeSource();
+  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-i source.wav -c:a aac a.m4a").split(u' ')));
+  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-i source.wav -c:a flac a.flac").split(u' ')));
+  media.write(QStringLiteral("cut.m4a"), media.read(QStringLiteral("a.m4a")).chopped(2000));
+  EXPECT_EQ(openError(media.path(QStringLiteral("cut.m4a"))), MediaError::Kind::cannotOpen);  // its index is gone
+
+  for (const char* whole : {"source.wav", "a.flac", "a.mp3"}) {
+    const QString name = QString::fromUtf8(whole);
+    if (name == QStringLiteral("a.mp3") && !media.ffmpeg(QStringLiteral("-i source.wav -c:a libmp3lame a.mp3").split(u' ')))
+      continue;
+    const QByteArray bytes = media.read(name);
+    const QString cut = media.write(QStringLiteral("cut_") + name, bytes.left(bytes.size() / 2));
+    const auto samples = decode(cut);
+    ASSERT_TRUE(samples) << whole;
+    EXPECT_GT(samples->size(), 4000u) << whole;  // what is there, and no more
+    EXPECT_LT(samples->size(), size_t(0.6 * seconds * 16000)) << whole;
+    if (name == QStringLiteral("a.flac")) continue;  // states its length in its header, and nothing else
+    const auto length = duration(cut);
+    ASSERT_TRUE(length);
+    EXPECT_NEAR(*length, seconds / 2, 0.1) << whole;
+  }
+}
+
+TEST_F(FfmpegDecodingTest, damageInTheMiddleCostsOnlyWhatIsDamaged) {
+  makeSource();
+  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-i source.wav -c:a flac a.flac").split(u' ')));
+  QByteArray bytes = media.read(QStringLiteral("a.flac"));
+  for (qsizetype i = bytes.size() / 2; i < bytes.size() / 2 + 300; ++i) bytes[i] = char(i * 7);
+  const auto samples = decode(media.write(QStringLiteral("bad.flac"), bytes));
+  ASSERT_TRUE(samples);
+  EXPECT_GT(samples->size(), size_t(0.7 * seconds * 16000));
+}
+
+TEST_F(FfmpegDecodingTest, filesWithoutASingleFrame) {
+  EXPECT_EQ(decode(media.write(QStringLiteral("empty.wav"), SampleMedia::wav(16000, 1, 0, SampleMedia::tone(1, 2)))).error().kind,
+            Kind::emptyAudioFile);
+}
+
+// A recorder that was killed leaves a header of zero length before its samples.
+TEST_F(FfmpegDecodingTest, aHeaderThatSaysNothingIsNotBelieved) {
+  QByteArray wav = SampleMedia::wav(16000, 1, 24000, SampleMedia::tone(440, 16000));
+  std::fill_n(wav.begin() + 4, 4, '\0');
+  std::fill_n(wav.begin() + 40, 4, '\0');
+  const QString path = media.write(QStringLiteral("killed.wav"), wav);
+  expectTone(QStringLiteral("killed.wav"), 0);
+  const auto length = duration(path);
+  ASSERT_TRUE(length);
+  EXPECT_NEAR(*length, seconds, 0.01);
+}
+
+TEST_F(FfmpegDecodingTest, manyChannelsAndHighRates) {
+  struct Case {
+    int rate, channels;
+  };
+  for (const Case& c : {Case{192000, 2}, Case{48000, 12}, Case{8000, 1}, Case{44100, 3}, Case{48000, 6}, Case{11025, 1},
+                        Case{96000, 64}, Case{16000, 2}}) {
+    const double hertz = 440;
+    // The same tone everywhere: whatever the weights, they sum up to it.
+    const auto wave = [&](qint64 frame, int) { return 0.9 * std::sin(2 * M_PI * hertz * double(frame) / c.rate); };
+    const auto samples =
+        decode(media.write(QStringLiteral("many.wav"), SampleMedia::wav(c.rate, c.channels, c.rate, wave)));
+    ASSERT_TRUE(samples) << c.rate << " " << c.channels;
+    EXPECT_NEAR(double(samples->size()), 16000, 1);
+    EXPECT_NEAR(SampleMedia::levelAt(std::span<const float>(*samples).subspan(2000, 12000), hertz, 16000), 0.9, 0.01)
+        << c.rate << " " << c.channels;
+  }
+}
+
+TEST_F(FfmpegDecodingTest, twoChannelsAreAveraged) {
+  const auto wave = [](qint64, int channel) { return channel == 0 ? 0.8 : 0.2; };
+  for (const bool isFloat : {false, true}) {
+    const auto samples = decode(media.write(QStringLiteral("lr.wav"), SampleMedia::wav(16000, 2, 16000, wave, isFloat)));
+    ASSERT_TRUE(samples);
+    EXPECT_EQ(samples->size(), 16000u);
+    EXPECT_NEAR((*samples)[8000], 0.5, 1e-3);
+  }
+}
+
+// The tone must stay where it is when a stream changes its rate and channels on the way.
+TEST_F(FfmpegDecodingTest, parametersThatChangeInTheMiddle) {
+  for (const auto& [name, rate, channels] : {std::tuple("one.ts", 48000, 2), std::tuple("two.ts", 32000, 1)}) {
+    media.write(QStringLiteral("part.wav"), SampleMedia::wav(rate, channels, rate, SampleMedia::tone(440, rate)));
+    ASSERT_TRUE(media.ffmpeg({QStringLiteral("-i"), QStringLiteral("part.wav"), QStringLiteral("-c:a"), QStringLiteral("mp2"),
+                              QString::fromUtf8(name)}));
+  }
+  const QString joined = media.write(QStringLiteral("joined.ts"),
+                                     media.read(QStringLiteral("one.ts")) + media.read(QStringLiteral("two.ts")));
+  const auto samples = decode(joined);
+  ASSERT_TRUE(samples);
+  EXPECT_NEAR(double(samples->size()), 32000, 0.15 * 16000);
+  const std::span<const float> all(*samples);
+  EXPECT_NEAR(SampleMedia::levelAt(all.subspan(4000, 8000), 440, 16000), 0.5, 0.05);
+  EXPECT_NEAR(SampleMedia::levelAt(all.last(12000).first(8000), 440, 16000), 0.5, 0.05);
+
+  // As 16-bit integers it keeps the format that it began with.
+  auto reader = readers.open(joined, MediaReaderFactory::Output::signed16Interleaved);
+  ASSERT_TRUE(reader);
+  qint64 frames = 0;
+  for (;;) {
+    const auto block = (*reader)->read(4096);
+    ASSERT_TRUE(block);
+    if (block->frameCount == 0) break;
+    ASSERT_EQ(block->format, (*reader)->format());
+    frames += block->frameCount;
+  }
+  EXPECT_NEAR(double(frames), 96000, 0.15 * 48000);
+}
+
+TEST_F(FfmpegDecodingTest, theLibrarysOwnMessagesGoToTheLogAtDebugLevel) {
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(decode(media.write(QStringLiteral("x.m4a"), QByteArray("\0\0\0\x18" "ftypM4A \0\0\0\0M4A mp42\0\0\0\x08" "free", 32))));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_FALSE(sink->lines(LogLevel::debug).filter(QStringLiteral("FFmpeg: ")).isEmpty());
+  EXPECT_FALSE(sink->publicLines().join(u'\n').contains(QStringLiteral("moov")));  // they may quote the file
+}
+
+}  // namespace
+}  // namespace quillmere

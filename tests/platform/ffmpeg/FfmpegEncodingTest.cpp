@@ -1,0 +1,143 @@
+#include <sys/resource.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <csignal>
+
+#include "audio/FileConversion.h"
+#include "platform/ffmpeg/FfmpegFixture.h"
+
+namespace quillmere {
+namespace {
+
+class FfmpegEncodingTest : public FfmpegFixture {
+ protected:
+  FileConversion conversion{readers, encoder, logging.logger(QStringLiteral("AudioFileConverter"))};
+  const QString to = media.path(QStringLiteral("target.m4a"));
+
+  QString makeTone(int rate, int channels, double seconds = 1) {
+    return media.write(QStringLiteral("source.wav"),
+                       SampleMedia::wav(rate, channels, qint64(rate * seconds), SampleMedia::tone(440, rate)));
+  }
+  void expectTone(const QString& path, double seconds = 1) {
+    const auto samples = decode(path);
+    ASSERT_TRUE(samples);
+    EXPECT_NEAR(double(samples->size()), seconds * 16000, 0.1 * 16000);
+    EXPECT_NEAR(SampleMedia::levelAt(std::span<const float>(*samples).subspan(3000, 10000), 440, 16000), 0.5, 0.04);
+  }
+  // The names of the top-level boxes, in order.
+  static QStringList boxes(const QByteArray& bytes) {
+    QStringList names;
+    for (qsizetype at = 0; at + 8 <= bytes.size();) {
+      const auto size = qFromBigEndian<quint32>(bytes.constData() + at);
+      names << QString::fromLatin1(bytes.mid(at + 4, 4));
+      if (size < 8) break;
+      at += size;
+    }
+    return names;
+  }
+};
+
+TEST_F(FfmpegEncodingTest, bothRoadsGiveWhatWasThere) {
+  struct Case {
+    int rate, channels;
+  };
+  // 192 kHz, 5 kHz and 12 channels are more than AAC knows.
+  for (const Case& c : {Case{16000, 1}, Case{44100, 2}, Case{48000, 6}, Case{8000, 1}, Case{192000, 2}, Case{48000, 12}}) {
+    const QString from = makeTone(c.rate, c.channels);
+    for (const bool isPrimary : {true, false}) {
+      const auto format = isPrimary ? conversion.convertAudioToAAC(from, to, stop) : conversion.exportToM4A(from, to, stop);
+      ASSERT_TRUE(format) << c.rate << " " << c.channels << " " << isPrimary;
+      EXPECT_EQ(*format, (AudioFileFormat{double(c.rate), c.channels, 64000 * c.channels}));
+      const QStringList names = boxes(media.read(QStringLiteral("target.m4a")));
+      EXPECT_EQ(names.first(), QStringLiteral("ftyp"));
+      EXPECT_LT(names.indexOf(QStringLiteral("moov")), names.indexOf(QStringLiteral("mdat"))) << "the index stands in front";
+      EXPECT_EQ(media.read(QStringLiteral("target.m4a")).mid(8, 4), "M4A ");
+      expectTone(to);
+      const auto reader = readers.open(to, MediaReaderFactory::Output::native);
+      ASSERT_TRUE(reader);
+      if (isPrimary && c.rate <= 96000) EXPECT_EQ((*reader)->format().sampleRate, c.rate);
+      if (isPrimary && c.channels <= 6) EXPECT_EQ((*reader)->format().channelCount, c.channels);
+    }
+  }
+}
+
+TEST_F(FfmpegEncodingTest, theBitRateIsAboutWhatWasAskedFor) {
+  const auto noise = [state = quint32(1)](qint64, int) mutable {
+    state = state * 1664525 + 1013904223;
+    return double(qint32(state)) / 4294967296.0;
+  };
+  const QString from = media.write(QStringLiteral("noise.wav"), SampleMedia::wav(44100, 2, 44100 * 3, noise));
+  ASSERT_TRUE(conversion.convertAudioToAAC(from, to, stop));
+  EXPECT_NEAR(double(QFileInfo(to).size()) * 8 / 3, 128000, 128000 * 0.2);
+}
+
+TEST_F(FfmpegEncodingTest, theFallbackTakesAacOverUnchanged) {
+  makeTone(44100, 2);
+  for (const char* name : {"a.m4a", "a.aac", "a.ts", "a.mkv"}) {
+    const QString source = QString::fromUtf8(name);
+    ASSERT_TRUE(media.ffmpeg({QStringLiteral("-i"), QStringLiteral("source.wav"), QStringLiteral("-c:a"), QStringLiteral("aac"), source}));
+    const auto before = decode(media.path(source));
+    ASSERT_TRUE(conversion.exportToM4A(media.path(source), to, stop)) << name << qPrintable(sink->lines().join(u'\n'));
+    const auto after = decode(to);
+    ASSERT_TRUE(before && after);
+    ASSERT_NEAR(double(before->size()), double(after->size()), 2048.0);
+    expectTone(to);
+  }
+}
+
+TEST_F(FfmpegEncodingTest, videos) {
+  makeTone(48000, 1);
+  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=1:s=64x64 -i source.wav -c:v mpeg4 -c:a aac v.mov").split(u' ')));
+  const auto audio = conversion.extractAudioFromVideo(media.path(QStringLiteral("v.mov")), to, stop);
+  ASSERT_TRUE(audio);
+  EXPECT_NEAR(audio->durationSeconds, 1, 0.05);
+  EXPECT_EQ(audio->sampleRate, 48000);
+  EXPECT_EQ(audio->channelCount, 1);
+  expectTone(to);
+
+  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=1:s=64x64 -c:v mpeg4 silent.mov").split(u' ')));
+  const auto silent = conversion.extractAudioFromVideo(media.path(QStringLiteral("silent.mov")), to, stop);
+  ASSERT_FALSE(silent);
+  EXPECT_EQ(silent.error(), AnyError(AudioError{AudioError::Kind::noAudioTrack, {}}));
+}
+
+TEST_F(FfmpegEncodingTest, targetsWithOddNames) {
+  const QString from = makeTone(16000, 1);
+  for (const char* name : {"http:x.m4a", "with blank'\".m4a", "new\nline %d.m4a", "concat:x", "no extension"}) {
+    const QString target = media.path(QString::fromUtf8(name));
+    ASSERT_TRUE(conversion.convertAudioToAAC(from, target, stop)) << name;
+    expectTone(target);
+  }
+}
+
+TEST_F(FfmpegEncodingTest, whatCannotBeWrittenLeavesNothing) {
+  const QString from = makeTone(16000, 1);
+  const QString nowhere = media.path(QStringLiteral("no/such/folder/x.m4a"));
+  for (const bool isPrimary : {true, false}) {
+    EXPECT_FALSE(isPrimary ? conversion.convertAudioToAAC(from, nowhere, stop) : conversion.exportToM4A(from, nowhere, stop));
+    EXPECT_FALSE(QFileInfo::exists(nowhere));
+  }
+}
+
+// A limit on the size of files stands for a disk that fills up on the way.
+TEST_F(FfmpegEncodingTest, aFullDiskLeavesNothing) {
+  const QString from = makeTone(48000, 2, 3);
+  rlimit before = {};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  for (const rlim_t room : {rlim_t(0), rlim_t(10000), rlim_t(40000)}) {
+    for (const bool isPrimary : {true, false}) {
+      const rlimit small{room, before.rlim_max};
+      ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+      const auto result = isPrimary ? conversion.convertAudioToAAC(from, to, stop) : conversion.exportToM4A(from, to, stop);
+      ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+      EXPECT_FALSE(result) << room << isPrimary;
+      EXPECT_FALSE(QFileInfo::exists(to)) << room << isPrimary;
+    }
+  }
+  std::signal(SIGXFSZ, oldHandler);
+}
+
+}  // namespace
+}  // namespace quillmere

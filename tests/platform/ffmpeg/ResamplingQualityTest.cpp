@@ -1,0 +1,70 @@
+#include "platform/ffmpeg/FfmpegFixture.h"
+
+namespace quillmere {
+namespace {
+
+// What goes in as a steady tone must come out as that tone below 6.8 kHz, and as nothing above 8 kHz.
+class ResamplingQualityTest : public FfmpegFixture, public ::testing::WithParamInterface<int> {
+ protected:
+  std::vector<float> convertTone(double hertz, double level) {
+    const int rate = GetParam();
+    const QString path = media.write(QStringLiteral("tone.wav"),
+                                     SampleMedia::wav(rate, 1, rate, SampleMedia::tone(hertz, rate, level), true));
+    auto samples = decode(path);
+    EXPECT_TRUE(samples);
+    if (!samples) return {};
+    EXPECT_EQ(samples->size(), 16000u) << hertz;
+    return std::move(samples).value();
+  }
+};
+
+TEST_P(ResamplingQualityTest, levelInThePassband) {
+  const double highest = std::min(6800.0, GetParam() * 0.42);
+  for (double step = 60; step <= highest; step *= 1.35) {
+    const double hertz = 4 * std::round(step / 4);  // whole periods in what is looked at
+    const std::vector<float> samples = convertTone(hertz, 0.5);
+    const auto middle = std::span<const float>(samples).subspan(2000, 12000);
+    const double decibels = 20 * std::log10(SampleMedia::levelAt(middle, hertz, 16000) / 0.5);
+    EXPECT_NEAR(decibels, 0, 0.5) << hertz;
+    // Nothing but the tone: the rest is 60 dB below it.
+    const double rest = std::sqrt(std::max(0.0, std::pow(SampleMedia::rms(middle), 2) -
+                                                    std::pow(SampleMedia::levelAt(middle, hertz, 16000), 2) / 2));
+    EXPECT_LT(rest, 0.5e-2) << hertz;
+  }
+}
+
+TEST_P(ResamplingQualityTest, aliasing) {
+  const double half = GetParam() / 2.0;
+  for (double hertz = 8050; hertz < half * 0.98; hertz *= 1.13) {
+    const std::vector<float> samples = convertTone(hertz, 0.5);
+    const auto middle = std::span<const float>(samples).subspan(2000, 12000);
+    EXPECT_LT(20 * std::log10(SampleMedia::rms(middle) / (0.5 / std::sqrt(2.0)) + 1e-12), -60) << hertz;
+  }
+}
+
+// Sound stays where it is in time: a click in the middle is in the middle afterwards.
+TEST_P(ResamplingQualityTest, delay) {
+  const int rate = GetParam();
+  const auto click = [rate](qint64 frame, int) { return std::abs(frame - rate / 2) <= rate / 8000 ? 0.9 : 0.0; };
+  const auto samples = decode(media.write(QStringLiteral("click.wav"), SampleMedia::wav(rate, 1, rate, click)));
+  ASSERT_TRUE(samples);
+  const auto loudest = std::max_element(samples->begin(), samples->end()) - samples->begin();
+  EXPECT_NEAR(double(loudest), 8000, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, ResamplingQualityTest, ::testing::Values(8000, 11025, 22050, 32000, 44100, 48000, 96000, 192000),
+                         ::testing::PrintToStringParamName());
+
+TEST_F(FfmpegFixture, lengthIsThatOfTheSource) {
+  for (const int rate : {8000, 11025, 22050, 37800, 44100, 47999, 48000}) {
+    for (const int frames : {441, 443, 4801, 70001}) {
+      const auto samples =
+          decode(media.write(QStringLiteral("l.wav"), SampleMedia::wav(rate, 1, frames, SampleMedia::tone(100, rate))));
+      const double expected = frames * 16000.0 / rate;
+      EXPECT_NEAR(double(samples ? samples->size() : 0), expected, 1) << rate << " " << frames;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillmere
