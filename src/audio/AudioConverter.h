@@ -20,13 +20,14 @@ namespace quillmere {
 class AudioConverter {
  public:
   struct ConversionOptions {
-    quint32 chunkSize;        // frames of the source read a round
-    double targetSampleRate;  // hertz
-    bool normalize;           // adjust the peak afterwards
+    quint32 chunkSize;                           // frames of the source read a round
+    double targetSampleRate;                     // hertz
+    bool normalize;                              // adjust the peak afterwards
     std::function<void(float)> progressHandler;  // share done, 0 to 1; runs on the worker thread; may be empty
   };
 
-  AudioConverter(MediaReaderFactory& readers, AudioResamplerFactory& resamplers, WorkerPool& pool, const Logging& logging);
+  AudioConverter(MediaReaderFactory& readers, AudioResamplerFactory& resamplers, WorkerPool& pool,
+                 const Logging& logging);
 
   Task<Result<std::vector<float>, ConversionError>> convert(QString filePath, ConversionOptions options);
 

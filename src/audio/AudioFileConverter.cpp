@@ -7,9 +7,14 @@ namespace quillmere {
 
 AudioFileConverter::AudioFileConverter(MediaReaderFactory& readers, MediaEncoder& encoder, WorkerPool& pool,
                                        const Logging& logging)
-    : readers_(readers), encoder_(encoder), pool_(pool), logger_(logging.logger(QStringLiteral("AudioFileConverter"))) {}
+    : readers_(readers),
+      encoder_(encoder),
+      pool_(pool),
+      logger_(logging.logger(QStringLiteral("AudioFileConverter"))) {}
 
-int AudioFileConverter::bitRateFor(int channelCount) { return 64000 * channelCount; }
+int AudioFileConverter::bitRateFor(int channelCount) {
+  return 64000 * channelCount;
+}
 
 Task<Result<AudioFileFormat, AnyError>> AudioFileConverter::convertAudioToAAC(QString from, QString to) {
   const FileConversion conversion(readers_, encoder_, logger_);

@@ -8,7 +8,9 @@ namespace {
 
 constexpr qint64 framesPerRead = 16384;
 
-AnyError exportFailed() { return AudioError{AudioError::Kind::exportFailed, {}}; }
+AnyError exportFailed() {
+  return AudioError{AudioError::Kind::exportFailed, {}};
+}
 
 AnyError asAnyError(const MediaError& error) {
   if (error.kind == MediaError::Kind::noAudioTrack) return AudioError{AudioError::Kind::noAudioTrack, {}};
@@ -16,7 +18,9 @@ AnyError asAnyError(const MediaError& error) {
   return PlatformError{QStringLiteral("media"), error.code, error.description};
 }
 
-QString fileName(const QString& path) { return QFileInfo(path).fileName(); }
+QString fileName(const QString& path) {
+  return QFileInfo(path).fileName();
+}
 
 bool isSameFile(const QString& one, const QString& other) {
   const QString first = QFileInfo(one).canonicalFilePath();
@@ -115,8 +119,12 @@ FileConversion::FormatResult FileConversion::exportToM4A(const QString& from, co
       if (error) failure = asAnyError(*error);
       break;
     }
-    case MediaExportSession::Status::cancelled: logger_.warning("AVAssetExportSession: Export was cancelled"); break;
-    default: logger_.error("AVAssetExportSession: Unexpected status %ld", int(status)); break;
+    case MediaExportSession::Status::cancelled:
+      logger_.warning("AVAssetExportSession: Export was cancelled");
+      break;
+    default:
+      logger_.error("AVAssetExportSession: Unexpected status %ld", int(status));
+      break;
   }
   session.reset();
   QFile::remove(to);

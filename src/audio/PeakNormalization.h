@@ -3,8 +3,8 @@
 
 namespace quillmere {
 
-// What normalising finds and does: the largest absolute sample and the gain that brings a peak above 0.95 down to it and
-// one below 0.1 up towards it, at most tenfold. The gain is 1 for silence and for what lies between.
+// What normalising finds and does: the largest absolute sample and the gain that brings a peak above 0.95 down to it
+// and one below 0.1 up towards it, at most tenfold. The gain is 1 for silence and for what lies between.
 struct PeakNormalization {
   enum class Finding { silent, preventClipping, boostQuiet, notNeeded };
   Finding finding = Finding::notNeeded;

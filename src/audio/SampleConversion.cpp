@@ -12,13 +12,15 @@ namespace {
 
 using Kind = ConversionError::Kind;
 
-// Fewer bytes than this for a second of sound are not believed of a file that states its length, more are assumed of one
-// that doesn't.
+// Fewer bytes than this for a second of sound are not believed of a file that states its length, more are assumed of
+// one that doesn't.
 constexpr qint64 fewestBytesPerSecond = 100;
 constexpr qint64 usualBytesPerSecond = 4000;
 constexpr qint64 spareFrames = 4096;
 
-ConversionError conversionFailed(const char* text) { return {Kind::conversionFailed, QString::fromUtf8(text)}; }
+ConversionError conversionFailed(const char* text) {
+  return {Kind::conversionFailed, QString::fromUtf8(text)};
+}
 
 }  // namespace
 
@@ -62,9 +64,9 @@ SampleConversion::Outcome SampleConversion::run(const std::atomic<bool>& stop) {
   try {
     // The last chunk needs the room that its bound asks for, which is a little more than what it brings.
     const double lastChunk = 1.1 * options_.chunkSize * options_.targetSampleRate / source.sampleRate;
-    output_.reserve(size_t(reservation(nominalFrames_, source.sampleRate, options_.targetSampleRate,
-                                       QFileInfo(filePath_).size()) +
-                           std::llround(lastChunk) + spareFrames));
+    output_.reserve(
+        size_t(reservation(nominalFrames_, source.sampleRate, options_.targetSampleRate, QFileInfo(filePath_).size()) +
+               std::llround(lastChunk) + spareFrames));
   } catch (const std::bad_alloc&) {  // only a hint; the vector grows as samples come
   } catch (const std::length_error&) {
   }
@@ -173,16 +175,20 @@ void SampleConversion::makeRoom(qint64 frames) {
 std::optional<ConversionError> SampleConversion::settleReadError(const MediaError& error) {
   logger_.error("Failed to read audio chunk at frame %lld: %@", framesRead_, error.description);
   if (auto failed = flushResampler()) return failed;
-  if (output_.empty()) return ConversionError{Kind::conversionFailed, QStringLiteral("Read error: ") + error.description};
+  if (output_.empty())
+    return ConversionError{Kind::conversionFailed, QStringLiteral("Read error: ") + error.description};
   logger_.warning("Returning partial conversion: %ld samples", output_.size());
   return std::nullopt;
 }
 
 void SampleConversion::report(bool isEnd) {
   float share = reportedShare_;
-  if (isEnd) share = framesRead_ > 0 ? 1.0f : share;
-  else if (nominalFrames_) share = std::min(1.0f, float(double(framesRead_) / double(*nominalFrames_)));
-  else return;
+  if (isEnd)
+    share = framesRead_ > 0 ? 1.0f : share;
+  else if (nominalFrames_)
+    share = std::min(1.0f, float(double(framesRead_) / double(*nominalFrames_)));
+  else
+    return;
   if (isEnd && share == reportedShare_) return;
   reportedShare_ = share;
   const int percent = int(share * 100);
@@ -196,7 +202,9 @@ void SampleConversion::report(bool isEnd) {
 void SampleConversion::normalize() {
   const PeakNormalization plan = planNormalization(output_);
   switch (plan.finding) {
-    case PeakNormalization::Finding::silent: logger_.info("Audio is silent (peak = 0)"); return;
+    case PeakNormalization::Finding::silent:
+      logger_.info("Audio is silent (peak = 0)");
+      return;
     case PeakNormalization::Finding::preventClipping:
       logger_.info("📊 Normalizing: peak %f → %f (preventing clipping)", plan.peak, plan.peak * plan.gain);
       break;

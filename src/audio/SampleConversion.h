@@ -8,8 +8,8 @@
 
 namespace quillmere {
 
-// One conversion, from opening the file to the samples; what AudioConverter runs on its worker. Blocks; any thread, once.
-// When `stop` is set it ends between two blocks and the result means nothing.
+// One conversion, from opening the file to the samples; what AudioConverter runs on its worker. Blocks; any thread,
+// once. When `stop` is set it ends between two blocks and the result means nothing.
 class SampleConversion {
  public:
   using Outcome = Result<std::vector<float>, ConversionError>;
@@ -20,7 +20,8 @@ class SampleConversion {
   Outcome run(const std::atomic<bool>& stop);
 
   // Room to set aside in advance. A statement that the size of the file makes implausible is cut to a plausible one.
-  static qint64 reservation(std::optional<qint64> nominalFrames, double sourceRate, double targetRate, qint64 fileBytes);
+  static qint64 reservation(std::optional<qint64> nominalFrames, double sourceRate, double targetRate,
+                            qint64 fileBytes);
 
  private:
   std::optional<ConversionError> readAll(const std::atomic<bool>& stop);

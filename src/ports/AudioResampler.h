@@ -27,7 +27,7 @@ class AudioResamplerFactory {
   virtual ~AudioResamplerFactory() = default;
   // Any thread. Fails for a format that can't be resampled.
   virtual Result<std::unique_ptr<AudioResampler>, PlatformError> create(const AudioStreamFormat& source,
-                                                                         double targetSampleRate) = 0;
+                                                                        double targetSampleRate) = 0;
 };
 
 }  // namespace quillmere

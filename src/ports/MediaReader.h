@@ -24,8 +24,8 @@ struct MediaError {
   bool operator==(const MediaError&) const = default;
 };
 
-// The decoded audio of one file, from its start to its end. One thread at a time, any thread. Blocks until data is there;
-// callers check for a cancel between reads.
+// The decoded audio of one file, from its start to its end. One thread at a time, any thread. Blocks until data is
+// there; callers check for a cancel between reads.
 class MediaReader {
  public:
   // What the file says of its track before anything is decoded. Zero where it says nothing usable.

@@ -10,7 +10,9 @@
 namespace quillmere {
 namespace {
 
-AudioConverter::ConversionOptions plain() { return {1024, 16000, false, {}}; }
+AudioConverter::ConversionOptions plain() {
+  return {1024, 16000, false, {}};
+}
 
 class AudioConverterTest : public ::testing::Test {
  protected:

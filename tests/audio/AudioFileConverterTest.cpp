@@ -45,7 +45,9 @@ class AudioFileConverterTest : public ::testing::Test {
   }
   Result<AudioFileFormat, AnyError> convert() { return runTask(executor, converter.convertAudioToAAC(from, to)); }
   Result<AudioFileFormat, AnyError> exportFile() { return runTask(executor, converter.exportToM4A(from, to)); }
-  MediaError someError() const { return {MediaError::Kind::writeFailed, -28, QStringLiteral("No space left on device")}; }
+  MediaError someError() const {
+    return {MediaError::Kind::writeFailed, -28, QStringLiteral("No space left on device")};
+  }
 };
 
 TEST_F(AudioFileConverterTest, settingsFollowTheSource) {
@@ -81,7 +83,9 @@ TEST_F(AudioFileConverterTest, aTrackWithoutDescriptionTakesTheFilesFormat) {
 TEST_F(AudioFileConverterTest, aFailureLeavesNoTarget) {
   const std::function<void()> faults[] = {
       [&] { readers.files.remove(from); },
-      [&] { readers.files[from].openError = MediaError{MediaError::Kind::noAudioTrack, 0, {}}; },
+      [&] {
+        readers.files[from].openError = MediaError{MediaError::Kind::noAudioTrack, 0, {}};
+      },
       [&] { encoder.openError = someError(); },
       [&] { encoder.appendError = someError(); },
       [&] { encoder.finishError = someError(); },
@@ -131,7 +135,10 @@ TEST_F(AudioFileConverterTest, exportByStatus) {
   };
   const Case cases[] = {
       {Status::completed, true, {}, {}, "AVAssetExportSession conversion successful: 48000Hz 2ch → talk 1.m4a"},
-      {Status::completed, false, {}, exportFailed,
+      {Status::completed,
+       false,
+       {},
+       exportFailed,
        "AVAssetExportSession: Output file not created despite success status"},
       {Status::failed, true, someError(), diskFull, "AVAssetExportSession: Export failed - No space left on device"},
       {Status::failed, true, {}, exportFailed, "AVAssetExportSession: Export failed - unknown error"},
@@ -146,8 +153,11 @@ TEST_F(AudioFileConverterTest, exportByStatus) {
     sink->clear();
     const auto result = exportFile();
     EXPECT_EQ(result.hasValue(), !c.result);
-    if (result) EXPECT_EQ(*result, (AudioFileFormat{48000, 2, 128000}));
-    else EXPECT_EQ(result.error(), *c.result);
+    if (result) {
+      EXPECT_EQ(*result, (AudioFileFormat{48000, 2, 128000}));
+    } else {
+      EXPECT_EQ(result.error(), *c.result);
+    }
     EXPECT_EQ(target(), c.result ? "none" : "exported") << c.line;
     EXPECT_TRUE(sink->lines().contains(QString::fromUtf8(c.line))) << c.line;
   }

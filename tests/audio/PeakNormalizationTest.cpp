@@ -11,11 +11,16 @@ TEST(PeakNormalization, gainFollowsThePeak) {
     Finding finding;
     float gain;
   };
-  const Case cases[] = {
-      {0.0f, Finding::silent, 1},           {0.01f, Finding::boostQuiet, 10},      {0.0949f, Finding::boostQuiet, 10},
-      {0.095f, Finding::boostQuiet, 10},    {0.099f, Finding::boostQuiet, 9.596f}, {0.1f, Finding::notNeeded, 1},
-      {0.5f, Finding::notNeeded, 1},        {0.95f, Finding::notNeeded, 1},        {0.96f, Finding::preventClipping, 0.98958f},
-      {1.9f, Finding::preventClipping, 0.5f}};
+  const Case cases[] = {{0.0f, Finding::silent, 1},
+                        {0.01f, Finding::boostQuiet, 10},
+                        {0.0949f, Finding::boostQuiet, 10},
+                        {0.095f, Finding::boostQuiet, 10},
+                        {0.099f, Finding::boostQuiet, 9.596f},
+                        {0.1f, Finding::notNeeded, 1},
+                        {0.5f, Finding::notNeeded, 1},
+                        {0.95f, Finding::notNeeded, 1},
+                        {0.96f, Finding::preventClipping, 0.98958f},
+                        {1.9f, Finding::preventClipping, 0.5f}};
   for (const Case& c : cases) {
     for (const float sign : {1.0f, -1.0f}) {  // the largest may be a trough
       const std::vector<float> samples{c.peak / 3, sign * c.peak, -c.peak / 2};

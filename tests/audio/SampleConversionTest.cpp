@@ -24,7 +24,8 @@ class SampleConversionTest : public ::testing::Test {
 
   FakeMediaFile& file() { return readers.files[path]; }
   SampleConversion::Outcome convert() {
-    SampleConversion conversion(readers, resamplers, Logging(sink).logger(QStringLiteral("AudioConverter")), path, options);
+    SampleConversion conversion(readers, resamplers, Logging(sink).logger(QStringLiteral("AudioConverter")), path,
+                                options);
     return conversion.run(stop);
   }
   Kind failure() {
@@ -181,7 +182,7 @@ TEST_F(SampleConversionTest, sixHoursTakeTheRoomOfTheirSamplesOnly) {
   const auto samples = conversion.run(stop);
   ASSERT_TRUE(samples);
   EXPECT_EQ(samples->size(), size_t(seconds * 50));
-  EXPECT_EQ(reads, (seconds * 100 + 1023) / 1024 + 1);          // never more than a chunk at a time
+  EXPECT_EQ(reads, (seconds * 100 + 1023) / 1024 + 1);     // never more than a chunk at a time
   EXPECT_LE(samples->capacity(), samples->size() + 8192);  // reserved once, never doubled
 }
 

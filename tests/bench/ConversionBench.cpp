@@ -61,9 +61,9 @@ int main() {
     }));
     bool isDone = false;
     program.push_back(secondsOf([&] {
-      isDone = media.ffmpeg({QStringLiteral("-i"), QStringLiteral("source.wav"), QStringLiteral("-ac"), QStringLiteral("1"),
-                             QStringLiteral("-ar"), QStringLiteral("16000"), QStringLiteral("-f"), QStringLiteral("f32le"),
-                             QStringLiteral("out.raw")});
+      isDone = media.ffmpeg({QStringLiteral("-i"), QStringLiteral("source.wav"), QStringLiteral("-ac"),
+                             QStringLiteral("1"), QStringLiteral("-ar"), QStringLiteral("16000"), QStringLiteral("-f"),
+                             QStringLiteral("f32le"), QStringLiteral("out.raw")});
     }));
     if (!isDone || count != size_t(seconds * 16000)) {
       std::fprintf(stderr, "the conversion failed\n");

@@ -15,7 +15,9 @@ struct Side {
 };
 
 constexpr qint64 frameTotal = 10000;
-float ramp(qint64 frame) { return float(frame) / 20000; }
+float ramp(qint64 frame) {
+  return float(frame) / 20000;
+}
 
 struct FakeSide : Side {
   FakeSide() {
@@ -46,8 +48,10 @@ using Output = MediaReaderFactory::Output;
 class MediaReaderContract : public ::testing::TestWithParam<std::tuple<const char*, Output>> {
  protected:
   void SetUp() override {
-    if (std::string_view(std::get<0>(GetParam())) == "fake") side = std::make_unique<FakeSide>();
-    else side = std::make_unique<RealSide>();
+    if (std::string_view(std::get<0>(GetParam())) == "fake")
+      side = std::make_unique<FakeSide>();
+    else
+      side = std::make_unique<RealSide>();
   }
   std::unique_ptr<MediaReader> open() {
     auto reader = side->readers().open(side->file(), std::get<1>(GetParam()));

@@ -6,11 +6,12 @@
 
 namespace quillmere {
 
-// Takes the first channel and the nearest earlier frame. Holds the last frame written back until the end, as a resampler
-// does. Knows 16-bit integers and 32-bit floats.
+// Takes the first channel and the nearest earlier frame. Holds the last frame written back until the end, as a
+// resampler does. Knows 16-bit integers and 32-bit floats.
 class FakeAudioResampler final : public AudioResampler {
  public:
-  FakeAudioResampler(AudioStreamFormat source, double targetRate) : source_(source), ratio_(targetRate / source.sampleRate) {}
+  FakeAudioResampler(AudioStreamFormat source, double targetRate)
+      : source_(source), ratio_(targetRate / source.sampleRate) {}
 
   qint64 outputBound(qint64 sourceFrames) const override { return qint64(double(sourceFrames) * ratio_) + 2; }
 

@@ -15,15 +15,15 @@ namespace quillmere {
 struct FakeMediaFile {
   AudioStreamFormat format{48000, 2, AudioStreamFormat::SampleKind::signed16, false, 0};
   qint64 frames = 0;
-  std::optional<qint64> nominalFrames;                // as the file states it; nothing: unknown
+  std::optional<qint64> nominalFrames;                 // as the file states it; nothing: unknown
   std::optional<MediaReader::TrackDescription> track;  // nothing: as the format
   std::function<float(qint64 frame)> sample = [](qint64) { return 0.25f; };
-  qint64 blockFrames = 1000;                           // the most that one read gives
+  qint64 blockFrames = 1000;  // the most that one read gives
   std::optional<MediaError> openError;
-  std::optional<qint64> readErrorAt;                   // frame at which reading breaks off
+  std::optional<qint64> readErrorAt;  // frame at which reading breaks off
   std::optional<std::pair<qint64, AudioStreamFormat>> changeAt;
   double duration = 0;
-  std::function<void()> onRead;                        // on the reading thread, before each read
+  std::function<void()> onRead;  // on the reading thread, before each read
 };
 
 class FakeMediaReader final : public MediaReader {
@@ -49,8 +49,10 @@ class FakeMediaReader final : public MediaReader {
     if (file_.readErrorAt) end = std::min(end, *file_.readErrorAt);
     AudioStreamFormat format = file_.format;
     if (file_.changeAt) {
-      if (position_ < file_.changeAt->first) end = std::min(end, file_.changeAt->first);
-      else format = file_.changeAt->second;
+      if (position_ < file_.changeAt->first)
+        end = std::min(end, file_.changeAt->first);
+      else
+        format = file_.changeAt->second;
     }
     const qint64 count = std::min({maxFrames, file_.blockFrames, end - position_});
     if (count <= 0) {

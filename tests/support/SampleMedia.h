@@ -37,17 +37,38 @@ class SampleMedia {
     QByteArray data;
     data.resize(qsizetype(44 + frames * channels * bytes));
     char* at = data.data();
-    const auto text = [&](const char* four) { std::copy_n(four, 4, at); at += 4; };
-    const auto u32 = [&](quint32 value) { qToLittleEndian(value, at); at += 4; };
-    const auto u16 = [&](quint16 value) { qToLittleEndian(value, at); at += 2; };
-    text("RIFF"); u32(quint32(data.size() - 8)); text("WAVE"); text("fmt "); u32(16); u16(isFloat ? 3 : 1);
-    u16(quint16(channels)); u32(quint32(sampleRate)); u32(quint32(sampleRate * channels * bytes));
-    u16(quint16(channels * bytes)); u16(quint16(bytes * 8)); text("data"); u32(quint32(data.size() - 44));
+    const auto text = [&](const char* four) {
+      std::copy_n(four, 4, at);
+      at += 4;
+    };
+    const auto u32 = [&](quint32 value) {
+      qToLittleEndian(value, at);
+      at += 4;
+    };
+    const auto u16 = [&](quint16 value) {
+      qToLittleEndian(value, at);
+      at += 2;
+    };
+    text("RIFF");
+    u32(quint32(data.size() - 8));
+    text("WAVE");
+    text("fmt ");
+    u32(16);
+    u16(isFloat ? 3 : 1);
+    u16(quint16(channels));
+    u32(quint32(sampleRate));
+    u32(quint32(sampleRate * channels * bytes));
+    u16(quint16(channels * bytes));
+    u16(quint16(bytes * 8));
+    text("data");
+    u32(quint32(data.size() - 44));
     for (qint64 frame = 0; frame < frames; ++frame) {
       for (int channel = 0; channel < channels; ++channel) {
         const double value = wave(frame, channel);
-        if (isFloat) qToLittleEndian(float(value), at);
-        else qToLittleEndian(qint16(std::lround(value * 32767)), at);
+        if (isFloat)
+          qToLittleEndian(float(value), at);
+        else
+          qToLittleEndian(qint16(std::lround(value * 32767)), at);
         at += bytes;
       }
     }
@@ -61,7 +82,9 @@ class SampleMedia {
   bool ffmpeg(QStringList arguments) const {
     QProcess program;
     program.setWorkingDirectory(folder_.path());
-    arguments = QStringList{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-nostdin"), QStringLiteral("-y")} + arguments;
+    arguments =
+        QStringList{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-nostdin"), QStringLiteral("-y")} +
+        arguments;
     program.start(QStringLiteral("ffmpeg"), arguments);
     return program.waitForFinished(60000) && program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0;
   }

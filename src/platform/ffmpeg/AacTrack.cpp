@@ -41,8 +41,10 @@ Result<std::unique_ptr<AacTrack>, int> AacTrack::create(const QString& path, con
   code = parameters ? avcodec_parameters_from_context(parameters, encoder.get()) : AVERROR(ENOMEM);
   if (code >= 0) {
     auto file = M4aFile::create(path, *parameters, encoder->time_base);
-    if (file) track->file_ = std::move(file).value();
-    else code = file.error();
+    if (file)
+      track->file_ = std::move(file).value();
+    else
+      code = file.error();
   }
   avcodec_parameters_free(&parameters);
   if (code < 0) return Failed{code};
@@ -110,7 +112,8 @@ int AacTrack::encodeWhole(bool isLast) {
     if (const int code = av_frame_make_writable(frame_.get()); code < 0) return code;
     const int count = std::min(waiting, encoder_->frame_size);
     frame_->nb_samples = count;
-    if (const int code = av_audio_fifo_read(fifo_.get(), reinterpret_cast<void**>(frame_->extended_data), count); code < 0)
+    if (const int code = av_audio_fifo_read(fifo_.get(), reinterpret_cast<void**>(frame_->extended_data), count);
+        code < 0)
       return code;
     frame_->pts = nextPts_;
     nextPts_ += count;

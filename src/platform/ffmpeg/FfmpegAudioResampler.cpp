@@ -2,13 +2,17 @@
 
 namespace quillmere {
 
-qint64 FfmpegAudioResampler::outputBound(qint64 sourceFrames) const { return pipe_.outputBound(int(sourceFrames)); }
+qint64 FfmpegAudioResampler::outputBound(qint64 sourceFrames) const {
+  return pipe_.outputBound(int(sourceFrames));
+}
 
 Result<qint64, PlatformError> FfmpegAudioResampler::convert(const AudioBlock& block, std::span<float> output) {
   return write(block.planes.data(), block.frameCount, output);
 }
 
-Result<qint64, PlatformError> FfmpegAudioResampler::finish(std::span<float> output) { return write(nullptr, 0, output); }
+Result<qint64, PlatformError> FfmpegAudioResampler::finish(std::span<float> output) {
+  return write(nullptr, 0, output);
+}
 
 Result<qint64, PlatformError> FfmpegAudioResampler::write(const std::byte* const* planes, qint64 frames,
                                                           std::span<float> output) {

@@ -8,8 +8,8 @@ namespace quillmere {
 
 using namespace ffmpeg;
 
-Result<std::unique_ptr<AudioResampler>, PlatformError> FfmpegAudioResamplerFactory::create(const AudioStreamFormat& source,
-                                                                                           double targetSampleRate) {
+Result<std::unique_ptr<AudioResampler>, PlatformError> FfmpegAudioResamplerFactory::create(
+    const AudioStreamFormat& source, double targetSampleRate) {
   SwrPipe::Target target{AV_SAMPLE_FMT_FLT, int(std::lround(targetSampleRate)), {}};
   av_channel_layout_default(&target.layout, 1);
   auto pipe = SwrPipe::create(source, target);

@@ -41,7 +41,8 @@ MediaExportSession::Status FfmpegExportSession::copyPackets(FfmpegInput& input, 
   return code < 0 ? fail(mediaError(MediaError::Kind::writeFailed, code)) : Status::completed;
 }
 
-MediaExportSession::Status FfmpegExportSession::encode(std::unique_ptr<FfmpegInput> input, const std::atomic<bool>& stop) {
+MediaExportSession::Status FfmpegExportSession::encode(std::unique_ptr<FfmpegInput> input,
+                                                       const std::atomic<bool>& stop) {
   auto reader = FfmpegMediaReader::open(std::move(input));
   if (!reader) return fail(reader.error());
   const AudioStreamFormat source = (*reader)->format();

@@ -9,8 +9,9 @@ namespace quillmere::ffmpeg {
 namespace {
 
 // Containers whose content is the names of other files or of places in the network, or a script.
-constexpr const char* refusedContainers[] = {"hls",   "concat",  "dash",       "imf",    "webm_dash_manifest", "sdp", "rtsp", "rtp",
-                                             "image2", "avisynth", "vapoursynth", "lavfi", "vobsub",             "sbg", "tty",  "ffmetadata"};
+constexpr const char* refusedContainers[] = {"hls",    "concat", "dash",   "imf",       "webm_dash_manifest", "sdp",
+                                             "rtsp",   "rtp",    "image2", "avisynth",  "vapoursynth",        "lavfi",
+                                             "vobsub", "sbg",    "tty",    "ffmetadata"};
 
 int refuseToOpen(AVFormatContext*, AVIOContext** io, const char*, int, AVDictionary**) {
   *io = nullptr;
@@ -37,8 +38,9 @@ Result<std::unique_ptr<FfmpegInput>, MediaError> FfmpegInput::open(const QString
   int code = av_probe_input_buffer2(input->file_->io(), &container, name.constData(), nullptr, 0, 0);
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
   if (isRefused(*container))
-    return Failed{MediaError{Kind::cannotOpen, AVERROR_INVALIDDATA,
-                             QStringLiteral("The file only refers to other files (%1)").arg(QString::fromUtf8(container->name))}};
+    return Failed{
+        MediaError{Kind::cannotOpen, AVERROR_INVALIDDATA,
+                   QStringLiteral("The file only refers to other files (%1)").arg(QString::fromUtf8(container->name))}};
 
   AVFormatContext* context = avformat_alloc_context();
   if (!context) return Failed{mediaError(Kind::cannotOpen, AVERROR(ENOMEM))};

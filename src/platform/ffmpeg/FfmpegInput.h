@@ -10,7 +10,8 @@
 namespace quillmere::ffmpeg {
 
 // An opened media file with its best audio track chosen and all other tracks left aside. Containers that only point at
-// other files or at the network are refused, and whatever a file says, nothing else is ever opened. One thread at a time.
+// other files or at the network are refused, and whatever a file says, nothing else is ever opened. One thread at a
+// time.
 class FfmpegInput {
  public:
   static Result<std::unique_ptr<FfmpegInput>, MediaError> open(const QString& path);

@@ -12,7 +12,9 @@ using namespace ffmpeg;
 namespace {
 constexpr int mostDecoderThreads = 4;
 
-bool isFatal(int code) { return code == AVERROR(ENOMEM); }
+bool isFatal(int code) {
+  return code == AVERROR(ENOMEM);
+}
 }  // namespace
 
 Result<std::unique_ptr<MediaReader>, MediaError> FfmpegMediaReader::open(const QString& path) {
@@ -32,21 +34,23 @@ Result<std::unique_ptr<MediaReader>, MediaError> FfmpegMediaReader::open(std::un
   reader->decoder_.reset(avcodec_alloc_context3(&reader->input_->codec()));
   reader->packet_.reset(av_packet_alloc());
   reader->frame_.reset(av_frame_alloc());
-  if (!reader->decoder_ || !reader->packet_ || !reader->frame_) return Failed{mediaError(Kind::cannotOpen, AVERROR(ENOMEM))};
+  if (!reader->decoder_ || !reader->packet_ || !reader->frame_)
+    return Failed{mediaError(Kind::cannotOpen, AVERROR(ENOMEM))};
   AVCodecContext& decoder = *reader->decoder_;
   int code = avcodec_parameters_to_context(&decoder, &parameters);
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
   decoder.pkt_timebase = stream.time_base;
   decoder.thread_count = std::clamp(int(std::thread::hardware_concurrency()), 1, mostDecoderThreads);
   code = avcodec_open2(&decoder, &reader->input_->codec(), nullptr);
-  if (code < 0) return Failed{MediaError{Kind::unsupported, code, QStringLiteral("%1 (%2)").arg(codecName, errorText(code))}};
+  if (code < 0)
+    return Failed{MediaError{Kind::unsupported, code, QStringLiteral("%1 (%2)").arg(codecName, errorText(code))}};
 
   const auto format = streamFormat(decoder.sample_fmt, decoder.sample_rate, decoder.ch_layout);
   if (!format) {
-    return Failed{MediaError{Kind::unsupported, AVERROR_PATCHWELCOME,
-                             QStringLiteral("%1, %2 Hz, %3 ch")
-                                 .arg(codecName, QString::number(decoder.sample_rate),
-                                      QString::number(decoder.ch_layout.nb_channels))}};
+    return Failed{MediaError{
+        Kind::unsupported, AVERROR_PATCHWELCOME,
+        QStringLiteral("%1, %2 Hz, %3 ch")
+            .arg(codecName, QString::number(decoder.sample_rate), QString::number(decoder.ch_layout.nb_channels))}};
   }
   reader->format_ = *format;
   reader->description_ = {double(parameters.sample_rate), parameters.ch_layout.nb_channels};
@@ -82,7 +86,8 @@ Result<AudioBlock, MediaError> FfmpegMediaReader::read(qint64 maxFrames) {
 
   const qint64 count = std::min<qint64>(maxFrames, frame_->nb_samples - frameOffset_);
   const int planeCount = frameFormat_.isPlanar ? frameFormat_.channelCount : 1;
-  const qint64 skip = frameOffset_ * bytesPerSample(frameFormat_.kind) * (frameFormat_.isPlanar ? 1 : frameFormat_.channelCount);
+  const qint64 skip =
+      frameOffset_ * bytesPerSample(frameFormat_.kind) * (frameFormat_.isPlanar ? 1 : frameFormat_.channelCount);
   planes_.resize(size_t(planeCount));
   for (int i = 0; i < planeCount; ++i)
     planes_[size_t(i)] = reinterpret_cast<const std::byte*>(frame_->extended_data[i]) + skip;

@@ -12,7 +12,8 @@ Result<std::unique_ptr<MediaReader>, MediaError> FfmpegMediaReaderFactory::open(
   return std::unique_ptr<MediaReader>(std::make_unique<FfmpegPcmReader>(std::move(reader).value()));
 }
 
-Result<double, MediaError> FfmpegMediaReaderFactory::durationSeconds(const QString& path, const std::atomic<bool>& stop) {
+Result<double, MediaError> FfmpegMediaReaderFactory::durationSeconds(const QString& path,
+                                                                     const std::atomic<bool>& stop) {
   auto input = ffmpeg::FfmpegInput::open(path);
   if (!input) return Failed{input.error()};
   return (*input)->measuredSeconds(stop);

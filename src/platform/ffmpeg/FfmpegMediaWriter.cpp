@@ -18,9 +18,13 @@ Result<void, MediaError> FfmpegMediaWriter::start() {
   return {};
 }
 
-Result<void, MediaError> FfmpegMediaWriter::append(const AudioBlock& block) { return settled(track_->append(block)); }
+Result<void, MediaError> FfmpegMediaWriter::append(const AudioBlock& block) {
+  return settled(track_->append(block));
+}
 
-Result<void, MediaError> FfmpegMediaWriter::finish() { return settled(track_->finish()); }
+Result<void, MediaError> FfmpegMediaWriter::finish() {
+  return settled(track_->finish());
+}
 
 Result<void, MediaError> FfmpegMediaWriter::settled(int code) const {
   if (code < 0) return Failed{mediaError(MediaError::Kind::writeFailed, code)};

@@ -6,7 +6,8 @@ namespace quillmere {
 
 using namespace ffmpeg;
 
-FfmpegPcmReader::FfmpegPcmReader(std::unique_ptr<MediaReader> source) : source_(std::move(source)), format_(source_->format()) {
+FfmpegPcmReader::FfmpegPcmReader(std::unique_ptr<MediaReader> source)
+    : source_(std::move(source)), format_(source_->format()) {
   format_.kind = AudioStreamFormat::SampleKind::signed16;
   format_.isPlanar = false;
 }

@@ -15,18 +15,27 @@ QString errorText(int code) {
   return QString::fromUtf8(text);
 }
 
-MediaError mediaError(MediaError::Kind kind, int code) { return {kind, code, errorText(code)}; }
+MediaError mediaError(MediaError::Kind kind, int code) {
+  return {kind, code, errorText(code)};
+}
 
 std::optional<AudioStreamFormat::SampleKind> sampleKind(AVSampleFormat format) {
   using enum AudioStreamFormat::SampleKind;
   switch (av_get_packed_sample_fmt(format)) {
-    case AV_SAMPLE_FMT_U8: return unsigned8;
-    case AV_SAMPLE_FMT_S16: return signed16;
-    case AV_SAMPLE_FMT_S32: return signed32;
-    case AV_SAMPLE_FMT_S64: return signed64;
-    case AV_SAMPLE_FMT_FLT: return float32;
-    case AV_SAMPLE_FMT_DBL: return float64;
-    default: return std::nullopt;
+    case AV_SAMPLE_FMT_U8:
+      return unsigned8;
+    case AV_SAMPLE_FMT_S16:
+      return signed16;
+    case AV_SAMPLE_FMT_S32:
+      return signed32;
+    case AV_SAMPLE_FMT_S64:
+      return signed64;
+    case AV_SAMPLE_FMT_FLT:
+      return float32;
+    case AV_SAMPLE_FMT_DBL:
+      return float64;
+    default:
+      return std::nullopt;
   }
 }
 
@@ -34,12 +43,24 @@ AVSampleFormat sampleFormat(const AudioStreamFormat& format) {
   using enum AudioStreamFormat::SampleKind;
   AVSampleFormat packed = AV_SAMPLE_FMT_NONE;
   switch (format.kind) {
-    case unsigned8: packed = AV_SAMPLE_FMT_U8; break;
-    case signed16: packed = AV_SAMPLE_FMT_S16; break;
-    case signed32: packed = AV_SAMPLE_FMT_S32; break;
-    case signed64: packed = AV_SAMPLE_FMT_S64; break;
-    case float32: packed = AV_SAMPLE_FMT_FLT; break;
-    case float64: packed = AV_SAMPLE_FMT_DBL; break;
+    case unsigned8:
+      packed = AV_SAMPLE_FMT_U8;
+      break;
+    case signed16:
+      packed = AV_SAMPLE_FMT_S16;
+      break;
+    case signed32:
+      packed = AV_SAMPLE_FMT_S32;
+      break;
+    case signed64:
+      packed = AV_SAMPLE_FMT_S64;
+      break;
+    case float32:
+      packed = AV_SAMPLE_FMT_FLT;
+      break;
+    case float64:
+      packed = AV_SAMPLE_FMT_DBL;
+      break;
   }
   return format.isPlanar ? av_get_planar_sample_fmt(packed) : packed;
 }
@@ -59,7 +80,8 @@ std::optional<AudioStreamFormat> streamFormat(AVSampleFormat format, int sampleR
 
 AVChannelLayout channelLayout(quint64 mask, int channelCount) {
   AVChannelLayout layout = {};
-  if (mask != 0 && std::popcount(mask) == channelCount && av_channel_layout_from_mask(&layout, mask) == 0) return layout;
+  if (mask != 0 && std::popcount(mask) == channelCount && av_channel_layout_from_mask(&layout, mask) == 0)
+    return layout;
   av_channel_layout_default(&layout, channelCount);
   if (layout.order == AV_CHANNEL_ORDER_NATIVE) return layout;
   const quint64 places = channelCount >= 64 ? ~0ULL : (1ULL << channelCount) - 1;

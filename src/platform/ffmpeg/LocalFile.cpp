@@ -1,10 +1,10 @@
 #include "platform/ffmpeg/LocalFile.h"
 
-#include <QFile>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <QFile>
+#include <cerrno>
 
 namespace quillmere::ffmpeg {
 namespace {
@@ -27,7 +27,8 @@ Result<std::unique_ptr<LocalFile>, MediaError> LocalFile::open(const QString& pa
     return Failed{MediaError{Kind::cannotOpen, AVERROR_INVALIDDATA, QStringLiteral("The file is empty")}};
 
   auto* buffer = static_cast<unsigned char*>(av_malloc(bufferBytes));
-  if (buffer) file->io_ = avio_alloc_context(buffer, bufferBytes, 0, file.get(), &LocalFile::read, nullptr, &LocalFile::seek);
+  if (buffer)
+    file->io_ = avio_alloc_context(buffer, bufferBytes, 0, file.get(), &LocalFile::read, nullptr, &LocalFile::seek);
   if (!file->io_) {
     av_free(buffer);
     return Failed{mediaError(Kind::cannotOpen, AVERROR(ENOMEM))};

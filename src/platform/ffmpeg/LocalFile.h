@@ -6,8 +6,8 @@
 
 namespace quillmere::ffmpeg {
 
-// A regular file of this machine as FFmpeg's input. The name never reaches FFmpeg as an address, so that no name is taken
-// for a protocol. One thread at a time.
+// A regular file of this machine as FFmpeg's input. The name never reaches FFmpeg as an address, so that no name is
+// taken for a protocol. One thread at a time.
 class LocalFile {
  public:
   static Result<std::unique_ptr<LocalFile>, MediaError> open(const QString& path);

@@ -59,7 +59,9 @@ Result<SwrPipe, int> SwrPipe::create(const AudioStreamFormat& source, const Targ
   return SwrPipe(std::move(context));
 }
 
-int SwrPipe::outputBound(int sourceFrames) const { return std::max(0, swr_get_out_samples(context_.get(), sourceFrames)); }
+int SwrPipe::outputBound(int sourceFrames) const {
+  return std::max(0, swr_get_out_samples(context_.get(), sourceFrames));
+}
 
 int SwrPipe::convert(uint8_t* const* output, int room, const std::byte* const* planes, int frames) {
   // The library's parameters lack the const that it keeps.

@@ -3,9 +3,9 @@
 
 namespace quillmere::ffmpeg {
 
-// Rate, channels and sample format changed in one pass. Mono output averages two channels and mixes more by their places
-// with weights whose sum is 1 (a plain average where the places are unknown). The length is that of the source to a frame;
-// a source shorter than the filter (some 5 ms) whose rate changes comes out empty. One thread at a time.
+// Rate, channels and sample format changed in one pass. Mono output averages two channels and mixes more by their
+// places with weights whose sum is 1 (a plain average where the places are unknown). The length is that of the source
+// to a frame; a source shorter than the filter (some 5 ms) whose rate changes comes out empty. One thread at a time.
 class SwrPipe {
  public:
   struct Target {

@@ -82,9 +82,23 @@ TEST_F(FfmpegDecodingTest, formats) {
 
 TEST_F(FfmpegDecodingTest, opensAnyNameAsTheFileItNames) {
   const QByteArray wav = SampleMedia::wav(16000, 1, 1600, SampleMedia::tone(440, 16000));
-  const char* names[] = {"with blanks  .wav", "quote'\"s.wav", "new\nline.wav", "100% %d %03d.wav", "http:x.wav", "http:",
-                         "concat:a.wav|b.wav", "file:a.wav",   "pipe:0",        "-",                "-i.wav", "data:audio,x",
-                         "no extension",       "wrong.mp3",    "[x].wav",       "größe 音声.wav",   "subfile,,start,0,end,0,,:a"};
+  const char* names[] = {"with blanks  .wav",
+                         "quote'\"s.wav",
+                         "new\nline.wav",
+                         "100% %d %03d.wav",
+                         "http:x.wav",
+                         "http:",
+                         "concat:a.wav|b.wav",
+                         "file:a.wav",
+                         "pipe:0",
+                         "-",
+                         "-i.wav",
+                         "data:audio,x",
+                         "no extension",
+                         "wrong.mp3",
+                         "[x].wav",
+                         "größe 音声.wav",
+                         "subfile,,start,0,end,0,,:a"};
   for (const char* name : names) {
     const auto samples = decode(media.write(QString::fromUtf8(name), wav));
     ASSERT_TRUE(samples) << name << ": " << qPrintable(samples.error().message());
@@ -115,7 +129,8 @@ TEST_F(FfmpegDecodingTest, badFilesAreRefused) {
   EXPECT_EQ(openError(pipe), MediaError::Kind::cannotOpen);
 
   if (::geteuid() != 0) {
-    const QString locked = media.write(QStringLiteral("locked.wav"), SampleMedia::wav(16000, 1, 100, SampleMedia::tone(1, 2)));
+    const QString locked =
+        media.write(QStringLiteral("locked.wav"), SampleMedia::wav(16000, 1, 100, SampleMedia::tone(1, 2)));
     ASSERT_TRUE(QFile::setPermissions(locked, {}));
     EXPECT_EQ(openError(locked), MediaError::Kind::cannotOpen);
   }
@@ -154,7 +169,8 @@ TEST_F(FfmpegDecodingTest, truncatedFiles) {
 
   for (const char* whole : {"source.wav", "a.flac", "a.mp3"}) {
     const QString name = QString::fromUtf8(whole);
-    if (name == QStringLiteral("a.mp3") && !media.ffmpeg(QStringLiteral("-i source.wav -c:a libmp3lame a.mp3").split(u' ')))
+    if (name == QStringLiteral("a.mp3") &&
+        !media.ffmpeg(QStringLiteral("-i source.wav -c:a libmp3lame a.mp3").split(u' ')))
       continue;
     const QByteArray bytes = media.read(name);
     const QString cut = media.write(QStringLiteral("cut_") + name, bytes.left(bytes.size() / 2));
@@ -180,7 +196,9 @@ TEST_F(FfmpegDecodingTest, damageInTheMiddleCostsOnlyWhatIsDamaged) {
 }
 
 TEST_F(FfmpegDecodingTest, filesWithoutASingleFrame) {
-  EXPECT_EQ(decode(media.write(QStringLiteral("empty.wav"), SampleMedia::wav(16000, 1, 0, SampleMedia::tone(1, 2)))).error().kind,
+  EXPECT_EQ(decode(media.write(QStringLiteral("empty.wav"), SampleMedia::wav(16000, 1, 0, SampleMedia::tone(1, 2))))
+                .error()
+                .kind,
             Kind::emptyAudioFile);
 }
 
@@ -217,7 +235,8 @@ TEST_F(FfmpegDecodingTest, manyChannelsAndHighRates) {
 TEST_F(FfmpegDecodingTest, twoChannelsAreAveraged) {
   const auto wave = [](qint64, int channel) { return channel == 0 ? 0.8 : 0.2; };
   for (const bool isFloat : {false, true}) {
-    const auto samples = decode(media.write(QStringLiteral("lr.wav"), SampleMedia::wav(16000, 2, 16000, wave, isFloat)));
+    const auto samples =
+        decode(media.write(QStringLiteral("lr.wav"), SampleMedia::wav(16000, 2, 16000, wave, isFloat)));
     ASSERT_TRUE(samples);
     EXPECT_EQ(samples->size(), 16000u);
     EXPECT_NEAR((*samples)[8000], 0.5, 1e-3);
@@ -228,8 +247,8 @@ TEST_F(FfmpegDecodingTest, twoChannelsAreAveraged) {
 TEST_F(FfmpegDecodingTest, parametersThatChangeInTheMiddle) {
   for (const auto& [name, rate, channels] : {std::tuple("one.ts", 48000, 2), std::tuple("two.ts", 32000, 1)}) {
     media.write(QStringLiteral("part.wav"), SampleMedia::wav(rate, channels, rate, SampleMedia::tone(440, rate)));
-    ASSERT_TRUE(media.ffmpeg({QStringLiteral("-i"), QStringLiteral("part.wav"), QStringLiteral("-c:a"), QStringLiteral("mp2"),
-                              QString::fromUtf8(name)}));
+    ASSERT_TRUE(media.ffmpeg({QStringLiteral("-i"), QStringLiteral("part.wav"), QStringLiteral("-c:a"),
+                              QStringLiteral("mp2"), QString::fromUtf8(name)}));
   }
   const QString joined = media.write(QStringLiteral("joined.ts"),
                                      media.read(QStringLiteral("one.ts")) + media.read(QStringLiteral("two.ts")));
@@ -256,7 +275,10 @@ TEST_F(FfmpegDecodingTest, parametersThatChangeInTheMiddle) {
 
 TEST_F(FfmpegDecodingTest, theLibrarysOwnMessagesGoToTheLogAtDebugLevel) {
   ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(decode(media.write(QStringLiteral("x.m4a"), QByteArray("\0\0\0\x18" "ftypM4A \0\0\0\0M4A mp42\0\0\0\x08" "free", 32))));
+  EXPECT_FALSE(decode(media.write(QStringLiteral("x.m4a"), QByteArray("\0\0\0\x18"
+                                                                      "ftypM4A \0\0\0\0M4A mp42\0\0\0\x08"
+                                                                      "free",
+                                                                      32))));
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_FALSE(sink->lines(LogLevel::debug).filter(QStringLiteral("FFmpeg: ")).isEmpty());
   EXPECT_FALSE(sink->publicLines().join(u'\n').contains(QStringLiteral("moov")));  // they may quote the file

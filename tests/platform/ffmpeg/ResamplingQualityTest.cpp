@@ -27,8 +27,8 @@ TEST_P(ResamplingQualityTest, levelInThePassband) {
     const double decibels = 20 * std::log10(SampleMedia::levelAt(middle, hertz, 16000) / 0.5);
     EXPECT_NEAR(decibels, 0, 0.5) << hertz;
     // Nothing but the tone: the rest is 60 dB below it.
-    const double rest = std::sqrt(std::max(0.0, std::pow(SampleMedia::rms(middle), 2) -
-                                                    std::pow(SampleMedia::levelAt(middle, hertz, 16000), 2) / 2));
+    const double rest = std::sqrt(std::max(
+        0.0, std::pow(SampleMedia::rms(middle), 2) - std::pow(SampleMedia::levelAt(middle, hertz, 16000), 2) / 2));
     EXPECT_LT(rest, 0.5e-2) << hertz;
   }
 }
@@ -52,7 +52,8 @@ TEST_P(ResamplingQualityTest, delay) {
   EXPECT_NEAR(double(loudest), 8000, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rates, ResamplingQualityTest, ::testing::Values(8000, 11025, 22050, 32000, 44100, 48000, 96000, 192000),
+INSTANTIATE_TEST_SUITE_P(Rates, ResamplingQualityTest,
+                         ::testing::Values(8000, 11025, 22050, 32000, 44100, 48000, 96000, 192000),
                          ::testing::PrintToStringParamName());
 
 TEST_F(FfmpegFixture, lengthIsThatOfTheSource) {
