@@ -44,8 +44,9 @@ class HttpDownload {
  public:
   virtual ~HttpDownload() = default;
   virtual const HttpResponseHead& head() const = 0;
-  // The next bytes (at most about 1 MiB), or an empty array at the end of a complete body. A body that breaks off
-  // before the announced length is an error. One read at a time. A cancel leaves the transfer to its owner.
+  // The next bytes (at most about 1 MiB), or an empty array at the end of the body. A body that breaks off before the
+  // announced length is an error; one without an announced length may look complete, so check what arrives. One read at
+  // a time. A cancel leaves the transfer to its owner.
   virtual Task<Result<QByteArray, UrlError>> read() = 0;
 };
 

@@ -62,7 +62,8 @@ class LoopbackHttpServer {
   void read(QTcpSocket* socket) {
     const QByteArray request = socket->property("request").toByteArray() + socket->readAll();
     socket->setProperty("request", request);
-    if (!request.contains("\r\n\r\n")) return;
+    const bool isTlsGreeting = request.startsWith('\x16');
+    if (!request.contains("\r\n\r\n") && !isTlsGreeting) return;
     socket->setProperty("request", QByteArray());
     requests.push_back(request);
     const Reply reply = handler_(request);

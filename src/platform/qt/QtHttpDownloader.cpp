@@ -20,10 +20,13 @@ bool isRedirectStatus(int status) {
   return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-// Qt reports a status from 400 on as an error as well; here it is a response.
+// Qt reports a status from 400 on as an error as well (400, 407 and 418 in families of their own); here it is a
+// response.
 bool isOnlyTheStatus(QNetworkReply::NetworkError error) {
   return (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError) ||
-         (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError);
+         (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError) ||
+         error == QNetworkReply::ProtocolInvalidOperationError ||
+         error == QNetworkReply::ProxyAuthenticationRequiredError;
 }
 
 class QtHttpDownload final : public HttpDownload {
@@ -66,14 +69,26 @@ class QtHttpDownload final : public HttpDownload {
       auto change = nextChange();
       co_await std::move(change);
     }
-    if (reply_->bytesAvailable() > 0) co_return reply_->read(largestPieceBytes);
-    const QNetworkReply::NetworkError code = reply_->error();
-    if (code == QNetworkReply::NoError || isOnlyTheStatus(code)) co_return QByteArray();
-    co_return Failed{error()};
+    if (reply_->bytesAvailable() > 0) {
+      QByteArray piece = reply_->read(largestPieceBytes);
+      bytesRead_ += piece.size();
+      co_return piece;
+    }
+    if (reply_->error() != QNetworkReply::NoError && !isOnlyTheStatus(reply_->error())) co_return Failed{error()};
+    // Qt takes a connection that closes early, right behind its data, for the end of the body now and then.
+    if (bytesRead_ < announcedBytes())
+      co_return Failed{urlErrorOf(QNetworkReply::RemoteHostClosedError, reply_->url().host(), {})};
+    co_return QByteArray();
   }
 
  private:
   int status() const { return reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(); }
+
+  // 0 where nothing was said, or where it is no length of what arrives here.
+  qint64 announcedBytes() const {
+    if (head_.statusCode == 304 || head_.header("Transfer-Encoding")) return 0;
+    return head_.header("Content-Length").value_or(QByteArray()).trimmed().toLongLong();
+  }
 
   Task<void> nextChange() {
     change_ = Completion<>();
@@ -92,6 +107,7 @@ class QtHttpDownload final : public HttpDownload {
   QNetworkReply* reply_;  // owned, see the destructor
   Completion<> change_;
   HttpResponseHead head_;
+  qint64 bytesRead_ = 0;
   QStringList tlsReasons_;
 };
 
