@@ -143,6 +143,8 @@ for body, bad in [
 ]:
     case(assertions, body, {"tests/core/T.cpp": "\nTEST(A, b) {\n  %s\n}\nTEST_F(C, d) { EXPECT_TRUE(x); }\n" % body},
          *(["tests/core/T.cpp:2"] if bad else []))
+case(assertions, "a helper that asserts", {"tests/core/T.cpp": "void until(int n) {\n  ASSERT_TRUE(n);\n}\nvoid idle() {}\nTEST(A, b) {\n  until(3);\n}\nTEST(A, c) {\n  idle();\n}\n"},
+     "tests/core/T.cpp:8")
 
 
 def main():
