@@ -3,3 +3,7 @@
 #include "Precompiled.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+// Readable texts in failure messages. Found by argument-dependent lookup.
+inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
+inline void PrintTo(const QByteArray& bytes, std::ostream* out) { *out << '"' << bytes.toStdString() << '"'; }

@@ -45,6 +45,12 @@ class Outcome {
       content_.template emplace<3>(std::current_exception());
     }
   }
+  // T may be a type that can be moved but not assigned.
+  void takeOver(Outcome& other) {
+    if (other.hasValue()) content_.template emplace<1>(std::move(std::get<1>(other.content_)));
+    else if (other.isCancelled()) setCancelled();
+    else content_.template emplace<3>(other.exception());
+  }
   bool hasValue() const { return content_.index() == 1; }
   bool isCancelled() const { return content_.index() == 2; }
   std::exception_ptr exception() const { return content_.index() == 3 ? std::get<3>(content_) : nullptr; }

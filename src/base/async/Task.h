@@ -121,7 +121,7 @@ class StrandOf final : public Strand {
     task_.frame_.promise().strand = this;
     return task_.frame_;
   }
-  void collectOutcome() override { outcome_ = std::move(task_.frame_.promise().outcome); }
+  void collectOutcome() override { outcome_.takeOver(task_.frame_.promise().outcome); }
   void setCancelledOutcome() override { outcome_.setCancelled(); }
   void destroyFrames() override { task_.destroy(); }
 

@@ -1,0 +1,94 @@
+#include "base/async/Async.h"
+#include "support/RunTask.h"
+
+using namespace quillmere;
+using namespace std::chrono_literals;
+
+namespace {
+
+TEST(Completion, ResolvedBeforeOrAfterTheWait) {
+  for (const bool isEarly : {true, false}) {
+    ManualExecutor executor;
+    TaskScope scope(executor);
+    Completion<std::unique_ptr<int>> completion;
+    if (isEarly) EXPECT_TRUE(completion.resolve(std::make_unique<int>(1)));
+    auto handle = scope.spawn(completion.wait());
+    executor.runReady();
+    EXPECT_EQ(handle.isDone(), isEarly);
+    EXPECT_EQ(completion.isResolved(), isEarly);
+    if (!isEarly) EXPECT_TRUE(completion.resolve(std::make_unique<int>(1)));
+    if (!isEarly) EXPECT_FALSE(handle.isDone()) << "never resumed from inside resolve()";
+    EXPECT_EQ(*runTask(executor, handle.join()), 1);
+  }
+}
+
+TEST(Completion, OnlyTheFirstValueCounts) {
+  ManualExecutor executor;
+  Completion<int> completion;
+  Completion<int> copy = completion;
+  EXPECT_TRUE(copy.resolve(1));
+  EXPECT_FALSE(completion.resolve(2));
+  EXPECT_EQ(runTask(executor, completion.wait()), 1);
+  EXPECT_FALSE(completion.resolve(3));
+  EXPECT_THROW(runTask(executor, completion.wait()), std::logic_error) << "the value is gone";
+}
+
+TEST(Completion, WithoutAValueMayBeAskedAgain) {
+  ManualExecutor executor;
+  Completion<> completion;
+  EXPECT_TRUE(completion.resolve());
+  EXPECT_FALSE(completion.resolve());
+  runTask(executor, completion.wait());
+  runTask(executor, completion.wait());
+}
+
+TEST(Completion, ASecondWaiterIsRefused) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  Completion<int> completion;
+  auto first = scope.spawn(completion.wait());
+  executor.runReady();
+  EXPECT_THROW(runTask(executor, completion.wait()), std::logic_error);
+  completion.resolve(1);
+  EXPECT_EQ(runTask(executor, first.join()), 1);
+}
+
+TEST(Completion, CanBeAwaitedAgainAfterATimeout) {
+  ManualExecutor executor;
+  Completion<int> completion;
+  int stops = 0;
+  EXPECT_EQ(runTask(executor, withTimeout(1s, completion.wait([&] { ++stops; }))), std::nullopt);
+  EXPECT_EQ(stops, 1);
+  executor.startTimer(1s, [&] { completion.resolve(2); });
+  EXPECT_EQ(runTask(executor, completion.wait()), 2);
+}
+
+TEST(Completion, MayBeResolvedInTheStopFunctionAndAfterTheScopeIsGone) {
+  ManualExecutor executor;
+  Completion<int> completion;
+  auto scope = std::make_unique<TaskScope>(executor);
+  auto handle = scope->spawn(completion.wait([completion]() mutable { completion.resolve(1); }));
+  executor.runReady();
+  handle.cancel();
+  EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
+
+  Completion<int> late;
+  auto lost = scope->spawn(late.wait());
+  executor.runReady();
+  scope.reset();
+  EXPECT_TRUE(late.resolve(1)) << "a callback that comes too late";
+  EXPECT_TRUE(lost.isDone());
+  executor.runUntilIdle();
+}
+
+TEST(Completion, ADestroyedWaitThatNeverBeganStopsNothing) {
+  ManualExecutor executor;
+  Completion<int> completion;
+  int stops = 0;
+  { const auto task = completion.wait([&] { ++stops; }); }
+  EXPECT_EQ(stops, 0);
+  completion.resolve(1);
+  EXPECT_EQ(runTask(executor, completion.wait()), 1);
+}
+
+}  // namespace

@@ -1,0 +1,246 @@
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "base/async/Async.h"
+#include "support/RunTask.h"
+
+using namespace quillmere;
+using namespace std::chrono_literals;
+
+namespace {
+
+int spinUntil(const StopFlag& stop) {
+  while (!stop.isSet()) std::this_thread::yield();
+  return 1;
+}
+
+// Counts copies alive and remembers the thread on which the last one died.
+struct Tracked {
+  explicit Tracked(std::atomic<int>& count, std::atomic<std::thread::id>& thread) : live(&count), death(&thread) { ++*live; }
+  Tracked(const Tracked& other) : live(other.live), death(other.death) { ++*live; }
+  Tracked(Tracked&& other) noexcept : live(other.live), death(other.death) { ++*live; }
+  Tracked& operator=(const Tracked&) = delete;
+  ~Tracked() {
+    *death = std::this_thread::get_id();
+    --*live;
+  }
+  std::atomic<int>* live;
+  std::atomic<std::thread::id>* death;
+};
+
+TEST(Offload, RunsElsewhereAndComesBack) {
+  ManualExecutor executor;
+  WorkerPool pool(2, QStringLiteral("offload-test-with-a-long-name"));
+  const auto where = runTask(executor, offload(pool, [](const StopFlag&) { return std::this_thread::get_id(); }));
+  EXPECT_NE(where, std::this_thread::get_id());
+  auto owned = std::make_unique<int>(5);
+  auto moved = runTask(executor, offload(pool, [value = std::move(owned)](const StopFlag&) mutable { return std::move(value); }));
+  EXPECT_EQ(*moved, 5);
+  std::atomic<int> calls = 0;
+  runTask(executor, offload(pool, [&calls](const StopFlag&) { ++calls; }));
+  EXPECT_EQ(calls, 1);
+  EXPECT_FALSE(executor.hasWork());
+}
+
+TEST(Offload, ExceptionsComeOutOfTheAwait) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  EXPECT_THROW(runTask(executor, offload(pool, [](const StopFlag&) -> int { throw std::runtime_error("broken"); })),
+               std::runtime_error);
+  EXPECT_THROW(runTask(executor, offload(pool, [](const StopFlag&) -> int { throw Cancelled{}; })), Cancelled);
+}
+
+TEST(Offload, JobsOfOneThreadBeginInOrder) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  std::vector<int> order;  // one worker, read after the end
+  std::vector<Task<void>> tasks;
+  for (int i = 0; i < 20; ++i) tasks.push_back(offload(pool, [i, &order](const StopFlag&) { order.push_back(i); }));
+  runTask(executor, whenAll(std::move(tasks)));
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(order.at(size_t(i)), i);
+}
+
+TEST(Offload, AJobThatHasNotBegunIsTakenBackAtOnce) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  TaskScope scope(executor);
+  std::atomic<bool> hasBegun = false;
+  std::atomic<bool> mayEnd = false;
+  std::atomic<int> calls = 0;
+  auto busy = scope.spawn(offload(pool, [&](const StopFlag&) {
+    hasBegun = true;
+    while (!mayEnd) std::this_thread::yield();
+  }));
+  auto cancelled = scope.spawn(offload(pool, [&](const StopFlag&) { ++calls; }));
+  auto third = scope.spawn(offload(pool, [&](const StopFlag&) { calls += 10; }));
+  executor.runReady();
+  while (!hasBegun) std::this_thread::yield();
+  cancelled.cancel();
+  executor.runReady();
+  EXPECT_TRUE(cancelled.isDone()) << "it does not wait for the busy worker";
+  busy.cancel();
+  executor.runReady();
+  EXPECT_FALSE(busy.isDone()) << "this one waits until the function has returned";
+  mayEnd = true;
+  executor.runUntilIdle();
+  EXPECT_TRUE(busy.isDone() && third.isDone());
+  EXPECT_EQ(calls, 10);
+}
+
+TEST(Offload, TheVirtualClockStandsStillMeanwhile) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  const auto slow = [](const StopFlag&) {
+    for (int i = 0; i < 10'000; ++i) std::this_thread::yield();
+    return 1;
+  };
+  EXPECT_EQ(runTask(executor, withTimeout(1ns, offload(pool, slow))), std::optional(1));
+}
+
+TEST(Offload, TheFunctionDiesOnTheWorkerAndTheResultOnTheMainThread) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  std::atomic<int> live = 0;
+  std::atomic<std::thread::id> functionDeath, resultDeath;
+  for (const bool isScopeAlive : {true, false}) {
+    auto scope = std::make_unique<TaskScope>(executor);
+    std::atomic<bool> hasBegun = false;
+    std::atomic<bool> mayEnd = false;
+    const Tracked capture(live, functionDeath);
+    auto task = offload(pool, [capture, &live, &resultDeath, &hasBegun, &mayEnd](const StopFlag&) {
+      hasBegun = true;
+      while (!mayEnd) std::this_thread::yield();
+      return Tracked(live, resultDeath);
+    });
+    scope->spawn(std::move(task));
+    executor.runReady();
+    while (!hasBegun) std::this_thread::yield();
+    if (!isScopeAlive) scope.reset();
+    EXPECT_GE(live, 2);
+    mayEnd = true;
+    executor.runUntilIdle();
+    EXPECT_EQ(live, 1) << "only the test's own";
+    EXPECT_NE(functionDeath.load(), std::this_thread::get_id());
+    EXPECT_EQ(resultDeath.load(), std::this_thread::get_id());
+  }
+}
+
+TEST(Offload, AScopeMayDieInAnyPhaseOfManyJobs) {
+  for (int round = 0; round < 200; ++round) {
+    ManualExecutor executor;
+    WorkerPool pool(3);
+    std::atomic<int> ended = 0;
+    {
+      TaskScope scope(executor);
+      for (int i = 0; i < 8; ++i)
+        scope.spawn(offload(pool, [&ended, text = QString::number(i)](const StopFlag& stop) {
+          for (int spin = 0; spin < 200 && !stop.isSet(); ++spin) std::this_thread::yield();
+          ++ended;
+          return text;
+        }));
+      executor.runReady();
+      for (int spin = 0; spin < round; ++spin) std::this_thread::yield();
+      if (round % 3 == 0) scope.cancelAll();
+    }
+    executor.runUntilIdle();
+    EXPECT_LE(ended, 8);
+    EXPECT_FALSE(executor.hasWork());
+  }
+}
+
+TEST(Offload, AnExceptionAfterTheDeathOfTheScopeDoesNotVanish) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  std::atomic<bool> hasBegun = false;
+  {
+    TaskScope scope(executor);
+    scope.spawn(offload(pool, [&hasBegun](const StopFlag& stop) -> int {
+      hasBegun = true;
+      spinUntil(stop);
+      throw std::runtime_error("broken");
+    }));
+    executor.runReady();
+    while (!hasBegun) std::this_thread::yield();
+  }
+  EXPECT_THROW(executor.runUntilIdle(), std::runtime_error);
+}
+
+TEST(WorkerPool, ItsEndStopsRunningJobsAndCancelsWaitingOnes) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto pool = std::make_unique<WorkerPool>(1);
+  std::atomic<bool> hasBegun = false;
+  auto running = scope.spawn(offload(*pool, [&hasBegun](const StopFlag& stop) {
+    hasBegun = true;
+    return spinUntil(stop);
+  }));
+  auto waiting = scope.spawn(offload(*pool, spinUntil));
+  executor.runReady();
+  while (!hasBegun) std::this_thread::yield();
+  pool.reset();
+  executor.runUntilIdle();
+  EXPECT_EQ(runTask(executor, running.join()), 1) << "it was not cancelled, it returned";
+  EXPECT_THROW(runTask(executor, waiting.join()), Cancelled);
+}
+
+TEST(WorkerPool, MayBeGoneWhenATaskIsCancelled) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto pool = std::make_unique<WorkerPool>(1);
+  auto early = scope.spawn(offload(*pool, spinUntil));
+  auto unbegun = offload(*pool, spinUntil);
+  executor.runReady();
+  pool.reset();
+  early.cancel();
+  auto late = scope.spawn(std::move(unbegun));
+  executor.runUntilIdle();
+  EXPECT_THROW(runTask(executor, early.join()), Cancelled);
+  EXPECT_THROW(runTask(executor, late.join()), Cancelled);
+}
+
+TEST(WorkerPool, HasAtLeastOneThread) {
+  for (const int count : {-3, 0, 1}) EXPECT_EQ(WorkerPool(count).threadCount(), 1);
+  EXPECT_EQ(WorkerPool(3).threadCount(), 3);
+}
+
+TEST(Executor, PostsFromManyThreadsAllArriveEachThreadInOrder) {
+  ManualExecutor executor;
+  constexpr int threadCount = 4, postCount = 5000;
+  std::vector<int> last(threadCount, -1);
+  bool isOrdered = true;
+  int arrived = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < threadCount; ++t) {
+    executor.externalWorkStarted();
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < postCount; ++i)
+        executor.post([&, t, i] {
+          isOrdered = isOrdered && last[size_t(t)] == i - 1;
+          last[size_t(t)] = i;
+          ++arrived;
+        });
+      executor.post([&] { executor.externalWorkEnded(); });
+    });
+  }
+  executor.runUntilIdle();
+  for (auto& thread : threads) thread.join();
+  EXPECT_TRUE(isOrdered);
+  EXPECT_EQ(arrived, threadCount * postCount);
+}
+
+TEST(Completion, IsResolvedFromAnotherThreadThroughThePost) {
+  ManualExecutor executor;
+  Completion<QString> completion;
+  executor.externalWorkStarted();
+  std::thread thread([&executor, completion] {
+    executor.post([&executor, completion]() mutable {
+      executor.externalWorkEnded();
+      completion.resolve(QStringLiteral("done"));
+    });
+  });
+  EXPECT_EQ(runTask(executor, completion.wait()), QStringLiteral("done"));
+  thread.join();
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "base/Published.h"
+
+using namespace quillmere;
+
+namespace {
+
+TEST(Published, TellsEveryObserverEveryChangeAndNothingElse) {
+  Published<int> value(1);
+  std::vector<int> seen;
+  const auto subscription = value.observe([&](int now) { seen.push_back(now); });
+  value.set(1);
+  value.set(2);
+  value.set(2);
+  value.set(1);
+  EXPECT_EQ(seen, (std::vector<int>{2, 1}));
+  EXPECT_EQ(value.get(), 1);
+}
+
+TEST(Published, AValueSetByAnObserverReachesEveryObserverInOrder) {
+  Published<int> value(0);
+  std::vector<int> first, second;
+  const auto a = value.observe([&](int now) {
+    first.push_back(now);
+    if (now < 3) value.set(now + 1);
+    EXPECT_EQ(value.get(), now) << "the new value waits its turn";
+  });
+  const auto b = value.observe([&](int now) { second.push_back(now); });
+  value.set(1);
+  EXPECT_EQ(first, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(second, first);
+  EXPECT_EQ(value.get(), 3);
+}
+
+TEST(Published, AnObserverMayEndItsOwnSubscriptionWhileItRuns) {
+  Published<int> value(0);
+  Subscription own;
+  const auto text = std::make_shared<QString>(QStringLiteral("still here"));
+  QString read;
+  own = value.observe([&own, &read, text](int) {
+    own.reset();
+    read = *text;
+  });
+  value.set(1);
+  value.set(2);
+  EXPECT_EQ(read, QStringLiteral("still here"));
+  EXPECT_EQ(text.use_count(), 1) << "and what it holds is let go";
+}
+
+TEST(Published, AnObserverThatIsEndedByAnEarlierOneIsNotCalled) {
+  Published<int> value(0);
+  Subscription second;
+  int calls = 0;
+  const auto first = value.observe([&](int) { second.reset(); });
+  second = value.observe([&](int) { ++calls; });
+  value.set(1);
+  EXPECT_EQ(calls, 0);
+}
+
+TEST(Published, ANewcomerHearsLaterValuesOnly) {
+  Published<int> value(0);
+  std::vector<int> seen;
+  Subscription newcomer;
+  const auto host = value.observe([&](int now) {
+    if (now == 1) newcomer = value.observe([&](int late) { seen.push_back(late); });
+  });
+  value.set(1);
+  value.set(2);
+  EXPECT_EQ(seen, (std::vector<int>{2}));
+}
+
+TEST(Published, AnObserverMayDestroyTheOwner) {
+  auto value = std::make_unique<Published<QString>>(QStringLiteral("a"));
+  QStringList seen;
+  const auto first = value->observe([&](const QString& now) {
+    if (now == QStringLiteral("b")) {
+      value->set(QStringLiteral("c"));
+      value.reset();
+    }
+    seen.append(QStringLiteral("1") + now);
+  });
+  const auto second = value->observe([&](const QString& now) { seen.append(QStringLiteral("2") + now); });
+  value->set(QStringLiteral("b"));
+  EXPECT_EQ(seen, (QStringList{QStringLiteral("1b"), QStringLiteral("2b"), QStringLiteral("1c"), QStringLiteral("2c")}));
+}
+
+TEST(Published, SubscriptionsOutliveTheOwnerAndEndOnce) {
+  Subscription kept;
+  {
+    Published<int> value(0);
+    kept = value.observe([](int) {});
+  }
+  kept.reset();
+  int ends = 0;
+  {
+    Subscription first([&] { ++ends; });
+    Subscription second = std::move(first);
+    first = std::move(second);
+    EXPECT_EQ(ends, 0);
+    first = Subscription([&] { ends += 10; });
+    EXPECT_EQ(ends, 1) << "assigning over a subscription ends it";
+  }
+  EXPECT_EQ(ends, 11);
+}
+
+TEST(Published, AnExceptionInAnObserverDoesNotBlockLaterValues) {
+  Published<int> value(0);
+  bool isBroken = true;
+  int last = 0;
+  const auto subscription = value.observe([&](int now) {
+    if (isBroken) throw std::runtime_error("broken");
+    last = now;
+  });
+  EXPECT_THROW(value.set(1), std::runtime_error);
+  isBroken = false;
+  value.set(2);
+  EXPECT_EQ(last, 2);
+}
+
+}  // namespace

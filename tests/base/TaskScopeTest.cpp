@@ -1,0 +1,289 @@
+#include "base/async/Async.h"
+#include "support/RunTask.h"
+
+using namespace quillmere;
+using namespace std::chrono_literals;
+
+namespace {
+
+Task<int> later(int number, Duration duration) {
+  co_await sleepFor(duration);
+  co_return number;
+}
+
+Task<void> failLater(Duration duration) {
+  co_await sleepFor(duration);
+  throw std::runtime_error("broken");
+}
+
+TEST(TaskScope, IsIdleWhenEveryTaskHasEnded) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  EXPECT_TRUE(scope.isIdle());
+  scope.spawn(later(1, 1s));
+  scope.spawn(later(1, 2s));
+  executor.advance(1s);
+  EXPECT_FALSE(scope.isIdle());
+  executor.advance(1s);
+  EXPECT_TRUE(scope.isIdle());
+}
+
+TEST(TaskScope, JoinGivesTheValueBeforeAndAfterTheEnd) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto early = scope.spawn(later(1, 1s));
+  auto late = scope.spawn(later(2, 1s));
+  EXPECT_EQ(runTask(executor, early.join()), 1);
+  executor.runReady();
+  EXPECT_TRUE(late.isDone());
+  EXPECT_EQ(runTask(executor, late.join()), 2);
+}
+
+TEST(TaskScope, JoiningTwiceOrNothingIsRefused) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto handle = scope.spawn(later(1, 1s));
+  auto first = handle.join();
+  EXPECT_THROW((void)handle.join(), std::logic_error);
+  EXPECT_EQ(runTask(executor, std::move(first)), 1);
+  EXPECT_THROW((void)handle.join(), std::logic_error);
+  TaskHandle<int> empty;
+  EXPECT_FALSE(empty.isValid());
+  EXPECT_FALSE(empty.isDone());
+  empty.cancel();
+  EXPECT_THROW((void)empty.join(), std::logic_error);
+}
+
+TEST(TaskScope, ATaskCannotJoinItself) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  TaskHandle<> handle;
+  const auto self = [](TaskHandle<>& own) -> Task<void> {
+    auto task = own.join();
+    co_await std::move(task);
+  };
+  handle = scope.spawn(self(handle));
+  EXPECT_THROW(executor.runReady(), std::logic_error);
+}
+
+TEST(TaskScope, ASpawnedTaskCannotBeSpawnedAgain) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto task = later(1, 1s);
+  auto handle = scope.spawn(std::move(task));
+  EXPECT_THROW(scope.spawn(std::move(task)), std::logic_error);  // NOLINT: on purpose
+}
+
+TEST(TaskScope, AnExceptionReachesTheOneWhoJoins) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto before = scope.spawn(failLater(1s));
+  EXPECT_THROW(runTask(executor, before.join()), std::runtime_error);
+  auto after = scope.spawn(failLater(1s));
+  EXPECT_NO_THROW(executor.advance(2s)) << "somebody may still join it";
+  EXPECT_THROW(runTask(executor, after.join()), std::runtime_error);
+  EXPECT_NO_THROW(executor.runReady());
+}
+
+TEST(TaskScope, AnExceptionNobodyJoinsComesOutOfTheLoop) {
+  {
+    SCOPED_TRACE("handle dropped at once");
+    ManualExecutor executor;
+    TaskScope scope(executor);
+    scope.spawn(failLater(1s));
+    EXPECT_THROW(executor.advance(1s), std::runtime_error);
+    EXPECT_TRUE(scope.isIdle());
+    EXPECT_NO_THROW(executor.runUntilIdle()) << "the loop goes on after it";
+  }
+  {
+    SCOPED_TRACE("handle dropped after the end");
+    ManualExecutor executor;
+    TaskScope scope(executor);
+    auto handle = scope.spawn(failLater(1s));
+    executor.advance(1s);
+    handle = {};
+    EXPECT_THROW(executor.runReady(), std::runtime_error);
+  }
+  {
+    SCOPED_TRACE("join never awaited");
+    ManualExecutor executor;
+    TaskScope scope(executor);
+    auto handle = scope.spawn(failLater(1s));
+    { const auto join = handle.join(); }
+    EXPECT_THROW(executor.advance(1s), std::runtime_error);
+  }
+}
+
+TEST(TaskScope, TheDeathOfAJoinerCancelsTheTaskLikeItsCancel) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto handle = scope.spawn(failLater(1s));
+  {
+    TaskScope other(executor);
+    other.spawn(handle.join());
+    executor.runReady();
+  }
+  EXPECT_NO_THROW(executor.runUntilIdle());
+  EXPECT_TRUE(handle.isDone());
+  EXPECT_FALSE(executor.hasWork());
+}
+
+TEST(TaskScope, CancelledIsNoFailureOfADetachedTask) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  scope.spawn(later(1, 1h));
+  executor.runReady();
+  scope.cancelAll();
+  EXPECT_NO_THROW(executor.runUntilIdle());
+  EXPECT_TRUE(scope.isIdle());
+}
+
+TEST(TaskScope, CancelAllLeavesLaterTasksAlone) {
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  auto old = scope.spawn(later(1, 1s));
+  scope.cancelAll();
+  auto young = scope.spawn(later(2, 1s));
+  EXPECT_EQ(runTask(executor, young.join()), 2);
+  EXPECT_THROW(runTask(executor, old.join()), Cancelled);
+}
+
+TEST(TaskScope, TheDeathOfTheScopeWakesAJoinerInAnother) {
+  ManualExecutor executor;
+  auto scope = std::make_unique<TaskScope>(executor);
+  TaskScope other(executor);
+  auto handle = scope->spawn(later(1, 1h));
+  auto joiner = other.spawn(handle.join());
+  executor.runReady();
+  scope.reset();
+  EXPECT_TRUE(handle.isDone());
+  EXPECT_THROW(runTask(executor, joiner.join()), Cancelled);
+}
+
+TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
+  // In the first frame or a child, in its first step or a later one.
+  for (const bool isInChild : {false, true}) {
+    for (const bool isLater : {false, true}) {
+      ManualExecutor executor;
+      auto scope = std::make_unique<TaskScope>(executor);
+      QString trace;
+      struct Guard {
+        QString& trace;
+        ~Guard() { trace += u'd'; }
+      };
+      const auto destroy = [](std::unique_ptr<TaskScope>& own, QString& out, bool waits) -> Task<void> {
+        const Guard guard{out};
+        if (waits) co_await sleepFor(1s);
+        own.reset();
+        out += u'r';
+        co_await yieldNow();
+        out += u'x';
+      };
+      const auto parent = [](std::unique_ptr<TaskScope>& own, QString& out, bool waits, auto child) -> Task<void> {
+        const Guard guard{out};
+        auto task = child(own, out, waits);
+        co_await std::move(task);
+        out += u'x';
+      };
+      auto handle = isInChild ? scope->spawn(parent(scope, trace, isLater, destroy)) : scope->spawn(destroy(scope, trace, isLater));
+      executor.advance(1s);
+      EXPECT_EQ(trace, isInChild ? QStringLiteral("rdd") : QStringLiteral("rd"));
+      EXPECT_TRUE(handle.isDone());
+      EXPECT_FALSE(executor.hasWork());
+    }
+  }
+}
+
+TEST(TaskScope, ATaskThatEndsRightAfterDestroyingItsScopeIsFine) {
+  ManualExecutor executor;
+  auto scope = std::make_unique<TaskScope>(executor);
+  const auto destroy = [](std::unique_ptr<TaskScope>& own) -> Task<int> {
+    own.reset();
+    co_return 1;
+  };
+  auto handle = scope->spawn(destroy(scope));
+  executor.runReady();
+  EXPECT_TRUE(handle.isDone());
+  EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
+}
+
+TEST(TaskScope, DestructorsOfFramesMaySpawnCancelAndPostWhileItDies) {
+  ManualExecutor executor;
+  int runs = 0;
+  const auto count = [](int& out) -> Task<void> {
+    ++out;
+    co_return;
+  };
+  {
+    TaskScope scope(executor);
+    TaskHandle<int> second;
+    const auto first = [&](Duration) -> Task<void> {
+      struct AtDeath {
+        std::function<void()> function;
+        ~AtDeath() { function(); }
+      };
+      const AtDeath atDeath{[&] {
+        second.cancel();
+        scope.spawn(count(runs));
+        scope.cancelAll();
+        executor.post([&] { ++runs; });
+      }};
+      co_await sleepFor(1h);
+    };
+    scope.spawn(first(1s));
+    second = scope.spawn(later(1, 1h));
+    executor.runReady();
+  }
+  executor.runUntilIdle();
+  EXPECT_EQ(runs, 1) << "the post ran, the late spawn did not";
+  EXPECT_FALSE(executor.hasWork());
+}
+
+TEST(TaskScope, OneTaskMayDestroyTheScopeOfAnotherThatIsAboutToRun) {
+  ManualExecutor executor;
+  TaskScope outer(executor);
+  auto inner = std::make_unique<TaskScope>(executor);
+  int lines = 0;
+  const auto victim = [](int& out) -> Task<void> {
+    co_await yieldNow();
+    ++out;
+  };
+  inner->spawn(victim(lines));
+  executor.runOne();  // its resumption is posted now
+  executor.post([&] { inner.reset(); });
+  inner->spawn(victim(lines));
+  outer.spawn(victim(lines));
+  executor.runUntilIdle();
+  EXPECT_EQ(lines, 2) << "the first went through before, the second never began, the outer one is untouched";
+}
+
+TEST(TaskScope, DeepChainsDieWithTheScope) {
+  ManualExecutor executor;
+  int live = 0;
+  struct Counted {
+    int& count;
+    explicit Counted(int& n) : count(n) { ++count; }
+    Counted(const Counted&) = delete;
+    ~Counted() { --count; }
+  };
+  struct Deep {
+    static Task<void> wait(int depth, int& count) {
+      const Counted counted(count);
+      if (depth == 0) {
+        co_await sleepFor(1h);
+        co_return;
+      }
+      auto task = wait(depth - 1, count);
+      co_await std::move(task);
+    }
+  };
+  {
+    TaskScope scope(executor);
+    scope.spawn(Deep::wait(500, live));
+    executor.runReady();
+    EXPECT_EQ(live, 501);
+  }
+  EXPECT_EQ(live, 0);
+}
+
+}  // namespace
