@@ -5,8 +5,8 @@
 #include <QFileInfo>
 #include <QFloat16>
 #include <QtEndian>
-#include <cerrno>
 #include <bit>
+#include <cerrno>
 
 #include "base/text/LocalizedText.h"
 #include "models/CTranslate2Model.h"
@@ -31,12 +31,18 @@ PlatformError modelError(int code, const char* key, const QString& name) {
 
 PlatformError errorFor(CTranslate2Model::Fault fault, const QString& name) {
   switch (fault) {
-    case CTranslate2Model::Fault::unreadable: return modelError(EIO, "models.file.error.unreadable", name);
-    case CTranslate2Model::Fault::foreign: return modelError(EINVAL, "models.import.error.folderForeign", name);
-    case CTranslate2Model::Fault::unknownVersion: return modelError(EINVAL, "models.import.error.folderVersion", name);
-    case CTranslate2Model::Fault::truncated: return modelError(EINVAL, "models.file.error.truncated", name);
-    case CTranslate2Model::Fault::damaged: return modelError(EINVAL, "models.file.error.damaged", name);
-    case CTranslate2Model::Fault::quantised: return modelError(EINVAL, "models.import.error.quantised", name);
+    case CTranslate2Model::Fault::unreadable:
+      return modelError(EIO, "models.file.error.unreadable", name);
+    case CTranslate2Model::Fault::foreign:
+      return modelError(EINVAL, "models.import.error.folderForeign", name);
+    case CTranslate2Model::Fault::unknownVersion:
+      return modelError(EINVAL, "models.import.error.folderVersion", name);
+    case CTranslate2Model::Fault::truncated:
+      return modelError(EINVAL, "models.file.error.truncated", name);
+    case CTranslate2Model::Fault::damaged:
+      return modelError(EINVAL, "models.file.error.damaged", name);
+    case CTranslate2Model::Fault::quantised:
+      return modelError(EINVAL, "models.import.error.quantised", name);
   }
   return {};
 }
@@ -124,8 +130,8 @@ class Conversion {
   }
 
   void writeHeader(const QList<QByteArray>& words) {
-    for (const qint64 value : {qint64(kMagic), vocabularySize_, audioContext_, width_, audioHeads_, audioLayers_, textContext_,
-                               width_, textHeads_, textLayers_, melBands_, qint64(kSixteenBit)}) {
+    for (const qint64 value : {qint64(kMagic), vocabularySize_, audioContext_, width_, audioHeads_, audioLayers_,
+                               textContext_, width_, textHeads_, textLayers_, melBands_, qint64(kSixteenBit)}) {
       emitInteger(value);
     }
     const std::vector<float> bank = melFilterBank(static_cast<int>(melBands_));
@@ -148,7 +154,8 @@ class Conversion {
            qint64 count = -1, Shape written = {}) {
     const Tensor* tensor = model_.find(source);
     if (!tensor || tensor->shape != shape) return failDamaged();
-    if (tensor->type != Type::float16 && tensor->type != Type::float32) return fail(EINVAL, "models.import.error.numberFormat");
+    if (tensor->type != Type::float16 && tensor->type != Type::float32)
+      return fail(EINVAL, "models.import.error.numberFormat");
     if (!isGood()) return;
     const qint64 rowBytes = tensor->bytes / shape[0];
     if (count < 0) count = shape[0];
@@ -170,8 +177,10 @@ class Conversion {
     while (bytes > 0 && isGood()) {
       piece = file_.read(std::min(bytes, kPieceBytes));
       // A device may give less than it was asked for, but never half a number of a file.
-      if (piece.isEmpty() || piece.size() % 4 != std::min(bytes, kPieceBytes) % 4) return fail(EIO, "models.file.error.unreadable");
+      if (piece.isEmpty() || piece.size() % 4 != std::min(bytes, kPieceBytes) % 4)
+        return fail(EIO, "models.file.error.unreadable");
       bytes -= piece.size();
+      bytesRead_ += piece.size();
       if (type == Type::float16 && isWide) {
         emitConverted<qfloat16, float, quint16, quint32>(piece);
       } else if (type == Type::float32 && !isWide) {
@@ -179,7 +188,7 @@ class Conversion {
       } else {
         emitBytes(piece.constData(), piece.size());
       }
-      if (progress_) progress_(static_cast<double>(file_.pos()) / static_cast<double>(file_.size()));
+      if (progress_) progress_(static_cast<double>(bytesRead_) / static_cast<double>(file_.size()));
     }
   }
 
@@ -207,8 +216,8 @@ class Conversion {
     put(target + ".weight", source + "/weight", {width_, inputs, 3}, false);
     put(target + ".bias", source + "/bias", {width_}, true, 0, -1, {width_, 1});
   }
-  // Self attention keeps query, key and value in one matrix, cross attention keeps the query apart. The key's bias, always
-  // zero, has no place in the result.
+  // Self attention keeps query, key and value in one matrix, cross attention keeps the query apart. The key's bias,
+  // always zero, has no place in the result.
   void putAttention(const QByteArray& target, const QByteArray& source, bool isCross) {
     const QByteArray query = source + "/linear_0";
     const QByteArray keyValue = source + (isCross ? "/linear_1" : "/linear_0");
@@ -242,6 +251,7 @@ class Conversion {
   const std::function<void(double)>& progress_;
   qint64 vocabularySize_ = 0, width_ = 0, audioContext_ = 0, textContext_ = 0, melBands_ = 0;
   qint64 audioHeads_ = 0, textHeads_ = 0, audioLayers_ = 0, textLayers_ = 0;
+  qint64 bytesRead_ = 0;
   std::optional<PlatformError> error_;
   bool isEnded_ = false;
 };

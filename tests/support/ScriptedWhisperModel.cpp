@@ -5,6 +5,7 @@
 #include <QtEndian>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <random>
 #include <vector>
 
@@ -50,7 +51,8 @@ class Writer {
   void real(float value) { out_.append(reinterpret_cast<const char*>(&value), 4); }
 
   // `dimensions` innermost first. Values not given are zero.
-  void tensor(const QByteArray& name, const std::vector<int>& dimensions, bool isHalf, const std::vector<float>& values = {}) {
+  void tensor(const QByteArray& name, const std::vector<int>& dimensions, bool isHalf,
+              const std::vector<float>& values = {}) {
     integer(static_cast<qint32>(dimensions.size()));
     integer(static_cast<qint32>(name.size()));
     integer(isHalf ? 1 : 0);
@@ -86,7 +88,8 @@ QList<QByteArray> wordsOf(const QByteArray& text) {
 }
 
 int languageId(const QByteArray& language) {
-  static const QList<QByteArray> known{"en", "zh", "de", "es", "ru", "ko", "fr", "ja", "pt", "tr", "pl", "ca", "nl", "ar", "sv", "it"};
+  static const QList<QByteArray> known{"en", "zh", "de", "es", "ru", "ko", "fr", "ja",
+                                       "pt", "tr", "pl", "ca", "nl", "ar", "sv", "it"};
   const auto index = known.indexOf(language);
   Q_ASSERT(index >= 0);
   return static_cast<int>(index);
@@ -132,8 +135,8 @@ QByteArray ScriptedWhisperModel::bytes(const Options& options) {
 
   Writer out;
   out.integer(0x67676d6c);
-  for (const int value : {tokens.count(), kAudioContext, width, options.heads, options.encoderLayers, kTextContext, width,
-                          options.heads, 1, kMels, 1}) {
+  for (const int value : {tokens.count(), kAudioContext, width, options.heads, options.encoderLayers, kTextContext,
+                          width, options.heads, 1, kMels, 1}) {
     out.integer(value);
   }
   out.integer(kMels);
@@ -148,6 +151,8 @@ QByteArray ScriptedWhisperModel::bytes(const Options& options) {
       word = QByteArray(1, static_cast<char>(id));
     } else if (id - kFirstWord < words.size()) {
       word = words[id - kFirstWord];
+    } else if (id == kWords - 1) {
+      word = options.isEnglishOnly ? "<|endoftext|>" : "";
     } else {
       word = '~' + QByteArray::number(id);
     }
@@ -179,18 +184,20 @@ QByteArray ScriptedWhisperModel::bytes(const Options& options) {
   }
   // The look-up: unit j fires for the token of step j only, and its output drowns the token with the next one.
   const float gain = 64.0f / static_cast<float>(width);
-  std::vector<float> detect(4 * size * size), threshold(4 * size), answer(4 * size * size), embedding(static_cast<std::size_t>(tokens.count()) * size);
+  std::vector<float> detect(4 * size * size), threshold(4 * size), answer(4 * size * size),
+      embedding(static_cast<std::size_t>(tokens.count()) * size);
   for (std::size_t unit = 0; unit < steps.size(); ++unit) {
     const auto& from = directions[steps[unit].first];
     const auto& to = directions[steps[unit].second];
-    threshold[unit] = -0.87f * gain * static_cast<float>(width);
+    threshold[unit] = -0.875f * gain * static_cast<float>(width);
     for (std::size_t i = 0; i < size; ++i) {
       detect[unit * size + i] = gain * from[i];
       answer[i * 4 * size + unit] = 12.0f * to[i];
     }
   }
   for (const auto& [token, direction] : directions) {
-    std::copy(direction.begin(), direction.end(), embedding.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(token) * size));
+    std::copy(direction.begin(), direction.end(),
+              embedding.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(token) * size));
   }
 
   const std::vector<float> ones(size, 1.0f);
@@ -213,12 +220,13 @@ QByteArray ScriptedWhisperModel::bytes(const Options& options) {
     out.tensor(block + "mlp.2.weight", {4 * width, width}, true, second);
     out.tensor(block + "mlp.2.bias", {width}, false);
   };
+  // In the order of the published files.
   out.tensor("decoder.positional_embedding", {width, kTextContext}, false);
   out.tensor("encoder.positional_embedding", {width, kAudioContext}, false);
   out.tensor("decoder.token_embedding.weight", {width, tokens.count()}, true, embedding);
+  perceptron("decoder.blocks.0.", detect, threshold, answer);
   attention("decoder.blocks.0.attn");
   attention("decoder.blocks.0.cross_attn");
-  perceptron("decoder.blocks.0.", detect, threshold, answer);
   norm("decoder.ln");
   out.tensor("encoder.conv1.weight", {3, kMels, width}, true);
   out.tensor("encoder.conv1.bias", {1, width}, false);
@@ -226,8 +234,8 @@ QByteArray ScriptedWhisperModel::bytes(const Options& options) {
   out.tensor("encoder.conv2.bias", {1, width}, false);
   for (int layer = 0; layer < options.encoderLayers; ++layer) {
     const QByteArray block = "encoder.blocks." + QByteArray::number(layer) + '.';
-    attention(block + "attn");
     perceptron(block, {}, {}, {});
+    attention(block + "attn");
   }
   norm("encoder.ln_post");
   return out.take();

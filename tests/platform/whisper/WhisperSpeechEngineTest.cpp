@@ -1,0 +1,275 @@
+#include "platform/whisper/WhisperSpeechEngine.h"
+
+#include <gtest/gtest.h>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtEndian>
+
+#include <chrono>
+#include <cmath>
+#include <random>
+#include <thread>
+
+#include "support/RecordingLogSink.h"
+#include "support/ScriptedWhisperModel.h"
+
+namespace quillmere {
+namespace {
+
+using Options = ScriptedWhisperModel::Options;
+using Stopwatch = std::chrono::steady_clock;
+
+std::vector<float> hum(double seconds) {
+  std::vector<float> samples(static_cast<std::size_t>(seconds * 16000));
+  for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = 0.1f * std::sin(static_cast<float>(i) * 0.05f);
+  return samples;
+}
+
+SpeechRunParameters inLanguage(const char* language) {
+  SpeechRunParameters parameters;
+  parameters.language = language;
+  return parameters;
+}
+
+class WhisperSpeechEngineTest : public testing::Test {
+ protected:
+  QString write(const QByteArray& content, const QString& name = QStringLiteral("model.bin")) {
+    QFile file(folder_.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    return file.fileName();
+  }
+  std::unique_ptr<SpeechEngineContext> load(const Options& options) {
+    auto loaded = engine_.load(write(ScriptedWhisperModel::bytes(options)));
+    if (!loaded) ADD_FAILURE() << qPrintable(loaded.error().description);
+    return loaded ? std::move(loaded).value() : nullptr;
+  }
+  static QByteArray textOf(const SpeechEngineContext& context) {
+    QByteArray text;
+    for (int i = 0; i < context.segmentCount(); ++i) text += context.segmentText(i);
+    return text;
+  }
+  // Seconds from the request to the end of a run that is stopped after `runFor`.
+  static double secondsToStop(SpeechEngineContext& context, const SpeechRunParameters& parameters, double runFor) {
+    std::atomic<bool> stop = false;
+    Stopwatch::time_point requested;
+    std::thread stopper([&] {
+      std::this_thread::sleep_for(std::chrono::duration<double>(runFor));
+      requested = Stopwatch::now();
+      stop = true;
+    });
+    EXPECT_FALSE(context.run(hum(5), parameters, stop));
+    const auto ended = Stopwatch::now();
+    stopper.join();
+    EXPECT_EQ(context.segmentCount(), 0);
+    return std::chrono::duration<double>(ended - requested).count();
+  }
+
+  QTemporaryDir folder_;
+  std::shared_ptr<RecordingLogSink> log_ = std::make_shared<RecordingLogSink>();
+  WhisperSpeechEngine engine_{Logging(log_)};
+  const std::atomic<bool> goOn_ = false;
+};
+
+TEST_F(WhisperSpeechEngineTest, transcribesTheScript) {
+  for (const bool isEnglishOnly : {false, true}) {
+    Options options;
+    options.text = "Grüße from the 2nd floor, isn't it?";
+    options.isEnglishOnly = isEnglishOnly;
+    const auto context = load(options);
+    ASSERT_TRUE(context);
+    for (int again = 0; again < 2; ++again) {
+      ASSERT_TRUE(context->run(hum(3), inLanguage("en"), goOn_));
+      EXPECT_EQ(textOf(*context), ' ' + options.text);
+    }
+    EXPECT_EQ(context->segmentText(-1), QByteArray());
+    EXPECT_EQ(context->segmentText(context->segmentCount()), QByteArray());
+  }
+}
+
+TEST_F(WhisperSpeechEngineTest, givesOneSegmentAWindowAndBearsAPrompt) {
+  const auto context = load({});
+  ASSERT_TRUE(context);
+  SpeechRunParameters parameters = inLanguage("en");
+  parameters.initialPrompt = "Quillmere Łódź naïve 東京";
+  ASSERT_TRUE(context->run(hum(65), parameters, goOn_));
+  EXPECT_EQ(context->segmentCount(), 3);
+  EXPECT_EQ(context->segmentText(1), ' ' + Options().text);
+}
+
+TEST_F(WhisperSpeechEngineTest, detectsALanguageInOneRunAndDecodesInTheNext) {
+  Options options;
+  options.language = "de";
+  const auto context = load(options);
+  ASSERT_TRUE(context);
+  SpeechRunParameters parameters;
+  parameters.detectLanguage = true;
+  ASSERT_TRUE(context->run(hum(2), parameters, goOn_));
+  EXPECT_EQ(context->segmentCount(), 0);
+  EXPECT_EQ(context->detectedLanguage(), QByteArray("de"));
+  ASSERT_TRUE(context->run(hum(2), inLanguage("de"), goOn_));
+  EXPECT_EQ(context->segmentCount(), 1);
+}
+
+TEST_F(WhisperSpeechEngineTest, translatesWhenAsked) {
+  Options options;
+  options.text = "";
+  options.translation = "Good morning.";
+  const auto context = load(options);
+  ASSERT_TRUE(context);
+  SpeechRunParameters parameters = inLanguage("fr");
+  ASSERT_TRUE(context->run(hum(2), parameters, goOn_));
+  EXPECT_EQ(context->segmentCount(), 0);
+  parameters.translate = true;
+  ASSERT_TRUE(context->run(hum(2), parameters, goOn_));
+  EXPECT_EQ(textOf(*context), " Good morning.");
+}
+
+TEST_F(WhisperSpeechEngineTest, saysNothingWithoutSamplesAndFailsOnAnUnknownLanguage) {
+  const auto context = load({});
+  ASSERT_TRUE(context);
+  ASSERT_TRUE(context->run(hum(2), inLanguage("en"), goOn_));
+  ASSERT_EQ(context->segmentCount(), 1);
+  EXPECT_TRUE(context->run({}, inLanguage("en"), goOn_));
+  EXPECT_EQ(context->segmentCount(), 0);
+  EXPECT_FALSE(context->run(hum(2), inLanguage("xx"), goOn_));
+  EXPECT_TRUE(log_->contains(QStringLiteral("does not know this language: xx")));
+  // Far below the length of one frame.
+  EXPECT_TRUE(context->run(hum(0.01), inLanguage("en"), goOn_));
+}
+
+TEST_F(WhisperSpeechEngineTest, stopsInTheMiddleOfAnEncoderRun) {
+  Options options;
+  options.width = 256;
+  options.heads = 4;
+  options.encoderLayers = 12;
+  const auto context = load(options);
+  ASSERT_TRUE(context);
+  SpeechRunParameters detection;
+  detection.detectLanguage = true;
+  ASSERT_TRUE(context->run(hum(5), inLanguage("en"), goOn_));  // memory warm
+  const auto start = Stopwatch::now();
+  ASSERT_TRUE(context->run(hum(5), inLanguage("en"), goOn_));
+  const double whole = std::chrono::duration<double>(Stopwatch::now() - start).count();
+
+  // Without the hook, a run ends when its encoder is done: 0.9 of the whole. Against the machine's own speed, not a
+  // clock.
+  EXPECT_LT(secondsToStop(*context, inLanguage("en"), whole * 0.1), whole * 0.5);
+  EXPECT_LT(secondsToStop(*context, detection, whole * 0.1), whole * 0.5);
+  const std::atomic<bool> stopped = true;
+  EXPECT_FALSE(context->run(hum(5), inLanguage("en"), stopped));
+
+  ASSERT_TRUE(context->run(hum(5), inLanguage("en"), goOn_));
+  EXPECT_EQ(textOf(*context), ' ' + options.text);
+}
+
+TEST_F(WhisperSpeechEngineTest, refusesFilesThatAreNoModels) {
+  const QByteArray whole = ScriptedWhisperModel::bytes({});
+  const struct {
+    QString path;
+    QString key;
+  } cases[] = {
+      {folder_.filePath(QStringLiteral("absent.bin")), QStringLiteral("models.file.error.missing")},
+      {folder_.path(), QStringLiteral("models.file.error.unreadable")},
+      {write({}, QStringLiteral("empty.bin")), QStringLiteral("models.file.error.empty")},
+      {write("hello", QStringLiteral("text.bin")), QStringLiteral("models.file.error.foreign")},
+      {write(whole.left(whole.size() - 3), QStringLiteral("cut.bin")), QStringLiteral("models.file.error.truncated")},
+      {write(whole.left(4), QStringLiteral("magic.bin")), QStringLiteral("models.file.error.truncated")},
+  };
+  for (const auto& [path, key] : cases) {
+    const auto loaded = engine_.load(path);
+    ASSERT_FALSE(loaded) << qPrintable(path);
+    EXPECT_EQ(loaded.error().description, key) << qPrintable(path);
+  }
+}
+
+TEST_F(WhisperSpeechEngineTest, survivesFlippedBits) {
+  const QByteArray whole = ScriptedWhisperModel::bytes({});
+  std::mt19937 random(3);
+  int loadedModels = 0;
+  for (int i = 0; i < 40; ++i) {
+    QByteArray damaged = whole;
+    // Half of them in the header, half anywhere in the words, the table of tensors and the weights.
+    const auto range = i % 2 == 0 ? 60u : static_cast<unsigned>(whole.size());
+    const auto at = static_cast<qsizetype>(random() % range);
+    damaged[at] = static_cast<char>(damaged[at] ^ (1 << (random() % 8)));
+    const auto loaded = engine_.load(write(damaged));
+    if (!loaded) continue;
+    ++loadedModels;
+    loaded.value()->run(hum(1), inLanguage("en"), goOn_);
+  }
+  EXPECT_GT(loadedModels, 5);  // flips of weights and words can't be seen
+}
+
+TEST_F(WhisperSpeechEngineTest, refusesEveryModelOnAProcessorThatLacksSomething) {
+  EXPECT_FALSE(engine_.unsupportedProcessor());
+  EngineProcessor old{true, true, false, false, true, true};
+  WhisperSpeechEngine engine(Logging(log_), GgmlModelChecks::whole, old);
+  ASSERT_TRUE(engine.unsupportedProcessor());
+  const auto loaded = engine.load(write(ScriptedWhisperModel::bytes({})));
+  ASSERT_FALSE(loaded);
+  EXPECT_EQ(loaded.error().description, *engine.unsupportedProcessor());
+}
+
+TEST_F(WhisperSpeechEngineTest, logsThroughTheSinkOnly) {
+  testing::internal::CaptureStderr();
+  ASSERT_TRUE(load({}));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(log_->contains(QStringLiteral("loading model")));
+}
+
+// --- the starter model on real speech
+
+QStringList wordsOf(const QByteArray& text) {
+  return QString::fromUtf8(text)
+      .toLower()
+      .remove(QRegularExpression(QStringLiteral("[^a-z ]")))
+      .split(u' ', Qt::SkipEmptyParts);
+}
+
+// Insertions, deletions and replacements that turn one into the other, over the number of expected words.
+double wordErrorRate(const QStringList& expected, const QStringList& actual) {
+  std::vector<int> row(static_cast<std::size_t>(actual.size()) + 1);
+  for (std::size_t i = 0; i < row.size(); ++i) row[i] = static_cast<int>(i);
+  for (qsizetype i = 0; i < expected.size(); ++i) {
+    int diagonal = row[0]++;
+    for (std::size_t j = 1; j < row.size(); ++j) {
+      const int replaced = diagonal + (expected[i] == actual[static_cast<qsizetype>(j) - 1] ? 0 : 1);
+      diagonal = row[j];
+      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+    }
+  }
+  return static_cast<double>(row.back()) / static_cast<double>(expected.size());
+}
+
+std::vector<float> readWave(const QString& path) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly)) return {};
+  const QByteArray content = file.readAll();
+  std::vector<float> samples;
+  for (qsizetype at = content.indexOf("data") + 8; at + 1 < content.size(); at += 2) {
+    samples.push_back(static_cast<float>(qFromLittleEndian<qint16>(content.constData() + at)) / 32768.0f);
+  }
+  return samples;
+}
+
+TEST_F(WhisperSpeechEngineTest, understandsRealSpeechWithTheStarterModel) {
+  const QString model = qEnvironmentVariable("QUILLMERE_STARTER_MODEL");
+  if (model.isEmpty()) GTEST_SKIP() << "QUILLMERE_STARTER_MODEL does not name a model file";
+  const QString source = qEnvironmentVariable("QUILLMERE_SOURCE_DIR", QStringLiteral("."));
+  const auto samples = readWave(source + QStringLiteral("/third_party/src/whisper.cpp/bindings/go/samples/jfk.wav"));
+  ASSERT_GT(samples.size(), 160000u);
+  auto loaded = engine_.load(model);
+  ASSERT_TRUE(loaded) << qPrintable(loaded.error().description);
+  SpeechRunParameters parameters = inLanguage("en");
+  parameters.threads = std::clamp(QThread::idealThreadCount() - 2, 1, 4);
+  ASSERT_TRUE(loaded.value()->run(samples, parameters, goOn_));
+  const QByteArray text = textOf(**loaded);
+  const QByteArray expected =
+      "and so my fellow Americans ask not what your country can do for you ask what you can do for your country";
+  EXPECT_LE(wordErrorRate(wordsOf(expected), wordsOf(text)), 0.1) << text.constData();
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,29 @@
+#pragma once
+#include <QByteArray>
+#include <QString>
+
+namespace quillmere {
+
+// Writes a model in ggml format (16-bit weights, as ScriptedWhisperModel makes them) as a folder in CTranslate2's Whisper
+// format: the way back of CTranslate2Converter, so that a converted folder has to give the same bytes again. No word may
+// appear twice in the vocabulary.
+class CTranslate2Folder {
+ public:
+  enum class Vocabulary { tokenizerJson, vocabularyJson, vocabularyText, none };
+  struct Options {
+    Vocabulary vocabulary = Vocabulary::tokenizerJson;
+    bool hasWideWeights = false;  // 32-bit numbers everywhere
+    bool isQuantised = false;     // one 8-bit matrix with its scale
+    quint32 version = 6;
+    QByteArray kind = "WhisperSpec";
+  };
+
+  static QByteArray modelBytes(const QByteArray& ggmlModel, const Options& options);
+  // The content of the vocabulary file that the options name, and its name.
+  static QByteArray vocabularyBytes(const QByteArray& ggmlModel, Vocabulary kind);
+  static QString vocabularyFileName(Vocabulary kind);
+  // Makes the folder where it is missing.
+  static bool write(const QString& folder, const QByteArray& ggmlModel, const Options& options);
+};
+
+}  // namespace quillmere
