@@ -84,11 +84,9 @@ std::optional<QString> idPrefix(const QString& typed) {
 }
 
 std::optional<QUuid> parseId(const QString& text) {
-  QUuid id = QUuid::fromString(text.trimmed());
-  if (id.isNull())
-    if (const auto whole = idPrefix(text); whole && whole->size() == 36) id = QUuid::fromString(*whole);
-  if (id.isNull()) return std::nullopt;
-  return id;
+  const auto whole = idPrefix(text);  // QUuid itself overlooks what follows an identifier
+  if (!whole || whole->size() != 36) return std::nullopt;
+  return QUuid::fromString(*whole);
 }
 
 }  // namespace
@@ -467,8 +465,8 @@ ModePtr PersistenceController::fetchDefaultMode() {
 }
 
 ModePtr PersistenceController::fetchMode(const QString& id) {
-  const QUuid parsed = QUuid::fromString(id);
-  return parsed.isNull() ? nullptr : fetchMode(parsed);
+  const auto parsed = parseId(id);
+  return parsed ? fetchMode(*parsed) : nullptr;
 }
 
 ModePtr PersistenceController::fetchMode(const QUuid& id) {

@@ -91,7 +91,7 @@ void StorageSettingsManager::ensureRecordingsFolder() {
 bool StorageSettingsManager::confirmDocumentsAccess() {
   setDocumentsPermissionExplained(true);
   setShowDocumentsPermissionAlert(false);
-  if (!makeFolder(recordingsFolder())) return true;
+  if (!makeFolder(recordingsFolder()) && hasWritableRecordingsFolder()) return true;
   setDocumentsAccessDenied(true);
   return runFallbackLadder();
 }
@@ -116,7 +116,7 @@ bool StorageSettingsManager::runFallbackLadder() {
       {folders_.temporary + "/Quillmere/recordings", "↩️ Using temporary directory for recordings: %{public}s",
        "temporary"}};
   for (const Step& step : steps) {
-    if (makeFolder(step.folder)) continue;
+    if (makeFolder(step.folder) || !isWritableFolder(step.folder)) continue;
     setRecordingsFolder(step.folder);
     if (&step == steps) setAppFolderPath(ownFolder);
     log_.info(step.line, step.folder);

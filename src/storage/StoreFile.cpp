@@ -143,9 +143,13 @@ Result<std::unique_ptr<SQLite::Database>, PlatformError> openOnce(const std::opt
     return Failed{newerStore(version)};
   migrate(*database, log);
   if (auto damage = findDamage(*database, path ? QFileInfo(*path).size() : 0)) return Failed{*damage};
-  if (path && database->execAndGet("PRAGMA journal_mode").getString() != "wal" &&
-      database->execAndGet("PRAGMA journal_mode = WAL").getString() != "wal")
-    return Failed{PlatformError{"sqlite", SQLITE_IOERR, "the write-ahead log can't be used in this folder"}};
+  if (path) {
+    // Each statement must be over before the next: the mode can't change while one is being read.
+    std::string journal = database->execAndGet("PRAGMA journal_mode").getString();
+    if (journal != "wal") journal = database->execAndGet("PRAGMA journal_mode = WAL").getString();
+    if (journal != "wal")
+      return Failed{PlatformError{"sqlite", SQLITE_IOERR, "the write-ahead log can't be used in this folder"}};
+  }
   database->exec("PRAGMA foreign_keys = ON");
   database->exec("PRAGMA cache_size = -16000");
   sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);

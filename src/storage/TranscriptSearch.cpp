@@ -8,6 +8,7 @@ namespace quillmere {
 namespace {
 
 constexpr size_t maximumPieces = 64;
+constexpr qsizetype maximumPieceLength = 1000;  // SQLite limits patterns to 50,000 bytes
 // Looking up the date of one row costs about as much as walking over this many entries of the index by date.
 constexpr qint64 walkedEntriesALookup = 16;
 
@@ -51,7 +52,7 @@ SearchQuery parseSearch(const QString& text) {
   for (auto matches = piece.globalMatch(cleaned); matches.hasNext() && query.pieces.size() < maximumPieces;) {
     const QRegularExpressionMatch match = matches.next();
     const bool isPhrase = match.hasCaptured(1);
-    const QString content = (isPhrase ? match.captured(1) : match.captured(2)).trimmed();
+    const QString content = (isPhrase ? match.captured(1) : match.captured(2)).trimmed().left(maximumPieceLength);
     if (!content.isEmpty()) query.pieces.push_back({content, isPhrase});
   }
   return query;

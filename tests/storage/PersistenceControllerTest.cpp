@@ -1,0 +1,332 @@
+#include "storage/PersistenceController.h"
+
+#include <QFileInfo>
+#include <limits>
+
+#include "base/text/Graphemes.h"
+#include "storage/StoreFixture.h"
+
+namespace quillmere {
+namespace {
+
+class PersistenceControllerTest : public StoreFixture {
+ public:
+  QString audioFile(const QString& name) const {
+    QFile file(folder.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    return file.fileName();
+  }
+};
+
+TEST_F(PersistenceControllerTest, SeedsNewStoresOnlyWhileThereIsNoMode) {
+  {
+    auto store = openStoreHere();
+    ASSERT_EQ(store->fetchAllModes().size(), 1u);
+    const ModePtr seed = store->fetchAllModes().front();
+    EXPECT_EQ(seed->id, QUuid::fromString(QString(defaultModeId)));
+    EXPECT_EQ(store->fetchDefaultMode(), seed);
+    EXPECT_EQ(seed->sortOrder, 0);
+    EXPECT_EQ(seed->customInstructions, "");
+    EXPECT_EQ(seed->postProcessingMode, 1);
+    EXPECT_EQ(seed->createdDate, clock.now());
+    EXPECT_EQ(seed->languageModel, std::nullopt);
+    EXPECT_EQ(seed->useStreamingTranscription, std::nullopt);
+    EXPECT_EQ(modeDataFrom(*seed).languageModel, "gpt-4.1-nano");
+    EXPECT_EQ(lines->count("Initialized 1 default modes for new install"), 1);
+    store->saveMode(modeData("Mine"));
+    EXPECT_TRUE(store->deleteMode(seed));
+  }
+  auto store = openStoreHere();
+  EXPECT_EQ(names(store->fetchAllModes()), QStringList{"Mine"});
+  EXPECT_EQ(lines->count("Initialized"), 1);
+  auto inMemory = PersistenceController::open(PersistenceController::inMemory(), clock, Logging());
+  EXPECT_TRUE((*inMemory)->fetchAllModes().empty());
+}
+
+TEST_F(PersistenceControllerTest, FetchModeByIdentifierText) {
+  auto store = openStoreHere();
+  EXPECT_NE(store->fetchMode(QString(defaultModeId)), nullptr);
+  EXPECT_NE(store->fetchMode("{00000000-0000-0000-0000-000000000001}"), nullptr);
+  for (const char* text : {"", "Default", "0000", localDefaultModeId, "00000000-0000-0000-0000-00000000000x"})
+    EXPECT_EQ(store->fetchMode(QString(text)), nullptr) << text;
+}
+
+TEST_F(PersistenceControllerTest, SavingAModeFromTheEditor) {
+  auto store = openStoreHere();
+  ModeData data = modeData("Mail");
+  data.language = "zh_hant_tw";
+  data.userSystemPrompt = "  " + QString("é").repeated(2001) + "  ";
+  data.postProcessingMode = PostProcessingMode::local;
+  data.postProcessingProvider = "openai";
+  const ModePtr mode = store->saveMode(data);
+  EXPECT_EQ(mode->sortOrder, 1);  // behind the seed
+  EXPECT_EQ(mode->isSystemProvided, false);
+  EXPECT_EQ(mode->isDefault, std::nullopt);
+  EXPECT_EQ(mode->language, "zh-Hant-TW");
+  EXPECT_EQ(graphemeCount(*mode->userSystemPrompt), 2000);
+  EXPECT_EQ(mode->postProcessingProvider, "local_gemma");
+  EXPECT_FALSE(mode->id->isNull());
+  EXPECT_FALSE(store->hasChanges());
+
+  clock.set(utc("2026-03-11T08:00:00.000"));
+  ModeData edited = modeDataFrom(*mode);
+  edited.name = "Letters";
+  edited.userSystemPrompt = " \n ";
+  EXPECT_EQ(store->saveMode(edited), mode);
+  EXPECT_EQ(mode->name, "Letters");
+  EXPECT_EQ(mode->userSystemPrompt, std::nullopt);
+  EXPECT_EQ(mode->createdDate, utc("2026-03-10T12:00:00.000"));
+  EXPECT_EQ(mode->modifiedDate, clock.now());
+  EXPECT_EQ(mode->sortOrder, 1);
+
+  // An identifier without a row keeps it; creating never takes the data's identifier.
+  data.id = QUuid::createUuid();
+  EXPECT_EQ(store->saveMode(data)->id, data.id);
+  EXPECT_NE(store->createMode(data)->id, data.id);
+  EXPECT_EQ(store->fetchAllModes().back()->sortOrder, 3);
+}
+
+TEST_F(PersistenceControllerTest, TheLastModeStays) {
+  auto store = openStoreHere();
+  const ModePtr seed = store->fetchDefaultMode();
+  const auto refused = store->deleteMode(seed);
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().title, "Cannot Delete Last Mode");
+  EXPECT_EQ(store->fetchAllModes().size(), 1u);
+}
+
+TEST_F(PersistenceControllerTest, DeletingAModeEmptiesTheLinksToIt) {
+  auto store = openStoreHere();
+  const ModePtr mode = store->saveMode(modeData("Gone"));
+  const TranscriptPtr held = store->createTranscript(1, mode->name, {});
+  held->modeRelationship = mode;
+  const QUuid heldId = *held->id;
+  {
+    const TranscriptPtr other = store->createTranscript(2, mode->name, {});
+    other->modeRelationship = mode;
+  }
+  store->save();
+  EXPECT_EQ(store->fetchTranscriptsOfMode(mode).size(), 2u);
+  ASSERT_TRUE(store->deleteMode(mode));
+  EXPECT_EQ(held->modeRelationship, nullptr);
+  EXPECT_FALSE(store->hasChanges());
+  store.reset();
+  store = openStoreHere();
+  EXPECT_EQ(store->countTranscripts(), 2);
+  EXPECT_EQ(store->fetchTranscript(heldId.toString())->modeRelationship, nullptr);
+  EXPECT_EQ(store->fetchTranscript(heldId.toString())->mode, "Gone");  // readers look it up by this name
+}
+
+TEST_F(PersistenceControllerTest, ModesByNameAndOrder) {
+  auto store = openStoreHere();
+  const ModePtr b = store->saveMode(modeData("notes"));
+  const ModePtr c = store->saveMode(modeData("Notes"));
+  const ModePtr d = store->saveMode(modeData("Ärzte"));
+  EXPECT_EQ(store->fetchModeByName("Notes").value(), c);
+  EXPECT_EQ(store->fetchModeByName("ÄRZTE").value(), d);
+  EXPECT_EQ(store->fetchModeByName("NOTES").error().kind, LookupFailure::Kind::ambiguous);
+  EXPECT_EQ(store->fetchModeByName("NOTES").error().matchCount, 2);
+  EXPECT_EQ(store->fetchModeByName("Note").error().kind, LookupFailure::Kind::notFound);
+
+  store->setModeOrder({*d->id, QUuid::createUuid(), *b->id});
+  EXPECT_EQ(names(store->fetchAllModes()), QStringList({"Ärzte", "notes", "Default", "Notes"}));
+  EXPECT_EQ(c->sortOrder, 3);
+  EXPECT_FALSE(store->hasChanges());
+}
+
+TEST_F(PersistenceControllerTest, SortOrdersAreNumberedAnewAtTheEndOfTheirRange) {
+  auto store = openStoreHere();
+  store->fetchDefaultMode()->sortOrder = std::numeric_limits<qint16>::max();
+  store->saveMode(modeData("A"));
+  EXPECT_EQ(names(store->fetchAllModes()), QStringList({"Default", "A"}));
+  EXPECT_EQ(store->fetchDefaultMode()->sortOrder, 1);
+  EXPECT_EQ(store->fetchAllModes().back()->sortOrder, 2);
+}
+
+TEST_F(PersistenceControllerTest, TranscriptLifeCycle) {
+  auto store = openStoreHere();
+  const TranscriptPtr transcript = store->createTranscript(2.5, "Default", "/tmp/a.wav");
+  EXPECT_EQ(transcript->text, "Processing transcription...");
+  EXPECT_EQ(transcript->status, "processing");
+  EXPECT_EQ(transcript->date, clock.now());
+  store->setTrimmedAudioPath(transcript, "/tmp/b.wav");
+  EXPECT_TRUE(lines->contains("Set trimmed audio path for transcript: /tmp/b.wav"));
+  transcript->recordingSession = store->insertRecordingSession();
+  store->updateTranscriptAudioPath(transcript, "/tmp/c.m4a");
+  EXPECT_EQ(transcript->recordingSession->audioFilePath, "/tmp/c.m4a");
+  EXPECT_EQ(store->fetchTranscriptOfSession(transcript->recordingSession), transcript);
+  const Transcript values = *transcript;
+  const QString id = transcript->id->toString(QUuid::Id128);
+  const QString sessionId = transcript->recordingSession->id->toString();
+
+  store.reset();  // what a killed process leaves behind reads the same
+  store = openStoreHere();
+  const TranscriptPtr again = store->fetchTranscript(id);
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(again->status, "processing");
+  EXPECT_EQ(again->trimmedAudioFilePath, values.trimmedAudioFilePath);
+  EXPECT_EQ(again->duration, 2.5);
+  EXPECT_EQ(again->date, values.date);
+  EXPECT_EQ(again->recordingSession->id->toString(), sessionId);
+  EXPECT_EQ(store->fetchTranscriptsWithStatus("processing").size(), 1u);
+  EXPECT_TRUE(store->fetchTranscriptsWithStatus("failed").empty());
+}
+
+TEST_F(PersistenceControllerTest, DeletingTranscriptsWithTheirFiles) {
+  auto store = openStoreHere();
+  const QString audio = audioFile("a.wav"), trimmed = audioFile("b.wav");
+  const TranscriptPtr both = store->createTranscript(1, {}, audio);
+  store->setTrimmedAudioPath(both, trimmed);
+  store->deleteTranscript(both);
+  EXPECT_FALSE(QFileInfo::exists(audio) || QFileInfo::exists(trimmed));
+  EXPECT_TRUE(lines->contains("Deleted audio file: " + audio));
+  EXPECT_TRUE(lines->contains("Deleted trimmed audio file: " + trimmed));
+
+  const TranscriptPtr without = store->createTranscript(1, {}, folder.filePath("gone.wav"));
+  store->deleteTranscript(without);
+  EXPECT_FALSE(lines->contains("Failed to delete"));
+  EXPECT_EQ(store->countTranscripts(), 0);
+
+  // A path that names a folder must never take the folder away.
+  store->deleteTranscript(store->createTranscript(1, {}, folder.path()));
+  EXPECT_TRUE(QFileInfo::exists(path));
+
+  const TranscriptPtr nameless = store->createTranscript(1, {}, {});
+  nameless->id.reset();
+  store->deleteTranscript(nameless);
+  store->updateTranscriptAudioPath(nameless, "/x");
+  EXPECT_TRUE(lines->contains("Attempted to delete transcript with nil ID"));
+  EXPECT_TRUE(lines->contains("Attempted to update transcript audioFilePath with nil ID"));
+  EXPECT_EQ(store->countTranscripts(), 1);
+  EXPECT_EQ(nameless->audioFilePath, std::nullopt);
+}
+
+TEST_F(PersistenceControllerTest, TranscriptsByBeginningOfTheIdentifier) {
+  auto store = openStoreHere();
+  const auto add = [&](const char* id) {
+    const TranscriptPtr transcript = store->createTranscript(1, {}, {});
+    transcript->id = QUuid::fromString(QString(id));
+    store->save();
+    return transcript;
+  };
+  const TranscriptPtr a = add("abcd1234-5678-4abc-8def-000000000001");
+  const TranscriptPtr b = add("abcd1234-ffff-4abc-8def-000000000002");
+  const TranscriptPtr c = add("ffffffff-0000-4abc-8def-000000000003");
+  struct Case {
+    const char* typed;
+    TranscriptPtr expected;
+    int matches;
+  };
+  const Case cases[] = {{"abcd1234-5678-4abc-8def-000000000001", a, 1},
+                        {"{ABCD1234-5678-4ABC-8DEF-000000000001}", a, 1},
+                        {"abcd123456784abc8def000000000001", a, 1},
+                        {"abcd12345", a, 1},
+                        {" ABCD1234-F ", b, 1},
+                        {"ffff", c, 1},
+                        {"abcd1234", nullptr, 2},
+                        {"abc", nullptr, 0},  // too little to mean one
+                        {"abce", nullptr, 0},
+                        {"abcd1234-5678-4abc-8def-0000000000012", nullptr, 0},
+                        {"last", nullptr, 0},
+                        {"ffff' OR 1=1 --", nullptr, 0},
+                        {"", nullptr, 0}};
+  for (const Case& c2 : cases) {
+    const auto found = store->findTranscript(c2.typed);
+    EXPECT_EQ(found ? found.value() : nullptr, c2.expected) << c2.typed;
+    if (!found) EXPECT_EQ(found.error().matchCount, c2.matches) << c2.typed;
+  }
+}
+
+TEST_F(PersistenceControllerTest, UnfinishedSessions) {
+  auto store = openStoreHere();
+  const auto add = [&](const QString& start, bool isFinished) {
+    const auto session = store->insertRecordingSession();
+    session->startTime = utc(start);
+    if (isFinished) session->endTime = clock.now();
+    store->save();
+    return session;
+  };
+  const auto late = add("2026-03-10T11:00:00.000", false);
+  add("2026-03-10T09:00:00.000", true);
+  const auto early = add("2026-03-10T08:00:00.000", false);
+  EXPECT_EQ(store->fetchUnfinishedRecordingSessions(), (std::vector{early, late}));
+  late->endTime = clock.now();  // not saved yet
+  EXPECT_EQ(store->fetchUnfinishedRecordingSessions(), std::vector{early});
+  EXPECT_EQ(store->fetchRecordingSession(*late->id), late);
+  store->deleteRecordingSession(early);
+  EXPECT_EQ(store->fetchAllRecordingSessions().size(), 2u);
+}
+
+TEST_F(PersistenceControllerTest, Vocabulary) {
+  auto store = openStoreHere();
+  EXPECT_TRUE(store->addVocabularyItem(" word\n", "  "));
+  const VocabularyPtr word = store->fetchVocabularyItem("WORD ");
+  ASSERT_NE(word, nullptr);
+  EXPECT_EQ(word->word, "word");
+  EXPECT_EQ(word->replacement, std::nullopt);
+  EXPECT_EQ(word->sortOrder, 1);
+  EXPECT_FALSE(store->addVocabularyItem("Word", "other"));
+  EXPECT_EQ(word->replacement, std::nullopt);
+  EXPECT_TRUE(store->addVocabularyItem("Größe", " Größe M "));
+  EXPECT_FALSE(store->addVocabularyItem("GRÖßE"));
+  EXPECT_EQ(store->fetchVocabularyItem("größe")->replacement, "Größe M");
+  EXPECT_EQ(store->fetchVocabularyItem("größe")->sortOrder, 2);
+
+  EXPECT_FALSE(store->updateVocabularyItem(*word->id, "größe ", {}));  // another's word
+  EXPECT_FALSE(store->updateVocabularyItem(*word->id, " ", {}));
+  EXPECT_FALSE(store->updateVocabularyItem(QUuid::createUuid(), "new", {}));
+  EXPECT_TRUE(store->updateVocabularyItem(*word->id, "WORD", "w"));  // its own word in another case
+  EXPECT_EQ(store->fetchAllVocabularyItems().size(), 2u);
+  EXPECT_EQ(store->fetchAllVocabularyItems().front()->word, "Größe");
+
+  store->deleteVocabularyItem(QUuid::createUuid());
+  EXPECT_TRUE(store->deleteVocabularyItem(QString("word")));
+  EXPECT_FALSE(store->deleteVocabularyItem(QString("word")));
+  store->deleteVocabularyItem(*store->fetchVocabularyItem("Größe")->id);
+  EXPECT_TRUE(store->fetchAllVocabularyItems().empty());
+}
+
+TEST_F(PersistenceControllerTest, UsageRollsOverAtTheCalendarsMidnight) {
+  calendar = QTimeZone(3600 * 5);  // 12:00 UTC is 17:00 there
+  auto store = openStoreHere();
+  const auto usage = store->getOrCreateUsageTracking();
+  EXPECT_EQ(usage, store->getOrCreateUsageTracking());
+  EXPECT_EQ(usage->firstUsageDate, clock.now());
+  store->addTranscriptionUsage(30);
+  store->addTranscriptionUsage(12);
+  clock.set(utc("2026-03-10T18:59:59.000"));
+  EXPECT_EQ(store->todaysTranscriptionSeconds(), 42);
+  clock.set(utc("2026-03-10T19:00:00.000"));  // the next day there, the same day in UTC
+  store->addTranscriptionUsage(7);
+  EXPECT_EQ(usage->dailyTranscriptionSeconds, 7);
+  EXPECT_EQ(usage->lastResetDate, clock.now());
+  clock.set(utc("2026-03-13T00:00:00.000"));
+  EXPECT_EQ(store->todaysTranscriptionSeconds(), 0);
+  EXPECT_EQ(usage->lastResetDate, clock.now());
+  EXPECT_EQ(usage->firstUsageDate, utc("2026-03-10T12:00:00.000"));
+  EXPECT_FALSE(store->hasChanges());
+}
+
+TEST_F(PersistenceControllerTest, PagesOfTheHistory) {
+  auto store = openStoreHere();
+  for (int i = 0; i < 5; ++i) {
+    clock.set(utc("2026-03-10T12:00:00.000").addSecs(i == 2 ? -600 : i * 60));  // the third is older than it was made
+    store->createTranscript(i, {}, {});
+  }
+  const auto durations = [&](int limit, int offset) {
+    QStringList result;
+    for (const TranscriptPtr& transcript : store->fetchTranscripts(limit, offset))
+      result << QString::number(*transcript->duration);
+    return result.join(' ');
+  };
+  EXPECT_EQ(durations(-1, 0), "4 3 1 0 2");
+  EXPECT_EQ(durations(2, 0), "4 3");
+  EXPECT_EQ(durations(2, 3), "0 2");
+  EXPECT_EQ(durations(2, 5), "");
+  EXPECT_EQ(durations(0, 0), "");
+  EXPECT_EQ(store->fetchTranscriptPage(1, 1).totalCount, 5);
+  EXPECT_EQ(store->fetchTranscriptsBefore(utc("2026-03-10T12:01:00.000")).size(), 2u);
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,248 @@
+#include <limits>
+
+#include "storage/ModeDeletion.h"
+#include "storage/SettingsManager.h"
+#include "storage/StoreFixture.h"
+#include "support/FakeDefaultsStore.h"
+
+namespace quillmere {
+namespace {
+
+class SettingsTest : public testing::Test {
+ public:
+  QTemporaryDir home;
+  StandardFolders folders{home.filePath("data"), home.filePath("Documents"), home.filePath("Downloads"),
+                          home.filePath("tmp")};
+  FakeDefaultsStore defaults;
+  std::shared_ptr<RecordingLogSink> lines = std::make_shared<RecordingLogSink>();
+
+  std::unique_ptr<SettingsManager> make() {
+    return std::make_unique<SettingsManager>(defaults, folders, Logging(lines));
+  }
+};
+
+TEST_F(SettingsTest, DefaultsWhereNothingIsStored) {
+  const auto settings = make();
+  EXPECT_TRUE(settings->general().enableVAD());
+  EXPECT_FALSE(settings->general().launchMinimized());
+  EXPECT_EQ(settings->audio().soundEffectsVolume(), 0.5);
+  EXPECT_EQ(settings->audio().mediaControlMode(), MediaControlMode::off);
+  EXPECT_EQ(settings->storage().appFolderPath(), home.filePath("data/Quillmere"));
+  EXPECT_EQ(settings->storage().recordingsFolder(), home.filePath("Documents/quillmere/recordings"));
+  EXPECT_TRUE(settings->storage().storeAsM4A());
+  EXPECT_EQ(settings->autoDelete().autoDeleteValue(), 30);
+  EXPECT_EQ(settings->clipboardRestoreDelaySeconds(), 10.0);
+  EXPECT_EQ(settings->currentMode(), "Default");
+  EXPECT_TRUE(settings->defaultModelByMode().isEmpty());
+  EXPECT_EQ(settings->modelHubUrl(), "");
+  EXPECT_TRUE(flagSetting(defaults, "enableErrorLogging"));
+  EXPECT_EQ(defaults.keys(), QStringList());  // reading defaults writes none
+}
+
+TEST_F(SettingsTest, TheTableIsWellFormed) {
+  std::set<std::string> keys;
+  for (const SettingDefinition& definition : settingsTable) {
+    EXPECT_TRUE(keys.insert(definition.key).second) << definition.key;
+    const QVariant value = defaultSettingValue(definition, folders);
+    if (definition.isInternal || !value.isValid()) continue;
+    // What is shown can be typed again.
+    const auto parsed = parseSettingText(definition.key, settingText(definition, value));
+    ASSERT_TRUE(parsed) << definition.key << ": " << parsed.error().toStdString();
+    EXPECT_EQ(*parsed, value) << definition.key;
+  }
+  std::set<std::string> registered;
+  for (const char* key : registeredSettingKeys) {
+    ASSERT_TRUE(keys.contains(key)) << key;
+    EXPECT_TRUE(findSetting(key)->isRegistered) << key;
+    registered.insert(key);
+  }
+  EXPECT_EQ(registered.size(), 27u);
+  for (const SettingDefinition& definition : settingsTable)
+    EXPECT_EQ(definition.isRegistered, registered.contains(definition.key)) << definition.key;
+}
+
+TEST_F(SettingsTest, RepairsAndMigrationsAtStart) {
+  struct Case {
+    const char* key;
+    QVariant stored;
+    QVariant expected;
+  };
+  const Case cases[] = {{"audioSampleRate", 7999.0, 16000.0},
+                        {"audioSampleRate", 48001.0, 16000.0},
+                        {"audioSampleRate", 8000.0, 8000.0},
+                        {"audioSampleRate", 48000, 48000},
+                        {"audioSampleRate", std::numeric_limits<double>::quiet_NaN(), 16000.0},
+                        {"historyRetentionDays", -1, 30},
+                        {"historyRetentionDays", 0, 0},
+                        {"defaultLanguage", "en-US", "en"},
+                        {"defaultLanguage", "en-GB", "en-GB"},
+                        {"soundEffectsVolume", -0.1, 0.5},
+                        {"soundEffectsVolume", 1.01, 0.5},
+                        {"soundEffectsVolume", 1.0, 1.0},
+                        {"autoDeleteValue", 0, 30},
+                        {"autoDeleteValue", -5, 30},
+                        {"autoDeleteValue", 1, 1},
+                        {"pauseOtherAudioDuringRecording", true, QVariant()},
+                        {"pauseOtherAudioDuringRecording", false, QVariant()}};
+  for (const Case& c : cases) {
+    FakeDefaultsStore store;
+    store.setValue(c.key, c.stored);
+    const SettingsManager settings(store, folders, Logging(lines));
+    EXPECT_EQ(store.value(c.key), c.expected) << c.key << ' ' << c.stored.toString().toStdString();
+    if (QString(c.key).startsWith("pause"))
+      EXPECT_EQ(settings.audio().mediaControlMode(),
+                c.stored.toBool() ? MediaControlMode::muteAudio : MediaControlMode::off);
+  }
+  EXPECT_EQ(lines->count("Migrated pauseOtherAudioDuringRecording=true to mediaControlMode=.muteAudio"), 1);
+  EXPECT_EQ(lines->count("Removed deprecated pauseOtherAudioDuringRecording setting"), 2);
+  EXPECT_EQ(lines->count("Auto-delete value was invalid, reset to 30"), 2);
+}
+
+TEST_F(SettingsTest, AValueOfAWrongTypeGivesTheDefault) {
+  const auto settings = make();
+  defaults.setValue("enableVAD", "no");
+  defaults.setValue("maxRecordingDuration", "600");
+  defaults.setValue("soundTheme", 3);
+  defaults.setValue("currentMode", QByteArray("x"));
+  defaults.setValue("defaultModelByMode", QByteArray("not json"));
+  defaults.setValue("projectDirectories", "[1, 2]");
+  defaults.setValue("autoDeleteTimeUnit", "fortnights");
+  defaults.setValue("historyRetentionDays", 1e12);
+  EXPECT_TRUE(settings->general().enableVAD());
+  EXPECT_EQ(settings->maxRecordingDuration(), 300);
+  EXPECT_EQ(settings->audio().soundTheme(), SoundTheme::classic);
+  EXPECT_EQ(settings->currentMode(), "Default");
+  EXPECT_TRUE(settings->defaultModelByMode().isEmpty());
+  EXPECT_TRUE(settings->developerMode().projectDirectories().isEmpty());
+  EXPECT_EQ(settings->autoDelete().autoDeleteTimeUnit(), AutoDeleteTimeUnit::days);
+  EXPECT_EQ(settings->historyRetentionDays(), 30);
+  defaults.setValue("maxRecordingDuration", 600.0);  // another kind of number is a number
+  defaults.setValue("clipboardRestoreDelaySeconds", 2);
+  EXPECT_EQ(settings->maxRecordingDuration(), 600);
+  EXPECT_EQ(settings->clipboardRestoreDelaySeconds(), 2.0);
+}
+
+TEST_F(SettingsTest, ChangesAreAnnouncedOnceAndForwarded) {
+  const auto settings = make();
+  QStringList root, general;
+  const Subscription a = settings->observeChanges([&](const QString& key) { root << key; });
+  const Subscription b = settings->general().observeChanges([&](const QString& key) { general << key; });
+  settings->general().setEnableVAD(false);
+  settings->general().setEnableVAD(false);
+  settings->setKeepAudioFiles(true);
+  settings->autoDelete().setAutoDeleteValue(0);
+  settings->developerMode().setIndexedFileExtensions({"h", "c,d"});
+  defaults.changeByOtherProcess("showInDock", false);
+  defaults.setValue("unknownKey", 1);
+  EXPECT_EQ(root, QStringList({"enableVAD", "keepAudioFiles", "autoDeleteValue", "indexedFileExtensions", "showInDock"}));
+  EXPECT_EQ(general, QStringList({"enableVAD", "showInDock"}));
+  EXPECT_EQ(settings->autoDelete().autoDeleteValue(), 1);
+  EXPECT_EQ(settings->developerMode().indexedFileExtensions(), QStringList({"h", "c,d"}));
+  EXPECT_TRUE(lines->contains("✅ Show in dock: 0") || lines->contains("✅ Show in dock: false")) << lines->lines().join('\n').toStdString();
+  const int writes = defaults.writeCount;
+  settings->setKeepAudioFiles(true);
+  EXPECT_EQ(defaults.writeCount, writes);
+}
+
+TEST_F(SettingsTest, ManagersLeaveNoObserverBehind) {
+  make();
+  EXPECT_EQ(defaults.observerCount(), 0u);
+}
+
+TEST_F(SettingsTest, ModelsByMode) {
+  const auto settings = make();
+  settings->setDefaultModel("AAAA-1", "base");
+  settings->setDefaultModel("bbbb-2", "tiny");
+  settings->setDefaultModel("aaaa-1", "small");
+  EXPECT_EQ(settings->defaultModelByMode(), (QMap<QString, QString>{{"aaaa-1", "small"}, {"bbbb-2", "tiny"}}));
+  EXPECT_EQ(defaults.value("defaultModelByMode").typeId(), QMetaType::QByteArray);
+  settings->setDefaultModel("BBBB-2", std::nullopt);
+  EXPECT_EQ(settings->defaultModelByMode().keys(), QStringList{"aaaa-1"});
+}
+
+TEST_F(SettingsTest, TypedTexts) {
+  struct Case {
+    const char* key;
+    const char* text;
+    QVariant expected;  // invalid: refused
+  };
+  const Case cases[] = {
+      {"enableVAD", "false", false}, {"enableVAD", " On ", true}, {"enableVAD", "1", true}, {"enableVAD", "maybe", {}},
+      {"enableVAD", "", {}},
+      {"maxRecordingDuration", "600", 600}, {"maxRecordingDuration", "0", {}}, {"maxRecordingDuration", "1.5", {}},
+      {"maxRecordingDuration", "99999999999", {}}, {"maxRecordingDuration", "5 minutes", {}},
+      {"historyRetentionDays", "0", 0}, {"historyRetentionDays", "-1", {}},
+      {"audioSampleRate", "44100", 44100.0}, {"audioSampleRate", "7999.9", {}}, {"audioSampleRate", "nan", {}},
+      {"soundEffectsVolume", "1", 1.0}, {"soundEffectsVolume", "1.1", {}}, {"soundEffectsVolume", "inf", {}},
+      {"clipboardRestoreDelaySeconds", "2.5", 2.5}, {"clipboardRestoreDelaySeconds", "-1", {}},
+      {"soundTheme", "new", "New"}, {"soundTheme", "Modern", {}},
+      {"pushToTalkMode", "LEFTOPTION", "leftOption"}, {"pushToTalkMode", "", {}},
+      {"defaultLanguage", "DE_at", "de-AT"}, {"defaultLanguage", "", "auto"}, {"defaultLanguage", "what ever", {}},
+      {"currentModeId", "{00000000-0000-0000-0000-00000000000A}", "00000000-0000-0000-0000-00000000000a"},
+      {"currentModeId", "", ""}, {"currentModeId", "Default", {}},
+      {"recordingsFolder", "/tmp/x/../y/", "/tmp/y"}, {"recordingsFolder", "relative", {}}, {"recordingsFolder", "", {}},
+      {"modelHubUrl", "https://hub.example/models", "https://hub.example/models"}, {"modelHubUrl", "", ""},
+      {"modelHubUrl", "/srv/models", "/srv/models"}, {"modelHubUrl", "file:///srv/models", "file:///srv/models"},
+      {"modelHubUrl", "hub.example", {}}, {"modelHubUrl", "ftp://hub.example", {}}, {"modelHubUrl", "https://", {}},
+      {"projectDirectories", R"(["/a", "/b, c"])", R"(["/a","/b, c"])"}, {"projectDirectories", "[1]", {}},
+      {"indexedFileExtensions", "h, cpp,", R"(["h","cpp"])"}, {"projectDirectories", "[\"/a\"", {}},
+      {"defaultModelByMode", R"({"a": "base"})", QByteArray(R"({"a":"base"})")}, {"defaultModelByMode", "{\"a\": 1}", {}},
+      {"defaultModelByMode", "", QByteArray("{}")},
+      {"noSuchKey", "1", {}}, {"hasCompletedOnboarding", "true", {}}, {"customPostProcessingEndpoints", "[]", {}},
+  };
+  for (const Case& c : cases) {
+    const auto parsed = parseSettingText(c.key, c.text);
+    ASSERT_EQ(parsed.hasValue(), c.expected.isValid()) << c.key << " = " << c.text;
+    if (parsed) EXPECT_EQ(*parsed, c.expected) << c.key << " = " << c.text;
+    else EXPECT_FALSE(parsed.error().isEmpty());
+    if (parsed) EXPECT_EQ(parsed->typeId(), c.expected.typeId()) << c.key;
+  }
+}
+
+TEST_F(SettingsTest, SetAndResetByKey) {
+  const auto settings = make();
+  EXPECT_TRUE(settings->setText("defaultTranscriptionModel", "tiny"));
+  EXPECT_EQ(settings->defaultTranscriptionModel(), "tiny");
+  EXPECT_TRUE(settings->isStored("defaultTranscriptionModel"));
+  EXPECT_TRUE(settings->reset("defaultTranscriptionModel"));
+  EXPECT_FALSE(settings->isStored("defaultTranscriptionModel"));
+  EXPECT_EQ(settings->effectiveValue("defaultTranscriptionModel"), "base");
+  EXPECT_FALSE(settings->reset("noSuchKey"));
+  EXPECT_FALSE(settings->reset("hasCompletedOnboarding"));
+  EXPECT_FALSE(settings->effectiveValue("noSuchKey").isValid());
+  defaults.isReadOnly = true;
+  EXPECT_FALSE(settings->setText("defaultTranscriptionModel", "small"));
+}
+
+TEST_F(SettingsTest, TheDocumentNamesEverySettingThatCanBeSet) {
+  const QString page = renderSettingsDocument([](const QString& key) { return '[' + key + ']'; });
+  for (const SettingDefinition& definition : settingsTable)
+    EXPECT_EQ(page.contains("| `" + QString(definition.key) + "` |"), !definition.isInternal) << definition.key;
+  EXPECT_TRUE(page.contains("[settings.describe.enableVAD]"));
+  EXPECT_FALSE(page.contains(home.path()));
+}
+
+class ModeDeletionTest : public StoreFixture {};
+
+TEST_F(ModeDeletionTest, TheSettingsAndTheSelectionFollow) {
+  FakeDefaultsStore defaults;
+  SettingsManager settings(defaults, {folder.path(), folder.path(), folder.path(), folder.path()}, Logging());
+  const auto store = openStoreHere();
+  const ModePtr a = store->saveMode(modeData("A")), b = store->saveMode(modeData("B"));
+  for (const ModePtr& mode : {a, b}) settings.setDefaultModel(mode->id->toString(QUuid::WithoutBraces), "tiny");
+  const Logging logging(lines);
+  auto outcome = deleteModeAndReferences(*store, settings, logging, a, *b->id);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->selection, ModeDeletionOutcome::Selection::unchanged);
+  EXPECT_EQ(settings.defaultModelByMode().keys(), QStringList{b->id->toString(QUuid::WithoutBraces)});
+  outcome = deleteModeAndReferences(*store, settings, logging, b, *b->id);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->selection, ModeDeletionOutcome::Selection::switched);
+  EXPECT_EQ(outcome->newSelection, store->fetchDefaultMode());
+  EXPECT_TRUE(lines->contains("Deleted selected mode, switched to first remaining mode: Default"));
+  EXPECT_TRUE(settings.defaultModelByMode().isEmpty());
+  EXPECT_FALSE(deleteModeAndReferences(*store, settings, logging, store->fetchDefaultMode(), std::nullopt));
+}
+
+}  // namespace
+}  // namespace quillmere

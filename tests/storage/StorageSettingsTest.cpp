@@ -1,0 +1,176 @@
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "base/async/TaskScope.h"
+#include "storage/StorageSettingsManager.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeErrorReporting.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+#include "support/WithoutPrivileges.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+class StorageSettingsTest : public testing::Test {
+ public:
+  QTemporaryDir home;
+  StandardFolders folders{home.filePath("data"), home.filePath("Documents"), home.filePath("Downloads"),
+                          home.filePath("tmp")};
+  FakeDefaultsStore defaults;
+  FakeErrorReporting reporting;
+  std::shared_ptr<RecordingLogSink> lines = std::make_shared<RecordingLogSink>();
+  ManualExecutor executor;
+  StorageSettingsManager storage{defaults, folders, Logging(lines), &reporting};
+  const QString recordings = home.filePath("Documents/quillmere/recordings");
+
+  // A file where a folder would have to be: nothing below it can be made.
+  void block(const QString& path) const {
+    QDir(path).removeRecursively();
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  }
+  void blockEverything() const {
+    for (const QString& path : {folders.applicationSupport, folders.documents, folders.downloads, folders.temporary})
+      block(path);
+  }
+  QStringList fallbacks() const {
+    QStringList names;
+    for (const Breadcrumb& breadcrumb : reporting.breadcrumbs)
+      if (breadcrumb.message == "Storage fallback selected") names << breadcrumb.data["fallback"].toString();
+    return names;
+  }
+};
+
+TEST_F(StorageSettingsTest, TheApplicationFolderIsMadeAtTheStart) {
+  EXPECT_TRUE(QDir(home.filePath("data/Quillmere")).exists());
+  EXPECT_TRUE(lines->contains("✅ Created app folder at: " + home.filePath("data/Quillmere")));
+  blockEverything();
+  storage.ensureAppFolder();
+  EXPECT_TRUE(lines->contains("❌ Failed to create app folder: Not a directory"));
+}
+
+TEST_F(StorageSettingsTest, DocumentsAreExplainedFirst) {
+  QStringList announced;
+  const Subscription subscription = storage.observeChanges([&](const QString& key) { announced << key; });
+  storage.ensureRecordingsFolder();
+  EXPECT_TRUE(storage.showDocumentsPermissionAlert());
+  EXPECT_FALSE(QDir(recordings).exists());
+  ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
+  EXPECT_EQ(reporting.breadcrumbs[0].message, "Documents access explanation shown");
+  EXPECT_EQ(reporting.breadcrumbs[0].category, "settings.storage");
+  EXPECT_EQ(reporting.breadcrumbs[0].data["path"], recordings);
+  EXPECT_EQ(announced, QStringList{"showDocumentsPermissionAlert"});
+  EXPECT_TRUE(storage.confirmDocumentsAccess());
+  EXPECT_FALSE(storage.showDocumentsPermissionAlert());
+  EXPECT_TRUE(QDir(recordings).exists());
+  EXPECT_TRUE(fallbacks().isEmpty());
+}
+
+TEST_F(StorageSettingsTest, WithoutConsentNothingIsReported) {
+  defaults.setValue("enableErrorLogging", false);
+  storage.ensureRecordingsFolder();
+  storage.declineDocumentsAccess();
+  EXPECT_TRUE(reporting.breadcrumbs.empty());
+}
+
+TEST_F(StorageSettingsTest, DecliningTakesTheFirstPlaceOfTheLadder) {
+  storage.ensureRecordingsFolder();
+  EXPECT_TRUE(storage.declineDocumentsAccess());
+  EXPECT_TRUE(storage.userChoseAlternateStorage() && storage.documentsPermissionExplained());
+  EXPECT_EQ(storage.recordingsFolder(), home.filePath("data/Quillmere/recordings"));
+  EXPECT_EQ(defaults.value("appFolderPath"), home.filePath("data/Quillmere"));
+  EXPECT_TRUE(lines->contains("↩️ Using Application Support for recordings: " + storage.recordingsFolder()));
+}
+
+TEST_F(StorageSettingsTest, TheLadderGoesDownStepByStep) {
+  blockEverything();
+  EXPECT_FALSE(storage.confirmDocumentsAccess());
+  EXPECT_TRUE(storage.documentsAccessDenied());
+  QFile::remove(folders.temporary);
+  storage.ensureRecordingsFolder();
+  EXPECT_EQ(storage.recordingsFolder(), home.filePath("tmp/Quillmere/recordings"));
+  QDir(folders.temporary).removeRecursively();
+  block(folders.temporary);
+  QFile::remove(folders.downloads);
+  storage.ensureRecordingsFolder();
+  EXPECT_EQ(storage.recordingsFolder(), home.filePath("Downloads/Quillmere Recordings"));
+  EXPECT_EQ(fallbacks(), QStringList({"temporary", "downloads"}));
+}
+
+TEST_F(StorageSettingsTest, ACustomFolderThatVanishedIsMadeAgainWithoutAQuestion) {
+  storage.setRecordingsFolder(home.filePath("mine/audio"));
+  storage.ensureRecordingsFolder();
+  EXPECT_TRUE(QDir(home.filePath("mine/audio")).exists());
+  storage.setRecordingsFolder(folders.documents + "-archive/audio");  // begins alike, but isn't in Documents
+  storage.ensureRecordingsFolder();
+  EXPECT_TRUE(QDir(folders.documents + "-archive/audio").exists());
+  EXPECT_FALSE(storage.showDocumentsPermissionAlert());
+}
+
+TEST_F(StorageSettingsTest, WaitingEndsWhenThePersonHasAnswered) {
+  TaskScope scope(executor);
+  std::optional<bool> ready;
+  const auto wait = [](StorageSettingsManager& manager, std::optional<bool>& result) -> Task<void> {
+    auto task = manager.waitForRecordingsFolder(120s);
+    result = co_await std::move(task);
+  };
+  scope.spawn(wait(storage, ready));
+  executor.runUntilIdle();
+  executor.advance(60s);
+  EXPECT_EQ(ready, std::nullopt);
+  EXPECT_TRUE(storage.showDocumentsPermissionAlert());
+  storage.confirmDocumentsAccess();
+  executor.advance(200ms);
+  EXPECT_EQ(ready, true);
+}
+
+TEST_F(StorageSettingsTest, WaitingGivesUpAfterItsTime) {
+  blockEverything();
+  storage.declineDocumentsAccess();
+  const TimePoint start = executor.now();
+  EXPECT_FALSE(runTask(executor, storage.waitForRecordingsFolder(120s)));
+  EXPECT_EQ(executor.now() - start, 120s);
+  QFile::remove(folders.downloads);
+  EXPECT_TRUE(runTask(executor, storage.waitForRecordingsFolder(120s)));
+  EXPECT_EQ(storage.recordingsFolder(), home.filePath("Downloads/Quillmere Recordings"));
+}
+
+TEST_F(StorageSettingsTest, AFolderThatCantBeWrittenIsNotReady) {
+  ASSERT_TRUE(QDir().mkpath(recordings));
+  ASSERT_TRUE(QFile::setPermissions(recordings, QFile::Permissions(0x5555)));
+  ASSERT_TRUE(QFile::setPermissions(home.path(), QFile::Permissions(0x5555)));
+  {
+    const WithoutPrivileges scope;
+    EXPECT_FALSE(runTask(executor, storage.waitForRecordingsFolder(1s)));
+    storage.changeRecordingsFolder(recordings);
+  }
+  EXPECT_EQ(storage.validationError(), "Cannot write to selected folder. Please check permissions.");
+  ASSERT_EQ(reporting.messages.size(), 1u);
+  EXPECT_EQ(reporting.messages[0].text, "Recordings folder not writable");
+}
+
+TEST_F(StorageSettingsTest, ChangingTheFolder) {
+  block(home.filePath("file"));
+  storage.changeRecordingsFolder(home.filePath("file/below"));
+  EXPECT_EQ(storage.validationError(), "Failed to create folder: Not a directory");
+  ASSERT_EQ(reporting.reports.size(), 1u);
+  EXPECT_EQ(reporting.reports[0].options.message, "Recordings folder creation failed");
+  EXPECT_EQ(reporting.reports[0].options.extra["path"], home.filePath("file/below"));
+  storage.changeRecordingsFolder(home.filePath("file"));
+  EXPECT_EQ(storage.validationError(), "Cannot write to selected folder. Please check permissions.");
+  EXPECT_EQ(storage.recordingsFolder(), recordings);
+  storage.changeRecordingsFolder(home.filePath("new/place"));
+  EXPECT_EQ(storage.validationError(), std::nullopt);
+  EXPECT_EQ(storage.recordingsFolder(), home.filePath("new/place"));
+  EXPECT_TRUE(lines->contains("✅ Created recordings folder at: " + home.filePath("new/place")));
+  EXPECT_TRUE(lines->contains("✅ Recordings folder changed to: " + home.filePath("new/place")));
+  EXPECT_EQ(reporting.messages.back().text, "Recordings folder changed");
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,129 @@
+#include "storage/TranscriptSearch.h"
+
+#include "storage/StoreFixture.h"
+
+namespace quillmere {
+namespace {
+
+class TranscriptSearchTest : public StoreFixture {
+ public:
+  std::unique_ptr<PersistenceController> store = openStoreHere();
+
+  TranscriptPtr add(const QString& text) {
+    clock.set(clock.now().addSecs(1));
+    const TranscriptPtr transcript = store->createTranscript(1, {}, {});
+    transcript->text = text;
+    store->save();
+    return transcript;
+  }
+  QString found(const QString& search) {
+    QStringList texts;
+    const TranscriptPage page = store->fetchTranscriptPage(100, 0, search);
+    for (const TranscriptPtr& transcript : page.transcripts) texts << *transcript->text;
+    EXPECT_EQ(page.totalCount, texts.size()) << search.toStdString();
+    return texts.join(" | ");
+  }
+};
+
+TEST_F(TranscriptSearchTest, WhatFindsWhat) {
+  for (const char* text :
+       {"The quick brown fox", "Quick meeting about the Straßenbahn", "Crème brûlée für zwei", "今天的会议很重要。", "東京タワーに行きました",
+        "สวัสดีครับ", "C++ and foo-bar, 100% sure_thing", "don't panic 🙂", "Ελλάδα ΣΊΣΥΦΟΣ", "наступний тиждень"})
+    add(text);
+  struct Case {
+    const char* search;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"quick", "Quick meeting about the Straßenbahn | The quick brown fox"},
+      {"QUI", "Quick meeting about the Straßenbahn | The quick brown fox"},
+      {"fox quick", "The quick brown fox"},
+      {"\"quick brown\"", "The quick brown fox"},
+      {"\"brown quick\"", ""},
+      {"\"quick bro\"", "The quick brown fox"},  // no such words, but such a piece of a text
+      {"creme brulee", "Crème brûlée für zwei"},
+      {"FÜR", "Crème brûlée für zwei"},
+      {"bahn", "Quick meeting about the Straßenbahn"},  // inside a word
+      {"RASSEN", ""},
+      {"会议", "今天的会议很重要。"},
+      {"的会", "今天的会议很重要。"},
+      {"议会", ""},
+      {"重", "今天的会议很重要。"},
+      {"タワー", "東京タワーに行きました"},
+      {"東京 行き", "東京タワーに行きました"},
+      {"ครับ", "สวัสดีครับ"},
+      {"c++", "C++ and foo-bar, 100% sure_thing | Crème brûlée für zwei"},
+      {"++", "C++ and foo-bar, 100% sure_thing"},
+      {"foo-bar", "C++ and foo-bar, 100% sure_thing"},
+      {"100%", "C++ and foo-bar, 100% sure_thing"},
+      {"e_t", "C++ and foo-bar, 100% sure_thing"},
+      {"%", "C++ and foo-bar, 100% sure_thing"},
+      {"🙂", "don't panic 🙂"},
+      {"don't", "don't panic 🙂"},
+      {"σίσυφος", "Ελλάδα ΣΊΣΥΦΟΣ"},
+      {"ТИЖ", "наступний тиждень"},
+      {"nothing like this", ""},
+  };
+  for (const Case& c : cases) EXPECT_EQ(found(c.search), c.expected) << c.search;
+}
+
+TEST_F(TranscriptSearchTest, NothingThatIsTypedIsAnError) {
+  add("one text: with AND between");
+  reporting.reports.clear();
+  for (const QString& typed : {QString("AND"), QString("\""), QString("\"\""), QString("\"\"\"a"), QString("* ^ NEAR( NOT"),
+                               QString("text:"), QString("mode : x"), QString("{a b} : c"), QString("-x +y"),
+                               QString("'; DROP TABLE Transcript; --"), QString(QChar(0)), QString(QChar(0xD800)),
+                               QString("\\"), QString("a ").repeated(5000), QString("x").repeated(100000)})
+    store->fetchTranscriptPage(10, 0, typed);
+  EXPECT_TRUE(reporting.reports.empty());
+  EXPECT_EQ(found("AND"), "one text: with AND between");
+  EXPECT_EQ(found("text:"), "one text: with AND between");
+  for (const char* blank : {"", "  ", "\t\n"}) EXPECT_EQ(store->countTranscripts(QString(blank)), 1);
+}
+
+TEST_F(TranscriptSearchTest, AllTextsAndTheModesNameAreSearchedAndFollowTheRow) {
+  const TranscriptPtr transcript = add("final");
+  transcript->transcribedText = "rawness";
+  transcript->postProcessedText = "polished";
+  transcript->mode = "Dictation";
+  transcript->failedReason = "unsearched";
+  store->save();
+  for (const char* word : {"final", "raw", "polish", "dict"}) EXPECT_EQ(found(word), "final") << word;
+  EXPECT_EQ(found("unsearched"), "");
+  EXPECT_EQ(found("raw dict"), "final");  // across the fields
+  transcript->transcribedText.reset();
+  store->save();
+  EXPECT_EQ(found("rawness"), "");
+  store->deleteTranscript(transcript);
+  EXPECT_EQ(found("final"), "");
+}
+
+TEST_F(TranscriptSearchTest, PagesAreByDateWhicheverWayTheyAreFound) {
+  // Rare words are looked up one by one, frequent ones by a walk along the dates; both must agree on the order.
+  std::vector<std::pair<qint64, QString>> all;
+  for (int i = 0; i < 400; ++i) {
+    const TranscriptPtr transcript = store->insertTranscript();
+    const qint64 date = (i * 7919LL) % 400;
+    transcript->date = QDateTime::fromMSecsSinceEpoch(date / 2, Qt::UTC);  // with equal dates
+    transcript->text = QString("number%1 common%2").arg(i).arg(i % 40 == 0 ? " rare" : "");
+  }
+  const TranscriptPtr undated = store->insertTranscript();
+  undated->text = "common rare undated";
+  ASSERT_TRUE(store->save());
+  const auto everything = store->fetchTranscripts(-1);
+  ASSERT_EQ(everything.back(), undated);
+  for (const char* word : {"common", "rare"}) {
+    std::vector<TranscriptPtr> expected;
+    for (const TranscriptPtr& transcript : everything)
+      if (transcript->text->contains(word)) expected.push_back(transcript);
+    EXPECT_EQ(store->fetchTranscripts(-1, 0, QString(word)), expected) << word;
+    std::vector<TranscriptPtr> paged;
+    for (int offset = 0; offset < static_cast<int>(expected.size()); offset += 7)
+      for (const TranscriptPtr& transcript : store->fetchTranscripts(7, offset, QString(word))) paged.push_back(transcript);
+    EXPECT_EQ(paged, expected) << word;
+    EXPECT_TRUE(store->fetchTranscripts(7, static_cast<int>(expected.size()), QString(word)).empty());
+  }
+}
+
+}  // namespace
+}  // namespace quillmere
