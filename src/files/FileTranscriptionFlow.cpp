@@ -193,6 +193,7 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
   auto measuring = use_.converter.durationSeconds(audioPath);
   const auto duration = co_await std::move(measuring);
   if (!duration) co_return Failed{duration.error()};
+  if (!(*duration > 0)) co_return Failed{AnyError(AudioError{AudioError::Kind::fileNotReadable, QString()})};
   outcome.audioDurationSeconds = *duration;
   co_await throwIfStopped();
   animate(0.15f, 0.3);

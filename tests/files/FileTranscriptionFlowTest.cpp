@@ -209,6 +209,7 @@ TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
       {flac, cloud, [](const Outcome& o) { return o.refusal && o.refusal->is<E::UnsupportedFormat>(); }},
       {silentFilm, nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::VideoHasNoAudio>(); }},
       {broken, nullptr, [](const Outcome& o) { return o.error.has_value(); }},
+      {input(QStringLiteral("no-frames.wav"), 0), nullptr, [](const Outcome& o) { return o.error.has_value(); }},
   };
   for (const Row& row : table) {
     const Outcome outcome = run(row.file, row.mode);

@@ -39,7 +39,7 @@ Task<int> runSettings(CommandContext context, SettingsOptions options) {
           context.terminal.json(settingJson(settings, row));
         } else if (!row.isInternal) {
           const QString name = QString::fromLatin1(row.key);
-          context.terminal.out(QStringLiteral("%1 %2 %3").arg(settings.isStored(name) ? u'*' : u' ').arg(name.leftJustified(30), shown(settings, row)));
+          context.terminal.out(QStringLiteral("%1 %2 %3").arg(settings.isStored(name) ? QChar(u'*') : QChar(u' ')).arg(name.leftJustified(30), shown(settings, row)));
         }
       }
       co_return exitOk;

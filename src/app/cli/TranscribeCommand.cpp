@@ -90,6 +90,11 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
           message += QStringLiteral(" (%1)").arg(copy->reason);
       if (message.isEmpty() && outcome.error) message = localizedDescription(*outcome.error);
       report.failure = CommandFailure{message, code};
+      // Nobody will want to retry a file without usable sound. The original is where it was.
+      if (code == exitInput && outcome.transcript) {
+        services.persistence->deleteTranscript(outcome.transcript);
+        report.transcriptId.clear();
+      }
       break;
     }
     case FileTranscriptionOutcome::Kind::completed:
