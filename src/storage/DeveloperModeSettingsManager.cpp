@@ -25,7 +25,9 @@ QString encodeList(const QStringList& list) {
 DeveloperModeSettingsManager::DeveloperModeSettingsManager(DefaultsStore& defaults, const StandardFolders& folders)
     : SettingsChannel(defaults, folders, SettingGroup::developerMode) {}
 
-QStringList DeveloperModeSettingsManager::projectDirectories() const { return decodeList(get<"projectDirectories">()); }
+QStringList DeveloperModeSettingsManager::projectDirectories() const {
+  return decodeList(get<"projectDirectories">());
+}
 bool DeveloperModeSettingsManager::setProjectDirectories(const QStringList& value) {
   return set<"projectDirectories">(encodeList(value));
 }

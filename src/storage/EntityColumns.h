@@ -26,7 +26,10 @@ struct EntityColumn {
 template <typename E>
 struct EntityTable;
 
-#define COLUMN(entity, field) EntityColumn<entity>{#field, &entity::field}
+#define COLUMN(entity, field) \
+  EntityColumn<entity> {      \
+    #field, &entity::field    \
+  }
 
 template <>
 struct EntityTable<Mode> {
@@ -59,14 +62,19 @@ struct EntityTable<Mode> {
 template <>
 struct EntityTable<RecordingSession> {
   static constexpr const char* name = "RecordingSession";
-  static constexpr std::array columns{
-      COLUMN(RecordingSession, audioFilePath), COLUMN(RecordingSession, audioFormat),
-      COLUMN(RecordingSession, channelCount),  COLUMN(RecordingSession, deviceId),
-      COLUMN(RecordingSession, deviceName),    COLUMN(RecordingSession, durationInSeconds),
-      COLUMN(RecordingSession, endTime),       COLUMN(RecordingSession, errorMessage),
-      COLUMN(RecordingSession, id),            COLUMN(RecordingSession, retryCount),
-      COLUMN(RecordingSession, sampleRate),    COLUMN(RecordingSession, startTime),
-      COLUMN(RecordingSession, status)};
+  static constexpr std::array columns{COLUMN(RecordingSession, audioFilePath),
+                                      COLUMN(RecordingSession, audioFormat),
+                                      COLUMN(RecordingSession, channelCount),
+                                      COLUMN(RecordingSession, deviceId),
+                                      COLUMN(RecordingSession, deviceName),
+                                      COLUMN(RecordingSession, durationInSeconds),
+                                      COLUMN(RecordingSession, endTime),
+                                      COLUMN(RecordingSession, errorMessage),
+                                      COLUMN(RecordingSession, id),
+                                      COLUMN(RecordingSession, retryCount),
+                                      COLUMN(RecordingSession, sampleRate),
+                                      COLUMN(RecordingSession, startTime),
+                                      COLUMN(RecordingSession, status)};
 };
 
 template <>
@@ -111,13 +119,21 @@ struct EntityTable<UsageTracking> {
 
 // --- one value in a column. Text is UTF-8, identifiers lower-case text with dashes, dates milliseconds since 1970 UTC.
 
-inline void bindValue(SQLite::Statement& statement, int index, bool value) { statement.bind(index, value ? 1 : 0); }
-inline void bindValue(SQLite::Statement& statement, int index, qint16 value) { statement.bind(index, int{value}); }
-inline void bindValue(SQLite::Statement& statement, int index, int value) { statement.bind(index, value); }
+inline void bindValue(SQLite::Statement& statement, int index, bool value) {
+  statement.bind(index, value ? 1 : 0);
+}
+inline void bindValue(SQLite::Statement& statement, int index, qint16 value) {
+  statement.bind(index, int{value});
+}
+inline void bindValue(SQLite::Statement& statement, int index, int value) {
+  statement.bind(index, value);
+}
 inline void bindValue(SQLite::Statement& statement, int index, qint64 value) {
   statement.bind(index, static_cast<std::int64_t>(value));
 }
-inline void bindValue(SQLite::Statement& statement, int index, double value) { statement.bind(index, value); }
+inline void bindValue(SQLite::Statement& statement, int index, double value) {
+  statement.bind(index, value);
+}
 inline void bindValue(SQLite::Statement& statement, int index, const QString& value) {
   statement.bind(index, value.toStdString());
 }
@@ -125,17 +141,25 @@ inline void bindValue(SQLite::Statement& statement, int index, const QUuid& valu
   statement.bind(index, value.toString(QUuid::WithoutBraces).toStdString());
 }
 inline void bindValue(SQLite::Statement& statement, int index, const QDateTime& value) {
-  if (value.isValid()) statement.bind(index, static_cast<std::int64_t>(value.toMSecsSinceEpoch()));
-  else statement.bind(index);
+  if (value.isValid())
+    statement.bind(index, static_cast<std::int64_t>(value.toMSecsSinceEpoch()));
+  else
+    statement.bind(index);
 }
 
-inline void readValue(const SQLite::Column& column, std::optional<bool>& value) { value = column.getInt64() != 0; }
+inline void readValue(const SQLite::Column& column, std::optional<bool>& value) {
+  value = column.getInt64() != 0;
+}
 inline void readValue(const SQLite::Column& column, std::optional<qint16>& value) {
   const qint64 number = column.getInt64();
   if (number == static_cast<qint16>(number)) value = static_cast<qint16>(number);
 }
-inline void readValue(const SQLite::Column& column, std::optional<qint64>& value) { value = column.getInt64(); }
-inline void readValue(const SQLite::Column& column, std::optional<double>& value) { value = column.getDouble(); }
+inline void readValue(const SQLite::Column& column, std::optional<qint64>& value) {
+  value = column.getInt64();
+}
+inline void readValue(const SQLite::Column& column, std::optional<double>& value) {
+  value = column.getDouble();
+}
 inline void readValue(const SQLite::Column& column, std::optional<QString>& value) {
   const char* text = column.getText();  // first: it settles the encoding that getBytes counts in
   value = QString::fromUtf8(text, column.getBytes());

@@ -328,10 +328,14 @@ void ObjectContext::bindReference(SQLite::Statement& statement, int index, const
   if (const auto fresh = newRows.find(target.get()); fresh != newRows.end()) row = fresh->second;
   const std::string table = EntityTable<R>::name;
   // Another process may have removed the target meanwhile; an object that isn't from here is known by its id.
-  if (row != 0) row = fetchNumber("SELECT pk FROM " + table + " WHERE pk = ?", row).valueOr(0);
-  else if (target->id) row = fetchNumber("SELECT pk FROM " + table + " WHERE id = ? LIMIT 1", *target->id).valueOr(0);
-  if (row != 0) bindValue(statement, index, row);
-  else statement.bind(index);
+  if (row != 0)
+    row = fetchNumber("SELECT pk FROM " + table + " WHERE pk = ?", row).valueOr(0);
+  else if (target->id)
+    row = fetchNumber("SELECT pk FROM " + table + " WHERE id = ? LIMIT 1", *target->id).valueOr(0);
+  if (row != 0)
+    bindValue(statement, index, row);
+  else
+    statement.bind(index);
 }
 
 template <typename E>
@@ -418,9 +422,10 @@ bool ObjectContext::settle(std::vector<PendingWrite<E>>& writes) {
 
 void ObjectContext::flush() {
   std::unordered_map<const void*, qint64> newRows;
-  auto writes = std::make_shared<std::tuple<std::vector<PendingWrite<Mode>>, std::vector<PendingWrite<RecordingSession>>,
-                                            std::vector<PendingWrite<Transcript>>, std::vector<PendingWrite<Vocabulary>>,
-                                            std::vector<PendingWrite<UsageTracking>>>>();
+  auto writes =
+      std::make_shared<std::tuple<std::vector<PendingWrite<Mode>>, std::vector<PendingWrite<RecordingSession>>,
+                                  std::vector<PendingWrite<Transcript>>, std::vector<PendingWrite<Vocabulary>>,
+                                  std::vector<PendingWrite<UsageTracking>>>>();
   forEachEntity([&]<typename E>(std::type_identity<E>) {
     std::get<std::vector<PendingWrite<E>>>(*writes) = writeChanges<E>(newRows);
   });
@@ -489,15 +494,15 @@ Result<void, PlatformError> ObjectContext::save() {
   return transact([] {});
 }
 
-#define INSTANTIATE(E)                                                                                     \
-  template std::shared_ptr<E> ObjectContext::insert<E>(E);                                                 \
-  template void ObjectContext::remove<E>(const std::shared_ptr<E>&);                                       \
-  template qint64 ObjectContext::rowId<E>(const std::shared_ptr<E>&) const;                                \
-  template std::vector<std::shared_ptr<E>> ObjectContext::pendingInserts<E>() const;                       \
-  template qint64 ObjectContext::pendingRemovalCount<E>() const;                                           \
-  template std::vector<std::pair<qint64, E>> ObjectContext::readRows<E>(SQLite::Statement&);               \
-  template std::shared_ptr<E> ObjectContext::materialise<E>(qint64, const E&);                             \
-  template Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchRows<E>(             \
+#define INSTANTIATE(E)                                                                         \
+  template std::shared_ptr<E> ObjectContext::insert<E>(E);                                     \
+  template void ObjectContext::remove<E>(const std::shared_ptr<E>&);                           \
+  template qint64 ObjectContext::rowId<E>(const std::shared_ptr<E>&) const;                    \
+  template std::vector<std::shared_ptr<E>> ObjectContext::pendingInserts<E>() const;           \
+  template qint64 ObjectContext::pendingRemovalCount<E>() const;                               \
+  template std::vector<std::pair<qint64, E>> ObjectContext::readRows<E>(SQLite::Statement&);   \
+  template std::shared_ptr<E> ObjectContext::materialise<E>(qint64, const E&);                 \
+  template Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchRows<E>( \
       const std::vector<qint64>&);
 INSTANTIATE(Mode)
 INSTANTIATE(RecordingSession)

@@ -19,10 +19,10 @@ namespace quillmere {
 
 // The identity map and unit of work over one open store.
 //
-// Every row that somebody holds has one object and one record here. A record keeps the values that the store is known to
-// have; what differs from them at a save is written, column by column. Records refer to their objects weakly; an object
-// whose last holder lets go of it while it differs comes back through its deleter and is kept until it is written.
-// Main thread only.
+// Every row that somebody holds has one object and one record here. A record keeps the values that the store is known
+// to have; what differs from them at a save is written, column by column. Records refer to their objects weakly; an
+// object whose last holder lets go of it while it differs comes back through its deleter and is kept until it is
+// written. Main thread only.
 class ObjectContext {
  public:
   explicit ObjectContext(std::unique_ptr<SQLite::Database> database);
@@ -60,7 +60,8 @@ class ObjectContext {
   Result<void, PlatformError> visitNumbers(const std::string& sql, const std::function<bool(qint64)>& visit);
 
   bool hasChanges() const;
-  // Writes everything that differs, in one transaction. After a failure nothing is written and everything still differs.
+  // Writes everything that differs, in one transaction. After a failure nothing is written and everything still
+  // differs.
   Result<void, PlatformError> save();
   // Runs `body` and the save in one write transaction, so that what `body` reads still holds when its changes are
   // written. `body` runs even where the transaction can't be had; its changes then wait for the next save.
@@ -182,7 +183,7 @@ const std::string& selectClause() {
 
 template <typename E, typename... Bind>
 Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetch(const std::string& tail,
-                                                                           const Bind&... values) {
+                                                                            const Bind&... values) {
   try {
     SQLite::Statement& statement = prepared(selectClause<E>() + tail);
     std::vector<std::pair<qint64, E>> rows;

@@ -31,7 +31,7 @@ struct SeedMode {
   const char* cloudProvider;
 };
 const SeedMode seedModes[] = {{defaultModeId, "Default", "quillmere", "en", "cloud", true, true, false, true, true, 0,
-                                   "", PostProcessingMode::cloud, "quillmere", "quillmere"}};
+                               "", PostProcessingMode::cloud, "quillmere", "quillmere"}};
 
 QString loadFailureText(const PlatformError& error, const QString& path) {
   return QString("Core Data failed to load: %1, path: %2, code: %3").arg(error.description, path).arg(error.code);
@@ -66,7 +66,9 @@ std::optional<QString> trimmedReplacement(const std::optional<QString>& replacem
   return text;
 }
 
-bool sameWord(const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) == 0; }
+bool sameWord(const QString& a, const QString& b) {
+  return a.compare(b, Qt::CaseInsensitive) == 0;
+}
 
 // "1234ABCD-56" -> "1234abcd-56"; nothing for a text that can't begin an identifier.
 std::optional<QString> idPrefix(const QString& typed) {
@@ -93,9 +95,11 @@ std::optional<QUuid> parseId(const QString& text) {
 
 struct PersistenceController::Observers : ObserverList<StoreChange> {};
 
-Result<std::unique_ptr<PersistenceController>, PlatformError> PersistenceController::open(
-    const Location& location, const Clock& clock, const Logging& logging, ErrorReporting* reporting,
-    const QTimeZone& calendar) {
+Result<std::unique_ptr<PersistenceController>, PlatformError> PersistenceController::open(const Location& location,
+                                                                                          const Clock& clock,
+                                                                                          const Logging& logging,
+                                                                                          ErrorReporting* reporting,
+                                                                                          const QTimeZone& calendar) {
   const Logger log = logging.logger("coredata");
   auto database = openStore(location, log);
   if (!database) {
@@ -205,10 +209,16 @@ bool PersistenceController::finishSave(const Result<void, PlatformError>& saved)
   return true;
 }
 
-bool PersistenceController::save() { return finishSave(context_->save()); }
-bool PersistenceController::hasChanges() const { return context_->hasChanges(); }
+bool PersistenceController::save() {
+  return finishSave(context_->save());
+}
+bool PersistenceController::hasChanges() const {
+  return context_->hasChanges();
+}
 
-bool PersistenceController::change(const std::function<void()>& body) { return finishSave(context_->transact(body)); }
+bool PersistenceController::change(const std::function<void()>& body) {
+  return finishSave(context_->transact(body));
+}
 
 bool PersistenceController::refreshIfChanged() {
   const auto changed = context_->refreshIfChanged();
@@ -266,11 +276,15 @@ void PersistenceController::updateTranscriptAudioPath(const TranscriptPtr& trans
 void PersistenceController::removeAudioFile(const std::optional<QString>& path, const char* deleted,
                                             const char* failed) {
   if (!path || path->isEmpty() || !QFileInfo(*path).isFile()) return;
-  if (QFile::remove(*path)) log_.info(deleted, *path);
-  else log_.error(failed, *path);
+  if (QFile::remove(*path))
+    log_.info(deleted, *path);
+  else
+    log_.error(failed, *path);
 }
 
-void PersistenceController::deleteTranscript(const TranscriptPtr& transcript) { deleteTranscripts({transcript}); }
+void PersistenceController::deleteTranscript(const TranscriptPtr& transcript) {
+  deleteTranscripts({transcript});
+}
 
 bool PersistenceController::deleteTranscripts(const std::vector<TranscriptPtr>& transcripts) {
   for (const TranscriptPtr& transcript : transcripts) {
@@ -312,11 +326,15 @@ TranscriptPage PersistenceController::fetchTranscriptPage(int limit, int offset,
   std::vector<TranscriptPtr> stored;
   if (query.isEmpty()) {
     auto count = context_->fetchNumber("SELECT count(*) FROM Transcript");
-    if (count) page.totalCount = *count - context_->pendingRemovalCount<Transcript>();
-    else error = count.error();
+    if (count)
+      page.totalCount = *count - context_->pendingRemovalCount<Transcript>();
+    else
+      error = count.error();
     auto rows = context_->fetch<Transcript>(std::string(newestFirst) + " LIMIT ? OFFSET ?", storedLimit, storedOffset);
-    if (rows) stored = std::move(rows).value();
-    else error = rows.error();
+    if (rows)
+      stored = std::move(rows).value();
+    else
+      error = rows.error();
   } else if (auto matches = TranscriptMatches::find(*context_, query); !matches) {
     error = matches.error();
   } else {
@@ -361,7 +379,8 @@ Result<TranscriptPtr, LookupFailure> PersistenceController::findTranscript(const
       valueOrReport(context_->fetch<Transcript>("WHERE id >= ? AND id < ?", *prefix, *prefix + 'g'),
                     "Failed to fetch transcript by id: %{public}@", "Failed to fetch transcript by id");
   for (const TranscriptPtr& transcript : context_->pendingInserts<Transcript>())
-    if (transcript->id && transcript->id->toString(QUuid::WithoutBraces).startsWith(*prefix)) found.push_back(transcript);
+    if (transcript->id && transcript->id->toString(QUuid::WithoutBraces).startsWith(*prefix))
+      found.push_back(transcript);
   if (found.empty()) return Failed{notFound()};
   if (found.size() > 1) {
     const auto count = static_cast<int>(found.size());
@@ -481,8 +500,10 @@ Result<ModePtr, LookupFailure> PersistenceController::fetchModeByName(const QStr
   using Kind = LookupFailure::Kind;
   std::vector<ModePtr> exact, inAnyCase;
   for (const ModePtr& mode : fetchAllModes()) {
-    if (mode->name == name) exact.push_back(mode);
-    else if (mode->name && sameWord(*mode->name, name)) inAnyCase.push_back(mode);
+    if (mode->name == name)
+      exact.push_back(mode);
+    else if (mode->name && sameWord(*mode->name, name))
+      inAnyCase.push_back(mode);
   }
   const auto& found = exact.empty() ? inAnyCase : exact;
   if (found.size() == 1) return found.front();
@@ -570,7 +591,9 @@ VocabularyPtr PersistenceController::fetchVocabularyItem(const QString& word) {
   return nullptr;
 }
 
-bool PersistenceController::vocabularyItemExists(const QString& word) { return fetchVocabularyItem(word) != nullptr; }
+bool PersistenceController::vocabularyItemExists(const QString& word) {
+  return fetchVocabularyItem(word) != nullptr;
+}
 
 bool PersistenceController::addVocabularyItem(const QString& word, const std::optional<QString>& replacement) {
   bool isNew = false;
@@ -613,8 +636,10 @@ bool PersistenceController::updateVocabularyItem(const QUuid& id, const QString&
   change([&] {
     VocabularyPtr target;
     for (const VocabularyPtr& item : fetchAllVocabularyItems()) {
-      if (item->id == id) target = item;
-      else if (item->word && sameWord(*item->word, trimmed)) return;
+      if (item->id == id)
+        target = item;
+      else if (item->word && sameWord(*item->word, trimmed))
+        return;
     }
     if (!target) return;
     target->word = trimmed;

@@ -80,8 +80,8 @@ class PersistenceController {
   // True when nothing is left to write.
   bool save();
   bool hasChanges() const;
-  // Takes over what another process has written since: fields without an unsaved change of our own get the stored value.
-  // True when there was something. Every fetch refreshes the objects it returns anyway.
+  // Takes over what another process has written since: fields without an unsaved change of our own get the stored
+  // value. True when there was something. Every fetch refreshes the objects it returns anyway.
   bool refreshIfChanged();
   // Called after each save that wrote something and after each refreshIfChanged() that found something.
   [[nodiscard]] Subscription observeChanges(std::function<void(const StoreChange&)> observer);
@@ -94,8 +94,8 @@ class PersistenceController {
   // Removes the row and its audio files.
   void deleteTranscript(const TranscriptPtr& transcript);
   bool deleteTranscripts(const std::vector<TranscriptPtr>& transcripts);
-  // Newest first. A negative limit means all. `search`: every word must begin a word of the texts or of the mode's name,
-  // in any case and without regard to accents; scripts without blanks and inner parts of words match too.
+  // Newest first. A negative limit means all. `search`: every word must begin a word of the texts or of the mode's
+  // name, in any case and without regard to accents; scripts without blanks and inner parts of words match too.
   std::vector<TranscriptPtr> fetchTranscripts(int limit, int offset = 0, const std::optional<QString>& search = {});
   // The same with the number of all matches.
   TranscriptPage fetchTranscriptPage(int limit, int offset = 0, const std::optional<QString>& search = {});

@@ -12,7 +12,9 @@ SettingsChannel::SettingsChannel(DefaultsStore& defaults, const StandardFolders&
   });
 }
 
-SettingsChannel::~SettingsChannel() { defaults_.removeObserver(observerToken_); }
+SettingsChannel::~SettingsChannel() {
+  defaults_.removeObserver(observerToken_);
+}
 
 bool SettingsChannel::store(const SettingDefinition& definition, const QVariant& value) {
   const QString key = QString::fromLatin1(definition.key);

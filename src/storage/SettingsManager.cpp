@@ -19,8 +19,8 @@ SettingsManager::SettingsManager(DefaultsStore& defaults, const StandardFolders&
   if (historyRetentionDays() < 0) setHistoryRetentionDays(30);
   if (defaultLanguage() == "en-US") setDefaultLanguage("en");
   const auto forward = [this](const QString& key) { announce(key); };
-  for (SettingsChannel* child : std::initializer_list<SettingsChannel*>{&general_, &audio_, &storage_, &developerMode_,
-                                                                        &autoDelete_})
+  for (SettingsChannel* child :
+       std::initializer_list<SettingsChannel*>{&general_, &audio_, &storage_, &developerMode_, &autoDelete_})
     forwarding_.push_back(child->observeChanges(forward));
 }
 
@@ -66,7 +66,9 @@ QVariant SettingsManager::effectiveValue(const QString& key) const {
   return definition ? settingValue(defaults_, *definition, folders_) : QVariant();
 }
 
-bool SettingsManager::isStored(const QString& key) const { return defaults_.value(key).isValid(); }
+bool SettingsManager::isStored(const QString& key) const {
+  return defaults_.value(key).isValid();
+}
 
 Result<void, QString> SettingsManager::setText(const QString& key, const QString& text) {
   auto value = parseSettingText(key, text);

@@ -14,8 +14,8 @@
 
 namespace quillmere {
 
-// Root of all preferences: live views on the defaults store, nothing is cached. Main thread only. Setters give false when
-// the value couldn't be written to the disk; it is in effect for this run all the same. The store must outlive it.
+// Root of all preferences: live views on the defaults store, nothing is cached. Main thread only. Setters give false
+// when the value couldn't be written to the disk; it is in effect for this run all the same. The store must outlive it.
 // observeChanges() of the root hears the changes of all managers.
 class SettingsManager final : public SettingsChannel {
  public:

@@ -17,8 +17,12 @@ namespace quillmere {
 
 namespace settings_detail {
 
-QString appFolderDefault(const StandardFolders& folders) { return folders.applicationSupport + "/Quillmere"; }
-QString recordingsFolderDefault(const StandardFolders& folders) { return folders.documents + "/quillmere/recordings"; }
+QString appFolderDefault(const StandardFolders& folders) {
+  return folders.applicationSupport + "/Quillmere";
+}
+QString recordingsFolderDefault(const StandardFolders& folders) {
+  return folders.documents + "/quillmere/recordings";
+}
 
 }  // namespace settings_detail
 
@@ -33,12 +37,16 @@ bool isNumber(const QVariant& value) {
     case QMetaType::LongLong:
     case QMetaType::ULongLong:
     case QMetaType::Float:
-    case QMetaType::Double: return true;
-    default: return false;
+    case QMetaType::Double:
+      return true;
+    default:
+      return false;
   }
 }
 
-bool isText(const QVariant& value) { return value.typeId() == QMetaType::QString; }
+bool isText(const QVariant& value) {
+  return value.typeId() == QMetaType::QString;
+}
 
 std::optional<bool> parseFlag(const QString& text) {
   const QString word = text.toLower();
@@ -50,16 +58,18 @@ std::optional<bool> parseFlag(const QString& text) {
 }
 
 QString numberText(double number) {
-  return number == std::floor(number) && std::abs(number) < 1e15 ? QString::number(static_cast<qint64>(number))
-                                                                  : QString::number(number, 'g', QLocale::FloatingPointShortest);
+  return number == std::floor(number) && std::abs(number) < 1e15
+             ? QString::number(static_cast<qint64>(number))
+             : QString::number(number, 'g', QLocale::FloatingPointShortest);
 }
 
 // "a whole number from 1", "a number from 0 to 1"
 QString rangeText(const SettingDefinition& definition) {
   const bool isWhole = definition.type == SettingType::integer;
-  const char* const key = definition.minimum && definition.maximum ? (isWhole ? "settings.range.wholeBetween" : "settings.range.between")
-                          : definition.minimum                     ? (isWhole ? "settings.range.wholeFrom" : "settings.range.from")
-                                                                   : (isWhole ? "settings.range.whole" : "settings.range.any");
+  const char* const key = definition.minimum && definition.maximum
+                              ? (isWhole ? "settings.range.wholeBetween" : "settings.range.between")
+                          : definition.minimum ? (isWhole ? "settings.range.wholeFrom" : "settings.range.from")
+                                               : (isWhole ? "settings.range.whole" : "settings.range.any");
   return localizedText(key, numberText(definition.minimum.value_or(0)), numberText(definition.maximum.value_or(0)));
 }
 
@@ -76,7 +86,8 @@ QStringList choicesOf(const SettingDefinition& definition) {
 
 Parsed parseText(const SettingDefinition& definition, const QString& key, const QString& text) {
   switch (definition.rule) {
-    case SettingRule::none: break;
+    case SettingRule::none:
+      break;
     case SettingRule::choice: {
       const QStringList choices = choicesOf(definition);
       for (const QString& choice : choices)
@@ -103,7 +114,8 @@ Parsed parseText(const SettingDefinition& definition, const QString& key, const 
       if (text.isEmpty() || QDir::isAbsolutePath(text)) return QVariant(text);
       const QUrl url(text, QUrl::StrictMode);
       const bool isWeb = (url.scheme() == "http" || url.scheme() == "https") && !url.host().isEmpty();
-      if (!url.isValid() || (!isWeb && !url.isLocalFile())) return Failed{localizedText("settings.error.url", key, text)};
+      if (!url.isValid() || (!isWeb && !url.isLocalFile()))
+        return Failed{localizedText("settings.error.url", key, text)};
       return QVariant(text);
     }
   }
@@ -137,33 +149,48 @@ Parsed parseMap(const QString& key, const QString& text) {
 
 QString typeText(const SettingDefinition& definition) {
   switch (definition.type) {
-    case SettingType::boolean: return localizedText("settings.type.boolean");
+    case SettingType::boolean:
+      return localizedText("settings.type.boolean");
     case SettingType::integer:
-    case SettingType::real: return rangeText(definition);
+    case SettingType::real:
+      return rangeText(definition);
     case SettingType::text:
-      return definition.rule == SettingRule::choice ? localizedText("settings.type.choice", choicesOf(definition).join(", "))
-                                                    : localizedText("settings.type.text");
-    case SettingType::stringList: return localizedText("settings.type.list");
+      return definition.rule == SettingRule::choice
+                 ? localizedText("settings.type.choice", choicesOf(definition).join(", "))
+                 : localizedText("settings.type.text");
+    case SettingType::stringList:
+      return localizedText("settings.type.list");
     case SettingType::stringMap:
-    case SettingType::dictionary: return localizedText("settings.type.map");
-    case SettingType::data: return localizedText("settings.type.data");
+    case SettingType::dictionary:
+      return localizedText("settings.type.map");
+    case SettingType::data:
+      return localizedText("settings.type.data");
   }
   return {};
 }
 
 }  // namespace
 
-const SettingDefinition* findSetting(const QString& key) { return findSettingConstexpr(key.toStdString()); }
+const SettingDefinition* findSetting(const QString& key) {
+  return findSettingConstexpr(key.toStdString());
+}
 
 QString groupName(SettingGroup group) {
   switch (group) {
-    case SettingGroup::general: return "general";
-    case SettingGroup::audio: return "audio";
-    case SettingGroup::storage: return "storage";
-    case SettingGroup::autoDelete: return "autoDelete";
-    case SettingGroup::developerMode: return "developerMode";
-    case SettingGroup::root: return "settings";
-    case SettingGroup::outside: return "application";
+    case SettingGroup::general:
+      return "general";
+    case SettingGroup::audio:
+      return "audio";
+    case SettingGroup::storage:
+      return "storage";
+    case SettingGroup::autoDelete:
+      return "autoDelete";
+    case SettingGroup::developerMode:
+      return "developerMode";
+    case SettingGroup::root:
+      return "settings";
+    case SettingGroup::outside:
+      return "application";
   }
   return {};
 }
@@ -173,9 +200,12 @@ QVariant defaultSettingValue(const SettingDefinition& definition, const Standard
   return std::visit(
       [](auto value) -> QVariant {
         using T = decltype(value);
-        if constexpr (std::is_same_v<T, std::monostate>) return {};
-        else if constexpr (std::is_same_v<T, const char*>) return QString::fromUtf8(value);
-        else return value;
+        if constexpr (std::is_same_v<T, std::monostate>)
+          return {};
+        else if constexpr (std::is_same_v<T, const char*>)
+          return QString::fromUtf8(value);
+        else
+          return value;
       },
       definition.defaultValue);
 }
@@ -242,11 +272,15 @@ Result<QVariant, QString> parseSettingText(const QString& key, const QString& te
         return Failed{localizedText("settings.error.number", key, text, rangeText(*definition))};
       return QVariant(number);
     }
-    case SettingType::text: return parseText(*definition, key, trimmed);
-    case SettingType::stringList: return parseList(key, trimmed);
-    case SettingType::stringMap: return parseMap(key, trimmed);
+    case SettingType::text:
+      return parseText(*definition, key, trimmed);
+    case SettingType::stringList:
+      return parseList(key, trimmed);
+    case SettingType::stringMap:
+      return parseMap(key, trimmed);
     case SettingType::data:
-    case SettingType::dictionary: break;
+    case SettingType::dictionary:
+      break;
   }
   return Failed{localizedText("settings.error.internal", key)};
 }
@@ -254,15 +288,21 @@ Result<QVariant, QString> parseSettingText(const QString& key, const QString& te
 QString settingText(const SettingDefinition& definition, const QVariant& value) {
   if (!value.isValid()) return {};
   switch (definition.type) {
-    case SettingType::boolean: return value.toBool() ? "true" : "false";
-    case SettingType::integer: return QString::number(value.toInt());
-    case SettingType::real: return numberText(value.toDouble());
+    case SettingType::boolean:
+      return value.toBool() ? "true" : "false";
+    case SettingType::integer:
+      return QString::number(value.toInt());
+    case SettingType::real:
+      return numberText(value.toDouble());
     case SettingType::text:
-    case SettingType::stringList: return value.toString();
+    case SettingType::stringList:
+      return value.toString();
     case SettingType::stringMap:
-    case SettingType::data: return QString::fromUtf8(value.toByteArray());
+    case SettingType::data:
+      return QString::fromUtf8(value.toByteArray());
     case SettingType::dictionary:
-      return QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
+      return QString::fromUtf8(
+          QJsonDocument(QJsonObject::fromVariantMap(value.toMap())).toJson(QJsonDocument::Compact));
   }
   return {};
 }
@@ -270,17 +310,19 @@ QString settingText(const SettingDefinition& definition, const QVariant& value) 
 QString renderSettingsDocument(const std::function<QString(const QString&)>& describe) {
   const StandardFolders shown{"~/.local/share", "~/Documents", "~/Downloads", "/tmp"};
   const auto cell = [](QString text) { return text.replace('|', "\\|").replace('\n', ' '); };
-  QString page = "# " + describe("settings.document.title") + "\n\n" + describe("settings.document.introduction") + "\n";
-  for (const SettingGroup group : {SettingGroup::general, SettingGroup::audio, SettingGroup::storage,
-                                   SettingGroup::autoDelete, SettingGroup::developerMode, SettingGroup::root,
-                                   SettingGroup::outside}) {
+  QString page =
+      "# " + describe("settings.document.title") + "\n\n" + describe("settings.document.introduction") + "\n";
+  for (const SettingGroup group :
+       {SettingGroup::general, SettingGroup::audio, SettingGroup::storage, SettingGroup::autoDelete,
+        SettingGroup::developerMode, SettingGroup::root, SettingGroup::outside}) {
     QString rows;
     for (const SettingDefinition& definition : settingsTable) {
       if (definition.group != group || definition.isInternal) continue;
       const QString value = settingText(definition, defaultSettingValue(definition, shown));
-      rows += QString("| `%1` | %2 | %3 | %4 |\n")
-                  .arg(QString::fromLatin1(definition.key), cell(typeText(definition)),
-                       value.isEmpty() ? QString() : "`" + cell(value) + "`", cell(describe(definition.descriptionKey())));
+      rows +=
+          QString("| `%1` | %2 | %3 | %4 |\n")
+              .arg(QString::fromLatin1(definition.key), cell(typeText(definition)),
+                   value.isEmpty() ? QString() : "`" + cell(value) + "`", cell(describe(definition.descriptionKey())));
     }
     if (rows.isEmpty()) continue;
     page += "\n## " + describe("settings.group." + groupName(group)) + "\n\n" + describe("settings.document.columns") +

@@ -67,34 +67,62 @@ inline constexpr auto rawTexts = [] {
 }();
 
 constexpr SettingDefinition flag(SettingGroup group, const char* key, bool value, bool isRegistered = false) {
-  return {.key = key, .group = group, .type = SettingType::boolean, .defaultValue = value, .isRegistered = isRegistered};
+  return {
+      .key = key, .group = group, .type = SettingType::boolean, .defaultValue = value, .isRegistered = isRegistered};
 }
 constexpr SettingDefinition text(SettingGroup group, const char* key, const char* value, bool isRegistered = false,
                                  SettingRule rule = SettingRule::none) {
-  return {.key = key, .group = group, .type = SettingType::text, .defaultValue = value, .isRegistered = isRegistered,
+  return {.key = key,
+          .group = group,
+          .type = SettingType::text,
+          .defaultValue = value,
+          .isRegistered = isRegistered,
           .rule = rule};
 }
 template <typename E>
 constexpr SettingDefinition choice(SettingGroup group, const char* key, const char* value, bool isRegistered = false) {
-  return {.key = key, .group = group, .type = SettingType::text, .defaultValue = value, .isRegistered = isRegistered,
-          .rule = SettingRule::choice, .choices = rawTexts<E>.data(), .choiceCount = int(rawTexts<E>.size())};
+  return {.key = key,
+          .group = group,
+          .type = SettingType::text,
+          .defaultValue = value,
+          .isRegistered = isRegistered,
+          .rule = SettingRule::choice,
+          .choices = rawTexts<E>.data(),
+          .choiceCount = int(rawTexts<E>.size())};
 }
 constexpr SettingDefinition integer(SettingGroup group, const char* key, int value, int minimum,
                                     bool isRegistered = false) {
-  return {.key = key, .group = group, .type = SettingType::integer, .defaultValue = value,
-          .isRegistered = isRegistered, .minimum = minimum};
+  return {.key = key,
+          .group = group,
+          .type = SettingType::integer,
+          .defaultValue = value,
+          .isRegistered = isRegistered,
+          .minimum = minimum};
 }
 constexpr SettingDefinition real(SettingGroup group, const char* key, double value, double minimum,
                                  std::optional<double> maximum, bool isRegistered = false) {
-  return {.key = key, .group = group, .type = SettingType::real, .defaultValue = value, .isRegistered = isRegistered,
-          .minimum = minimum, .maximum = maximum};
+  return {.key = key,
+          .group = group,
+          .type = SettingType::real,
+          .defaultValue = value,
+          .isRegistered = isRegistered,
+          .minimum = minimum,
+          .maximum = maximum};
 }
 constexpr SettingDefinition folder(const char* key, QString (*value)(const StandardFolders&)) {
-  return {.key = key, .group = SettingGroup::storage, .type = SettingType::text, .folderDefault = value,
-          .isSensitive = true, .rule = SettingRule::absolutePath};
+  return {.key = key,
+          .group = SettingGroup::storage,
+          .type = SettingType::text,
+          .folderDefault = value,
+          .isSensitive = true,
+          .rule = SettingRule::absolutePath};
 }
-constexpr SettingDefinition sensitive(SettingDefinition definition) { return definition.isSensitive = true, definition; }
-constexpr SettingDefinition internal(SettingDefinition definition) { return definition.isInternal = true, definition; }
+constexpr SettingDefinition sensitive(SettingDefinition definition) {
+  return definition.isSensitive = true, definition;
+}
+constexpr SettingDefinition internal(SettingDefinition definition) {
+  return definition.isInternal = true, definition;
+}
 constexpr SettingDefinition unset(SettingType type, const char* key) {
   return {.key = key, .group = SettingGroup::outside, .type = type, .isInternal = true};
 }
@@ -133,9 +161,14 @@ inline constexpr std::array settingsTable = [] {
       integer(G::autoDelete, "autoDeleteValue", 30, 1),
 
       flag(G::developerMode, "enableDeveloperMode", false),
-      SettingDefinition{.key = "projectDirectories", .group = G::developerMode, .type = SettingType::stringList,
-                        .defaultValue = "[]", .isSensitive = true},
-      SettingDefinition{.key = "indexedFileExtensions", .group = G::developerMode, .type = SettingType::stringList,
+      SettingDefinition{.key = "projectDirectories",
+                        .group = G::developerMode,
+                        .type = SettingType::stringList,
+                        .defaultValue = "[]",
+                        .isSensitive = true},
+      SettingDefinition{.key = "indexedFileExtensions",
+                        .group = G::developerMode,
+                        .type = SettingType::stringList,
                         .defaultValue = "[]"},
 
       flag(G::root, "pasteResultText", true, registered),
@@ -174,13 +207,33 @@ inline constexpr std::array settingsTable = [] {
 }();
 
 // The registered keys in the order in which the application registers them.
-inline constexpr std::array registeredSettingKeys{
-    "launchAtLogin", "showInDock", "showRecordingWindow", "checkForUpdatesAutomatically", "enableErrorLogging",
-    "enableVAD", "autoIncreaseMicVolume", "enableSoundEffects", "soundTheme", "soundEffectsVolume", "pasteResultText",
-    "restoreClipboardAfterPaste", "clipboardRestoreDelaySeconds", "filesyncEnabled", "showExperimentalModels",
-    "defaultTranscriptionModel", "defaultLanguage", "maxRecordingDuration", "audioSampleRate", "keepAudioFiles",
-    "historyRetentionDays", "launchMinimized", "pushToTalkEnabled", "pushToTalkMode", "pushToTalkDoublePressEnabled",
-    "selectedPedalDeviceId", "selectedPedalProductName"};
+inline constexpr std::array registeredSettingKeys{"launchAtLogin",
+                                                  "showInDock",
+                                                  "showRecordingWindow",
+                                                  "checkForUpdatesAutomatically",
+                                                  "enableErrorLogging",
+                                                  "enableVAD",
+                                                  "autoIncreaseMicVolume",
+                                                  "enableSoundEffects",
+                                                  "soundTheme",
+                                                  "soundEffectsVolume",
+                                                  "pasteResultText",
+                                                  "restoreClipboardAfterPaste",
+                                                  "clipboardRestoreDelaySeconds",
+                                                  "filesyncEnabled",
+                                                  "showExperimentalModels",
+                                                  "defaultTranscriptionModel",
+                                                  "defaultLanguage",
+                                                  "maxRecordingDuration",
+                                                  "audioSampleRate",
+                                                  "keepAudioFiles",
+                                                  "historyRetentionDays",
+                                                  "launchMinimized",
+                                                  "pushToTalkEnabled",
+                                                  "pushToTalkMode",
+                                                  "pushToTalkDoublePressEnabled",
+                                                  "selectedPedalDeviceId",
+                                                  "selectedPedalProductName"};
 
 constexpr const SettingDefinition* findSettingConstexpr(std::string_view key) {
   for (const SettingDefinition& definition : settingsTable)

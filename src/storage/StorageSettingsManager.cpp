@@ -67,11 +67,15 @@ void StorageSettingsManager::setValidationError(std::optional<QString> value) {
 void StorageSettingsManager::ensureAppFolder() {
   const QString path = appFolderPath();
   if (QFileInfo::exists(path)) return;
-  if (const auto error = makeFolder(path)) log_.error("❌ Failed to create app folder: %{public}s", *error);
-  else log_.info("✅ Created app folder at: %{public}s", path);
+  if (const auto error = makeFolder(path))
+    log_.error("❌ Failed to create app folder: %{public}s", *error);
+  else
+    log_.info("✅ Created app folder at: %{public}s", path);
 }
 
-bool StorageSettingsManager::hasWritableRecordingsFolder() const { return isWritableFolder(recordingsFolder()); }
+bool StorageSettingsManager::hasWritableRecordingsFolder() const {
+  return isWritableFolder(recordingsFolder());
+}
 
 void StorageSettingsManager::ensureRecordingsFolder() {
   if (hasWritableRecordingsFolder()) return;

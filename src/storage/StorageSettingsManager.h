@@ -9,7 +9,8 @@
 
 namespace quillmere {
 
-// Where data and recordings are kept, with the ladder of fallback folders. Constructing it makes the application folder.
+// Where data and recordings are kept, with the ladder of fallback folders. Constructing it makes the application
+// folder.
 class StorageSettingsManager final : public SettingsChannel {
  public:
   StorageSettingsManager(DefaultsStore& defaults, const StandardFolders& folders, const Logging& logging,

@@ -25,17 +25,24 @@ constexpr int pauseBetweenAttemptsMs = 25;
 // Up to this size the whole file is checked at every start; it takes a few milliseconds.
 constexpr qint64 fullCheckLimitBytes = 4 * 1024 * 1024;
 
-PlatformError fileError(int code, const QString& description) { return {"filesystem", code, description}; }
-PlatformError fileError(int code) { return fileError(code, QString::fromLocal8Bit(std::strerror(code))); }
-PlatformError foreignFile() { return {"sqlite", SQLITE_NOTADB, "the file is not a Quillmere database"}; }
+PlatformError fileError(int code, const QString& description) {
+  return {"filesystem", code, description};
+}
+PlatformError fileError(int code) {
+  return fileError(code, QString::fromLocal8Bit(std::strerror(code)));
+}
+PlatformError foreignFile() {
+  return {"sqlite", SQLITE_NOTADB, "the file is not a Quillmere database"};
+}
 PlatformError damagedFile(const QString& detail) {
   return {"sqlite", SQLITE_CORRUPT, "the database is damaged: " + detail};
 }
 PlatformError newerStore(int version) {
-  return {"sqlite", SQLITE_MISMATCH,
-          QString("the database was written by a newer version of the program (schema version %1, this program knows %2)")
-              .arg(version)
-              .arg(latestSchemaVersion())};
+  return {
+      "sqlite", SQLITE_MISMATCH,
+      QString("the database was written by a newer version of the program (schema version %1, this program knows %2)")
+          .arg(version)
+          .arg(latestSchemaVersion())};
 }
 
 // Looks at the file's head without SQLite, which would already touch a foreign file's journal.
@@ -156,7 +163,9 @@ Result<std::unique_ptr<SQLite::Database>, PlatformError> openOnce(const std::opt
   return database;
 }
 
-bool isBusy(int code) { return (code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED; }
+bool isBusy(int code) {
+  return (code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED;
+}
 
 }  // namespace
 

@@ -72,7 +72,11 @@ constexpr SchemaVersion versions[] = {{1, version1}, {2, version2}};
 
 }  // namespace
 
-std::span<const SchemaVersion> schemaVersions() { return versions; }
-int latestSchemaVersion() { return versions[std::size(versions) - 1].version; }
+std::span<const SchemaVersion> schemaVersions() {
+  return versions;
+}
+int latestSchemaVersion() {
+  return versions[std::size(versions) - 1].version;
+}
 
 }  // namespace quillmere

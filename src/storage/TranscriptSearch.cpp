@@ -18,18 +18,24 @@ QString likePattern(const QString& text) {
   return '%' + pattern + '%';
 }
 
+// Equal texts, which is what most rows hold, are looked through once.
+std::string substringQuery(const std::string& parameter) {
+  const std::string like = " LIKE " + parameter + " ESCAPE '\\'";
+  return "SELECT pk FROM Transcript WHERE text" + like + " OR (transcribedText IS NOT text AND transcribedText" + like +
+         ") OR (postProcessedText IS NOT text AND postProcessedText" + like + ") OR mode" + like;
+}
+
 // Rows whose texts contain every piece. LIKE ignores the case of ASCII letters only; the lower-case form is tried for
 // the others.
 Result<std::vector<qint64>, PlatformError> findSubstrings(ObjectContext& context, const SearchQuery& query) {
   std::optional<std::vector<qint64>> rows;
   for (const SearchQuery::Piece& piece : query.pieces) {
-    auto found = context.fetchNumbers(
-        "SELECT pk FROM Transcript WHERE text LIKE ?1 ESCAPE '\\' OR transcribedText LIKE ?1 ESCAPE '\\' OR "
-        "postProcessedText LIKE ?1 ESCAPE '\\' OR mode LIKE ?1 ESCAPE '\\' OR (?1 <> ?2 AND (text LIKE ?2 ESCAPE '\\' OR "
-        "transcribedText LIKE ?2 ESCAPE '\\' OR postProcessedText LIKE ?2 ESCAPE '\\' OR mode LIKE ?2 ESCAPE '\\')) "
-        "ORDER BY pk",
-        likePattern(piece.text), likePattern(piece.text.toLower()));
+    const QString typed = likePattern(piece.text), lower = likePattern(piece.text.toLower());
+    auto found = typed == lower
+                     ? context.fetchNumbers(substringQuery("?1"), typed)
+                     : context.fetchNumbers(substringQuery("?1") + " UNION " + substringQuery("?2"), typed, lower);
     if (!found) return found;
+    std::sort(found->begin(), found->end());
     if (rows) {
       std::vector<qint64> common;
       std::set_intersection(rows->begin(), rows->end(), found->begin(), found->end(), std::back_inserter(common));
@@ -94,7 +100,8 @@ Result<std::vector<qint64>, PlatformError> TranscriptMatches::page(ObjectContext
     std::vector<std::pair<qint64, qint64>> dated;  // date, row
     dated.reserve(rowIds_.size());
     for (const qint64 row : rowIds_) {
-      const auto date = context.fetchNumber("SELECT ifnull(date, -9223372036854775808) FROM Transcript WHERE pk = ?", row);
+      const auto date =
+          context.fetchNumber("SELECT ifnull(date, -9223372036854775808) FROM Transcript WHERE pk = ?", row);
       if (!date) return Failed{date.error()};
       dated.emplace_back(*date, row);
     }
@@ -115,7 +122,8 @@ Result<std::vector<qint64>, PlatformError> TranscriptMatches::page(ObjectContext
 
 bool matchesSearch(const Transcript& transcript, const SearchQuery& query) {
   return std::all_of(query.pieces.begin(), query.pieces.end(), [&](const SearchQuery::Piece& piece) {
-    for (const auto* text : {&transcript.text, &transcript.transcribedText, &transcript.postProcessedText, &transcript.mode})
+    for (const auto* text :
+         {&transcript.text, &transcript.transcribedText, &transcript.postProcessedText, &transcript.mode})
       if (*text && (*text)->contains(piece.text, Qt::CaseInsensitive)) return true;
     return false;
   });

@@ -1,7 +1,7 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "storage/StoreFixture.h"
 #include "storage/StoreFile.h"
+#include "storage/StoreFixture.h"
 
 namespace quillmere {
 namespace {
@@ -42,7 +42,11 @@ TEST_F(LiveObjectsTest, AnObjectThatWasChangedAndLetGoIsSaved) {
   EXPECT_EQ(other->fetchTranscript(id)->text, "kept");
   EXPECT_EQ(other->fetchAllRecordingSessions().front()->deviceName, "never held");
   // A change that is taken back leaves nothing to write.
-  { const TranscriptPtr transcript = store->fetchTranscript(id); transcript->text = "x"; transcript->text = "kept"; }
+  {
+    const TranscriptPtr transcript = store->fetchTranscript(id);
+    transcript->text = "x";
+    transcript->text = "kept";
+  }
   EXPECT_FALSE(store->hasChanges());
 }
 

@@ -134,11 +134,13 @@ TEST_F(SettingsTest, ChangesAreAnnouncedOnceAndForwarded) {
   settings->developerMode().setIndexedFileExtensions({"h", "c,d"});
   defaults.changeByOtherProcess("showInDock", false);
   defaults.setValue("unknownKey", 1);
-  EXPECT_EQ(root, QStringList({"enableVAD", "keepAudioFiles", "autoDeleteValue", "indexedFileExtensions", "showInDock"}));
+  EXPECT_EQ(root,
+            QStringList({"enableVAD", "keepAudioFiles", "autoDeleteValue", "indexedFileExtensions", "showInDock"}));
   EXPECT_EQ(general, QStringList({"enableVAD", "showInDock"}));
   EXPECT_EQ(settings->autoDelete().autoDeleteValue(), 1);
   EXPECT_EQ(settings->developerMode().indexedFileExtensions(), QStringList({"h", "c,d"}));
-  EXPECT_TRUE(lines->contains("✅ Show in dock: 0") || lines->contains("✅ Show in dock: false")) << lines->lines().join('\n').toStdString();
+  EXPECT_TRUE(lines->contains("✅ Show in dock: 0") || lines->contains("✅ Show in dock: false"))
+      << lines->lines().join('\n').toStdString();
   const int writes = defaults.writeCount;
   settings->setKeepAudioFiles(true);
   EXPECT_EQ(defaults.writeCount, writes);
@@ -167,34 +169,64 @@ TEST_F(SettingsTest, TypedTexts) {
     QVariant expected;  // invalid: refused
   };
   const Case cases[] = {
-      {"enableVAD", "false", false}, {"enableVAD", " On ", true}, {"enableVAD", "1", true}, {"enableVAD", "maybe", {}},
+      {"enableVAD", "false", false},
+      {"enableVAD", " On ", true},
+      {"enableVAD", "1", true},
+      {"enableVAD", "maybe", {}},
       {"enableVAD", "", {}},
-      {"maxRecordingDuration", "600", 600}, {"maxRecordingDuration", "0", {}}, {"maxRecordingDuration", "1.5", {}},
-      {"maxRecordingDuration", "99999999999", {}}, {"maxRecordingDuration", "5 minutes", {}},
-      {"historyRetentionDays", "0", 0}, {"historyRetentionDays", "-1", {}},
-      {"audioSampleRate", "44100", 44100.0}, {"audioSampleRate", "7999.9", {}}, {"audioSampleRate", "nan", {}},
-      {"soundEffectsVolume", "1", 1.0}, {"soundEffectsVolume", "1.1", {}}, {"soundEffectsVolume", "inf", {}},
-      {"clipboardRestoreDelaySeconds", "2.5", 2.5}, {"clipboardRestoreDelaySeconds", "-1", {}},
-      {"soundTheme", "new", "New"}, {"soundTheme", "Modern", {}},
-      {"pushToTalkMode", "LEFTOPTION", "leftOption"}, {"pushToTalkMode", "", {}},
-      {"defaultLanguage", "DE_at", "de-AT"}, {"defaultLanguage", "", "auto"}, {"defaultLanguage", "what ever", {}},
+      {"maxRecordingDuration", "600", 600},
+      {"maxRecordingDuration", "0", {}},
+      {"maxRecordingDuration", "1.5", {}},
+      {"maxRecordingDuration", "99999999999", {}},
+      {"maxRecordingDuration", "5 minutes", {}},
+      {"historyRetentionDays", "0", 0},
+      {"historyRetentionDays", "-1", {}},
+      {"audioSampleRate", "44100", 44100.0},
+      {"audioSampleRate", "7999.9", {}},
+      {"audioSampleRate", "nan", {}},
+      {"soundEffectsVolume", "1", 1.0},
+      {"soundEffectsVolume", "1.1", {}},
+      {"soundEffectsVolume", "inf", {}},
+      {"clipboardRestoreDelaySeconds", "2.5", 2.5},
+      {"clipboardRestoreDelaySeconds", "-1", {}},
+      {"soundTheme", "new", "New"},
+      {"soundTheme", "Modern", {}},
+      {"pushToTalkMode", "LEFTOPTION", "leftOption"},
+      {"pushToTalkMode", "", {}},
+      {"defaultLanguage", "DE_at", "de-AT"},
+      {"defaultLanguage", "", "auto"},
+      {"defaultLanguage", "what ever", {}},
       {"currentModeId", "{00000000-0000-0000-0000-00000000000A}", "00000000-0000-0000-0000-00000000000a"},
-      {"currentModeId", "", ""}, {"currentModeId", "Default", {}},
-      {"recordingsFolder", "/tmp/x/../y/", "/tmp/y"}, {"recordingsFolder", "relative", {}}, {"recordingsFolder", "", {}},
-      {"modelHubUrl", "https://hub.example/models", "https://hub.example/models"}, {"modelHubUrl", "", ""},
-      {"modelHubUrl", "/srv/models", "/srv/models"}, {"modelHubUrl", "file:///srv/models", "file:///srv/models"},
-      {"modelHubUrl", "hub.example", {}}, {"modelHubUrl", "ftp://hub.example", {}}, {"modelHubUrl", "https://", {}},
-      {"projectDirectories", R"(["/a", "/b, c"])", R"(["/a","/b, c"])"}, {"projectDirectories", "[1]", {}},
-      {"indexedFileExtensions", "h, cpp,", R"(["h","cpp"])"}, {"projectDirectories", "[\"/a\"", {}},
-      {"defaultModelByMode", R"({"a": "base"})", QByteArray(R"({"a":"base"})")}, {"defaultModelByMode", "{\"a\": 1}", {}},
+      {"currentModeId", "", ""},
+      {"currentModeId", "Default", {}},
+      {"recordingsFolder", "/tmp/x/../y/", "/tmp/y"},
+      {"recordingsFolder", "relative", {}},
+      {"recordingsFolder", "", {}},
+      {"modelHubUrl", "https://hub.example/models", "https://hub.example/models"},
+      {"modelHubUrl", "", ""},
+      {"modelHubUrl", "/srv/models", "/srv/models"},
+      {"modelHubUrl", "file:///srv/models", "file:///srv/models"},
+      {"modelHubUrl", "hub.example", {}},
+      {"modelHubUrl", "ftp://hub.example", {}},
+      {"modelHubUrl", "https://", {}},
+      {"projectDirectories", R"(["/a", "/b, c"])", R"(["/a","/b, c"])"},
+      {"projectDirectories", "[1]", {}},
+      {"indexedFileExtensions", "h, cpp,", R"(["h","cpp"])"},
+      {"projectDirectories", "[\"/a\"", {}},
+      {"defaultModelByMode", R"({"a": "base"})", QByteArray(R"({"a":"base"})")},
+      {"defaultModelByMode", "{\"a\": 1}", {}},
       {"defaultModelByMode", "", QByteArray("{}")},
-      {"noSuchKey", "1", {}}, {"hasCompletedOnboarding", "true", {}}, {"customPostProcessingEndpoints", "[]", {}},
+      {"noSuchKey", "1", {}},
+      {"hasCompletedOnboarding", "true", {}},
+      {"customPostProcessingEndpoints", "[]", {}},
   };
   for (const Case& c : cases) {
     const auto parsed = parseSettingText(c.key, c.text);
     ASSERT_EQ(parsed.hasValue(), c.expected.isValid()) << c.key << " = " << c.text;
-    if (parsed) EXPECT_EQ(*parsed, c.expected) << c.key << " = " << c.text;
-    else EXPECT_FALSE(parsed.error().isEmpty());
+    if (parsed)
+      EXPECT_EQ(*parsed, c.expected) << c.key << " = " << c.text;
+    else
+      EXPECT_FALSE(parsed.error().isEmpty());
     if (parsed) EXPECT_EQ(parsed->typeId(), c.expected.typeId()) << c.key;
   }
 }

@@ -1,8 +1,8 @@
 #include "storage/StoreFile.h"
 
+#include <sqlite3.h>
 #include <QCryptographicHash>
 #include <QDir>
-#include <sqlite3.h>
 
 #include "storage/StoreFixture.h"
 #include "storage/StoreSchema.h"

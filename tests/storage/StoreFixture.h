@@ -8,7 +8,9 @@
 
 namespace quillmere {
 
-inline QDateTime utc(const QString& text) { return QDateTime::fromString(text + "Z", Qt::ISODateWithMs); }
+inline QDateTime utc(const QString& text) {
+  return QDateTime::fromString(text + "Z", Qt::ISODateWithMs);
+}
 
 // A folder with one store in it, a clock, and what the store logs and reports.
 class StoreFixture : public testing::Test {

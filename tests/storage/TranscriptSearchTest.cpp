@@ -26,9 +26,9 @@ class TranscriptSearchTest : public StoreFixture {
 };
 
 TEST_F(TranscriptSearchTest, WhatFindsWhat) {
-  for (const char* text :
-       {"The quick brown fox", "Quick meeting about the Straßenbahn", "Crème brûlée für zwei", "今天的会议很重要。", "東京タワーに行きました",
-        "สวัสดีครับ", "C++ and foo-bar, 100% sure_thing", "don't panic 🙂", "Ελλάδα ΣΊΣΥΦΟΣ", "наступний тиждень"})
+  for (const char* text : {"The quick brown fox", "Quick meeting about the Straßenbahn", "Crème brûlée für zwei",
+                           "今天的会议很重要。", "東京タワーに行きました", "สวัสดีครับ",
+                           "C++ and foo-bar, 100% sure_thing", "don't panic 🙂", "Ελλάδα ΣΊΣΥΦΟΣ", "наступний тиждень"})
     add(text);
   struct Case {
     const char* search;
@@ -70,10 +70,11 @@ TEST_F(TranscriptSearchTest, WhatFindsWhat) {
 TEST_F(TranscriptSearchTest, NothingThatIsTypedIsAnError) {
   add("one text: with AND between");
   reporting.reports.clear();
-  for (const QString& typed : {QString("AND"), QString("\""), QString("\"\""), QString("\"\"\"a"), QString("* ^ NEAR( NOT"),
-                               QString("text:"), QString("mode : x"), QString("{a b} : c"), QString("-x +y"),
-                               QString("'; DROP TABLE Transcript; --"), QString(QChar(0)), QString(QChar(0xD800)),
-                               QString("\\"), QString("a ").repeated(5000), QString("x").repeated(100000)})
+  for (const QString& typed :
+       {QString("AND"), QString("\""), QString("\"\""), QString("\"\"\"a"), QString("* ^ NEAR( NOT"), QString("text:"),
+        QString("mode : x"), QString("{a b} : c"), QString("-x +y"), QString("'; DROP TABLE Transcript; --"),
+        QString(QChar(0)), QString(QChar(0xD800)), QString("\\"), QString("a ").repeated(5000),
+        QString("x").repeated(100000)})
     store->fetchTranscriptPage(10, 0, typed);
   EXPECT_TRUE(reporting.reports.empty());
   EXPECT_EQ(found("AND"), "one text: with AND between");
@@ -119,7 +120,8 @@ TEST_F(TranscriptSearchTest, PagesAreByDateWhicheverWayTheyAreFound) {
     EXPECT_EQ(store->fetchTranscripts(-1, 0, QString(word)), expected) << word;
     std::vector<TranscriptPtr> paged;
     for (int offset = 0; offset < static_cast<int>(expected.size()); offset += 7)
-      for (const TranscriptPtr& transcript : store->fetchTranscripts(7, offset, QString(word))) paged.push_back(transcript);
+      for (const TranscriptPtr& transcript : store->fetchTranscripts(7, offset, QString(word)))
+        paged.push_back(transcript);
     EXPECT_EQ(paged, expected) << word;
     EXPECT_TRUE(store->fetchTranscripts(7, static_cast<int>(expected.size()), QString(word)).empty());
   }

@@ -45,8 +45,10 @@ class FakeDefaultsStore final : public DefaultsStore {
  private:
   void change(const QString& key, const QVariant& value) {
     const QVariant before = this->value(key);
-    if (value.isValid()) values_[key] = value;
-    else values_.erase(key);
+    if (value.isValid())
+      values_[key] = value;
+    else
+      values_.erase(key);
     if (before.typeId() == value.typeId() && before == value) return;
     for (const auto& [token, observer] : std::map(observers_))
       if (observers_.contains(token)) observer(key);

@@ -26,7 +26,8 @@ const QLatin1String jsonMark("json:");
 QVariant plainValue(const QString& text) {
   if (text == "true") return true;
   if (text == "false") return false;
-  const bool beginsLikeNumber = !text.isEmpty() && (text.front() == '-' || (text.front() >= '0' && text.front() <= '9'));
+  const bool beginsLikeNumber =
+      !text.isEmpty() && (text.front() == '-' || (text.front() >= '0' && text.front() <= '9'));
   if (!beginsLikeNumber || text.back().isSpace()) return text;
   bool isNumber = false;
   if (const int number = text.toInt(&isNumber); isNumber) return number;
@@ -48,20 +49,25 @@ QString encodedDouble(double number) {
 
 QVariant encode(const QVariant& value) {
   switch (value.typeId()) {
-    case QMetaType::QByteArray: return value;
-    case QMetaType::Bool: return QString(value.toBool() ? "true" : "false");
+    case QMetaType::QByteArray:
+      return value;
+    case QMetaType::Bool:
+      return QString(value.toBool() ? "true" : "false");
     case QMetaType::Int:
     case QMetaType::UInt:
-    case QMetaType::LongLong: return QString::number(value.toLongLong());
+    case QMetaType::LongLong:
+      return QString::number(value.toLongLong());
     case QMetaType::Float:
-    case QMetaType::Double: return encodedDouble(value.toDouble());
+    case QMetaType::Double:
+      return encodedDouble(value.toDouble());
     case QMetaType::QString: {
       const QString text = value.toString();
-      const bool isPlain = !text.startsWith(jsonMark) && plainValue(text).typeId() == QMetaType::QString &&
-                           !text.contains(QChar(0));
+      const bool isPlain =
+          !text.startsWith(jsonMark) && plainValue(text).typeId() == QMetaType::QString && !text.contains(QChar(0));
       return isPlain ? text : encodedJson(text);
     }
-    default: return encodedJson(QJsonValue::fromVariant(value));
+    default:
+      return encodedJson(QJsonValue::fromVariant(value));
   }
 }
 
@@ -75,11 +81,15 @@ QVariant decode(const QVariant& stored) {
 }
 
 void apply(QSettings& settings, const QString& key, const QVariant& value) {
-  if (value.isValid()) settings.setValue(key, encode(value));
-  else settings.remove(key);
+  if (value.isValid())
+    settings.setValue(key, encode(value));
+  else
+    settings.remove(key);
 }
 
-bool sameVariant(const QVariant& a, const QVariant& b) { return a.typeId() == b.typeId() && a == b; }
+bool sameVariant(const QVariant& a, const QVariant& b) {
+  return a.typeId() == b.typeId() && a == b;
+}
 
 }  // namespace
 
@@ -93,7 +103,7 @@ QtDefaultsStore::QtDefaultsStore(const QString& filePath)
 QtDefaultsStore::~QtDefaultsStore() = default;
 
 QtDefaultsStore::FileState QtDefaultsStore::fileState() const {
-  struct stat info{};
+  struct stat info {};
   if (::stat(QFile::encodeName(path_).constData(), &info) != 0) return {};
   return {true, info.st_dev, info.st_ino, info.st_mtim.tv_sec * 1'000'000'000LL + info.st_mtim.tv_nsec,
           static_cast<qint64>(info.st_size)};
@@ -109,8 +119,10 @@ QStringList QtDefaultsStore::reloadIfChanged() const {
     for (const QString& key : settings.allKeys()) content.insert(key, decode(settings.value(key)));
   }
   for (auto entry = unwritten_.begin(); entry != unwritten_.end(); ++entry) {
-    if (entry->isValid()) content.insert(entry.key(), *entry);
-    else content.remove(entry.key());
+    if (entry->isValid())
+      content.insert(entry.key(), *entry);
+    else
+      content.remove(entry.key());
   }
   QStringList changed;
   for (auto entry = content.begin(); entry != content.end(); ++entry)
@@ -136,8 +148,12 @@ QStringList QtDefaultsStore::keys() const {
   return keys;
 }
 
-bool QtDefaultsStore::setValue(const QString& key, const QVariant& value) { return write(key, value); }
-bool QtDefaultsStore::remove(const QString& key) { return write(key, {}); }
+bool QtDefaultsStore::setValue(const QString& key, const QVariant& value) {
+  return write(key, value);
+}
+bool QtDefaultsStore::remove(const QString& key) {
+  return write(key, {});
+}
 
 bool QtDefaultsStore::write(const QString& key, const QVariant& value) {
   bool isWritten = false;
@@ -173,8 +189,10 @@ bool QtDefaultsStore::write(const QString& key, const QVariant& value) {
         if (!changed.contains(other)) changed << other;
     }
     if (!isWritten) {
-      if (value.isValid()) values_.insert(key, value);
-      else values_.remove(key);
+      if (value.isValid())
+        values_.insert(key, value);
+      else
+        values_.remove(key);
     }
   }
   announce(changed, true);
@@ -216,7 +234,8 @@ void QtDefaultsStore::announce(const QStringList& keys, bool now) const {
     self->tellObservers(keys);
     return;
   }
-  QMetaObject::invokeMethod(mainThreadContext_.get(), [self, keys] { self->tellObservers(keys); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      mainThreadContext_.get(), [self, keys] { self->tellObservers(keys); }, Qt::QueuedConnection);
 }
 
 void QtDefaultsStore::watch() {

@@ -1,0 +1,196 @@
+#include "platform/qt/QtDefaultsStore.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QTimer>
+#include <thread>
+
+#include "support/WithoutPrivileges.h"
+
+namespace quillmere {
+namespace {
+
+class QtDefaultsStoreTest : public testing::Test {
+ public:
+  QTemporaryDir folder;
+  const QString path = folder.filePath("quillmere/quillmere.conf");
+
+  void writeFile(const QByteArray& content) const {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    ASSERT_EQ(file.write(content), content.size());
+  }
+  QByteArray content() const {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  }
+  std::unique_ptr<QProcess> start(const QString& name) const {
+    auto process = std::make_unique<QProcess>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DEFAULTS_PATH", path);
+    environment.insert("WRITER_NAME", name);
+    process->setProcessEnvironment(environment);
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->start(QCoreApplication::applicationFilePath(),
+                   {"--gtest_also_run_disabled_tests", "--gtest_filter=DefaultsHelper.DISABLED_Writer"});
+    EXPECT_TRUE(process->waitForStarted());
+    return process;
+  }
+};
+
+constexpr int keysEach = 40;
+
+// The work of another process: see start().
+TEST(DefaultsHelper, DISABLED_Writer) {
+  QtDefaultsStore store(qEnvironmentVariable("DEFAULTS_PATH"));
+  const QString name = qEnvironmentVariable("WRITER_NAME");
+  for (int i = 0; i < keysEach; ++i) ASSERT_TRUE(store.setValue(name + QString::number(i), i % 2 == 0));
+  for (int i = 0; i < keysEach; i += 2) ASSERT_TRUE(store.setValue(name + QString::number(i), false));
+}
+
+TEST_F(QtDefaultsStoreTest, ProcessesThatWriteDifferentKeysLoseNothing) {
+  auto a = start("a"), b = start("b"), c = start("c");
+  for (const auto& process : {a.get(), b.get(), c.get()}) {
+    EXPECT_TRUE(process->waitForFinished(120'000));
+    EXPECT_EQ(process->exitCode(), 0) << process->readAll().toStdString();
+  }
+  const QtDefaultsStore store(path);
+  EXPECT_EQ(store.keys().size(), 3 * keysEach);
+  for (const QString& key : store.keys()) EXPECT_EQ(store.value(key), false) << key.toStdString();
+}
+
+TEST_F(QtDefaultsStoreTest, AFileWrittenByHand) {
+  writeFile(
+      "[General]\nenableVAD=false\nmaxRecordingDuration=90\nsoundEffectsVolume=0.25\ncurrentMode=My notes\n"
+      "indexedFileExtensions=a, b\nfutureKey=@Variant(whatever)\n\n[Group]\nkey=x\n");
+  QtDefaultsStore store(path);
+  EXPECT_EQ(store.value("enableVAD"), false);
+  EXPECT_EQ(store.value("maxRecordingDuration"), 90);
+  EXPECT_EQ(store.value("soundEffectsVolume"), 0.25);
+  EXPECT_EQ(store.value("currentMode"), "My notes");
+  EXPECT_EQ(store.value("indexedFileExtensions"), "a, b");
+  EXPECT_EQ(store.value("Group/key"), "x");
+  EXPECT_TRUE(store.setValue("enableVAD", true));
+  const QByteArray after = content();
+  for (const char* line : {"enableVAD=true\n", "maxRecordingDuration=90\n", "soundEffectsVolume=0.25\n",
+                           "currentMode=My notes\n", "futureKey=", "[Group]\nkey=x\n"})
+    EXPECT_TRUE(after.contains(line)) << line << after.toStdString();
+}
+
+TEST_F(QtDefaultsStoreTest, AFileOfRubbishIsNoCrash) {
+  for (const QByteArray& rubbish :
+       {QByteArray("\0\xff\xfe[[[=\n==", 10), QByteArray("[General\nkey"), QByteArray("a=@Variant(\\0\\0\\0"),
+        QByteArray("k=json:{\"unclosed\n"), QByteArray(100'000, '=')}) {
+    writeFile(rubbish);
+    QtDefaultsStore store(path);
+    for (const QString& key : store.keys()) store.value(key);
+    store.setValue("enableVAD", true);
+    EXPECT_EQ(store.value("enableVAD"), true);
+  }
+}
+
+TEST_F(QtDefaultsStoreTest, WritesOfOthersAreReadAtOnceWithoutAnEventLoop) {
+  const QtDefaultsStore reader(path);
+  QtDefaultsStore writer(path);
+  // Values of equal length within one tick of the clock: neither time nor size of the file tell them apart by nature.
+  for (int i = 0; i < 500; ++i) {
+    writer.setValue("key", i % 2 ? "aaaa" : "bbbb");
+    ASSERT_EQ(reader.value("key"), i % 2 ? "aaaa" : "bbbb") << i;
+  }
+  QFile::remove(path);
+  EXPECT_FALSE(reader.value("key").isValid());
+}
+
+TEST_F(QtDefaultsStoreTest, TwoStoresOfOneProcessTakeTurnsInPlace) {
+  QtDefaultsStore a(path), b(path);
+  for (int i = 0; i < 200; ++i) {
+    a.setValue("a", i);
+    b.setValue("b", i);
+    ASSERT_EQ(a.value("b"), i);
+    ASSERT_EQ(b.value("a"), i);
+  }
+}
+
+TEST_F(QtDefaultsStoreTest, TheEventLoopHearsOfChangesOfOthers) {
+  QtDefaultsStore store(path);
+  QEventLoop loop;
+  QStringList heard;
+  store.addObserver([&](const QString& key) {
+    heard << key;
+    loop.quit();
+  });
+  QTimer::singleShot(60'000, &loop, &QEventLoop::quit);
+  for (const char* key : {"first", "second"}) {  // the second: the file that was watched has been replaced
+    QtDefaultsStore other(path);
+    other.setValue(key, true);
+    loop.exec();
+  }
+  EXPECT_EQ(heard, QStringList({"first", "second"}));
+}
+
+TEST_F(QtDefaultsStoreTest, ObserversRunOnTheMainThread) {
+  QtDefaultsStore store(path);
+  QEventLoop loop;
+  std::vector<QThread*> threads;
+  store.addObserver([&](const QString&) {
+    threads.push_back(QThread::currentThread());
+    loop.quit();
+  });
+  std::thread([&] { store.setValue("key", 1); }).join();
+  EXPECT_TRUE(threads.empty());
+  QTimer::singleShot(60'000, &loop, &QEventLoop::quit);
+  loop.exec();
+  EXPECT_EQ(threads, std::vector{QThread::currentThread()});
+}
+
+TEST_F(QtDefaultsStoreTest, ManyThreadsMayReadAndWrite) {
+  QtDefaultsStore store(path);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&store, t] {
+      for (int i = 0; i < 50; ++i) {
+        store.setValue(QString::number(t), i);
+        store.value(QString::number((t + 1) % 4));
+      }
+    });
+  for (std::thread& thread : threads) thread.join();
+  for (int t = 0; t < 4; ++t) EXPECT_EQ(QtDefaultsStore(path).value(QString::number(t)), 49);
+}
+
+TEST_F(QtDefaultsStoreTest, WhatTheDiskRefusesStaysReadable) {
+  writeFile("[General]\nkept=1\n");
+  const QByteArray before = content();
+  ASSERT_TRUE(QFile::setPermissions(folder.path(), QFile::Permissions(0x5555)));
+  ASSERT_TRUE(QFile::setPermissions(QFileInfo(path).absolutePath(), QFile::Permissions(0x5555)));
+  ASSERT_TRUE(QFile::setPermissions(path, QFile::Permissions(0x4444)));
+  QtDefaultsStore store(path);
+  {
+    const WithoutPrivileges scope;
+    EXPECT_FALSE(store.setValue("enableVAD", false));
+    EXPECT_FALSE(store.remove("kept"));
+  }
+  EXPECT_EQ(store.value("enableVAD"), false);
+  EXPECT_FALSE(store.value("kept").isValid());
+  EXPECT_EQ(content(), before);
+  ASSERT_TRUE(QFile::setPermissions(QFileInfo(path).absolutePath(), QFile::Permissions(0x7777)));
+  ASSERT_TRUE(QFile::setPermissions(path, QFile::Permissions(0x6666)));
+  EXPECT_TRUE(store.setValue("other", 1));  // what was refused goes along
+  const QtDefaultsStore again(path);
+  EXPECT_EQ(again.keys(), QStringList({"enableVAD", "other"}));
+}
+
+TEST_F(QtDefaultsStoreTest, NothingIsLeftBesideTheFile) {
+  QtDefaultsStore store(path);
+  store.setValue("a", 1);
+  EXPECT_EQ(QDir(QFileInfo(path).absolutePath()).entryList(QDir::Files | QDir::Hidden), QStringList{"quillmere.conf"});
+  EXPECT_EQ(QFile::permissions(path) & (QFile::WriteGroup | QFile::WriteOther), QFile::Permissions());
+}
+
+}  // namespace
+}  // namespace quillmere
