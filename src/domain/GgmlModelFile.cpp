@@ -31,19 +31,32 @@ constexpr TensorType kFloat16{1, 1, 2};
 // The type of the big matrices in a file of this type.
 std::optional<TensorType> matrixType(int fileType) {
   switch (fileType) {
-    case 0: return kFloat32;
-    case 1: return kFloat16;
-    case 2: return TensorType{2, 32, 18};
-    case 3: return TensorType{3, 32, 20};
-    case 7: return TensorType{8, 32, 34};
-    case 8: return TensorType{6, 32, 22};
-    case 9: return TensorType{7, 32, 24};
-    case 10: return TensorType{10, 256, 84};
-    case 11: return TensorType{11, 256, 110};
-    case 12: return TensorType{12, 256, 144};
-    case 13: return TensorType{13, 256, 176};
-    case 14: return TensorType{14, 256, 210};
-    default: return std::nullopt;
+    case 0:
+      return kFloat32;
+    case 1:
+      return kFloat16;
+    case 2:
+      return TensorType{2, 32, 18};
+    case 3:
+      return TensorType{3, 32, 20};
+    case 7:
+      return TensorType{8, 32, 34};
+    case 8:
+      return TensorType{6, 32, 22};
+    case 9:
+      return TensorType{7, 32, 24};
+    case 10:
+      return TensorType{10, 256, 84};
+    case 11:
+      return TensorType{11, 256, 110};
+    case 12:
+      return TensorType{12, 256, 144};
+    case 13:
+      return TensorType{13, 256, 176};
+    case 14:
+      return TensorType{14, 256, 210};
+    default:
+      return std::nullopt;
   }
 }
 
@@ -152,19 +165,24 @@ void readMagic(Walker& walker) {
 GgmlModelFile readDimensions(Walker& walker) {
   GgmlModelFile file;
   int textWidth = 0;
-  for (int* field : {&file.vocabularySize, &file.audioContext, &file.width, &file.audioHeads, &file.audioLayers,
-                     &file.textContext, &textWidth, &file.textHeads, &file.textLayers, &file.melBands, &file.fileType}) {
+  for (int* field :
+       {&file.vocabularySize, &file.audioContext, &file.width, &file.audioHeads, &file.audioLayers, &file.textContext,
+        &textWidth, &file.textHeads, &file.textLayers, &file.melBands, &file.fileType}) {
     *field = walker.integer();
   }
   // Voice activity and Parakeet models share the magic number; their first fields are far from these.
   if (file.vocabularySize < 51864 || file.vocabularySize > 60000 || file.audioContext != 1500) {
-    walker.fail(Kind::foreign, QStringLiteral("vocabulary of %1, audio context of %2").arg(file.vocabularySize).arg(file.audioContext));
+    walker.fail(
+        Kind::foreign,
+        QStringLiteral("vocabulary of %1, audio context of %2").arg(file.vocabularySize).arg(file.audioContext));
   }
   walker.require(file.width >= 16 && file.width <= 4096 && textWidth == file.width, "width of the states");
   for (const int heads : {file.audioHeads, file.textHeads}) {
-    walker.require(heads >= 1 && heads <= 128 && file.width % heads == 0 && file.width / heads % 8 == 0, "number of heads");
+    walker.require(heads >= 1 && heads <= 128 && file.width % heads == 0 && file.width / heads % 8 == 0,
+                   "number of heads");
   }
-  for (const int layers : {file.audioLayers, file.textLayers}) walker.require(layers >= 1 && layers <= 64, "number of layers");
+  for (const int layers : {file.audioLayers, file.textLayers})
+    walker.require(layers >= 1 && layers <= 64, "number of layers");
   walker.require(file.textContext == 448, "text context");
   walker.require(file.melBands == 80 || file.melBands == 128, "number of mel bands");
   // The thousands are the version of the quantisation.
@@ -230,7 +248,8 @@ int readTensors(Walker& walker, ExpectedTensors expected) {
 }  // namespace
 
 Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device, GgmlModelChecks checks) {
-  if (!device.isReadable() || device.isSequential()) return Failed{GgmlModelFault{Kind::unreadable, device.errorString()}};
+  if (!device.isReadable() || device.isSequential())
+    return Failed{GgmlModelFault{Kind::unreadable, device.errorString()}};
   Walker walker(device);
   readMagic(walker);
   GgmlModelFile file = readDimensions(walker);
@@ -240,7 +259,8 @@ Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device, Gg
   file.words = readWords(walker, file.vocabularySize);
   if (walker.isGood()) {
     file.tensors = readTensors(walker, expectedTensors(file, *type));
-    if (file.tensors == 0 && checks == GgmlModelChecks::whole) walker.fail(Kind::truncated, QStringLiteral("no tensors"));
+    if (file.tensors == 0 && checks == GgmlModelChecks::whole)
+      walker.fail(Kind::truncated, QStringLiteral("no tensors"));
   }
   if (walker.fault()) return Failed{*walker.fault()};
   return file;
@@ -248,11 +268,16 @@ Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device, Gg
 
 QString localizedDescription(const GgmlModelFault& fault, const QString& fileName) {
   switch (fault.kind) {
-    case Kind::unreadable: return localizedText("models.file.error.unreadable", fileName);
-    case Kind::foreign: return localizedText("models.file.error.foreign", fileName);
-    case Kind::truncated: return localizedText("models.file.error.truncated", fileName);
-    case Kind::damaged: return localizedText("models.file.error.damaged", fileName);
-    case Kind::empty: return localizedText("models.file.error.empty", fileName);
+    case Kind::unreadable:
+      return localizedText("models.file.error.unreadable", fileName);
+    case Kind::foreign:
+      return localizedText("models.file.error.foreign", fileName);
+    case Kind::truncated:
+      return localizedText("models.file.error.truncated", fileName);
+    case Kind::damaged:
+      return localizedText("models.file.error.damaged", fileName);
+    case Kind::empty:
+      return localizedText("models.file.error.empty", fileName);
   }
   return {};
 }

@@ -68,11 +68,14 @@ class Reader {
 
 std::optional<int> bytesOf(quint8 type) {
   switch (static_cast<Type>(type)) {
-    case Type::int8: return 1;
+    case Type::int8:
+      return 1;
     case Type::int16:
-    case Type::float16: return 2;
+    case Type::float16:
+      return 2;
     case Type::float32:
-    case Type::int32: return 4;
+    case Type::int32:
+      return 4;
   }
   return std::nullopt;
 }
@@ -132,8 +135,10 @@ Result<CTranslate2Model, Fault> CTranslate2Model::read(QIODevice& device) {
     const QByteArray alias = reader.text();
     const QByteArray target = reader.text();
     const Tensor* tensor = model.find(target);
-    if (tensor) model.tensors.emplace(alias, Tensor(*tensor));
-    else reader.fail(Fault::damaged);
+    if (tensor)
+      model.tensors.emplace(alias, Tensor(*tensor));
+    else
+      reader.fail(Fault::damaged);
   }
   if (reader.isGood() && reader.left() != 0) reader.fail(Fault::damaged);
   if (reader.fault()) return Failed{*reader.fault()};

@@ -1,15 +1,15 @@
 #include "models/HashingFile.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "base/text/LocalizedText.h"
 
@@ -72,7 +72,9 @@ bool HashingFile::write(const char* data, qint64 bytes) {
   return true;
 }
 
-QString HashingFile::sha256() const { return QString::fromLatin1(hash_.result().toHex()); }
+QString HashingFile::sha256() const {
+  return QString::fromLatin1(hash_.result().toHex());
+}
 
 Result<void, PlatformError> HashingFile::moveTo(const QString& destination, bool mustBeNew) {
   // Temporary files are born private; a model is like any other file of the user's.

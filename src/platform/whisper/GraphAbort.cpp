@@ -12,13 +12,19 @@ thread_local const std::atomic<bool>* stopOfThread = nullptr;
 
 }  // namespace
 
-GraphAbort::GraphAbort(const std::atomic<bool>& stop) { stopOfThread = &stop; }
-GraphAbort::~GraphAbort() { stopOfThread = nullptr; }
+GraphAbort::GraphAbort(const std::atomic<bool>& stop) {
+  stopOfThread = &stop;
+}
+GraphAbort::~GraphAbort() {
+  stopOfThread = nullptr;
+}
 
 #ifdef QUILLMERE_WHISPER_GRAPH_HOOK
 namespace {
 
-bool isStopped(void* stop) { return static_cast<const std::atomic<bool>*>(stop)->load(std::memory_order_acquire); }
+bool isStopped(void* stop) {
+  return static_cast<const std::atomic<bool>*>(stop)->load(std::memory_order_acquire);
+}
 
 }  // namespace
 

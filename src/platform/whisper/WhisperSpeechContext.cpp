@@ -11,13 +11,19 @@
 namespace quillmere {
 namespace {
 
-bool isStopped(void* stop) { return static_cast<const std::atomic<bool>*>(stop)->load(std::memory_order_acquire); }
+bool isStopped(void* stop) {
+  return static_cast<const std::atomic<bool>*>(stop)->load(std::memory_order_acquire);
+}
 
-const char* textOrNull(const std::optional<QByteArray>& text) { return text ? text->constData() : nullptr; }
+const char* textOrNull(const std::optional<QByteArray>& text) {
+  return text ? text->constData() : nullptr;
+}
 
 }  // namespace
 
-void WhisperSpeechContext::Free::operator()(whisper_context* handle) const { whisper_free(handle); }
+void WhisperSpeechContext::Free::operator()(whisper_context* handle) const {
+  whisper_free(handle);
+}
 
 WhisperSpeechContext::WhisperSpeechContext(whisper_context* handle, Logger logger)
     : handle_(handle), logger_(std::move(logger)) {}

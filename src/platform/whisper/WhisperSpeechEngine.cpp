@@ -1,11 +1,11 @@
 #include "platform/whisper/WhisperSpeechEngine.h"
 
+#include <whisper.h>
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
 #include <exception>
 #include <mutex>
-#include <whisper.h>
 
 #include "base/text/LocalizedText.h"
 #include "platform/whisper/WhisperSpeechContext.h"
@@ -27,9 +27,15 @@ void writeLibraryLog(ggml_log_level level, const char* text, void*) {
     target = logTarget;
   }
   switch (level) {
-    case GGML_LOG_LEVEL_ERROR: target.error("%{public}s", line); break;
-    case GGML_LOG_LEVEL_WARN: target.warning("%{public}s", line); break;
-    default: target.debug("%s", line); break;  // may hold paths
+    case GGML_LOG_LEVEL_ERROR:
+      target.error("%{public}s", line);
+      break;
+    case GGML_LOG_LEVEL_WARN:
+      target.warning("%{public}s", line);
+      break;
+    default:
+      target.debug("%s", line);
+      break;  // may hold paths
   }
 }
 
