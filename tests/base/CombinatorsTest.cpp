@@ -11,7 +11,9 @@ Task<int> later(int number, Duration duration) {
   co_return number;
 }
 
-Task<void> nap(Duration duration) { co_await sleepFor(duration); }
+Task<void> nap(Duration duration) {
+  co_await sleepFor(duration);
+}
 
 Task<std::unique_ptr<int>> owned(int number, Duration duration) {
   co_await sleepFor(duration);
@@ -34,15 +36,16 @@ TEST(WithTimeout, DecidesByTheClock) {
     Duration work;
     bool isInTime;
   } const cases[] = {
-      {10s, 0s, true}, {10s, 9999ms, true}, {10s, 10s, false}, {10s, 11s, false}, {0s, 1ns, false}, {-1s, 1h, false},
-      {24h * 365, 1s, true},
+      {10s, 0s, true},  {10s, 9999ms, true}, {10s, 10s, false},     {10s, 11s, false},
+      {0s, 1ns, false}, {-1s, 1h, false},    {24h * 365, 1s, true},
   };
   for (const auto& [limit, work, isInTime] : cases) {
     ManualExecutor executor;
     const TimePoint begin = executor.now();
     EXPECT_EQ(runTask(executor, withTimeout(limit, later(3, work))), isInTime ? std::optional(3) : std::nullopt);
     EXPECT_EQ(runTask(executor, withTimeout(limit, nap(work))), isInTime);
-    EXPECT_EQ(executor.now() - begin, 2 * (isInTime ? work : std::max(limit, Duration(0)))) << "nobody waits longer than needed";
+    EXPECT_EQ(executor.now() - begin, 2 * (isInTime ? work : std::max(limit, Duration(0))))
+        << "nobody waits longer than needed";
     EXPECT_FALSE(executor.hasWork()) << "no timer is left behind";
   }
 }

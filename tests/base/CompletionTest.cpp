@@ -85,7 +85,9 @@ TEST(Completion, ADestroyedWaitThatNeverBeganStopsNothing) {
   ManualExecutor executor;
   Completion<int> completion;
   int stops = 0;
-  { const auto task = completion.wait([&] { ++stops; }); }
+  {
+    const auto task = completion.wait([&] { ++stops; });
+  }
   EXPECT_EQ(stops, 0);
   completion.resolve(1);
   EXPECT_EQ(runTask(executor, completion.wait()), 1);

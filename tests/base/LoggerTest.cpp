@@ -67,8 +67,9 @@ TEST(Logger, PassesLevelsCategoryAndTypedArguments) {
   logger.warning("d %s", QStringLiteral("said"));
   logger.error("e %u %llu", 7u, std::numeric_limits<quint64>::max());
   logger.fault("f %.1f %{bool}d %s", 0.5f, true, std::string("s"));
-  EXPECT_EQ(sink->lines(), (QStringList{QStringLiteral("a"), QStringLiteral("b 1"), QStringLiteral("c text"), QStringLiteral("d said"),
-                                        QStringLiteral("e 7 18446744073709551615"), QStringLiteral("f 0.5 true s")}));
+  EXPECT_EQ(sink->lines(),
+            (QStringList{QStringLiteral("a"), QStringLiteral("b 1"), QStringLiteral("c text"), QStringLiteral("d said"),
+                         QStringLiteral("e 7 18446744073709551615"), QStringLiteral("f 0.5 true s")}));
   EXPECT_EQ(sink->publicLines().at(3), QStringLiteral("d <private>"));
   EXPECT_EQ(sink->lines(LogLevel::error).size(), 1);
   for (const auto& record : sink->records()) EXPECT_EQ(record.category, QStringLiteral("Test"));

@@ -17,7 +17,9 @@ int spinUntil(const StopFlag& stop) {
 
 // Counts copies alive and remembers the thread on which the last one died.
 struct Tracked {
-  explicit Tracked(std::atomic<int>& count, std::atomic<std::thread::id>& thread) : live(&count), death(&thread) { ++*live; }
+  explicit Tracked(std::atomic<int>& count, std::atomic<std::thread::id>& thread) : live(&count), death(&thread) {
+    ++*live;
+  }
   Tracked(const Tracked& other) : live(other.live), death(other.death) { ++*live; }
   Tracked(Tracked&& other) noexcept : live(other.live), death(other.death) { ++*live; }
   Tracked& operator=(const Tracked&) = delete;
@@ -35,7 +37,8 @@ TEST(Offload, RunsElsewhereAndComesBack) {
   const auto where = runTask(executor, offload(pool, [](const StopFlag&) { return std::this_thread::get_id(); }));
   EXPECT_NE(where, std::this_thread::get_id());
   auto owned = std::make_unique<int>(5);
-  auto moved = runTask(executor, offload(pool, [value = std::move(owned)](const StopFlag&) mutable { return std::move(value); }));
+  auto moved = runTask(executor,
+                       offload(pool, [value = std::move(owned)](const StopFlag&) mutable { return std::move(value); }));
   EXPECT_EQ(*moved, 5);
   std::atomic<int> calls = 0;
   runTask(executor, offload(pool, [&calls](const StopFlag&) { ++calls; }));

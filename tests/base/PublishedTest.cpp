@@ -80,7 +80,8 @@ TEST(Published, AnObserverMayDestroyTheOwner) {
   });
   const auto second = value->observe([&](const QString& now) { seen.append(QStringLiteral("2") + now); });
   value->set(QStringLiteral("b"));
-  EXPECT_EQ(seen, (QStringList{QStringLiteral("1b"), QStringLiteral("2b"), QStringLiteral("1c"), QStringLiteral("2c")}));
+  EXPECT_EQ(seen,
+            (QStringList{QStringLiteral("1b"), QStringLiteral("2b"), QStringLiteral("1c"), QStringLiteral("2c")}));
 }
 
 TEST(Published, SubscriptionsOutliveTheOwnerAndEndOnce) {

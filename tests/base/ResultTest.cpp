@@ -8,8 +8,8 @@ struct Narrow {
   int code;
 };
 struct Wide {
-  Wide(int number) : code(number) {}                  // NOLINT
-  Wide(Narrow narrow) : code(narrow.code + 100) {}    // NOLINT
+  Wide(int number) : code(number) {}                // NOLINT
+  Wide(Narrow narrow) : code(narrow.code + 100) {}  // NOLINT
   int code;
 };
 

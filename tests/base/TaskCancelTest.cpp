@@ -47,7 +47,9 @@ Task<int> atOnce(Env& env) {
   co_return 2;
 }
 
-Task<void> inSleep(Env& env) { co_await nap(env, 10h); }
+Task<void> inSleep(Env& env) {
+  co_await nap(env, 10h);
+}
 
 Task<void> inNestedChild(Env& env) {
   const Live live(env);
@@ -335,18 +337,18 @@ TEST_P(TaskCancel, ByCancelAll) {
   expectNothingLeft();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    In, TaskCancel,
-    testing::Values(WaitState{"sleep", inSleep}, WaitState{"nestedChild", inNestedChild},
-                    WaitState{"completion", inCompletion, false, false, 1},
-                    WaitState{"whenAllWithOneFinished", inWhenAllWithOneFinished},
-                    WaitState{"whenAllOfMany", inWhenAllOfMany},
-                    WaitState{"whenAllOfVoid", inWhenAllOfVoid, false, false, 1}, WaitState{"timeout", inTimeout},
-                    WaitState{"timeoutInWhenAllInTimeout", inTimeoutInWhenAllInTimeout},
-                    WaitState{"shielded", inShielded, false, true}, WaitState{"join", inJoin},
-                    WaitState{"offload", inOffload, true},
-                    WaitState{"offloadBehindAnother", inOffloadBehindAnother, true, false, 0, 2}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(In, TaskCancel,
+                         testing::Values(WaitState{"sleep", inSleep}, WaitState{"nestedChild", inNestedChild},
+                                         WaitState{"completion", inCompletion, false, false, 1},
+                                         WaitState{"whenAllWithOneFinished", inWhenAllWithOneFinished},
+                                         WaitState{"whenAllOfMany", inWhenAllOfMany},
+                                         WaitState{"whenAllOfVoid", inWhenAllOfVoid, false, false, 1},
+                                         WaitState{"timeout", inTimeout},
+                                         WaitState{"timeoutInWhenAllInTimeout", inTimeoutInWhenAllInTimeout},
+                                         WaitState{"shielded", inShielded, false, true}, WaitState{"join", inJoin},
+                                         WaitState{"offload", inOffload, true},
+                                         WaitState{"offloadBehindAnother", inOffloadBehindAnother, true, false, 0, 2}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Cancel, AfterTheEndChangesNothing) {
   ManualExecutor executor;
@@ -447,8 +449,10 @@ TEST(Cancel, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
     });
     TaskHandle<int> handle;
     TaskHandle<std::tuple<int, int>> group;
-    if (isInWhenAll) group = scope->spawn(whenAll(std::move(wait), sleeper()));
-    else handle = scope->spawn(std::move(wait));
+    if (isInWhenAll)
+      group = scope->spawn(whenAll(std::move(wait), sleeper()));
+    else
+      handle = scope->spawn(std::move(wait));
     executor.runReady();
     handle.cancel();
     group.cancel();
@@ -461,8 +465,8 @@ TEST(Cancel, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
 
 TEST(Cancel, TokensAreInheritedByChildrenAndRunTheirFunctions) {
   ManualExecutor executor;
-  TaskScope scope(executor);
   int told = 0;
+  TaskScope scope(executor);
   const auto child = [](int& count) -> Task<void> {
     const CancelToken token = co_await currentCancelToken();
     const Subscription subscription = token.onCancel([&count] { ++count; });

@@ -12,7 +12,9 @@ Task<int> one() {
   co_return 1;
 }
 
-Task<void> cancelledSleep() { co_await sleepFor(1h); }
+Task<void> cancelledSleep() {
+  co_await sleepFor(1h);
+}
 
 Task<int> yields(int rounds) {
   for (int i = 0; i < rounds; ++i) co_await yieldNow();
@@ -106,12 +108,12 @@ TEST_P(TaskGrowth, LeavesNothingBehind) {
   EXPECT_FALSE(executor.hasWork());
 }
 
-INSTANTIATE_TEST_SUITE_P(All, TaskGrowth,
-                         testing::Values(GrowthCase{"yieldNow", yields, 1'000'000}, GrowthCase{"sleepFor", sleeps, 1'000'000},
-                                         GrowthCase{"Completion", completions, 1'000'000},
-                                         GrowthCase{"withTimeout", timeouts, 300'000},
-                                         GrowthCase{"whenAllAndShielded", groups, 300'000},
-                                         GrowthCase{"spawnAndJoin", spawns, 300'000}, GrowthCase{"offload", offloads, 100'000}),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    All, TaskGrowth,
+    testing::Values(GrowthCase{"yieldNow", yields, 1'000'000}, GrowthCase{"sleepFor", sleeps, 1'000'000},
+                    GrowthCase{"Completion", completions, 1'000'000}, GrowthCase{"withTimeout", timeouts, 300'000},
+                    GrowthCase{"whenAllAndShielded", groups, 300'000}, GrowthCase{"spawnAndJoin", spawns, 300'000},
+                    GrowthCase{"offload", offloads, 100'000}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -185,7 +185,8 @@ TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
         co_await std::move(task);
         out += u'x';
       };
-      auto handle = isInChild ? scope->spawn(parent(scope, trace, isLater, destroy)) : scope->spawn(destroy(scope, trace, isLater));
+      auto handle = isInChild ? scope->spawn(parent(scope, trace, isLater, destroy))
+                              : scope->spawn(destroy(scope, trace, isLater));
       executor.advance(1s);
       EXPECT_EQ(trace, isInChild ? QStringLiteral("rdd") : QStringLiteral("rd"));
       EXPECT_TRUE(handle.isDone());
@@ -208,35 +209,38 @@ TEST(TaskScope, ATaskThatEndsRightAfterDestroyingItsScopeIsFine) {
 }
 
 TEST(TaskScope, DestructorsOfFramesMaySpawnCancelAndPostWhileItDies) {
-  ManualExecutor executor;
-  int runs = 0;
-  const auto count = [](int& out) -> Task<void> {
-    ++out;
-    co_return;
-  };
-  {
-    TaskScope scope(executor);
+  struct World {
+    ManualExecutor executor;
+    int runs = 0;
     TaskHandle<int> second;
-    const auto first = [&](Duration) -> Task<void> {
-      struct AtDeath {
-        std::function<void()> function;
-        ~AtDeath() { function(); }
+    std::unique_ptr<TaskScope> scope = std::make_unique<TaskScope>(executor);
+  };
+  struct AtDeath {
+    World& world;
+    TaskScope& scope;
+    ~AtDeath() {
+      const auto count = [](int& runs) -> Task<void> {
+        ++runs;
+        co_return;
       };
-      const AtDeath atDeath{[&] {
-        second.cancel();
-        scope.spawn(count(runs));
-        scope.cancelAll();
-        executor.post([&] { ++runs; });
-      }};
-      co_await sleepFor(1h);
-    };
-    scope.spawn(first(1s));
-    second = scope.spawn(later(1, 1h));
-    executor.runReady();
-  }
-  executor.runUntilIdle();
-  EXPECT_EQ(runs, 1) << "the post ran, the late spawn did not";
-  EXPECT_FALSE(executor.hasWork());
+      world.second.cancel();
+      scope.spawn(count(world.runs));
+      scope.cancelAll();
+      world.executor.post([&world = world] { ++world.runs; });
+    }
+  };
+  const auto first = [](World& world) -> Task<void> {
+    const AtDeath atDeath{world, *world.scope};
+    co_await sleepFor(1h);
+  };
+  World world;
+  world.scope->spawn(first(world));
+  world.second = world.scope->spawn(later(1, 1h));
+  world.executor.runReady();
+  world.scope.reset();
+  world.executor.runUntilIdle();
+  EXPECT_EQ(world.runs, 1) << "the post ran, the late spawn did not";
+  EXPECT_FALSE(world.executor.hasWork());
 }
 
 TEST(TaskScope, OneTaskMayDestroyTheScopeOfAnotherThatIsAboutToRun) {

@@ -15,7 +15,9 @@ struct Live {
   int& count_;
 };
 
-Task<int> value(int number) { co_return number; }
+Task<int> value(int number) {
+  co_return number;
+}
 
 Task<std::unique_ptr<int>> moveOnly() {
   co_await yieldNow();
@@ -27,7 +29,9 @@ struct NoDefault {
   int number;
 };
 
-Task<NoDefault> noDefault() { co_return NoDefault{3}; }
+Task<NoDefault> noDefault() {
+  co_return NoDefault{3};
+}
 
 Task<int> sum(int rounds) {
   int total = 0;
@@ -113,7 +117,8 @@ TEST(Task, AnAwaitedFrameIsGoneWhenTheAwaitIsOver) {
     const int number = co_await std::move(task);
     co_return count * 10 + number;
   };
-  EXPECT_EQ(runTask(executor, parent(live, child)), 1) << "arguments of the child are destroyed though its task lives on";
+  EXPECT_EQ(runTask(executor, parent(live, child)), 1)
+      << "arguments of the child are destroyed though its task lives on";
 }
 
 TEST(Task, AwaitingTwiceIsAnError) {

@@ -21,18 +21,18 @@ TEST(Graphemes, CountWhatAReaderCounts) {
       {QStringLiteral("a\u0300\u0301\u0302\u0303b"), 2},
       {family, 1},
       {QStringLiteral("x") + family + QStringLiteral("y"), 3},
-      {QStringLiteral("\U0001F44D\U0001F3FD"), 1},                                                           // skin tone
-      {QStringLiteral("\U0001F469\U0001F3FD\u200D\U0001F680"), 1},                                           // with a profession
-      {QStringLiteral("\u2764\uFE0F\u200D\U0001F525"), 1},                                                   // variation and joiner
-      {QStringLiteral("1\uFE0F\u20E3"), 1},                                                                  // keycap
-      {QStringLiteral("\U0001F3F4\U000E0067\U000E0062\U000E0065\U000E006E\U000E0067\U000E007F"), 1},         // tag sequence
+      {QStringLiteral("\U0001F44D\U0001F3FD"), 1},                  // skin tone
+      {QStringLiteral("\U0001F469\U0001F3FD\u200D\U0001F680"), 1},  // with a profession
+      {QStringLiteral("\u2764\uFE0F\u200D\U0001F525"), 1},          // variation and joiner
+      {QStringLiteral("1\uFE0F\u20E3"), 1},                         // keycap
+      {QStringLiteral("\U0001F3F4\U000E0067\U000E0062\U000E0065\U000E006E\U000E0067\U000E007F"), 1},  // tag sequence
       {flag + flag, 2},
-      {flag + QStringLiteral("\U0001F1EB"), 2},                                                              // half a flag
+      {flag + QStringLiteral("\U0001F1EB"), 2},  // half a flag
       {QStringLiteral("a\r\nb"), 3},
       {QStringLiteral("\n\r"), 2},
-      {QStringLiteral("\u1100\u1161\u11A8"), 1},                                                             // Hangul in parts
-      {QStringLiteral("\u0928\u093F"), 1},                                                                   // Devanagari with a vowel sign
-      {QString(QChar(0xD83D)), 1},                                                                           // half a surrogate pair
+      {QStringLiteral("\u1100\u1161\u11A8"), 1},  // Hangul in parts
+      {QStringLiteral("\u0928\u093F"), 1},        // Devanagari with a vowel sign
+      {QString(QChar(0xD83D)), 1},                // half a surrogate pair
       {QStringLiteral("a") + QChar(0xDC4D) + QStringLiteral("b"), 3},
       {QString(QChar(0)) + QStringLiteral("a"), 2},
   };
@@ -57,9 +57,16 @@ TEST(Graphemes, SlicesLeaveOutWhatLiesOutside) {
     int from, n;
     QString slice;
   } const cases[] = {
-      {1, 2, family + accented}, {1, -1, family + accented + QStringLiteral("d")}, {0, 0, QString()}, {3, 5, QStringLiteral("d")},
-      {4, 1, QString()},         {9, 1, QString()},                                {-2, 3, QStringLiteral("a")}, {-2, 1, QString()},
-      {-1, -1, text},            {2, 1000000, accented + QStringLiteral("d")},
+      {1, 2, family + accented},
+      {1, -1, family + accented + QStringLiteral("d")},
+      {0, 0, QString()},
+      {3, 5, QStringLiteral("d")},
+      {4, 1, QString()},
+      {9, 1, QString()},
+      {-2, 3, QStringLiteral("a")},
+      {-2, 1, QString()},
+      {-1, -1, text},
+      {2, 1000000, accented + QStringLiteral("d")},
   };
   for (const auto& [from, n, slice] : cases) EXPECT_EQ(sliceGraphemes(text, from, n), slice) << from << ", " << n;
 }
@@ -67,8 +74,10 @@ TEST(Graphemes, SlicesLeaveOutWhatLiesOutside) {
 TEST(Text, TrimsUnicodeWhiteSpaceAndLineEnds) {
   const QString white = QStringLiteral(" \t\n\v\f\r\u0085\u00A0\u1680\u2000\u2003\u200A\u2028\u2029\u202F\u205F\u3000");
   EXPECT_EQ(trimmedText(white), QString());
-  EXPECT_EQ(trimmedText(white + QStringLiteral("a") + white + QStringLiteral("b") + white), QStringLiteral("a") + white + QStringLiteral("b"));
-  for (const char16_t kept : {u'\u200B', u'\uFEFF', u'\u200D', u'\u0000'}) EXPECT_EQ(trimmedText(QChar(kept)), QString(QChar(kept)));
+  EXPECT_EQ(trimmedText(white + QStringLiteral("a") + white + QStringLiteral("b") + white),
+            QStringLiteral("a") + white + QStringLiteral("b"));
+  for (const char16_t kept : {u'\u200B', u'\uFEFF', u'\u200D', u'\u0000'})
+    EXPECT_EQ(trimmedText(QChar(kept)), QString(QChar(kept)));
 }
 
 TEST(Text, ComparesWithoutRegardToCase) {
@@ -76,10 +85,10 @@ TEST(Text, ComparesWithoutRegardToCase) {
     const char16_t *a, *b;
     bool isEqual;
   } const cases[] = {
-      {u"ABC", u"abc", true}, {u"STRASSE", u"straße", true}, {u"ẞ", u"ß", true},     {u"ΣΊΣΥΦΟΣ", u"σίσυφος", true},
-      {u"ÄÖÜ", u"äöü", true}, {u"a", u"ä", false},           {u"Ǆ", u"ǆ", true},     {u"", u"", true},
+      {u"ABC", u"abc", true}, {u"STRASSE", u"straße", true}, {u"ẞ", u"ß", true}, {u"ΣΊΣΥΦΟΣ", u"σίσυφος", true},
+      {u"ÄÖÜ", u"äöü", true}, {u"a", u"ä", false},           {u"Ǆ", u"ǆ", true}, {u"", u"", true},
       {u"K", u"k", true},  // the Kelvin sign
-      {u"𐐀", u"𐐨", true},     // outside the basic plane
+      {u"𐐀", u"𐐨", true},  // outside the basic plane
   };
   for (const auto& [a, b, isEqual] : cases) {
     const QString left = QString::fromUtf16(a), right = QString::fromUtf16(b);
@@ -93,10 +102,13 @@ TEST(Text, FoldsForSearching) {
   struct {
     const char16_t *text, *folded;
   } const cases[] = {
-      {u"Café", u"cafe"}, {u"cafe\u0301", u"cafe"}, {u"ÅNGSTRÖM", u"angstrom"}, {u"ﬁne", u"fine"}, {u"ＡＢＣ", u"abc"},
-      {u"Straße", u"strasse"}, {u"한국", u"한국"}, {u"日本", u"日本"}, {u"Ελλάδα", u"ελλαδα"}, {u"", u""},
+      {u"Café", u"cafe"}, {u"cafe\u0301", u"cafe"}, {u"ÅNGSTRÖM", u"angstrom"},
+      {u"ﬁne", u"fine"},  {u"ＡＢＣ", u"abc"},      {u"Straße", u"strasse"},
+      {u"한국", u"한국"}, {u"日本", u"日本"},       {u"Ελλάδα", u"ελλαδα"},
+      {u"", u""},
   };
-  for (const auto& [text, folded] : cases) EXPECT_EQ(foldedForSearch(QString::fromUtf16(text)), QString::fromUtf16(folded));
+  for (const auto& [text, folded] : cases)
+    EXPECT_EQ(foldedForSearch(QString::fromUtf16(text)), QString::fromUtf16(folded));
 }
 
 TEST(UnicodeRegex, KnowsLettersDigitsAndBoundariesOfAllScripts) {
@@ -124,7 +136,8 @@ TEST(UnicodeRegex, ReplacementsAreTakenLiterally) {
   EXPECT_EQ(replaceMatches(QStringLiteral("a1b2"), digit, QStringLiteral("\\1$&")), QStringLiteral("a\\1$&b\\1$&"));
   EXPECT_EQ(replaceMatches(QStringLiteral("ab"), digit, QStringLiteral("x")), QStringLiteral("ab"));
   EXPECT_EQ(replaceMatches(QStringLiteral("123"), digit, QString()), QString());
-  EXPECT_EQ(replaceMatches(QStringLiteral("ab"), unicodeRegex(QStringLiteral("^|$")), QStringLiteral("-")), QStringLiteral("-ab-"));
+  EXPECT_EQ(replaceMatches(QStringLiteral("ab"), unicodeRegex(QStringLiteral("^|$")), QStringLiteral("-")),
+            QStringLiteral("-ab-"));
   EXPECT_EQ(replaceMatches(QString(), unicodeRegex(QStringLiteral("^")), QStringLiteral("-")), QStringLiteral("-"));
 }
 

@@ -31,9 +31,13 @@ QStringList RecordingLogSink::lines(LogLevel level) const {
   return lines;
 }
 
-int RecordingLogSink::count(const QString& text) const { return int(lines().filter(text).size()); }
+int RecordingLogSink::count(const QString& text) const {
+  return int(lines().filter(text).size());
+}
 
-bool RecordingLogSink::contains(const QString& text) const { return count(text) > 0; }
+bool RecordingLogSink::contains(const QString& text) const {
+  return count(text) > 0;
+}
 
 void RecordingLogSink::clear() {
   const std::lock_guard lock(mutex_);

@@ -20,8 +20,10 @@ TemporaryHome::TemporaryHome() {
 
 TemporaryHome::~TemporaryHome() {
   for (const auto& [name, value] : saved_) {
-    if (value) qputenv(name.constData(), *value);
-    else qunsetenv(name.constData());
+    if (value)
+      qputenv(name.constData(), *value);
+    else
+      qunsetenv(name.constData());
   }
 }
 

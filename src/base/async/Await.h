@@ -42,13 +42,19 @@ struct CheckAwaiter {
 }  // namespace detail
 
 // co_await currentExecutor() -> Executor&: the executor this task runs on. Never suspends.
-inline detail::ExecutorAwaiter currentExecutor() { return {}; }
+inline detail::ExecutorAwaiter currentExecutor() {
+  return {};
+}
 
 // co_await currentCancelToken() -> CancelToken: this task's own token. Never suspends, never throws.
-inline detail::TokenAwaiter currentCancelToken() { return {}; }
+inline detail::TokenAwaiter currentCancelToken() {
+  return {};
+}
 
 // co_await throwIfCancelled(): throws Cancelled in a cancelled task. Never suspends. For long stretches without waits.
-inline detail::CheckAwaiter throwIfCancelled() { return {}; }
+inline detail::CheckAwaiter throwIfCancelled() {
+  return {};
+}
 
 // Waits for the time to pass; at least one turn of the executor, also for zero and less.
 Task<void> sleepFor(Duration duration);

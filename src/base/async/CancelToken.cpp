@@ -14,7 +14,9 @@ struct CancelState {
 
 }  // namespace detail
 
-bool CancelToken::isCancelled() const { return state_ && state_->isCancelled; }
+bool CancelToken::isCancelled() const {
+  return state_ && state_->isCancelled;
+}
 
 Subscription CancelToken::onCancel(std::function<void()> function) const {
   if (!state_) return {};
@@ -31,7 +33,9 @@ Subscription CancelToken::onCancel(std::function<void()> function) const {
 
 CancelSource::CancelSource() : state_(std::make_shared<detail::CancelState>()) {}
 
-bool CancelSource::isCancelled() const { return state_->isCancelled; }
+bool CancelSource::isCancelled() const {
+  return state_->isCancelled;
+}
 
 void CancelSource::cancel() {
   const auto state = state_;  // a function may destroy the source

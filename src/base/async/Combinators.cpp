@@ -31,8 +31,10 @@ Leaf::AfterStop ChildStrands::stop() noexcept {
 void ChildStrands::childOver(const Strand& child) {
   if (!failure_) failure_ = child.failure();
   Strand* const own = --running_ == 0 ? own_ : nullptr;
-  if (own) own->wake();
-  else if (!child.hasEndedWithValue()) cancelAll();
+  if (own)
+    own->wake();
+  else if (!child.hasEndedWithValue())
+    cancelAll();
 }
 
 ScopedTimer::ScopedTimer(Executor& executor, Duration delay, std::function<void()> function) : executor_(executor) {

@@ -95,7 +95,9 @@ class Completion {
   // The value, moved out: one waiter at a time, one value altogether (std::logic_error otherwise). A cancel, also one
   // from before the wait, calls onCancel at once if nothing was resolved yet and throws Cancelled without waiting for
   // anything; so does scope death, without the throw. After a cancelled wait one may wait again.
-  Task<T> wait(std::function<void()> onCancel = {}) { return detail::waitForCompletion<T>(state_, std::move(onCancel)); }
+  Task<T> wait(std::function<void()> onCancel = {}) {
+    return detail::waitForCompletion<T>(state_, std::move(onCancel));
+  }
 
  private:
   bool settle() {

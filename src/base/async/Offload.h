@@ -31,8 +31,10 @@ class OffloadJobOf : public WorkerJob {
   }
   void deliver() {
     executor->externalWorkEnded();
-    if (waiter) waiter->wake();
-    else if (auto failure = outcome.exception()) std::rethrow_exception(failure);
+    if (waiter)
+      waiter->wake();
+    else if (auto failure = outcome.exception())
+      std::rethrow_exception(failure);
   }
 };
 

@@ -47,9 +47,12 @@ class Outcome {
   }
   // T may be a type that can be moved but not assigned.
   void takeOver(Outcome& other) {
-    if (other.hasValue()) content_.template emplace<1>(std::move(std::get<1>(other.content_)));
-    else if (other.isCancelled()) setCancelled();
-    else content_.template emplace<3>(other.exception());
+    if (other.hasValue())
+      content_.template emplace<1>(std::move(std::get<1>(other.content_)));
+    else if (other.isCancelled())
+      setCancelled();
+    else
+      content_.template emplace<3>(other.exception());
   }
   bool hasValue() const { return content_.index() == 1; }
   bool isCancelled() const { return content_.index() == 2; }

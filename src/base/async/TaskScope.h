@@ -89,8 +89,9 @@ class TaskHandle {
   void cancel() {
     if (auto strand = strand_) strand->cancel();
   }
-  // The value, or throws what ended the task. Cancelling the joiner (its death too) cancels the task, waits for its end, then throws
-  // Cancelled. Once a handle (std::logic_error otherwise); the result is moved out. Needs this handle only for the call.
+  // The value, or throws what ended the task. Cancelling the joiner cancels the task, waits for its end, then throws
+  // Cancelled; the death of the joiner's scope cancels the task too. Once a handle (std::logic_error otherwise); the
+  // result is moved out. Needs this handle only for the call.
   Task<T> join() {
     if (!claim_) throw std::logic_error("a task can be joined once");
     return detail::joinStrand<T>(strand_, std::move(claim_));

@@ -18,7 +18,9 @@ struct Directive {
   char conversion = 0;
 };
 
-bool isOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
+bool isOneOf(char c, std::string_view set) {
+  return set.find(c) != std::string_view::npos;
+}
 
 int readNumber(std::string_view format, size_t& at) {
   int number = 0;
@@ -34,14 +36,18 @@ std::optional<size_t> readDirective(std::string_view format, size_t at, Directiv
     if (close == std::string_view::npos) return std::nullopt;
     const std::string_view marks = format.substr(at + 1, close - at - 1);
     out.isPublic = marks.find("public") != std::string_view::npos;
-    out.isPrivate = marks.find("private") != std::string_view::npos || marks.find("sensitive") != std::string_view::npos;
+    out.isPrivate =
+        marks.find("private") != std::string_view::npos || marks.find("sensitive") != std::string_view::npos;
     out.isBool = marks.find("bool") != std::string_view::npos;
     at = close + 1;
   }
   for (; at < format.size() && isOneOf(format[at], "-0+"); ++at) {
-    if (format[at] == '-') out.isLeft = true;
-    else if (format[at] == '0') out.isZeroFilled = true;
-    else out.hasPlus = true;
+    if (format[at] == '-')
+      out.isLeft = true;
+    else if (format[at] == '0')
+      out.isZeroFilled = true;
+    else
+      out.hasPlus = true;
   }
   out.width = readNumber(format, at);
   if (at < format.size() && format[at] == '.') out.precision = readNumber(format, ++at);
@@ -69,10 +75,14 @@ QString renderArgument(const LogArgument& argument, const Directive& directive) 
   return std::visit(
       [&](const auto& value) -> QString {
         using T = std::decay_t<decltype(value)>;
-        if constexpr (std::is_same_v<T, QString>) return directive.precision >= 0 ? value.left(directive.precision) : value;
-        else if constexpr (std::is_same_v<T, bool>) return renderInteger(int(value), directive);
-        else if constexpr (std::is_same_v<T, double>) return renderDouble(value, directive);
-        else return renderInteger(value, directive);
+        if constexpr (std::is_same_v<T, QString>)
+          return directive.precision >= 0 ? value.left(directive.precision) : value;
+        else if constexpr (std::is_same_v<T, bool>)
+          return renderInteger(int(value), directive);
+        else if constexpr (std::is_same_v<T, double>)
+          return renderDouble(value, directive);
+        else
+          return renderInteger(value, directive);
       },
       argument);
 }
@@ -126,7 +136,11 @@ QString renderLogFormat(std::string_view format, const std::vector<LogArgument>&
   return line;
 }
 
-QString LogRecord::fullText() const { return renderLogFormat(format, arguments, false); }
-QString LogRecord::publicText() const { return renderLogFormat(format, arguments, true); }
+QString LogRecord::fullText() const {
+  return renderLogFormat(format, arguments, false);
+}
+QString LogRecord::publicText() const {
+  return renderLogFormat(format, arguments, true);
+}
 
 }  // namespace quillmere

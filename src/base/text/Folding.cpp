@@ -2,9 +2,13 @@
 
 namespace quillmere {
 
-bool equalsIgnoringCase(const QString& a, const QString& b) { return caseFolded(a) == caseFolded(b); }
+bool equalsIgnoringCase(const QString& a, const QString& b) {
+  return caseFolded(a) == caseFolded(b);
+}
 
-bool containsIgnoringCase(const QString& text, const QString& part) { return caseFolded(text).contains(caseFolded(part)); }
+bool containsIgnoringCase(const QString& text, const QString& part) {
+  return caseFolded(text).contains(caseFolded(part));
+}
 
 QString caseFolded(const QString& text) {
   QString folded = text.toCaseFolded();

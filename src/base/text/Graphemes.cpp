@@ -27,7 +27,9 @@ int graphemeCount(const QString& text) {
   return count;
 }
 
-QString leftGraphemes(const QString& text, int n) { return text.left(positionAfter(text, 0, n)); }
+QString leftGraphemes(const QString& text, int n) {
+  return text.left(positionAfter(text, 0, n));
+}
 
 QString rightGraphemes(const QString& text, int n) {
   if (n <= 0) return {};
@@ -44,7 +46,9 @@ QString sliceGraphemes(const QString& text, int from, int n) {
   return text.mid(start, positionAfter(text, start, n) - start);
 }
 
-QString trimmedText(const QString& text) { return text.trimmed(); }
+QString trimmedText(const QString& text) {
+  return text.trimmed();
+}
 
 QStringList graphemes(const QString& text) {
   QStringList list;

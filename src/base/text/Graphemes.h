@@ -3,8 +3,8 @@
 #include <QStringList>
 #include <QStringView>
 
-// A "character" of a text, as its reader counts: a grapheme cluster. A family emoji, a letter with its combining marks, a
-// flag and CR LF count as one each. Any thread; pure.
+// A "character" of a text, as its reader counts: a grapheme cluster. A family emoji, a letter with its combining marks,
+// a flag and CR LF count as one each. Any thread; pure.
 namespace quillmere {
 
 int graphemeCount(const QString& text);

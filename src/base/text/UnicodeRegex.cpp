@@ -14,7 +14,9 @@ QRegularExpression unicodeRegex(const QString& pattern, bool caseInsensitive) {
   return regex;
 }
 
-QString escapedPattern(const QString& text) { return QRegularExpression::escape(text); }
+QString escapedPattern(const QString& text) {
+  return QRegularExpression::escape(text);
+}
 
 QString replaceMatches(const QString& text, const QRegularExpression& pattern, const QString& replacement) {
   QString result;

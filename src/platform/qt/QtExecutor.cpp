@@ -72,7 +72,9 @@ void QtExecutor::post(std::function<void()> function) {
   [[maybe_unused]] const auto size = ::write(wakeFd_, &one, sizeof one);
 }
 
-TimePoint QtExecutor::now() const { return std::chrono::steady_clock::now(); }
+TimePoint QtExecutor::now() const {
+  return std::chrono::steady_clock::now();
+}
 
 Executor::TimerId QtExecutor::startTimer(Duration delay, std::function<void()> function) {
   const TimePoint started = now();

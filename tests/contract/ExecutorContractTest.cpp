@@ -1,0 +1,245 @@
+#include <QEventLoop>
+#include <QTimer>
+#include <thread>
+
+#include "base/async/Async.h"
+#include "platform/qt/QtExecutor.h"
+#include "support/RunTask.h"
+
+using namespace quillmere;
+using namespace std::chrono_literals;
+
+// What every executor promises, on the one of the tests and on the one of the application. Short real waits are waited
+// for by events; nothing here depends on how long they really take.
+namespace {
+
+class Host {
+ public:
+  virtual ~Host() = default;
+  virtual Executor& executor() = 0;
+  virtual void runUntil(const std::function<bool()>& condition) = 0;
+};
+
+class ManualHost final : public Host {
+ public:
+  Executor& executor() override { return executor_; }
+  void runUntil(const std::function<bool()>& condition) override { executor_.runUntil(condition); }
+
+ private:
+  ManualExecutor executor_;
+};
+
+class QtHost final : public Host {
+ public:
+  Executor& executor() override { return executor_; }
+  void runUntil(const std::function<bool()>& condition) override {
+    QEventLoop loop;
+    bool isHanging = false;
+    QTimer::singleShot(60s, &loop, [&] {
+      isHanging = true;
+      loop.quit();
+    });
+    while (!condition() && !isHanging) loop.processEvents(QEventLoop::WaitForMoreEvents);
+    if (isHanging) throw std::logic_error("the condition never holds");
+  }
+
+ private:
+  QtExecutor executor_;
+};
+
+struct HostKind {
+  const char* name;
+  std::unique_ptr<Host> (*make)();
+};
+
+class ExecutorContract : public testing::TestWithParam<HostKind> {
+ protected:
+  template <typename T>
+  T run(Task<T> task) {
+    auto strand = std::make_shared<detail::StrandOf<T>>(executor, std::move(task));
+    const detail::StrandGuard guard(strand);
+    strand->claim();
+    strand->start();
+    host->runUntil([&] { return strand->isOver(); });
+    return strand->outcome().take();
+  }
+  void runUntilCount(size_t count) {
+    host->runUntil([&] { return trace.size() >= count; });
+  }
+  std::function<void()> note(int number) {
+    return [this, number] { trace.push_back(number); };
+  }
+
+  std::unique_ptr<Host> host = GetParam().make();
+  Executor& executor = host->executor();
+  std::vector<int> trace;
+};
+
+TEST_P(ExecutorContract, PostsRunInOrderAndNeverInline) {
+  executor.post([&] {
+    executor.post(note(3));
+    trace.push_back(1);
+  });
+  executor.post(note(2));
+  EXPECT_TRUE(trace.empty());
+  runUntilCount(3);
+  EXPECT_EQ(trace, (std::vector<int>{1, 2, 3}));
+}
+
+TEST_P(ExecutorContract, TimersFireByDeadlineThenByStart) {
+  executor.startTimer(3ms, note(5));
+  executor.startTimer(1ms, note(3));
+  executor.startTimer(2ms, note(4));
+  executor.startTimer(0ms, note(1));
+  executor.startTimer(-1h, note(2));
+  EXPECT_TRUE(trace.empty()) << "never from inside startTimer()";
+  runUntilCount(5);
+  EXPECT_EQ(trace, (std::vector<int>{1, 2, 3, 4, 5}));
+}
+
+TEST_P(ExecutorContract, WhatATimerPostsRunsBeforeTheNextTimer) {
+  executor.startTimer(0ms, [&] {
+    trace.push_back(1);
+    executor.post([&] {
+      trace.push_back(2);
+      executor.post(note(3));
+    });
+  });
+  executor.startTimer(0ms, note(4));
+  runUntilCount(4);
+  EXPECT_EQ(trace, (std::vector<int>{1, 2, 3, 4}));
+}
+
+TEST_P(ExecutorContract, TimersAreNeverEarlyAndTheClockNeverGoesBack) {
+  for (const Duration delay : {Duration(1), Duration(999us), Duration(1ms), Duration(7ms)}) {
+    const TimePoint before = executor.now();
+    TimePoint fired = before - 1h;
+    executor.startTimer(delay, [&] { fired = executor.now(); });
+    host->runUntil([&] { return fired >= before; });
+    EXPECT_GE(fired - before, delay);
+  }
+}
+
+TEST_P(ExecutorContract, ACancelledTimerDoesNotFire) {
+  const auto first = executor.startTimer(0ms, note(9));
+  Executor::TimerId third = 0;
+  executor.startTimer(0ms, [&] {
+    trace.push_back(1);
+    executor.cancelTimer(third);  // due as well, but not yet run
+  });
+  third = executor.startTimer(0ms, note(9));
+  executor.cancelTimer(first);
+  executor.cancelTimer(first);
+  executor.cancelTimer(0);
+  executor.cancelTimer(123456);
+  EXPECT_NE(first, third);
+  executor.startTimer(1ms, note(2));
+  runUntilCount(2);
+  EXPECT_EQ(trace, (std::vector<int>{1, 2}));
+}
+
+TEST_P(ExecutorContract, ATimerMayCancelItselfAndStartAnother) {
+  Executor::TimerId own = 0;
+  own = executor.startTimer(0ms, [&] {
+    executor.cancelTimer(own);
+    trace.push_back(1);
+    executor.startTimer(0ms, note(2));
+    executor.startTimer(Duration::max(), note(9));
+  });
+  runUntilCount(2);
+  EXPECT_EQ(trace, (std::vector<int>{1, 2}));
+}
+
+TEST_P(ExecutorContract, FunctionsAreLetGoWhenTheyHaveRunOrWereCancelled) {
+  const auto held = std::make_shared<int>(1);
+  executor.post([held, this] { trace.push_back(*held); });
+  executor.startTimer(0ms, [held, this] { trace.push_back(*held); });
+  const auto cancelled = executor.startTimer(1h, [held] {});
+  executor.cancelTimer(cancelled);
+  runUntilCount(2);
+  host->runUntil([&] { return held.use_count() == 1; });
+  executor.post([held] {});
+  executor.startTimer(1h, [held] {});
+  host.reset();
+  EXPECT_EQ(held.use_count(), 1) << "what is queued at the end is dropped";
+}
+
+TEST_P(ExecutorContract, PostsOfOtherThreadsArriveInTheirOrder) {
+  constexpr int threadCount = 4, postCount = 2000;
+  std::vector<int> last(threadCount, 0);
+  int arrived = 0;
+  bool isOrdered = true, isOwnThread = true;
+  const auto self = std::this_thread::get_id();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < threadCount; ++t) {
+    executor.externalWorkStarted();
+    threads.emplace_back([&, t] {
+      for (int i = 1; i <= postCount; ++i)
+        executor.post([&, t, i] {
+          isOrdered = isOrdered && last[size_t(t)] + 1 == i;
+          isOwnThread = isOwnThread && std::this_thread::get_id() == self;
+          last[size_t(t)] = i;
+          ++arrived;
+        });
+      executor.post([&] { executor.externalWorkEnded(); });
+    });
+  }
+  host->runUntil([&] { return arrived == threadCount * postCount; });
+  for (auto& thread : threads) thread.join();
+  EXPECT_TRUE(isOrdered);
+  EXPECT_TRUE(isOwnThread);
+}
+
+Task<int> everything(WorkerPool& pool) {
+  Completion<int> completion;
+  Executor& executor = co_await currentExecutor();
+  executor.startTimer(1ms, [completion]() mutable { completion.resolve(1); });
+  auto answer = completion.wait();
+  int total = co_await std::move(answer);
+  auto late = withTimeout(1ms, sleepFor(1h));
+  total += co_await std::move(late) ? 0 : 10;
+  auto work = offload(pool, [](const StopFlag&) { return 100; });
+  auto group = whenAll(std::move(work), shielded(offload(pool, [](const StopFlag&) { return 1000; })));
+  const auto pair = co_await std::move(group);
+  total += std::get<0>(pair) + std::get<1>(pair);
+  for (int i = 0; i < 5000; ++i) co_await yieldNow();
+  TaskScope scope(executor);
+  auto handle = scope.spawn(sleepFor(1h));
+  co_await yieldNow();
+  handle.cancel();
+  try {
+    auto join = handle.join();
+    co_await std::move(join);
+  } catch (const Cancelled&) {
+    total += 10000;
+  }
+  co_return total;
+}
+
+TEST_P(ExecutorContract, CarriesTasksWithAllTheirWaits) {
+  WorkerPool pool(2);
+  EXPECT_EQ(run(everything(pool)), 11111);
+}
+
+TEST_P(ExecutorContract, ACancelEndsARunningOffload) {
+  WorkerPool pool(1);
+  const auto spin = [](const StopFlag& stop) {
+    while (!stop.isSet()) std::this_thread::yield();
+  };
+  TaskScope scope(executor);
+  auto handle = scope.spawn(offload(pool, spin));
+  executor.startTimer(1ms, [&] { handle.cancel(); });
+  // The virtual clock stands still while a worker works, so the timer is fired by hand there.
+  if (auto* manual = dynamic_cast<ManualExecutor*>(&executor)) manual->advance(1ms);
+  host->runUntil([&] { return handle.isDone(); });
+  EXPECT_THROW(run(handle.join()), Cancelled);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    On, ExecutorContract,
+    testing::Values(HostKind{"ManualExecutor",
+                             []() -> std::unique_ptr<Host> { return std::make_unique<ManualHost>(); }},
+                    HostKind{"QtExecutor", []() -> std::unique_ptr<Host> { return std::make_unique<QtHost>(); }}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
