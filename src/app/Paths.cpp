@@ -11,7 +11,8 @@ namespace {
 // An XDG variable counts only when it is absolute; else the default below the home folder does.
 QString baseFolder(const char* variable, const QString& fallbackBelowHome) {
   const QString value = qEnvironmentVariable(variable);
-  return QDir::isAbsolutePath(value) ? QDir::cleanPath(value) : QDir::cleanPath(QDir::homePath() + u'/' + fallbackBelowHome);
+  return QDir::isAbsolutePath(value) ? QDir::cleanPath(value)
+                                     : QDir::cleanPath(QDir::homePath() + u'/' + fallbackBelowHome);
 }
 
 QString userFolder(QStandardPaths::StandardLocation location, const QString& fallbackBelowHome) {
@@ -20,7 +21,8 @@ QString userFolder(QStandardPaths::StandardLocation location, const QString& fal
 }
 
 QString resources() {
-  const QString installed = QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/quillmere"));
+  const QString installed =
+      QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/quillmere"));
   return QFileInfo(installed).isDir() ? installed : QStringLiteral(QUILLMERE_SOURCE_RESOURCES);
 }
 
@@ -32,7 +34,8 @@ Paths Paths::fromEnvironment() {
   paths.dataFolder = data + QStringLiteral("/quillmere");
   paths.storeFile = paths.dataFolder + QStringLiteral("/Quillmere.sqlite");
   paths.modelsFolder = paths.dataFolder + QStringLiteral("/models");
-  paths.settingsFile = baseFolder("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/quillmere/quillmere.conf");
+  paths.settingsFile =
+      baseFolder("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/quillmere/quillmere.conf");
   paths.stateFolder = baseFolder("XDG_STATE_HOME", QStringLiteral(".local/state")) + QStringLiteral("/quillmere");
   paths.logsFolder = paths.stateFolder + QStringLiteral("/logs");
   paths.resourcesFolder = resources();

@@ -66,8 +66,8 @@ void buildModels(Services& s) {
 void buildPipeline(Services& s, const ServiceOptions& options) {
   const int processors = QThread::idealThreadCount();
   s.vocabularyProcessor = std::make_unique<VocabularyProcessor>(*s.persistence, s.logging);
-  s.localProvider = std::make_unique<LibWhisperProvider>(*s.executor, *s.speechEngine, *s.modelManager, *s.audioConverter,
-                                                         processors, s.logging);
+  s.localProvider = std::make_unique<LibWhisperProvider>(*s.executor, *s.speechEngine, *s.modelManager,
+                                                         *s.audioConverter, processors, s.logging);
   TranscriptionEngines engines;
   engines.localProvider = s.localProvider.get();
   s.router = std::make_unique<TranscriptionProviderRouter>(engines, *s.network, s.appLogger.get(), s.logging);
@@ -78,10 +78,11 @@ void buildPipeline(Services& s, const ServiceOptions& options) {
   s.modelCoordinator = std::make_unique<TranscriptionModelManager>(modelServices, *s.persistence, s.paths.modelsFolder,
                                                                    processors, s.logging);
   s.appState = std::make_unique<AppState>(*s.executor, *s.defaults, s.settings.get(), options.notices, s.logging);
-  s.retryHandler = std::make_unique<TranscriptionRetryController>(*s.persistence, s.settings.get(), nullptr, *s.clock,
-                                                                  s.logging);
-  TranscriptionPipelineServices services{*s.executor, *s.clock, *s.persistence, *s.defaults, *s.vocabularyProcessor,
-                                         *s.router, *s.modelCoordinator, *s.fileWorkers};
+  s.retryHandler =
+      std::make_unique<TranscriptionRetryController>(*s.persistence, s.settings.get(), nullptr, *s.clock, s.logging);
+  TranscriptionPipelineServices services{
+      *s.executor,         *s.clock,      *s.persistence, *s.defaults, *s.vocabularyProcessor, *s.router,
+      *s.modelCoordinator, *s.fileWorkers};
   services.localProvider = s.localProvider.get();
   services.settingsManager = s.settings.get();
   services.appState = s.appState.get();
@@ -89,8 +90,8 @@ void buildPipeline(Services& s, const ServiceOptions& options) {
   s.pipeline = std::make_unique<TranscriptionPipeline>(std::move(services), s.logging);
   s.retryHandler->setTranscriber(s.pipeline.get());
 
-  FileTranscriptionFlow::Dependencies flow{*s.executor, *s.clock, *s.fileWorkers, *s.persistence, *s.settings,
-                                           *s.audioFileConverter};
+  FileTranscriptionFlow::Dependencies flow{*s.executor,    *s.clock,    *s.fileWorkers,
+                                           *s.persistence, *s.settings, *s.audioFileConverter};
   flow.transcriptionPipeline = s.pipeline.get();
   flow.completionLinger = options.completionLinger;
   s.fileFlow = std::make_unique<FileTranscriptionFlow>(flow, s.logging);
@@ -119,7 +120,8 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   s.fileWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("files"));
   s.settings = std::make_unique<SettingsManager>(*s.defaults, s.paths.standard, s.logging, s.appLogger.get());
   s.audioConverter = std::make_unique<AudioConverter>(*s.mediaReaders, *s.resamplers, *s.audioWorkers, s.logging);
-  s.audioFileConverter = std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.audioWorkers, s.logging);
+  s.audioFileConverter =
+      std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.audioWorkers, s.logging);
   buildModels(s);
   if (!options.opensStore) return services;
 

@@ -7,9 +7,9 @@
 
 namespace quillmere {
 
-// The persisted entities as live objects: the store's identity map hands out one object a row, holders change its fields
-// in place, and the store writes the changed fields at the next save. Every attribute is optional: readers handle
-// absence. All of them are touched on the main thread only.
+// The persisted entities as live objects: the store's identity map hands out one object a row, holders change its
+// fields in place, and the store writes the changed fields at the next save. Every attribute is optional: readers
+// handle absence. All of them are touched on the main thread only.
 
 struct Mode {
   std::optional<bool> capitalization;

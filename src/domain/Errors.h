@@ -16,44 +16,110 @@ struct ErrorClassification {
 
 // The error of the transcription road. One alternative a case, each with the payload that its message needs.
 struct TranscriptionError {
-  struct ProviderNotAvailable { std::optional<QString> provider, reason; bool operator==(const ProviderNotAvailable&) const = default; };
-  struct NetworkError { std::optional<QString> details; bool operator==(const NetworkError&) const = default; };
-  struct ApiKeyMissing { std::optional<QString> provider; bool operator==(const ApiKeyMissing&) const = default; };
-  struct Unauthorized { std::optional<QString> provider; bool operator==(const Unauthorized&) const = default; };
-  struct AudioFileTooLarge { qint64 fileSize = 0, limit = 0; QString providerName; bool operator==(const AudioFileTooLarge&) const = default; };
-  struct ServerError { int statusCode = 0; QString message; bool operator==(const ServerError&) const = default; };
-  struct RateLimited { std::optional<int> retryAfterSeconds; bool operator==(const RateLimited&) const = default; };
-  struct InsufficientCredits { int remaining = 0, required = 0; bool operator==(const InsufficientCredits&) const = default; };
-  struct QuotaExceeded { QString provider; std::optional<QString> message; bool operator==(const QuotaExceeded&) const = default; };
-  struct Timeout { QString operation; bool operator==(const Timeout&) const = default; };
-  struct ModelNotDownloaded { bool operator==(const ModelNotDownloaded&) const = default; };
-  struct ModelProtected { bool operator==(const ModelProtected&) const = default; };
-  struct AudioFileNotFound { bool operator==(const AudioFileNotFound&) const = default; };
-  struct MaxRetriesExceeded { bool operator==(const MaxRetriesExceeded&) const = default; };
-  struct InvalidRequest { bool operator==(const InvalidRequest&) const = default; };
-  struct StreamingInterrupted { bool operator==(const StreamingInterrupted&) const = default; };
-  struct Busy { bool operator==(const Busy&) const = default; };
-  struct InvalidAudioFormat { bool operator==(const InvalidAudioFormat&) const = default; };
-  struct AudioConversionFailed { bool operator==(const AudioConversionFailed&) const = default; };
-  struct NoSpeechDetected { bool operator==(const NoSpeechDetected&) const = default; };
+  struct ProviderNotAvailable {
+    std::optional<QString> provider, reason;
+    bool operator==(const ProviderNotAvailable&) const = default;
+  };
+  struct NetworkError {
+    std::optional<QString> details;
+    bool operator==(const NetworkError&) const = default;
+  };
+  struct ApiKeyMissing {
+    std::optional<QString> provider;
+    bool operator==(const ApiKeyMissing&) const = default;
+  };
+  struct Unauthorized {
+    std::optional<QString> provider;
+    bool operator==(const Unauthorized&) const = default;
+  };
+  struct AudioFileTooLarge {
+    qint64 fileSize = 0, limit = 0;
+    QString providerName;
+    bool operator==(const AudioFileTooLarge&) const = default;
+  };
+  struct ServerError {
+    int statusCode = 0;
+    QString message;
+    bool operator==(const ServerError&) const = default;
+  };
+  struct RateLimited {
+    std::optional<int> retryAfterSeconds;
+    bool operator==(const RateLimited&) const = default;
+  };
+  struct InsufficientCredits {
+    int remaining = 0, required = 0;
+    bool operator==(const InsufficientCredits&) const = default;
+  };
+  struct QuotaExceeded {
+    QString provider;
+    std::optional<QString> message;
+    bool operator==(const QuotaExceeded&) const = default;
+  };
+  struct Timeout {
+    QString operation;
+    bool operator==(const Timeout&) const = default;
+  };
+  struct ModelNotDownloaded {
+    bool operator==(const ModelNotDownloaded&) const = default;
+  };
+  struct ModelProtected {
+    bool operator==(const ModelProtected&) const = default;
+  };
+  struct AudioFileNotFound {
+    bool operator==(const AudioFileNotFound&) const = default;
+  };
+  struct MaxRetriesExceeded {
+    bool operator==(const MaxRetriesExceeded&) const = default;
+  };
+  struct InvalidRequest {
+    bool operator==(const InvalidRequest&) const = default;
+  };
+  struct StreamingInterrupted {
+    bool operator==(const StreamingInterrupted&) const = default;
+  };
+  struct Busy {
+    bool operator==(const Busy&) const = default;
+  };
+  struct InvalidAudioFormat {
+    bool operator==(const InvalidAudioFormat&) const = default;
+  };
+  struct AudioConversionFailed {
+    bool operator==(const AudioConversionFailed&) const = default;
+  };
+  struct NoSpeechDetected {
+    bool operator==(const NoSpeechDetected&) const = default;
+  };
 
-  using Case = std::variant<ProviderNotAvailable, NetworkError, ApiKeyMissing, Unauthorized, AudioFileTooLarge, ServerError,
-                            RateLimited, InsufficientCredits, QuotaExceeded, Timeout, ModelNotDownloaded, ModelProtected,
-                            AudioFileNotFound, MaxRetriesExceeded, InvalidRequest, StreamingInterrupted, Busy,
-                            InvalidAudioFormat, AudioConversionFailed, NoSpeechDetected>;
+  using Case = std::variant<ProviderNotAvailable, NetworkError, ApiKeyMissing, Unauthorized, AudioFileTooLarge,
+                            ServerError, RateLimited, InsufficientCredits, QuotaExceeded, Timeout, ModelNotDownloaded,
+                            ModelProtected, AudioFileNotFound, MaxRetriesExceeded, InvalidRequest, StreamingInterrupted,
+                            Busy, InvalidAudioFormat, AudioConversionFailed, NoSpeechDetected>;
   Case kind;
 
   template <typename C>
-  bool is() const { return std::holds_alternative<C>(kind); }
+  bool is() const {
+    return std::holds_alternative<C>(kind);
+  }
   bool operator==(const TranscriptionError&) const = default;
 };
 
 // Errors of the recording side and of audio files.
 struct AudioError {
   enum class Kind {
-    permissionDenied, recordingFailed, noPermission, engineCreationFailed, noInputNode, fileCreationFailed,
-    noTranscriptionPipeline, invalidHardwareFormat, formatCreationFailed, converterCreationFailed, exportFailed,
-    fileNotReadable, recordingTooShort, noAudioTrack
+    permissionDenied,
+    recordingFailed,
+    noPermission,
+    engineCreationFailed,
+    noInputNode,
+    fileCreationFailed,
+    noTranscriptionPipeline,
+    invalidHardwareFormat,
+    formatCreationFailed,
+    converterCreationFailed,
+    exportFailed,
+    fileNotReadable,
+    recordingTooShort,
+    noAudioTrack
   };
   Kind kind = Kind::recordingFailed;
   QString reason;  // only permissionDenied and recordingFailed carry one: it is their whole message
@@ -65,8 +131,15 @@ enum class FileWatcherError { failedToOpenFileDescriptor, timeout, fileNotCreate
 // What a failed web request says of itself. The numbers are those that diagnostic records have always carried.
 struct UrlError {
   enum Code {
-    cancelled = -999, badUrl = -1000, timedOut = -1001, cannotFindHost = -1003, cannotConnectToHost = -1004,
-    networkConnectionLost = -1005, dnsLookupFailed = -1006, notConnectedToInternet = -1009, badServerResponse = -1011
+    cancelled = -999,
+    badUrl = -1000,
+    timedOut = -1001,
+    cannotFindHost = -1003,
+    cannotConnectToHost = -1004,
+    networkConnectionLost = -1005,
+    dnsLookupFailed = -1006,
+    notConnectedToInternet = -1009,
+    badServerResponse = -1011
   };
   int code = 0;
   QString codeName;     // "timedOut", ...; empty for a code without a name
@@ -91,7 +164,8 @@ struct PlatformError {
 };
 
 // Every error that travels along a road of the application.
-using AnyError = std::variant<TranscriptionError, AudioError, FileWatcherError, UrlError, HostedCloudError, PlatformError>;
+using AnyError =
+    std::variant<TranscriptionError, AudioError, FileWatcherError, UrlError, HostedCloudError, PlatformError>;
 
 // The sentence for the user, in the language of the loaded text table.
 QString localizedDescription(const TranscriptionError& error);

@@ -38,7 +38,8 @@ enum class GgmlModelChecks { whole, allowVocabularyOnly };
 // What passes can be handed to the engine's library, which crashes on damaged files and takes truncated ones for empty
 // models; only the values of weights and words are not looked at. `device` is open, random-access and at position 0.
 // Reads about 1 MB of a file of any size.
-Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device, GgmlModelChecks checks = GgmlModelChecks::whole);
+Result<GgmlModelFile, GgmlModelFault> inspectGgmlModelFile(QIODevice& device,
+                                                           GgmlModelChecks checks = GgmlModelChecks::whole);
 
 // The sentence for the user, in the language of the loaded text table.
 QString localizedDescription(const GgmlModelFault& fault, const QString& fileName);

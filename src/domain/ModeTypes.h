@@ -29,18 +29,22 @@ struct RawValues<ProviderType> {
 template <>
 struct RawValues<CloudProvider> {
   using E = CloudProvider;
-  static constexpr std::array values{std::pair{E::quillmere, "quillmere"},   std::pair{E::openai, "openai"},
-                                     std::pair{E::groq, "groq"},             std::pair{E::fireworks, "fireworks"},
-                                     std::pair{E::deepgram, "deepgram"},     std::pair{E::assemblyAI, "assemblyai"},
-                                     std::pair{E::elevenLabs, "elevenlabs"}, std::pair{E::mistral, "mistral"}};
+  static constexpr std::array values{std::pair{E::quillmere, "quillmere"},
+                                     std::pair{E::openai, "openai"},
+                                     std::pair{E::groq, "groq"},
+                                     std::pair{E::fireworks, "fireworks"},
+                                     std::pair{E::deepgram, "deepgram"},
+                                     std::pair{E::assemblyAI, "assemblyai"},
+                                     std::pair{E::elevenLabs, "elevenlabs"},
+                                     std::pair{E::mistral, "mistral"}};
 };
 template <>
 struct RawValues<PostProcessingProvider> {
   using E = PostProcessingProvider;
-  static constexpr std::array values{std::pair{E::quillmere, "quillmere"}, std::pair{E::openai, "openai"},
-                                     std::pair{E::anthropic, "anthropic"}, std::pair{E::gemini, "gemini"},
-                                     std::pair{E::groq, "groq"},           std::pair{E::cerebras, "cerebras"},
-                                     std::pair{E::localGemma, "local_gemma"}};
+  static constexpr std::array values{
+      std::pair{E::quillmere, "quillmere"},   std::pair{E::openai, "openai"}, std::pair{E::anthropic, "anthropic"},
+      std::pair{E::gemini, "gemini"},         std::pair{E::groq, "groq"},     std::pair{E::cerebras, "cerebras"},
+      std::pair{E::localGemma, "local_gemma"}};
 };
 template <>
 struct RawValues<CloudAccuracyTier> {

@@ -6,8 +6,8 @@
 
 namespace quillmere {
 
-// An enumeration with stored texts specialises this with `static constexpr std::array values{std::pair{E::a, "raw"}, ...}`
-// in case order.
+// An enumeration with stored texts specialises this with `static constexpr std::array values{std::pair{E::a, "raw"},
+// ...}` in case order.
 template <typename E>
 struct RawValues;
 

@@ -8,14 +8,27 @@ namespace quillmere {
 
 // The pipeline's observable state.
 struct TranscriptionState {
-  struct Idle { bool operator==(const Idle&) const = default; };
-  struct Transcribing { QString provider; float progress = 0; bool operator==(const Transcribing&) const = default; };
-  struct PostProcessing { bool operator==(const PostProcessing&) const = default; };
-  struct Error { QString message; bool operator==(const Error&) const = default; };
+  struct Idle {
+    bool operator==(const Idle&) const = default;
+  };
+  struct Transcribing {
+    QString provider;
+    float progress = 0;
+    bool operator==(const Transcribing&) const = default;
+  };
+  struct PostProcessing {
+    bool operator==(const PostProcessing&) const = default;
+  };
+  struct Error {
+    QString message;
+    bool operator==(const Error&) const = default;
+  };
   std::variant<Idle, Transcribing, PostProcessing, Error> kind;
 
   template <typename C>
-  bool is() const { return std::holds_alternative<C>(kind); }
+  bool is() const {
+    return std::holds_alternative<C>(kind);
+  }
   // "idle", "transcribing with X (10%)", "post-processing", "error: ..."
   QString text() const;
   bool operator==(const TranscriptionState&) const = default;
@@ -23,17 +36,35 @@ struct TranscriptionState {
 
 // What the dictation does now, as the interface shows it.
 struct RecordingState {
-  struct Idle { bool operator==(const Idle&) const = default; };
-  struct Recording { bool operator==(const Recording&) const = default; };
-  struct Processing { bool operator==(const Processing&) const = default; };
-  struct Transcribing { bool operator==(const Transcribing&) const = default; };
-  struct PostProcessing { bool operator==(const PostProcessing&) const = default; };
-  struct Complete { QString text; bool operator==(const Complete&) const = default; };
-  struct Error { QString message; bool operator==(const Error&) const = default; };
+  struct Idle {
+    bool operator==(const Idle&) const = default;
+  };
+  struct Recording {
+    bool operator==(const Recording&) const = default;
+  };
+  struct Processing {
+    bool operator==(const Processing&) const = default;
+  };
+  struct Transcribing {
+    bool operator==(const Transcribing&) const = default;
+  };
+  struct PostProcessing {
+    bool operator==(const PostProcessing&) const = default;
+  };
+  struct Complete {
+    QString text;
+    bool operator==(const Complete&) const = default;
+  };
+  struct Error {
+    QString message;
+    bool operator==(const Error&) const = default;
+  };
   std::variant<Idle, Recording, Processing, Transcribing, PostProcessing, Complete, Error> kind;
 
   template <typename C>
-  bool is() const { return std::holds_alternative<C>(kind); }
+  bool is() const {
+    return std::holds_alternative<C>(kind);
+  }
   QString diagnosticLabel() const;  // "idle", "recording", ..., "post_processing"
   bool operator==(const RecordingState&) const = default;
 };
@@ -47,20 +78,25 @@ struct StreamingConnectionState {
 
 // Why a recording or a toggle began.
 enum class RecordingTriggerSource {
-  shortcut, streamingShortcut, uiButton, menu, onboarding, pushToTalk, autoStop, cancelShortcut, unknown
+  shortcut,
+  streamingShortcut,
+  uiButton,
+  menu,
+  onboarding,
+  pushToTalk,
+  autoStop,
+  cancelShortcut,
+  unknown
 };
 template <>
 struct RawValues<RecordingTriggerSource> {
   using E = RecordingTriggerSource;
-  static constexpr std::array values{std::pair{E::shortcut, "shortcut"},
-                                     std::pair{E::streamingShortcut, "streaming_shortcut"},
-                                     std::pair{E::uiButton, "ui_button"},
-                                     std::pair{E::menu, "menu"},
-                                     std::pair{E::onboarding, "onboarding"},
-                                     std::pair{E::pushToTalk, "push_to_talk"},
-                                     std::pair{E::autoStop, "auto_stop"},
-                                     std::pair{E::cancelShortcut, "cancel_shortcut"},
-                                     std::pair{E::unknown, "unknown"}};
+  static constexpr std::array values{
+      std::pair{E::shortcut, "shortcut"},     std::pair{E::streamingShortcut, "streaming_shortcut"},
+      std::pair{E::uiButton, "ui_button"},    std::pair{E::menu, "menu"},
+      std::pair{E::onboarding, "onboarding"}, std::pair{E::pushToTalk, "push_to_talk"},
+      std::pair{E::autoStop, "auto_stop"},    std::pair{E::cancelShortcut, "cancel_shortcut"},
+      std::pair{E::unknown, "unknown"}};
 };
 
 // The sections of the main window.

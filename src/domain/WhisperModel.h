@@ -10,26 +10,44 @@
 namespace quillmere {
 
 // The models of the catalogue, in table order.
-enum class WhisperModel { tiny, tinyEn, base, baseEn, small, smallEn, medium, mediumEn, largeV2, largeV3, largeV3Turbo };
+enum class WhisperModel {
+  tiny,
+  tinyEn,
+  base,
+  baseEn,
+  small,
+  smallEn,
+  medium,
+  mediumEn,
+  largeV2,
+  largeV3,
+  largeV3Turbo
+};
 
 template <>
 struct RawValues<WhisperModel> {
   using E = WhisperModel;
-  static constexpr std::array values{
-      std::pair{E::tiny, "tiny"},        std::pair{E::tinyEn, "tiny.en"},     std::pair{E::base, "base"},
-      std::pair{E::baseEn, "base.en"},   std::pair{E::small, "small"},        std::pair{E::smallEn, "small.en"},
-      std::pair{E::medium, "medium"},    std::pair{E::mediumEn, "medium.en"}, std::pair{E::largeV2, "large-v2"},
-      std::pair{E::largeV3, "large-v3"}, std::pair{E::largeV3Turbo, "large-v3_turbo"}};
+  static constexpr std::array values{std::pair{E::tiny, "tiny"},
+                                     std::pair{E::tinyEn, "tiny.en"},
+                                     std::pair{E::base, "base"},
+                                     std::pair{E::baseEn, "base.en"},
+                                     std::pair{E::small, "small"},
+                                     std::pair{E::smallEn, "small.en"},
+                                     std::pair{E::medium, "medium"},
+                                     std::pair{E::mediumEn, "medium.en"},
+                                     std::pair{E::largeV2, "large-v2"},
+                                     std::pair{E::largeV3, "large-v3"},
+                                     std::pair{E::largeV3Turbo, "large-v3_turbo"}};
 };
 
-QString fileName(WhisperModel model);            // "ggml-tiny.bin"
-QString tableDisplayName(WhisperModel model);    // "Tiny (Multilingual)"
+QString fileName(WhisperModel model);          // "ggml-tiny.bin"
+QString tableDisplayName(WhisperModel model);  // "Tiny (Multilingual)"
 // The user's own name for the model where `overrides` (the setting "modelDisplayNames") has one.
 QString displayName(WhisperModel model, const QMap<QString, QString>& overrides);
-QString sizeLabel(WhisperModel model);           // "39 MB"
+QString sizeLabel(WhisperModel model);  // "39 MB"
 qint64 nominalSizeInBytes(WhisperModel model);
 bool isEnglishOnly(WhisperModel model);
-QString expectedSha256(WhisperModel model);      // lower-case hexadecimal
+QString expectedSha256(WhisperModel model);  // lower-case hexadecimal
 std::optional<WhisperModel> whisperModelForFileName(const QString& fileName);
 // "ggml-base.en" -> baseEn, "whisper-large-v3-turbo-custom" -> largeV3Turbo; nothing when no rule hits.
 std::optional<WhisperModel> lenientWhisperModel(const QString& text);

@@ -47,7 +47,8 @@ bool writeAll(int fd, const char* data, size_t size) {
 
 }  // namespace
 
-Result<void, PlatformError> copyFile(const std::filesystem::path& from, const QString& to, const std::atomic<bool>& stop) {
+Result<void, PlatformError> copyFile(const std::filesystem::path& from, const QString& to,
+                                     const std::atomic<bool>& stop) {
   Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
   if (!source.isOpen()) return Failed{systemError(errno)};
   const QByteArray target = QFile::encodeName(to);

@@ -35,7 +35,9 @@ const std::array<ProviderRule, 8>& rules() {
 constexpr qint64 unknownProviderLimitBytes = 26214400;
 constexpr int maxFileNameBytes = 255;
 
-bool isCloud(const Mode& mode) { return mode.model && mode.model->toLower() == QLatin1String("cloud"); }
+bool isCloud(const Mode& mode) {
+  return mode.model && mode.model->toLower() == QLatin1String("cloud");
+}
 
 const ProviderRule* ruleFor(const Mode& mode) {
   const auto provider = fromRawValue<CloudProvider>(mode.cloudProvider.value_or(QString()));
@@ -69,7 +71,8 @@ FormatCheck checkFormat(const QString& extension, const Mode* mode) {
   check.providerName = QString::fromLatin1(rule->label);
   check.supportedFormats = rule->extensions;
   check.supportedFormats.sort();
-  check.verdict = rule->extensions.contains(check.format) ? FormatCheck::Verdict::supported : FormatCheck::Verdict::unsupported;
+  check.verdict =
+      rule->extensions.contains(check.format) ? FormatCheck::Verdict::supported : FormatCheck::Verdict::unsupported;
   return check;
 }
 

@@ -12,11 +12,17 @@
 namespace quillmere {
 namespace {
 
-QString displayPath(const std::filesystem::path& path) { return QFile::decodeName(QByteArray::fromStdString(path.string())); }
+QString displayPath(const std::filesystem::path& path) {
+  return QFile::decodeName(QByteArray::fromStdString(path.string()));
+}
 
-QString extensionOf(const QString& name) { return QFileInfo(name).suffix(); }
+QString extensionOf(const QString& name) {
+  return QFileInfo(name).suffix();
+}
 
-QString baseNameOf(const QString& name) { return QFileInfo(name).completeBaseName(); }
+QString baseNameOf(const QString& name) {
+  return QFileInfo(name).completeBaseName();
+}
 
 struct SizeOnDisk {
   qint64 bytes = 0;
@@ -156,8 +162,8 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
       break;
     case FormatCheck::Verdict::unsupported:
       logger_.warning("⚠️ Unsupported format: .%s for %s", format.format, format.providerName);
-      co_return refuse(FileTranscriptionError{FileTranscriptionError::UnsupportedFormat{
-          format.format, format.providerName, format.supportedFormats}});
+      co_return refuse(FileTranscriptionError{
+          FileTranscriptionError::UnsupportedFormat{format.format, format.providerName, format.supportedFormats}});
   }
   co_await throwIfStopped();
   animate(0.08f, 0.3);
@@ -176,7 +182,8 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
     auto extraction = use_.converter.extractAudioFromVideo(audioPath, extracted);
     const auto audio = co_await std::move(extraction);
     if (!audio) {
-      if (const auto* problem = std::get_if<AudioError>(&audio.error()); problem && problem->kind == AudioError::Kind::noAudioTrack)
+      if (const auto* problem = std::get_if<AudioError>(&audio.error());
+          problem && problem->kind == AudioError::Kind::noAudioTrack)
         co_return refuse(FileTranscriptionError{FileTranscriptionError::VideoHasNoAudio{}});
       co_return Failed{audio.error()};
     }
@@ -269,7 +276,8 @@ Task<Result<QString, FileTranscriptionError>> FileTranscriptionFlow::copyIntoRec
     }
     currentCopiedFilePath_.reset();
     if (copied.error().code != EEXIST) co_return failed(copied.error().description);
-    target = folder + u'/' + importedFileName(seconds, baseNameOf(name) + QStringLiteral("_%1").arg(attempt), extensionOf(name));
+    target = folder + u'/' +
+             importedFileName(seconds, baseNameOf(name) + QStringLiteral("_%1").arg(attempt), extensionOf(name));
   }
   co_return failed(QStringLiteral("too many files of that name"));
 }

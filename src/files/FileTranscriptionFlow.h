@@ -33,10 +33,11 @@ struct FileTranscriptionOutcome {
   std::optional<AnyError> error;                  // ... or this one
 };
 
-// Takes an existing audio or video file through the road of a dictation: checks it, copies it into the recordings folder,
-// pulls the sound out of a video, trims silence, transcribes, and stores the transcript. One file at a time; main thread,
-// long steps suspend. cancel() ends a run at its next suspension and removes the copy; so does cancelling the task that
-// awaits transcribe(). Everything referred to outlives the flow; the pointers may be null where a part is missing.
+// Takes an existing audio or video file through the road of a dictation: checks it, copies it into the recordings
+// folder, pulls the sound out of a video, trims silence, transcribes, and stores the transcript. One file at a time;
+// main thread, long steps suspend. cancel() ends a run at its next suspension and removes the copy; so does cancelling
+// the task that awaits transcribe(). Everything referred to outlives the flow; the pointers may be null where a part is
+// missing.
 class FileTranscriptionFlow {
  public:
   struct Dependencies {

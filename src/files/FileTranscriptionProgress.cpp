@@ -9,16 +9,21 @@ constexpr auto tickInterval = std::chrono::duration_cast<Duration>(std::chrono::
 
 QString stageName(FileTranscriptionStage stage) {
   switch (stage) {
-    case FileTranscriptionStage::preparing: return QStringLiteral("preparing");
-    case FileTranscriptionStage::transcribing: return QStringLiteral("transcribing");
-    case FileTranscriptionStage::finishing: return QStringLiteral("finishing");
+    case FileTranscriptionStage::preparing:
+      return QStringLiteral("preparing");
+    case FileTranscriptionStage::transcribing:
+      return QStringLiteral("transcribing");
+    case FileTranscriptionStage::finishing:
+      return QStringLiteral("finishing");
   }
   return {};
 }
 
 FileTranscriptionProgress::FileTranscriptionProgress(Executor& executor) : executor_(executor) {}
 
-FileTranscriptionProgress::~FileTranscriptionProgress() { stopTimer(); }
+FileTranscriptionProgress::~FileTranscriptionProgress() {
+  stopTimer();
+}
 
 Subscription FileTranscriptionProgress::observe(std::function<void(const FileTranscriptionProgressState&)> observer) {
   return state_.observe(std::move(observer));

@@ -5,8 +5,8 @@
 
 namespace quillmere {
 
-// The user's preferences as flat keys and values. value() and setValue() may be called from any thread; observers run on
-// the main thread.
+// The user's preferences as flat keys and values. value() and setValue() may be called from any thread; observers run
+// on the main thread.
 class DefaultsStore {
  public:
   virtual ~DefaultsStore() = default;

@@ -13,7 +13,8 @@ class FilePicker {
  public:
   virtual ~FilePicker() = default;
   // `mimeTypes` may hold "audio/*"; `extensions` are offered beside them. Nothing when the user dismissed the dialog.
-  virtual Task<std::optional<std::filesystem::path>> pickFile(QString title, QStringList mimeTypes, QStringList extensions) = 0;
+  virtual Task<std::optional<std::filesystem::path>> pickFile(QString title, QStringList mimeTypes,
+                                                              QStringList extensions) = 0;
 };
 
 }  // namespace quillmere

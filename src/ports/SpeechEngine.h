@@ -14,10 +14,10 @@ namespace quillmere {
 // What one run of a speech engine is told. Texts are UTF-8.
 struct SpeechRunParameters {
   int threads = 1;
-  bool translate = false;                    // into English
-  std::optional<QByteArray> language;        // "de"; none: the engine's own default or detection
-  std::optional<QByteArray> initialPrompt;   // words the engine should expect
-  bool detectLanguage = false;               // only names the language, gives no segments
+  bool translate = false;                   // into English
+  std::optional<QByteArray> language;       // "de"; none: the engine's own default or detection
+  std::optional<QByteArray> initialPrompt;  // words the engine should expect
+  bool detectLanguage = false;              // only names the language, gives no segments
   float temperature = 0.2f;
 };
 
@@ -26,8 +26,9 @@ struct SpeechRunParameters {
 class SpeechEngineContext {
  public:
   virtual ~SpeechEngineContext() = default;
-  // Decodes 16 kHz mono samples in [-1, 1]; blocks until done. False when the engine failed or `stop` became true, which
-  // ends a run within about 100 ms wherever it is; the context stays usable. The results below are those of the last run.
+  // Decodes 16 kHz mono samples in [-1, 1]; blocks until done. False when the engine failed or `stop` became true,
+  // which ends a run within about 100 ms wherever it is; the context stays usable. The results below are those of the
+  // last run.
   virtual bool run(std::span<const float> samples16kHz, const SpeechRunParameters& parameters,
                    const std::atomic<bool>& stop) = 0;
   virtual int segmentCount() const = 0;
@@ -41,8 +42,8 @@ class SpeechEngineContext {
 class SpeechEngine {
  public:
   virtual ~SpeechEngine() = default;
-  // Reads a whole model file, which takes from 50 ms to seconds. The file is checked before the engine's library sees it:
-  // a missing, foreign, truncated or damaged one gives an error whose description is a clear sentence.
+  // Reads a whole model file, which takes from 50 ms to seconds. The file is checked before the engine's library sees
+  // it: a missing, foreign, truncated or damaged one gives an error whose description is a clear sentence.
   virtual Result<std::unique_ptr<SpeechEngineContext>, PlatformError> load(const QString& modelPath) = 0;
   // A clear sentence where this processor lacks what the engine was built for; none where the engine can run.
   virtual std::optional<QString> unsupportedProcessor() const = 0;

@@ -77,7 +77,9 @@ class CommandLineProgram {
     QByteArray pcm(frames * 2, '\0');
     auto* samples = reinterpret_cast<qint16*>(pcm.data());
     for (int i = 0; i < frames; ++i) samples[i] = qint16(3000 * std::sin(i * 0.17));
-    const auto number = [](quint32 value, int bytes) { return QByteArray(reinterpret_cast<const char*>(&value), bytes); };
+    const auto number = [](quint32 value, int bytes) {
+      return QByteArray(reinterpret_cast<const char*>(&value), bytes);
+    };
     return "RIFF" + number(quint32(36 + pcm.size()), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
            number(quint32(rate), 4) + number(quint32(rate * 2), 4) + number(2, 2) + number(16, 2) + "data" +
            number(quint32(pcm.size()), 4) + pcm;

@@ -31,7 +31,9 @@ class CommandLineProgramTest : public ::testing::Test {
     slow.encoderLayers = 24;
     installModel(slow);
   }
-  QStringList transcriptLines() { return QString::fromUtf8(program.run({"history"}).out).split(u'\n', Qt::SkipEmptyParts); }
+  QStringList transcriptLines() {
+    return QString::fromUtf8(program.run({"history"}).out).split(u'\n', Qt::SkipEmptyParts);
+  }
   void installFastModelInstead() {
     ASSERT_EQ(program.run({"models", "delete", "scripted"}).code, 0);
     ScriptedWhisperModel::Options fast;
@@ -82,12 +84,14 @@ TEST_F(CommandLineProgramTest, TranscribesAFileAndKeepsItInTheHistory) {
 TEST_F(CommandLineProgramTest, LeavesNoTraceWithoutHistory) {
   installModel();
   program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(1));
-  EXPECT_EQ(program.run({"transcribe", "talk.wav", "--no-history"}).out, QByteArray("Hello there, this is a scripted transcript.\n"));
+  EXPECT_EQ(program.run({"transcribe", "talk.wav", "--no-history"}).out,
+            QByteArray("Hello there, this is a scripted transcript.\n"));
   const Output piped = program.run({"transcribe", "-", "--no-history"}, CommandLineProgram::tone(1));
   EXPECT_EQ(piped.out, QByteArray("Hello there, this is a scripted transcript.\n")) << piped.err.constData();
   EXPECT_EQ(transcriptLines(), QStringList());
   EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
-  EXPECT_TRUE(QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+  EXPECT_TRUE(
+      QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
 }
 
 TEST_F(CommandLineProgramTest, RefusesUnusableInputWithOneSentenceAndLeavesNothingBehind) {
@@ -95,11 +99,16 @@ TEST_F(CommandLineProgramTest, RefusesUnusableInputWithOneSentenceAndLeavesNothi
   program.write(QStringLiteral("empty.wav"), QByteArray());
   program.write(QStringLiteral("text.wav"), "This is no sound at all.\n");
   program.write(QStringLiteral("header.wav"), CommandLineProgram::tone(0));
-  program.write(QStringLiteral("cut.m4a"), QByteArray("\0\0\0\x20""ftypM4A \0\0\0\0M4A mp42isom\0\0\0\0", 32) + QByteArray(5000, 'x'));
+  program.write(QStringLiteral("cut.m4a"), QByteArray("\0\0\0\x20"
+                                                      "ftypM4A \0\0\0\0M4A mp42isom\0\0\0\0",
+                                                      32) +
+                                               QByteArray(5000, 'x'));
   program.write(QStringLiteral("secret.wav"), CommandLineProgram::tone(1));
   QDir(program.file(QString())).mkdir(QStringLiteral("folder"));
-  const QStringList inputs{QStringLiteral("missing.wav"), QStringLiteral("folder"), QStringLiteral("empty.wav"), QStringLiteral("text.wav"),
-                           QStringLiteral("header.wav"), QStringLiteral("cut.m4a"), QStringLiteral("/dev/null"), QStringLiteral("no\nsuch \"file\"")};
+  const QStringList inputs{QStringLiteral("missing.wav"), QStringLiteral("folder"),
+                           QStringLiteral("empty.wav"),   QStringLiteral("text.wav"),
+                           QStringLiteral("header.wav"),  QStringLiteral("cut.m4a"),
+                           QStringLiteral("/dev/null"),   QStringLiteral("no\nsuch \"file\"")};
   for (const QString& input : inputs) {
     for (const bool isWithHistory : {true, false}) {
       QStringList arguments{"transcribe", input};
@@ -114,12 +123,18 @@ TEST_F(CommandLineProgramTest, RefusesUnusableInputWithOneSentenceAndLeavesNothi
   }
   EXPECT_EQ(transcriptLines(), QStringList());
   EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
-  EXPECT_TRUE(QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+  EXPECT_TRUE(
+      QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
 }
 
 TEST_F(CommandLineProgramTest, TakesFilesOfAnyName) {
   installModel();
-  const QByteArray names[] = {"with blanks and 'quotes' \".wav", "line\nbreak.wav", "caf\xe9 no utf8.wav", "-dash.wav", "100%s.wav", "grüße 漢字.WAV"};
+  const QByteArray names[] = {"with blanks and 'quotes' \".wav",
+                              "line\nbreak.wav",
+                              "caf\xe9 no utf8.wav",
+                              "-dash.wav",
+                              "100%s.wav",
+                              "grüße 漢字.WAV"};
   for (const QByteArray& name : names) {
     const QByteArray path = program.file(QString()).toUtf8() + "/" + name;
     FILE* out = fopen(path.constData(), "wb");
@@ -134,7 +149,8 @@ TEST_F(CommandLineProgramTest, TakesFilesOfAnyName) {
       shell.setWorkingDirectory(program.file(QString()));
       QByteArray script = "printf '%b' '";
       for (const char c : name) script += "\\x" + QByteArray(1, c).toHex();
-      script += "' > name.txt; exec \"" + CommandLineProgram::path().toUtf8() + "\" transcribe " + option + " -- \"$(cat name.txt)\"";
+      script += "' > name.txt; exec \"" + CommandLineProgram::path().toUtf8() + "\" transcribe " + option +
+                " -- \"$(cat name.txt)\"";
       shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), QString::fromUtf8(script)});
       const Output output = CommandLineProgram::finish(shell);
       EXPECT_EQ(output.code, 0) << name.constData() << ": " << output.err.constData();

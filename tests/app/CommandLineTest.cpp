@@ -35,7 +35,8 @@ Options parsed(std::vector<std::string> arguments) {
 
 TEST(CommandLine, ReadsEveryKindOfCommand) {
   const TestTexts texts;
-  const auto transcribe = parsed<TranscribeOptions>({"transcribe", "-", "a b.wav", "--mode", "Mail", "--language=de", "--json", "--no-history", "-q"});
+  const auto transcribe = parsed<TranscribeOptions>(
+      {"transcribe", "-", "a b.wav", "--mode", "Mail", "--language=de", "--json", "--no-history", "-q"});
   EXPECT_EQ(transcribe.files, (std::vector<std::string>{"-", "a b.wav"}));
   EXPECT_EQ(transcribe.mode, "Mail");
   EXPECT_EQ(transcribe.language, "de");
@@ -53,7 +54,8 @@ TEST(CommandLine, ReadsEveryKindOfCommand) {
   EXPECT_TRUE(parsed<ModelsOptions>({"models", "--json"}).isJson);
   EXPECT_TRUE(parsed<ModelsOptions>({"models", "download", "base", "--fresh"}).isFresh);
   EXPECT_EQ(parsed<ModelsOptions>({"models", "import", "/tmp/x", "--name", "mine"}).importName, "mine");
-  const auto edit = parsed<ModesOptions>({"modes", "edit", "Default", "--name", "New", "--punctuation", "false", "--post-processing", "off"});
+  const auto edit = parsed<ModesOptions>(
+      {"modes", "edit", "Default", "--name", "New", "--punctuation", "false", "--post-processing", "off"});
   EXPECT_EQ(edit.action, ModesOptions::Action::edit);
   EXPECT_EQ(edit.punctuation, false);
   EXPECT_FALSE(edit.capitalization.has_value());
@@ -65,10 +67,18 @@ TEST(CommandLine, ReadsEveryKindOfCommand) {
 
 TEST(CommandLine, RefusesWhatMakesNoSense) {
   const TestTexts texts;
-  const std::vector<std::vector<std::string>> wrong{
-      {}, {"transcribe"}, {"nonsense"}, {"history", "-n", "0"}, {"history", "-n", "many"}, {"history", "show"},
-      {"models", "download"}, {"modes", "edit"}, {"modes", "edit", "x", "--punctuation", "perhaps"},
-      {"completion", "tcsh"}, {"settings", "set", "enableVAD"}, {"transcribe", "a.wav", "--unknown"}};
+  const std::vector<std::vector<std::string>> wrong{{},
+                                                    {"transcribe"},
+                                                    {"nonsense"},
+                                                    {"history", "-n", "0"},
+                                                    {"history", "-n", "many"},
+                                                    {"history", "show"},
+                                                    {"models", "download"},
+                                                    {"modes", "edit"},
+                                                    {"modes", "edit", "x", "--punctuation", "perhaps"},
+                                                    {"completion", "tcsh"},
+                                                    {"settings", "set", "enableVAD"},
+                                                    {"transcribe", "a.wav", "--unknown"}};
   for (const auto& arguments : wrong) {
     const auto result = parse(arguments);
     EXPECT_TRUE(std::holds_alternative<std::string>(result)) << ::testing::PrintToString(arguments);
@@ -101,8 +111,9 @@ TEST(CommandLine, CompletionScriptsAreAcceptedByTheirShell) {
   bash.start(QStringLiteral("bash"), {QStringLiteral("--norc"), QStringLiteral("-s")});
   ASSERT_TRUE(bash.waitForStarted());
   bash.write(QByteArray::fromStdString(completionScript(*tree, "bash")));
-  bash.write("\nCOMP_WORDS=(quillmere models im); COMP_CWORD=2; _quillmere; echo \"<${COMPREPLY[*]}>\"\n"
-             "COMP_WORDS=(quillmere history search --li); COMP_CWORD=3; _quillmere; echo \"<${COMPREPLY[*]}>\"\n");
+  bash.write(
+      "\nCOMP_WORDS=(quillmere models im); COMP_CWORD=2; _quillmere; echo \"<${COMPREPLY[*]}>\"\n"
+      "COMP_WORDS=(quillmere history search --li); COMP_CWORD=3; _quillmere; echo \"<${COMPREPLY[*]}>\"\n");
   bash.closeWriteChannel();
   ASSERT_TRUE(bash.waitForFinished());
   EXPECT_EQ(bash.readAllStandardError(), QByteArray());

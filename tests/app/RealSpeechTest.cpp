@@ -11,7 +11,8 @@ namespace {
 class RealSpeechTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    clip = qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/third_party/src/whisper.cpp/samples/jfk.mp3");
+    clip =
+        qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/third_party/src/whisper.cpp/samples/jfk.mp3");
     ASSERT_TRUE(QFileInfo::exists(clip)) << "third_party/fetch.sh brings the clip";
     folder = qEnvironmentVariable("QUILLMERE_STARTER_FOLDER");
     if (!folder.isEmpty()) return;
@@ -24,7 +25,9 @@ class RealSpeechTest : public ::testing::Test {
     EXPECT_EQ(QProcess::execute(QStringLiteral("ffmpeg"), arguments + options + QStringList{path}), 0);
     return path;
   }
-  static double errorRate(const QByteArray& text) { return wordErrorRate(wordsOf(QString::fromLatin1(clipWords)), wordsOf(QString::fromUtf8(text))); }
+  static double errorRate(const QByteArray& text) {
+    return wordErrorRate(wordsOf(QString::fromLatin1(clipWords)), wordsOf(QString::fromUtf8(text)));
+  }
 
   QString clip, folder;
   CommandLineProgram program;
@@ -35,7 +38,8 @@ TEST_F(RealSpeechTest, TheImportedStarterModelUnderstandsSpeechInAnyContainer) {
   ASSERT_EQ(imported.code, 0) << imported.err.constData();
   EXPECT_EQ(imported.out, QByteArray("tiny.en\n")) << "it is the catalogue's own model, to the last bit";
 
-  const QString film = makeWithFfmpeg(QStringLiteral("film.mp4"), {"-f", "lavfi", "-i", "color=c=blue:s=64x64:r=5:d=11", "-map", "0:a", "-map", "1:v", "-shortest"});
+  const QString film = makeWithFfmpeg(QStringLiteral("film.mp4"), {"-f", "lavfi", "-i", "color=c=blue:s=64x64:r=5:d=11",
+                                                                   "-map", "0:a", "-map", "1:v", "-shortest"});
   const QString wide = makeWithFfmpeg(QStringLiteral("wide.wav"), {"-ar", "192000", "-ac", "6"});
   const QString opus = makeWithFfmpeg(QStringLiteral("talk.opus"), {"-c:a", "libopus"});
   for (const QString& file : {clip, film, wide, opus}) {

@@ -31,7 +31,8 @@ QByteArray repeated(const QByteArray& wav, int seconds) {
   return header + body;
 }
 
-void compare(const char* title, const std::vector<std::string>& ours, const std::vector<std::string>& theirs, int rounds) {
+void compare(const char* title, const std::vector<std::string>& ours, const std::vector<std::string>& theirs,
+             int rounds) {
   std::vector<double> wall, memory, ourWall, theirWall;
   timeProcess(ours);
   timeProcess(theirs);
@@ -60,7 +61,8 @@ int main(int argc, char** argv) {
   }
   const int rounds = argc > 5 ? std::atoi(argv[5]) : 5;
   QTemporaryDir home;
-  for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"}) qputenv(name, home.path().toUtf8());
+  for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"})
+    qputenv(name, home.path().toUtf8());
   QFile clip(QString::fromLocal8Bit(argv[4]));
   if (!clip.open(QIODevice::ReadOnly)) return 2;
   const QByteArray wav = clip.readAll();
@@ -72,9 +74,11 @@ int main(int argc, char** argv) {
   // The program's own rule for the engine's threads.
   const std::string threads = std::to_string(std::clamp(QThread::idealThreadCount() - 2, 1, 8));
   const std::string model = argv[3];
-  for (const auto& [title, file] : {std::pair{"clip", std::string(argv[4])}, std::pair{"ten minutes", longPath.toStdString()}}) {
+  for (const auto& [title, file] :
+       {std::pair{"clip", std::string(argv[4])}, std::pair{"ten minutes", longPath.toStdString()}}) {
     const std::vector<std::string> ours{argv[1], "transcribe", file, "--model", model, "--language", "en", "--quiet"};
-    const std::vector<std::string> theirs{argv[2], "-m", model, "-f", file, "-l", "en", "-t", threads, "-bs", "1", "-bo", "1", "-tp", "0.2", "-mc", "0", "-nt", "-np"};
+    const std::vector<std::string> theirs{argv[2], "-m",  model, "-f",  file,  "-l",  "en", "-t",  threads, "-bs",
+                                          "1",     "-bo", "1",   "-tp", "0.2", "-mc", "0",  "-nt", "-np"};
     compare(title, ours, theirs, file == argv[4] ? rounds : std::max(1, rounds / 3));
   }
   std::vector<double> start;

@@ -18,17 +18,23 @@ TEST(FileLimits, RefusesOneByteAboveTheLimitOfEachProvider) {
     qint64 limit;
     const char* label;
   };
-  const Row rows[] = {{"quillmere", 2147483648, "Quillmere Cloud"}, {"openai", 26214400, "OpenAI"},
-                      {"groq", 26214400, "Groq"},                   {"fireworks", 1073741824, "Fireworks AI"},
-                      {"deepgram", 2147483648, "Deepgram"},         {"assemblyai", 2362232012, "AssemblyAI"},
-                      {"elevenlabs", 3221225472, "ElevenLabs"},     {"mistral", 104857600, "Mistral"},
-                      {"somebody", 26214400, "Cloud Provider"},     {"", 26214400, "Cloud Provider"}};
+  const Row rows[] = {{"quillmere", 2147483648, "Quillmere Cloud"},
+                      {"openai", 26214400, "OpenAI"},
+                      {"groq", 26214400, "Groq"},
+                      {"fireworks", 1073741824, "Fireworks AI"},
+                      {"deepgram", 2147483648, "Deepgram"},
+                      {"assemblyai", 2362232012, "AssemblyAI"},
+                      {"elevenlabs", 3221225472, "ElevenLabs"},
+                      {"mistral", 104857600, "Mistral"},
+                      {"somebody", 26214400, "Cloud Provider"},
+                      {"", 26214400, "Cloud Provider"}};
   for (const Row& row : rows) {
     const Mode mode = cloudMode(row.provider);
     EXPECT_FALSE(refusalBySize(row.limit, &mode)) << row.provider;
     const auto refusal = refusalBySize(row.limit + 1, &mode);
     ASSERT_TRUE(refusal) << row.provider;
-    const FileTranscriptionError expected{FileTranscriptionError::FileTooLarge{row.limit + 1, row.limit, QString::fromLatin1(row.label)}};
+    const FileTranscriptionError expected{
+        FileTranscriptionError::FileTooLarge{row.limit + 1, row.limit, QString::fromLatin1(row.label)}};
     EXPECT_EQ(*refusal, expected) << row.provider;
   }
 }
@@ -68,18 +74,23 @@ TEST(FileLimits, AlertsNameSizesProviderAndFormats) {
   EXPECT_TRUE(size.message.contains(QStringLiteral("OpenAI")));
   const auto format = alertText({FileTranscriptionError::UnsupportedFormat{
       QStringLiteral("flac"), QStringLiteral("OpenAI"), {"m4a", "mp3", "mp4", "mpeg", "mpga", "wav", "webm"}}});
-  EXPECT_TRUE(format.message.contains(QStringLiteral("M4A, MP3, MP4, MPEG, MPGA, WAV, WEBM"))) << format.message.toStdString();
+  EXPECT_TRUE(format.message.contains(QStringLiteral("M4A, MP3, MP4, MPEG, MPGA, WAV, WEBM")))
+      << format.message.toStdString();
   EXPECT_TRUE(format.message.contains(QStringLiteral("FLAC")));
   EXPECT_EQ(alertText({FileTranscriptionError::CannotReadFile{}}).message, QStringLiteral("Cannot read file"));
-  const FileTranscriptionError refused{FileTranscriptionError::UnsupportedFormat{QStringLiteral("flac"), QStringLiteral("Groq"), {}}};
+  const FileTranscriptionError refused{
+      FileTranscriptionError::UnsupportedFormat{QStringLiteral("flac"), QStringLiteral("Groq"), {}}};
   EXPECT_EQ(refused.description(), QStringLiteral("Groq does not support .flac files"));
 }
 
 TEST(FileLimits, NamesCopiesSoThatAnyFileSystemTakesThem) {
-  EXPECT_EQ(importedFileName(1700000000, QStringLiteral("a.b"), QStringLiteral("wav")), QStringLiteral("imported_1700000000_a.b.wav"));
+  EXPECT_EQ(importedFileName(1700000000, QStringLiteral("a.b"), QStringLiteral("wav")),
+            QStringLiteral("imported_1700000000_a.b.wav"));
   EXPECT_EQ(importedFileName(7, QStringLiteral("talk"), QString()), QStringLiteral("imported_7_talk"));
-  EXPECT_EQ(importedFileName(7, QStringLiteral("caf\uFFFD"), QStringLiteral("wav")), QStringLiteral("imported_7_caf.wav"));
-  EXPECT_EQ(importedFileName(7, QStringLiteral("line\nbreak \"quoted\""), QStringLiteral("wav")), QStringLiteral("imported_7_line\nbreak \"quoted\".wav"));
+  EXPECT_EQ(importedFileName(7, QStringLiteral("caf\uFFFD"), QStringLiteral("wav")),
+            QStringLiteral("imported_7_caf.wav"));
+  EXPECT_EQ(importedFileName(7, QStringLiteral("line\nbreak \"quoted\""), QStringLiteral("wav")),
+            QStringLiteral("imported_7_line\nbreak \"quoted\".wav"));
   const QString family = QStringLiteral("👨‍👩‍👧");
   const QString longName = importedFileName(1700000000, family.repeated(40), QStringLiteral("flac"));
   EXPECT_LE(longName.toUtf8().size(), 255);

@@ -41,7 +41,8 @@ class FakeTrimming final : public VADProcessing {
   double seenDuration = 0;
   bool wasEnabled = false;
   QString prefix;
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString logPrefix) override {
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
+                                    QString logPrefix) override {
     seenDuration = durationSeconds;
     wasEnabled = isEnabled;
     prefix = logPrefix;
@@ -80,7 +81,8 @@ class FileTranscriptionFlowTest : public ::testing::Test {
     pipeline.answer->rawText = QStringLiteral("raw");
     pipeline.answer->provider = QStringLiteral("Local Whisper");
     persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
-    settings = std::make_unique<SettingsManager>(defaults, StandardFolders{home.path(), home.path(), home.path(), home.path()}, logging);
+    settings = std::make_unique<SettingsManager>(
+        defaults, StandardFolders{home.path(), home.path(), home.path(), home.path()}, logging);
     FileTranscriptionFlow::Dependencies use{executor, clock, workers, *persistence, *settings, converter};
     use.transcriptionPipeline = &pipeline;
     use.vadProcessingService = &trimming;
@@ -102,7 +104,9 @@ class FileTranscriptionFlowTest : public ::testing::Test {
     readers.files[copyOf(name)] = media;
     return file.fileName().toStdString();
   }
-  Outcome run(const std::filesystem::path& file, const ModePtr& mode = nullptr) { return runTask(executor, flow->transcribe(file, mode)); }
+  Outcome run(const std::filesystem::path& file, const ModePtr& mode = nullptr) {
+    return runTask(executor, flow->transcribe(file, mode));
+  }
   std::vector<TranscriptPtr> rows() { return persistence->fetchTranscripts(-1); }
 
   TestTexts texts;
@@ -194,7 +198,8 @@ TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
   cloud->cloudProvider = QStringLiteral("openai");
   const auto flac = input(QStringLiteral("talk.flac"));
   const auto silentFilm = input(QStringLiteral("silent.mov"));
-  readers.files[copyOf(QStringLiteral("silent.mov"))].openError = MediaError{MediaError::Kind::noAudioTrack, 0, QString()};
+  readers.files[copyOf(QStringLiteral("silent.mov"))].openError =
+      MediaError{MediaError::Kind::noAudioTrack, 0, QString()};
   const auto broken = input(QStringLiteral("broken.wav"));
   readers.files.remove(copyOf(QStringLiteral("broken.wav")));
   using E = FileTranscriptionError;
@@ -204,8 +209,10 @@ TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
     std::function<bool(const Outcome&)> isRight;
   };
   const Row table[] = {
-      {home.filePath(QStringLiteral("missing.wav")).toStdString(), nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::CannotReadFile>(); }},
-      {home.filePath(QStringLiteral("folder")).toStdString(), nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::CannotReadFile>(); }},
+      {home.filePath(QStringLiteral("missing.wav")).toStdString(), nullptr,
+       [](const Outcome& o) { return o.refusal && o.refusal->is<E::CannotReadFile>(); }},
+      {home.filePath(QStringLiteral("folder")).toStdString(), nullptr,
+       [](const Outcome& o) { return o.refusal && o.refusal->is<E::CannotReadFile>(); }},
       {flac, cloud, [](const Outcome& o) { return o.refusal && o.refusal->is<E::UnsupportedFormat>(); }},
       {silentFilm, nullptr, [](const Outcome& o) { return o.refusal && o.refusal->is<E::VideoHasNoAudio>(); }},
       {broken, nullptr, [](const Outcome& o) { return o.error.has_value(); }},

@@ -3,8 +3,8 @@
 
 #include "app/cli/ExitCode.h"
 #include "app/cli/Terminal.h"
-#include "base/async/Task.h"
 #include "base/Result.h"
+#include "base/async/Task.h"
 
 namespace quillmere {
 

@@ -7,7 +7,9 @@
 namespace quillmere {
 namespace {
 
-std::string help(const char* key) { return qtTrId(key).toStdString(); }
+std::string help(const char* key) {
+  return qtTrId(key).toStdString();
+}
 
 template <typename Options>
 std::shared_ptr<Options> choice(CLI::App* command, Invocation& invocation, typename Options::Action action) {
@@ -17,7 +19,9 @@ std::shared_ptr<Options> choice(CLI::App* command, Invocation& invocation, typen
   return options;
 }
 
-void addJson(CLI::App* command, bool& target) { command->add_flag("--json", target, help("cli.help.json")); }
+void addJson(CLI::App* command, bool& target) {
+  command->add_flag("--json", target, help("cli.help.json"));
+}
 
 void addTranscribe(CLI::App& app, Invocation& invocation) {
   auto* command = app.add_subcommand("transcribe", help("cli.help.transcribe"));

@@ -5,12 +5,12 @@
 #include <QCoreApplication>
 #include <iostream>
 
-#include "app/texts/Texts.h"
 #include "app/Version.h"
 #include "app/cli/Commands.h"
 #include "app/cli/SignalWatcher.h"
 #include "app/cli/Terminal.h"
 #include "app/composition.h"
+#include "app/texts/Texts.h"
 #include "base/async/TaskScope.h"
 #include "base/text/LocalizedText.h"
 
@@ -36,11 +36,13 @@ class TerminalNotices final : public UserNotices {
 };
 
 Task<int> runCommand(CommandContext context, CommandOptions options) {
-  if (auto* transcribe = std::get_if<TranscribeOptions>(&options)) return runTranscribe(context, std::move(*transcribe));
+  if (auto* transcribe = std::get_if<TranscribeOptions>(&options))
+    return runTranscribe(context, std::move(*transcribe));
   if (auto* history = std::get_if<HistoryOptions>(&options)) return runHistory(context, std::move(*history));
   if (auto* models = std::get_if<ModelsOptions>(&options)) return runModels(context, std::move(*models));
   if (auto* modes = std::get_if<ModesOptions>(&options)) return runModes(context, std::move(*modes));
-  if (auto* vocabulary = std::get_if<VocabularyOptions>(&options)) return runVocabulary(context, std::move(*vocabulary));
+  if (auto* vocabulary = std::get_if<VocabularyOptions>(&options))
+    return runVocabulary(context, std::move(*vocabulary));
   return runSettings(context, std::get<SettingsOptions>(std::move(options)));
 }
 

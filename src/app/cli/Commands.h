@@ -17,6 +17,8 @@ Task<int> runSettings(CommandContext context, SettingsOptions options);
 Result<ModePtr, CommandFailure> findMode(CommandContext& context, const QString& nameOrId);
 
 // The text of argv bytes; bytes that are no UTF-8 become replacement characters.
-inline QString argumentText(const std::string& bytes) { return QString::fromUtf8(bytes.data(), qsizetype(bytes.size())); }
+inline QString argumentText(const std::string& bytes) {
+  return QString::fromUtf8(bytes.data(), qsizetype(bytes.size()));
+}
 
 }  // namespace quillmere

@@ -10,15 +10,19 @@ struct Word {
   std::string help;
 };
 
-std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+std::string firstLine(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
 
 std::vector<Word> wordsOf(const CLI::App& command) {
   std::vector<Word> words;
   for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
     words.push_back({sub->get_name(), firstLine(sub->get_description())});
   for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) words.push_back({"--" + name, firstLine(option->get_description())});
-    for (const std::string& name : option->get_snames()) words.push_back({"-" + name, firstLine(option->get_description())});
+    for (const std::string& name : option->get_lnames())
+      words.push_back({"--" + name, firstLine(option->get_description())});
+    for (const std::string& name : option->get_snames())
+      words.push_back({"-" + name, firstLine(option->get_description())});
   }
   return words;
 }
@@ -45,7 +49,9 @@ std::string bash(const CLI::App& tree) {
          "    word=${COMP_WORDS[i]}\n"
          "    case \"$path $word\" in\n";
   walk(tree, "", [&](const std::string& path, const CLI::App&) {
-    if (!path.empty()) out << "      " << quoted(path.find(' ') == std::string::npos ? " " + path : path) << ") path=" << quoted(path) << ";;\n";
+    if (!path.empty())
+      out << "      " << quoted(path.find(' ') == std::string::npos ? " " + path : path) << ") path=" << quoted(path)
+          << ";;\n";
   });
   out << "    esac\n  done\n  local words=\n  case \"$path\" in\n";
   walk(tree, "", [&](const std::string& path, const CLI::App& command) {
@@ -65,7 +71,9 @@ std::string zsh(const CLI::App& tree) {
   out << "#compdef quillmere\n_quillmere() {\n  local path= word i\n"
          "  for ((i = 2; i < CURRENT; i++)); do\n    word=${words[i]}\n    case \"$path $word\" in\n";
   walk(tree, "", [&](const std::string& path, const CLI::App&) {
-    if (!path.empty()) out << "      " << quoted(path.find(' ') == std::string::npos ? " " + path : path) << ") path=" << quoted(path) << ";;\n";
+    if (!path.empty())
+      out << "      " << quoted(path.find(' ') == std::string::npos ? " " + path : path) << ") path=" << quoted(path)
+          << ";;\n";
   });
   out << "    esac\n  done\n  local -a choices\n  case \"$path\" in\n";
   walk(tree, "", [&](const std::string& path, const CLI::App& command) {
@@ -91,14 +99,18 @@ std::string fish(const CLI::App& tree) {
       condition = "__fish_use_subcommand";
     } else {
       std::istringstream parts(path);
-      for (std::string part; parts >> part;) condition += (condition.empty() ? "" : "; and ") + ("__fish_seen_subcommand_from " + part);
+      for (std::string part; parts >> part;)
+        condition += (condition.empty() ? "" : "; and ") + ("__fish_seen_subcommand_from " + part);
     }
     const bool takesFiles = path == "transcribe" || path == "models import";
     for (const Word& word : wordsOf(command)) {
       out << "complete -c quillmere -n " << quoted(condition) << (takesFiles ? "" : " -f");
-      if (word.text.rfind("--", 0) == 0) out << " -l " << word.text.substr(2);
-      else if (word.text[0] == '-') out << " -s " << word.text.substr(1);
-      else out << " -a " << word.text;
+      if (word.text.rfind("--", 0) == 0)
+        out << " -l " << word.text.substr(2);
+      else if (word.text[0] == '-')
+        out << " -s " << word.text.substr(1);
+      else
+        out << " -a " << word.text;
       out << " -d " << quoted(word.help) << '\n';
     }
   });

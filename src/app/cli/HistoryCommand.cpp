@@ -17,16 +17,21 @@ QString shortId(const Transcript& transcript) {
 
 QString lengthText(double seconds) {
   const int whole = int(seconds + 0.5);
-  return whole >= 3600 ? QStringLiteral("%1:%2:%3").arg(whole / 3600).arg(whole / 60 % 60, 2, 10, QChar(u'0')).arg(whole % 60, 2, 10, QChar(u'0'))
+  return whole >= 3600 ? QStringLiteral("%1:%2:%3")
+                             .arg(whole / 3600)
+                             .arg(whole / 60 % 60, 2, 10, QChar(u'0'))
+                             .arg(whole % 60, 2, 10, QChar(u'0'))
                        : QStringLiteral("%1:%2").arg(whole / 60).arg(whole % 60, 2, 10, QChar(u'0'));
 }
 
 QString rowLine(const Transcript& transcript, const Terminal& terminal) {
   QString text = transcript.text.value_or(QString()).simplified();
-  const QString date = transcript.date ? transcript.date->toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm")) : QString();
-  const QString head = QStringLiteral("%1  %2  %3  %4  ")
-                           .arg(shortId(transcript), date, lengthText(transcript.duration.value_or(0)).rightJustified(7),
-                                transcript.status.value_or(QString()).leftJustified(10));
+  const QString date =
+      transcript.date ? transcript.date->toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm")) : QString();
+  const QString head =
+      QStringLiteral("%1  %2  %3  %4  ")
+          .arg(shortId(transcript), date, lengthText(transcript.duration.value_or(0)).rightJustified(7),
+               transcript.status.value_or(QString()).leftJustified(10));
   if (terminal.isOutputTerminal()) {
     const int room = std::max(20, terminal.columns() - int(head.size()) - 1);
     if (graphemeCount(text) > room) text = leftGraphemes(text, room - 1) + QChar(u'…');
@@ -93,7 +98,8 @@ Task<int> runHistory(CommandContext context, HistoryOptions options) {
       const int code = co_await std::move(work);
       co_return code;
     }
-    case Action::list: break;
+    case Action::list:
+      break;
   }
   co_return exitFailure;
 }

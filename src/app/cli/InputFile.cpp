@@ -15,7 +15,9 @@
 namespace quillmere {
 namespace {
 
-CommandFailure inputFailure(const char* key, const QString& name) { return {localizedText(key, name), exitInput}; }
+CommandFailure inputFailure(const char* key, const QString& name) {
+  return {localizedText(key, name), exitInput};
+}
 
 CommandFailure systemFailure(const QString& name, int number) {
   return {localizedText("cli.input.system", name, QString::fromLocal8Bit(std::strerror(number))), exitInput};
@@ -29,7 +31,8 @@ Result<QString, CommandFailure> InputFile::textPath() {
   if (QFile::encodeName(text) == bytes) return text;
   if (!temporary) temporary = std::make_shared<QTemporaryDir>();
   const QString suffix = QString::fromLatin1(QByteArray::fromStdString(path.extension().string())).remove(QChar(u'/'));
-  const QString link = temporary->filePath(QStringLiteral("input") + (suffix.toUtf8().size() == suffix.size() ? suffix : QString()));
+  const QString link =
+      temporary->filePath(QStringLiteral("input") + (suffix.toUtf8().size() == suffix.size() ? suffix : QString()));
   std::error_code failure;
   std::filesystem::create_symlink(std::filesystem::absolute(path, failure), link.toStdString(), failure);
   if (failure) return Failed{systemFailure(shownName, failure.value())};
@@ -43,7 +46,8 @@ Result<InputFile, CommandFailure> openInputFile(const std::string& argument) {
   std::error_code failure;
   const auto status = std::filesystem::status(file.path, failure);
   if (!std::filesystem::exists(status)) {
-    if (failure && failure.value() != ENOENT && failure.value() != ENOTDIR) return Failed{systemFailure(file.shownName, failure.value())};
+    if (failure && failure.value() != ENOENT && failure.value() != ENOTDIR)
+      return Failed{systemFailure(file.shownName, failure.value())};
     return Failed{inputFailure("cli.input.missing", file.shownName)};
   }
   if (std::filesystem::is_directory(status)) return Failed{inputFailure("cli.input.folder", file.shownName)};
@@ -51,7 +55,8 @@ Result<InputFile, CommandFailure> openInputFile(const std::string& argument) {
   const int fd = ::open(file.path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return Failed{systemFailure(file.shownName, errno)};
   ::close(fd);
-  if (std::filesystem::file_size(file.path, failure) == 0 && !failure) return Failed{inputFailure("cli.input.empty", file.shownName)};
+  if (std::filesystem::file_size(file.path, failure) == 0 && !failure)
+    return Failed{inputFailure("cli.input.empty", file.shownName)};
   return file;
 }
 
@@ -60,11 +65,14 @@ Result<InputFile, CommandFailure> readStandardInput(const std::atomic<bool>& sto
   file.shownName = localizedText("cli.input.standardInput");
   if (isatty(STDIN_FILENO)) return Failed{CommandFailure{localizedText("cli.input.terminal"), exitUsage}};
   file.temporary = std::make_shared<QTemporaryDir>();
-  if (!file.temporary->isValid()) return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, file.temporary->errorString()), exitFailure}};
+  if (!file.temporary->isValid())
+    return Failed{
+        CommandFailure{localizedText("cli.input.system", file.shownName, file.temporary->errorString()), exitFailure}};
   const QString path = file.temporary->filePath(QStringLiteral("standard-input"));
   file.path = path.toStdString();
   QFile copy(path);
-  if (!copy.open(QIODevice::WriteOnly)) return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, copy.errorString()), exitFailure}};
+  if (!copy.open(QIODevice::WriteOnly))
+    return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, copy.errorString()), exitFailure}};
   std::vector<char> chunk(1 << 16);
   qint64 total = 0;
   while (!stop.load()) {
@@ -75,10 +83,12 @@ Result<InputFile, CommandFailure> readStandardInput(const std::atomic<bool>& sto
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count < 0) return Failed{systemFailure(file.shownName, errno)};
     if (count == 0) break;
-    if (copy.write(chunk.data(), count) != count) return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, copy.errorString()), exitFailure}};
+    if (copy.write(chunk.data(), count) != count)
+      return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, copy.errorString()), exitFailure}};
     total += count;
   }
-  if (!copy.flush()) return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, copy.errorString()), exitFailure}};
+  if (!copy.flush())
+    return Failed{CommandFailure{localizedText("cli.input.system", file.shownName, copy.errorString()), exitFailure}};
   if (total == 0 && !stop.load()) return Failed{inputFailure("cli.input.empty", file.shownName)};
   return file;
 }

@@ -50,7 +50,9 @@ Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWi
   } else if (const QString id = services.settings->currentModeId(); !id.isEmpty()) {
     stored = services.persistence->fetchMode(id);
   }
-  if (before && !options.mode && providerTypeOfModel(before->model.value_or(QString()).toLower()) == ProviderType::local) stored = before;
+  if (before && !options.mode &&
+      providerTypeOfModel(before->model.value_or(QString()).toLower()) == ProviderType::local)
+    stored = before;
   // A copy that belongs to no store: what the command line changes is for this run alone.
   auto mode = stored ? std::make_shared<Mode>(*stored) : std::make_shared<Mode>();
   if (!stored) {
@@ -62,13 +64,15 @@ Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWi
   }
   if (options.language) {
     const QString code = normalizeLanguageCode(argumentText(*options.language));
-    if (!LanguageData::displayName(code)) return Failed{CommandFailure{localizedText("cli.language.unknown", code), exitUsage}};
+    if (!LanguageData::displayName(code))
+      return Failed{CommandFailure{localizedText("cli.language.unknown", code), exitUsage}};
     mode->language = code;
   }
   if (options.model) {
     QString model = argumentText(*options.model);
     const QFileInfo file(model);
-    if (!services.modelManager->findDownloaded(model) && file.isFile()) model = services.modelManager->addTransientModel(file.absoluteFilePath());
+    if (!services.modelManager->findDownloaded(model) && file.isFile())
+      model = services.modelManager->addTransientModel(file.absoluteFilePath());
     mode->model = model;
   }
   return ModePtr(mode);

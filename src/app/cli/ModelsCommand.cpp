@@ -18,8 +18,11 @@ QString fileSizeText(qint64 bytes) {
 void listOne(CommandContext& context, const WhisperCppModel& model, bool isInstalled, bool isCustom, bool isJson) {
   const qint64 partial = isInstalled || isCustom ? 0 : context.services.modelManager->partialDownloadBytes(model);
   if (isJson) {
-    QJsonObject object{{"name", model.name},           {"displayName", model.displayName}, {"isInstalled", isInstalled},
-                       {"isEnglishOnly", model.isEnglishOnly}, {"isCustom", isCustom}};
+    QJsonObject object{{"name", model.name},
+                       {"displayName", model.displayName},
+                       {"isInstalled", isInstalled},
+                       {"isEnglishOnly", model.isEnglishOnly},
+                       {"isCustom", isCustom}};
     if (!isCustom) object["size"] = model.size;
     if (model.url) object["file"] = model.url->toLocalFile();
     if (partial > 0) object["partialBytes"] = partial;
@@ -31,7 +34,8 @@ void listOne(CommandContext& context, const WhisperCppModel& model, bool isInsta
   if (isCustom) note = localizedText("cli.models.custom");
   if (partial > 0) note += QStringLiteral("  ") + localizedText("cli.models.partial", fileSizeText(partial));
   const QString size = isCustom && model.url ? fileSizeText(QFileInfo(model.url->toLocalFile()).size()) : model.size;
-  context.terminal.out(QStringLiteral("%1 %2  %3  %4").arg(state, model.name.leftJustified(16), size.rightJustified(7), note));
+  context.terminal.out(
+      QStringLiteral("%1 %2  %3  %4").arg(state, model.name.leftJustified(16), size.rightJustified(7), note));
 }
 
 int list(CommandContext& context, const ModelsOptions& options) {
@@ -77,7 +81,8 @@ Task<int> download(CommandContext context, ModelsOptions options) {
     co_await std::move(loading);
     context.terminal.clearStatus();
     if (manager.errorMessage()) co_return fail(context, {*manager.errorMessage(), exitNetwork});
-    if (!manager.findDownloaded(model->name)) co_return fail(context, {localizedText("cli.models.stillMissing", model->name), exitNetwork});
+    if (!manager.findDownloaded(model->name))
+      co_return fail(context, {localizedText("cli.models.stillMissing", model->name), exitNetwork});
     if (!options.isQuiet) context.terminal.err(localizedText("cli.models.downloaded", model->name));
   }
   co_return exitOk;
@@ -112,14 +117,17 @@ Task<int> import(CommandContext context, ModelsOptions options) {
   const int columns = terminal.columns();
   std::function<void(double)> progress;
   if (!options.isQuiet)
-    progress = [&terminal, label, columns](double share) { terminal.status(progressLine(label, share, QString(), columns)); };
+    progress = [&terminal, label, columns](double share) {
+      terminal.status(progressLine(label, share, QString(), columns));
+    };
   auto importing = context.services.modelImporter->importModel(path, name, std::move(progress));
   const auto imported = co_await std::move(importing);
   terminal.clearStatus();
   if (!imported) co_return fail(context, {imported.error().description, exitModel});
   context.services.modelManager->scanForModels();
   if (!options.isQuiet)
-    terminal.err(localizedText(imported->isCatalogModel ? "cli.models.importedCatalog" : "cli.models.importedCustom", imported->name));
+    terminal.err(localizedText(imported->isCatalogModel ? "cli.models.importedCatalog" : "cli.models.importedCustom",
+                               imported->name));
   terminal.out(imported->name);
   co_return exitOk;
 }
@@ -129,8 +137,11 @@ Task<int> import(CommandContext context, ModelsOptions options) {
 Task<int> runModels(CommandContext context, ModelsOptions options) {
   using Action = ModelsOptions::Action;
   switch (options.action) {
-    case Action::list: co_return list(context, options);
-    case Action::path: context.terminal.out(context.services.modelManager->modelsDirectory()); co_return exitOk;
+    case Action::list:
+      co_return list(context, options);
+    case Action::path:
+      context.terminal.out(context.services.modelManager->modelsDirectory());
+      co_return exitOk;
     case Action::download: {
       auto work = download(context, options);
       const int code = co_await std::move(work);

@@ -54,10 +54,13 @@ QString joinedCases() {
 }
 
 template <typename E>
-std::optional<CommandFailure> setRaw(const std::optional<std::string>& text, const char* option, const std::function<void(E)>& set) {
+std::optional<CommandFailure> setRaw(const std::optional<std::string>& text, const char* option,
+                                     const std::function<void(E)>& set) {
   if (!text) return std::nullopt;
   const auto value = fromRawValue<E>(argumentText(*text));
-  if (!value) return CommandFailure{localizedText("cli.modes.badValue", argumentText(*text), option, joinedCases<E>()), exitUsage};
+  if (!value)
+    return CommandFailure{localizedText("cli.modes.badValue", argumentText(*text), option, joinedCases<E>()),
+                          exitUsage};
   set(*value);
   return std::nullopt;
 }
@@ -68,19 +71,32 @@ std::optional<CommandFailure> applyOptions(const ModesOptions& options, ModeData
     data.name = argumentText(*options.newName).trimmed();
     if (data.name.isEmpty()) return CommandFailure{localizedText("cli.modes.noName"), exitUsage};
   }
-  if (auto bad = setRaw<PresetType>(options.preset, "--preset", [&](PresetType v) { data.preset = rawValue(v); })) return bad;
-  if (auto bad = setRaw<CloudProvider>(options.cloudProvider, "--cloud-provider", [&](CloudProvider v) { data.cloudProvider = rawValue(v); })) return bad;
-  if (auto bad = setRaw<EnglishSpelling>(options.spelling, "--spelling", [&](EnglishSpelling v) { data.englishSpelling = v; })) return bad;
-  if (auto bad = setRaw<CloudAccuracyTier>(options.accuracy, "--accuracy", [&](CloudAccuracyTier v) { data.cloudAccuracyTier = v; })) return bad;
-  if (auto bad = setRaw<PostProcessingProvider>(options.postProcessingProvider, "--post-processing-provider",
-                                                [&](PostProcessingProvider v) { data.postProcessingProvider = rawValue(v); }))
+  if (auto bad = setRaw<PresetType>(options.preset, "--preset", [&](PresetType v) { data.preset = rawValue(v); }))
+    return bad;
+  if (auto bad = setRaw<CloudProvider>(options.cloudProvider, "--cloud-provider",
+                                       [&](CloudProvider v) { data.cloudProvider = rawValue(v); }))
+    return bad;
+  if (auto bad =
+          setRaw<EnglishSpelling>(options.spelling, "--spelling", [&](EnglishSpelling v) { data.englishSpelling = v; }))
+    return bad;
+  if (auto bad = setRaw<CloudAccuracyTier>(options.accuracy, "--accuracy",
+                                           [&](CloudAccuracyTier v) { data.cloudAccuracyTier = v; }))
+    return bad;
+  if (auto bad =
+          setRaw<PostProcessingProvider>(options.postProcessingProvider, "--post-processing-provider",
+                                         [&](PostProcessingProvider v) { data.postProcessingProvider = rawValue(v); }))
     return bad;
   if (options.postProcessing) {
     const QString text = argumentText(*options.postProcessing);
-    if (text == QLatin1String("off")) data.postProcessingMode = PostProcessingMode::off;
-    else if (text == QLatin1String("cloud")) data.postProcessingMode = PostProcessingMode::cloud;
-    else if (text == QLatin1String("local")) data.postProcessingMode = PostProcessingMode::local;
-    else return CommandFailure{localizedText("cli.modes.badValue", text, "--post-processing", "off, cloud, local"), exitUsage};
+    if (text == QLatin1String("off"))
+      data.postProcessingMode = PostProcessingMode::off;
+    else if (text == QLatin1String("cloud"))
+      data.postProcessingMode = PostProcessingMode::cloud;
+    else if (text == QLatin1String("local"))
+      data.postProcessingMode = PostProcessingMode::local;
+    else
+      return CommandFailure{localizedText("cli.modes.badValue", text, "--post-processing", "off, cloud, local"),
+                            exitUsage};
   }
   if (options.language) {
     const QString code = normalizeLanguageCode(argumentText(*options.language));
@@ -104,10 +120,10 @@ std::optional<CommandFailure> applyOptions(const ModesOptions& options, ModeData
 
 void printMode(CommandContext& context, const Mode& mode) {
   const QJsonObject object = modeJson(mode, isSelected(context, mode));
-  for (const QString& key : {"id", "name", "preset", "language", "model", "punctuation", "capitalization", "profanityFilter",
-                             "customInstructions", "userSystemPrompt", "cloudProvider", "cloudTranscriptionModel",
-                             "cloudAccuracyTier", "postProcessingMode", "postProcessingProvider", "languageModel",
-                             "englishSpelling", "useStreamingTranscription"})
+  for (const QString& key : {"id", "name", "preset", "language", "model", "punctuation", "capitalization",
+                             "profanityFilter", "customInstructions", "userSystemPrompt", "cloudProvider",
+                             "cloudTranscriptionModel", "cloudAccuracyTier", "postProcessingMode",
+                             "postProcessingProvider", "languageModel", "englishSpelling", "useStreamingTranscription"})
     context.terminal.out(key.leftJustified(26) + object.value(key).toVariant().toString());
 }
 
@@ -127,10 +143,12 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
         continue;
       }
       const ModeData data = modeDataFrom(*mode);
-      const QString engine = data.providerType() == ProviderType::cloud ? data.model + u'/' + data.cloudProvider : data.model;
+      const QString engine =
+          data.providerType() == ProviderType::cloud ? data.model + u'/' + data.cloudProvider : data.model;
       context.terminal.out(QStringLiteral("%1 %2  %3  %4  %5")
-                               .arg(selected ? QStringLiteral("*") : QStringLiteral(" "), data.id.toString(QUuid::WithoutBraces).left(8),
-                                    data.name.leftJustified(20), data.language.leftJustified(6), engine));
+                               .arg(selected ? QStringLiteral("*") : QStringLiteral(" "),
+                                    data.id.toString(QUuid::WithoutBraces).left(8), data.name.leftJustified(20),
+                                    data.language.leftJustified(6), engine));
     }
     co_return exitOk;
   }
@@ -155,14 +173,16 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
   const ModePtr mode = *found;
   switch (options.action) {
     case Action::show:
-      options.isJson ? (void)context.terminal.json(modeJson(*mode, isSelected(context, *mode))) : printMode(context, *mode);
+      options.isJson ? (void)context.terminal.json(modeJson(*mode, isSelected(context, *mode)))
+                     : printMode(context, *mode);
       co_return exitOk;
     case Action::edit: {
       ModeData data = modeDataFrom(*mode);
       if (const auto bad = applyOptions(options, data)) co_return fail(context, *bad);
       if (options.newName) {
         const auto other = store.fetchModeByName(data.name);
-        if (other && *other != mode) co_return fail(context, {localizedText("cli.modes.duplicate", data.name), exitFailure});
+        if (other && *other != mode)
+          co_return fail(context, {localizedText("cli.modes.duplicate", data.name), exitFailure});
       }
       store.saveMode(data);
       co_return saved();
@@ -175,7 +195,8 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
       std::optional<QUuid> selected;
       if (isSelected(context, *mode)) selected = mode->id;
       const auto deleted = deleteModeAndReferences(store, settings, context.services.logging, mode, selected);
-      if (!deleted) co_return fail(context, {deleted.error().title + QStringLiteral(": ") + deleted.error().message, exitFailure});
+      if (!deleted)
+        co_return fail(context, {deleted.error().title + QStringLiteral(": ") + deleted.error().message, exitFailure});
       if (deleted->selection == ModeDeletionOutcome::Selection::switched) {
         context.services.appState->selectMode(*deleted->newSelection, true);
       } else if (deleted->selection == ModeDeletionOutcome::Selection::cleared) {
@@ -185,7 +206,8 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
       co_return saved();
     }
     case Action::list:
-    case Action::add: break;
+    case Action::add:
+      break;
   }
   co_return exitFailure;
 }

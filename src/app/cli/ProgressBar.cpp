@@ -13,7 +13,9 @@ QString progressLine(const QString& label, double share, const QString& note, in
     const int barWidth = std::clamp(room / 4, 8, 30);
     const double held = std::clamp(share, 0.0, 1.0);
     const int filled = int(held * barWidth);
-    tail = QStringLiteral("  [%1%2] %3 %").arg(QString(filled, u'#'), QString(barWidth - filled, QChar(u'·'))).arg(int(held * 100), 3);
+    tail = QStringLiteral("  [%1%2] %3 %")
+               .arg(QString(filled, u'#'), QString(barWidth - filled, QChar(u'·')))
+               .arg(int(held * 100), 3);
   }
   if (!note.isEmpty()) tail += QStringLiteral("  ") + note;
   const int forLabel = std::max(6, room - graphemeCount(tail));

@@ -13,7 +13,8 @@ QJsonObject settingJson(const SettingsManager& settings, const SettingDefinition
   const QString key = QString::fromLatin1(definition.key);
   QJsonObject object{{"key", key}, {"isStored", settings.isStored(key)}, {"group", groupName(definition.group)}};
   const QVariant value = settings.effectiveValue(key);
-  object["value"] = value.isValid() && definition.type != SettingType::data ? QJsonValue::fromVariant(value) : QJsonValue();
+  object["value"] =
+      value.isValid() && definition.type != SettingType::data ? QJsonValue::fromVariant(value) : QJsonValue();
   return object;
 }
 
@@ -39,19 +40,23 @@ Task<int> runSettings(CommandContext context, SettingsOptions options) {
           context.terminal.json(settingJson(settings, row));
         } else if (!row.isInternal) {
           const QString name = QString::fromLatin1(row.key);
-          context.terminal.out(QStringLiteral("%1 %2 %3").arg(settings.isStored(name) ? QChar(u'*') : QChar(u' ')).arg(name.leftJustified(30), shown(settings, row)));
+          context.terminal.out(QStringLiteral("%1 %2 %3")
+                                   .arg(settings.isStored(name) ? QChar(u'*') : QChar(u' '))
+                                   .arg(name.leftJustified(30), shown(settings, row)));
         }
       }
       co_return exitOk;
     case Action::get:
-      options.isJson ? context.terminal.json(settingJson(settings, *definition)) : context.terminal.out(shown(settings, *definition));
+      options.isJson ? context.terminal.json(settingJson(settings, *definition))
+                     : context.terminal.out(shown(settings, *definition));
       co_return exitOk;
     case Action::set: {
       const auto set = settings.setText(key, argumentText(options.value));
       co_return set ? int(exitOk) : fail(context, {set.error(), exitUsage});
     }
     case Action::reset: {
-      if (options.isAll == !key.isEmpty()) co_return fail(context, {localizedText("cli.settings.resetWhat"), exitUsage});
+      if (options.isAll == !key.isEmpty())
+        co_return fail(context, {localizedText("cli.settings.resetWhat"), exitUsage});
       QStringList keys{key};
       if (options.isAll) {
         keys.clear();
@@ -62,7 +67,9 @@ Task<int> runSettings(CommandContext context, SettingsOptions options) {
         if (const auto done = settings.reset(each); !done) co_return fail(context, {done.error(), exitFailure});
       co_return exitOk;
     }
-    case Action::path: context.terminal.out(context.services.paths.settingsFile); co_return exitOk;
+    case Action::path:
+      context.terminal.out(context.services.paths.settingsFile);
+      co_return exitOk;
   }
   co_return exitFailure;
 }

@@ -13,12 +13,18 @@ QString printable(const QString& text, bool keepLines) {
   out.reserve(text.size());
   for (const QChar c : text) {
     const ushort code = c.unicode();
-    if (c == u'\n' && keepLines) out += c;
-    else if (c == u'\t') out += u' ';
-    else if (code < 0x20) out += QChar(ushort(0x2400 + code));
-    else if (code == 0x7f) out += QChar(ushort(0x2421));
-    else if (code >= 0x80 && code < 0xa0) out += QChar(QChar::ReplacementCharacter);
-    else out += c;
+    if (c == u'\n' && keepLines)
+      out += c;
+    else if (c == u'\t')
+      out += u' ';
+    else if (code < 0x20)
+      out += QChar(ushort(0x2400 + code));
+    else if (code == 0x7f)
+      out += QChar(ushort(0x2421));
+    else if (code >= 0x80 && code < 0xa0)
+      out += QChar(QChar::ReplacementCharacter);
+    else
+      out += c;
   }
   return out;
 }
@@ -50,7 +56,8 @@ bool Terminal::out(const QString& line) {
 
 bool Terminal::json(const QJsonObject& object) {
   clearStatus();
-  if (!write(STDOUT_FILENO, QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() + "\n")) isOutputSound_ = false;
+  if (!write(STDOUT_FILENO, QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() + "\n"))
+    isOutputSound_ = false;
   return isOutputSound_;
 }
 

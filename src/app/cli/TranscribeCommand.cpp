@@ -24,7 +24,8 @@ struct FileReport {
   std::optional<CommandFailure> failure;
 };
 
-Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile input, ModePtr mode, TerminalPresenter& presenter) {
+Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile input, ModePtr mode,
+                                          TerminalPresenter& presenter) {
   FileReport report;
   auto path = input.textPath();
   if (!path) {
@@ -62,7 +63,8 @@ Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile inp
   co_return report;
 }
 
-Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input, ModePtr mode, TerminalPresenter& presenter) {
+Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input, ModePtr mode,
+                                       TerminalPresenter& presenter) {
   FileReport report;
   Services& services = context.services;
   FileTranscriptionFlow& flow = *services.fileFlow;
@@ -74,7 +76,8 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
   flow.setPresenter(nullptr);
   presenter.hideProgress();
   report.durationSeconds = outcome.audioDurationSeconds;
-  if (outcome.transcript && outcome.transcript->id) report.transcriptId = outcome.transcript->id->toString(QUuid::WithoutBraces);
+  if (outcome.transcript && outcome.transcript->id)
+    report.transcriptId = outcome.transcript->id->toString(QUuid::WithoutBraces);
   switch (outcome.kind) {
     case FileTranscriptionOutcome::Kind::cancelled:
       report.isCancelled = true;
@@ -86,7 +89,8 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
       const ExitCode code = outcome.error ? exitCodeFor(*outcome.error) : exitInput;
       QString message = presenter.alert() ? presenter.alert()->message : QString();
       if (outcome.refusal)
-        if (const auto* copy = std::get_if<FileTranscriptionError::CopyFailed>(&outcome.refusal->kind); copy && !copy->reason.isEmpty())
+        if (const auto* copy = std::get_if<FileTranscriptionError::CopyFailed>(&outcome.refusal->kind);
+            copy && !copy->reason.isEmpty())
           message += QStringLiteral(" (%1)").arg(copy->reason);
       if (message.isEmpty() && outcome.error) message = localizedDescription(*outcome.error);
       report.failure = CommandFailure{message, code};
@@ -103,7 +107,8 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
       report.rawText = outcome.result->rawText;
       report.provider = outcome.result->provider;
       report.wasPostProcessed = outcome.result->wasPostProcessed;
-      if (services.persistence->hasChanges()) report.failure = CommandFailure{localizedText("cli.store.notSaved"), exitStore};
+      if (services.persistence->hasChanges())
+        report.failure = CommandFailure{localizedText("cli.store.notSaved"), exitStore};
       break;
   }
   co_return report;
@@ -161,8 +166,10 @@ Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
     if (input) {
       TerminalPresenter presenter(context.terminal, options.isQuiet);
       Task<FileReport> work;
-      if (options.isWithoutHistory) work = transcribeWithoutHistory(context, *input, mode, presenter);
-      else work = transcribeIntoHistory(context, *input, mode, presenter);
+      if (options.isWithoutHistory)
+        work = transcribeWithoutHistory(context, *input, mode, presenter);
+      else
+        work = transcribeIntoHistory(context, *input, mode, presenter);
       report = co_await std::move(work);
     } else {
       report.failure = input.error();
@@ -177,8 +184,10 @@ Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
     } else if (!isText && !options.isQuiet) {
       context.terminal.err(localizedText("cli.transcribe.noSpeech", shownName));
     }
-    if (options.isJson) context.terminal.json(reportJson(argument, report, *mode, double(elapsed.elapsed()) / 1000));
-    else if (isText) context.terminal.out(report.text);
+    if (options.isJson)
+      context.terminal.json(reportJson(argument, report, *mode, double(elapsed.elapsed()) / 1000));
+    else if (isText)
+      context.terminal.out(report.text);
     if (!context.terminal.isOutputSound()) {
       context.terminal.err(localizedText("cli.output.failed"));
       co_return exitFailure;
