@@ -42,6 +42,8 @@ if [ $preset != dev ]; then
   if [ -x /usr/lib/llvm-16/bin/llvm-symbolizer ]; then
     export ASAN_SYMBOLIZER_PATH=/usr/lib/llvm-16/bin/llvm-symbolizer TSAN_SYMBOLIZER_PATH=/usr/lib/llvm-16/bin/llvm-symbolizer
   fi
+  # ThreadSanitizer of clang 16 stops with a fault of its own where Qt starts a process with clone().
+  if [ $preset = tsan ]; then export GTEST_FILTER=${GTEST_FILTER:--TwoProcessesTest.*}; fi
   # Kernels that place memory more randomly than the sanitizer's map expects.
   if [ $preset = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then run=(setarch "$(uname -m)" -R "${run[@]}"); fi
   say "Testing under the sanitizer"
