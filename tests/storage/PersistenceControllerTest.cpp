@@ -233,7 +233,7 @@ TEST_F(PersistenceControllerTest, TranscriptsByBeginningOfTheIdentifier) {
   for (const Case& c2 : cases) {
     const auto found = store->findTranscript(c2.typed);
     EXPECT_EQ(found ? found.value() : nullptr, c2.expected) << c2.typed;
-    if (!found) EXPECT_EQ(found.error().matchCount, c2.matches) << c2.typed;
+    EXPECT_EQ(found ? 1 : found.error().matchCount, c2.matches) << c2.typed;
   }
 }
 

@@ -89,9 +89,10 @@ TEST_F(SettingsTest, RepairsAndMigrationsAtStart) {
     store.setValue(c.key, c.stored);
     const SettingsManager settings(store, folders, Logging(lines));
     EXPECT_EQ(store.value(c.key), c.expected) << c.key << ' ' << c.stored.toString().toStdString();
-    if (QString(c.key).startsWith("pause"))
-      EXPECT_EQ(settings.audio().mediaControlMode(),
-                c.stored.toBool() ? MediaControlMode::muteAudio : MediaControlMode::off);
+    if (QString(c.key).startsWith("pause")) {
+      const auto expected = c.stored.toBool() ? MediaControlMode::muteAudio : MediaControlMode::off;
+      EXPECT_EQ(settings.audio().mediaControlMode(), expected);
+    }
   }
   EXPECT_EQ(lines->count("Migrated pauseOtherAudioDuringRecording=true to mediaControlMode=.muteAudio"), 1);
   EXPECT_EQ(lines->count("Removed deprecated pauseOtherAudioDuringRecording setting"), 2);
@@ -223,11 +224,12 @@ TEST_F(SettingsTest, TypedTexts) {
   for (const Case& c : cases) {
     const auto parsed = parseSettingText(c.key, c.text);
     ASSERT_EQ(parsed.hasValue(), c.expected.isValid()) << c.key << " = " << c.text;
-    if (parsed)
+    if (parsed) {
       EXPECT_EQ(*parsed, c.expected) << c.key << " = " << c.text;
-    else
+      EXPECT_EQ(parsed->typeId(), c.expected.typeId()) << c.key;
+    } else {
       EXPECT_FALSE(parsed.error().isEmpty());
-    if (parsed) EXPECT_EQ(parsed->typeId(), c.expected.typeId()) << c.key;
+    }
   }
 }
 

@@ -44,7 +44,7 @@ class QtDefaultsStoreTest : public testing::Test {
   }
 };
 
-constexpr int keysEach = 40;
+constexpr int keysEach = 20;
 
 // The work of another process: see start().
 TEST(DefaultsHelper, DISABLED_Writer) {
@@ -99,7 +99,7 @@ TEST_F(QtDefaultsStoreTest, WritesOfOthersAreReadAtOnceWithoutAnEventLoop) {
   const QtDefaultsStore reader(path);
   QtDefaultsStore writer(path);
   // Values of equal length within one tick of the clock: neither time nor size of the file tell them apart by nature.
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < 200; ++i) {
     writer.setValue("key", i % 2 ? "aaaa" : "bbbb");
     ASSERT_EQ(reader.value("key"), i % 2 ? "aaaa" : "bbbb") << i;
   }
@@ -109,7 +109,7 @@ TEST_F(QtDefaultsStoreTest, WritesOfOthersAreReadAtOnceWithoutAnEventLoop) {
 
 TEST_F(QtDefaultsStoreTest, TwoStoresOfOneProcessTakeTurnsInPlace) {
   QtDefaultsStore a(path), b(path);
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 50; ++i) {
     a.setValue("a", i);
     b.setValue("b", i);
     ASSERT_EQ(a.value("b"), i);
