@@ -223,5 +223,86 @@ TEST_F(CommandLineProgramTest, AKilledRunLeavesAStoreThatOpensAndARowInProcessin
   EXPECT_EQ(program.run({"history", "--json"}).json()["status"].toString(), QStringLiteral("completed"));
 }
 
+TEST_F(CommandLineProgramTest, TheSettingsPageOfTheDocumentationIsTheProgramsOwn) {
+  QFile page(qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/docs/settings.md"));
+  ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+  EXPECT_EQ(program.run({"settings", "describe"}).out, page.readAll())
+      << "write it anew: quillmere settings describe > docs/settings.md";
+}
+
+TEST_F(CommandLineProgramTest, TheManualPageKnowsEveryCommandAndOption) {
+  QFile page(qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/docs/quillmere.1"));
+  ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+  const QString manual = QString::fromUtf8(page.readAll()).remove(u'\\');
+  const QString fish = QString::fromUtf8(program.run({"completion", "fish"}).out);
+  int options = 0;
+  for (const QString& line : fish.split(u'\n')) {
+    const qsizetype at = line.indexOf(QStringLiteral(" -l "));
+    if (at < 0) continue;
+    const QString option = QStringLiteral("--") + line.mid(at + 4).section(u' ', 0, 0);
+    EXPECT_TRUE(manual.contains(option)) << option.toStdString();
+    ++options;
+  }
+  EXPECT_GT(options, 20);
+}
+
+TEST_F(CommandLineProgramTest, SettingsModesAndVocabularyAreKept) {
+  EXPECT_EQ(program.run({"settings", "set", "enableVAD", "false"}).code, 0);
+  EXPECT_EQ(program.run({"settings", "get", "enableVAD"}).out, QByteArray("false\n"));
+  EXPECT_EQ(program.run({"settings", "set", "audioSampleRate", "7999"}).code, 2);
+  EXPECT_EQ(program.run({"settings", "set", "nonsense", "1"}).code, 2);
+  EXPECT_EQ(program.run({"settings", "reset", "enableVAD"}).code, 0);
+  EXPECT_EQ(program.run({"settings", "get", "enableVAD"}).out, QByteArray("true\n"));
+
+  EXPECT_EQ(program.run({"modes", "add", "Letters", "--language", "pt_br", "--model", "base"}).code, 0);
+  EXPECT_EQ(program.run({"modes", "add", "letters"}).code, 1) << "the name is taken, in any case";
+  EXPECT_EQ(program.run({"modes", "edit", "LETTERS", "--name", "Briefe"}).code, 0);
+  EXPECT_EQ(program.run({"modes", "show", "Briefe", "--json"}).json()["language"].toString(), QStringLiteral("pt-BR"));
+  EXPECT_EQ(program.run({"modes", "use", "Briefe"}).code, 0);
+  EXPECT_TRUE(program.run({"modes", "show", "Briefe", "--json"}).json()["isSelected"].toBool());
+  EXPECT_EQ(program.run({"modes", "delete", "Briefe"}).code, 0);
+  EXPECT_TRUE(program.run({"modes", "show", "Default", "--json"}).json()["isSelected"].toBool())
+      << "the first of the others takes its place";
+  EXPECT_EQ(program.run({"modes", "delete", "Default"}).code, 1) << "the last one stays";
+
+  EXPECT_EQ(program.run({"vocabulary", "add", " quill mere ", "Quillmere"}).code, 0);
+  EXPECT_EQ(program.run({"vocabulary", "add", "QUILL MERE"}).code, 1);
+  EXPECT_EQ(program.run({"vocabulary", "--json"}).json()["word"].toString(), QStringLiteral("quill mere"));
+  EXPECT_EQ(program.run({"vocabulary", "remove", "Quill Mere"}).code, 0);
+  EXPECT_EQ(program.run({"vocabulary"}).out, QByteArray());
+}
+
+TEST_F(CommandLineProgramTest, AForeignOrDamagedStoreIsReportedAndLeftAsItIs) {
+  program.run({"history"});
+  for (const QByteArray& content : {QByteArray("this is no database, but somebody's notes\n").repeated(100),
+                                    QByteArray("SQLite format 3\0", 16) + QByteArray(4080, 'x')}) {
+    for (const QString& tail : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
+      QFile::remove(program.store() + tail);
+    program.write(QStringLiteral("data/quillmere/Quillmere.sqlite"), content);
+    for (const QStringList& command : {QStringList{"history"}, QStringList{"vocabulary", "add", "word"}}) {
+      const Output output = program.run(command);
+      EXPECT_EQ(output.code, 5);
+      EXPECT_TRUE(output.err.startsWith("Core Data failed to load: ")) << output.err.constData();
+      EXPECT_EQ(output.err.count('\n'), 1) << output.err.constData();
+    }
+    QFile store(program.store());
+    ASSERT_TRUE(store.open(QIODevice::ReadOnly));
+    EXPECT_EQ(store.readAll(), content);
+  }
+  EXPECT_EQ(program.run({"models", "list"}).code, 0) << "what needs no store goes on";
+}
+
+TEST_F(CommandLineProgramTest, AFolderServesAsAModelHub) {
+  QDir(program.file(QString())).mkdir(QStringLiteral("hub"));
+  program.write(QStringLiteral("hub/ggml-tiny.bin"), "not the model at all");
+  program.environment().insert(QStringLiteral("QUILLMERE_MODEL_HUB"), program.file(QStringLiteral("hub")));
+  const Output wrong = program.run({"models", "download", "tiny"});
+  EXPECT_EQ(wrong.code, 6);
+  EXPECT_EQ(wrong.err.count('\n'), 1) << wrong.err.constData();
+  EXPECT_EQ(program.filesIn(program.file(QStringLiteral("data/quillmere/models"))), QStringList());
+  EXPECT_EQ(program.run({"models", "download", "base"}).code, 6) << "the hub doesn't have it";
+  EXPECT_EQ(program.run({"models", "download", "nonsense"}).code, 2);
+}
+
 }  // namespace
 }  // namespace quillmere

@@ -208,6 +208,8 @@ void addSettings(CLI::App& app, Invocation& invocation) {
   auto resetOptions = choice<SettingsOptions>(reset, invocation, Action::reset);
   reset->add_option("key", resetOptions->key, help("cli.help.settings.key"));
   reset->add_flag("--all", resetOptions->isAll, help("cli.help.settings.all"));
+  auto* describe = settings->add_subcommand("describe", help("cli.help.settings.describe"));
+  choice<SettingsOptions>(describe, invocation, Action::describe);
   auto* path = settings->add_subcommand("path", help("cli.help.settings.path"));
   choice<SettingsOptions>(path, invocation, Action::path);
 }

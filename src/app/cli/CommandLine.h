@@ -52,7 +52,7 @@ struct VocabularyOptions {
 };
 
 struct SettingsOptions {
-  enum class Action { list, get, set, reset, path };
+  enum class Action { list, get, set, reset, path, describe };
   Action action = Action::list;
   std::string key, value;
   bool isJson = false, isAll = false;

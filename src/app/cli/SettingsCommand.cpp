@@ -67,6 +67,9 @@ Task<int> runSettings(CommandContext context, SettingsOptions options) {
         if (const auto done = settings.reset(each); !done) co_return fail(context, {done.error(), exitFailure});
       co_return exitOk;
     }
+    case Action::describe:
+      context.terminal.out(renderSettingsDocument([](const QString& key) { return localizedText(key); }).trimmed());
+      co_return exitOk;
     case Action::path:
       context.terminal.out(context.services.paths.settingsFile);
       co_return exitOk;
