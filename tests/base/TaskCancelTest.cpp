@@ -348,7 +348,7 @@ INSTANTIATE_TEST_SUITE_P(In, TaskCancel,
                                          WaitState{"shielded", inShielded, false, true}, WaitState{"join", inJoin},
                                          WaitState{"offload", inOffload, true},
                                          WaitState{"offloadBehindAnother", inOffloadBehindAnother, true, false, 0, 2}),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(Cancel, AfterTheEndChangesNothing) {
   ManualExecutor executor;

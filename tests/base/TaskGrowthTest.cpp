@@ -114,6 +114,6 @@ INSTANTIATE_TEST_SUITE_P(
                     GrowthCase{"Completion", completions, 1'000'000}, GrowthCase{"withTimeout", timeouts, 300'000},
                     GrowthCase{"whenAllAndShielded", groups, 300'000}, GrowthCase{"spawnAndJoin", spawns, 300'000},
                     GrowthCase{"offload", offloads, 100'000}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

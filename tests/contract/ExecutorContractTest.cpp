@@ -240,6 +240,6 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(HostKind{"ManualExecutor",
                              []() -> std::unique_ptr<Host> { return std::make_unique<ManualHost>(); }},
                     HostKind{"QtExecutor", []() -> std::unique_ptr<Host> { return std::make_unique<QtHost>(); }}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
