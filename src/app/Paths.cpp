@@ -21,8 +21,9 @@ QString userFolder(QStandardPaths::StandardLocation location, const QString& fal
 }
 
 QString resources() {
+  // From $PREFIX/libexec/quillmere.
   const QString installed =
-      QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/quillmere"));
+      QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../../share/quillmere"));
   return QFileInfo(installed).isDir() ? installed : QStringLiteral(QUILLMERE_SOURCE_RESOURCES);
 }
 
