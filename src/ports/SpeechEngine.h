@@ -4,7 +4,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
-#include <span>
+#include <vector>
 
 #include "base/Result.h"
 #include "domain/Errors.h"
@@ -21,15 +21,19 @@ struct SpeechRunParameters {
   float temperature = 0.2f;
 };
 
+// Mono samples at 16 kHz in [-1, 1]. Shared, since a run that was broken off may let go of them a little later.
+using SpeechSamples = std::shared_ptr<const std::vector<float>>;
+
 // One loaded model. Used by one thread at a time, from any thread; destroying it frees the model and must not happen
 // while run() is on.
 class SpeechEngineContext {
  public:
   virtual ~SpeechEngineContext() = default;
-  // Decodes 16 kHz mono samples in [-1, 1]; blocks until done. False when the engine failed or `stop` became true,
-  // which ends a run within about 100 ms wherever it is; the context stays usable. The results below are those of the
+  // Decodes the samples; blocks until done. False when the engine failed or `stop` became true, which ends a run within
+  // about 100 ms wherever it is; the context stays usable. What the engine can't leave at once (the spectrogram of a
+  // long file) it finishes by itself; the next run and the destructor wait for that. The results below are those of the
   // last run.
-  virtual bool run(std::span<const float> samples16kHz, const SpeechRunParameters& parameters,
+  virtual bool run(SpeechSamples samples16kHz, const SpeechRunParameters& parameters,
                    const std::atomic<bool>& stop) = 0;
   virtual int segmentCount() const = 0;
   // Text of segment 0 .. segmentCount() - 1, usually with a leading blank; empty outside of that range.

@@ -83,7 +83,7 @@ Task<bool> WhisperContext::fullTranscribe(std::shared_ptr<const std::vector<floa
     RunResult result;
     if (!native->context || samples->size() > std::numeric_limits<std::int32_t>::max()) return result;
     SpeechEngineContext& context = *native->context;
-    result.succeeded = context.run(*samples, parameters, stop.atomic());
+    result.succeeded = context.run(samples, parameters, stop.atomic());
     if (!result.succeeded) return result;
     result.outcome.segments.reserve(static_cast<size_t>(std::max(0, context.segmentCount())));
     for (int i = 0; i < context.segmentCount(); ++i) result.outcome.segments.push_back(context.segmentText(i));

@@ -128,9 +128,9 @@ TEST_P(MediaReaderContract, missingFilesAndLengths) {
 INSTANTIATE_TEST_SUITE_P(Sides, MediaReaderContract,
                          ::testing::Combine(::testing::Values("fake", "real"),
                                             ::testing::Values(Output::native, Output::signed16Interleaved)),
-                         [](const auto& info) {
-                           return std::string(std::get<0>(info.param)) +
-                                  (std::get<1>(info.param) == Output::native ? "Native" : "Signed16");
+                         [](const auto& test) {
+                           return std::string(std::get<0>(test.param)) +
+                                  (std::get<1>(test.param) == Output::native ? "Native" : "Signed16");
                          });
 
 }  // namespace

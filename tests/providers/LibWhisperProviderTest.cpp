@@ -91,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
                {fails},
                "Local Whisper: Transcription failed. The audio may be corrupted or too short.",
                {"de"}}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST(LibWhisperProvider, JoinsSegmentsWithNothingBetween) {
   LocalEngineFixture f;

@@ -82,7 +82,7 @@ class FakeSpeechEngine final : public SpeechEngine {
       const std::lock_guard lock(engine_.mutex_);
       --engine_.loaded_;
     }
-    bool run(std::span<const float>, const SpeechRunParameters& parameters, const std::atomic<bool>& stop) override {
+    bool run(SpeechSamples, const SpeechRunParameters& parameters, const std::atomic<bool>& stop) override {
       int number = 0;
       {
         const std::lock_guard lock(engine_.mutex_);

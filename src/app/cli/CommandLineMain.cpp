@@ -1,6 +1,7 @@
 #include "app/cli/CommandLineMain.h"
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <iostream>
@@ -106,6 +107,11 @@ int commandLineMain(int argc, char** argv) {
       onInterrupt ? onInterrupt() : running.cancel();
     });
     QCoreApplication::exec();
+  }
+  if (code == exitCancelled) {
+    // Everything half done is gone and the store is safe; the engine may still be busy with what it can't leave.
+    std::cout.flush();
+    _exit(code);
   }
   return code;
 }

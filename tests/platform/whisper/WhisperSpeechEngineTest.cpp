@@ -22,10 +22,10 @@ namespace {
 using Options = ScriptedWhisperModel::Options;
 using Stopwatch = std::chrono::steady_clock;
 
-std::vector<float> hum(double seconds) {
+SpeechSamples hum(double seconds) {
   std::vector<float> samples(static_cast<std::size_t>(seconds * 16000));
   for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = 0.1f * std::sin(static_cast<float>(i) * 0.05f);
-  return samples;
+  return std::make_shared<const std::vector<float>>(std::move(samples));
 }
 
 SpeechRunParameters inLanguage(const char* language) {
@@ -51,7 +51,8 @@ class WhisperSpeechEngineTest : public testing::Test {
     for (int i = 0; i < context.segmentCount(); ++i) text += context.segmentText(i);
     return text;
   }
-  // Seconds from the request to the end of a run that is stopped after `runFor`.
+  // Seconds from the request until the engine is out of a run that is stopped after `runFor`.
+  static inline const std::atomic<bool> goOn = false;
   static double secondsToStop(SpeechEngineContext& context, const SpeechRunParameters& parameters, double runFor) {
     std::atomic<bool> stop = false;
     Stopwatch::time_point requested;
@@ -61,6 +62,7 @@ class WhisperSpeechEngineTest : public testing::Test {
       stop = true;
     });
     EXPECT_FALSE(context.run(hum(5), parameters, stop));
+    EXPECT_TRUE(context.run(nullptr, parameters, goOn));  // waits until the engine is out of the stopped run
     const auto ended = Stopwatch::now();
     stopper.join();
     EXPECT_EQ(context.segmentCount(), 0);
@@ -165,6 +167,26 @@ TEST_F(WhisperSpeechEngineTest, stopsInTheMiddleOfAnEncoderRun) {
   EXPECT_EQ(textOf(*context), ' ' + options.text);
 }
 
+TEST_F(WhisperSpeechEngineTest, doesNotWaitForTheSpectrogramOfALongRecording) {
+  const auto context = load({});
+  ASSERT_TRUE(context);
+  const SpeechSamples tenMinutes = hum(600);
+  std::atomic<bool> stop = false;
+  std::thread stopper([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    stop = true;
+  });
+  const auto start = Stopwatch::now();
+  EXPECT_FALSE(context->run(tenMinutes, inLanguage("en"), stop));
+  const auto returned = Stopwatch::now();
+  stopper.join();
+  EXPECT_TRUE(context->run(nullptr, inLanguage("en"), goOn_));
+  const auto out = Stopwatch::now();
+  EXPECT_LT(returned - start, (out - start) / 2) << "the caller waited for the engine";
+  ASSERT_TRUE(context->run(hum(2), inLanguage("en"), goOn_));
+  EXPECT_EQ(textOf(*context), ' ' + Options().text);
+}
+
 TEST_F(WhisperSpeechEngineTest, refusesFilesThatAreNoModels) {
   const QByteArray whole = ScriptedWhisperModel::bytes({});
   const struct {
@@ -243,7 +265,7 @@ TEST_F(WhisperSpeechEngineTest, understandsRealSpeechWithTheStarterModel) {
   ASSERT_TRUE(loaded) << qPrintable(loaded.error().description);
   SpeechRunParameters parameters = inLanguage("en");
   parameters.threads = std::clamp(QThread::idealThreadCount() - 2, 1, 4);
-  ASSERT_TRUE(loaded.value()->run(samples, parameters, goOn_));
+  ASSERT_TRUE(loaded.value()->run(std::make_shared<const std::vector<float>>(samples), parameters, goOn_));
   const QByteArray text = textOf(**loaded);
   EXPECT_LE(wordErrorRate(wordsOf(QString::fromLatin1(clipWords)), wordsOf(QString::fromUtf8(text))), 0.1)
       << text.constData();
