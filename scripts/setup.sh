@@ -72,4 +72,5 @@ install_packages() {
 install_packages
 if [ ! -f "$root/third_party/src/.whisper.cpp.stamp" ]; then say "Fetching the pinned sources of third_party"; fi
 bash "$root/third_party/fetch.sh" >&2
+bash "$root/third_party/fetch-voice-activity-model.sh" >&2
 say "Everything that the build needs is there"
