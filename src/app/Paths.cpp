@@ -40,6 +40,8 @@ Paths Paths::fromEnvironment() {
   paths.stateFolder = baseFolder("XDG_STATE_HOME", QStringLiteral(".local/state")) + QStringLiteral("/quillmere");
   paths.logsFolder = paths.stateFolder + QStringLiteral("/logs");
   paths.resourcesFolder = resources();
+  paths.bundledModelFolders = {paths.resourcesFolder + QStringLiteral("/models"),
+                               QStringLiteral(QUILLMERE_BUILD_MODELS)};
   paths.standard.applicationSupport = data;
   paths.standard.documents = userFolder(QStandardPaths::DocumentsLocation, QStringLiteral("Documents"));
   paths.standard.downloads = userFolder(QStandardPaths::DownloadLocation, QStringLiteral("Downloads"));

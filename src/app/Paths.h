@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <QStringList>
 
 #include "storage/StandardFolders.h"
 
@@ -14,6 +15,8 @@ struct Paths {
   QString logsFolder;       // $XDG_STATE_HOME/quillmere/logs
   QString stateFolder;      // $XDG_STATE_HOME/quillmere
   QString resourcesFolder;  // $PREFIX/share/quillmere, or the source tree's resources in a development build
+  // Where models that come with the program lie: with the resources, or in a development build's own folder.
+  QStringList bundledModelFolders;
   StandardFolders standard;
 
   static Paths fromEnvironment();

@@ -10,6 +10,7 @@
 #include "platform/ffmpeg/FfmpegLog.h"
 #include "platform/ffmpeg/FfmpegMediaEncoder.h"
 #include "platform/ffmpeg/FfmpegMediaReaderFactory.h"
+#include "platform/ffmpeg/SndfileWavWriterFactory.h"
 #include "platform/linux/JsonLinesArchive.h"
 #include "platform/linux/JsonLinesLog.h"
 #include "platform/linux/LinuxDeploymentValues.h"
@@ -19,6 +20,7 @@
 #include "platform/qt/QtHttpDownloader.h"
 #include "platform/qt/QtNetworkStatus.h"
 #include "platform/whisper/WhisperSpeechEngine.h"
+#include "platform/whisper/WhisperVoiceActivityModel.h"
 #include "storage/SettingsTable.h"
 
 namespace quillmere {
@@ -52,6 +54,16 @@ void buildDiagnostics(Services& s) {
   }
 }
 
+void buildSilenceTrimming(Services& s) {
+  s.vadModelManager = std::make_unique<VADModelManager>(s.paths.bundledModelFolders, s.logging);
+  s.voiceActivityDetector =
+      std::make_unique<VoiceActivityDetector>(*s.voiceActivityModel, *s.vadModelManager, s.logging);
+  VADProcessingService::Dependencies use{*s.voiceActivityDetector, *s.audioConverter, *s.audioFileConverter,
+                                         *s.mediaReaders,          *s.wavWriters,     *s.fileWorkers};
+  use.errorReporting = s.appLogger.get();
+  s.vadProcessingService = std::make_unique<VADProcessingService>(use, s.logging);
+}
+
 void buildModels(Services& s) {
   SettingsManager& settings = *s.settings;
   WhisperModelManagerConfiguration configuration;
@@ -80,8 +92,8 @@ void buildPipeline(Services& s, const ServiceOptions& options) {
   s.modelCoordinator = std::make_unique<TranscriptionModelManager>(modelServices, *s.persistence, s.paths.modelsFolder,
                                                                    processors, s.logging);
   s.appState = std::make_unique<AppState>(*s.executor, *s.defaults, s.settings.get(), options.notices, s.logging);
-  s.retryHandler =
-      std::make_unique<TranscriptionRetryController>(*s.persistence, s.settings.get(), nullptr, *s.clock, s.logging);
+  s.retryHandler = std::make_unique<TranscriptionRetryController>(*s.persistence, s.settings.get(),
+                                                                  s.vadProcessingService.get(), *s.clock, s.logging);
   TranscriptionPipelineServices services{
       *s.executor,         *s.clock,      *s.persistence, *s.defaults, *s.vocabularyProcessor, *s.router,
       *s.modelCoordinator, *s.fileWorkers};
@@ -95,6 +107,7 @@ void buildPipeline(Services& s, const ServiceOptions& options) {
   FileTranscriptionFlow::Dependencies flow{*s.executor,    *s.clock,    *s.fileWorkers,
                                            *s.persistence, *s.settings, *s.audioFileConverter};
   flow.transcriptionPipeline = s.pipeline.get();
+  flow.vadProcessingService = s.vadProcessingService.get();
   flow.completionLinger = options.completionLinger;
   s.fileFlow = std::make_unique<FileTranscriptionFlow>(flow, s.logging);
 }
@@ -116,7 +129,9 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   s.mediaReaders = std::make_unique<FfmpegMediaReaderFactory>(*mediaLog);
   s.resamplers = std::make_unique<FfmpegAudioResamplerFactory>(*mediaLog);
   s.mediaEncoder = std::make_unique<FfmpegMediaEncoder>(*mediaLog);
+  s.wavWriters = std::make_unique<SndfileWavWriterFactory>();
   s.speechEngine = std::make_unique<WhisperSpeechEngine>(s.logging);
+  s.voiceActivityModel = std::make_unique<WhisperVoiceActivityModel>(VADModelManager::sha256(), s.logging);
   s.downloader = std::make_unique<QtHttpDownloader>();
   s.audioWorkers = std::make_unique<WorkerPool>(1, QStringLiteral("audio.conversion"));
   s.fileWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("files"));
@@ -124,6 +139,7 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   s.audioConverter = std::make_unique<AudioConverter>(*s.mediaReaders, *s.resamplers, *s.audioWorkers, s.logging);
   s.audioFileConverter =
       std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.audioWorkers, s.logging);
+  buildSilenceTrimming(s);
   buildModels(s);
   if (!options.opensStore) return services;
 

@@ -5,6 +5,9 @@
 #include "app/Paths.h"
 #include "audio/AudioConverter.h"
 #include "audio/AudioFileConverter.h"
+#include "audio/VADModelManager.h"
+#include "audio/VADProcessingService.h"
+#include "audio/VoiceActivityDetector.h"
 #include "base/Clock.h"
 #include "base/Result.h"
 #include "base/async/Executor.h"
@@ -25,6 +28,8 @@
 #include "ports/MediaReader.h"
 #include "ports/NetworkStatus.h"
 #include "ports/SpeechEngine.h"
+#include "ports/VoiceActivityModel.h"
+#include "ports/WavWriter.h"
 #include "postprocessing/VocabularyProcessor.h"
 #include "providers/LibWhisperProvider.h"
 #include "providers/TranscriptionModelManager.h"
@@ -62,13 +67,18 @@ struct Services {
   std::unique_ptr<MediaReaderFactory> mediaReaders;
   std::unique_ptr<AudioResamplerFactory> resamplers;
   std::unique_ptr<MediaEncoder> mediaEncoder;
+  std::unique_ptr<WavWriterFactory> wavWriters;
   std::unique_ptr<SpeechEngine> speechEngine;
+  std::unique_ptr<VoiceActivityModel> voiceActivityModel;  // loaded by the first recording that needs it
   std::unique_ptr<HttpDownloader> downloader;
   std::unique_ptr<WorkerPool> audioWorkers;  // "audio.conversion"
   std::unique_ptr<WorkerPool> fileWorkers;
   std::unique_ptr<SettingsManager> settings;
   std::unique_ptr<AudioConverter> audioConverter;
   std::unique_ptr<AudioFileConverter> audioFileConverter;
+  std::unique_ptr<VADModelManager> vadModelManager;
+  std::unique_ptr<VoiceActivityDetector> voiceActivityDetector;
+  std::unique_ptr<VADProcessingService> vadProcessingService;
   std::unique_ptr<WhisperModelManager> modelManager;
   std::unique_ptr<ModelImporter> modelImporter;
 

@@ -138,6 +138,7 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
   const QString name = QFileInfo(displayPath(file)).fileName();
   const QString modeName = mode && mode->name ? *mode->name : QStringLiteral("Default");
 
+  currentTrimmedFilePaths_.clear();
   progressState_.start(name, modeName);
   if (use_.presenter) use_.presenter->showProgress(progressState_);
   animate(0.03f, 0.2);
@@ -212,6 +213,7 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
                                                        QStringLiteral("FileImport"));
     prepared = co_await std::move(trimming);
   }
+  if (prepared.trimResult) currentTrimmedFilePaths_ = {prepared.trimResult->outputPath, prepared.finalAudioPath};
   co_await throwIfStopped();
 
   const TranscriptPtr transcript = use_.persistence.createTranscript(*duration, modeName, audioPath);
@@ -318,6 +320,8 @@ void FileTranscriptionFlow::removeCopy() {
   if (!currentCopiedFilePath_) return;
   if (QFile::remove(*currentCopiedFilePath_)) logger_.info("🗑️ Cleaned up copied file: %s", *currentCopiedFilePath_);
   currentCopiedFilePath_.reset();
+  for (const QString& trimmed : currentTrimmedFilePaths_) QFile::remove(trimmed);
+  currentTrimmedFilePaths_.clear();
 }
 
 void FileTranscriptionFlow::hideAndReset() {

@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <QStringList>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -82,6 +83,7 @@ class FileTranscriptionFlow {
   Logger logger_;
   FileTranscriptionProgress progressState_;
   std::optional<QString> currentCopiedFilePath_;
+  QStringList currentTrimmedFilePaths_;  // go with the copy
   TaskHandle<FileTranscriptionOutcome> currentTranscriptionTask_;
   TaskScope scope_;
 };

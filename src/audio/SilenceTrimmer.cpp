@@ -1,0 +1,133 @@
+#include "audio/SilenceTrimmer.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <span>
+
+#include "audio/SpeechRanges.h"
+#include "base/async/Offload.h"
+
+namespace quillmere {
+namespace {
+
+using Samples = VoiceActivityDetector::Samples;
+using Kind = TrimError::Kind;
+
+constexpr double sampleRate = 16000;
+constexpr int extraPaddingMs = 50;
+constexpr int mergeGapMs = 200;
+constexpr quint32 framesPerRead = 1 << 16;
+constexpr qint64 samplesPerWrite = 1 << 20;
+
+QString seconds(qint64 samples) {
+  return QString::number(static_cast<double>(samples) / sampleRate, 'f', 2);
+}
+
+Result<void, PlatformError> append(WavWriter& writer, std::span<const float> samples,
+                                   const std::vector<SampleRange>& ranges, const StopFlag& stop) {
+  for (const SampleRange& range : ranges) {
+    for (qint64 at = range.start; at < range.end && !stop.isSet(); at += samplesPerWrite) {
+      const qint64 count = std::min(samplesPerWrite, range.end - at);
+      if (auto written = writer.append(samples.subspan(size_t(at), size_t(count))); !written) return written;
+    }
+  }
+  return writer.finish();
+}
+
+Result<void, PlatformError> write(WavWriterFactory& writers, const QString& path, std::span<const float> samples,
+                                  const std::vector<SampleRange>& ranges, const StopFlag& stop) {
+  QFile::remove(path);
+  auto writer = writers.create(path, int(sampleRate));
+  if (!writer) return Failed{writer.error()};
+  Result<void, PlatformError> written = append(**writer, samples, ranges, stop);
+  writer.value().reset();
+  if (!written || stop.isSet()) QFile::remove(path);
+  return written;
+}
+
+}  // namespace
+
+SilenceTrimmer::SilenceTrimmer(VoiceActivityDetector& detector, AudioConverter& converter, WavWriterFactory& writers,
+                               WorkerPool& workers, const Logging& logging)
+    : detector_(detector),
+      converter_(converter),
+      writers_(writers),
+      workers_(workers),
+      logger_(logging.logger(QStringLiteral("SilenceTrimmer"))) {}
+
+QString SilenceTrimmer::outputPathFor(const QString& inputPath) {
+  const QFileInfo input(inputPath);
+  return input.path() + u'/' + input.completeBaseName() + QStringLiteral("_trimmed.") + input.suffix();
+}
+
+Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPath, std::optional<QString> outputPath) {
+  logger_.info("Starting silence trimming for: %s", inputPath);
+  if (!QFileInfo::exists(inputPath)) co_return Failed{TrimError{Kind::fileNotFound, {}}};
+
+  auto loading = load(inputPath);
+  const auto loaded = co_await std::move(loading);
+  if (!loaded) co_return Failed{loaded.error()};
+  const Samples samples = *loaded;
+  const auto total = static_cast<qint64>(samples->size());
+  logger_.info("Loaded %ld samples (%{public}ss)", total, seconds(total));
+
+  auto searching = findSpeech(samples);
+  const auto found = co_await std::move(searching);
+  if (!found) co_return Failed{found.error()};
+  if (found->empty()) {
+    logger_.info("No speech detected in audio");
+    co_return Failed{TrimError{Kind::noSpeechDetected, {}}};
+  }
+
+  const std::vector<TimeRange> merged = mergeSegments(*found, mergeGapMs);
+  if (merged.size() < found->size()) logger_.info("Merged %ld segments into %ld", found->size(), merged.size());
+  const std::vector<TimeRange> padded = padSegments(merged, extraPaddingMs, static_cast<double>(total) / sampleRate);
+  const std::vector<SampleRange> ranges = sampleRanges(padded, total, sampleRate, logger_);
+  const qint64 kept = sampleCount(ranges);
+  logger_.info("Extracted %ld samples (%{public}ss)", kept, seconds(kept));
+
+  const QString output = outputPath ? *outputPath : outputPathFor(inputPath);
+  WavWriterFactory* writers = &writers_;
+  auto work = [writers, output, samples, ranges](const StopFlag& stop) {
+    return write(*writers, output, *samples, ranges, stop);
+  };
+  auto writing = offload(workers_, std::move(work));
+  const auto written = co_await std::move(writing);
+  if (!written) co_return Failed{TrimError{Kind::outputWriteFailed, written.error().description}};
+  logger_.info("Wrote trimmed audio to: %s", output);
+
+  TrimResult result;
+  result.outputPath = output;
+  result.originalDuration = static_cast<double>(total) / sampleRate;
+  result.trimmedDuration = static_cast<double>(kept) / sampleRate;
+  result.segmentCount = static_cast<int>(merged.size());
+  co_return result;
+}
+
+Task<Result<Samples, TrimError>> SilenceTrimmer::load(QString path) {
+  AudioConverter::ConversionOptions options{framesPerRead, sampleRate, false, {}};
+  auto converting = converter_.convert(path, std::move(options));
+  auto converted = co_await std::move(converting);
+  const bool isEmpty = converted ? converted->empty() : converted.error().kind == ConversionError::Kind::emptyAudioFile;
+  if (isEmpty) {
+    co_return Failed{
+        TrimError{Kind::audioLoadFailed, QStringLiteral("Audio format conversion failed - no samples produced")}};
+  }
+  if (!converted) co_return Failed{TrimError{Kind::audioLoadFailed, converted.error().message()}};
+  co_return std::make_shared<const std::vector<float>>(std::move(*converted));
+}
+
+Task<Result<std::vector<TimeRange>, TrimError>> SilenceTrimmer::findSpeech(Samples samples) {
+  if (!detector_.isModelLoaded()) {
+    auto loading = detector_.loadModel();
+    const auto loaded = co_await std::move(loading);
+    if (!loaded) co_return Failed{TrimError{Kind::vadAnalysisFailed, message(loaded.error())}};
+  }
+  auto analysis = detector_.analyze(std::move(samples), sampleRate);
+  auto found = co_await std::move(analysis);
+  if (!found) co_return Failed{TrimError{Kind::vadAnalysisFailed, message(found.error())}};
+  co_return std::move(*found);
+}
+
+}  // namespace quillmere

@@ -1,0 +1,265 @@
+#include "audio/VADProcessingService.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include "audio/TrimJudgement.h"
+#include "base/async/CancelToken.h"
+#include "base/async/Offload.h"
+
+namespace quillmere {
+namespace {
+
+constexpr double minimumAudioSeconds = 30.0;
+constexpr qint64 conversionThresholdBytes = 26214400;
+
+QString category() {
+  return QStringLiteral("audio.vad");
+}
+
+QString seconds(double value) {
+  return QString::number(value, 'f', 2);
+}
+
+QString megabytes(qint64 bytes) {
+  return QString::number(static_cast<double>(bytes) / (1024 * 1024), 'f', 2);
+}
+
+QString tagOf(const QString& logPrefix) {
+  return logPrefix.isEmpty() ? QString() : u'[' + logPrefix + QStringLiteral("] ");
+}
+
+bool isCompressedFormat(const QString& extension) {
+  static const QSet<QString> compressed{QStringLiteral("m4a"), QStringLiteral("mp3"),  QStringLiteral("mp4"),
+                                        QStringLiteral("aac"), QStringLiteral("webm"), QStringLiteral("ogg"),
+                                        QStringLiteral("opus")};
+  return compressed.contains(extension);
+}
+
+std::optional<qint64> sizeOf(const QString& path) {
+  const QFileInfo file(path);
+  return file.isFile() ? std::optional(file.size()) : std::nullopt;
+}
+
+VADProcessingResult unchanged(const QString& audioPath, bool wasProcessed) {
+  VADProcessingResult result;
+  result.finalAudioPath = audioPath;
+  result.originalAudioPath = audioPath;
+  result.wasProcessed = wasProcessed;
+  return result;
+}
+
+QString m4aPathFor(const QString& path) {
+  const QFileInfo file(path);
+  return file.path() + u'/' + file.completeBaseName() + QStringLiteral(".m4a");
+}
+
+bool holdsUsableAudio(MediaReaderFactory& readers, const QString& path, const QString& tag, const Logger& logger) {
+  const auto reader = readers.open(path, MediaReaderFactory::Output::native);
+  if (!reader) {
+    if (reader.error().kind == MediaError::Kind::unsupported) {
+      logger.error("❌ %{public}sM4A validation failed: no format description", tag);
+    } else {
+      logger.error("❌ %{public}sM4A validation failed: no audio tracks", tag);
+    }
+    return false;
+  }
+  const MediaReader::TrackDescription track = (*reader)->trackDescription();
+  if (track.sampleRate == 0 && track.channelCount == 0) {
+    logger.error("❌ %{public}sM4A validation failed: no stream description", tag);
+    return false;
+  }
+  if (!(track.sampleRate > 0) || track.channelCount <= 0) {
+    logger.error("❌ %{public}sM4A validation failed: invalid format (sampleRate=%f, channels=%u)", tag,
+                 track.sampleRate, track.channelCount);
+    return false;
+  }
+  logger.debug("✓ %{public}sM4A validation passed: %ldHz, %uch", tag, static_cast<qint64>(track.sampleRate),
+               track.channelCount);
+  return true;
+}
+
+}  // namespace
+
+VADProcessingService::VADProcessingService(Dependencies dependencies, const Logging& logging)
+    : use_(dependencies), logging_(logging), logger_(logging.logger(QStringLiteral("VADProcessingService"))) {}
+
+Task<VADProcessingResult> VADProcessingService::process(QString audioPath, double durationSeconds, bool isEnabled,
+                                                        QString logPrefix) {
+  const QString tag = tagOf(logPrefix);
+  const QString extension = QFileInfo(audioPath).suffix().toLower();
+  if (!isEnabled) co_return unchanged(audioPath, false);
+  if (durationSeconds < minimumAudioSeconds) {
+    logger_.debug("%{public}sVAD skipped - duration too short (%{public}ss < %fs)", tag, seconds(durationSeconds),
+                  minimumAudioSeconds);
+    co_return unchanged(audioPath, false);
+  }
+
+  logger_.info("🎤 %{public}sVAD enabled - analyzing audio for silence trimming (duration: %{public}ss)...", tag,
+               seconds(durationSeconds));
+  SilenceTrimmer trimmer(use_.detector, use_.converter, use_.writers, use_.workers, logging_);
+  auto trimming = trimmer.trimSilence(audioPath, std::nullopt);
+  const auto trimmed = co_await std::move(trimming);
+  if (!trimmed) {
+    if (trimmed.error().kind == TrimError::Kind::noSpeechDetected) {
+      logger_.warning("⚠️ %{public}sVAD: No speech detected, using original file", tag);
+      co_return unchanged(audioPath, true);
+    }
+    const QString error = trimmed.error().message();
+    logger_.warning("⚠️ %{public}sVAD analysis failed: %s - using original audio", tag, error);
+    const QVariantMap data{{QStringLiteral("error"), error},
+                           {QStringLiteral("audioPath"), audioPath},
+                           {QStringLiteral("context"), logPrefix}};
+    report(QStringLiteral("VAD silence trimming failed"), data);
+    co_return unchanged(audioPath, true);
+  }
+  if (!isAccepted(*trimmed, tag, logPrefix)) co_return unchanged(audioPath, true);
+
+  VADProcessingResult result = unchanged(audioPath, true);
+  result.trimResult = *trimmed;
+  result.finalAudioPath = trimmed->outputPath;
+  if (isCompressedFormat(extension)) {
+    logger_.info("🎵 %{public}sSkipping M4A conversion - original was compressed format (.%{public}s)", tag, extension);
+    co_return result;
+  }
+  try {
+    auto converting = convertTrimmedFile(trimmed->outputPath, logPrefix);
+    result.finalAudioPath = co_await std::move(converting);
+  } catch (const Cancelled&) {
+    QFile::remove(trimmed->outputPath);
+    throw;
+  }
+  co_return result;
+}
+
+bool VADProcessingService::isAccepted(const TrimResult& trim, const QString& tag, const QString& logPrefix) const {
+  const std::optional<qint64> size = sizeOf(trim.outputPath);
+  const double removed = trim.originalDuration - trim.trimmedDuration;
+  QVariantMap data{{QStringLiteral("originalDuration"), trim.originalDuration},
+                   {QStringLiteral("trimmedDuration"), trim.trimmedDuration}};
+  switch (judgeTrim(trim.originalDuration, trim.trimmedDuration, size)) {
+    case TrimJudgement::noSignificantSilence:
+      logger_.info("%{public}sVAD: No significant silence to trim", tag);
+      return false;
+    case TrimJudgement::tooShort:
+      logger_.warning("⚠️ %{public}sVAD trimmed audio too short (%{public}ss) - using original", tag,
+                      seconds(trim.trimmedDuration));
+      data.insert(QStringLiteral("context"), logPrefix);
+      report(QStringLiteral("VAD trimmed audio too short"), data);
+      return false;
+    case TrimJudgement::invalidFile:
+      logger_.warning("⚠️ %{public}sVAD trimmed file invalid (exists=%{bool}d, size=%lld bytes)", tag, size.has_value(),
+                      size.value_or(0));
+      data.insert(QStringLiteral("trimmedFileSizeBytes"), size.value_or(0));
+      data.insert(QStringLiteral("context"), logPrefix);
+      report(QStringLiteral("VAD trimmed file invalid"), data);
+      return false;
+    case TrimJudgement::accepted:
+      break;
+  }
+  logger_.info("✂️ %{public}sVAD trimmed %{public}ss of silence (original: %{public}ss → trimmed: %{public}ss)", tag,
+               seconds(removed), seconds(trim.originalDuration), seconds(trim.trimmedDuration));
+  data.insert(QStringLiteral("silenceRemoved"), removed);
+  if (trim.originalDuration > 0) {
+    data.insert(QStringLiteral("removalPercentage"), removed / trim.originalDuration * 100);
+  }
+  data.insert(QStringLiteral("trimmedFileSizeBytes"), size.value_or(0));
+  leaveBreadcrumb(QStringLiteral("VAD silence trimming completed"), data);
+  return true;
+}
+
+Task<QString> VADProcessingService::convertTrimmedFile(QString trimmedPath, QString logPrefix) {
+  if (QFileInfo(trimmedPath).suffix().toLower() != QLatin1String("wav")) co_return trimmedPath;
+  const std::optional<qint64> size = sizeOf(trimmedPath);
+  if (!size || *size < conversionThresholdBytes) co_return trimmedPath;
+
+  const QString tag = tagOf(logPrefix);
+  logger_.info("🔄 %{public}sTrimmed WAV file is %{public}sMB - converting to M4A", tag, megabytes(*size));
+  const QString target = m4aPathFor(trimmedPath);
+  QFile::remove(target);
+
+  auto primary = attempt(use_.fileConverter.convertAudioToAAC(trimmedPath, target), target, logPrefix);
+  const Attempt first = co_await std::move(primary);
+  if (first.isUsable) {
+    const qint64 converted = sizeOf(target).value_or(0);
+    logger_.info("✅ %{public}sTrimmed WAV→M4A conversion succeeded: %{public}sMB → %{public}sMB", tag,
+                 megabytes(*size), megabytes(converted));
+    const QVariantMap data{{QStringLiteral("originalSizeBytes"), *size},
+                           {QStringLiteral("m4aSizeBytes"), converted},
+                           {QStringLiteral("sampleRate"), first.format->sampleRate},
+                           {QStringLiteral("channels"), first.format->channelCount},
+                           {QStringLiteral("bitrate"), first.format->bitRate},
+                           {QStringLiteral("context"), logPrefix}};
+    leaveBreadcrumb(QStringLiteral("Trimmed WAV→M4A conversion succeeded"), data);
+    co_return target;
+  }
+  if (first.error) {
+    logger_.warning("⚠️ %{public}sPrimary M4A conversion failed: %s - trying fallback", tag, *first.error);
+  } else {
+    logger_.warning("⚠️ %{public}sPrimary M4A output validation failed - trying fallback", tag);
+  }
+
+  auto fallback = attempt(use_.fileConverter.exportToM4A(trimmedPath, target), target, logPrefix);
+  const Attempt second = co_await std::move(fallback);
+  if (second.isUsable) {
+    logger_.info("✅ %{public}sTrimmed WAV→M4A fallback succeeded: %{public}sMB → %{public}sMB", tag, megabytes(*size),
+                 megabytes(sizeOf(target).value_or(0)));
+    co_return target;
+  }
+  if (second.error) {
+    logger_.warning("⚠️ %{public}sM4A fallback also failed - using original WAV", tag);
+  } else {
+    logger_.warning("⚠️ %{public}sFallback M4A output validation failed - using original WAV", tag);
+  }
+  const QVariantMap data{
+      {QStringLiteral("originalSizeBytes"), *size},
+      {QStringLiteral("error"), second.error.value_or(QStringLiteral("M4A output validation failed"))},
+      {QStringLiteral("context"), logPrefix}};
+  report(QStringLiteral("Trimmed WAV→M4A conversion failed"), data);
+  co_return trimmedPath;
+}
+
+// Leaves no file at the target unless it is usable.
+Task<VADProcessingService::Attempt> VADProcessingService::attempt(Task<Result<AudioFileFormat, AnyError>> conversion,
+                                                                  QString target, QString logPrefix) {
+  Attempt outcome;
+  try {
+    const auto converted = co_await std::move(conversion);
+    if (converted) {
+      outcome.format = *converted;
+      if (QFileInfo(target).isFile()) {
+        auto validating = validateM4A(target, logPrefix);
+        outcome.isUsable = co_await std::move(validating);
+      }
+    } else {
+      outcome.error = localizedDescription(converted.error());
+    }
+  } catch (const Cancelled&) {
+    QFile::remove(target);
+    throw;
+  }
+  if (!outcome.isUsable) QFile::remove(target);
+  co_return outcome;
+}
+
+Task<bool> VADProcessingService::validateM4A(QString path, QString logPrefix) {
+  MediaReaderFactory* readers = &use_.readers;
+  auto work = [readers, path, tag = tagOf(logPrefix), logger = logger_](const StopFlag&) {
+    return holdsUsableAudio(*readers, path, tag, logger);
+  };
+  auto task = offload(use_.workers, std::move(work));
+  co_return co_await std::move(task);
+}
+
+void VADProcessingService::report(const QString& message, const QVariantMap& data) const {
+  if (!use_.errorReporting || !use_.errorReporting->isEnabled()) return;
+  use_.errorReporting->captureMessage(message, category(), ReportLevel::error, data);
+}
+
+void VADProcessingService::leaveBreadcrumb(const QString& message, const QVariantMap& data) const {
+  if (!use_.errorReporting || !use_.errorReporting->isEnabled()) return;
+  use_.errorReporting->addBreadcrumb(Breadcrumb{message, category(), ReportLevel::info, data});
+}
+
+}  // namespace quillmere

@@ -1,0 +1,13 @@
+#pragma once
+#include "platform/ffmpeg/SndfileWavWriter.h"
+
+namespace quillmere {
+
+class SndfileWavWriterFactory final : public WavWriterFactory {
+ public:
+  Result<std::unique_ptr<WavWriter>, PlatformError> create(const QString& path, int sampleRate) override {
+    return SndfileWavWriter::create(path, sampleRate);
+  }
+};
+
+}  // namespace quillmere

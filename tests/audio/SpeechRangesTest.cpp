@@ -1,0 +1,98 @@
+#include "audio/SpeechRanges.h"
+
+#include <vector>
+
+#include "audio/TrimJudgement.h"
+#include "support/RecordingLogSink.h"
+
+namespace quillmere {
+namespace {
+
+using Ranges = std::vector<TimeRange>;
+
+constexpr double rate = 16000;
+
+// As the model gives times: whole hundredths of a second, divided in floats.
+TimeRange hundredths(int start, int end) {
+  return {static_cast<float>(start) / 100.0f, static_cast<float>(end) / 100.0f};
+}
+
+TEST(SpeechRangesTest, AGapOfTwoTenthsMergesWhereverItLies) {
+  for (int end = 100; end < 1'000'000; end += 317) {
+    const Ranges close{hundredths(end - 50, end), hundredths(end + 20, end + 90)};
+    ASSERT_EQ(mergeSegments(close, 200), Ranges{hundredths(end - 50, end + 90)}) << end;
+    const Ranges apart{hundredths(end - 50, end), hundredths(end + 21, end + 90)};
+    ASSERT_EQ(mergeSegments(apart, 200), apart) << end;
+  }
+}
+
+TEST(SpeechRangesTest, MergingIsAChain) {
+  EXPECT_EQ(mergeSegments({}, 200), Ranges{});
+  EXPECT_EQ(mergeSegments({{1, 2}}, 200), (Ranges{{1, 2}}));
+  EXPECT_EQ(mergeSegments({{0, 1}, {1.1f, 2}, {2.2f, 3}, {4, 5}, {5, 6}}, 200), (Ranges{{0, 3}, {4, 6}}));
+  EXPECT_EQ(mergeSegments({{0, 1}, {0.5f, 2}}, 200), (Ranges{{0, 2}})) << "an overlap is no gap";
+}
+
+TEST(SpeechRangesTest, PaddingStaysWithinTheAudio) {
+  const Ranges padded = padSegments({{0.02f, 1}, {2, 3}, {8, 9.98f}, {9, 10}}, 50, 10.0);
+  const Ranges expected{{0, 1.05f}, {1.95f, 3.05f}, {7.95f, 10}, {8.95f, 10}};
+  ASSERT_EQ(padded.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_FLOAT_EQ(padded[i].start, expected[i].start) << i;
+    EXPECT_FLOAT_EQ(padded[i].end, expected[i].end) << i;
+  }
+}
+
+TEST(SpeechRangesTest, SamplesAreCutTowardsZeroAndClamped) {
+  struct Case {
+    TimeRange segment;
+    SampleRange expected;
+    const char* line;
+  };
+  const Case cases[] = {
+      {{0, 1}, {0, 16000}, "Segment 0: extracted 16000 samples (1.00s)"},
+      {{0.00009f, 0.50009f}, {1, 8001}, "Segment 0: extracted 8000 samples"},
+      {{1.5f, 2.5f}, {24000, 32000}, "⚠️ Segment 0 endSample (40000) > totalSamples (32000)"},
+      {{3, 4},
+       {31999, 32000},
+       "⚠️ Segment 0 startSample (48000) >= totalSamples (32000) - segment is beyond audio end!"},
+      {{-1, 1}, {0, 16000}, "Segment 0 clamped: -16000-16000 → 0-16000"},
+      {{1, 0.5f}, {16000, 16000}, "Segment 0 clamped: 16000-8000 → 16000-16000"},
+  };
+  for (const Case& c : cases) {
+    auto sink = std::make_shared<RecordingLogSink>();
+    const auto ranges = sampleRanges({c.segment}, 32000, rate, Logger(sink, QStringLiteral("test")));
+    EXPECT_EQ(ranges, std::vector<SampleRange>{c.expected}) << c.line;
+    EXPECT_TRUE(sink->contains(QString::fromUtf8(c.line))) << sink->lines().join(u'\n').toStdString();
+    EXPECT_EQ(sink->contains(QStringLiteral("clamped")),
+              c.segment.start < 0 || c.segment.end > 2 || c.segment.end < c.segment.start);
+  }
+  EXPECT_TRUE(sampleRanges({{0, 1}}, 0, rate, Logger()).empty());
+}
+
+TEST(TrimJudgementTest, EveryLimitCountsOnItsOwnSide) {
+  using J = TrimJudgement;
+  struct Case {
+    double original, trimmed;
+    std::optional<qint64> size;
+    J expected;
+  };
+  const Case cases[] = {
+      {40, 39.5, 100000, J::noSignificantSilence},
+      {40, 39.49, 100000, J::accepted},
+      {(40.3 * rate) / rate, (40.3 * rate - 8000) / rate, 100000, J::noSignificantSilence},
+      {35.1, 34.6, 100000, J::noSignificantSilence},
+      {40, 41, 100000, J::noSignificantSilence},
+      {40, 0.29, 100000, J::tooShort},
+      {40, 0.3, 100000, J::accepted},
+      {40, 20, 5000, J::invalidFile},
+      {40, 20, 5001, J::accepted},
+      {40, 20, std::nullopt, J::invalidFile},
+      {0.4, 0.1, std::nullopt, J::noSignificantSilence},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(judgeTrim(c.original, c.trimmed, c.size), c.expected) << c.original << ' ' << c.trimmed;
+}
+
+}  // namespace
+}  // namespace quillmere

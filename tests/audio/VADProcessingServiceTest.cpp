@@ -1,0 +1,313 @@
+#include "audio/VADProcessingService.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <thread>
+
+#include "base/async/TaskScope.h"
+#include "support/FakeAudioResampler.h"
+#include "support/FakeErrorReporting.h"
+#include "support/FakeMediaEncoder.h"
+#include "support/FakeMediaReader.h"
+#include "support/FakeVoiceActivityModel.h"
+#include "support/FakeWavWriter.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+
+namespace quillmere {
+namespace {
+
+constexpr qint64 conversionThreshold = 26214400;
+
+class VADProcessingServiceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    QFile file(folder.filePath(VADModelManager::fileName()));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    // Two pieces of a second each, far apart, in a recording of forty.
+    model.answer = {{1000, 1100}, {2000, 2100}};
+  }
+  // A recording whose samples grow with time.
+  QString recording(const QString& name = QStringLiteral("talk.wav"), double seconds = 40) {
+    const QString path = folder.filePath(name);
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write("original") == 8);
+    FakeMediaFile media;
+    media.format = {16000, 1, AudioStreamFormat::SampleKind::float32, false, 0};
+    media.frames = qint64(seconds * 16000);
+    media.sample = [](qint64 frame) { return float(frame) / 1e6f; };
+    media.blockFrames = 16000;
+    readers.files[path] = media;
+    return path;
+  }
+  VADProcessingResult process(const QString& path, double seconds = 40, bool isEnabled = true) {
+    return runTask(executor, service.process(path, seconds, isEnabled, QStringLiteral("Test")));
+  }
+  void expectOriginal(const VADProcessingResult& result, const QString& path, bool wasProcessed) {
+    EXPECT_EQ(result.finalAudioPath, path);
+    EXPECT_EQ(result.originalAudioPath, path);
+    EXPECT_EQ(result.wasProcessed, wasProcessed);
+    EXPECT_FALSE(result.trimResult);
+  }
+  QString sparseFile(const QString& name, qint64 bytes) {
+    QFile file(folder.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(bytes));
+    FakeMediaFile media;
+    media.format = {16000, 1, AudioStreamFormat::SampleKind::signed16, false, 0};
+    media.frames = 100;
+    readers.files[file.fileName()] = media;
+    return file.fileName();
+  }
+  QStringList files() const { return QDir(folder.path()).entryList(QDir::Files); }
+
+  QTemporaryDir folder;
+  std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
+  Logging logging{sink};
+  ManualExecutor executor;
+  FakeMediaReaderFactory readers;
+  FakeAudioResamplerFactory resamplers;
+  FakeMediaEncoder encoder;
+  FakeWavWriterFactory writers;
+  FakeVoiceActivityModel model;
+  FakeErrorReporting reporting;
+  WorkerPool pool{2, QStringLiteral("test")};
+  AudioConverter converter{readers, resamplers, pool, logging};
+  AudioFileConverter fileConverter{readers, encoder, pool, logging};
+  VADModelManager modelManager{{folder.filePath(QStringLiteral("nowhere")), folder.path()}, logging};
+  VoiceActivityDetector detector{model, modelManager, logging};
+  VADProcessingService service{{detector, converter, fileConverter, readers, writers, pool, &reporting}, logging};
+};
+
+TEST_F(VADProcessingServiceTest, CutsOutTheSilence) {
+  const QString path = recording(QStringLiteral("a.b.wav"));
+  const VADProcessingResult result = process(path);
+  EXPECT_EQ(result.finalAudioPath, folder.filePath(QStringLiteral("a.b_trimmed.wav")));
+  EXPECT_EQ(result.originalAudioPath, path);
+  EXPECT_TRUE(result.wasProcessed);
+  ASSERT_TRUE(result.trimResult);
+  EXPECT_EQ(result.trimResult->segmentCount, 2);
+  EXPECT_DOUBLE_EQ(result.trimResult->originalDuration, 40);
+  EXPECT_NEAR(result.trimResult->trimmedDuration, 2.2, 0.001);
+
+  EXPECT_EQ(model.seenSamples, 640000u);
+  EXPECT_EQ(model.seenParameters, VoiceActivityParameters());
+  EXPECT_EQ(writers.seenRate, 16000);
+  ASSERT_NEAR(double(writers.samples.size()), 35200, 2);
+  // The first comes from 9.95 s, the last from just before 21.05 s.
+  EXPECT_NEAR(double(writers.samples.front()), 0.1592, 1e-5);
+  EXPECT_NEAR(double(writers.samples.back()), 0.3368, 1e-5);
+  EXPECT_TRUE(
+      sink->contains(QStringLiteral("✂️ [Test] VAD trimmed 37.80s of silence (original: 40.00s → trimmed: 2.20s)")))
+      << sink->lines().join(u'\n').toStdString();
+  ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
+  EXPECT_NEAR(reporting.breadcrumbs[0].data[QStringLiteral("removalPercentage")].toDouble(), 94.5, 0.01);
+
+  process(path);
+  EXPECT_EQ(model.loads, 1) << "the model stays loaded";
+}
+
+TEST_F(VADProcessingServiceTest, WhatIsShortOrSwitchedOffIsNotEvenOpened) {
+  const QString path = recording();
+  expectOriginal(process(path, 29.9), path, false);
+  expectOriginal(process(path, 40, false), path, false);
+  EXPECT_TRUE(readers.opened.empty());
+  EXPECT_EQ(model.loads, 0);
+  EXPECT_TRUE(process(path, 30.0).wasProcessed);
+}
+
+TEST_F(VADProcessingServiceTest, EveryFailureEndsInTheOriginal) {
+  const PlatformError broken{QStringLiteral("fake"), 1, QStringLiteral("broken")};
+  struct Case {
+    const char* name;
+    std::function<void()> spoil;
+    const char* error;  // none: nothing is reported
+  };
+  const Case cases[] = {
+      {"silence", [&] { model.answer->clear(); }, nullptr},
+      {"analysis", [&] { model.answer.reset(); }, "VAD analysis failed: Failed to extract speech segments"},
+      {"unreadable", [&] { readers.files.clear(); }, "Failed to load audio: "},
+      {"empty", [&] { readers.files.first().frames = 0; },
+       "Failed to load audio: Audio format conversion failed - no samples produced"},
+      {"missing", [&] { QFile::remove(folder.filePath(QStringLiteral("talk.wav"))); }, "Audio file not found"},
+      {"not creatable", [&] { writers.createError = broken; }, "Failed to write output: broken"},
+      {"disk full", [&] { writers.appendError = broken; }, "Failed to write output: broken"},
+      {"disk full at the end", [&] { writers.finishError = broken; }, "Failed to write output: broken"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    readers.files.clear();
+    model.answer = {{1000, 1100}};
+    writers.createError = writers.appendError = writers.finishError = std::nullopt;
+    reporting.messages.clear();
+    sink->clear();
+    const QString path = recording();
+    c.spoil();
+    expectOriginal(process(path), path, true);
+    EXPECT_FALSE(files().contains(QStringLiteral("talk_trimmed.wav")));
+    ASSERT_EQ(reporting.messages.size(), c.error ? 1u : 0u);
+    if (!c.error) {
+      EXPECT_TRUE(sink->contains(QStringLiteral("⚠️ [Test] VAD: No speech detected, using original file")));
+      continue;
+    }
+    EXPECT_EQ(reporting.messages[0].text, QStringLiteral("VAD silence trimming failed"));
+    const QString error = reporting.messages[0].data[QStringLiteral("error")].toString();
+    EXPECT_TRUE(error.startsWith(QString::fromUtf8(c.error))) << error.toStdString();
+  }
+}
+
+TEST_F(VADProcessingServiceTest, AModelThatIsMissingOrBadLeavesTheOriginal) {
+  const QString path = recording();
+  model.loadError = PlatformError{QStringLiteral("speech"), 22, QStringLiteral("not the one")};
+  reporting.isOn = false;
+  expectOriginal(process(path), path, true);
+  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to load VAD model from: ") + folder.path()));
+  EXPECT_TRUE(reporting.messages.empty()) << "the user has switched reports off";
+
+  QFile::remove(folder.filePath(VADModelManager::fileName()));
+  VADModelManager empty({folder.path()}, logging);
+  VoiceActivityDetector without(model, empty, logging);
+  const auto loaded = runTask(executor, without.loadModel());
+  ASSERT_FALSE(loaded);
+  EXPECT_EQ(loaded.error(), VADError::modelNotFound);
+  const auto found = runTask(executor, without.analyze(std::make_shared<std::vector<float>>(16000), 16000));
+  ASSERT_FALSE(found);
+  EXPECT_EQ(found.error(), VADError::analysisFailedContextNotReady);
+}
+
+TEST_F(VADProcessingServiceTest, ARefusedResultIsNotUsed) {
+  struct Case {
+    std::vector<VoiceActivitySegment> speech;
+    const char* line;
+    const char* report;
+  };
+  const Case cases[] = {
+      {{{0, 3950}}, "[Test] VAD: No significant silence to trim", nullptr},
+      {{{1000, 1010}}, "⚠️ [Test] VAD trimmed audio too short (0.20s) - using original", "VAD trimmed audio too short"},
+  };
+  for (const Case& c : cases) {
+    reporting.messages.clear();
+    model.answer = c.speech;
+    const QString path = recording();
+    expectOriginal(process(path), path, true);
+    EXPECT_TRUE(sink->contains(QString::fromUtf8(c.line))) << sink->lines().join(u'\n').toStdString();
+    ASSERT_EQ(reporting.messages.size(), c.report ? 1u : 0u);
+    if (c.report) EXPECT_EQ(reporting.messages[0].text, QString::fromUtf8(c.report));
+  }
+}
+
+TEST_F(VADProcessingServiceTest, ACompressedRecordingStaysWavWhateverItsSize) {
+  const QString path = recording(QStringLiteral("talk.M4A"), 1000);
+  model.answer = {{0, 90000}};
+  const VADProcessingResult result = process(path, 1000);
+  EXPECT_EQ(result.finalAudioPath, folder.filePath(QStringLiteral("talk_trimmed.M4A")));
+  EXPECT_GT(QFileInfo(result.finalAudioPath).size(), conversionThreshold);
+  EXPECT_TRUE(
+      sink->contains(QStringLiteral("🎵 [Test] Skipping M4A conversion - original was compressed format (.m4a)")));
+  EXPECT_TRUE(encoder.settings.empty());
+}
+
+TEST_F(VADProcessingServiceTest, ALargeTrimmedFileBecomesM4A) {
+  const auto convert = [&](const QString& path) {
+    return runTask(executor, service.convertTrimmedFile(path, QString()));
+  };
+  const QString m4a = folder.filePath(QStringLiteral("big.m4a"));
+  const QString small = sparseFile(QStringLiteral("big.wav"), conversionThreshold - 1);
+  EXPECT_EQ(convert(small), small);
+  const QString missing = folder.filePath(QStringLiteral("missing.wav"));
+  EXPECT_EQ(convert(missing), missing);
+  const QString other = sparseFile(QStringLiteral("big.flac"), conversionThreshold);
+  EXPECT_EQ(convert(other), other);
+
+  const QString big = sparseFile(QStringLiteral("big.WAV"), conversionThreshold);
+  readers.files[m4a] = readers.files[big];
+  EXPECT_EQ(convert(big), m4a);
+  EXPECT_TRUE(QFileInfo::exists(m4a));
+  EXPECT_TRUE(QFileInfo::exists(big)) << "the WAV stays beside it";
+  EXPECT_TRUE(sink->contains(QStringLiteral("🔄 Trimmed WAV file is 25.00MB - converting to M4A")));
+  ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
+  EXPECT_EQ(reporting.breadcrumbs[0].data[QStringLiteral("bitrate")].toInt(), 64000);
+}
+
+TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {
+  const QString m4a = folder.filePath(QStringLiteral("big.m4a"));
+  const QString big = sparseFile(QStringLiteral("big.wav"), conversionThreshold);
+  const MediaError broken{MediaError::Kind::writeFailed, 1, QStringLiteral("broken")};
+  struct Case {
+    bool doesPrimaryFail, isTargetReadable, doesFallbackFail;
+    const char* line;
+    bool isM4A;
+  };
+  const Case cases[] = {
+      {true, true, false, "✅ Trimmed WAV→M4A fallback succeeded: 25.00MB → 0.00MB", true},
+      {true, true, true, "⚠️ M4A fallback also failed - using original WAV", false},
+      {false, false, false, "⚠️ Fallback M4A output validation failed - using original WAV", false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.line);
+    sink->clear();
+    reporting.messages.clear();
+    encoder.finishError = c.doesPrimaryFail ? std::optional(broken) : std::nullopt;
+    encoder.exportStatus =
+        c.doesFallbackFail ? MediaExportSession::Status::failed : MediaExportSession::Status::completed;
+    readers.files.remove(m4a);
+    if (c.isTargetReadable) readers.files[m4a] = readers.files[big];
+    EXPECT_EQ(runTask(executor, service.convertTrimmedFile(big, QString())), c.isM4A ? m4a : big);
+    EXPECT_EQ(QFileInfo::exists(m4a), c.isM4A);
+    EXPECT_EQ(reporting.messages.size(), c.isM4A ? 0u : 1u);
+    EXPECT_TRUE(sink->contains(QString::fromUtf8(c.line))) << sink->lines().join(u'\n').toStdString();
+    EXPECT_TRUE(sink->contains(c.doesPrimaryFail
+                                   ? QStringLiteral("⚠️ Primary M4A conversion failed: ")
+                                   : QStringLiteral("⚠️ Primary M4A output validation failed - trying fallback")));
+  }
+}
+
+TEST_F(VADProcessingServiceTest, ValidationNamesWhatIsWrong) {
+  struct Case {
+    std::optional<MediaError::Kind> openError;
+    MediaReader::TrackDescription track;
+    const char* line;
+  };
+  const Case cases[] = {
+      {MediaError::Kind::noAudioTrack, {}, "❌ [T] M4A validation failed: no audio tracks"},
+      {MediaError::Kind::cannotOpen, {}, "❌ [T] M4A validation failed: no audio tracks"},
+      {MediaError::Kind::unsupported, {}, "❌ [T] M4A validation failed: no format description"},
+      {std::nullopt, {0, 0}, "❌ [T] M4A validation failed: no stream description"},
+      {std::nullopt, {0, 2}, "❌ [T] M4A validation failed: invalid format (sampleRate=0.000000, channels=2)"},
+      {std::nullopt, {16000, 0}, "❌ [T] M4A validation failed: invalid format (sampleRate=16000.000000, channels=0)"},
+      {std::nullopt, {16000, 1}, "✓ [T] M4A validation passed: 16000Hz, 1ch"},
+  };
+  for (const Case& c : cases) {
+    sink->clear();
+    FakeMediaFile media;
+    media.track = c.track;
+    if (c.openError) media.openError = MediaError{*c.openError, 0, QStringLiteral("no")};
+    readers.files[QStringLiteral("/x.m4a")] = media;
+    const bool isValid = runTask(executor, service.validateM4A(QStringLiteral("/x.m4a"), QStringLiteral("T")));
+    EXPECT_EQ(isValid, QString::fromUtf8(c.line).startsWith(u'✓'));
+    EXPECT_TRUE(sink->contains(QString::fromUtf8(c.line))) << sink->lines().join(u'\n').toStdString();
+  }
+}
+
+TEST_F(VADProcessingServiceTest, ACancelStopsTheAnalysisAndLeavesNothing) {
+  const QString path = recording();
+  std::atomic<bool> isRunning{false};
+  model.onSegments = [&](const std::atomic<bool>& stop) {
+    isRunning = true;
+    while (!stop) std::this_thread::yield();
+  };
+  TaskScope scope(executor);
+  auto handle = scope.spawn(service.process(path, 40, true, QString()));
+  while (!isRunning) {
+    executor.runReady();
+    std::this_thread::yield();
+  }
+  handle.cancel();
+  EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
+  EXPECT_FALSE(files().contains(QStringLiteral("talk_trimmed.wav")));
+  model.onSegments = nullptr;
+  EXPECT_TRUE(process(path).trimResult) << "the next one works";
+}
+
+}  // namespace
+}  // namespace quillmere

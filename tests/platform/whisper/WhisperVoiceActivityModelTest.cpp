@@ -1,0 +1,110 @@
+#include "platform/whisper/WhisperVoiceActivityModel.h"
+
+#include <QTemporaryDir>
+#include <chrono>
+#include <thread>
+
+#include "audio/SpeechRanges.h"
+#include "audio/VADModelManager.h"
+#include "platform/whisper/WhisperSpeechEngine.h"
+#include "support/RecordingLogSink.h"
+#include "support/ScriptedWhisperModel.h"
+#include "support/SpeechClip.h"
+
+namespace quillmere {
+namespace {
+
+using Stopwatch = std::chrono::steady_clock;
+
+class WhisperVoiceActivityModelTest : public ::testing::Test {
+ protected:
+  static QString builtModel() {
+    return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/models/") + VADModelManager::fileName();
+  }
+  auto segments(const std::vector<float>& samples) { return model.segments(samples, {}, stop); }
+
+  std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
+  WhisperSpeechEngine engine{Logging(sink)};  // keeps the library's log
+  WhisperVoiceActivityModel model{VADModelManager::sha256(), Logging(sink)};
+  std::atomic<bool> stop{false};
+};
+
+TEST_F(WhisperVoiceActivityModelTest, FindsTheSpeechBetweenTheSilences) {
+  const QByteArray clip = SpeechClip::pcm();
+  ASSERT_EQ(clip.size(), 2 * 11 * 16000) << "third_party/fetch.sh brings the clip";
+  const auto samples = SpeechClip::asFloats(SpeechClip::silence(3) + clip + SpeechClip::silence(4));
+  EXPECT_FALSE(segments(samples)) << "nothing is loaded yet";
+  const auto loaded = model.load(builtModel());
+  ASSERT_TRUE(loaded) << loaded.error().description.toStdString();
+
+  const TimeRange expected[] = {{3.3f, 5.3f}, {6.3f, 7.4f}, {8.4f, 10.7f}, {11.2f, 13.6f}};
+  for (int round = 0; round < 2; ++round) {
+    const auto found = segments(samples);
+    ASSERT_TRUE(found);
+    std::vector<TimeRange> ranges;
+    for (const VoiceActivitySegment& segment : *found) ranges.push_back({segment.t0 / 100, segment.t1 / 100});
+    const auto merged = mergeSegments(ranges, 200);
+    ASSERT_EQ(merged.size(), 4u) << "the second round must not remember the first";
+    for (size_t i = 0; i < 4; ++i) {
+      EXPECT_NEAR(merged[i].start, expected[i].start, 0.15) << i;
+      EXPECT_NEAR(merged[i].end, expected[i].end, 0.15) << i;
+    }
+  }
+  VoiceActivityParameters strict;
+  strict.minSpeechDurationMs = 1500;
+  EXPECT_EQ(model.segments(samples, strict, stop)->size(), 3u) << "the parameters reach the model";
+
+  EXPECT_TRUE(segments(SpeechClip::asFloats(SpeechClip::silence(5)))->empty());
+  EXPECT_TRUE(segments({})->empty());
+  EXPECT_TRUE(segments({0.1f, 0.2f})->empty());
+}
+
+TEST_F(WhisperVoiceActivityModelTest, AStopEndsALongAnalysis) {
+  ASSERT_TRUE(model.load(builtModel()));
+  stop = true;
+  EXPECT_FALSE(segments(std::vector<float>(16000)));
+  stop = false;
+  const std::vector<float> halfHour(30 * 60 * 16000);
+  const auto start = Stopwatch::now();
+  EXPECT_TRUE(segments(std::vector<float>(60 * 16000)));
+  const auto oneMinute = Stopwatch::now() - start;
+  std::thread stopper([&] { stop = true; });
+  const auto restart = Stopwatch::now();
+  const auto found = segments(halfHour);
+  const auto stopped = Stopwatch::now() - restart;
+  stopper.join();
+  EXPECT_LT(stopped, 10 * oneMinute);
+  EXPECT_FALSE(found);
+  stop = false;
+  EXPECT_TRUE(segments(std::vector<float>(16000)));
+}
+
+TEST_F(WhisperVoiceActivityModelTest, RefusesEveryOtherFile) {
+  QTemporaryDir folder;
+  QFile file(builtModel());
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  const QByteArray whole = file.readAll();
+  ASSERT_EQ(whole.size(), 885098);
+  const QString speechModel = folder.filePath(QStringLiteral("speech.bin"));
+  ASSERT_TRUE(ScriptedWhisperModel::write(speechModel, {}));
+  const auto write = [&](const QByteArray& bytes) {
+    QFile out(folder.filePath(QStringLiteral("model.bin")));
+    EXPECT_TRUE(out.open(QIODevice::WriteOnly) && out.write(bytes) == bytes.size());
+    return out.fileName();
+  };
+  QByteArray flipped = whole;
+  flipped[400000] = char(flipped[400000] ^ 1);
+
+  EXPECT_FALSE(model.load(speechModel));
+  EXPECT_FALSE(model.load(folder.path()));
+  EXPECT_FALSE(model.load(folder.filePath(QStringLiteral("missing.bin"))));
+  for (const QByteArray& bytes :
+       {QByteArray(), whole.left(50), whole.left(500000), whole.chopped(1), whole + 'x', flipped})
+    EXPECT_FALSE(model.load(write(bytes))) << bytes.size();
+  EXPECT_FALSE(model.isLoaded());
+  EXPECT_TRUE(model.load(write(whole)));
+  EXPECT_TRUE(model.isLoaded());
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,48 @@
+#pragma once
+#include <QFile>
+#include <vector>
+
+#include "ports/WavWriter.h"
+
+namespace quillmere {
+
+// Keeps the samples and writes a file of 44 bytes and two for each sample.
+class FakeWavWriterFactory final : public WavWriterFactory {
+ public:
+  std::optional<PlatformError> createError, appendError, finishError;
+  std::vector<float> samples;
+  int seenRate = 0;
+
+  Result<std::unique_ptr<WavWriter>, PlatformError> create(const QString& path, int sampleRate) override {
+    if (createError) return Failed{*createError};
+    seenRate = sampleRate;
+    samples.clear();
+    auto writer = std::make_unique<Writer>(*this, path);
+    return std::unique_ptr<WavWriter>(std::move(writer));
+  }
+
+ private:
+  class Writer final : public WavWriter {
+   public:
+    Writer(FakeWavWriterFactory& owner, const QString& path) : owner_(owner), file_(path) {
+      if (file_.open(QIODevice::WriteOnly | QIODevice::Truncate)) file_.write(QByteArray(44, 'h'));
+    }
+    Result<void, PlatformError> append(std::span<const float> piece) override {
+      if (owner_.appendError) return Failed{*owner_.appendError};
+      owner_.samples.insert(owner_.samples.end(), piece.begin(), piece.end());
+      file_.write(QByteArray(qsizetype(piece.size() * 2), 's'));
+      return {};
+    }
+    Result<void, PlatformError> finish() override {
+      if (owner_.finishError) return Failed{*owner_.finishError};
+      file_.close();
+      return {};
+    }
+
+   private:
+    FakeWavWriterFactory& owner_;
+    QFile file_;
+  };
+};
+
+}  // namespace quillmere
