@@ -49,6 +49,8 @@ class FakeTrimming final : public VADProcessing {
     VADProcessingResult result;
     result.originalAudioPath = result.finalAudioPath = audioPath;
     if (trimmedPath) {
+      QFile file(*trimmedPath);
+      EXPECT_TRUE(file.open(QIODevice::WriteOnly));
       result.wasProcessed = true;
       result.finalAudioPath = *trimmedPath;
       result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 3};
@@ -252,13 +254,14 @@ TEST_F(FileTranscriptionFlowTest, AFailedTranscriptionKeepsTheRowAndTheSound) {
 
 TEST_F(FileTranscriptionFlowTest, CancelDuringTranscriptionRemovesTheCopyAndLeavesTheRow) {
   pipeline.waits = true;
+  trimming.trimmedPath = recordings() + QStringLiteral("/imported_trimmed.wav");
   TaskScope scope(executor);
   auto handle = scope.spawn(flow->transcribe(input(QStringLiteral("talk.wav")), nullptr));
   executor.runUntil([&] { return !pipeline.requests.empty(); });
   executor.advance(61s);
   EXPECT_FLOAT_EQ(flow->progressState().state().progress, 0.85f) << "the bar waits there";
   flow->cancel();
-  EXPECT_FALSE(QFile::exists(copyOf(QStringLiteral("talk.wav"))));
+  EXPECT_EQ(kept(), QStringList()) << "the trimmed file goes with the copy";
   const Outcome outcome = runTask(executor, handle.join());
   EXPECT_EQ(outcome.kind, Outcome::Kind::cancelled);
   ASSERT_EQ(rows().size(), 1u);
@@ -272,6 +275,7 @@ TEST_F(FileTranscriptionFlowTest, CancelDuringTranscriptionRemovesTheCopyAndLeav
 }
 
 TEST_F(FileTranscriptionFlowTest, ACancelAtAnyTurnLeavesNoCopyWithoutARow) {
+  trimming.trimmedPath = recordings() + QStringLiteral("/imported_trimmed.wav");
   for (int turns = 0; turns < 40; ++turns) {
     pipeline.requests.clear();
     const QString name = QStringLiteral("film%1.mov").arg(turns);

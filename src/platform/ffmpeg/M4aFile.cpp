@@ -1,5 +1,8 @@
 #include "platform/ffmpeg/M4aFile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QFile>
 #include <cerrno>
 
@@ -18,6 +21,9 @@ Result<std::unique_ptr<M4aFile>, int> M4aFile::create(const QString& path, const
   if (code < 0) return Failed{code};
   file->stream_->codecpar->codec_tag = 0;
   file->stream_->time_base = {1, parameters.sample_rate};
+  // What somebody said is for that person alone. The library takes the file that is there.
+  const int own = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (own >= 0) ::close(own);
   code = avio_open(&file->context_->pb, url.constData(), AVIO_FLAG_WRITE);
   if (code < 0) return Failed{code};
   Options options;

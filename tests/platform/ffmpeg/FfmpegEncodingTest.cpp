@@ -57,6 +57,7 @@ TEST_F(FfmpegEncodingTest, bothRoadsGiveWhatWasThere) {
           << "the index stands in front";
       EXPECT_EQ(media.read(QStringLiteral("target.m4a")).mid(8, 4), "M4A ");
       expectTone(to);
+      EXPECT_EQ(QFileInfo(to).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
       const auto reader = readers.open(to, MediaReaderFactory::Output::native);
       ASSERT_TRUE(reader);
       if (!isPrimary) continue;
