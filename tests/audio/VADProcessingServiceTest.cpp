@@ -192,7 +192,9 @@ TEST_F(VADProcessingServiceTest, ARefusedResultIsNotUsed) {
     expectOriginal(process(path), path, true);
     EXPECT_TRUE(sink->contains(QString::fromUtf8(c.line))) << sink->lines().join(u'\n').toStdString();
     ASSERT_EQ(reporting.messages.size(), c.report ? 1u : 0u);
-    if (c.report) EXPECT_EQ(reporting.messages[0].text, QString::fromUtf8(c.report));
+    if (c.report) {
+      EXPECT_EQ(reporting.messages[0].text, QString::fromUtf8(c.report));
+    }
   }
 }
 
