@@ -402,6 +402,7 @@
 <message id="cli.output.failed"><translation>Der Text konnte nicht auf die Standardausgabe geschrieben werden.</translation></message>
 <message id="cli.settings.resetWhat"><translation>Nennen Sie eine Einstellung oder geben Sie --all an.</translation></message>
 <message id="cli.settings.unknown"><translation>Eine Einstellung „%1“ gibt es nicht. Siehe: quillmere settings list</translation></message>
+<message id="media.error.libraryMissing"><translation>Der Teil des Programms, der Audio- und Videodateien liest, fehlt. Bitte installieren Sie das Programm neu.</translation></message>
 <message id="cli.stage.preparing"><translation>Vorbereitung</translation></message>
 <message id="cli.stage.transcribing"><translation>Transkription</translation></message>
 <message id="cli.stage.finishing"><translation>Abschluss</translation></message>

@@ -402,6 +402,7 @@
 <message id="cli.output.failed"><translation>The text could not be written to standard output.</translation></message>
 <message id="cli.settings.resetWhat"><translation>Name one setting to reset, or give --all.</translation></message>
 <message id="cli.settings.unknown"><translation>There is no setting “%1”. See: quillmere settings list</translation></message>
+<message id="media.error.libraryMissing"><translation>The part of the program that reads audio and video files is missing. Please install the program again.</translation></message>
 <message id="cli.stage.preparing"><translation>preparing</translation></message>
 <message id="cli.stage.transcribing"><translation>transcribing</translation></message>
 <message id="cli.stage.finishing"><translation>finishing</translation></message>

@@ -42,6 +42,11 @@ Paths Paths::fromEnvironment() {
   paths.resourcesFolder = resources();
   paths.bundledModelFolders = {paths.resourcesFolder + QStringLiteral("/models"),
                                QStringLiteral(QUILLMERE_BUILD_MODELS)};
+  // Beside the program in a build tree; an installed one knows its place, also when the whole prefix was moved.
+  const QString program = QCoreApplication::applicationDirPath();
+  const QString name = QStringLiteral("quillmere-media.so");
+  paths.mediaLibraries = {program + u'/' + name, QStringLiteral(QUILLMERE_INSTALLED_MEDIA),
+                          QDir::cleanPath(program + QStringLiteral("/../../lib/quillmere/") + name)};
   paths.standard.applicationSupport = data;
   paths.standard.documents = userFolder(QStandardPaths::DocumentsLocation, QStringLiteral("Documents"));
   paths.standard.downloads = userFolder(QStandardPaths::DownloadLocation, QStringLiteral("Downloads"));

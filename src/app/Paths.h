@@ -17,6 +17,7 @@ struct Paths {
   QString resourcesFolder;  // $PREFIX/share/quillmere, or the source tree's resources in a development build
   // Where models that come with the program lie: with the resources, or in a development build's own folder.
   QStringList bundledModelFolders;
+  QStringList mediaLibraries;  // where the media library may lie, the likeliest first
   StandardFolders standard;
 
   static Paths fromEnvironment();

@@ -6,11 +6,6 @@
 
 #include "app/TeeLogSink.h"
 #include "models/ModelHub.h"
-#include "platform/ffmpeg/FfmpegAudioResamplerFactory.h"
-#include "platform/ffmpeg/FfmpegLog.h"
-#include "platform/ffmpeg/FfmpegMediaEncoder.h"
-#include "platform/ffmpeg/FfmpegMediaReaderFactory.h"
-#include "platform/ffmpeg/SndfileWavWriterFactory.h"
 #include "platform/linux/JsonLinesArchive.h"
 #include "platform/linux/JsonLinesLog.h"
 #include "platform/linux/LinuxDeploymentValues.h"
@@ -19,6 +14,7 @@
 #include "platform/qt/QtExecutor.h"
 #include "platform/qt/QtHttpDownloader.h"
 #include "platform/qt/QtNetworkStatus.h"
+#include "platform/sndfile/SndfileWavWriterFactory.h"
 #include "platform/whisper/WhisperSpeechEngine.h"
 #include "platform/whisper/WhisperVoiceActivityModel.h"
 #include "storage/SettingsTable.h"
@@ -124,11 +120,10 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   s.defaults = std::make_unique<QtDefaultsStore>(s.paths.settingsFile);
   buildDiagnostics(s);
   s.network = std::make_unique<QtNetworkStatus>();
-  const auto mediaLog = std::make_shared<FfmpegLog>(s.logging);
-  s.mediaLog = mediaLog;
-  s.mediaReaders = std::make_unique<FfmpegMediaReaderFactory>(*mediaLog);
-  s.resamplers = std::make_unique<FfmpegAudioResamplerFactory>(*mediaLog);
-  s.mediaEncoder = std::make_unique<FfmpegMediaEncoder>(*mediaLog);
+  s.media = std::make_unique<LazyMedia>(s.paths.mediaLibraries, s.logging);
+  s.mediaReaders = std::make_unique<LazyMediaReaderFactory>(*s.media);
+  s.resamplers = std::make_unique<LazyAudioResamplerFactory>(*s.media);
+  s.mediaEncoder = std::make_unique<LazyMediaEncoder>(*s.media);
   s.wavWriters = std::make_unique<SndfileWavWriterFactory>();
   s.speechEngine = std::make_unique<WhisperSpeechEngine>(s.logging);
   s.voiceActivityModel = std::make_unique<WhisperVoiceActivityModel>(VADModelManager::sha256(), s.logging);

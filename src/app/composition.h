@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "app/Paths.h"
+#include "app/media/LazyMedia.h"
 #include "audio/AudioConverter.h"
 #include "audio/AudioFileConverter.h"
 #include "audio/VADModelManager.h"
@@ -63,7 +64,7 @@ struct Services {
   std::unique_ptr<LogArchive> logArchive;
   std::unique_ptr<AppLogger> appLogger;
   std::unique_ptr<NetworkStatus> network;
-  std::shared_ptr<void> mediaLog;  // keeps the media library's messages in the log
+  std::unique_ptr<LazyMedia> media;
   std::unique_ptr<MediaReaderFactory> mediaReaders;
   std::unique_ptr<AudioResamplerFactory> resamplers;
   std::unique_ptr<MediaEncoder> mediaEncoder;

@@ -82,8 +82,13 @@ int main(int argc, char** argv) {
                                                       {"rare word", "sonderwort"},
                                                       {"phrase", '"' + source.word(0) + ' ' + source.word(1) + '"'},
                                                       {"piece of Chinese", "会议"},
-                                                      {"inside a word (scan)", "onderwor"},
-                                                      {"nowhere (scan)", "qqqqqqqq"}};
+                                                      {"inside a word", "onderwor"},
+                                                      {"inside many words", "akelim"},
+                                                      {"three letters inside", "emo"},
+                                                      {"nowhere", "qqqqqqqq"},
+                                                      {"two pieces", "onderwor emo"},
+                                                      {"sign (newest)", "+"},
+                                                      {"two letters nowhere", "qq"}};
   for (const auto& [name, search] : searches) {
     std::vector<double> times;
     qint64 count = 0;

@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
        {std::pair{"clip", std::string(argv[4])}, std::pair{"ten minutes", longPath.toStdString()}}) {
     const std::vector<std::string> ours{argv[1], "transcribe", file, "--model", model, "--language", "en", "--quiet"};
     const std::vector<std::string> theirs{argv[2], "-m",  model, "-f",  file,  "-l",  "en", "-t",  threads, "-bs",
-                                          "1",     "-bo", "5",   "-tp", "0.2", "-mc", "0",  "-nt", "-np"};
+                                          "1",     "-bo", "5",   "-tp", "0.2", "-np"};
     compare(title, ours, theirs, file == argv[4] ? rounds : 1);
   }
   std::vector<double> start;

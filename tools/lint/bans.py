@@ -25,7 +25,8 @@ _SINGLETON = [
 _HEADERS = [
     (r"^xcb/|^X11/|^xkbcommon/", ("src/platform/linux/",)),
     (r"^pulse/|^pipewire/|^alsa/", ("src/platform/linux/",)),
-    (r"^(?:libavformat|libavcodec|libavutil|libswresample|libavfilter)/|^sndfile\.h", ("src/platform/ffmpeg/", "tests/platform/", "tests/bench/", "tests/contract/")),
+    (r"^sndfile\.h", ("src/platform/sndfile/", "tests/platform/", "tests/bench/", "tests/contract/")),
+    (r"^(?:libavformat|libavcodec|libavutil|libswresample|libavfilter)/", ("src/platform/ffmpeg/", "tests/platform/", "tests/bench/", "tests/contract/")),
     (r"^(?:whisper|parakeet|ggml[\w-]*|gguf)\.h$", ("src/platform/whisper/", "tests/platform/", "tests/bench/", "tests/contract/")),
     (r"^spdlog/", ("src/platform/linux/", "tests/platform/")),
     (r"^SQLiteCpp/|^sqlite3\.h$", ("src/storage/", "tests/storage/", "tests/bench/", "tests/app/", "tests/fuzz/")),

@@ -27,6 +27,7 @@ ROOMS = {
     "platform/qt": _PORTS,
     "platform/linux": _PORTS,
     "platform/ffmpeg": _PORTS,
+    "platform/sndfile": _PORTS,
     "platform/whisper": _PORTS,
     "app": "*",
 }

@@ -1,5 +1,5 @@
 #pragma once
-#include "platform/ffmpeg/SndfileWavWriter.h"
+#include "platform/sndfile/SndfileWavWriter.h"
 
 namespace quillmere {
 

@@ -1,6 +1,6 @@
 #include <QFileInfo>
 
-#include "platform/ffmpeg/SndfileWavWriterFactory.h"
+#include "platform/sndfile/SndfileWavWriterFactory.h"
 #include "support/SampleMedia.h"
 
 namespace quillmere {

@@ -1,4 +1,4 @@
-#include "platform/ffmpeg/SndfileWavWriter.h"
+#include "platform/sndfile/SndfileWavWriter.h"
 
 #include <fcntl.h>
 #include <unistd.h>
