@@ -252,6 +252,20 @@ Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchRows(
   }
 }
 
+Result<std::vector<qint64>, PlatformError> ObjectContext::fetchNumbers(const std::string& sql,
+                                                                       const QStringList& values) {
+  try {
+    SQLite::Statement& statement = prepared(sql);
+    StatementGuard guard(statement);
+    for (int i = 0; i < values.size(); ++i) bindValue(statement, i + 1, values[i]);
+    std::vector<qint64> numbers;
+    while (statement.executeStep()) numbers.push_back(statement.getColumn(0).getInt64());
+    return numbers;
+  } catch (const SQLite::Exception& exception) {
+    return Failed{storeError(exception)};
+  }
+}
+
 Result<void, PlatformError> ObjectContext::visitNumbers(const std::string& sql,
                                                         const std::function<bool(qint64)>& visit) {
   try {

@@ -55,6 +55,8 @@ class ObjectContext {
   Result<qint64, PlatformError> fetchNumber(const std::string& sql, const Bind&... values);
   template <typename... Bind>
   Result<std::vector<qint64>, PlatformError> fetchNumbers(const std::string& sql, const Bind&... values);
+  // With as many values as there are at run time.
+  Result<std::vector<qint64>, PlatformError> fetchNumbers(const std::string& sql, const QStringList& values);
 
   // Hands the first column of each row to `visit` until that gives false.
   Result<void, PlatformError> visitNumbers(const std::string& sql, const std::function<bool(qint64)>& visit);

@@ -100,7 +100,8 @@ void migrate(SQLite::Database& database, const Logger& log) {
 
 // A look at every table; SQLite notices a truncated file at the first read.
 std::optional<PlatformError> findDamage(SQLite::Database& database, qint64 fileSizeBytes) {
-  for (const char* table : {"Mode", "RecordingSession", "Transcript", "Vocabulary", "UsageTracking", "TranscriptText"})
+  for (const char* table :
+       {"Mode", "RecordingSession", "Transcript", "Vocabulary", "UsageTracking", "TranscriptText", "TranscriptPieces"})
     if (!database.tableExists(table)) return damagedFile(QString("table %1 is missing").arg(table));
   if (fileSizeBytes > fullCheckLimitBytes) {
     for (const char* table : {"Mode", "RecordingSession", "Transcript", "Vocabulary", "UsageTracking"})

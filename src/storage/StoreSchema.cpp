@@ -68,7 +68,38 @@ END)",
     "INSERT INTO TranscriptText(TranscriptText) VALUES ('rebuild')",
 };
 
-constexpr SchemaVersion versions[] = {{1, version1}, {2, version2}};
+// Which rows hold which three characters in a row, for what the index of words can't find. It holds neither texts nor
+// places, and texts that equal the first one go in once.
+constexpr const char* version3[] = {
+    R"(CREATE VIRTUAL TABLE TranscriptPieces USING fts5(
+  text, transcribedText, postProcessedText, mode, content='', columnsize=0, detail=none, tokenize='trigram'
+))",
+    R"(CREATE TRIGGER TranscriptPiecesInsert AFTER INSERT ON Transcript BEGIN
+  INSERT INTO TranscriptPieces(rowid, text, transcribedText, postProcessedText, mode)
+  VALUES (new.pk, new.text, CASE WHEN new.transcribedText IS NOT new.text THEN new.transcribedText END,
+    CASE WHEN new.postProcessedText IS NOT new.text THEN new.postProcessedText END, new.mode);
+END)",
+    R"(CREATE TRIGGER TranscriptPiecesDelete AFTER DELETE ON Transcript BEGIN
+  INSERT INTO TranscriptPieces(TranscriptPieces, rowid, text, transcribedText, postProcessedText, mode)
+  VALUES ('delete', old.pk, old.text, CASE WHEN old.transcribedText IS NOT old.text THEN old.transcribedText END,
+    CASE WHEN old.postProcessedText IS NOT old.text THEN old.postProcessedText END, old.mode);
+END)",
+    R"(CREATE TRIGGER TranscriptPiecesUpdate AFTER UPDATE OF text, transcribedText, postProcessedText, mode ON Transcript
+BEGIN
+  INSERT INTO TranscriptPieces(TranscriptPieces, rowid, text, transcribedText, postProcessedText, mode)
+  VALUES ('delete', old.pk, old.text, CASE WHEN old.transcribedText IS NOT old.text THEN old.transcribedText END,
+    CASE WHEN old.postProcessedText IS NOT old.text THEN old.postProcessedText END, old.mode);
+  INSERT INTO TranscriptPieces(rowid, text, transcribedText, postProcessedText, mode)
+  VALUES (new.pk, new.text, CASE WHEN new.transcribedText IS NOT new.text THEN new.transcribedText END,
+    CASE WHEN new.postProcessedText IS NOT new.text THEN new.postProcessedText END, new.mode);
+END)",
+    R"(INSERT INTO TranscriptPieces(rowid, text, transcribedText, postProcessedText, mode)
+  SELECT row.pk, row.text, CASE WHEN row.transcribedText IS NOT row.text THEN row.transcribedText END,
+    CASE WHEN row.postProcessedText IS NOT row.text THEN row.postProcessedText END, row.mode
+  FROM Transcript AS row ORDER BY pk)",
+};
+
+constexpr SchemaVersion versions[] = {{1, version1}, {2, version2}, {3, version3}};
 
 }  // namespace
 

@@ -11,6 +11,11 @@ constexpr size_t maximumPieces = 64;
 constexpr qsizetype maximumPieceLength = 1000;  // SQLite limits patterns to 50,000 bytes
 // Looking up the date of one row costs about as much as walking over this many entries of the index by date.
 constexpr qint64 walkedEntriesALookup = 16;
+constexpr qsizetype gramLength = 3;
+// Enough to tell the candidates from the rest; the texts decide.
+constexpr qsizetype maximumGrams = 24;
+// Pieces of one or two characters aren't in the index: so many rows can be looked through within the budget.
+constexpr int newestRowsScanned = 10'000;
 
 QString likePattern(const QString& text) {
   QString pattern = text;
@@ -19,33 +24,66 @@ QString likePattern(const QString& text) {
 }
 
 // Equal texts, which is what most rows hold, are looked through once.
-std::string substringQuery(const std::string& parameter) {
-  const std::string like = " LIKE " + parameter + " ESCAPE '\\'";
-  return "SELECT pk FROM Transcript WHERE text" + like + " OR (transcribedText IS NOT text AND transcribedText" + like +
-         ") OR (postProcessedText IS NOT text AND postProcessedText" + like + ") OR mode" + like;
+QString containsCondition(int parameter) {
+  const QString like = QString(" LIKE ?%1 ESCAPE '\\'").arg(parameter);
+  return "row.text" + like + " OR (row.transcribedText IS NOT row.text AND row.transcribedText" + like +
+         ") OR (row.postProcessedText IS NOT row.text AND row.postProcessedText" + like + ") OR row.mode" + like;
 }
 
-// Rows whose texts contain every piece. LIKE ignores the case of ASCII letters only; the lower-case form is tried for
-// the others.
-Result<std::vector<qint64>, PlatformError> findSubstrings(ObjectContext& context, const SearchQuery& query) {
-  std::optional<std::vector<qint64>> rows;
+// What a search for pieces of texts asks of the index, and what is left to be seen in the texts.
+struct PieceSearch {
+  QStringList grams;     // three characters each, quoted
+  QStringList contents;  // pieces that the index can't decide on
+};
+
+PieceSearch planPieceSearch(const SearchQuery& query) {
+  PieceSearch search;
   for (const SearchQuery::Piece& piece : query.pieces) {
-    const QString typed = likePattern(piece.text), lower = likePattern(piece.text.toLower());
-    auto found = typed == lower
-                     ? context.fetchNumbers(substringQuery("?1"), typed)
-                     : context.fetchNumbers(substringQuery("?1") + " UNION " + substringQuery("?2"), typed, lower);
-    if (!found) return found;
-    std::sort(found->begin(), found->end());
-    if (rows) {
-      std::vector<qint64> common;
-      std::set_intersection(rows->begin(), rows->end(), found->begin(), found->end(), std::back_inserter(common));
-      rows = std::move(common);
-    } else {
-      rows = std::move(found).value();
+    const auto characters = piece.text.toUcs4();
+    const qsizetype last = characters.size() - gramLength;
+    for (qsizetype i = 0; i <= last && search.grams.size() < maximumGrams; ++i) {
+      QString gram = QString::fromUcs4(reinterpret_cast<const char32_t*>(characters.constData()) + i, gramLength);
+      search.grams << '"' + gram.replace('"', "\"\"") + '"';
     }
-    if (rows->empty()) break;
+    if (last != 0 || search.grams.size() == maximumGrams) search.contents << piece.text;
   }
-  return std::move(rows).value_or(std::vector<qint64>{});
+  return search;
+}
+
+// Rows whose texts contain every piece.
+Result<std::vector<qint64>, PlatformError> findSubstrings(ObjectContext& context, const SearchQuery& query) {
+  const PieceSearch search = planPieceSearch(query);
+  const QString grams = search.grams.join(" AND ");
+  if (search.contents.isEmpty())
+    return context.fetchNumbers("SELECT rowid FROM TranscriptPieces WHERE TranscriptPieces MATCH ? ORDER BY rowid",
+                                grams);
+  QString sql = QString(
+                    "SELECT row.pk FROM Transcript AS row WHERE row.pk >= ifnull("
+                    "(SELECT pk FROM Transcript ORDER BY pk DESC LIMIT 1 OFFSET %1), 0)")
+                    .arg(newestRowsScanned - 1);
+  QStringList values;
+  if (!grams.isEmpty()) {
+    sql =
+        "SELECT row.pk FROM TranscriptPieces AS pieces CROSS JOIN Transcript AS row ON row.pk = pieces.rowid "
+        "WHERE pieces.TranscriptPieces MATCH ?1";
+    values << grams;
+  }
+  // LIKE ignores the case of ASCII letters only; the lower-case form is tried for the others.
+  static const QRegularExpression otherLetters("[^\\x{0}-\\x{7f}]");
+  const bool hasOtherCase = std::any_of(search.contents.begin(), search.contents.end(), [](const QString& content) {
+    return content.contains(otherLetters) && content.toLower() != content;
+  });
+  for (const QString& content : search.contents) {
+    values << likePattern(content);
+    QString condition = containsCondition(static_cast<int>(values.size()));
+    if (hasOtherCase) {
+      values << likePattern(content.toLower());
+      condition += " OR " + containsCondition(static_cast<int>(values.size()));
+    }
+    sql += " AND (" + condition + ')';
+  }
+  sql += " ORDER BY " + QString(grams.isEmpty() ? "row.pk" : "pieces.rowid");
+  return context.fetchNumbers(sql.toStdString(), values);
 }
 
 }  // namespace

@@ -44,6 +44,14 @@ TEST_F(TranscriptSearchTest, WhatFindsWhat) {
       {"creme brulee", "Crème brûlée für zwei"},
       {"FÜR", "Crème brûlée für zwei"},
       {"bahn", "Quick meeting about the Straßenbahn"},  // inside a word
+      {"AßENBAH", "Quick meeting about the Straßenbahn"},
+      {"ahn raß", "Quick meeting about the Straßenbahn"},
+      {"ahn ß", "Quick meeting about the Straßenbahn"},  // a short piece next to one that the index knows
+      {"bahn rown", ""},
+      {"rowrow", ""},
+      {"ickrow", ""},  // both halves are in one text, but apart
+      {"ижд", "наступний тиждень"},
+      {"ИЖДЕ", "наступний тиждень"},
       {"RASSEN", ""},
       {"会议", "今天的会议很重要。"},
       {"的会", "今天的会议很重要。"},
@@ -97,6 +105,37 @@ TEST_F(TranscriptSearchTest, AllTextsAndTheModesNameAreSearchedAndFollowTheRow) 
   EXPECT_EQ(found("rawness"), "");
   store->deleteTranscript(transcript);
   EXPECT_EQ(found("final"), "");
+}
+
+TEST_F(TranscriptSearchTest, InnerPiecesFollowTheRow) {
+  const TranscriptPtr transcript = add("xonex");
+  transcript->transcribedText = "xtwox";
+  transcript->postProcessedText = "xonex";  // equal texts are in the index once
+  transcript->mode = "xmodex";
+  store->save();
+  for (const char* piece : {"one", "two", "mode", "one two mod"}) EXPECT_EQ(found(piece), "xonex") << piece;
+  transcript->text = "xnewx";
+  store->save();
+  for (const char* piece : {"one", "onex", "two", "new"}) EXPECT_EQ(found(piece), "xnewx") << piece;
+  transcript->postProcessedText.reset();
+  transcript->transcribedText = "xnewx";
+  store->save();
+  for (const char* piece : {"one", "two"}) EXPECT_EQ(found(piece), "") << piece;
+  EXPECT_EQ(found("newx"), "xnewx");
+  store->deleteTranscript(transcript);
+  for (const char* piece : {"new", "ewx", "mode"}) EXPECT_EQ(found(piece), "") << piece;
+}
+
+TEST_F(TranscriptSearchTest, SignsAreSoughtInTheNewestTranscripts) {
+  add("oldest ++ and =>=");
+  for (int i = 0; i < 9'999; ++i) store->insertTranscript()->text = "-";
+  ASSERT_TRUE(store->save());
+  EXPECT_EQ(store->countTranscripts("++"), 1);
+  add("newest");
+  EXPECT_EQ(store->countTranscripts("++"), 0);
+  EXPECT_EQ(store->countTranscripts("=>="), 1);
+  EXPECT_EQ(store->countTranscripts("++ ldes"), 1);
+  EXPECT_EQ(store->countTranscripts("ew"), 1);
 }
 
 TEST_F(TranscriptSearchTest, PagesAreByDateWhicheverWayTheyAreFound) {
