@@ -69,9 +69,9 @@ Result<std::vector<qint64>, PlatformError> findSubstrings(ObjectContext& context
     values << grams;
   }
   // LIKE ignores the case of ASCII letters only; the lower-case form is tried for the others.
-  static const QRegularExpression otherLetters("[^\\x{0}-\\x{7f}]");
   const bool hasOtherCase = std::any_of(search.contents.begin(), search.contents.end(), [](const QString& content) {
-    return content.contains(otherLetters) && content.toLower() != content;
+    return content.toLower() != content &&
+           std::any_of(content.begin(), content.end(), [](QChar c) { return c.unicode() > 127; });
   });
   for (const QString& content : search.contents) {
     values << likePattern(content);
