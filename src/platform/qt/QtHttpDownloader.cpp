@@ -135,7 +135,8 @@ Task<Result<std::unique_ptr<HttpDownload>, UrlError>> QtHttpDownloader::open(Htt
   qtRequest.setRawHeader("Accept-Encoding", "identity");
   for (const HttpHeader& header : request.headers) qtRequest.setRawHeader(header.name, header.value);
 
-  auto download = std::make_unique<QtHttpDownload>(manager_.get(qtRequest));
+  if (!manager_) manager_ = std::make_unique<QNetworkAccessManager>();
+  auto download = std::make_unique<QtHttpDownload>(manager_->get(qtRequest));
   auto beginning = download->waitForHead();
   auto failure = co_await std::move(beginning);
   if (failure) co_return Failed{*failure};

@@ -16,7 +16,7 @@ class QtHttpDownloader final : public HttpDownloader {
   Task<Result<std::unique_ptr<HttpDownload>, UrlError>> open(HttpDownloadRequest request) override;
 
  private:
-  QNetworkAccessManager manager_;
+  std::unique_ptr<QNetworkAccessManager> manager_;  // made at the first download
   QByteArray userAgent_;
 };
 

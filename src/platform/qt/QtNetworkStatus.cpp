@@ -37,12 +37,13 @@ bool systemHasDefaultRoute() {
 }
 
 QtNetworkStatus::QtNetworkStatus()
-    : QtNetworkStatus([] { return QDBusConnection::systemBus(); }, systemHasDefaultRoute) {}
+    : QtNetworkStatus([] { return QDBusConnection::systemBus(); }, systemHasDefaultRoute, std::chrono::seconds(3)) {}
 
-QtNetworkStatus::QtNetworkStatus(std::function<QDBusConnection()> bus, std::function<bool()> hasDefaultRoute)
+QtNetworkStatus::QtNetworkStatus(std::function<QDBusConnection()> bus, std::function<bool()> hasDefaultRoute,
+                                 std::chrono::milliseconds delay)
     : hasDefaultRoute_(std::move(hasDefaultRoute)) {
-  // Behind the start of the event loop, so that short commands never touch the bus.
-  QTimer::singleShot(0, this, [this, bus = std::move(bus)] { listen(bus); });
+  // Some time behind the start, so that short commands never touch the bus.
+  QTimer::singleShot(delay, this, [this, bus = std::move(bus)] { listen(bus); });
 }
 
 bool QtNetworkStatus::isOnline() const {

@@ -2,6 +2,7 @@
 #include <QDBusConnection>
 #include <QDBusVariant>
 #include <QObject>
+#include <chrono>
 #include <functional>
 
 #include "ports/NetworkStatus.h"
@@ -16,7 +17,8 @@ class QtNetworkStatus final : public QObject, public NetworkStatus {
   Q_OBJECT
  public:
   QtNetworkStatus();
-  QtNetworkStatus(std::function<QDBusConnection()> bus, std::function<bool()> hasDefaultRoute);
+  QtNetworkStatus(std::function<QDBusConnection()> bus, std::function<bool()> hasDefaultRoute,
+                  std::chrono::milliseconds delay = {});
   bool isOnline() const override;
 
  private Q_SLOTS:
