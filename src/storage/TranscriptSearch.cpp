@@ -16,6 +16,8 @@ constexpr qsizetype gramLength = 3;
 constexpr qsizetype maximumGrams = 24;
 // Pieces of one or two characters aren't in the index: so many rows can be looked through within the budget.
 constexpr int newestRowsScanned = 10'000;
+// Rows that hold every trigram of a longer piece still have to be read: so many of the newest within the budget.
+constexpr int newestCandidatesRead = 6'000;
 
 QString likePattern(const QString& text) {
   QString pattern = text;
@@ -63,9 +65,10 @@ Result<std::vector<qint64>, PlatformError> findSubstrings(ObjectContext& context
                     .arg(newestRowsScanned - 1);
   QStringList values;
   if (!grams.isEmpty()) {
-    sql =
-        "SELECT row.pk FROM TranscriptPieces AS pieces CROSS JOIN Transcript AS row ON row.pk = pieces.rowid "
-        "WHERE pieces.TranscriptPieces MATCH ?1";
+    sql = QString(
+              "SELECT row.pk FROM (SELECT rowid AS candidate FROM TranscriptPieces WHERE TranscriptPieces MATCH ?1 "
+              "ORDER BY rowid DESC LIMIT %1) CROSS JOIN Transcript AS row ON row.pk = candidate WHERE true")
+              .arg(newestCandidatesRead);
     values << grams;
   }
   // LIKE ignores the case of ASCII letters only; the lower-case form is tried for the others.
@@ -82,7 +85,7 @@ Result<std::vector<qint64>, PlatformError> findSubstrings(ObjectContext& context
     }
     sql += " AND (" + condition + ')';
   }
-  sql += " ORDER BY " + QString(grams.isEmpty() ? "row.pk" : "pieces.rowid");
+  sql += " ORDER BY row.pk";
   return context.fetchNumbers(sql.toStdString(), values);
 }
 
