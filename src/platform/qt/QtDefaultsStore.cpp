@@ -1,7 +1,9 @@
 #include "platform/qt/QtDefaultsStore.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -11,7 +13,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
-#include <QLockFile>
 #include <QThread>
 #include <cmath>
 
@@ -91,6 +92,30 @@ bool sameVariant(const QVariant& a, const QVariant& b) {
   return a.typeId() == b.typeId() && a == b;
 }
 
+// The turn of one writer among all processes: the kernel's lock on the folder, which leaves no file behind and ends
+// with its holder.
+class WritersTurn {
+ public:
+  explicit WritersTurn(const QString& folder)
+      : folder_(::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    for (int waitedMs = 0; folder_ >= 0 && !isTaken_ && waitedMs < lockTimeoutMs; waitedMs += pollMs) {
+      isTaken_ = ::flock(folder_, LOCK_EX | LOCK_NB) == 0;
+      if (!isTaken_) ::usleep(pollMs * 1000);
+    }
+  }
+  ~WritersTurn() {
+    if (folder_ >= 0) ::close(folder_);
+  }
+  WritersTurn(const WritersTurn&) = delete;
+  WritersTurn& operator=(const WritersTurn&) = delete;
+  bool isTaken() const { return isTaken_; }
+
+ private:
+  static constexpr int pollMs = 2;
+  int folder_;
+  bool isTaken_ = false;
+};
+
 }  // namespace
 
 QtDefaultsStore::QtDefaultsStore(const QString& filePath)
@@ -166,8 +191,8 @@ bool QtDefaultsStore::write(const QString& key, const QVariant& value) {
     QDir().mkpath(QFileInfo(path_).absolutePath());
     // QSettings knows a changed file by its time in milliseconds and its size. Writers take turns and each leaves a
     // later time behind, so that no write can be mistaken for the one before it.
-    QLockFile turn(path_ + ".turn");
-    if (turn.tryLock(lockTimeoutMs)) {
+    const WritersTurn turn(QFileInfo(path_).absolutePath());
+    if (turn.isTaken()) {
       const FileState before = fileState();
       {
         QSettings settings(path_, QSettings::IniFormat);
