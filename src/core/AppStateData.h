@@ -13,17 +13,33 @@ namespace quillmere {
 struct AppStateData {
   NavigationItem selectedNavigationItem = NavigationItem::home;
   RecordingState recordingState;
+  bool showMiniWindow = false;
+  bool showRecordingDialog = false;
+  bool showCancelConfirmation = false;  // the dialog asks whether to cancel
+  bool showOnboarding = false;
+  int onboardingCurrentStep = 0;
+  bool hasCompletedOnboarding = false;
+  QString historySearchQuery;
+  bool showSettings = false;
+  bool isToggleRecordingShortcutHeld = false;  // the toggle shortcut is physically down
+  float currentAudioLevel = 0;                 // 0 to 1
   QString selectedModeId = QStringLiteral("00000000-0000-0000-0000-000000000001");
   QString selectedModeName = QStringLiteral("Default");
-  QString lastTranscription;
+  QString lastTranscription;              // of the last dictation, shown in the dialog
+  bool transcriptionPasteFailed = false;  // the last paste did not reach a text field
   bool isStreaming = false;
   QString streamingText;
+  bool isStreamingShortcutTriggered = false;  // this recording came from the streaming shortcut
+  StreamingConnectionState streamingConnectionState;
   std::optional<QString> errorMessage;
   bool showErrorAlert = false;  // stays false: errors are shown as a toast
   std::optional<QUuid> lastFailedTranscript;
+  std::optional<QString> pendingRetryAudioPath;  // what a retry transcribes
+  bool showAPIKeyAlert = false;
   std::vector<MissingAPIKey> missingAPIKeys;
   bool postProcessingKeyMissing = false;
   bool showLocalModeSuggestion = false;
+  std::optional<QString> selectedSettingsSection = QStringLiteral("general");
   bool operator==(const AppStateData&) const = default;
 };
 

@@ -62,6 +62,8 @@ int main(int argc, char** argv) {
   QTemporaryDir home;
   for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME"})
     qputenv(name, home.path().toUtf8());
+  // The other program does not trim silence, so that both engines get the same samples.
+  if (timeProcess({argv[1], "settings", "set", "enableVAD", "false"}).exitCode != 0) return 2;
   QFile clip(QString::fromLocal8Bit(argv[4]));
   if (!clip.open(QIODevice::ReadOnly)) return 2;
   const QByteArray wav = clip.readAll();

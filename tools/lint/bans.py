@@ -23,9 +23,9 @@ _SINGLETON = [
 ]
 # Header pattern -> the folders where it may be included.
 _HEADERS = [
-    (r"^xcb/|^X11/|^xkbcommon/", ("src/platform/linux/",)),
-    (r"^pulse/|^pipewire/|^alsa/", ("src/platform/linux/",)),
-    (r"^sndfile\.h", ("src/platform/sndfile/", "tests/platform/", "tests/bench/", "tests/contract/")),
+    (r"^xcb/|^X11/|^xkbcommon/", ("src/platform/x11/", "tests/platform/", "tests/e2e/")),
+    (r"^pulse/|^pipewire/|^alsa/", ("src/platform/pulse/", "tests/platform/")),
+    (r"^sndfile\.h", ("src/platform/sndfile/", "src/platform/pulse/", "tests/platform/", "tests/bench/", "tests/contract/")),
     (r"^(?:libavformat|libavcodec|libavutil|libswresample|libavfilter)/", ("src/platform/ffmpeg/", "tests/platform/", "tests/bench/", "tests/contract/")),
     (r"^(?:whisper|parakeet|ggml[\w-]*|gguf)\.h$", ("src/platform/whisper/", "tests/platform/", "tests/bench/", "tests/contract/")),
     (r"^spdlog/", ("src/platform/linux/", "tests/platform/")),
@@ -34,7 +34,7 @@ _HEADERS = [
     (r"^(?:QtDBus/)?QDBus|^QtDBus", ("src/platform/", "src/app/", "tests/platform/", "tests/contract/", "tests/app/", "tests/e2e/")),
     (r"^(?:QtNetwork/)?Q(?:Network(?!Interface)|Ssl|Tcp|Local(?:Socket|Server)|WebSocket|Http)\w*", ("src/platform/", "src/app/", "tests/")),
     (r"^QtWidgets|^QtQuick|^QtQml|^QtGui|^QGuiApplication|^QClipboard", ("src/platform/", "src/app/", "tests/platform/", "tests/app/", "tests/e2e/")),
-    (r"^libsecret/|^atspi/|^libudev\.h|^libevdev/|^gio/|^glib", ("src/platform/linux/", "tests/platform/")),
+    (r"^libsecret/|^atspi/|^libudev\.h|^libevdev/|^gio/|^glib", ("src/platform/linux/", "src/platform/atspi/", "src/app/session/", "tests/platform/")),
 ]
 _CLOCK_RULES = [(re.compile(pattern), message) for pattern, message in _CLOCKS]
 _SINGLETON_RULES = [(re.compile(pattern), message) for pattern, message in _SINGLETON]

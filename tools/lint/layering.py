@@ -28,6 +28,10 @@ ROOMS = {
     "platform/linux": _PORTS,
     "platform/ffmpeg": _PORTS,
     "platform/sndfile": _PORTS,
+    "platform/pulse": _PORTS,
+    "platform/session": _PORTS,
+    "platform/x11": _PORTS,
+    "platform/atspi": _PORTS,
     "platform/whisper": _PORTS,
     "app": "*",
 }

@@ -1,0 +1,15 @@
+#pragma once
+#include <functional>
+
+namespace quillmere {
+
+// Takes Return, keypad Enter and Escape from the focused window while it runs; every other key passes. Main thread.
+class KeyInterceptor {
+ public:
+  virtual ~KeyInterceptor() = default;
+  // False when the keys can't be had; then nothing is taken.
+  virtual bool start(std::function<void()> onReturn, std::function<void()> onEscape) = 0;
+  virtual void stop() = 0;
+};
+
+}  // namespace quillmere

@@ -1,0 +1,16 @@
+#pragma once
+#include "base/async/Task.h"
+
+namespace quillmere {
+
+// Whether this process may use a microphone. Main thread.
+class MicrophoneAuthorization {
+ public:
+  enum class Status { notDetermined, restricted, denied, authorized, unknown };
+  virtual ~MicrophoneAuthorization() = default;
+  virtual Status status() const = 0;
+  // Asks the user where the platform does that; true when access was granted.
+  virtual Task<bool> requestAccess() = 0;
+};
+
+}  // namespace quillmere

@@ -1,0 +1,35 @@
+#pragma once
+#include <QString>
+#include <optional>
+
+#include "base/async/Executor.h"
+#include "base/async/Task.h"
+#include "domain/ClipboardItemData.h"
+
+namespace quillmere {
+
+// The general pasteboard (the desktop's clipboard). Main thread.
+class Pasteboard {
+ public:
+  virtual ~Pasteboard() = default;
+  // Every item with the bytes of every type, pseudo types of the transfer protocol left out. Ends within 2 s: an owner
+  // that doesn't answer gives what arrived. An empty clipboard gives an empty list.
+  virtual Task<ClipboardItems> items() = 0;
+  virtual Task<std::optional<QString>> string() = 0;
+  // Grows with every change of the contents, whoever makes it.
+  virtual quint64 changeCount() const = 0;
+
+  // Replaces the contents by a text, offered under every usual text type. `isConcealed` marks it so that clipboard
+  // managers don't keep it. False when the clipboard can't be had.
+  virtual bool writeText(const QString& text, bool isConcealed) = 0;
+  // Replaces the contents by these items; an empty list clears.
+  virtual bool write(const ClipboardItems& items) = 0;
+
+  // Whether what this process wrote last is still on the clipboard.
+  virtual bool ownsContents() const = 0;
+  // Waits until another program has fetched what was written last, and 60 ms more for the second type that some fetch;
+  // false when nobody did within the time or somebody else took the clipboard.
+  virtual Task<bool> waitForFetch(Duration timeout) = 0;
+};
+
+}  // namespace quillmere
