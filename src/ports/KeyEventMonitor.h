@@ -1,6 +1,8 @@
 #pragma once
 #include <functional>
 
+#include "domain/ModifierKey.h"
+
 namespace quillmere {
 
 // One raw event of the keyboard, of whatever window.
@@ -21,6 +23,8 @@ class KeyEventMonitor {
   // False where the platform does not let this process watch.
   virtual bool start(std::function<void(const ModifierEvent&)> observer) = 0;
   virtual void stop() = 0;
+  // False where no key of this keyboard can give that modifier; it can then never be seen to go down.
+  virtual bool canSee(ModifierKey) const { return true; }
 };
 
 }  // namespace quillmere

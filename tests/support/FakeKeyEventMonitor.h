@@ -1,0 +1,40 @@
+#pragma once
+#include <set>
+#include <utility>
+
+#include "ports/KeyEventMonitor.h"
+
+namespace quillmere {
+
+// A keyboard whose events the test makes. Events made while nobody watches are lost. Main thread.
+class FakeKeyEventMonitor final : public KeyEventMonitor {
+ public:
+  bool isAllowed = true;
+  std::set<ModifierKey> unseenKeys;
+  int startCount = 0;
+
+  bool start(std::function<void(const ModifierEvent&)> observer) override {
+    ++startCount;
+    if (!isAllowed) return false;
+    observer_ = std::move(observer);
+    return true;
+  }
+  void stop() override { observer_ = nullptr; }
+  bool canSee(ModifierKey key) const override { return !unseenKeys.contains(key); }
+
+  bool isRunning() const { return observer_ != nullptr; }
+  // The modifiers are now exactly these.
+  void setFlags(unsigned flags) { emit({ModifierEvent::Kind::flagsChanged, flags_ = flags}); }
+  // An ordinary key, with the modifiers as they are.
+  void pressKey() { emit({ModifierEvent::Kind::keyDown, flags_}); }
+
+ private:
+  void emit(const ModifierEvent& event) {
+    if (const auto observer = observer_) observer(event);
+  }
+
+  std::function<void(const ModifierEvent&)> observer_;
+  unsigned flags_ = 0;
+};
+
+}  // namespace quillmere
