@@ -1,9 +1,17 @@
 #include "core/AppState.h"
 
+#include <algorithm>
 #include <array>
+#include <type_traits>
+#include <utility>
 
+#include "base/text/LocalizedText.h"
+#include "core/TranscriptionPipeline.h"
+#include "domain/ModeTypes.h"
 #include "ports/DefaultsStore.h"
+#include "ports/NetworkStatus.h"
 #include "providers/UserNotices.h"
+#include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 
 namespace quillmere {
@@ -12,6 +20,58 @@ namespace {
 const QString& navigationKey() {
   static const QString key = QStringLiteral("lastNavigationItem");
   return key;
+}
+
+const QString& onboardingKey() {
+  static const QString key = QStringLiteral("hasCompletedOnboarding");
+  return key;
+}
+
+constexpr Duration searchQuietTime = std::chrono::milliseconds(300);
+
+QString nameOf(const Mode& mode) {
+  return mode.name.value_or(QStringLiteral("Default"));
+}
+
+bool needsNetwork(const Mode& mode) {
+  return mode.model.value_or(QString()).toLower() == QLatin1String("cloud") ||
+         mode.postProcessingMode == static_cast<qint16>(PostProcessingMode::cloud);
+}
+
+bool isOnlyOffline(const std::vector<MissingAPIKey>& missing) {
+  return missing.size() == 1 && std::holds_alternative<MissingAPIKey::Offline>(missing.front().context);
+}
+
+QString providerName(const MissingAPIKey& missing) {
+  if (const auto* speech = std::get_if<MissingAPIKey::Transcription>(&missing.context))
+    return displayName(speech->provider);
+  if (const auto* rewriting = std::get_if<MissingAPIKey::PostProcessing>(&missing.context))
+    return displayName(rewriting->provider);
+  return QStringLiteral("Offline");
+}
+
+// One line a provider, in the order of their first mention, with what the key is needed for.
+QStringList providerLines(const std::vector<MissingAPIKey>& missing) {
+  const auto isNeededFor = [&]<typename Context>(const QString& name, std::type_identity<Context>) {
+    return std::any_of(missing.begin(), missing.end(), [&](const MissingAPIKey& entry) {
+      return std::holds_alternative<Context>(entry.context) && providerName(entry) == name;
+    });
+  };
+  QStringList names;
+  QStringList lines;
+  for (const MissingAPIKey& entry : missing) {
+    const QString name = providerName(entry);
+    if (names.contains(name)) continue;
+    names << name;
+    const bool speech = isNeededFor(name, std::type_identity<MissingAPIKey::Transcription>());
+    const bool rewriting = isNeededFor(name, std::type_identity<MissingAPIKey::PostProcessing>());
+    const char* key = speech && rewriting ? "alerts.api.configure.line.both"
+                      : speech            ? "alerts.api.configure.line.transcription"
+                      : rewriting         ? "alerts.api.configure.line.postProcessing"
+                                          : "alerts.api.configure.line.plain";
+    lines << localizedText(key, name);
+  }
+  return lines;
 }
 
 }  // namespace
@@ -23,19 +83,52 @@ AppState::AppState(Executor& executor, DefaultsStore& defaults, SettingsManager*
       settings_(settings),
       notices_(notices),
       logger_(logging.logger(QStringLiteral("AppState"))),
-      mainThread_(std::this_thread::get_id()) {
-  recordingStateLog_ = observe([this](const AppStateData& data) {
-    if (data.recordingState == loggedState_) return;
-    loggedState_ = data.recordingState;
-    if (loggedState_.is<RecordingState::Recording>()) logger_.info("Started recording");
-    // The finished text is what the user said: it stays private.
-    if (const auto* complete = std::get_if<RecordingState::Complete>(&loggedState_.kind))
-      logger_.info("Completed with text: %s", complete->text);
-    if (const auto* error = std::get_if<RecordingState::Error>(&loggedState_.kind))
-      logger_.error("Error occurred: %{public}s", error->message);
-  });
+      mainThread_(std::this_thread::get_id()),
+      scope_(executor) {
+  latest_.hasCompletedOnboarding = flagSetting(defaults_, onboardingKey());
+  data_.set(latest_);
+  subscriptions_.push_back(observe([this](const AppStateData& data) { logRecordingState(data.recordingState); }));
+  subscriptions_.push_back(observe([this](const AppStateData& data) { searchQueryChanged(data.historySearchQuery); }));
+  subscriptions_.push_back(observe([this, last = latest_.selectedModeId](const AppStateData& data) mutable {
+    if (std::exchange(last, data.selectedModeId) != data.selectedModeId) prepareModel(data.selectedModeId);
+  }));
   if (const auto stored = fromRawValue<NavigationItem>(defaults_.value(navigationKey()).toString()))
     update([&](AppStateData& data) { data.selectedNavigationItem = *stored; });
+}
+
+AppState::~AppState() {
+  executor_.cancelTimer(searchTimer_);
+}
+
+void AppState::logRecordingState(const RecordingState& state) {
+  if (state == loggedState_) return;
+  loggedState_ = state;
+  if (state.is<RecordingState::Recording>()) logger_.info("Started recording");
+  // The finished text is what the user said: it stays private.
+  if (const auto* complete = std::get_if<RecordingState::Complete>(&state.kind))
+    logger_.info("Completed with text: %s", complete->text);
+  if (const auto* error = std::get_if<RecordingState::Error>(&state.kind))
+    logger_.error("Error occurred: %{public}s", error->message);
+}
+
+void AppState::searchQueryChanged(const QString& query) {
+  if (query == searchQuery_) return;
+  searchQuery_ = query;
+  executor_.cancelTimer(searchTimer_);
+  // Words that are looked for were said once: they stay private too.
+  searchTimer_ =
+      executor_.startTimer(searchQuietTime, [this] { logger_.info("Searching history for: %s", searchQuery_); });
+}
+
+void AppState::prepareModel(const QString& modeId) {
+  if (pipeline_ == nullptr || persistence_ == nullptr || preparedModeId_ == modeId) return;
+  preparedModeId_ = modeId;
+  const ModePtr mode = persistence_->fetchMode(modeId);
+  if (!mode) return;
+  logger_.info("Mode changed: %{public}s → model: %{public}s. Preparing model…", nameOf(*mode),
+               mode->model.value_or(QStringLiteral("base")));
+  preparation_.cancel();
+  preparation_ = scope_.spawn(pipeline_->prepareModel(mode));
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {
@@ -91,23 +184,86 @@ void AppState::recordError(const QString& message) {
   });
 }
 
-void AppState::selectMode(const Mode& mode, bool persist) {
+void AppState::restoreMode(const Mode& mode) {
   const QString id = mode.id ? mode.id->toString(QUuid::WithoutBraces) : QString();
-  const QString name = mode.name.value_or(QStringLiteral("Default"));
   update([&](AppStateData& data) {
     data.selectedModeId = id;
-    data.selectedModeName = name;
+    data.selectedModeName = nameOf(mode);
   });
+  // The very first selection counts as a change, even where it is the mode that stands there from the beginning.
+  prepareModel(id);
+}
+
+void AppState::selectMode(const Mode& mode, bool persist) {
+  restoreMode(mode);
   if (persist && settings_ != nullptr) {
-    settings_->setCurrentModeId(id);
-    settings_->setCurrentMode(name);
+    settings_->setCurrentModeId(latest_.selectedModeId);
+    settings_->setCurrentMode(latest_.selectedModeName);
   }
-  logger_.info("📝 Selected mode: %s (persist: %{bool}d)", name, persist);
+  logger_.info("📝 Selected mode: %s (persist: %{bool}d)", nameOf(mode), persist);
+}
+
+bool AppState::cycleToNextMode() {
+  const std::vector<ModePtr> modes = availableModes();
+  if (modes.empty()) {
+    logger_.info("No available modes to cycle through in current network state");
+    return false;
+  }
+  const QUuid selected = QUuid::fromString(latest_.selectedModeId);
+  const auto here = std::find_if(modes.begin(), modes.end(), [&](const ModePtr& mode) { return mode->id == selected; });
+  const auto next = here == modes.end() || std::next(here) == modes.end() ? modes.begin() : std::next(here);
+  selectMode(**next, true);
+  logger_.info("🔄 Cycled to mode: %s", nameOf(**next));
+  if (showModeChangeToast_) showModeChangeToast_(nameOf(**next));
+  return true;
+}
+
+std::vector<ModePtr> AppState::availableModes() const {
+  if (persistence_ == nullptr) return {};
+  std::vector<ModePtr> modes = persistence_->fetchAllModes();
+  if (network_ != nullptr && !network_->isOnline())
+    std::erase_if(modes, [](const ModePtr& mode) { return needsNetwork(*mode); });
+  return modes;
+}
+
+void AppState::switchToLocalDefault() {
+  const ModePtr mode =
+      persistence_ != nullptr ? persistence_->fetchMode(QString::fromLatin1(localDefaultModeId)) : nullptr;
+  if (!mode) {
+    logger_.warning("Local default mode not found");
+    return;
+  }
+  selectMode(*mode, true);
+  update([](AppStateData& data) { data.showLocalModeSuggestion = false; });
+  logger_.info("Switched to local default mode");
+}
+
+QString AppState::apiKeyAlertTitle() const {
+  const std::vector<MissingAPIKey>& missing = latest_.missingAPIKeys;
+  if (missing.size() > 1) return localizedText("api.keys.required");
+  return isOnlyOffline(missing) ? localizedText("api.key.internet.required") : localizedText("api.key.required");
+}
+
+QString AppState::apiKeyAlertMessage() const {
+  const std::vector<MissingAPIKey>& missing = latest_.missingAPIKeys;
+  if (missing.empty()) return localizedText("alerts.api.configure.generic");
+  if (isOnlyOffline(missing)) return localizedText("alerts.api.internet.offline");
+  QStringList lines{missing.size() == 1 ? localizedText("alerts.api.configure.header.single")
+                                        : localizedText("alerts.api.configure.header.plural"),
+                    QString()};
+  lines += providerLines(missing);
+  lines << localizedText("alerts.api.configure.footer");
+  return lines.join(QLatin1Char('\n'));
 }
 
 void AppState::selectNavigationItem(NavigationItem item) {
   update([&](AppStateData& data) { data.selectedNavigationItem = item; });
   defaults_.setValue(navigationKey(), rawValue(item));
+}
+
+void AppState::setHasCompletedOnboarding(bool value) {
+  update([&](AppStateData& data) { data.hasCompletedOnboarding = value; });
+  defaults_.setValue(onboardingKey(), value);
 }
 
 }  // namespace quillmere

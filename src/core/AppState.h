@@ -1,10 +1,13 @@
 #pragma once
 #include <QString>
 #include <functional>
+#include <optional>
 #include <thread>
+#include <vector>
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
+#include "base/async/TaskScope.h"
 #include "base/log/Logger.h"
 #include "core/AppStateData.h"
 #include "domain/Entities.h"
@@ -13,7 +16,10 @@
 namespace quillmere {
 
 class DefaultsStore;
+class NetworkStatus;
+class PersistenceController;
 class SettingsManager;
+class TranscriptionPipeline;
 class UserNotices;
 
 // The one observable state of the application. Made and used on the main thread, showError() apart. Observers see every
@@ -23,6 +29,16 @@ class AppState {
   // `settings` and `notices` may be null. All arguments outlive this object.
   AppState(Executor& executor, DefaultsStore& defaults, SettingsManager* settings, UserNotices* notices,
            const Logging& logging);
+  ~AppState();
+
+  // What is made later, or not at all. Each may be null and has to be taken away before it goes.
+  void setSettingsManager(SettingsManager* settings) { settings_ = settings; }
+  // With a pipeline and a store, selecting a mode prepares its model.
+  void setTranscriptionPipeline(TranscriptionPipeline* pipeline) { pipeline_ = pipeline; }
+  void setPersistenceController(PersistenceController* persistence) { persistence_ = persistence; }
+  void setNetworkStatus(const NetworkStatus* network) { network_ = network; }
+  // Shows the name of the mode that cycleToNextMode() chose.
+  void setModeChangeToast(std::function<void(const QString& modeName)> show) { showModeChangeToast_ = std::move(show); }
 
   const AppStateData& data() const { return data_.get(); }
   void update(const std::function<void(AppStateData&)>& change);
@@ -36,13 +52,28 @@ class AppState {
   void recordError(const QString& message);
 
   void selectMode(const Mode& mode, bool persist);
+  // The mode of the last run: selected without a word and without storing it again.
+  void restoreMode(const Mode& mode);
+  // The mode behind the selected one among those that work now. False when there is none.
+  bool cycleToNextMode();
+  // In the store's order; without those that need the network while there is none.
+  std::vector<ModePtr> availableModes() const;
+  void switchToLocalDefault();
   void selectNavigationItem(NavigationItem item);
+  void setHasCompletedOnboarding(bool value);
+
+  // The texts of the alert that names missing keys.
+  QString apiKeyAlertTitle() const;
+  QString apiKeyAlertMessage() const;
 
   static bool isCriticalMessage(const QString& message);
   static bool isCriticalError(const TranscriptionError& error);
 
  private:
   void showErrorNow(const QString& message, bool isCritical);
+  void logRecordingState(const RecordingState& state);
+  void searchQueryChanged(const QString& query);
+  void prepareModel(const QString& modeId);
 
   Executor& executor_;
   DefaultsStore& defaults_;
@@ -53,8 +84,17 @@ class AppState {
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   AppStateData latest_;  // with the changes that observers haven't been told of yet
   Published<AppStateData> data_;
+  TranscriptionPipeline* pipeline_ = nullptr;
+  PersistenceController* persistence_ = nullptr;
+  const NetworkStatus* network_ = nullptr;
+  std::function<void(const QString&)> showModeChangeToast_;
   RecordingState loggedState_;
-  Subscription recordingStateLog_;
+  QString searchQuery_;
+  Executor::TimerId searchTimer_ = 0;
+  std::optional<QString> preparedModeId_;
+  std::vector<Subscription> subscriptions_;
+  TaskHandle<void> preparation_;
+  TaskScope scope_;  // last: its tasks use the fields above
 };
 
 }  // namespace quillmere

@@ -1,0 +1,22 @@
+#pragma once
+#include <QString>
+#include <optional>
+
+#include "domain/States.h"
+
+namespace quillmere {
+
+// What triggers need of the recording side. Main thread.
+class DictationControl {
+ public:
+  virtual ~DictationControl() = default;
+  // Starts or stops, whichever applies; returns at once. With `stopOnly` what runs is thrown away.
+  virtual void toggleRecording(std::optional<QString> modeName, bool stopOnly, RecordingTriggerSource trigger) = 0;
+  virtual void cancelFromShortcut() = 0;
+  virtual bool isRecordingNow() const = 0;
+  virtual double liveRecordingDuration() const = 0;  // seconds
+  // Reads the trigger settings and arms what they name.
+  virtual void configurePushToTalk() = 0;
+};
+
+}  // namespace quillmere
