@@ -8,7 +8,7 @@
 #include "base/async/WorkerPool.h"
 #include "base/log/Logger.h"
 #include "domain/WhisperModel.h"
-#include "providers/SerialGate.h"
+#include "base/async/SerialGate.h"
 #include "providers/TranscriptionProvider.h"
 
 namespace quillmere {

@@ -1,4 +1,4 @@
-#include "providers/SerialGate.h"
+#include "base/async/SerialGate.h"
 
 namespace quillmere {
 

@@ -1,0 +1,40 @@
+#pragma once
+#include <optional>
+
+#include "base/Clock.h"
+#include "base/async/Task.h"
+#include "base/log/Logger.h"
+#include "ports/MediaPlayback.h"
+#include "ports/OutputVolume.h"
+#include "recording/AudioEnvironmentState.h"
+
+namespace quillmere {
+
+// Silences what other programs play, and gives it back. Main thread; each call ends within about two seconds. Failures
+// are logged and nothing more.
+class AudioSessionManager {
+ public:
+  AudioSessionManager(OutputVolume& outputVolume, MediaPlayback& mediaPlayback, const Clock& clock,
+                      const Logging& logging);
+
+  // A state without an original volume: muting failed.
+  Task<AudioEnvironmentState> prepareMutedEnvironment();
+  Task<void> restoreAudioEnvironment(AudioEnvironmentState state);
+  Task<AudioEnvironmentState> pauseMedia();
+  // Does nothing unless pauseMedia() came before.
+  Task<void> resumeMedia(std::optional<AudioEnvironmentState> state);
+
+  bool didPauseMediaDuringRecording() const { return didPauseMediaDuringRecording_; }
+
+ private:
+  QString secondsSince(const QDateTime& time) const;
+
+  OutputVolume& outputVolume_;
+  MediaPlayback& mediaPlayback_;
+  const Clock& clock_;
+  Logger log_;
+  bool isListening_ = false;
+  bool didPauseMediaDuringRecording_ = false;
+};
+
+}  // namespace quillmere

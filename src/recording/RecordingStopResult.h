@@ -1,0 +1,19 @@
+#pragma once
+#include <QString>
+#include <optional>
+
+#include "domain/Entities.h"
+#include "ports/AudioRecorder.h"
+
+namespace quillmere {
+
+// What a stopped recording left.
+struct RecordingStopResult {
+  std::optional<QString> path;  // the finished file; none where it could not be given its name (it isn't lost then)
+  double duration = 0;          // seconds
+  std::optional<QString> conversionWarning;
+  std::optional<AudioRecorder::Interruption> interruption;  // the capture had ended by itself before the stop
+  RecordingSessionPtr session;                              // its row in the store
+};
+
+}  // namespace quillmere
