@@ -37,6 +37,7 @@ class GlobalHotkeys {
   void toggleKeyUp();
   void startStreaming();
   void changeMode();
+  void toggleMiniWindow();
   void toggleMainWindow();
   void setHeld(bool isHeld);
   void onKeyUp(const char* name, void (GlobalHotkeys::*handler)());

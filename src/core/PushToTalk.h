@@ -72,6 +72,7 @@ class PushToTalk {
   Logger logger_;
   PedalMonitoring pedal_;
   bool hasLoggedMissingAccessibility_ = false;
+  int configuration_ = 0;  // grows with every configure(); what was begun before no longer counts
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
 };
 

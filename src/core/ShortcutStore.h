@@ -29,13 +29,12 @@ class ShortcutStore {
   std::optional<KeyCombination> keys(const QString& name) const;
   // Stores, and with that applies. False when it could not be written to the disk.
   bool setKeys(const QString& name, const std::optional<KeyCombination>& keys);
-  // Names whose stored keys another program has.
+  // Names whose stored keys can't be had now.
   const std::set<QString>& unavailable() const { return unavailable_; }
 
  private:
   void settingChanged(const QString& settingKey);
-  bool apply(const QString& name, bool tellsUser);
-  void retryUnavailable();
+  void apply(const QString& name);
 
   DefaultsStore& defaults_;
   GlobalShortcuts& shortcuts_;

@@ -11,6 +11,7 @@
 
 #include "base/text/Graphemes.h"
 #include "base/text/LocalizedText.h"
+#include "domain/KeyCombination.h"
 #include "domain/ModeData.h"
 
 namespace quillmere {
@@ -118,6 +119,9 @@ Parsed parseText(const SettingDefinition& definition, const QString& key, const 
         return Failed{localizedText("settings.error.url", key, text)};
       return QVariant(text);
     }
+    case SettingRule::keysOrEmpty: {
+      return QVariant(text);
+    }
   }
   return QVariant(text);
 }
@@ -155,9 +159,10 @@ QString typeText(const SettingDefinition& definition) {
     case SettingType::real:
       return rangeText(definition);
     case SettingType::text:
-      return definition.rule == SettingRule::choice
-                 ? localizedText("settings.type.choice", choicesOf(definition).join(", "))
-                 : localizedText("settings.type.text");
+      if (definition.rule == SettingRule::choice)
+        return localizedText("settings.type.choice", choicesOf(definition).join(", "));
+      if (definition.rule == SettingRule::keysOrEmpty) return localizedText("settings.type.keyCombination");
+      return localizedText("settings.type.text");
     case SettingType::stringList:
       return localizedText("settings.type.list");
     case SettingType::stringMap:

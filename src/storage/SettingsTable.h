@@ -33,7 +33,7 @@ enum class SettingType {
 };
 
 // What more than its type is asked of a value that is set by hand.
-enum class SettingRule { none, choice, uuidOrEmpty, languageCode, absolutePath, urlOrPathOrEmpty };
+enum class SettingRule { none, choice, uuidOrEmpty, languageCode, absolutePath, urlOrPathOrEmpty, keysOrEmpty };
 
 struct SettingDefinition {
   const char* key = "";
@@ -117,6 +117,10 @@ constexpr SettingDefinition folder(const char* key, QString (*value)(const Stand
           .isSensitive = true,
           .rule = SettingRule::absolutePath};
 }
+// Keys of a system-wide shortcut.
+constexpr SettingDefinition shortcut(const char* key) {
+  return text(SettingGroup::outside, key, "", false, SettingRule::keysOrEmpty);
+}
 constexpr SettingDefinition sensitive(SettingDefinition definition) {
   return definition.isSensitive = true, definition;
 }
@@ -192,6 +196,14 @@ inline constexpr std::array settingsTable = [] {
       flag(G::root, "streamingEnabled", false),
       text(G::root, "streamingLanguage", "en", false, SettingRule::languageCode),
       text(G::root, "modelHubUrl", "", false, SettingRule::urlOrPathOrEmpty),
+
+      shortcut("KeyboardShortcuts_toggleRecordingWithTranscription"),
+      shortcut("KeyboardShortcuts_cancelRecording"),
+      shortcut("KeyboardShortcuts_pushToTalk"),
+      shortcut("KeyboardShortcuts_startStreaming"),
+      shortcut("KeyboardShortcuts_changeMode"),
+      shortcut("KeyboardShortcuts_toggleMiniWindow"),
+      shortcut("KeyboardShortcuts_toggleMainWindow"),
 
       flag(G::outside, "launchAtLogin", true, registered),
       internal(flag(G::outside, "hasCompletedOnboarding", false)),
