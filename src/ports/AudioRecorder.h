@@ -1,8 +1,11 @@
 #pragma once
 #include <QString>
 #include <functional>
+#include <memory>
+#include <optional>
 
 #include "base/Result.h"
+#include "base/async/Executor.h"
 #include "base/async/Task.h"
 #include "domain/Errors.h"
 
@@ -33,6 +36,8 @@ class AudioRecorder {
   virtual float averagePowerDecibels() = 0;
   // Length of what was captured so far.
   virtual double recordedSeconds() const = 0;
+  // From the call of record() to the arrival of the first sample, where that is known.
+  virtual std::optional<Duration> firstSampleLatency() const { return {}; }
   virtual void setInterruptionObserver(std::function<void(Interruption)> observer) = 0;
 };
 

@@ -1,0 +1,55 @@
+#pragma once
+#include <map>
+
+#include "platform/pulse/PulseConnection.h"
+#include "ports/AudioDevices.h"
+
+namespace quillmere {
+
+// The sources of the sound server. `uid` is the source's name, which a device keeps over re-attachments.
+// Volume and mute are kept current but make no Change. A server that goes away empties the list without a Change; what
+// differs when it is back is told then. Setting a volume keeps the balance of the channels.
+class PulseAudioDevices final : public AudioDevices {
+ public:
+  explicit PulseAudioDevices(PulseConnection& connection);
+  ~PulseAudioDevices() override;
+
+  bool isConnected() const override;
+  std::vector<AudioInputDescription> inputs() const override { return snapshot_.inputs; }
+  // None where all that the server has is the monitor of an output.
+  std::optional<QString> defaultInputUid() const override;
+  Task<bool> waitUntilReady() override;
+  Task<bool> setDefaultInput(QString uid) override;
+  Task<bool> setInputVolume(QString uid, float scalar) override;
+  [[nodiscard]] Subscription observe(std::function<void(Change)> observer) override;
+
+ private:
+  struct Snapshot {
+    std::vector<AudioInputDescription> inputs;
+    QString defaultSource;
+  };
+  struct Reading;
+  using Observer = std::function<void(Change)>;
+
+  void stateChanged(PulseConnection::State state);
+  void refresh();
+  void arrived(std::optional<Snapshot> snapshot);
+  void tell(Change change);
+  Task<void> nextSnapshot();
+
+  PulseConnection& connection_;
+  Snapshot snapshot_;
+  Snapshot announced_;
+  bool hasSnapshot_ = false;
+  bool isReading_ = false;
+  bool isStale_ = false;
+  std::map<QString, std::vector<quint32>> boosted_;  // volumes above 100 % that were lowered here
+  std::vector<Completion<>> readers_;
+  std::shared_ptr<std::vector<std::shared_ptr<Observer>>> observers_ =
+      std::make_shared<std::vector<std::shared_ptr<Observer>>>();
+  std::shared_ptr<int> alive_ = std::make_shared<int>();
+  Subscription stateSubscription_;
+  Subscription serverSubscription_;
+};
+
+}  // namespace quillmere

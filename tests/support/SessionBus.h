@@ -1,0 +1,25 @@
+#pragma once
+#include <QProcess>
+#include <QString>
+
+namespace quillmere {
+
+// A message bus of the test's own. Its services can't be started by name.
+class SessionBus {
+ public:
+  SessionBus() = default;
+  SessionBus(const SessionBus&) = delete;
+  SessionBus& operator=(const SessionBus&) = delete;
+  ~SessionBus();
+
+  static bool isAvailable();
+  bool start();
+  void stop();
+  QString address() const { return address_; }
+
+ private:
+  QProcess daemon_;
+  QString address_;
+};
+
+}  // namespace quillmere
