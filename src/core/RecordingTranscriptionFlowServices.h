@@ -11,7 +11,6 @@ class AccessibilityHelper;
 class AppState;
 class ApplicationContextGatherer;
 class AudioDeviceManager;
-class AudioDevices;
 class AutoPasteHandler;
 class CloudProviderAPIKeyProviding;
 class ErrorReporting;
@@ -46,7 +45,6 @@ struct RecordingTranscriptionFlowServices {
   SelectedTextService& selectedTextService;
   PersistenceController& persistence;
   Workspace& workspace;
-  const AudioDevices& audioDevices;
   const NetworkStatus& network;
   VADProcessing* vadProcessingService = nullptr;
   GlobalShortcuts* globalShortcuts = nullptr;
