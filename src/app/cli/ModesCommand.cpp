@@ -120,10 +120,10 @@ std::optional<CommandFailure> applyOptions(const ModesOptions& options, ModeData
 
 void printMode(CommandContext& context, const Mode& mode) {
   const QJsonObject object = modeJson(mode, isSelected(context, mode));
-  for (const QString& key : {"id", "name", "preset", "language", "model", "punctuation", "capitalization",
-                             "profanityFilter", "customInstructions", "userSystemPrompt", "cloudProvider",
-                             "cloudTranscriptionModel", "cloudAccuracyTier", "postProcessingMode",
-                             "postProcessingProvider", "languageModel", "englishSpelling", "useStreamingTranscription"})
+  for (const QString key : {"id", "name", "preset", "language", "model", "punctuation", "capitalization",
+                            "profanityFilter", "customInstructions", "userSystemPrompt", "cloudProvider",
+                            "cloudTranscriptionModel", "cloudAccuracyTier", "postProcessingMode",
+                            "postProcessingProvider", "languageModel", "englishSpelling", "useStreamingTranscription"})
     context.terminal.out(key.leftJustified(26) + object.value(key).toVariant().toString());
 }
 

@@ -68,7 +68,7 @@ Task<int> runSettings(CommandContext context, SettingsOptions options) {
       co_return exitOk;
     }
     case Action::describe:
-      context.terminal.out(renderSettingsDocument([](const QString& key) { return localizedText(key); }).trimmed());
+      context.terminal.out(renderSettingsDocument([](const QString& name) { return localizedText(name); }).trimmed());
       co_return exitOk;
     case Action::path:
       context.terminal.out(context.services.paths.settingsFile);

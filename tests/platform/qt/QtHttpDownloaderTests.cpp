@@ -124,7 +124,9 @@ TEST_F(QtHttpDownloaderTest, BodiesOfEveryKind) {
     EXPECT_EQ(fetched.head.statusCode, 200);
     EXPECT_EQ(fetched.body, c.body);
     EXPECT_EQ(fetched.bodyError.has_value(), c.isBroken);
-    if (fetched.bodyError) EXPECT_EQ(fetched.bodyError->code, UrlError::networkConnectionLost);
+    if (fetched.bodyError) {
+      EXPECT_EQ(fetched.bodyError->code, UrlError::networkConnectionLost);
+    }
   }
 }
 
