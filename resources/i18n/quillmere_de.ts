@@ -322,6 +322,10 @@
 <message id="alerts.api.configure.footer"><translation>Bitte tragen Sie das Fehlende in den Einstellungen ein oder wählen Sie einen anderen Modus.</translation></message>
 <message id="shortcuts.error.unavailable"><translation>Das Tastenkürzel %1 lässt sich nicht benutzen: %2</translation></message>
 <message id="shortcuts.error.invalid"><translation>„%1“ ist kein Tastenkürzel. Bitte schreiben Sie es wie Ctrl+Alt+D.</translation></message>
+<message id="shortcuts.error.takenByProgram"><translation>Ein anderes Programm verwendet %1 schon.</translation></message>
+<message id="shortcuts.error.takenByShortcut"><translation>Ein anderes Tastenkürzel von Quillmere verwendet %1 schon.</translation></message>
+<message id="shortcuts.error.noSuchKey"><translation>Diese Tastatur hat keine solche Taste: %1.</translation></message>
+<message id="shortcuts.error.noDisplay"><translation>Globale Tastenkürzel brauchen eine X-Anzeige. %1</translation></message>
 <!-- The command line -->
 <message id="cli.help.program"><translation>Quillmere: Diktat und Transkription auf dem eigenen Rechner.</translation></message>
 <message id="cli.help.help"><translation>Diese Hilfe zeigen und enden</translation></message>

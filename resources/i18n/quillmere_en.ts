@@ -322,6 +322,10 @@
 <message id="alerts.api.configure.footer"><translation>Please add what is missing in the settings, or choose another mode.</translation></message>
 <message id="shortcuts.error.unavailable"><translation>The shortcut %1 cannot be used: %2</translation></message>
 <message id="shortcuts.error.invalid"><translation>"%1" is no shortcut. Please write it like Ctrl+Alt+D.</translation></message>
+<message id="shortcuts.error.takenByProgram"><translation>Another program already uses %1.</translation></message>
+<message id="shortcuts.error.takenByShortcut"><translation>Another shortcut of Quillmere already uses %1.</translation></message>
+<message id="shortcuts.error.noSuchKey"><translation>This keyboard has no such key: %1.</translation></message>
+<message id="shortcuts.error.noDisplay"><translation>Global shortcuts need an X display. %1</translation></message>
 <!-- The command line -->
 <message id="cli.help.program"><translation>Quillmere: dictation and transcription on your own computer.</translation></message>
 <message id="cli.help.help"><translation>Show this help and leave</translation></message>

@@ -23,6 +23,8 @@ class KeyEventMonitor {
   // False where the platform does not let this process watch.
   virtual bool start(std::function<void(const ModifierEvent&)> observer) = 0;
   virtual void stop() = 0;
+  // Delivers before it returns what has already happened, keystrokes sent by this program among it.
+  virtual void catchUp() {}
   // False where no key of this keyboard can give that modifier; it can then never be seen to go down.
   virtual bool canSee(ModifierKey) const { return true; }
 };

@@ -31,6 +31,8 @@ void BareModifierKeyMonitor::stop() {
 }
 
 void BareModifierKeyMonitor::setSuspended(bool isSuspended) {
+  // Our own keystrokes may still be on their way.
+  if (!isSuspended && isMonitoring_ && state_.isSuspended) keyboard_.catchUp();
   handle(Reducer::SetSuspended{isSuspended});
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "ports/KeyEventMonitor.h"
 
@@ -12,6 +13,7 @@ class FakeKeyEventMonitor final : public KeyEventMonitor {
   bool isAllowed = true;
   std::set<ModifierKey> unseenKeys;
   int startCount = 0;
+  std::vector<ModifierEvent> onTheirWay;  // has happened, but comes at the next catchUp()
 
   bool start(std::function<void(const ModifierEvent&)> observer) override {
     ++startCount;
@@ -20,6 +22,9 @@ class FakeKeyEventMonitor final : public KeyEventMonitor {
     return true;
   }
   void stop() override { observer_ = nullptr; }
+  void catchUp() override {
+    for (const ModifierEvent& event : std::exchange(onTheirWay, {})) emit(event);
+  }
   bool canSee(ModifierKey key) const override { return !unseenKeys.contains(key); }
 
   bool isRunning() const { return observer_ != nullptr; }
