@@ -83,8 +83,7 @@ AppState::AppState(Executor& executor, DefaultsStore& defaults, SettingsManager*
       settings_(settings),
       notices_(notices),
       logger_(logging.logger(QStringLiteral("AppState"))),
-      mainThread_(std::this_thread::get_id()),
-      scope_(executor) {
+      mainThread_(std::this_thread::get_id()) {
   latest_.hasCompletedOnboarding = flagSetting(defaults_, onboardingKey());
   data_.set(latest_);
   subscriptions_.push_back(observe([this](const AppStateData& data) { logRecordingState(data.recordingState); }));
@@ -98,6 +97,11 @@ AppState::AppState(Executor& executor, DefaultsStore& defaults, SettingsManager*
 
 AppState::~AppState() {
   executor_.cancelTimer(searchTimer_);
+}
+
+void AppState::setTranscriptionPipeline(TranscriptionPipeline* pipeline) {
+  preparation_.reset();
+  pipeline_ = pipeline;
 }
 
 void AppState::logRecordingState(const RecordingState& state) {
@@ -127,8 +131,8 @@ void AppState::prepareModel(const QString& modeId) {
   if (!mode) return;
   logger_.info("Mode changed: %{public}s → model: %{public}s. Preparing model…", nameOf(*mode),
                mode->model.value_or(QStringLiteral("base")));
-  preparation_.cancel();
-  preparation_ = scope_.spawn(pipeline_->prepareModel(mode));
+  preparation_ = std::make_unique<TaskScope>(executor_);
+  preparation_->spawn(pipeline_->prepareModel(mode));
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {

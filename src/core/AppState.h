@@ -1,6 +1,7 @@
 #pragma once
 #include <QString>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -34,7 +35,7 @@ class AppState {
   // What is made later, or not at all. Each may be null and has to be taken away before it goes.
   void setSettingsManager(SettingsManager* settings) { settings_ = settings; }
   // With a pipeline and a store, selecting a mode prepares its model.
-  void setTranscriptionPipeline(TranscriptionPipeline* pipeline) { pipeline_ = pipeline; }
+  void setTranscriptionPipeline(TranscriptionPipeline* pipeline);
   void setPersistenceController(PersistenceController* persistence) { persistence_ = persistence; }
   void setNetworkStatus(const NetworkStatus* network) { network_ = network; }
   // Shows the name of the mode that cycleToNextMode() chose.
@@ -93,8 +94,7 @@ class AppState {
   Executor::TimerId searchTimer_ = 0;
   std::optional<QString> preparedModeId_;
   std::vector<Subscription> subscriptions_;
-  TaskHandle<void> preparation_;
-  TaskScope scope_;  // last: its tasks use the fields above
+  std::unique_ptr<TaskScope> preparation_;  // of the newest mode's model; last: its task uses the fields above
 };
 
 }  // namespace quillmere

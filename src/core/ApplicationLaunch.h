@@ -13,6 +13,7 @@ class AppState;
 class AudioRecordingManager;
 class GlobalHotkeys;
 class MusicBlocker;
+class NetworkStatus;
 class PersistenceController;
 class SettingsManager;
 class ShortcutStore;
@@ -38,6 +39,7 @@ class ApplicationLaunch {
     TranscriptionPipeline& pipeline;
     SettingsManager& settings;
     PersistenceController& persistence;
+    const NetworkStatus& network;
     GlobalHotkeys& hotkeys;
     ShortcutStore* shortcuts = nullptr;
     MusicBlocker* musicBlocker = nullptr;
@@ -56,7 +58,9 @@ class ApplicationLaunch {
  private:
   Task<void> run();
   Task<void> bootstrapModels();
+  void wire();
   void followSettings();
+  void blockMusic(bool isBlocked);
   void scheduleWindows();
   void after(Duration delay, std::function<void()> action);
 

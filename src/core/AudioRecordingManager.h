@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "core/DictationControl.h"
 #include "core/PushToTalk.h"
 #include "core/RecordingLiveMetrics.h"
+#include "recording/AudioDevice.h"
 #include "storage/StandardFolders.h"
 
 namespace quillmere {
@@ -28,6 +30,7 @@ class AudioSessionManager;
 class AutoPasteHandler;
 class BareModifierKeyMonitor;
 class CrashRecoveryManager;
+class CloudProviderAPIKeyProviding;
 class DefaultsStore;
 class ElectronAppDetector;
 class ErrorReporting;
@@ -37,6 +40,7 @@ class GlobalShortcuts;
 class KeyEventMonitor;
 class KeySynthesizer;
 class MediaPlayback;
+class MediaReaderFactory;
 class MicrophoneAuthorization;
 class MicrophonePermissionManager;
 class NetworkStatus;
@@ -48,14 +52,15 @@ class PowerActivityManager;
 class RecordingLifecycle;
 class RecordingSessionManager;
 class RecordingTranscriptionFlow;
+class SelectedTextReader;
 class SelectedTextService;
 class SettingsManager;
 class SimpleRecorder;
+class SpokenFileTags;
 class TextInputService;
 class TranscriptionPipeline;
 class VADProcessingService;
 class Workspace;
-struct AudioDevice;
 
 // The platform behind a dictation. Everything outlives the manager.
 struct AudioRecordingPorts {
@@ -74,7 +79,7 @@ struct AudioRecordingPorts {
   GlobalShortcuts& shortcuts;
 };
 
-// What a dictation works with. Everything outlives the manager; the pointer may be null.
+// What a dictation works with. Everything outlives the manager; pointers and functions may be null.
 struct AudioRecordingServices {
   Executor& executor;
   const Clock& clock;
@@ -83,11 +88,18 @@ struct AudioRecordingServices {
   PersistenceController& persistence;
   AppState& appState;
   TranscriptionPipeline& pipeline;
+  MediaReaderFactory& mediaReaders;
   AudioFileConverter& audioFileConverter;
   VADProcessingService& vadProcessingService;
   const NetworkStatus& network;
   StandardFolders folders;
   ErrorReporting* errorReporting = nullptr;
+  const CloudProviderAPIKeyProviding* apiKeys = nullptr;
+  SpokenFileTags* fileTags = nullptr;
+  // Asks the user for another recordings folder; true when a usable one was chosen.
+  std::function<Task<bool>()> recoverRecordingsFolder = {};
+  // Whether a live process records into that file.
+  std::function<bool(const QString& path)> isFileInUse = {};
 };
 
 // Owns every part of the recording side, built in the order in which they need each other, and shows their state in one
@@ -99,14 +111,14 @@ class AudioRecordingManager final : public DictationControl {
   AudioRecordingManager(const AudioRecordingManager&) = delete;
   AudioRecordingManager& operator=(const AudioRecordingManager&) = delete;
 
-  // Once, at start-up: looks at the devices, takes the saved microphone up again, follows the trigger settings and arms
-  // the triggers.
-  void configure();
+  // Once, at start-up: waits for the sound server's first list (2 s at most), takes the saved microphone up again,
+  // follows the settings and arms the triggers.
+  Task<void> configure();
 
   // --- intents
   void toggleRecording(std::optional<QString> modeName, bool stopOnly, RecordingTriggerSource trigger) override;
   void cancelFromShortcut() override;
-  void retryPendingTranscription();
+  Task<void> retryPendingTranscription();
   void configurePushToTalk() override;
   void setPedalMonitoring(PedalMonitoring pedal);
   // Nothing stands for the system's default. Choosing the present device does nothing.
@@ -124,7 +136,7 @@ class AudioRecordingManager final : public DictationControl {
   Published<std::optional<QString>>& systemDefaultDeviceUID();
   Published<bool>& hasMicrophonePermission();
   Published<bool>& showPermissionDeniedAlert();
-  Published<QString>& errorMessage();
+  Published<std::optional<QString>>& errorMessage() { return errorMessage_; }  // why the microphone can't be used
   Published<std::optional<QString>>& lastRecordingURL();
   RecordingLiveMetrics& liveMetrics() { return liveMetrics_; }
 
@@ -144,14 +156,17 @@ class AudioRecordingManager final : public DictationControl {
   void buildRecording(const Logging& logging);
   void buildDelivery(const Logging& logging);
   void buildFlow(const Logging& logging);
-  void mirrorState();
-  void restoreSavedMicrophone();
+  void bindState();
+  std::optional<AudioDevice> attachedDevice(const QString& idOrUid);
+  Task<void> restoreSavedMicrophone(bool isSoundServerThere);
   void followSettings();
+  void settingChanged(const QString& key);
 
   AudioRecordingPorts ports_;
   AudioRecordingServices services_;
   Logger logger_;
   RecordingLiveMetrics liveMetrics_;
+  Published<std::optional<QString>> errorMessage_;
 
   std::unique_ptr<MicrophonePermissionManager> permission_;
   std::unique_ptr<AudioDeviceManager> deviceManager_;
@@ -168,6 +183,7 @@ class AudioRecordingManager final : public DictationControl {
   std::unique_ptr<AutoPasteHandler> autoPaste_;
   std::unique_ptr<TextInputService> textInput_;
   std::unique_ptr<ApplicationContextGatherer> contextGatherer_;
+  std::unique_ptr<SelectedTextReader> selectedTextReader_;
   std::unique_ptr<SelectedTextService> selectedText_;
   std::unique_ptr<RecordingTranscriptionFlow> flow_;
   std::unique_ptr<PushToTalk> pushToTalk_;

@@ -11,7 +11,6 @@
 
 #include "base/text/Graphemes.h"
 #include "base/text/LocalizedText.h"
-#include "domain/KeyCombination.h"
 #include "domain/ModeData.h"
 
 namespace quillmere {
@@ -120,7 +119,10 @@ Parsed parseText(const SettingDefinition& definition, const QString& key, const 
       return QVariant(text);
     }
     case SettingRule::keysOrEmpty: {
-      return QVariant(text);
+      if (text.isEmpty()) return QVariant(text);
+      const auto keys = KeyCombination::parse(text);
+      if (!keys || !canBeShortcut(*keys)) return Failed{localizedText("settings.error.keyCombination", key, text)};
+      return QVariant(keys->text());
     }
   }
   return QVariant(text);
@@ -198,6 +200,11 @@ QString groupName(SettingGroup group) {
       return "application";
   }
   return {};
+}
+
+bool canBeShortcut(const KeyCombination& keys) {
+  // Names of keys that type something begin with a small letter or are the character itself.
+  return keys.control || keys.alt || keys.super || (!keys.key.isEmpty() && keys.key.front().isUpper());
 }
 
 QVariant defaultSettingValue(const SettingDefinition& definition, const StandardFolders& folders) {

@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "base/Result.h"
+#include "domain/KeyCombination.h"
 #include "ports/DefaultsStore.h"
 #include "storage/SettingTypes.h"
 #include "storage/StandardFolders.h"
@@ -265,6 +266,9 @@ QVariant settingValue(const DefaultsStore& defaults, const SettingDefinition& de
                       const StandardFolders& folders);
 // The same for a flag by its key, for those who need no folders ("enableErrorLogging" in front of each report).
 bool flagSetting(const DefaultsStore& defaults, const QString& key);
+
+// Whether these keys may be taken from every program: not what types a character.
+bool canBeShortcut(const KeyCombination& keys);
 
 // What a person typed, as the value to store, or a sentence that says what is wrong with it. Unknown and internal keys
 // are refused too.

@@ -1,0 +1,110 @@
+#include "core/ApplicationLaunch.h"
+
+#include "base/async/Await.h"
+#include "core/AppState.h"
+#include "core/AudioRecordingManager.h"
+#include "core/GlobalHotkeys.h"
+#include "core/SavedMode.h"
+#include "core/ShortcutStore.h"
+#include "recording/CrashRecoveryManager.h"
+#include "recording/MusicBlocker.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+
+namespace quillmere {
+namespace {
+
+constexpr Duration orderOutDelay = std::chrono::milliseconds(100);
+constexpr Duration onboardingDelay = std::chrono::milliseconds(500);
+
+}  // namespace
+
+ApplicationLaunch::ApplicationLaunch(Services services, const Logging& logging)
+    : services_(std::move(services)),
+      logger_(logging.logger(QStringLiteral("ApplicationLaunch"))),
+      scope_(services_.executor) {}
+
+ApplicationLaunch::~ApplicationLaunch() {
+  for (const auto timer : timers_) services_.executor.cancelTimer(timer);
+  services_.appState.setTranscriptionPipeline(nullptr);
+}
+
+void ApplicationLaunch::start() {
+  if (std::exchange(isStarted_, true)) return;
+  startTime_ = services_.executor.now();
+  if (services_.windows.setActivationPolicy)
+    services_.windows.setActivationPolicy(services_.settings.general().showInDock());
+  if (services_.settings.general().blockAppleMusic()) blockMusic(true);
+  wire();
+  followSettings();
+  scope_.spawn(bootstrapModels());
+  scheduleWindows();
+  scope_.spawn(run());
+}
+
+Task<void> ApplicationLaunch::run() {
+  // Before anything can begin a recording: its row would look like an orphan.
+  auto recovery = services_.audioManager.recoveryManager().recoverOrphanedRecordings();
+  co_await std::move(recovery);
+  auto configuring = services_.audioManager.configure();
+  co_await std::move(configuring);
+  services_.hotkeys.setupGlobalHotkeys();
+  if (services_.shortcuts != nullptr) services_.shortcuts->start();
+  services_.settings.storage().ensureAppFolder();
+  services_.settings.storage().ensureRecordingsFolder();
+  isReady_.set(true);
+  if (services_.windows.onReady) services_.windows.onReady(services_.executor.now() - startTime_);
+}
+
+// Selecting the mode begins to load its model.
+Task<void> ApplicationLaunch::bootstrapModels() {
+  co_await throwIfCancelled();
+  loadSavedMode(services_.settings, services_.persistence, services_.appState, logger_);
+  didBootstrapModels_.set(true);
+}
+
+void ApplicationLaunch::wire() {
+  services_.appState.setSettingsManager(&services_.settings);
+  services_.appState.setPersistenceController(&services_.persistence);
+  services_.appState.setNetworkStatus(&services_.network);
+  services_.appState.setTranscriptionPipeline(&services_.pipeline);
+}
+
+void ApplicationLaunch::followSettings() {
+  settingsChanges_ = services_.settings.observeChanges([this](const QString& key) {
+    const GeneralSettingsManager& general = services_.settings.general();
+    if (key == QLatin1String("blockAppleMusic")) blockMusic(general.blockAppleMusic());
+    if (key == QLatin1String("showInDock") && services_.windows.setActivationPolicy)
+      services_.windows.setActivationPolicy(general.showInDock());
+    // Another process has selected a mode.
+    if (key == QLatin1String("currentModeId") && !services_.settings.currentModeId().isEmpty() &&
+        services_.settings.currentModeId() != services_.appState.data().selectedModeId)
+      loadSavedMode(services_.settings, services_.persistence, services_.appState, logger_);
+  });
+}
+
+void ApplicationLaunch::blockMusic(bool isBlocked) {
+  if (services_.musicBlocker == nullptr) return;
+  if (isBlocked)
+    services_.musicBlocker->start();
+  else
+    services_.musicBlocker->stop();
+}
+
+void ApplicationLaunch::scheduleWindows() {
+  if (!services_.appState.data().hasCompletedOnboarding) {
+    after(onboardingDelay, [this] {
+      services_.appState.update([](AppStateData& data) { data.showOnboarding = true; });
+      if (services_.windows.onShowOnboarding) services_.windows.onShowOnboarding();
+    });
+    return;
+  }
+  if (services_.settings.general().launchMinimized() && services_.windows.onOrderOutWindow)
+    after(orderOutDelay, services_.windows.onOrderOutWindow);
+}
+
+void ApplicationLaunch::after(Duration delay, std::function<void()> action) {
+  timers_.push_back(services_.executor.startTimer(delay, std::move(action)));
+}
+
+}  // namespace quillmere
