@@ -27,9 +27,23 @@ class Pasteboard {
 
   // Whether what this process wrote last is still on the clipboard.
   virtual bool ownsContents() const = 0;
-  // Waits until another program has fetched what was written last, and 60 ms more for the second type that some fetch;
-  // false when nobody did within the time or somebody else took the clipboard.
+
+  // Called right before the keystroke that makes a program fetch the text: what was fetched before doesn't count, and
+  // whoever fetched it is taken for a clipboard manager from then on.
+  virtual void expectFetch() = 0;
+  // Whether another program than a clipboard manager has fetched what was written last, from here or from the
+  // selection.
+  virtual bool wasFetched() const = 0;
+  // Waits until that is so, and 60 ms more for the second type that some fetch; false when nobody did within the time
+  // or somebody else took the clipboard.
   virtual Task<bool> waitForFetch(Duration timeout) = 0;
+
+  // The marked text, the second clipboard of X11 (PRIMARY) that Shift+Insert pastes from. None where there is no such
+  // thing or nothing is marked.
+  virtual Task<std::optional<QString>> selectionString() = 0;
+  virtual bool writeSelection(const QString& text) = 0;
+  // Whether what this process wrote last is still the selection.
+  virtual bool ownsSelection() const = 0;
 };
 
 }  // namespace quillmere

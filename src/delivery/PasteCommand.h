@@ -1,0 +1,49 @@
+#pragma once
+#include "base/async/Task.h"
+#include "base/log/Logger.h"
+#include "delivery/ClipboardKeeper.h"
+#include "delivery/FocusProbe.h"
+#include "ports/Accessibility.h"
+#include "ports/KeySynthesizer.h"
+#include "ports/Pasteboard.h"
+#include "ports/Workspace.h"
+
+namespace quillmere {
+
+// Looks at what has the keyboard and sends the keystroke that pastes there: Control and the key of 'v' on the current
+// layout, Shift+Insert in terminals and where no layout has one. Main thread; a cancel ends the look at once. A look is
+// one visit of at most 250 ms; a target that doesn't answer counts as neither secure nor a text field.
+class PasteCommand {
+ public:
+  struct Target {
+    bool canPaste = false;
+    bool isSecure = false;
+  };
+  enum class Outcome {
+    sent,
+    noTarget,     // nothing that takes text has the keyboard
+    secureField,  // a password field has it
+    failed        // the keystroke couldn't be sent
+  };
+
+  PasteCommand(Pasteboard& pasteboard, KeySynthesizer& keys, Workspace& workspace, Accessibility& accessibility,
+               const Logging& logging);
+
+  // By the application in front, then by the focused element.
+  Task<Target> target();
+  // Looks once more and sends; the text is the one on the clipboard. Should the chord fail, Shift+Insert is tried.
+  Task<Outcome> send(ClipboardKeeper* keeper, QString text);
+  // Without a look at the target.
+  Task<bool> sendBlindly(ClipboardKeeper* keeper, QString text);
+
+ private:
+  Task<bool> sendShiftInsert(ClipboardKeeper* keeper, QString text);
+
+  Pasteboard& pasteboard_;
+  KeySynthesizer& keys_;
+  Workspace& workspace_;
+  Accessibility& accessibility_;
+  Logger logger_;
+};
+
+}  // namespace quillmere
