@@ -1,0 +1,66 @@
+#pragma once
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "base/Subscription.h"
+#include "platform/x11/XcbConnection.h"
+#include "ports/Workspace.h"
+
+namespace quillmere {
+
+// Windows as the window manager announces them (EWMH). Main thread; a call takes a few round trips. Without a window
+// manager that keeps _NET_ACTIVE_WINDOW the window with the input focus counts.
+class X11Workspace final : public Workspace {
+ public:
+  // Identifier of the application tables for a window's class and instance: a pure function.
+  using Identify = std::function<QString(const QString& windowClass, const QString& instance)>;
+
+  // `thisProcessId` tells our own windows; `hideOwnWindows` takes them away. An empty name means DISPLAY.
+  static Result<std::unique_ptr<X11Workspace>, PlatformError> open(Identify identify, qint64 thisProcessId,
+                                                                   std::function<void()> hideOwnWindows,
+                                                                   const QString& displayName = {});
+  ~X11Workspace() override;
+
+  std::optional<RunningApplication> frontmostApplication() const override;
+  std::optional<RunningApplication> runningApplication(qint64 processId) const override;
+  bool activate(qint64 processId) override;
+  void hideThisApplication() override;
+  Subscription observeFrontmost(std::function<void()> observer) override;
+  Subscription observeLaunches(std::function<void(const RunningApplication&)> observer) override;
+  bool forceTerminate(qint64 processId) override;
+
+ private:
+  template <typename F>
+  using Observers = std::shared_ptr<std::map<quint64, std::shared_ptr<F>>>;
+
+  X11Workspace(std::unique_ptr<XcbConnection> connection, Identify identify, qint64 thisProcessId,
+               std::function<void()> hideOwnWindows);
+  void handle(const xcb_generic_event_t& event);
+  void activeWindowChanged();
+  void clientListChanged();
+  xcb_window_t activeWindow() const;
+  std::vector<xcb_window_t> clientWindows() const;  // the lowest first
+  qint64 processIdOf(xcb_window_t window) const;
+  QString titleOf(xcb_window_t window) const;
+  std::optional<RunningApplication> applicationOf(xcb_window_t window) const;
+  bool isApplicationWindow(xcb_window_t window) const;
+  xcb_timestamp_t serverTime();
+  QByteArray property(xcb_window_t window, xcb_atom_t name, xcb_atom_t type) const;
+
+  mutable std::unique_ptr<XcbConnection> connection_;
+  Identify identify_;
+  qint64 thisProcessId_ = 0;
+  std::function<void()> hideOwnWindows_;
+  xcb_window_t ownWindow_ = 0;  // never shown; for the server's time
+  std::map<qint64, xcb_window_t> lastActiveWindow_;
+  std::vector<xcb_window_t> knownWindows_;
+  std::map<qint64, int> windowCounts_;
+  Observers<std::function<void()>> frontmostObservers_;
+  Observers<std::function<void(const RunningApplication&)>> launchObservers_;
+  quint64 lastObserver_ = 0;
+  Subscription events_;
+};
+
+}  // namespace quillmere
