@@ -54,6 +54,14 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
   endforeach()
 endif()
 
+# g++ marks statics of inline functions as unique in the process, and such names stay global when the others of
+# libggml-cpu are made local below.
+execute_process(COMMAND ${QUILLMERE_ENGINE_CXX_COMPILER} -fno-gnu-unique -E -x c++ /dev/null
+                RESULT_VARIABLE whisper_no_unique OUTPUT_QUIET ERROR_QUIET)
+if(whisper_no_unique EQUAL 0)
+  list(APPEND whisper_options -DCMAKE_CXX_FLAGS=-fno-gnu-unique)
+endif()
+
 include(ExternalProject)
 include(ProcessorCount)
 ProcessorCount(whisper_jobs)

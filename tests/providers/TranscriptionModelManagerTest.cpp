@@ -13,11 +13,11 @@ namespace quillmere {
 namespace {
 
 struct ManagerFixture : LocalEngineFixture {
-  explicit ManagerFixture(const QStringList& files = {QStringLiteral("ggml-base.bin"),
-                                                      QStringLiteral("ggml-base.en.bin"),
-                                                      QStringLiteral("ggml-small.bin"),
-                                                      QStringLiteral("custom/own.bin")})
-      : LocalEngineFixture(files) {
+  explicit ManagerFixture(const QStringList& modelFiles = {QStringLiteral("ggml-base.bin"),
+                                                           QStringLiteral("ggml-base.en.bin"),
+                                                           QStringLiteral("ggml-small.bin"),
+                                                           QStringLiteral("custom/own.bin")})
+      : LocalEngineFixture(modelFiles) {
     persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
     services.localProvider = provider.get();
     services.parakeet = &parakeet;

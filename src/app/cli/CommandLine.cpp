@@ -214,6 +214,41 @@ void addSettings(CLI::App& app, Invocation& invocation) {
   choice<SettingsOptions>(path, invocation, Action::path);
 }
 
+void addDictate(CLI::App& app, Invocation& invocation) {
+  auto* command = app.add_subcommand("dictate", help("cli.help.dictate"));
+  auto options = std::make_shared<DictateOptions>();
+  command->add_option("--mode", options->mode, help("cli.help.transcribe.mode"));
+  command->add_option("--model", options->model, help("cli.help.transcribe.model"));
+  command->add_option("--language", options->language, help("cli.help.transcribe.language"));
+  command->add_option("--seconds", options->seconds, help("cli.help.dictate.seconds"))->check(CLI::Range(1.0, 36000.0));
+  command->add_option("--silence", options->silence, help("cli.help.dictate.silence"))->check(CLI::Range(0.5, 60.0));
+  command->add_flag("--type", options->isTyped, help("cli.help.dictate.type"));
+  addJson(command, options->isJson);
+  command->add_flag("--no-history", options->isWithoutHistory, help("cli.help.transcribe.noHistory"));
+  command->add_flag("--timings", options->showsTimings, help("cli.help.dictate.timings"));
+  command->add_flag("-q,--quiet", options->isQuiet, help("cli.help.quiet"));
+  command->callback([options, &invocation] { invocation.command = *options; });
+}
+
+void addDoctor(CLI::App& app, Invocation& invocation) {
+  auto* command = app.add_subcommand("doctor", help("cli.help.doctor"));
+  auto options = std::make_shared<DoctorOptions>();
+  addJson(command, options->isJson);
+  command->callback([options, &invocation] { invocation.command = *options; });
+}
+
+void addControl(CLI::App& app, Invocation& invocation) {
+  using Action = ControlOptions::Action;
+  auto* toggle = app.add_subcommand("toggle", help("cli.help.toggle"));
+  toggle->add_option("--mode", choice<ControlOptions>(toggle, invocation, Action::toggle)->mode,
+                     help("cli.help.toggle.mode"));
+  choice<ControlOptions>(app.add_subcommand("cancel", help("cli.help.cancel")), invocation, Action::cancel);
+  auto* status = app.add_subcommand("status", help("cli.help.status"));
+  addJson(status, choice<ControlOptions>(status, invocation, Action::status)->isJson);
+  choice<ControlOptions>(app.add_subcommand("show", help("cli.help.show")), invocation, Action::show);
+  choice<ControlOptions>(app.add_subcommand("quit", help("cli.help.quit")), invocation, Action::quit);
+}
+
 void addCompletion(CLI::App& app, Invocation& invocation) {
   auto* completion = app.add_subcommand("completion", help("cli.help.completion"));
   auto options = std::make_shared<CompletionOptions>();
@@ -234,11 +269,14 @@ std::unique_ptr<CLI::App> makeCommandLine(Invocation& invocation) {
   app->set_version_flag("--version", "quillmere " QUILLMERE_VERSION, help("cli.help.version"));
   app->footer(help("cli.help.footer"));
   addTranscribe(*app, invocation);
+  addDictate(*app, invocation);
+  addControl(*app, invocation);
   addHistory(*app, invocation);
   addModels(*app, invocation);
   addModes(*app, invocation);
   addVocabulary(*app, invocation);
   addSettings(*app, invocation);
+  addDoctor(*app, invocation);
   addCompletion(*app, invocation);
   return app;
 }

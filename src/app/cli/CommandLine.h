@@ -58,12 +58,34 @@ struct SettingsOptions {
   bool isJson = false, isAll = false;
 };
 
+// Commands of the session program: they need the sound server or the display.
+struct DictateOptions {
+  std::optional<std::string> mode, model, language;
+  std::optional<double> seconds;  // stop after so long
+  std::optional<double> silence;  // stop after so many seconds without speech
+  bool isTyped = false;           // into the focused field instead of onto the output
+  bool isJson = false, isWithoutHistory = false, isQuiet = false, showsTimings = false;
+};
+
+struct DoctorOptions {
+  bool isJson = false;
+};
+
+// What is asked of the running application.
+struct ControlOptions {
+  enum class Action { toggle, cancel, status, show, quit };
+  Action action = Action::status;
+  std::optional<std::string> mode;
+  bool isJson = false;
+};
+
 struct CompletionOptions {
   std::string shell;
 };
 
-using CommandOptions = std::variant<std::monostate, TranscribeOptions, HistoryOptions, ModelsOptions, ModesOptions,
-                                    VocabularyOptions, SettingsOptions, CompletionOptions>;
+using CommandOptions =
+    std::variant<std::monostate, TranscribeOptions, HistoryOptions, ModelsOptions, ModesOptions, VocabularyOptions,
+                 SettingsOptions, DictateOptions, DoctorOptions, ControlOptions, CompletionOptions>;
 
 struct Invocation {
   CommandOptions command;

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <iostream>
 
 #include "app/Version.h"
@@ -36,7 +37,12 @@ class TerminalNotices final : public UserNotices {
   Terminal& terminal_;
 };
 
-Task<int> runCommand(CommandContext context, CommandOptions options) {
+Task<int> runCommand(CommandContext context, CommandOptions options, const SessionCommands* session) {
+  if (auto* dictate = std::get_if<DictateOptions>(&options); dictate && session)
+    return session->dictate(context, std::move(*dictate));
+  if (auto* doctor = std::get_if<DoctorOptions>(&options); doctor && session)
+    return session->doctor(context, std::move(*doctor));
+  if (auto* control = std::get_if<ControlOptions>(&options)) return runControl(context, std::move(*control));
   if (auto* transcribe = std::get_if<TranscribeOptions>(&options))
     return runTranscribe(context, std::move(*transcribe));
   if (auto* history = std::get_if<HistoryOptions>(&options)) return runHistory(context, std::move(*history));
@@ -56,15 +62,26 @@ Task<void> runToEnd(Task<int> command, int& code) {
   QCoreApplication::quit();
 }
 
-bool needsStore(const CommandOptions& options) {
-  return !std::holds_alternative<ModelsOptions>(options) && !std::holds_alternative<SettingsOptions>(options);
+template <typename... Options>
+bool isOneOf(const CommandOptions& command) {
+  return (std::holds_alternative<Options>(command) || ...);
+}
+
+// Gives this process to the session program; comes back only when that is not installed.
+int handToSessionProgram(char** argv, Terminal& terminal) {
+  const QString program =
+      QFileInfo(QStringLiteral("/proc/self/exe")).canonicalPath() + QStringLiteral("/quillmere-session");
+  execv(program.toLocal8Bit().constData(), argv);
+  terminal.err(localizedText("cli.session.missing"));
+  return exitFailure;
 }
 
 }  // namespace
 
-int commandLineMain(int argc, char** argv) {
+int commandLineMain(int argc, char** argv, const SessionCommands* session) {
   signal(SIGPIPE, SIG_IGN);
-  QCoreApplication application(argc, argv);
+  const std::unique_ptr<QCoreApplication> application =
+      session ? session->makeApplication(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
   QCoreApplication::setApplicationName(QStringLiteral("quillmere"));
   QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMERE_VERSION));
   const Texts texts(Texts::languageFor(QProcessEnvironment::systemEnvironment(), Texts::available()));
@@ -83,10 +100,12 @@ int commandLineMain(int argc, char** argv) {
   }
 
   Terminal terminal;
+  if (!session && isOneOf<DictateOptions, DoctorOptions>(invocation.command))
+    return handToSessionProgram(argv, terminal);
   TerminalNotices notices(terminal);
   ServiceOptions options;
   options.notices = &notices;
-  options.opensStore = needsStore(invocation.command);
+  options.opensStore = !isOneOf<ModelsOptions, SettingsOptions, DoctorOptions, ControlOptions>(invocation.command);
   options.completionLinger = Duration::zero();
   if (invocation.isVerbose) options.extraLogSink = std::make_shared<ErrorStreamLog>();
   auto services = makeServices(options);
@@ -100,7 +119,7 @@ int commandLineMain(int argc, char** argv) {
   {
     TaskScope scope(*(*services)->executor);
     CommandContext context{**services, terminal, onInterrupt};
-    auto command = runCommand(context, std::move(invocation.command));
+    auto command = runCommand(context, std::move(invocation.command), session);
     auto running = scope.spawn(runToEnd(std::move(command), code));
     const SignalWatcher signals([&] {
       terminal.clearStatus();

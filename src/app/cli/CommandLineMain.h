@@ -1,8 +1,22 @@
 #pragma once
+#include <QCoreApplication>
+#include <functional>
+#include <memory>
+
+#include "app/cli/Commands.h"
 
 namespace quillmere {
 
+// The commands that need the sound server or the display, and the application object that they need. The program that
+// has them is a second one, so that the others start without those libraries.
+struct SessionCommands {
+  std::function<std::unique_ptr<QCoreApplication>(int& argc, char** argv)> makeApplication;
+  std::function<Task<int>(CommandContext, DictateOptions)> dictate;
+  std::function<Task<int>(CommandContext, DoctorOptions)> doctor;
+};
+
 // The command line's main function behind the quick answers: starts Qt, loads the texts, parses and runs one command.
-int commandLineMain(int argc, char** argv);
+// Without `session` its commands are handed to the session program beside this one.
+int commandLineMain(int argc, char** argv, const SessionCommands* session = nullptr);
 
 }  // namespace quillmere

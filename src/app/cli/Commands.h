@@ -12,6 +12,7 @@ Task<int> runModels(CommandContext context, ModelsOptions options);
 Task<int> runModes(CommandContext context, ModesOptions options);
 Task<int> runVocabulary(CommandContext context, VocabularyOptions options);
 Task<int> runSettings(CommandContext context, SettingsOptions options);
+Task<int> runControl(CommandContext context, ControlOptions options);
 
 // A mode by name or identifier, as a person types it.
 Result<ModePtr, CommandFailure> findMode(CommandContext& context, const QString& nameOrId);

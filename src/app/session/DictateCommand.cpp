@@ -1,0 +1,287 @@
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
+#include <QSocketNotifier>
+
+#include "app/cli/ModeChoice.h"
+#include "app/cli/TranscriptJson.h"
+#include "app/composition.h"
+#include "app/session/SessionCommands.h"
+#include "app/session/SessionServices.h"
+#include "base/async/Async.h"
+#include "base/text/LocalizedText.h"
+#include "core/AudioRecordingManager.h"
+#include "core/DictationTimings.h"
+#include "delivery/AutoPasteHandler.h"
+#include "recording/MicrophonePermissionManager.h"
+#include "recording/RecordingLifecycle.h"
+#include "recording/RecordingSessionManager.h"
+
+namespace quillmere {
+namespace {
+
+constexpr double minimumSeconds = 1.0;
+constexpr qint64 minimumBytes = 5000;
+constexpr float speechLevel = 0.25f;  // of the meter: -45 dB
+constexpr std::chrono::milliseconds meterPace{100};
+
+// What ends the recording: Enter on the terminal, the time, or a pause after speech.
+class StopWatch {
+ public:
+  StopWatch(const DictateOptions& options, bool isReadingInput) : options_(options) {
+    if (!isReadingInput) return;
+    input_ = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(input_.get(), &QSocketNotifier::activated, input_.get(), [this] {
+      char bytes[256];
+      const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+      if (count > 0 && !std::memchr(bytes, '\n', size_t(count))) return;
+      input_->setEnabled(false);
+      wasAsked_ = true;
+    });
+  }
+
+  void stop() { wasAsked_ = true; }
+  bool isOver(double seconds, float level) {
+    if (level >= speechLevel) {
+      hasHeardSpeech_ = true;
+      lastSpeech_ = seconds;
+    }
+    if (wasAsked_) return true;
+    if (options_.seconds && seconds >= *options_.seconds) return true;
+    return options_.silence && hasHeardSpeech_ && seconds - lastSpeech_ >= *options_.silence;
+  }
+
+ private:
+  const DictateOptions& options_;
+  std::unique_ptr<QSocketNotifier> input_;
+  bool wasAsked_ = false;
+  bool hasHeardSpeech_ = false;
+  double lastSpeech_ = 0;
+};
+
+QString meterLine(double seconds, float level) {
+  constexpr int width = 24;
+  const int filled = std::clamp(int(level * width + 0.5f), 0, width);
+  return QStringLiteral("● %1:%2 %3%4")
+      .arg(int(seconds) / 60)
+      .arg(int(seconds) % 60, 2, 10, QLatin1Char('0'))
+      .arg(QString(filled, QChar(0x2588)), QString(width - filled, QChar(0x2591)));
+}
+
+QString listeningText(const DictateOptions& options, bool isReadingInput) {
+  if (options.seconds) return localizedText("cli.dictate.listeningFor", *options.seconds);
+  if (options.silence && !isReadingInput) return localizedText("cli.dictate.listeningUntilSilence");
+  return localizedText("cli.dictate.listening");
+}
+
+// Takes a recording that nobody wants any more off the disk and out of the store.
+void forget(Services& services, const std::optional<RecordingStopResult>& recording) {
+  if (!recording) return;
+  if (recording->path) QFile::remove(*recording->path);
+  if (recording->session) services.persistence->deleteRecordingSession(recording->session);
+  services.persistence->save();
+}
+
+struct Recording {
+  RecordingStopResult result;
+  DictationTimings timings;
+  TimePoint stoppedAt;
+};
+
+// Records until something ends it. An interrupt throws the recording away.
+Task<Result<Recording, CommandFailure>> record(CommandContext context, const DictateOptions& options,
+                                               SessionServices& session) {
+  Executor& executor = co_await currentExecutor();
+  RecordingLifecycle& lifecycle = session.audioManager->lifecycleManager();
+  const TimePoint triggered = executor.now();
+  auto asking = session.audioManager->permissionManager().requestPermission();
+  if (!co_await std::move(asking))
+    co_return Failed{CommandFailure{session.audioManager->permissionManager().errorMessage().get(), exitFailure}};
+  auto starting = lifecycle.startRecording();
+  const auto started = co_await std::move(starting);
+  if (!started) {
+    session.audioManager->sessionManager().deleteCurrentSession();
+    co_return Failed{CommandFailure{localizedDescription(started.error()), exitFailure}};
+  }
+  Recording recording;
+  recording.timings.triggerToRecorderRunning = executor.now() - triggered;
+
+  const bool isTerminal = isatty(STDIN_FILENO);
+  StopWatch watch(options, isTerminal || (!options.seconds && !options.silence));
+  bool isCancelled = false;
+  context.onInterrupt = [&] { isCancelled = true; };
+  std::optional<AudioRecorder::Interruption> broken;
+  lifecycle.setOnInterrupted([&](const AudioRecorder::Interruption& interruption) { broken = interruption; });
+  if (!options.isQuiet) context.terminal.err(listeningText(options, isTerminal));
+  while (!isCancelled && !broken) {
+    const double seconds = lifecycle.recordingDuration().get();
+    const float level = lifecycle.audioLevel().get();
+    if (!options.isQuiet) context.terminal.status(meterLine(seconds, level));
+    if (watch.isOver(seconds, level)) break;
+    co_await sleepFor(meterPace);
+  }
+  context.onInterrupt = nullptr;
+  context.terminal.clearStatus();
+  recording.stoppedAt = executor.now();
+  auto stopping = lifecycle.stopRecording();
+  auto stopped = co_await std::move(stopping);
+  lifecycle.setOnInterrupted({});
+  if (isCancelled) {
+    forget(context.services, stopped);
+    throw Cancelled{};
+  }
+  recording.timings.stopToFileReady = executor.now() - recording.stoppedAt;
+  if (broken) context.terminal.err(broken->description);
+  if (!stopped || !stopped->path)
+    co_return Failed{CommandFailure{localizedText("cli.dictate.nothing"), exitFailure}};
+  if (stopped->duration < minimumSeconds || QFileInfo(*stopped->path).size() < minimumBytes) {
+    forget(context.services, stopped);
+    co_return Failed{CommandFailure{localizedDescription(AudioError{AudioError::Kind::recordingTooShort, {}}), exitInput}};
+  }
+  recording.result = std::move(*stopped);
+  co_return recording;
+}
+
+struct TimingRow {
+  const char* key;
+  std::optional<Duration> value;
+};
+
+void printTimings(Terminal& terminal, const DictationTimings& timings) {
+  const TimingRow rows[] = {{"cli.timings.recorder", timings.triggerToRecorderRunning},
+                            {"cli.timings.firstSample", timings.triggerToFirstSample},
+                            {"cli.timings.file", timings.stopToFileReady},
+                            {"cli.timings.trimming", timings.trimming},
+                            {"cli.timings.decodingStart", timings.stopToDecoding},
+                            {"cli.timings.decoding", timings.decoding},
+                            {"cli.timings.postProcessing", timings.postProcessing},
+                            {"cli.timings.paste", timings.decodedToPasted},
+                            {"cli.timings.total", timings.stopToText}};
+  for (const TimingRow& row : rows)
+    if (row.value)
+      terminal.err(QStringLiteral("%1 %2 ms").arg(localizedText(row.key).leftJustified(28))
+                       .arg(std::chrono::duration<double, std::milli>(*row.value).count(), 8, 'f', 1));
+}
+
+// Text and fields of the row as a finished transcription leaves them.
+void complete(Transcript& row, const TranscriptionResult& result) {
+  row.status = QStringLiteral("completed");
+  row.transcribedText = result.rawText;
+  row.transcriptionProvider = result.provider;
+  row.text = result.wasPostProcessed ? result.text : result.rawText;
+  if (!result.wasPostProcessed) return;
+  row.postProcessedText = result.text;
+  if (result.postProcessingProvider) row.postProcessingProvider = result.postProcessingProvider;
+}
+
+void markFailed(Transcript& row, const QString& reason) {
+  row.status = QStringLiteral("failed");
+  row.failedReason = reason;
+  row.text = QStringLiteral("Transcription failed: ") + reason;
+}
+
+}  // namespace
+
+Task<int> runDictate(CommandContext context, DictateOptions options) {
+  Services& services = context.services;
+  Executor& executor = co_await currentExecutor();
+  const auto chosen = chooseMode(context, {options.mode, options.model, options.language}, nullptr);
+  if (!chosen) co_return fail(context, chosen.error());
+  const ModePtr mode = *chosen;
+  auto checking = whyModeCannotRun(services, mode);
+  if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
+  StorageSettingsManager& storage = services.settings->storage();
+  storage.ensureRecordingsFolder();
+  if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+
+  const auto session = makeSessionServices(services, SessionOptions{});
+  if (options.isTyped && !session->hasDisplay())
+    co_return fail(context, {localizedText("cli.dictate.noDisplay"), exitFailure});
+  auto connecting = session->devices->waitUntilReady();
+  co_await std::move(connecting);
+  session->audioManager->configure();
+  // The model loads while the user speaks.
+  TaskScope background(executor);
+  background.spawn(services.pipeline->prepareModel(mode));
+
+  auto recorder = record(context, options, *session);
+  auto recorded = co_await std::move(recorder);
+  if (!recorded) co_return fail(context, recorded.error());
+  Recording& recording = *recorded;
+
+  if (!options.isQuiet) context.terminal.status(localizedText("cli.dictate.transcribing"));
+  const QString path = *recording.result.path;
+  const TranscriptPtr row = services.persistence->createTranscript(recording.result.duration, mode->name, path);
+  if (row && recording.result.session) row->recordingSession = recording.result.session;
+  const TimePoint trimmingStart = executor.now();
+  auto trimming = services.vadProcessingService->process(
+      path, recording.result.duration, services.settings->general().enableVAD(), QStringLiteral("Recording"));
+  const VADProcessingResult trimmed = co_await std::move(trimming);
+  recording.timings.trimming = executor.now() - trimmingStart;
+  if (trimmed.wasProcessed && trimmed.trimResult) services.persistence->setTrimmedAudioPath(row, trimmed.finalAudioPath);
+  recording.timings.stopToDecoding = executor.now() - recording.stoppedAt;
+
+  const TimePoint decodingStart = executor.now();
+  TranscriptionRequest request;
+  request.audioPath = trimmed.finalAudioPath;
+  request.mode = mode;
+  context.onInterrupt = [&] { services.pipeline->cancelTranscription(); };
+  bool isCancelled = false;
+  std::optional<Result<TranscriptionResult, AnyError>> outcome;
+  try {
+    auto transcribing = services.pipeline->transcribeWithDetails(request);
+    outcome.emplace(co_await std::move(transcribing));
+  } catch (const Cancelled&) {
+    isCancelled = true;
+  }
+  context.onInterrupt = nullptr;
+  context.terminal.clearStatus();
+  if (isCancelled) {
+    services.persistence->deleteTranscript(row);
+    throw Cancelled{};
+  }
+  recording.timings.decoding = executor.now() - decodingStart;
+  if (!*outcome) {
+    const QString reason = localizedDescription(outcome->error());
+    markFailed(*row, reason);
+    services.persistence->save();
+    co_return fail(context, {reason, exitCodeFor(outcome->error())});
+  }
+  const TranscriptionResult& result = **outcome;
+  complete(*row, result);
+  services.persistence->save();
+
+  int code = exitOk;
+  const TimePoint textReady = executor.now();
+  if (options.isTyped) {
+    auto saving = session->audioManager->accessibilityHelper().beginRecordingSession();
+    co_await std::move(saving);
+    auto pasting = session->audioManager->autoPasteHandler().paste(result.text, std::vector<ProcessedTag>{});
+    if (co_await std::move(pasting)) {
+      recording.timings.decodedToPasted = executor.now() - textReady;
+    } else {
+      context.terminal.err(localizedText("cli.dictate.notTyped"));
+      code = exitFailure;
+    }
+    session->audioManager->accessibilityHelper().endRecordingSession();
+    auto restoring = session->audioManager->accessibilityHelper().waitForRestore();
+    co_await std::move(restoring);
+  }
+  if (options.isJson) {
+    QJsonObject object = transcriptJson(*row);
+    object[QStringLiteral("text")] = result.text;
+    context.terminal.json(object);
+  } else if (!options.isTyped || code != exitOk) {
+    context.terminal.out(result.text);
+  }
+  recording.timings.stopToText = executor.now() - recording.stoppedAt;
+  if (options.showsTimings) printTimings(context.terminal, recording.timings);
+  if (options.isWithoutHistory) services.persistence->deleteTranscript(row);
+  if (services.persistence->hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
+  co_return code;
+}
+
+}  // namespace quillmere

@@ -1,0 +1,69 @@
+#include <QJsonObject>
+
+#include "app/composition.h"
+#include "app/session/Doctor.h"
+#include "app/session/KeyringProbe.h"
+#include "app/session/SessionCommands.h"
+#include "app/session/SessionServices.h"
+
+namespace quillmere {
+namespace {
+
+QString mark(DoctorFinding::Verdict verdict) {
+  switch (verdict) {
+    case DoctorFinding::Verdict::ok:
+      return QStringLiteral("✓");
+    case DoctorFinding::Verdict::warning:
+      return QStringLiteral("!");
+    case DoctorFinding::Verdict::failed:
+      return QStringLiteral("✗");
+  }
+  return {};
+}
+
+const char* word(DoctorFinding::Verdict verdict) {
+  switch (verdict) {
+    case DoctorFinding::Verdict::ok:
+      return "ok";
+    case DoctorFinding::Verdict::warning:
+      return "warning";
+    case DoctorFinding::Verdict::failed:
+      return "failed";
+  }
+  return "";
+}
+
+}  // namespace
+
+Task<int> runDoctor(CommandContext context, DoctorOptions options) {
+  const auto session = makeSessionServices(context.services, SessionOptions{});
+  DoctorPatient patient{*session->devices,      *session->recorders,    *session->accessibility, *context.services.modelManager,
+                        *context.services.speechEngine, *context.services.settings};
+  if (session->hasDisplay()) {
+    patient.pasteboard = session->pasteboard.get();
+    patient.keys = session->keySynthesizer.get();
+    patient.displayName = qEnvironmentVariable("DISPLAY");
+  }
+  patient.isWaylandSession = qEnvironmentVariable("XDG_SESSION_TYPE") == QStringLiteral("wayland");
+  patient.keyring = [] { return probeKeyring(); };
+  const auto show = [&](const DoctorFinding& finding) {
+    if (options.isJson) {
+      context.terminal.json(QJsonObject{{"check", finding.id},
+                                        {"verdict", word(finding.verdict)},
+                                        {"detail", finding.detail},
+                                        {"advice", finding.advice}});
+      return;
+    }
+    context.terminal.out(QStringLiteral("%1 %2 %3").arg(mark(finding.verdict), finding.title.leftJustified(20),
+                                                        finding.detail));
+    if (!finding.advice.isEmpty()) context.terminal.out(QString(23, u' ') + finding.advice);
+  };
+  auto examining = examine(patient, show);
+  const std::vector<DoctorFinding> findings = co_await std::move(examining);
+  const bool canDictate = std::none_of(findings.begin(), findings.end(), [](const DoctorFinding& finding) {
+    return finding.verdict == DoctorFinding::Verdict::failed;
+  });
+  co_return canDictate ? exitOk : exitFailure;
+}
+
+}  // namespace quillmere

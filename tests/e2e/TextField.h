@@ -1,0 +1,40 @@
+#pragma once
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace quillmere {
+
+// A text field of another program that has the keyboard. Each constructor waits until its window is active; isReady()
+// tells whether it came.
+class TextField {
+ public:
+  enum class Kind { gtkEntry, gtkPassword, gtkEditor, qtLine, qtPassword, qtEditor, chromiumTextarea, terminal };
+  explicit TextField(Kind kind);
+  ~TextField();
+
+  bool isReady() const { return isReady_; }
+  qint64 processId() const { return process_.processId(); }
+  // The field's present text. GTK fields tell theirs only at their end, so the dialog is confirmed by reading it.
+  QString text();
+  // The text once it holds something, or what it is after the time.
+  QString eventualText();
+  // Brings its window to the front again.
+  void activate();
+
+ private:
+  void startQt(const char* field);
+  void startChromium();
+  QString windowName() const;
+  bool waitUntilActive();
+
+  Kind kind_;
+  QString title_;
+  QTemporaryDir folder_;
+  QProcess process_;
+  bool isReady_ = false;
+  QString lastQtText_;
+  QByteArray pending_;
+};
+
+}  // namespace quillmere
