@@ -47,6 +47,11 @@
 <message id="audio.error.fileWatcher.open"><translation>Der Ordner der Aufnahme konnte nicht beobachtet werden.</translation></message>
 <message id="audio.error.fileWatcher.timeout"><translation>Die Aufnahme wurde nicht rechtzeitig fertig.</translation></message>
 <message id="audio.error.fileWatcher.creation"><translation>Die Aufnahmedatei wurde nicht angelegt.</translation></message>
+<message id="audio.error.permissionDenied"><translation>Quillmere darf das Mikrofon nicht verwenden. Bitte erlauben Sie es in den Systemeinstellungen.</translation></message>
+<message id="audio.error.unknown"><translation>Es ist nicht bekannt, ob das Mikrofon verwendet werden darf.</translation></message>
+<message id="audio.device.default"><translation>Systemvorgabe</translation></message>
+<message id="recording.warning.oversizedWAV"><translation>Die Aufnahme (%1 MB) konnte nicht verkleinert werden und wurde unverändert behalten.</translation></message>
+<message id="recording.recovered.reason"><translation>Quillmere wurde während der Aufnahme beendet. Die Aufnahme ist erhalten; versuchen Sie es erneut, um sie zu transkribieren.</translation></message>
 <!-- Web requests -->
 <message id="error.url.cancelled"><translation>Die Anfrage wurde abgebrochen.</translation></message>
 <message id="error.url.badUrl"><translation>Die Adresse ist ungültig.</translation></message>
@@ -586,5 +591,18 @@
 <message id="models.progress.left"><translation>%1 · noch %2</translation></message>
 <message id="models.use.notSaved"><translation>Die Wahl ließ sich nicht speichern. Sie gilt, bis das Programm endet.</translation></message>
 <!-- The desktop windows end -->
+<!-- Recording -->
+<message id="recording.error.closedBeforeTranscription"><translation>Quillmere wurde beendet, bevor diese Aufnahme umgewandelt war.</translation></message>
+<message id="recording.error.documentsAccess"><translation>Quillmere kann nicht in den Aufnahmeordner schreiben. Bitte wählen Sie in den Einstellungen einen anderen.</translation></message>
+<message id="recording.error.modeMissing"><translation>Den gewählten Modus gibt es nicht mehr. Bitte wählen Sie einen anderen.</translation></message>
+<message id="recording.error.startCancelled"><translation>Die Aufnahme wurde nicht begonnen.</translation></message>
+<message id="recording.error.streamingUnavailable"><translation>Das Live-Diktat steht noch nicht zur Verfügung.</translation></message>
+<message id="audio.error.microphoneInUse"><translation>Das Mikrofon wird von einer anderen Anwendung benutzt.</translation></message>
+<message id="recording.notice.microphoneGone"><translation>Das Mikrofon ist weg. %1 behalten.</translation></message>
+<message id="recording.notice.microphoneGone.tooShort"><translation>Das Mikrofon ist weg. Die Aufnahme war zu kurz.</translation></message>
+<message id="recording.notice.soundServerGone"><translation>Der Sound-Server ist beendet. %1 behalten.</translation></message>
+<message id="recording.notice.soundServerGone.tooShort"><translation>Der Sound-Server ist beendet. Die Aufnahme war zu kurz.</translation></message>
+<message id="recording.notice.writeFailed"><translation>Die Platte nimmt keinen Ton mehr auf. %1 behalten.</translation></message>
+<message id="recording.notice.writeFailed.tooShort"><translation>Die Platte nimmt keinen Ton mehr auf. Die Aufnahme war zu kurz.</translation></message>
 </context>
 </TS>

@@ -47,6 +47,11 @@
 <message id="audio.error.fileWatcher.open"><translation>The folder of the recording could not be watched.</translation></message>
 <message id="audio.error.fileWatcher.timeout"><translation>The recording was not finished in time.</translation></message>
 <message id="audio.error.fileWatcher.creation"><translation>The recording file was not created.</translation></message>
+<message id="audio.error.permissionDenied"><translation>Quillmere may not use the microphone. Please allow it in the system settings.</translation></message>
+<message id="audio.error.unknown"><translation>It is not known whether the microphone may be used.</translation></message>
+<message id="audio.device.default"><translation>System Default</translation></message>
+<message id="recording.warning.oversizedWAV"><translation>The recording (%1 MB) could not be compressed and was kept as it is.</translation></message>
+<message id="recording.recovered.reason"><translation>Quillmere was ended while it recorded. The recording was kept; try again to transcribe it.</translation></message>
 <!-- Web requests -->
 <message id="error.url.cancelled"><translation>The request was cancelled.</translation></message>
 <message id="error.url.badUrl"><translation>The address is not valid.</translation></message>
@@ -586,5 +591,18 @@
 <message id="models.progress.left"><translation>%1 · %2 left</translation></message>
 <message id="models.use.notSaved"><translation>The choice could not be saved. It holds until the program ends.</translation></message>
 <!-- The desktop windows end -->
+<!-- Recording -->
+<message id="recording.error.closedBeforeTranscription"><translation>Quillmere was closed before this recording was transcribed.</translation></message>
+<message id="recording.error.documentsAccess"><translation>Quillmere cannot write to the recordings folder. Please choose another one in the settings.</translation></message>
+<message id="recording.error.modeMissing"><translation>The selected mode no longer exists. Please choose another one.</translation></message>
+<message id="recording.error.startCancelled"><translation>The recording was not started.</translation></message>
+<message id="recording.error.streamingUnavailable"><translation>Live dictation is not available yet.</translation></message>
+<message id="audio.error.microphoneInUse"><translation>The microphone is in use by another application.</translation></message>
+<message id="recording.notice.microphoneGone"><translation>Microphone gone. Kept %1.</translation></message>
+<message id="recording.notice.microphoneGone.tooShort"><translation>Microphone gone. The recording was too short to keep.</translation></message>
+<message id="recording.notice.soundServerGone"><translation>The sound server stopped. Kept %1.</translation></message>
+<message id="recording.notice.soundServerGone.tooShort"><translation>The sound server stopped. The recording was too short to keep.</translation></message>
+<message id="recording.notice.writeFailed"><translation>The disk took no more audio. Kept %1.</translation></message>
+<message id="recording.notice.writeFailed.tooShort"><translation>The disk took no more audio. The recording was too short to keep.</translation></message>
 </context>
 </TS>

@@ -40,6 +40,10 @@ struct AppStateData;
 // waiting, never the work.
 class RecordingTranscriptionFlow final {
  public:
+  // A recording below one of them is thrown away.
+  static constexpr double minimumDurationSeconds = 1.0;
+  static constexpr qint64 minimumFileSizeBytes = 5000;
+
   RecordingTranscriptionFlow(RecordingTranscriptionFlowServices services, const Logging& logging);
   // Ends every task where it waits. A recorder that runs is its lifecycle's to end; see shutDown().
   ~RecordingTranscriptionFlow();
@@ -93,6 +97,7 @@ class RecordingTranscriptionFlow final {
     TimePoint stoppedAt;
     TimePoint textAt;
     DictationTimings timings;
+    ModePtr mode;
     TranscriptPtr transcript;
   };
   // How the wait for a finished file ended.
@@ -100,7 +105,18 @@ class RecordingTranscriptionFlow final {
     bool isReadable = false;
     std::optional<AnyError> watcherError;  // why the slower checks were needed
   };
-  class StopUnderWay;
+  // A recording whose audio is neither in a transcript nor thrown away yet.
+  class StopUnderWay {
+   public:
+    explicit StopUnderWay(RecordingTranscriptionFlow& flow);
+    StopUnderWay(const StopUnderWay&) = delete;
+    StopUnderWay& operator=(const StopUnderWay&) = delete;
+    ~StopUnderWay() { end(); }
+    void end();
+
+   private:
+    RecordingTranscriptionFlow* flow_;
+  };
 
   // --- presses, and what all parts share
   Task<void> runToggle(std::shared_ptr<Toggle> toggle, std::optional<QString> modeName, bool stopOnly);
@@ -134,11 +150,12 @@ class RecordingTranscriptionFlow final {
 
   // --- from the stop to a text
   Task<void> stop(QString modeName, bool cancelled, CancelToken press, TimePoint pressedAt);
-  void discard(const QString& modeName, const QString& path, double durationSeconds, qint64 fileSizeBytes,
+  void discard(const Dictation& dictation, qint64 fileSizeBytes,
                const std::optional<AudioRecorder::Interruption>& interruption);
   Task<FileWait> waitUntilReadable(QString path, CancelToken press);
   void failUnreadable(const Dictation& dictation);
   void failWatching(const Dictation& dictation, const AnyError& error);
+  void failBeforeTranscription(const Dictation& dictation, const QString& reason, const QString& text);
   void endCancelled();
   Task<void> transcribe(std::shared_ptr<Dictation> dictation, QString finalAudioPath);
   void leaveTranscriptionBreadcrumb(const Dictation& dictation, const QString& path);
@@ -165,7 +182,7 @@ class RecordingTranscriptionFlow final {
   Published<std::optional<DictationTimings>> lastTimings_;
   std::vector<TranscriptPtr> unfinished_;  // rows whose transcription is under way
   int stopsUnderWay_ = 0;                  // stops whose audio has no transcript yet
-  std::optional<Completion<>> noStopsLeft_;
+  std::vector<Completion<>> noStopsLeft_;  // of those that wait for that count to fall to none
   bool hasRegisteredCancelShortcut_ = false;
   bool isShutDown_ = false;
   TaskScope scope_;  // last: its tasks use the fields above
