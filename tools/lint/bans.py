@@ -23,7 +23,7 @@ _SINGLETON = [
 ]
 # Header pattern -> the folders where it may be included.
 _HEADERS = [
-    (r"^xcb/|^X11/|^xkbcommon/", ("src/platform/x11/", "tests/platform/", "tests/e2e/")),
+    (r"^xcb/|^X11/|^xkbcommon/", ("src/platform/x11/", "tests/platform/", "tests/e2e/", "tests/support/XtestKeys")),
     (r"^pulse/|^pipewire/|^alsa/", ("src/platform/pulse/", "tests/platform/")),
     (r"^sndfile\.h", ("src/platform/sndfile/", "src/platform/pulse/", "tests/platform/", "tests/bench/", "tests/contract/")),
     (r"^(?:libavformat|libavcodec|libavutil|libswresample|libavfilter)/", ("src/platform/ffmpeg/", "tests/platform/", "tests/bench/", "tests/contract/")),

@@ -174,7 +174,7 @@ xkb_keysym_t XkbKeyboard::latinSymbol(xcb_keycode_t code) {
   if (!isForeignLetter(plain)) return plain;
   for (xkb_layout_index_t layout = 0; layout < xkb_keymap_num_layouts(keymap_.get()); ++layout) {
     const xkb_keysym_t symbol = symbolAt(keymap_.get(), code, layout, 0);
-    if (!isForeignLetter(symbol)) return symbol;
+    if (symbol != XKB_KEY_NoSymbol && !isForeignLetter(symbol)) return symbol;
   }
   return unitedStates() ? symbolAt(unitedStates(), code, 0, 0) : plain;
 }
