@@ -1,0 +1,159 @@
+#include "interface/AppStateViewModel.h"
+
+#include <cmath>
+
+#include "base/text/LocalizedText.h"
+#include "interface/HistoryText.h"
+#include "storage/PersistenceController.h"
+
+namespace quillmere {
+
+AppStateViewModel::AppStateViewModel(AppState& appState, PersistenceController* persistence, AppIntents intents)
+    : appState_(appState), persistence_(persistence), intents_(std::move(intents)) {
+  readModes();
+  observation_ = appState_.observe([this](const AppStateData& data) {
+    if (data.selectedModeId != selectedModeId_) readModes();
+    Q_EMIT stateChanged();
+  });
+  if (persistence_)
+    storeObservation_ = persistence_->observeChanges([this](const StoreChange& change) {
+      if (change.modes) readModes();
+    });
+}
+
+void AppStateViewModel::readModes() {
+  selectedModeId_ = appState_.data().selectedModeId;
+  QVariantList modes;
+  if (persistence_) {
+    for (const ModePtr& mode : persistence_->fetchAllModes()) {
+      const QString id = mode->id ? mode->id->toString(QUuid::WithoutBraces) : QString();
+      modes << QVariantMap{{QStringLiteral("id"), id},
+                           {QStringLiteral("name"), mode->name.value_or(QString())},
+                           {QStringLiteral("isSelected"), id.compare(selectedModeId_, Qt::CaseInsensitive) == 0}};
+    }
+  }
+  if (modes == modes_) return;
+  modes_ = modes;
+  Q_EMIT modesChanged();
+}
+
+QString AppStateViewModel::recordingState() const {
+  return appState_.data().recordingState.diagnosticLabel();
+}
+
+bool AppStateViewModel::isWorking() const {
+  return is<RecordingState::Processing>() || is<RecordingState::Transcribing>() || is<RecordingState::PostProcessing>();
+}
+
+AppStateViewModel::TrayState AppStateViewModel::trayState() const {
+  if (isRecording()) return TrayState::recording;
+  if (isWorking()) return TrayState::working;
+  return isMicrophoneAvailable_ && isModelAvailable_ ? TrayState::ready : TrayState::unable;
+}
+
+QString AppStateViewModel::trayStateName() const {
+  switch (trayState()) {
+    case TrayState::recording:
+      return QStringLiteral("recording");
+    case TrayState::working:
+      return QStringLiteral("working");
+    case TrayState::unable:
+      return QStringLiteral("unable");
+    case TrayState::ready:
+      break;
+  }
+  return QStringLiteral("ready");
+}
+
+QString AppStateViewModel::statusText() const {
+  switch (trayState()) {
+    case TrayState::recording:
+      return localizedText("app.status.recording", modeName());
+    case TrayState::working:
+      return localizedText(is<RecordingState::PostProcessing>() ? "recording.loading.postprocessing"
+                                                                : "recording.loading.transcribing");
+    case TrayState::unable:
+      return localizedText(isMicrophoneAvailable_ ? "app.status.noModel" : "app.status.noMicrophone");
+    case TrayState::ready:
+      break;
+  }
+  return localizedText("app.status.ready", modeName());
+}
+
+QString AppStateViewModel::durationText() const {
+  return clockText(duration_);
+}
+
+QString AppStateViewModel::microphoneName() const {
+  return microphoneName_.isEmpty() ? localizedText("app.microphone.none") : microphoneName_;
+}
+
+// The sentence has the key in its middle; where the language puts nothing in front or behind, that side is empty.
+QString AppStateViewModel::shortcutSentenceStart() const {
+  switch (triggerKind_) {
+    case TriggerKind::hold:
+      return localizedText("app.shortcut.hold.start");
+    case TriggerKind::doublePress:
+      return localizedText("app.shortcut.doublePress.start");
+    case TriggerKind::press:
+      return localizedText("app.shortcut.press.start");
+    case TriggerKind::none:
+      break;
+  }
+  return localizedText("app.shortcut.none");
+}
+
+QString AppStateViewModel::shortcutSentenceEnd() const {
+  return triggerKind_ == TriggerKind::none ? QString() : localizedText("app.shortcut.end");
+}
+
+void AppStateViewModel::setLiveMetrics(float level, double durationSeconds) {
+  if (level != level_) {
+    level_ = level;
+    Q_EMIT levelChanged();
+  }
+  const bool isOtherSecond = std::floor(durationSeconds) != std::floor(duration_);
+  duration_ = durationSeconds;
+  if (isOtherSecond) Q_EMIT durationChanged();
+}
+
+void AppStateViewModel::setMicrophone(const QString& name, bool isAvailable) {
+  if (name == microphoneName_ && isAvailable == isMicrophoneAvailable_) return;
+  microphoneName_ = name;
+  isMicrophoneAvailable_ = isAvailable;
+  Q_EMIT surroundingsChanged();
+  Q_EMIT stateChanged();
+}
+
+void AppStateViewModel::setModel(const QString& text, bool isAvailable) {
+  if (text == modelText_ && isAvailable == isModelAvailable_) return;
+  modelText_ = text;
+  isModelAvailable_ = isAvailable;
+  Q_EMIT stateChanged();
+}
+
+void AppStateViewModel::setShortcut(const QString& keys, TriggerKind kind) {
+  if (keys == shortcutText_ && kind == triggerKind_) return;
+  shortcutText_ = keys;
+  triggerKind_ = keys.isEmpty() ? TriggerKind::none : kind;
+  Q_EMIT surroundingsChanged();
+}
+
+void AppStateViewModel::toggleRecording() {
+  if (intents_.toggleRecording) intents_.toggleRecording();
+}
+
+void AppStateViewModel::cancelRecording() {
+  if (intents_.cancelRecording) intents_.cancelRecording();
+}
+
+void AppStateViewModel::transcribeFile() {
+  if (intents_.transcribeFile) intents_.transcribeFile();
+}
+
+void AppStateViewModel::selectMode(const QString& id) {
+  if (!persistence_) return;
+  if (const ModePtr mode = persistence_->fetchMode(id)) appState_.selectMode(*mode, true);
+}
+
+}  // namespace quillmere

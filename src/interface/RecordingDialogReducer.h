@@ -1,0 +1,102 @@
+#pragma once
+#include <QString>
+#include <variant>
+#include <vector>
+
+#include "core/AppStateData.h"
+#include "interface/RecordingDialogState.h"
+#include "interface/RecordingPanel.h"
+
+namespace quillmere {
+
+// The recording dialog as a pure function of its state and what happens. RecordingDialog performs the effects in order.
+class RecordingDialogReducer {
+ public:
+  // --- events
+  struct Appeared {  // the dialog is shown while this is the state
+    RecordingState state;
+    bool isRetry = false;
+  };
+  struct RecordingStateChanged {
+    RecordingState state;
+    QString lastTranscription;  // as it is when the change is looked at
+    bool isRetry = false;       // an earlier recording is transcribed once more
+  };
+  struct CancelConfirmationChanged {
+    bool isShown = false;
+  };
+  struct CancelOverlayStarted {
+    bool isTap = false;  // false: the local keys have to do
+  };
+  struct CancelConfirmed {
+    bool isTranscriptionRunning = false;
+  };
+  struct QuestionDismissed {};
+  struct TextCopied {};
+  struct CopiedFeedbackEnded {};
+  struct CloseRequested {};
+  using Event = std::variant<Appeared, RecordingStateChanged, CancelConfirmationChanged, CancelOverlayStarted,
+                             CancelConfirmed, QuestionDismissed, TextCopied, CopiedFeedbackEnded, CloseRequested>;
+
+  // --- effects
+  struct ClearLastDictation {  // last transcription, streaming text, streaming, failed paste
+    bool operator==(const ClearLastDictation&) const = default;
+  };
+  struct ReportError {
+    QString message;
+    bool isCritical = false;
+    bool operator==(const ReportError&) const = default;
+  };
+  struct StartCancelOverlay {
+    bool operator==(const StartCancelOverlay&) const = default;
+  };
+  struct StopCancelOverlay {
+    bool operator==(const StopCancelOverlay&) const = default;
+  };
+  struct HideQuestion {
+    bool operator==(const HideQuestion&) const = default;
+  };
+  struct ForgetTranscription {  // last transcription and failed paste
+    bool operator==(const ForgetTranscription&) const = default;
+  };
+  struct ClearPasteFailed {
+    bool operator==(const ClearPasteFailed&) const = default;
+  };
+  struct CancelTranscription {
+    bool operator==(const CancelTranscription&) const = default;
+  };
+  struct StopRecording {
+    bool operator==(const StopRecording&) const = default;
+  };
+  struct StartCopiedFeedbackTimer {
+    bool operator==(const StartCopiedFeedbackTimer&) const = default;
+  };
+  struct HideDialog {  // on the main queue: after what happens now
+    bool operator==(const HideDialog&) const = default;
+  };
+  struct LogLine {
+    const char* format = "";
+    bool operator==(const LogLine& other) const { return QLatin1String(format) == QLatin1String(other.format); }
+  };
+  using Effect = std::variant<ClearLastDictation, ReportError, StartCancelOverlay, StopCancelOverlay, HideQuestion,
+                              ForgetTranscription, ClearPasteFailed, CancelTranscription, StopRecording,
+                              StartCopiedFeedbackTimer, HideDialog, LogLine>;
+
+  struct Step {
+    RecordingDialogState state;
+    std::vector<Effect> effects;
+  };
+
+  static Step step(const RecordingDialogState& state, const Event& event);
+
+  // The key of the status text.
+  static QString statusTextKey(const RecordingDialogState& state, const AppStateData& data);
+  // What the pill shows. `isTextOnClipboard`: a delivery that didn't reach a field left the text there.
+  static OverlayContent content(const RecordingDialogState& state, const AppStateData& data, const QString& cancelKey,
+                                bool isTextOnClipboard);
+  static QString pastedText();
+  // "Error: ..." without its beginning; the few sentences that are known by their English words in the user's language.
+  static QString errorText(const QString& lastTranscription);
+};
+
+}  // namespace quillmere

@@ -1,0 +1,71 @@
+#pragma once
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "base/async/Executor.h"
+#include "base/log/Logger.h"
+#include "interface/LevelMeter.h"
+#include "interface/RecordingDialogIntents.h"
+#include "interface/RecordingPanel.h"
+
+namespace quillmere {
+
+class AppState;
+class KeyInterceptor;
+class RecordingDialog;
+class SettingsManager;
+class UserNotices;
+
+// Owns the panel of the recording dialog, and the two keys of the question "Cancel?" while it is up. Main thread.
+// `interceptor` may be null: then, as when the keys can't be had, the question is answered by the panel's own buttons
+// and by the keys of this program's windows.
+class RecordingWindowManager {
+ public:
+  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, UserNotices* notices,
+                         Executor& executor, Logging logging);
+  ~RecordingWindowManager();
+  RecordingWindowManager(const RecordingWindowManager&) = delete;
+  RecordingWindowManager& operator=(const RecordingWindowManager&) = delete;
+
+  // Shows and hides the panel as the application state says, from now on.
+  void follow(AppState& appState, SettingsManager* settings, RecordingDialogIntents intents);
+
+  // Nothing happens while the setting showRecordingWindow is off. An earlier panel is closed first.
+  void show(AppState& appState, SettingsManager* settings, RecordingDialogIntents intents);
+  // The panel goes; with the word that the text arrived it stays a moment longer.
+  void hide();
+
+  // False when the keys of other windows can't be had.
+  bool startCancelOverlay(std::function<void()> onReturn, std::function<void()> onEscape);
+  void stopCancelOverlay();
+  bool isOverlayVisible() const { return isOverlayVisible_; }
+
+  // Microphone level (0 to 1) and length of the recording, as often as they change.
+  void setLiveMetrics(float level, double durationSeconds);
+
+  bool hasPanel() const { return panel_ != nullptr; }
+  const RecordingDialog* dialog() const { return dialog_.get(); }
+
+ private:
+  void closePanel();
+
+  RecordingPanelFactory makePanel_;
+  KeyInterceptor* interceptor_;
+  UserNotices* notices_;
+  Executor& executor_;
+  Logging logging_;
+  bool isOverlayVisible_ = false;
+  bool isShown_ = false;  // what the application state said last
+  std::function<void()> cancelOverlayOnReturn_;
+  std::function<void()> cancelOverlayOnEscape_;
+  LevelMeter meter_;
+  std::unique_ptr<RecordingPanel> panel_;
+  std::unique_ptr<RecordingDialog> dialog_;
+  std::vector<Subscription> obsTokens_;
+  Executor::TimerId lingerTimer_ = 0;
+  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
+  Subscription following_;
+};
+
+}  // namespace quillmere
