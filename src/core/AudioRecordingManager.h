@@ -57,10 +57,12 @@ class SelectedTextService;
 class SettingsManager;
 class SimpleRecorder;
 class SpokenFileTags;
-class TextInputService;
 class TranscriptionPipeline;
 class VADProcessingService;
 class Workspace;
+struct AccessibilityAlert;
+struct PasteSegment;
+struct ProcessedTag;
 
 // The platform behind a dictation. Everything outlives the manager.
 struct AudioRecordingPorts {
@@ -79,7 +81,7 @@ struct AudioRecordingPorts {
   GlobalShortcuts& shortcuts;
 };
 
-// What a dictation works with. Everything outlives the manager; pointers and functions may be null.
+// What a dictation works with. Everything outlives the manager; pointers may be null.
 struct AudioRecordingServices {
   Executor& executor;
   const Clock& clock;
@@ -96,17 +98,26 @@ struct AudioRecordingServices {
   ErrorReporting* errorReporting = nullptr;
   const CloudProviderAPIKeyProviding* apiKeys = nullptr;
   SpokenFileTags* fileTags = nullptr;
+};
+
+// What the application answers and shows. Each may be empty.
+struct AudioRecordingHooks {
   // Asks the user for another recordings folder; true when a usable one was chosen.
-  std::function<Task<bool>()> recoverRecordingsFolder = {};
+  std::function<Task<bool>()> recoverRecordingsFolder;
   // Whether a live process records into that file.
-  std::function<bool(const QString& path)> isFileInUse = {};
+  std::function<bool(const QString& path)> isFileInUse;
+  // Cuts a text at its file references; without it the text is pasted in one piece.
+  std::function<std::vector<PasteSegment>(const QString& text, const std::vector<ProcessedTag>& tags)> segmentText;
+  std::function<void(const QString& url)> openUrl;
+  std::function<void(const AccessibilityAlert& alert)> showAccessibilityAlert;
 };
 
 // Owns every part of the recording side, built in the order in which they need each other, and shows their state in one
 // place. Does no recording work itself. Made once; main thread.
 class AudioRecordingManager final : public DictationControl {
  public:
-  AudioRecordingManager(const AudioRecordingPorts& ports, AudioRecordingServices services, const Logging& logging);
+  AudioRecordingManager(const AudioRecordingPorts& ports, const AudioRecordingServices& services,
+                        AudioRecordingHooks hooks, const Logging& logging);
   ~AudioRecordingManager() override;
   AudioRecordingManager(const AudioRecordingManager&) = delete;
   AudioRecordingManager& operator=(const AudioRecordingManager&) = delete;
@@ -119,6 +130,8 @@ class AudioRecordingManager final : public DictationControl {
   void toggleRecording(std::optional<QString> modeName, bool stopOnly, RecordingTriggerSource trigger) override;
   void cancelFromShortcut() override;
   Task<void> retryPendingTranscription();
+  // The end of the application: returns when no recording and no dictation can be lost any more.
+  Task<void> shutDown();
   void configurePushToTalk() override;
   void setPedalMonitoring(PedalMonitoring pedal);
   // Nothing stands for the system's default. Choosing the present device does nothing.
@@ -153,12 +166,12 @@ class AudioRecordingManager final : public DictationControl {
   BareModifierKeyMonitor& bareModifierKeyMonitor() { return *modifierMonitor_; }
 
  private:
-  void buildRecording(const Logging& logging);
-  void buildDelivery(const Logging& logging);
-  void buildFlow(const Logging& logging);
+  void buildRecording(const AudioRecordingHooks& hooks, const Logging& logging);
+  void buildDelivery(const AudioRecordingHooks& hooks, const Logging& logging);
+  void buildFlow(const AudioRecordingHooks& hooks, const Logging& logging);
   void bindState();
-  std::optional<AudioDevice> attachedDevice(const QString& idOrUid);
-  Task<void> restoreSavedMicrophone(bool isSoundServerThere);
+  const AudioDevice* attachedDevice(const QString& idOrUid);
+  Task<void> restoreSavedMicrophone();
   void followSettings();
   void settingChanged(const QString& key);
 
@@ -181,13 +194,14 @@ class AudioRecordingManager final : public DictationControl {
   std::unique_ptr<ElectronAppDetector> electronDetector_;
   std::unique_ptr<AccessibilityHelper> accessibilityHelper_;
   std::unique_ptr<AutoPasteHandler> autoPaste_;
-  std::unique_ptr<TextInputService> textInput_;
   std::unique_ptr<ApplicationContextGatherer> contextGatherer_;
   std::unique_ptr<SelectedTextReader> selectedTextReader_;
   std::unique_ptr<SelectedTextService> selectedText_;
   std::unique_ptr<RecordingTranscriptionFlow> flow_;
   std::unique_ptr<PushToTalk> pushToTalk_;
+  bool isConfigured_ = false;
   std::optional<int> defaultsObserver_;
+  Subscription untilDevicesCome_;
   std::vector<Subscription> subscriptions_;
   TaskScope scope_;  // last: its tasks use the fields above
 };
