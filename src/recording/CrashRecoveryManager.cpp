@@ -6,6 +6,7 @@
 
 #include "base/async/Await.h"
 #include "base/text/LocalizedText.h"
+#include "recording/RecordingSessionManager.h"
 
 namespace quillmere {
 namespace {
@@ -61,6 +62,8 @@ Task<std::vector<RecoveredRecording>> CrashRecoveryManager::recoverOrphanedRecor
   const TimePoint start = executor.now();
   std::vector<RecoveredRecording> recovered;
   const auto sessions = use_.persistence.fetchUnfinishedRecordingSessions();
+  recoverUnsettled(recovered);
+  const auto unsettledCount = qint64(recovered.size());
   if (sessions.empty()) {
     log_.info("No orphaned recordings found");
     co_return recovered;
@@ -81,7 +84,7 @@ Task<std::vector<RecoveredRecording>> CrashRecoveryManager::recoverOrphanedRecor
   }
   use_.persistence.save();
 
-  const auto recoveredCount = qint64(recovered.size());
+  const auto recoveredCount = qint64(recovered.size()) - unsettledCount;
   const qint64 otherCount = qint64(sessions.size()) - recoveredCount;
   const qint64 took = millisecondsBetween(start, executor.now());
   log_.info("Orphaned recording recovery complete: %ld recovered, %ld failed/deleted in %ldms", recoveredCount,
@@ -92,6 +95,21 @@ Task<std::vector<RecoveredRecording>> CrashRecoveryManager::recoverOrphanedRecor
                      {QStringLiteral("recovered"), recoveredCount},
                      {QStringLiteral("failedOrDeleted"), otherCount}});
   co_return recovered;
+}
+
+// Recordings that were finished, but whose process ended before they had a place in the history.
+void CrashRecoveryManager::recoverUnsettled(std::vector<RecoveredRecording>& recovered) {
+  const auto sessions =
+      use_.persistence.fetchRecordingSessionsWithStatus(QString::fromLatin1(RecordingSessionManager::unsettledStatus));
+  if (sessions.empty()) return;
+  for (const RecordingSessionPtr& session : sessions) {
+    session->status.reset();
+    if (!session->audioFilePath || !QFileInfo(*session->audioFilePath).isFile()) continue;
+    if (!addToHistory(session, *session->audioFilePath)) continue;
+    log_.info("Session %s had no transcript yet, adding it to the history", idText(session));
+    recovered.push_back({session, *session->audioFilePath});
+  }
+  use_.persistence.save();
 }
 
 Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(RecordingSessionPtr session, QString sessionId,
@@ -224,8 +242,8 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
   co_return target;
 }
 
-void CrashRecoveryManager::addToHistory(const RecordingSessionPtr& session, const QString& path) {
-  if (use_.persistence.fetchTranscriptOfSession(session)) return;
+bool CrashRecoveryManager::addToHistory(const RecordingSessionPtr& session, const QString& path) {
+  if (use_.persistence.fetchTranscriptOfSession(session)) return false;
   const QString reason = localizedText("recording.recovered.reason");
   const TranscriptPtr transcript = use_.persistence.insertTranscript();
   transcript->date = session->startTime.value_or(use_.clock.now());
@@ -235,6 +253,7 @@ void CrashRecoveryManager::addToHistory(const RecordingSessionPtr& session, cons
   transcript->failedReason = reason;
   transcript->text = reason;
   transcript->recordingSession = session;
+  return true;
 }
 
 }  // namespace quillmere

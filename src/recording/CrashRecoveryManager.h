@@ -58,7 +58,9 @@ class CrashRecoveryManager {
   Task<Outcome> handle(RecordingSessionPtr session, QString sessionId, std::vector<RecoveredRecording>& recovered);
   Task<std::optional<QString>> recoverSession(RecordingSessionPtr session, QString path);
   bool isRecoverable(const QString& path) const;
-  void addToHistory(const RecordingSessionPtr& session, const QString& path);
+  void recoverUnsettled(std::vector<RecoveredRecording>& recovered);
+  // False when it has a transcript already.
+  bool addToHistory(const RecordingSessionPtr& session, const QString& path);
   void discard(const RecordingSessionPtr& session, const QString& path);
   void leaveFailure(const RecordingSessionPtr& session, const QString& path, const AnyError& error);
   void leaveBreadcrumb(const QString& message, ReportLevel level, const QVariantMap& data);

@@ -33,10 +33,17 @@ bool RecordingSessionManager::completeSession(const RecordingSessionPtr& session
   session->audioFilePath = path;
   session->durationInSeconds = duration;
   session->endTime = clock_.now();
+  if (tracksUntilSettled_) session->status = QString::fromLatin1(unsettledStatus);
   const bool isSaved = persistence_.save();
   if (session == currentRecordingSession_) currentRecordingSession_.reset();
   log_.info("✅ Updated recording session: duration=%ss, path=%s", QString::number(duration), path);
   return isSaved;
+}
+
+void RecordingSessionManager::settleSession(const RecordingSessionPtr& session) {
+  if (!session || !session->status) return;
+  session->status.reset();
+  persistence_.save();
 }
 
 RecordingSessionPtr RecordingSessionManager::takeCurrentSession() {

@@ -19,6 +19,13 @@ class RecordingSessionManager {
   RecordingSessionPtr createSession(const std::optional<QString>& deviceId, const QString& deviceName,
                                     double sampleRate, int channelCount, const QString& audioFormat,
                                     const std::optional<QString>& audioFilePath = {});
+  // With this on, a completed session is marked until settleSession(), in the same save: a process that is killed before
+  // its recording reached the history then gets it back at the next launch. Off at first.
+  void setTracksUntilSettled(bool value) { tracksUntilSettled_ = value; }
+  // The recording has its transcript, or was thrown away on purpose. Saved.
+  void settleSession(const RecordingSessionPtr& session);
+  static constexpr const char* unsettledStatus = "awaiting_transcript";
+
   // True when it is saved.
   bool completeSession(const RecordingSessionPtr& session, const QString& path, double duration);
   // For an attempt that failed: removes its file and its row. A session that was completed is never touched.
@@ -31,6 +38,7 @@ class RecordingSessionManager {
   const Clock& clock_;
   Logger log_;
   RecordingSessionPtr currentRecordingSession_;
+  bool tracksUntilSettled_ = false;
 };
 
 }  // namespace quillmere

@@ -449,6 +449,14 @@ std::vector<RecordingSessionPtr> PersistenceController::fetchUnfinishedRecording
   return found;
 }
 
+std::vector<RecordingSessionPtr> PersistenceController::fetchRecordingSessionsWithStatus(const QString& status) {
+  auto found = valueOrReport(context_->fetch<RecordingSession>("WHERE status = ? ORDER BY startTime, pk", status),
+                             "Failed to fetch recording sessions: %{public}@", "Failed to fetch recording sessions");
+  appendPending(*context_, found);
+  std::erase_if(found, [&](const RecordingSessionPtr& session) { return session->status != status; });
+  return found;
+}
+
 std::vector<RecordingSessionPtr> PersistenceController::fetchAllRecordingSessions() {
   auto found = valueOrReport(context_->fetch<RecordingSession>("ORDER BY startTime, pk"),
                              "Failed to fetch recording sessions: %{public}@", "Failed to fetch recording sessions");

@@ -1,0 +1,30 @@
+#pragma once
+#include "base/async/Await.h"
+#include "ports/MediaPlayback.h"
+
+namespace quillmere {
+
+class FakeMediaPlayback final : public MediaPlayback {
+ public:
+  int playing = 1;  // players that play
+  int paused = 0;   // of those, paused by us
+  Duration takes = Duration::zero();
+  int listens = 0, pauses = 0, plays = 0;
+
+  void startListening() override { ++listens; }
+  Task<int> pause() override {
+    ++pauses;
+    if (takes > Duration::zero()) co_await sleepFor(takes);
+    paused = playing;
+    playing = 0;
+    co_return paused;
+  }
+  Task<void> play() override {
+    ++plays;
+    if (takes > Duration::zero()) co_await sleepFor(takes);
+    playing += paused;
+    paused = 0;
+  }
+};
+
+}  // namespace quillmere
