@@ -87,7 +87,6 @@ Task<void> RecordingTranscriptionFlow::runToggle(std::shared_ptr<Toggle> toggle,
     logger_.info("Toggle task cancelled before execution");
     co_return;
   }
-  if (isShutDown_) co_return;
   const QString mode = modeName ? *modeName : selectedModeName(QStringLiteral("Default"));
   if (isRecording() || isStreamingActive()) {
     if (toggle->cancel.isCancelled()) {

@@ -43,9 +43,9 @@ bool isMicrophoneBusy(const AnyError& error) {
 }  // namespace
 
 Task<void> RecordingTranscriptionFlow::start(QString modeName, TimePoint pressedAt) {
+  if (isShutDown_) co_return;
   currentRecordingAttemptId_ = QUuid::createUuid().toString(QUuid::WithoutBraces);
-  const bool isStreamingShortcut =
-      use_.appState != nullptr && use_.appState->data().isStreamingShortcutTriggered;
+  const bool isStreamingShortcut = use_.appState != nullptr && use_.appState->data().isStreamingShortcutTriggered;
   if (isStreamingShortcut) currentRecordingTriggerSource_ = RecordingTriggerSource::streamingShortcut;
   leaveBreadcrumb(QStringLiteral("Recording start requested"), QStringLiteral("audio.recording"), ReportLevel::info,
                   {{QStringLiteral("mode"), modeName},

@@ -68,6 +68,8 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   if (!result || !result->path) {
     setRecordingState({RecordingState::Idle{}});
     disableCancelShortcut();
+    if (result && result->interruption && use_.appState != nullptr)
+      use_.appState->showNotice(localizedDescription(AudioError{AudioError::Kind::fileNotReadable, QString()}));
     use_.powerActivityManager.end();
     clearAttempt();
     co_return;
