@@ -66,9 +66,10 @@ class AccessibilityHelper {
   Published<bool>& accessibilityPermissionGranted() { return accessibilityPermissionGranted_; }
 
  private:
-  enum class Delivery { fetched, notFetched, noTarget, secureField, failed };
+  enum class Delivery { fetched, notFetched, secureField, failed };
 
-  Task<QString> reactivateTarget(std::optional<qint64> targetPID);
+  // False when another application stays in front.
+  Task<bool> reactivate(std::optional<RunningApplication> target);
   Task<SmartPasteResult> pasteWhole(QString text, QString targetBundleId);
   Task<SmartPasteResult> performSegmentedPaste(QString text, std::vector<ProcessedTag> processedTags);
   Task<SmartPasteResult> pasteSegments(std::vector<PasteSegment> segments);

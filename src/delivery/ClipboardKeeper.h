@@ -33,8 +33,8 @@ class ClipboardKeeper {
 
   // Puts the text on the clipboard, hidden from clipboard managers.
   bool writeText(const QString& text);
-  // Puts the text into the selection as well; what was marked is saved first.
-  Task<bool> writeSelection(QString text);
+  // Called after every restore.
+  void setOnRestored(std::function<void()> onRestored) { onRestored_ = std::move(onRestored); }
 
   void scheduleRestore(RestoreRule rule);
   void cancelRestore();
@@ -55,23 +55,22 @@ class ClipboardKeeper {
   // True when it may be restored, false when another program took the clipboard.
   Task<bool> waitUntilDue(RestoreRule rule, Duration delay);
   void restore();
-  void restoreSelection();
   void restoreManualCopy();
+  bool cancelManualRestoration();
   bool isRestoreWanted() const;
   Duration restoreDelay() const;
   void settled();
 
   Pasteboard& pasteboard_;
   const SettingsManager* const settings_;
-  Executor& executor_;
   Logger logger_;
 
   bool isInRecordingSession_ = false;
   std::optional<ClipboardItems> originalClipboardData_;
-  std::optional<QString> originalSelection_;
   std::optional<ManualCopy> manualCopy_;
   bool isTextOnClipboard_ = false;  // what was written last is a text of ours, not the user's own
-  bool isRestoreHeld_ = false;      // due, but nobody has fetched the text
+  std::function<void()> onRestored_;
+  bool isRestoreHeld_ = false;  // due, but nobody has fetched the text
   std::vector<Completion<void>> waitingForRestore_;
   TaskHandle<void> activeRestorationWorkItem_;
   TaskHandle<void> manualRestoration_;

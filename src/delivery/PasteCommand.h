@@ -1,7 +1,9 @@
 #pragma once
+#include <QString>
+#include <optional>
+
 #include "base/async/Task.h"
 #include "base/log/Logger.h"
-#include "delivery/ClipboardKeeper.h"
 #include "delivery/FocusProbe.h"
 #include "ports/Accessibility.h"
 #include "ports/KeySynthesizer.h"
@@ -32,18 +34,22 @@ class PasteCommand {
   // By the application in front, then by the focused element.
   Task<Target> target();
   // Looks once more and sends; the text is the one on the clipboard. Should the chord fail, Shift+Insert is tried.
-  Task<Outcome> send(ClipboardKeeper* keeper, QString text);
+  Task<Outcome> send(QString text);
   // Without a look at the target.
-  Task<bool> sendBlindly(ClipboardKeeper* keeper, QString text);
+  Task<bool> sendBlindly(QString text);
+  // Puts back what was marked before Shift+Insert needed the selection, if nobody has marked something since.
+  void restoreSelection();
 
  private:
-  Task<bool> sendShiftInsert(ClipboardKeeper* keeper, QString text);
+  Task<bool> sendShiftInsert(QString text);
 
   Pasteboard& pasteboard_;
   KeySynthesizer& keys_;
   Workspace& workspace_;
   Accessibility& accessibility_;
   Logger logger_;
+  bool isTextInSelection_ = false;
+  std::optional<QString> replacedSelection_;
 };
 
 }  // namespace quillmere

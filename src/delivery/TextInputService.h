@@ -15,6 +15,8 @@ class TextInputService {
   Task<bool> pasteText(QString text);
 
  private:
+  Task<bool> lendClipboard(QString text, std::optional<QString> previous);
+
   Pasteboard& pasteboard_;
   KeySynthesizer& keys_;
   Accessibility& accessibility_;
