@@ -44,6 +44,13 @@
 <message id="audio.error.readFile"><translation>Die Audiodatei konnte nicht gelesen werden.</translation></message>
 <message id="audio.error.recordingTooShort"><translation>Die Aufnahme war zu kurz.</translation></message>
 <message id="audio.error.noAudioTrack"><translation>Die Datei hat keine Tonspur.</translation></message>
+<message id="audio.error.noMicrophone"><translation>Es ist kein Mikrofon angeschlossen.</translation></message>
+<message id="audio.error.noSoundServer"><translation>Der Sound-Server läuft nicht. Bitte prüfen Sie die Klangeinstellungen.</translation></message>
+<message id="audio.error.soundServerSilent"><translation>Der Sound-Server antwortet nicht.</translation></message>
+<message id="audio.error.soundServerRefused"><translation>Der Sound-Server hat abgelehnt: %1</translation></message>
+<message id="recording.interrupted.deviceGone"><translation>Das Mikrofon wurde getrennt. Die Aufnahme bis dahin bleibt erhalten.</translation></message>
+<message id="recording.interrupted.serverGone"><translation>Der Sound-Server wurde beendet. Die Aufnahme bis dahin bleibt erhalten.</translation></message>
+<message id="recording.interrupted.writeFailed"><translation>Die Aufnahme kann nicht weiter geschrieben werden (%1). Was bis dahin aufgenommen wurde, bleibt erhalten.</translation></message>
 <message id="audio.error.fileWatcher.open"><translation>Der Ordner der Aufnahme konnte nicht beobachtet werden.</translation></message>
 <message id="audio.error.fileWatcher.timeout"><translation>Die Aufnahme wurde nicht rechtzeitig fertig.</translation></message>
 <message id="audio.error.fileWatcher.creation"><translation>Die Aufnahmedatei wurde nicht angelegt.</translation></message>
@@ -604,5 +611,10 @@
 <message id="recording.notice.soundServerGone.tooShort"><translation>Der Sound-Server ist beendet. Die Aufnahme war zu kurz.</translation></message>
 <message id="recording.notice.writeFailed"><translation>Die Platte nimmt keinen Ton mehr auf. %1 behalten.</translation></message>
 <message id="recording.notice.writeFailed.tooShort"><translation>Die Platte nimmt keinen Ton mehr auf. Die Aufnahme war zu kurz.</translation></message>
+<message id="audio.alert.accessibility.title"><translation>Quillmere sieht nicht, wo einzufügen ist</translation></message>
+<message id="audio.alert.accessibility.message"><translation>Der Bus der Bedienungshilfen dieser Sitzung antwortet nicht, deshalb lässt sich der Text nicht dort einfügen, wo Sie geschrieben haben. Er liegt in der Zwischenablage: Strg+V drücken.</translation></message>
+<message id="audio.alert.accessibility.open"><translation>Bedienungshilfen öffnen</translation></message>
+<message id="accessibility.error.paste.commandFailed"><translation>Das Tastenkürzel zum Einfügen konnte nicht gesendet werden.</translation></message>
+<message id="accessibility.error.paste.partial"><translation>Nur ein Teil des Textes konnte eingefügt werden.</translation></message>
 </context>
 </TS>

@@ -44,6 +44,13 @@
 <message id="audio.error.readFile"><translation>The audio file could not be read.</translation></message>
 <message id="audio.error.recordingTooShort"><translation>The recording was too short.</translation></message>
 <message id="audio.error.noAudioTrack"><translation>The file has no audio track.</translation></message>
+<message id="audio.error.noMicrophone"><translation>No microphone is connected.</translation></message>
+<message id="audio.error.noSoundServer"><translation>The sound server is not running. Please check your sound settings.</translation></message>
+<message id="audio.error.soundServerSilent"><translation>The sound server does not answer.</translation></message>
+<message id="audio.error.soundServerRefused"><translation>The sound server refused: %1</translation></message>
+<message id="recording.interrupted.deviceGone"><translation>The microphone was disconnected. What was recorded until then is kept.</translation></message>
+<message id="recording.interrupted.serverGone"><translation>The sound server ended. What was recorded until then is kept.</translation></message>
+<message id="recording.interrupted.writeFailed"><translation>The recording can't be written any more (%1). What was recorded until then is kept.</translation></message>
 <message id="audio.error.fileWatcher.open"><translation>The folder of the recording could not be watched.</translation></message>
 <message id="audio.error.fileWatcher.timeout"><translation>The recording was not finished in time.</translation></message>
 <message id="audio.error.fileWatcher.creation"><translation>The recording file was not created.</translation></message>
@@ -604,5 +611,10 @@
 <message id="recording.notice.soundServerGone.tooShort"><translation>The sound server stopped. The recording was too short to keep.</translation></message>
 <message id="recording.notice.writeFailed"><translation>The disk took no more audio. Kept %1.</translation></message>
 <message id="recording.notice.writeFailed.tooShort"><translation>The disk took no more audio. The recording was too short to keep.</translation></message>
+<message id="audio.alert.accessibility.title"><translation>Quillmere can’t see where to paste</translation></message>
+<message id="audio.alert.accessibility.message"><translation>The accessibility bus of this session does not answer, so the text can’t be put where you were typing. It is on the clipboard: press Ctrl+V.</translation></message>
+<message id="audio.alert.accessibility.open"><translation>Accessibility Settings</translation></message>
+<message id="accessibility.error.paste.commandFailed"><translation>The paste keystroke could not be sent.</translation></message>
+<message id="accessibility.error.paste.partial"><translation>Only a part of the text could be pasted.</translation></message>
 </context>
 </TS>
