@@ -33,7 +33,7 @@ TextField::TextField(Kind kind)
       startQt("password");
       break;
     case Kind::qtEditor:
-      startQt("plain");
+      startQt("edit");
       break;
     case Kind::chromiumTextarea:
       startChromium();
@@ -54,7 +54,7 @@ TextField::~TextField() {
 
 void TextField::startQt(const char* field) {
   process_.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/tests/text_target"),
-                 {QStringLiteral("--field"), QString::fromLatin1(field), QStringLiteral("--title"), title_});
+                 {QStringLiteral("--kind"), QString::fromLatin1(field), QStringLiteral("--title"), title_});
 }
 
 void TextField::startChromium() {

@@ -80,8 +80,7 @@ int handToSessionProgram(char** argv, Terminal& terminal) {
 
 int commandLineMain(int argc, char** argv, const SessionCommands* session) {
   signal(SIGPIPE, SIG_IGN);
-  const std::unique_ptr<QCoreApplication> application =
-      session ? session->makeApplication(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
+  const QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationName(QStringLiteral("quillmere"));
   QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMERE_VERSION));
   const Texts texts(Texts::languageFor(QProcessEnvironment::systemEnvironment(), Texts::available()));

@@ -1,16 +1,13 @@
 #pragma once
-#include <QCoreApplication>
 #include <functional>
-#include <memory>
 
 #include "app/cli/Commands.h"
 
 namespace quillmere {
 
-// The commands that need the sound server or the display, and the application object that they need. The program that
-// has them is a second one, so that the others start without those libraries.
+// The commands that need the sound server or the display. The program that has them is a second one, so that the others
+// start without those libraries.
 struct SessionCommands {
-  std::function<std::unique_ptr<QCoreApplication>(int& argc, char** argv)> makeApplication;
   std::function<Task<int>(CommandContext, DictateOptions)> dictate;
   std::function<Task<int>(CommandContext, DoctorOptions)> doctor;
 };

@@ -31,7 +31,12 @@ class AbsentPasteboard final : public Pasteboard {
   bool writeText(const QString&, bool) override { return false; }
   bool write(const ClipboardItems&) override { return false; }
   bool ownsContents() const override { return false; }
+  void expectFetch() override {}
+  bool wasFetched() const override { return false; }
   Task<bool> waitForFetch(Duration) override { co_return false; }
+  Task<std::optional<QString>> selectionString() override { co_return std::nullopt; }
+  bool writeSelection(const QString&) override { return false; }
+  bool ownsSelection() const override { return false; }
 };
 
 class AbsentKeySynthesizer final : public KeySynthesizer {

@@ -135,11 +135,11 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   }
   recording.timings.stopToFileReady = executor.now() - recording.stoppedAt;
   if (broken) context.terminal.err(broken->description);
-  if (!stopped || !stopped->path)
-    co_return Failed{CommandFailure{localizedText("cli.dictate.nothing"), exitFailure}};
+  if (!stopped || !stopped->path) co_return Failed{CommandFailure{localizedText("cli.dictate.nothing"), exitFailure}};
   if (stopped->duration < minimumSeconds || QFileInfo(*stopped->path).size() < minimumBytes) {
     forget(context.services, stopped);
-    co_return Failed{CommandFailure{localizedDescription(AudioError{AudioError::Kind::recordingTooShort, {}}), exitInput}};
+    co_return Failed{
+        CommandFailure{localizedDescription(AudioError{AudioError::Kind::recordingTooShort, {}}), exitInput}};
   }
   recording.result = std::move(*stopped);
   co_return recording;
@@ -162,7 +162,8 @@ void printTimings(Terminal& terminal, const DictationTimings& timings) {
                             {"cli.timings.total", timings.stopToText}};
   for (const TimingRow& row : rows)
     if (row.value)
-      terminal.err(QStringLiteral("%1 %2 ms").arg(localizedText(row.key).leftJustified(28))
+      terminal.err(QStringLiteral("%1 %2 ms")
+                       .arg(localizedText(row.key).leftJustified(28))
                        .arg(std::chrono::duration<double, std::milli>(*row.value).count(), 8, 'f', 1));
 }
 
@@ -200,12 +201,11 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   const auto session = makeSessionServices(services, SessionOptions{});
   if (options.isTyped && !session->hasDisplay())
     co_return fail(context, {localizedText("cli.dictate.noDisplay"), exitFailure});
-  auto connecting = session->devices->waitUntilReady();
-  co_await std::move(connecting);
-  session->audioManager->configure();
+  auto configuring = session->audioManager->configure();
+  co_await std::move(configuring);
   // The model loads while the user speaks.
   TaskScope background(executor);
-  background.spawn(services.pipeline->prepareModel(mode));
+  auto preparation = background.spawn(services.pipeline->prepareModel(mode));
 
   auto recorder = record(context, options, *session);
   auto recorded = co_await std::move(recorder);
@@ -221,7 +221,8 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
       path, recording.result.duration, services.settings->general().enableVAD(), QStringLiteral("Recording"));
   const VADProcessingResult trimmed = co_await std::move(trimming);
   recording.timings.trimming = executor.now() - trimmingStart;
-  if (trimmed.wasProcessed && trimmed.trimResult) services.persistence->setTrimmedAudioPath(row, trimmed.finalAudioPath);
+  if (trimmed.wasProcessed && trimmed.trimResult)
+    services.persistence->setTrimmedAudioPath(row, trimmed.finalAudioPath);
   recording.timings.stopToDecoding = executor.now() - recording.stoppedAt;
 
   const TimePoint decodingStart = executor.now();

@@ -43,9 +43,9 @@ struct DoctorPatient {
   SettingsManager& settings;
   Pasteboard* pasteboard = nullptr;
   KeySynthesizer* keys = nullptr;
-  QString displayName;  // empty without an X display
+  QString displayName = {};  // empty without an X display
   bool isWaylandSession = false;
-  std::function<Task<KeyringState>()> keyring;
+  std::function<Task<KeyringState>()> keyring = {};
 };
 
 // Runs the checks one after the other; the microphone is listened to for a second, into a file that goes again. Main

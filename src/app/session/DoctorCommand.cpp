@@ -37,8 +37,12 @@ const char* word(DoctorFinding::Verdict verdict) {
 
 Task<int> runDoctor(CommandContext context, DoctorOptions options) {
   const auto session = makeSessionServices(context.services, SessionOptions{});
-  DoctorPatient patient{*session->devices,      *session->recorders,    *session->accessibility, *context.services.modelManager,
-                        *context.services.speechEngine, *context.services.settings};
+  DoctorPatient patient{*session->devices,
+                        *session->recorders,
+                        *session->accessibility,
+                        *context.services.modelManager,
+                        *context.services.speechEngine,
+                        *context.services.settings};
   if (session->hasDisplay()) {
     patient.pasteboard = session->pasteboard.get();
     patient.keys = session->keySynthesizer.get();
@@ -54,8 +58,8 @@ Task<int> runDoctor(CommandContext context, DoctorOptions options) {
                                         {"advice", finding.advice}});
       return;
     }
-    context.terminal.out(QStringLiteral("%1 %2 %3").arg(mark(finding.verdict), finding.title.leftJustified(20),
-                                                        finding.detail));
+    context.terminal.out(
+        QStringLiteral("%1 %2 %3").arg(mark(finding.verdict), finding.title.leftJustified(20), finding.detail));
     if (!finding.advice.isEmpty()) context.terminal.out(QString(23, u' ') + finding.advice);
   };
   auto examining = examine(patient, show);

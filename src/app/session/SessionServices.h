@@ -30,6 +30,8 @@ struct SessionOptions {
   bool hasTriggers = false;
   // Takes this application's windows away before a paste.
   std::function<void()> hideWindows;
+  // What the recording side asks and shows; whether a file is in use is answered here.
+  AudioRecordingHooks hooks;
 };
 
 // What a dictation needs of the desktop session, over the services of every program; built in this order and taken down
