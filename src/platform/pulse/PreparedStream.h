@@ -4,8 +4,8 @@
 
 namespace quillmere {
 
-// A paused capture stream of the default source, kept ready once asked for. A paused stream neither runs the microphone
-// nor keeps it from being suspended. Main thread.
+// A paused capture stream of the default source, kept ready after prepare(). A paused stream neither runs the
+// microphone nor keeps it from being suspended. Main thread.
 class PreparedStream {
  public:
   PreparedStream(PulseConnection& connection, PulseAudioDevices& devices);
@@ -16,18 +16,20 @@ class PreparedStream {
   void prepare();
   void release();
   bool isReady() const { return stream_ != nullptr; }
-  // The stream, if there is one for the present default source; afterwards there is none.
+  // The stream, if there is one for the present default source. Afterwards none is kept until resume().
   std::shared_ptr<PulseStream> take();
+  void resume();
 
  private:
-  void open();
+  void open(const QString& source);
+  void opened(int error);
   void drop();
   void follow();
 
   PulseConnection& connection_;
   PulseAudioDevices& devices_;
   bool isWanted_ = false;
-  bool isOpening_ = false;
+  bool isRecording_ = false;
   quint64 number_ = 0;
   QString source_;
   std::shared_ptr<PulseStream> opening_;

@@ -28,13 +28,15 @@ class PulseAudioDevices final : public AudioDevices {
     std::vector<AudioInputDescription> inputs;
     QString defaultSource;
   };
-  struct Reading;
-  using Observer = std::function<void(Change)>;
+  struct Reading {
+    Snapshot snapshot;
+    int answers = 0;  // of the two: list and defaults
+    bool hasFailed = false;
+  };
 
   void stateChanged(PulseConnection::State state);
   void refresh();
-  void arrived(std::optional<Snapshot> snapshot);
-  void tell(Change change);
+  void arrived(Snapshot snapshot, bool isComplete);
   Task<void> nextSnapshot();
 
   PulseConnection& connection_;
@@ -43,10 +45,9 @@ class PulseAudioDevices final : public AudioDevices {
   bool hasSnapshot_ = false;
   bool isReading_ = false;
   bool isStale_ = false;
-  std::map<QString, std::vector<quint32>> boosted_;  // volumes above 100 % that were lowered here
+  std::map<QString, quint32> boosted_;  // volumes above 100 % that were lowered here
   std::vector<Completion<>> readers_;
-  std::shared_ptr<std::vector<std::shared_ptr<Observer>>> observers_ =
-      std::make_shared<std::vector<std::shared_ptr<Observer>>>();
+  Observers<Change> observers_;
   std::shared_ptr<int> alive_ = std::make_shared<int>();
   Subscription stateSubscription_;
   Subscription serverSubscription_;

@@ -27,11 +27,11 @@ class PulseAudioRecorder final : public AudioRecorder {
  private:
   enum class Phase { idle, starting, running, ending, over };
   struct Meter;
-  struct EndGuard;
+  class StartGuard;
 
-  Task<Result<std::shared_ptr<PulseStream>, PlatformError>> startCapture(std::shared_ptr<RecordingFile> file);
-  Task<int> startStream(std::shared_ptr<PulseStream> stream, bool isOpen, QString source,
-                        std::shared_ptr<RecordingFile> file);
+  void makeFile(const QString& path);
+  Task<Result<void, PlatformError>> startCapture();
+  Task<int> startStream(std::shared_ptr<PulseStream> stream, std::optional<QString> source);
   Task<void> stopSteps();
   Task<void> interrupt(Interruption::Kind kind, QString reason);
   Task<void> completeFile();
@@ -49,6 +49,7 @@ class PulseAudioRecorder final : public AudioRecorder {
   std::shared_ptr<RecordingFile> file_;
   Completion<Result<void, PlatformError>> opened_;
   Completion<> completed_;
+  std::optional<Interruption> earlyInterruption_;
   std::vector<Completion<>> stopWaiters_;
   std::function<void(Interruption)> observer_;
   std::shared_ptr<int> alive_ = std::make_shared<int>();

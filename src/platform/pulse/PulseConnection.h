@@ -8,6 +8,7 @@
 #include "base/async/Completion.h"
 #include "base/async/TaskScope.h"
 #include "base/log/Logger.h"
+#include "platform/pulse/Observers.h"
 #include "platform/pulse/PulseThread.h"
 
 struct pa_context;
@@ -57,18 +58,15 @@ class PulseConnection {
   using SuccessCallback = void (*)(pa_context*, int, void*);
   Task<int> request(std::function<pa_operation*(pa_context*, SuccessCallback, void*)> start, Duration limit);
 
+  // For timers of the library's thread.
+  pa_mainloop_api* api() const { return thread_.api(); }
   Executor& executor() const { return executor_; }
   const Logger& log() const { return log_; }
 
  private:
-  struct Observers {
-    std::vector<std::shared_ptr<std::function<void(State)>>> state;
-    std::vector<std::shared_ptr<std::function<void()>>> server;
-  };
   void connect();
   void setState(State state);
   void attemptEnded(quint64 attempt, bool isReady, int error);
-  void serverChanged();
 
   // On the library's thread.
   void openContext(quint64 attempt);
@@ -86,7 +84,8 @@ class PulseConnection {
   Duration pause_;
   Executor::TimerId timer_ = 0;
   std::vector<Completion<bool>> waiters_;
-  std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
+  Observers<State> stateObservers_;
+  Observers<> serverObservers_;
   std::shared_ptr<int> alive_ = std::make_shared<int>();
 
   // The library's thread only.

@@ -6,6 +6,7 @@
 #include <span>
 
 struct pa_context;
+struct pa_mainloop_api;
 struct pa_stream;
 struct pa_time_event;
 
@@ -19,10 +20,9 @@ class PulseStream : public std::enable_shared_from_this<PulseStream> {
   enum class End { sourceGone, serverGone };
   static constexpr int sampleRate = 16000;
 
-  PulseStream() = default;
+  explicit PulseStream(pa_mainloop_api* api) : api_(api) {}
   PulseStream(const PulseStream&) = delete;
   PulseStream& operator=(const PulseStream&) = delete;
-  ~PulseStream();
 
   // `ready` is called once with 0 or libpulse's error number.
   void open(pa_context* context, const QString& source, std::function<void(int)> ready);
@@ -42,6 +42,7 @@ class PulseStream : public std::enable_shared_from_this<PulseStream> {
   void timingArrived(bool isKnown);
   void drained();
 
+  pa_mainloop_api* const api_;
   pa_context* context_ = nullptr;
   pa_stream* stream_ = nullptr;
   pa_time_event* drainLimit_ = nullptr;
@@ -51,7 +52,6 @@ class PulseStream : public std::enable_shared_from_this<PulseStream> {
   std::function<void(End)> ended_;
   std::function<void()> drainDone_;
   bool isTimingKnown_ = false;
-  int drainBlocks_ = 0;
   std::int64_t awaitedBytes_ = 0;
   std::shared_ptr<PulseStream> self_;  // while open
 };

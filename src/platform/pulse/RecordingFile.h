@@ -36,12 +36,14 @@ class RecordingFile {
   // Never blocks on the disk. Ignored after complete().
   void append(std::span<const std::int16_t> samples);
   void complete();
+  void completeAndWait();
+  // Completes without leaving a file.
+  void discard();
 
  private:
   void run();
   Result<void, PlatformError> open();
   Result<void, PlatformError> write(std::span<const std::int16_t> samples);
-  bool isAtItsPlace() const;
   Result<void, PlatformError> restorePlace();
   void close();
 
@@ -51,6 +53,7 @@ class RecordingFile {
   std::condition_variable changed_;
   std::vector<std::int16_t> waiting_;  // guarded by mutex_
   bool isCompleting_ = false;          // guarded by mutex_
+  std::atomic<bool> isDiscarded_ = false;
 
   // The writing thread only.
   sf_private_tag* file_ = nullptr;

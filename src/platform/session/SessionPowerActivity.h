@@ -28,7 +28,6 @@ class SessionPowerActivity final : public PowerActivity {
   BusConnection& systemBus_;
   BusConnection& sessionBus_;
   Means lastMeans_ = Means::none;
-  quint64 nextNumber_ = 1;
   std::shared_ptr<SessionPowerActivity*> self_;
   TaskScope scope_;
 };

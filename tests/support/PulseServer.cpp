@@ -1,0 +1,138 @@
+#include "support/PulseServer.h"
+
+#include <QFile>
+#include <QStandardPaths>
+#include <thread>
+
+namespace quillmere {
+namespace {
+
+constexpr int processLimitMs = 20'000;
+
+bool isInstalled(const char* program) {
+  return !QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty();
+}
+
+}  // namespace
+
+PulseServer::PulseServer() {
+  daemon_.setProcessEnvironment(environment());
+  daemon_.setStandardOutputFile(QProcess::nullDevice());
+  daemon_.setStandardErrorFile(folder_.filePath(QStringLiteral("server.log")));
+}
+
+PulseServer::~PulseServer() {
+  kill();
+}
+
+bool PulseServer::isAvailable() {
+  return isInstalled("pulseaudio") && isInstalled("pactl") && isInstalled("paplay");
+}
+
+QString PulseServer::address() const {
+  return QStringLiteral("unix:") + folder_.filePath(QStringLiteral("native"));
+}
+
+QProcessEnvironment PulseServer::environment() const {
+  QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+  variables.insert(QStringLiteral("HOME"), folder_.path());
+  for (const char* name : {"XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "PULSE_RUNTIME_PATH"})
+    variables.insert(QString::fromLatin1(name), folder_.path());
+  for (const char* name : {"PULSE_SERVER", "PULSE_SINK", "PULSE_SOURCE", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS"})
+    variables.remove(QString::fromLatin1(name));
+  return variables;
+}
+
+bool PulseServer::start() {
+  // Without norewinds a null sink works in blocks of two seconds.
+  QStringList lines{QStringLiteral("load-module module-native-protocol-unix socket=%1/native").arg(folder_.path())};
+  lines += QStringLiteral(
+      "load-module module-null-sink sink_name=speakers norewinds=1 "
+      "sink_properties=\"device.description='Test Speakers' device.bus=pci device.form_factor=internal\"");
+  lines += QStringLiteral("set-default-sink speakers");
+  if (hasMicrophone_) {
+    lines += QStringLiteral(
+        "load-module module-null-sink sink_name=mic_feed norewinds=1 rate=48000 channels=1 "
+        "sink_properties=\"device.description='Mic Feed'\"");
+    lines += QStringLiteral(
+        "load-module module-remap-source source_name=virtual_mic master=mic_feed.monitor "
+        "source_properties=\"device.description='Virtual USB Microphone' device.bus=usb "
+        "device.form_factor=microphone\"");
+    lines += QStringLiteral("set-default-source virtual_mic");
+  }
+  lines += setup_;
+  const QString script = folder_.filePath(QStringLiteral("server.pa"));
+  QFile file(script);
+  if (!file.open(QIODevice::WriteOnly)) return false;
+  file.write(lines.join(QLatin1Char('\n')).toUtf8() + '\n');
+  file.close();
+  QFile::remove(folder_.filePath(QStringLiteral("native")));
+  daemon_.start(
+      QStringLiteral("pulseaudio"),
+      {QStringLiteral("-n"), QStringLiteral("-F"), script, QStringLiteral("--daemonize=no"),
+       QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--use-pid-file=no"), QStringLiteral("--realtime=no"),
+       QStringLiteral("--high-priority=no"), QStringLiteral("--log-target=stderr")});
+  if (!daemon_.waitForStarted(processLimitMs)) return false;
+  for (int attempt = 0; attempt < 400 && daemon_.state() == QProcess::Running; ++attempt) {
+    bool isReady = false;
+    pactl({QStringLiteral("info")}, &isReady);
+    if (isReady) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));
+  }
+  return false;
+}
+
+void PulseServer::kill() {
+  if (daemon_.state() == QProcess::NotRunning) return;
+  daemon_.kill();
+  daemon_.waitForFinished(processLimitMs);
+}
+
+void PulseServer::terminate() {
+  if (daemon_.state() == QProcess::NotRunning) return;
+  daemon_.terminate();
+  daemon_.waitForFinished(processLimitMs);
+}
+
+QString PulseServer::pactl(const QStringList& arguments, bool* ok) {
+  QProcess process;
+  process.setProcessEnvironment(environment());
+  process.start(QStringLiteral("pactl"), QStringList{QStringLiteral("--server"), address()} + arguments);
+  const bool isFinished = process.waitForFinished(processLimitMs);
+  if (ok) *ok = isFinished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+  return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+int PulseServer::loadModule(const QStringList& arguments) {
+  bool isLoaded = false;
+  const int number = pactl(QStringList{QStringLiteral("load-module")} + arguments, &isLoaded).toInt();
+  return isLoaded ? number : -1;
+}
+
+bool PulseServer::unloadModule(int number) {
+  bool isUnloaded = false;
+  pactl({QStringLiteral("unload-module"), QString::number(number)}, &isUnloaded);
+  return isUnloaded;
+}
+
+int PulseServer::plugIn(const QString& name, const QString& properties) {
+  const QString feed = name + QStringLiteral("_feed");
+  const int number = loadModule({QStringLiteral("module-null-sink"), QStringLiteral("sink_name=") + feed,
+                                 QStringLiteral("norewinds=1"), QStringLiteral("channels=1")});
+  if (number < 0) return number;
+  const int source =
+      loadModule({QStringLiteral("module-remap-source"), QStringLiteral("source_name=") + name,
+                  QStringLiteral("master=%1.monitor").arg(feed), QStringLiteral("source_properties=") + properties});
+  return source < 0 ? source : number;
+}
+
+std::unique_ptr<QProcess> PulseServer::play(const QString& wavPath, const QString& sink) {
+  auto process = std::make_unique<QProcess>();
+  process->setProcessEnvironment(environment());
+  process->start(QStringLiteral("paplay"), {QStringLiteral("--server"), address(), QStringLiteral("--device"), sink,
+                                            QStringLiteral("--latency-msec=50"), wavPath});
+  process->waitForStarted(processLimitMs);
+  return process;
+}
+
+}  // namespace quillmere
