@@ -155,11 +155,16 @@ xkb_keymap* XkbKeyboard::unitedStates() {
   return unitedStates_.get();
 }
 
-std::vector<XkbKeyboard::Key> XkbKeyboard::keysFor(xkb_keysym_t symbol) {
+std::vector<XkbKeyboard::Key> XkbKeyboard::keysOnLayoutsFor(xkb_keysym_t symbol) {
   refresh();
   std::vector<Key> keys = keysOn(keymap_.get(), layout_, symbol);
   for (xkb_layout_index_t layout = 0; keys.empty() && layout < xkb_keymap_num_layouts(keymap_.get()); ++layout)
     keys = keysOn(keymap_.get(), layout, symbol);
+  return keys;
+}
+
+std::vector<XkbKeyboard::Key> XkbKeyboard::keysFor(xkb_keysym_t symbol) {
+  std::vector<Key> keys = keysOnLayoutsFor(symbol);
   if (keys.empty() && unitedStates()) keys = keysOn(unitedStates(), 0, symbol);
   return keys;
 }

@@ -40,6 +40,8 @@ class XkbKeyboard {
   // The keys that give the symbol: on the layout that is on, else on the first other one that has it, else where a US
   // keyboard has it. Keys that give it without Shift before those that need it, of which one is enough.
   std::vector<Key> keysFor(xkb_keysym_t symbol);
+  // The same without the US keyboard: no key when no layout has the symbol.
+  std::vector<Key> keysOnLayoutsFor(xkb_keysym_t symbol);
   // What the key gives without modifiers. XKB_KEY_NoSymbol for a key without a meaning.
   xkb_keysym_t plainSymbol(xcb_keycode_t code);
   // The same by which a combination is written down: what keysFor() finds again, in Latin letters where the layout that
