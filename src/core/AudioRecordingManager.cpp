@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "audio/AudioFileConverter.h"
-#include "audio/VADProcessingService.h"
+#include "audio/VADProcessing.h"
 #include "context/ApplicationContextGatherer.h"
 #include "context/ElectronAppDetector.h"
 #include "context/SelectedTextReader.h"

@@ -58,7 +58,7 @@ class SettingsManager;
 class SimpleRecorder;
 class SpokenFileTags;
 class TranscriptionPipeline;
-class VADProcessingService;
+class VADProcessing;
 class Workspace;
 struct AccessibilityAlert;
 struct PasteSegment;
@@ -92,7 +92,7 @@ struct AudioRecordingServices {
   TranscriptionPipeline& pipeline;
   MediaReaderFactory& mediaReaders;
   AudioFileConverter& audioFileConverter;
-  VADProcessingService& vadProcessingService;
+  VADProcessing& vadProcessingService;
   const NetworkStatus& network;
   StandardFolders folders;
   ErrorReporting* errorReporting = nullptr;

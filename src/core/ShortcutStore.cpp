@@ -56,7 +56,11 @@ void ShortcutStore::apply(const QString& name) {
     logger_.warning("No keys in the setting %{public}s", shortcutSettingKey(name));
     if (appState_ != nullptr) appState_->showError(localizedText("shortcuts.error.invalid", stored));
   }
-  const auto result = shortcuts_.setShortcut(name, wanted);
+  auto result = shortcuts_.setShortcut(name, wanted);
+  // Where two names exchange their keys, the other one waits for what this one has just given up.
+  for (const QString& other : unavailable_)
+    if (!result && wanted && shortcuts_.shortcut(other) == wanted && shortcuts_.setShortcut(other, std::nullopt))
+      result = shortcuts_.setShortcut(name, wanted);
   if (result) return;
   logger_.warning("The keys for %{public}s can't be had: %{public}s", name, result.error().description);
   if (!wanted) return;

@@ -1,0 +1,70 @@
+#pragma once
+#include <QTemporaryDir>
+
+#include "core/AppState.h"
+#include "core/DictationControl.h"
+#include "core/ShortcutNames.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeErrorReporting.h"
+#include "support/FakeGlobalShortcuts.h"
+#include "support/FakeUserNotices.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+
+// A recording side that notes what triggers ask of it.
+class FakeDictationControl final : public DictationControl {
+ public:
+  bool isRecording = false;
+  double duration = 0;
+  QStringList calls;
+
+  void toggleRecording(std::optional<QString> modeName, bool stopOnly, RecordingTriggerSource trigger) override {
+    calls << QStringLiteral("toggle ") + rawValue(trigger) + (stopOnly ? QStringLiteral(" stopOnly") : QString()) +
+                 (modeName ? QStringLiteral(" ") + *modeName : QString());
+  }
+  void cancelFromShortcut() override { calls << QStringLiteral("cancel"); }
+  bool isRecordingNow() const override { return isRecording; }
+  double liveRecordingDuration() const override { return duration; }
+  void configurePushToTalk() override { calls << QStringLiteral("configure"); }
+
+  QStringList takeCalls() { return std::exchange(calls, {}); }
+};
+
+// What triggers stand on: settings, state and shortcuts without a platform.
+struct TriggerFixture {
+  TestTexts texts;
+  ManualExecutor executor;
+  QTemporaryDir home;
+  FakeDefaultsStore defaults;
+  FakeUserNotices notices;
+  FakeErrorReporting reporting;
+  FakeGlobalShortcuts shortcuts;
+  FakeDictationControl dictation;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  Logging logging{log};
+  StandardFolders folders{home.filePath("data"), home.filePath("Documents"), home.filePath("Downloads"),
+                          home.filePath("tmp")};
+  SettingsManager settings{defaults, folders, logging};
+  AppState state{executor, defaults, &settings, &notices, logging};
+
+  void setHeld(bool isHeld) {
+    state.update([isHeld](AppStateData& data) { data.isToggleRecordingShortcutHeld = isHeld; });
+  }
+  void giveKeys(const char* name, const char* keys) {
+    ASSERT_TRUE(shortcuts.setShortcut(name, KeyCombination::parse(keys)));
+  }
+  void press(const char* name) {
+    EXPECT_TRUE(shortcuts.press(name)) << name;
+    executor.runReady();
+  }
+  void release(const char* name) {
+    EXPECT_TRUE(shortcuts.release(name)) << name;
+    executor.runReady();
+  }
+};
+
+}  // namespace quillmere
