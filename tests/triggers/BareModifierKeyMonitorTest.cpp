@@ -1,0 +1,348 @@
+#include "triggers/BareModifierKeyMonitor.h"
+
+#include "support/FakeErrorReporting.h"
+#include "support/FakeKeyEventMonitor.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A monitor with a user who acts by the clock. Signals are noted with their time: "down@250 up@2000".
+class Desk {
+ public:
+  explicit Desk(ModifierKey key = ModifierKey::control) : key_(key) {
+    monitor.setOnModifierDown([this] { note("down"); });
+    monitor.setOnModifierUp([this] { note("up"); });
+    monitor.setOnInterferenceDetected([this] { note("interference"); });
+    monitor.start(key);
+  }
+
+  // Steps such as "250+": at 250 ms the key goes down. '-' up, 'k' an ordinary key, 'm' and 'M' Super down and up, 'o'
+  // and 'O' the option key of the other side, 's' suspend, 'r' resume, 'i' resetToIdle, 'd' double press off, 'z' stop,
+  // 'a' start again, '.' nothing. What is due at a time happens before the step of that time.
+  void play(const QString& script) {
+    for (const QString& step : script.split(u' ', Qt::SkipEmptyParts)) {
+      const Duration at = std::chrono::milliseconds(step.chopped(1).toLongLong());
+      executor.advance(at - (executor.now() - start_));
+      act(step.back());
+      executor.runReady();
+    }
+  }
+
+  ManualExecutor executor;
+  FakeKeyEventMonitor keyboard;
+  FakeErrorReporting reporting;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  BareModifierKeyMonitor monitor{keyboard, executor, &reporting, Logging(log)};
+  QStringList signalled;
+
+ private:
+  void note(const char* signal) {
+    const qint64 at = (executor.now() - start_) / 1ms;
+    signalled << QStringLiteral("%1@%2").arg(QLatin1String(signal)).arg(at);
+  }
+  void set(unsigned mask, bool isOn) { keyboard.setFlags(flags_ = isOn ? flags_ | mask : flags_ & ~mask); }
+  void act(QChar action) {
+    const bool isOption = key_ == ModifierKey::leftOption || key_ == ModifierKey::rightOption;
+    const unsigned own = BareModifierReducer::flagMask(key_) | (isOption ? modifierFlags::option : 0);
+    const unsigned otherSide = modifierFlags::option | (key_ == ModifierKey::leftOption ? modifierFlags::rightOption
+                                                                                        : modifierFlags::leftOption);
+    switch (action.unicode()) {
+      case u'+':
+        return set(own, true);
+      case u'-':
+        return set(own, false);
+      case u'k':
+        return keyboard.pressKey();
+      case u'm':
+        return set(modifierFlags::command, true);
+      case u'M':
+        return set(modifierFlags::command, false);
+      case u'o':
+        return set(otherSide, true);
+      case u'O':
+        return set(otherSide, false);
+      case u's':
+        return monitor.setSuspended(true);
+      case u'r':
+        return monitor.setSuspended(false);
+      case u'i':
+        return monitor.resetToIdle();
+      case u'd':
+        return monitor.setDoublePressEnabled(false);
+      case u'z':
+        return monitor.stop();
+      case u'a':
+        return monitor.start(key_);
+      case u'.':
+        return;
+      default:
+        FAIL() << "no such step";
+    }
+  }
+
+  const ModifierKey key_;
+  const TimePoint start_ = executor.now();
+  unsigned flags_ = 0;
+};
+
+struct Gesture {
+  const char* name;
+  ModifierKey key;
+  const char* script;
+  const char* expected;
+  MonitorState endsIn;
+};
+
+class BareModifierGestures : public testing::TestWithParam<Gesture> {};
+
+TEST_P(BareModifierGestures, GiveTheirSignals) {
+  const Gesture& gesture = GetParam();
+  Desk desk(gesture.key);
+  desk.play(QString::fromLatin1(gesture.script));
+  EXPECT_EQ(desk.signalled.join(u' '), QString::fromLatin1(gesture.expected));
+  EXPECT_EQ(rawValue(desk.monitor.state()), rawValue(gesture.endsIn));
+}
+
+constexpr auto fn = ModifierKey::fn;
+constexpr auto control = ModifierKey::control;
+constexpr auto left = ModifierKey::leftOption;
+constexpr auto right = ModifierKey::rightOption;
+constexpr auto idle = MonitorState::idle;
+constexpr auto waiting = MonitorState::waitingForActivation;
+constexpr auto active = MonitorState::pttActive;
+constexpr auto latched = MonitorState::latchActive;
+constexpr auto unlatching = MonitorState::unlatchPending;
+
+const Gesture gestures[] = {
+    {"HoldLong", control, "0+ 1800- 9000.", "down@250 up@1800", idle},
+    {"HoldJustTooLongForTheLock", control, "0+ 1751- 9000.", "down@250 up@1751", idle},
+    {"HoldOfExactlyTheWindowLocks", control, "0+ 1750- 9000.", "down@250", latched},
+    {"ShortHoldLocks", control, "0+ 300- 9000.", "down@250", latched},
+    {"ReleaseAtActivationLocks", control, "0+ 250- 9000.", "down@250", latched},
+    {"QuickTap", control, "0+ 249- 9000.", "down@349 up@1749", idle},
+    {"NothingBeforeTheDelayedStart", control, "0+ 100- 199.", "", active},
+    {"TapTap", control, "0+ 100- 400+ 500- 9000.", "down@200", latched},
+    {"TapTapBeforeTheDelayedStart", control, "0+ 50- 90+ 120- 9000.", "down@150", latched},
+    {"SecondPressHoldsOffTheEndOfTheWindow", control, "0+ 100- 1590+ 1700- 9000.", "down@200 up@1700", idle},
+    {"SecondReleaseAtExactlyTheWindowLocks", control, "0+ 100- 1590+ 1600- 9000.", "down@200", latched},
+    {"SecondPressAfterTheWindowIsANewGesture", control, "0+ 100- 1700+ 1800- 1850.", "down@200 up@1600", active},
+    {"BounceAfterTheLock", control, "0+ 300- 1299+ 1299- 9000.", "down@250", latched},
+    {"UnlockBeginsOneSecondAfterTheLock", control, "0+ 300- 1300+", "down@250", unlatching},
+    {"IgnoredPressAndReleaseDoNotCountAsATap", control, "0+ 300- 1200+ 1400- 2000+ 2100- 9000.", "down@250", latched},
+    {"TwoTapsUnlock", control, "0+ 300- 2000+ 2100- 2500+ 2600- 9000.", "down@250 up@2600", idle},
+    {"SecondTapMayBeHeldBeyondTheTimer", control, "0+ 300- 2000+ 2100- 2500+ 3599-", "down@250 up@3599", idle},
+    {"UnlockAfterTheTimerBeginsAnew", control, "0+ 300- 2000+ 2100- 2500+ 3601- 9000.", "down@250", latched},
+    {"OneTapFallsBackToTheLock", control, "0+ 300- 2000+ 2100- 3600.", "down@250", latched},
+    {"OneTapWaits", control, "0+ 300- 2000+ 2100- 3599.", "down@250", unlatching},
+    {"AfterTheFallBackTwoTapsUnlock", control, "0+ 300- 2000+ 2100- 5000+ 5100- 5200+ 5300- 9000.", "down@250 up@5300",
+     idle},
+    {"ALongPressWhileLockedIsTheFirstTap", control, "0+ 300- 2000+ 8000- 8100+ 8200-", "down@250 up@8200", idle},
+
+    {"KeyDuringActivation", control, "0+ 100k 200- 9000.", "interference@100", idle},
+    {"KeyDuringTheHold", control, "0+ 500k 600- 9000.", "down@250 interference@500", idle},
+    {"KeyBetweenTapAndDelayedStart", control, "0+ 100- 150k 9000.", "interference@150", idle},
+    {"KeyInTheWindowOfATap", control, "0+ 100- 900k 9000.", "down@200 interference@900", idle},
+    {"KeyWhileIdle", control, "0k 100k", "", idle},
+    {"KeysAreFreeWhileLocked", control, "0+ 300- 1000k 2000m 2100k 2200M 9000.", "down@250", latched},
+    {"KeysAreFreeWhileUnlocking", control, "0+ 300- 2000+ 2050k 2100- 2200k 2300+ 2400-", "down@250 up@2400", idle},
+    {"OtherModifierFirstThenTheKey", control, "0m 100+ 500M 600-", "down@350", latched},
+    {"OtherModifierDuringActivation", control, "0+ 100m 200- 300M 9000.", "interference@100", idle},
+    {"OtherModifierDuringTheHold", control, "0+ 500m 600- 700M 9000.", "down@250 interference@500", idle},
+    {"OptionSpoilsControl", control, "0+ 500o 600-", "down@250 interference@500", idle},
+    {"OptionSpoilsFn", fn, "0+ 500o 600-", "down@325 interference@500", idle},
+    {"TheOtherOptionDoesNotSpoilTheLeftOne", left, "0+ 500o 600O 1000-", "down@250", latched},
+    {"TheOtherOptionDoesNotSpoilTheRightOne", right, "0+ 500o 600O 2000-", "down@250 up@2000", idle},
+    {"TheOtherOptionIsNotTheKey", left, "0o 1000O", "", idle},
+    {"SuperSpoilsTheRightOption", right, "0+ 100m", "interference@100", idle},
+    {"AfterAnInterferenceTheHeldKeyCountsAgainAtTheNextChange", control, "0+ 500m 600M 700- 9000.",
+     "down@250 interference@500 down@800 up@2200", idle},
+
+    {"FnHold", fn, "0+ 2000- 9000.", "down@325 up@2075", idle},
+    {"FnFlickersDuringTheHold", fn, "0+ 1000- 1074+ 2000- 9000.", "down@325 up@2075", idle},
+    {"FnLetGoFor75msIsAReleaseAndLocks", fn, "0+ 1000- 1075+ 9000.", "down@325", latched},
+    {"FnFlickerFromIdle", fn, "0+ 74- 9000.", "", idle},
+    {"FnTwoQuickTapsLock", fn, "0+ 100- 400+ 500- 9000.", "down@275", latched},
+    {"FnTapsOfTheLatchAreSeenAtOnce", fn, "0+ 500- 2000+ 2010- 2020+ 2030- 9000.", "down@325 up@2030", idle},
+
+    {"DoublePressOffHold", control, "0d 0+ 300- 9000.", "down@250 up@300", idle},
+    {"DoublePressOffLongHold", control, "0d 0+ 3000- 9000.", "down@250 up@3000", idle},
+    {"DoublePressOffQuickTap", control, "0d 0+ 200- 9000.", "", idle},
+
+    {"SuspensionDuringActivationDropsTheTimer", control, "0+ 100s 9000.", "", waiting},
+    {"SuspensionHidesEverything", control, "0s 100+ 500k 600- 700m 9000.", "", idle},
+    {"ReleaseDuringSuspensionIsNotSeen", control, "0+ 500s 600- 700r 9000.", "down@250", active},
+    {"PressAfterSuspensionCountsAndItsReleaseEnds", control, "0+ 500s 600- 700r 3000+ 3100-", "down@250 up@3100", idle},
+    {"SuspensionInTheWindowOfATapKeepsTheDelayedStart", control, "0+ 100- 150s 9000.", "down@200", active},
+    {"SuspensionWhileLockedKeepsTheLock", control, "0+ 300- 400s 500r 2000+ 2100- 2200+ 2300-", "down@250 up@2300",
+     idle},
+    {"SuspensionForgetsFn", fn, "0+ 50s 60r 9000.", "", idle},
+
+    {"ResetDuringActivationDoesNothing", control, "0+ 100i 400.", "down@250", active},
+    {"ResetDuringTheHold", control, "0+ 500i 600- 9000.", "down@250", idle},
+    {"ResetWhileLockedMakesTheNextPressAStart", control, "0+ 300- 400i 500+ 3000-", "down@250 down@750 up@3000", idle},
+    {"ResetInTheWindowOfATap", control, "0+ 100- 150i 9000.", "", idle},
+    {"ResetWhileUnlocking", control, "0+ 300- 2000+ 2100- 2200i 9000.", "down@250", idle},
+
+    {"StopDuringActivation", control, "0+ 100z 9000.", "", idle},
+    {"StopWhileLocked", control, "0+ 300- 400z 3000+ 3100- 9000.", "down@250", idle},
+    {"StopEndsASuspension", control, "0s 10z 20a 100+ 2500-", "down@350 up@2500", idle},
+    {"StartForgetsTheGesture", control, "0+ 300- 400a 500+ 3000-", "down@250 down@750 up@3000", idle},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, BareModifierGestures, testing::ValuesIn(gestures),
+                         [](const auto& test) { return test.param.name; });
+
+TEST(BareModifierKeyMonitor, WritesDownALockAndAnUnlock) {
+  Desk desk;
+  desk.play(QStringLiteral("0+ 100- 400+ 500- 900+ 950- 2000+ 2100- 3600. 4000+ 4100- 4500+ 4600- 4700z"));
+  EXPECT_EQ(
+      desk.log->lines(),
+      QStringList({QStringLiteral("BareModifierKeyMonitor started for control using CGEventTap"),
+                   QStringLiteral("Double-tap delayed recording start triggered"),
+                   QStringLiteral("Double tap lock confirmed"),
+                   QStringLiteral("Ignoring keyDown - too soon after lock (400ms < 1000ms)"),
+                   QStringLiteral("Double tap unlock: first tap complete, waiting for second"),
+                   QStringLiteral("Unlock timeout - going back to locked mode"),
+                   QStringLiteral("Double tap unlock: first tap complete, waiting for second"),
+                   QStringLiteral("Double tap unlock confirmed"), QStringLiteral("BareModifierKeyMonitor stopped")}));
+  QStringList crumbs;
+  for (const Breadcrumb& crumb : desk.reporting.breadcrumbs) {
+    EXPECT_EQ(crumb.category, QStringLiteral("ptt.doubletap"));
+    EXPECT_EQ(crumb.data.value(QStringLiteral("mode")), QStringLiteral("control"));
+    crumbs << crumb.message;
+    for (auto datum = crumb.data.begin(); datum != crumb.data.end(); ++datum)
+      if (datum.key() != QLatin1String("mode"))
+        crumbs.back() += QStringLiteral("; %1=%2").arg(datum.key(), datum.value().toString());
+  }
+  EXPECT_EQ(
+      crumbs,
+      QStringList({QStringLiteral("Double-tap first tap detected; doublePressInterval=1.5; doubleTapStartDelay=0.1; "
+                                  "newState=pttActive; previousState=waitingForActivation"),
+                   QStringLiteral("Double-tap lock confirmed; timeSinceFirstTap=0.4; withinInterval=true"),
+                   QStringLiteral("Bounce protection: ignoring early unlock attempt; minimumLockDurationMs=1000; "
+                                  "timeSinceLockMs=400"),
+                   QStringLiteral("Double-tap unlock first tap detected; doublePressInterval=1.5; "
+                                  "previousState=unlatchPending"),
+                   QStringLiteral("Unlock timeout - no second tap detected; doublePressInterval=1.5; "
+                                  "outcome=backToLocked; timeSinceFirstTap=1.5"),
+                   QStringLiteral("Double-tap unlock first tap detected; doublePressInterval=1.5; "
+                                  "previousState=unlatchPending"),
+                   QStringLiteral("Double-tap unlock confirmed; timeSinceFirstTap=0.5; withinInterval=true")}));
+}
+
+TEST(BareModifierKeyMonitor, WritesDownWhyARecordingEnds) {
+  struct Case {
+    const char* script;
+    const char* message;
+    const char* category;
+    std::vector<std::pair<const char*, QVariant>> data;
+    const char* line;  // null: none
+  };
+  const Case cases[] = {
+      {"0+ 2000-",
+       "Single tap release - stopping recording",
+       "ptt.doubletap",
+       {{"reason", QStringLiteral("tooSlow")}, {"timeSinceFirstTap", 1.75}, {"doublePressInterval", 1.5}},
+       nullptr},
+      {"0d 0+ 500-",
+       "Single tap release - stopping recording",
+       "ptt.doubletap",
+       {{"reason", QStringLiteral("doublePressDisabled")}, {"timeSinceFirstTap", 0.25}},
+       nullptr},
+      {"0+ 100- 1600.",
+       "Latch timeout - no second tap detected",
+       "ptt.doubletap",
+       {{"outcome", QStringLiteral("stoppingRecording")}, {"timeSinceFirstTap", 1.5}},
+       nullptr},
+      {"0+ 500k",
+       "Interference detected while PTT active",
+       "ptt.interference",
+       {{"previousState", QStringLiteral("pttActive")}, {"outcome", QStringLiteral("stoppingRecording")}},
+       "BareModifierKeyMonitor interference while active - stopping PTT"},
+      {"0+ 100k",
+       "Interference detected during activation",
+       "ptt.interference",
+       {{"previousState", QStringLiteral("waitingForActivation")}, {"outcome", QStringLiteral("cancelled")}},
+       "BareModifierKeyMonitor interference during activation - cancelling PTT start"},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.script);
+    Desk desk;
+    desk.play(QString::fromLatin1(each.script));
+    ASSERT_FALSE(desk.reporting.breadcrumbs.empty());
+    const Breadcrumb& crumb = desk.reporting.breadcrumbs.back();
+    EXPECT_EQ(crumb.message, QString::fromLatin1(each.message));
+    EXPECT_EQ(crumb.category, QString::fromLatin1(each.category));
+    for (const auto& [name, value] : each.data) EXPECT_EQ(crumb.data.value(QString::fromLatin1(name)), value) << name;
+    if (each.line) {
+      EXPECT_TRUE(desk.log->contains(QString::fromLatin1(each.line)));
+    }
+  }
+}
+
+TEST(BareModifierKeyMonitor, LeavesNoBreadcrumbsWithoutTheUsersLeave) {
+  Desk desk;
+  desk.reporting.isOn = false;
+  desk.play(QStringLiteral("0+ 100- 400+ 500-"));
+  EXPECT_TRUE(desk.reporting.breadcrumbs.empty());
+}
+
+TEST(BareModifierKeyMonitor, SaysThatTheKeyboardCanNotBeWatched) {
+  Desk desk;
+  desk.keyboard.isAllowed = false;
+  desk.monitor.start(ModifierKey::rightOption);
+  EXPECT_FALSE(desk.monitor.isMonitoring());
+  EXPECT_EQ(desk.log->lines(LogLevel::error),
+            QStringList{QStringLiteral(
+                "BareModifierKeyMonitor: Failed to create CGEventTap - check Accessibility permissions")});
+  desk.keyboard.isAllowed = true;
+  desk.monitor.start(ModifierKey::rightOption);
+  EXPECT_TRUE(desk.monitor.isMonitoring());
+  desk.monitor.stop();
+  EXPECT_FALSE(desk.monitor.isMonitoring());
+  EXPECT_FALSE(desk.keyboard.isRunning());
+}
+
+TEST(BareModifierKeyMonitor, OwnKeystrokesThatArriveLateAreStillThoseOfTheSuspension) {
+  Desk desk;
+  desk.play(QStringLiteral("0+ 300- 400s"));
+  ASSERT_EQ(desk.monitor.state(), MonitorState::latchActive);
+  desk.keyboard.onTheirWay = {{ModifierEvent::Kind::flagsChanged, modifierFlags::control},
+                              {ModifierEvent::Kind::keyDown, modifierFlags::control},
+                              {ModifierEvent::Kind::flagsChanged, 0}};
+  desk.play(QStringLiteral("2000r 9000."));
+  EXPECT_TRUE(desk.keyboard.onTheirWay.empty());
+  EXPECT_EQ(desk.monitor.state(), MonitorState::latchActive);
+  EXPECT_EQ(desk.signalled, QStringList{QStringLiteral("down@250")});
+}
+
+TEST(BareModifierKeyMonitor, AHandlerMayResetOrStopTheMonitor) {
+  Desk desk;
+  desk.monitor.setOnModifierDown([&] { desk.monitor.resetToIdle(); });
+  desk.play(QStringLiteral("0+ 300."));
+  EXPECT_EQ(desk.monitor.state(), MonitorState::idle);
+  desk.monitor.setOnModifierDown([&] { desk.monitor.stop(); });
+  desk.play(QStringLiteral("400- 500+ 900- 9000."));
+  EXPECT_FALSE(desk.monitor.isMonitoring());
+  EXPECT_EQ(desk.executor.timerCount(), 0u);
+}
+
+TEST(BareModifierKeyMonitor, LeavesNothingBehind) {
+  ManualExecutor executor;
+  FakeKeyEventMonitor keyboard;
+  {
+    BareModifierKeyMonitor monitor(keyboard, executor, nullptr, Logging());
+    monitor.start(ModifierKey::fn);
+    keyboard.setFlags(modifierFlags::function);
+    EXPECT_EQ(executor.timerCount(), 1u);
+  }
+  EXPECT_FALSE(keyboard.isRunning());
+  EXPECT_EQ(executor.timerCount(), 0u);
+}
+
+}  // namespace
+}  // namespace quillmere
