@@ -597,6 +597,48 @@
 <message id="models.progress.amount"><translation>%1 von %2</translation></message>
 <message id="models.progress.left"><translation>%1 · noch %2</translation></message>
 <message id="models.use.notSaved"><translation>Die Wahl ließ sich nicht speichern. Sie gilt, bis das Programm endet.</translation></message>
+<message id="sidebar.models"><translation>Modelle</translation></message>
+<message id="recording.dialog.recording"><translation>Aufnahme läuft</translation></message>
+<message id="recording.dialog.key.enter"><translation>Enter</translation></message>
+<message id="recording.dialog.key.escape"><translation>Esc</translation></message>
+<message id="history.search"><translation>Suchen</translation></message>
+<message id="history.dictate"><translation>Diktieren</translation></message>
+<message id="history.stop"><translation>Stoppen</translation></message>
+<message id="history.transcribeFile"><translation>Datei transkribieren…</translation></message>
+<message id="history.retry"><translation>Noch einmal</translation></message>
+<message id="history.copy"><translation>Kopieren</translation></message>
+<message id="history.copied"><translation>Kopiert</translation></message>
+<message id="history.paste"><translation>Einfügen</translation></message>
+<message id="history.play"><translation>Abspielen</translation></message>
+<message id="history.more"><translation>Weitere Aktionen</translation></message>
+<message id="history.expand"><translation>Ganzen Text zeigen</translation></message>
+<message id="history.collapse"><translation>Weniger zeigen</translation></message>
+<message id="history.delete"><translation>Löschen</translation></message>
+<message id="history.delete.question"><translation>Diesen Eintrag löschen?</translation></message>
+<message id="history.delete.question.audio"><translation>Diesen Eintrag und seine Aufnahme löschen?</translation></message>
+<message id="history.empty.title"><translation>Hier steht bald, was Sie diktieren</translation></message>
+<message id="history.empty.message"><translation>Jedes Diktat bleibt mit seiner Aufnahme erhalten: zum Suchen, Kopieren und Wiederholen.</translation></message>
+<message id="history.noHits.title"><translation>Nichts gefunden zu „%1“</translation></message>
+<message id="history.noHits.message"><translation>Jedes Wort muss im Text oder im Namen des Modus vorkommen.</translation></message>
+<message id="history.noHits.clear"><translation>Suche löschen</translation></message>
+<message id="models.intro"><translation>Sprache wird auf diesem Computer zu Text. Nichts davon verlässt das Gerät.</translation></message>
+<message id="models.intro.none"><translation>Laden Sie ein Modell herunter, um auf diesem Computer zu diktieren. „Base“ ist ein guter Anfang.</translation></message>
+<message id="models.active"><translation>in Gebrauch: %1</translation></message>
+<message id="models.download"><translation>Laden</translation></message>
+<message id="models.resume"><translation>Fortsetzen</translation></message>
+<message id="models.use"><translation>Verwenden</translation></message>
+<message id="models.download.name"><translation>%1 herunterladen</translation></message>
+<message id="models.cancel.name"><translation>Laden von %1 abbrechen</translation></message>
+<message id="models.use.name"><translation>%1 verwenden</translation></message>
+<message id="models.delete.name"><translation>%1 löschen</translation></message>
+<message id="models.delete.question"><translation>Dieses Modell von der Platte löschen?</translation></message>
+<message id="tray.record"><translation>Aufnehmen</translation></message>
+<message id="tray.stop"><translation>Aufnahme beenden</translation></message>
+<message id="tray.cancel"><translation>Abbrechen</translation></message>
+<message id="tray.mode"><translation>Modus: %1</translation></message>
+<message id="tray.open"><translation>Quillmere öffnen</translation></message>
+<message id="tray.quit"><translation>Beenden</translation></message>
+<message id="tray.tooltip"><translation>Quillmere: %1</translation></message>
 <!-- The desktop windows end -->
 <!-- Recording -->
 <message id="recording.error.closedBeforeTranscription"><translation>Quillmere wurde beendet, bevor diese Aufnahme umgewandelt war.</translation></message>
@@ -616,5 +658,8 @@
 <message id="audio.alert.accessibility.open"><translation>Bedienungshilfen öffnen</translation></message>
 <message id="accessibility.error.paste.commandFailed"><translation>Das Tastenkürzel zum Einfügen konnte nicht gesendet werden.</translation></message>
 <message id="accessibility.error.paste.partial"><translation>Nur ein Teil des Textes konnte eingefügt werden.</translation></message>
+<message id="desktop.help.program"><translation>Quillmere in der Kontrollleiste: Diktieren in jede Anwendung.</translation></message>
+<message id="desktop.help.hidden"><translation>Ohne Fenster starten</translation></message>
+<message id="history.paste.onClipboard"><translation>Der Text liegt in der Zwischenablage: Strg+V</translation></message>
 </context>
 </TS>

@@ -597,6 +597,48 @@
 <message id="models.progress.amount"><translation>%1 of %2</translation></message>
 <message id="models.progress.left"><translation>%1 · %2 left</translation></message>
 <message id="models.use.notSaved"><translation>The choice could not be saved. It holds until the program ends.</translation></message>
+<message id="sidebar.models"><translation>Models</translation></message>
+<message id="recording.dialog.recording"><translation>Recording</translation></message>
+<message id="recording.dialog.key.enter"><translation>Enter</translation></message>
+<message id="recording.dialog.key.escape"><translation>Esc</translation></message>
+<message id="history.search"><translation>Search</translation></message>
+<message id="history.dictate"><translation>Dictate</translation></message>
+<message id="history.stop"><translation>Stop</translation></message>
+<message id="history.transcribeFile"><translation>Transcribe a file…</translation></message>
+<message id="history.retry"><translation>Retry</translation></message>
+<message id="history.copy"><translation>Copy</translation></message>
+<message id="history.copied"><translation>Copied</translation></message>
+<message id="history.paste"><translation>Paste</translation></message>
+<message id="history.play"><translation>Play</translation></message>
+<message id="history.more"><translation>More actions</translation></message>
+<message id="history.expand"><translation>Show the whole text</translation></message>
+<message id="history.collapse"><translation>Show less</translation></message>
+<message id="history.delete"><translation>Delete</translation></message>
+<message id="history.delete.question"><translation>Delete this entry?</translation></message>
+<message id="history.delete.question.audio"><translation>Delete this entry and its recording?</translation></message>
+<message id="history.empty.title"><translation>What you dictate will stand here</translation></message>
+<message id="history.empty.message"><translation>Every dictation is kept with its recording, to search, to copy and to try again.</translation></message>
+<message id="history.noHits.title"><translation>Nothing found for “%1”</translation></message>
+<message id="history.noHits.message"><translation>Every word has to occur in the text or in the name of the mode.</translation></message>
+<message id="history.noHits.clear"><translation>Clear the search</translation></message>
+<message id="models.intro"><translation>Speech is turned into text on this computer. Nothing of it leaves the machine.</translation></message>
+<message id="models.intro.none"><translation>Download a model to dictate on this computer. “Base” is a good start.</translation></message>
+<message id="models.active"><translation>used by %1</translation></message>
+<message id="models.download"><translation>Download</translation></message>
+<message id="models.resume"><translation>Go on</translation></message>
+<message id="models.use"><translation>Use</translation></message>
+<message id="models.download.name"><translation>Download %1</translation></message>
+<message id="models.cancel.name"><translation>Cancel the download of %1</translation></message>
+<message id="models.use.name"><translation>Use %1</translation></message>
+<message id="models.delete.name"><translation>Delete %1</translation></message>
+<message id="models.delete.question"><translation>Delete this model from the disk?</translation></message>
+<message id="tray.record"><translation>Record</translation></message>
+<message id="tray.stop"><translation>Stop recording</translation></message>
+<message id="tray.cancel"><translation>Cancel</translation></message>
+<message id="tray.mode"><translation>Mode: %1</translation></message>
+<message id="tray.open"><translation>Open Quillmere</translation></message>
+<message id="tray.quit"><translation>Quit</translation></message>
+<message id="tray.tooltip"><translation>Quillmere: %1</translation></message>
 <!-- The desktop windows end -->
 <!-- Recording -->
 <message id="recording.error.closedBeforeTranscription"><translation>Quillmere was closed before this recording was transcribed.</translation></message>
@@ -616,5 +658,8 @@
 <message id="audio.alert.accessibility.open"><translation>Accessibility Settings</translation></message>
 <message id="accessibility.error.paste.commandFailed"><translation>The paste keystroke could not be sent.</translation></message>
 <message id="accessibility.error.paste.partial"><translation>Only a part of the text could be pasted.</translation></message>
+<message id="desktop.help.program"><translation>Quillmere in the tray: dictation into every application.</translation></message>
+<message id="desktop.help.hidden"><translation>Start without the window</translation></message>
+<message id="history.paste.onClipboard"><translation>The text is on the clipboard: Ctrl+V</translation></message>
 </context>
 </TS>

@@ -1,0 +1,250 @@
+#include "app/program/DesktopProgram.h"
+
+#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QUrl>
+#include <cstdio>
+
+#include "app/session/ApplicationStatus.h"
+#include "base/text/LocalizedText.h"
+#include "core/RecordingTranscriptionFlow.h"
+#include "core/ShortcutNames.h"
+#include "delivery/AccessibilityHelper.h"
+#include "delivery/AutoPasteHandler.h"
+#include "recording/MicrophonePermissionManager.h"
+
+namespace quillmere {
+namespace {
+
+constexpr int storePaceMs = 2000;
+
+}  // namespace
+
+DesktopProgram::DesktopProgram(Options options) : options_(options) {}
+
+DesktopProgram::~DesktopProgram() {
+  scope_.reset();
+  subscriptions_.clear();
+  interface_.reset();
+}
+
+std::optional<int> DesktopProgram::start() {
+  ControlService::Actions actions;
+  actions.toggle = [this](const QString& mode) {
+    if (!services_) return;
+    services_->session->audioManager->toggleRecording(mode.isEmpty() ? std::nullopt : std::optional(mode), false,
+                                                      RecordingTriggerSource::shortcut);
+  };
+  actions.cancel = [this] {
+    if (services_) services_->session->audioManager->cancelFromShortcut();
+  };
+  actions.status = [this] { return status(); };
+  actions.showWindow = [this] {
+    if (interface_) interface_->showWindow();
+  };
+  actions.quit = [this] { quit(); };
+  control_ = std::make_unique<ControlService>(std::move(actions));
+  if (control_->registerOnBus() == ControlService::Registration::alreadyRunning) {
+    if (ControlService::showRunningInstance()) return 0;
+    std::fprintf(stderr, "%s\n", qPrintable(localizedText("cli.control.noAnswer")));
+    return 1;
+  }
+
+  auto services = makeDesktopServices(*this, windowActions());
+  if (!services) {
+    std::fprintf(stderr, "%s\n", qPrintable(services.error().description));
+    return 5;
+  }
+  services_ = std::move(*services);
+  scope_ = std::make_unique<TaskScope>(*services_->base->executor);
+  buildInterface();
+  followRecording();
+  followWorkspace();
+  signals_ = std::make_unique<SignalWatcher>([this] { quit(); });
+  interface_->showTray();
+  services_->launch->start();
+  if (!options_.isHidden && !services_->base->settings->general().launchMinimized())
+    QTimer::singleShot(0, &storeTimer_, [this] { interface_->showWindow(); });
+  QObject::connect(&storeTimer_, &QTimer::timeout, &storeTimer_, [this] {
+    if (interface_->isWindowVisible()) services_->base->persistence->refreshIfChanged();
+  });
+  storeTimer_.start(storePaceMs);
+  return std::nullopt;
+}
+
+DesktopWindows DesktopProgram::windowActions() {
+  DesktopWindows windows;
+  windows.hideAll = [this] { interface_->hideWindow(); };
+  windows.toggleMiniWindow = [this] {
+    GeneralSettingsManager& general = services_->base->settings->general();
+    general.setShowRecordingWindow(!general.showRecordingWindow());
+  };
+  windows.toggleMainWindow = [this] { return interface_->toggleWindow(); };
+  windows.showModeChange = [this](const QString& name) { interface_->showModeToast(name); };
+  windows.launch.onOrderOutWindow = [this] { interface_->hideWindow(); };
+  windows.launch.onShowOnboarding = [this] { interface_->showWindow(); };
+  windows.launch.onReady = [this](Duration sinceStart) {
+    const double milliseconds = std::chrono::duration<double, std::milli>(sinceStart).count();
+    services_->base->logging.logger("Desktop").info("Ready after %{public}f ms", milliseconds);
+    interface_->warmUp();
+    showSurroundings();
+    showModelState();
+  };
+  windows.hooks.openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); };
+  windows.hooks.showAccessibilityAlert = [this](const AccessibilityAlert& alert) { showToast(alert.message, true); };
+  return windows;
+}
+
+DesktopIntents DesktopProgram::intents() {
+  SessionServices& session = *services_->session;
+  AudioRecordingManager& recording = *session.audioManager;
+  Services& base = *services_->base;
+  DesktopIntents intents;
+  intents.app.toggleRecording = [&recording, &base] {
+    recording.toggleRecording(base.appState->data().selectedModeName, false, RecordingTriggerSource::uiButton);
+  };
+  intents.app.cancelRecording = [&recording] { recording.cancelFromShortcut(); };
+  intents.history.copyText = [&session](const QString& text) { session.pasteboard->writeText(text, false); };
+  intents.history.pasteText = [this](const QString& text) { pasteFromHistory(text); };
+  intents.history.playAudio = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
+  intents.dialog.stopRecording = [&recording] {
+    recording.toggleRecording(std::nullopt, true, RecordingTriggerSource::uiButton);
+  };
+  intents.dialog.cancelTranscription = [&base] { base.pipeline->cancelTranscription(); };
+  intents.dialog.copyText = intents.history.copyText;
+  intents.dialog.isTextOnClipboard = [&recording] {
+    switch (recording.autoPasteHandler().lastOutcome().get()) {
+      case PasteOutcome::notFetched:
+      case PasteOutcome::noTarget:
+      case PasteOutcome::secureField:
+      case PasteOutcome::noPermission:
+        return true;
+      default:
+        return false;
+    }
+  };
+  intents.dialog.cancelKey = [this]() -> QString {
+    const auto keys = services_->shortcutStore->keys(QString::fromLatin1(shortcutNames::cancelRecording));
+    return keys ? keys->text() : QString();
+  };
+  intents.modelChosen = [this, &base](ModePtr mode) {
+    (void)scope_->spawn(base.pipeline->prepareModel(std::move(mode)));
+    showModelState();
+  };
+  intents.quit = [this] { quit(); };
+  return intents;
+}
+
+void DesktopProgram::buildInterface() {
+  Services& base = *services_->base;
+  DesktopInterfaceServices use{*base.appState,     *base.persistence, *base.settings, *base.defaults,
+                               *base.modelManager, *base.executor,    *base.clock,    base.logging};
+  use.notices = &notices_;
+  use.retry = base.retryHandler.get();
+  use.interceptor = services_->session->keyInterceptor.get();
+  interface_ = std::make_unique<DesktopInterface>(std::move(use), intents());
+}
+
+void DesktopProgram::followRecording() {
+  AudioRecordingManager& recording = *services_->session->audioManager;
+  RecordingLiveMetrics& metrics = recording.liveMetrics();
+  const auto tell = [this, &metrics] {
+    interface_->setLiveMetrics(metrics.audioLevel.get(), metrics.recordingDuration.get());
+  };
+  subscriptions_.push_back(metrics.audioLevel.observe([tell](float) { tell(); }));
+  subscriptions_.push_back(metrics.recordingDuration.observe([tell](double) { tell(); }));
+  subscriptions_.push_back(recording.activeInputDeviceName().observe([this](const QString&) { showSurroundings(); }));
+  subscriptions_.push_back(services_->base->settings->observeChanges([this](const QString&) { showSurroundings(); }));
+  subscriptions_.push_back(
+      services_->base->persistence->observeChanges([this](const StoreChange&) { showModelState(); }));
+  subscriptions_.push_back(
+      services_->base->appState->observe([this, mode = QString()](const AppStateData& data) mutable {
+        if (mode == data.selectedModeId) return;
+        mode = data.selectedModeId;
+        showModelState();
+      }));
+}
+
+void DesktopProgram::followWorkspace() {
+  Workspace& workspace = *services_->session->workspace;
+  subscriptions_.push_back(workspace.observeFrontmost([this, &workspace] {
+    const auto application = workspace.frontmostApplication();
+    if (application && !application->isThisApplication) lastOtherApplication_ = application->processId;
+  }));
+}
+
+void DesktopProgram::showSurroundings() {
+  AudioRecordingManager& recording = *services_->session->audioManager;
+  interface_->app().setMicrophone(recording.activeInputDeviceName().get(),
+                                  recording.activeInputDeviceIdentifier().get().has_value());
+  using Kind = AppStateViewModel::TriggerKind;
+  const auto pushToTalk = services_->base->settings->pushToTalkMode();
+  const auto keysOf = [this](const char* name) {
+    const auto keys = services_->shortcutStore->keys(QString::fromLatin1(name));
+    return keys ? keys->text() : QString();
+  };
+  if (const QString toggle = keysOf(shortcutNames::toggleRecordingWithTranscription); !toggle.isEmpty())
+    interface_->app().setShortcut(toggle, Kind::press);
+  else if (pushToTalk == PushToTalkMode::custom)
+    interface_->app().setShortcut(keysOf(shortcutNames::pushToTalk), Kind::hold);
+  else if (pushToTalk != PushToTalkMode::disabled)
+    interface_->app().setShortcut(localizedText(labelKey(pushToTalk)), Kind::hold);
+  else
+    interface_->app().setShortcut({}, Kind::none);
+}
+
+void DesktopProgram::showModelState() {
+  Services& base = *services_->base;
+  const ModePtr mode = base.persistence->fetchMode(base.appState->data().selectedModeId);
+  const QString name = mode ? mode->model.value_or(QStringLiteral("base")) : QStringLiteral("base");
+  const bool isCloud = name.compare(QStringLiteral("cloud"), Qt::CaseInsensitive) == 0;
+  interface_->app().setModel(name, isCloud || base.modelManager->findDownloaded(name).has_value());
+}
+
+void DesktopProgram::pasteFromHistory(const QString& text) {
+  interface_->hideWindow();
+  (void)scope_->spawn(pasteIntoLastApplication(text));
+}
+
+Task<void> DesktopProgram::pasteIntoLastApplication(QString text) {
+  AudioRecordingManager& recording = *services_->session->audioManager;
+  auto saving = recording.accessibilityHelper().beginRecordingSession();
+  co_await std::move(saving);
+  recording.autoPasteHandler().setPreviousFrontmostPID(lastOtherApplication_);
+  auto pasting = recording.autoPasteHandler().paste(std::move(text), std::vector<ProcessedTag>{});
+  const bool isPasted = co_await std::move(pasting);
+  recording.accessibilityHelper().endRecordingSession();
+  if (!isPasted) showToast(localizedText("history.paste.onClipboard"), false);
+}
+
+void DesktopProgram::showToast(const QString& message, bool isCritical) {
+  lastNotice_ = message;
+  notices_.showToast(message, isCritical);
+}
+
+QString DesktopProgram::status() {
+  // Nothing is there before the start is over; an empty answer says that.
+  if (!services_ || !services_->launch->isReady().get()) return {};
+  return applicationStatus(*services_->base->appState, *services_->session->audioManager, lastNotice_);
+}
+
+void DesktopProgram::quit() {
+  if (isQuitting_) return;
+  isQuitting_ = true;
+  if (!scope_) {
+    QCoreApplication::quit();
+    return;
+  }
+  (void)scope_->spawn(shutDown());
+}
+
+Task<void> DesktopProgram::shutDown() {
+  AudioRecordingManager& recording = *services_->session->audioManager;
+  auto stopping = recording.shutDown();
+  co_await std::move(stopping);
+  recording.accessibilityHelper().restoreNow();
+  services_->base->persistence->save();
+  QCoreApplication::quit();
+}
+
+}  // namespace quillmere
