@@ -41,6 +41,8 @@ class X11Pasteboard final : public Pasteboard {
   struct Fetches;  // shared with what the thread posts to the main thread
   X11Pasteboard(Executor& executor, std::unique_ptr<X11SelectionThread> thread, std::shared_ptr<Fetches> fetches);
 
+  Task<std::optional<QString>> readText(int selection);
+
   Executor& executor_;
   std::shared_ptr<Fetches> fetches_;
   std::unique_ptr<X11SelectionThread> thread_;

@@ -2,6 +2,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "base/Subscription.h"
@@ -39,24 +40,29 @@ class X11Workspace final : public Workspace {
                std::function<void()> hideOwnWindows);
   void handle(const xcb_generic_event_t& event);
   void activeWindowChanged();
+  void rememberActiveWindow();
   void clientListChanged();
+  bool hasWindowManager() const;
   xcb_window_t activeWindow() const;
   std::vector<xcb_window_t> clientWindows() const;  // the lowest first
+  xcb_window_t windowOf(qint64 processId) const;
   qint64 processIdOf(xcb_window_t window) const;
   QString titleOf(xcb_window_t window) const;
   std::optional<RunningApplication> applicationOf(xcb_window_t window) const;
   bool isApplicationWindow(xcb_window_t window) const;
   xcb_timestamp_t serverTime();
-  QByteArray property(xcb_window_t window, xcb_atom_t name, xcb_atom_t type) const;
+  QByteArray property(xcb_window_t window, const QByteArray& name, xcb_atom_t type) const;
 
-  mutable std::unique_ptr<XcbConnection> connection_;
-  Identify identify_;
-  qint64 thisProcessId_ = 0;
-  std::function<void()> hideOwnWindows_;
-  xcb_window_t ownWindow_ = 0;  // never shown; for the server's time
+  std::unique_ptr<XcbConnection> connection_;
+  const Identify identify_;
+  const qint64 thisProcessId_;
+  const std::function<void()> hideOwnWindows_;
+  xcb_window_t ownWindow_ = XCB_NONE;  // never shown; for the server's time
+  xcb_timestamp_t lastTime_ = XCB_CURRENT_TIME;
+  xcb_window_t lastFrontmost_ = XCB_NONE;
   std::map<qint64, xcb_window_t> lastActiveWindow_;
   std::vector<xcb_window_t> knownWindows_;
-  std::map<qint64, int> windowCounts_;
+  std::set<qint64> knownProcesses_;
   Observers<std::function<void()>> frontmostObservers_;
   Observers<std::function<void(const RunningApplication&)>> launchObservers_;
   quint64 lastObserver_ = 0;
