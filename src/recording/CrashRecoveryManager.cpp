@@ -194,7 +194,10 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
     log_.error("Cannot read WAV file for recovery: %s", properties.error().description);
     co_return std::nullopt;
   }
-  const double duration = properties->sampleRate > 0 ? double(properties->frames) / properties->sampleRate : 0;
+  auto measuring = use_.audioFileConverter.durationSeconds(path);
+  const auto measured = co_await std::move(measuring);
+  const double stated = properties->sampleRate > 0 ? double(properties->frames) / properties->sampleRate : 0;
+  const double duration = measured.valueOr(stated);
 
   const bool isLarge = size >= wavToM4AThreshold;
   const QString format = isLarge ? QStringLiteral("m4a") : QStringLiteral("wav");

@@ -33,7 +33,7 @@ class CrashRecoveryManager {
     const Clock& clock;
     StandardFolders folders;
     // Whether a live process records into that file; such a session is nobody's orphan.
-    std::function<bool(const QString& path)> isFileInUse;
+    std::function<bool(const QString& path)> isFileInUse = {};
     ErrorReporting* reporting = nullptr;
   };
 

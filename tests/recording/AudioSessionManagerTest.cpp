@@ -1,0 +1,132 @@
+#include "recording/AudioSessionManager.h"
+
+#include <gtest/gtest.h>
+
+#include "recording/MusicBlocker.h"
+#include "recording/PowerActivityManager.h"
+#include "support/FakeMediaPlayback.h"
+#include "support/FakeOutputVolume.h"
+#include "support/FakePowerActivity.h"
+#include "support/FakeWorkspace.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+
+namespace quillmere {
+namespace {
+
+class AudioSessionManagerTest : public ::testing::Test {
+ protected:
+  ManualExecutor executor;
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC)};
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  FakeOutputVolume output;
+  FakeMediaPlayback playback;
+  AudioSessionManager manager{output, playback, clock, Logging(log)};
+  const PlatformError refusal{QStringLiteral("audio"), 1, QStringLiteral("no server")};
+};
+
+TEST_F(AudioSessionManagerTest, MutesAndGivesBack) {
+  for (const int volume : {65, 100, 0}) {
+    output.current = volume;
+    output.written.clear();
+    log->clear();
+    const auto state = runTask(executor, manager.prepareMutedEnvironment());
+    EXPECT_EQ(state.originalVolume, float(volume));
+    EXPECT_FALSE(state.didPauseMedia);
+    EXPECT_EQ(output.current, 0);
+    clock.set(clock.now().addMSecs(2500));
+    runTask(executor, manager.restoreAudioEnvironment(state));
+    EXPECT_EQ(output.written, (std::vector{0, volume}));
+    EXPECT_EQ(log->lines(),
+              (QStringList{"🔇 Muting system audio for recording",
+                           QStringLiteral("  ✓ System volume saved (%1%) and muted").arg(volume),
+                           "  ✓ Audio muted for recording", "🔊 Restoring system audio",
+                           QStringLiteral("  ✓ System volume restored to %1%").arg(volume),
+                           "  ✓ Audio restored after 2.5s"}));
+  }
+  EXPECT_EQ(playback.pauses, 0);
+}
+
+TEST_F(AudioSessionManagerTest, FailedMutingChangesNothingLater) {
+  output.readError = refusal;
+  auto state = runTask(executor, manager.prepareMutedEnvironment());
+  EXPECT_FALSE(state.originalVolume);
+  EXPECT_TRUE(log->contains(QStringLiteral("Failed to get system volume")));
+  output.readError.reset();
+  output.writeError = refusal;
+  state = runTask(executor, manager.prepareMutedEnvironment());
+  EXPECT_FALSE(state.originalVolume);
+  EXPECT_TRUE(log->contains(QStringLiteral("Failed to mute system volume")));
+  EXPECT_EQ(log->count(QStringLiteral("  ✗ Failed to mute system volume")), 2);
+  output.writeError.reset();
+  runTask(executor, manager.restoreAudioEnvironment(state));
+  EXPECT_TRUE(output.written.empty());
+}
+
+TEST_F(AudioSessionManagerTest, PausesAndResumesOnce) {
+  runTask(executor, manager.resumeMedia(std::nullopt));
+  EXPECT_EQ(playback.plays, 0);
+  EXPECT_TRUE(log->contains(QStringLiteral("  Skipping resume - media was not paused by us")));
+  for (int round = 0; round < 2; ++round) {
+    const auto state = runTask(executor, manager.pauseMedia());
+    EXPECT_TRUE(state.didPauseMedia);
+    EXPECT_FALSE(state.originalVolume);
+    EXPECT_EQ(playback.playing, 0);
+    runTask(executor, manager.resumeMedia(state));
+    EXPECT_EQ(playback.playing, 1);
+    runTask(executor, manager.resumeMedia(state));
+  }
+  EXPECT_EQ(playback.plays, 2);
+  EXPECT_EQ(playback.listens, 1);
+  EXPECT_TRUE(output.written.empty());
+}
+
+TEST(MusicBlockerTest, EndsTheTwoPlayersAndNothingElse) {
+  const auto log = std::make_shared<RecordingLogSink>();
+  FakeWorkspace workspace;
+  {
+    MusicBlocker blocker(workspace, Logging(log));
+    const auto application = [](qint64 pid, const char* id) {
+      RunningApplication one;
+      one.processId = pid;
+      one.bundleId = QString::fromLatin1(id);
+      return one;
+    };
+    workspace.launch(application(1, "com.apple.Music"));
+    blocker.start();
+    blocker.start();
+    EXPECT_EQ(workspace.launchObserverCount(), 1u);
+    workspace.launch(application(2, "com.apple.Music"));
+    workspace.launch(application(3, "com.apple.MusicStudio"));
+    workspace.launch(application(4, "org.videolan.vlc"));
+    workspace.canTerminate = false;
+    workspace.launch(application(5, "com.apple.iTunes"));
+    EXPECT_EQ(workspace.terminations, (std::vector<qint64>{2, 5}));
+    EXPECT_TRUE(log->contains(QStringLiteral("Blocked com.apple.Music from launching")));
+    EXPECT_TRUE(log->contains(QStringLiteral("Failed to block com.apple.iTunes from launching")));
+    blocker.stop();
+    EXPECT_EQ(workspace.launchObserverCount(), 0u);
+    blocker.start();
+  }
+  EXPECT_EQ(workspace.launchObserverCount(), 0u);
+}
+
+TEST(PowerActivityManagerTest, HoldsOneTokenAtATime) {
+  const auto log = std::make_shared<RecordingLogSink>();
+  FakePowerActivity power;
+  PowerActivityManager manager(power, Logging(log));
+  manager.end();
+  EXPECT_TRUE(log->lines().isEmpty());
+  manager.begin(QStringLiteral("Audio recording"));
+  manager.begin(QStringLiteral("Streaming transcription"));
+  EXPECT_EQ(power.reasons, QStringList{QStringLiteral("Audio recording")});
+  EXPECT_EQ(power.held(), 1);
+  manager.end();
+  manager.end();
+  EXPECT_EQ(power.held(), 0);
+  EXPECT_EQ(log->lines(), (QStringList{"🔋 Began power activity: Audio recording", "🔋 Ended power activity"}));
+}
+
+}  // namespace
+}  // namespace quillmere
