@@ -1,0 +1,204 @@
+#include "core/AudioRecordingManager.h"
+
+#include <gtest/gtest.h>
+
+#include "core/RecordingManagerFixture.h"
+#include "delivery/AccessibilityHelper.h"
+#include "recording/MicrophonePermissionManager.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+QString selectedName(RecordingManagerFixture& f) {
+  const auto& device = f.manager->selectedDevice().get();
+  return device ? device->name : QStringLiteral("-");
+}
+
+TEST(AudioRecordingManagerTest, CarriesThePermissionToTheRecorder) {
+  RecordingManagerFixture f;
+  f.makeManager();
+  EXPECT_TRUE(f.manager->hasMicrophonePermission().get());
+  EXPECT_TRUE(f.manager->lifecycleManager().hasMicrophonePermission());
+  EXPECT_EQ(f.authorization.questions, 0);
+
+  f.authorization.current = MicrophoneAuthorization::Status::denied;
+  f.manager->permissionManager().refreshPermission();
+  EXPECT_FALSE(f.manager->lifecycleManager().hasMicrophonePermission());
+  EXPECT_FALSE(f.manager->errorMessage().get().value_or(QString()).isEmpty());
+  f.authorization.current = MicrophoneAuthorization::Status::authorized;
+  f.manager->permissionManager().refreshPermission();
+  EXPECT_TRUE(f.manager->lifecycleManager().hasMicrophonePermission());
+}
+
+TEST(AudioRecordingManagerTest, TheSavedMicrophone) {
+  struct Case {
+    const char* saved;
+    const char* selected;
+    const char* kept;  // the setting afterwards
+    const char* line;
+  };
+  const Case cases[] = {
+      {"usb", "Desk", "usb", "Restoring saved microphone selection on launch: Desk"},
+      {"gone", "-", "", "Saved microphone not found on launch, clearing preference: gone"},
+      {"", "-", "", ""},
+  };
+  for (const Case& c : cases) {
+    RecordingManagerFixture f;
+    f.settings.audio().setSelectedMicrophoneId(c.saved);
+    f.configure();
+    EXPECT_EQ(selectedName(f), c.selected) << c.saved;
+    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), c.kept);
+    if (*c.line) EXPECT_EQ(f.said(c.line), 1) << f.log->lines().join('\n').toStdString();
+    EXPECT_EQ(f.said("AudioRecordingManager configured with dependencies"), 1);
+    EXPECT_EQ(f.devices.defaultUid, QString(c.selected) == "Desk" ? "usb" : "built-in");
+  }
+}
+
+// A sound server that starts later than the session: nobody knows yet what is plugged in.
+TEST(AudioRecordingManagerTest, TheSavedMicrophoneWaitsForTheSoundServer) {
+  for (const bool isStillThere : {true, false}) {
+    RecordingManagerFixture f;
+    f.settings.audio().setSelectedMicrophoneId("usb");
+    const auto attached = std::exchange(f.devices.list, {});
+    f.devices.isServerThere = false;
+    f.configure();
+    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), "usb");
+    f.devices.isServerThere = true;
+    f.devices.list = attached;
+    if (!isStillThere) f.devices.list.pop_back();
+    f.devices.tell(AudioDevices::Change::deviceList);
+    f.executor.runReady();
+    EXPECT_EQ(selectedName(f), isStillThere ? "Desk" : "-");
+    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), isStillThere ? "usb" : "");
+    // Once: a microphone that comes later doesn't choose itself.
+    f.devices.list.push_back(FakeAudioDevices::microphone(3, "third", "Third"));
+    f.devices.tell(AudioDevices::Change::deviceList);
+    f.executor.runReady();
+    EXPECT_EQ(selectedName(f), isStillThere ? "Desk" : "-");
+  }
+}
+
+TEST(AudioRecordingManagerTest, AMicrophoneThatIsPulledOutIsForgotten) {
+  RecordingManagerFixture f;
+  f.settings.audio().setSelectedMicrophoneId("usb");
+  f.configure();
+  f.devices.list.pop_back();
+  f.devices.defaultUid = "built-in";
+  f.devices.tell(AudioDevices::Change::deviceList);
+  f.executor.runReady();
+  EXPECT_EQ(selectedName(f), "-");
+  EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), "");
+  EXPECT_EQ(f.said("Clearing persisted microphone preference for missing device: Desk"), 1);
+  EXPECT_EQ(f.manager->activeInputDeviceName().get(), "Built-in");
+}
+
+TEST(AudioRecordingManagerTest, ChoosesTheMicrophoneOfTheSettings) {
+  RecordingManagerFixture f;
+  f.configure();
+  f.defaults.changeByOtherProcess("selectedMicrophoneId", "usb");
+  f.executor.runReady();
+  EXPECT_EQ(selectedName(f), "Desk");
+  EXPECT_EQ(f.devices.defaultsSet.size(), 1U);
+
+  f.manager->setSelectedDevice(f.manager->selectedDevice().get());
+  f.executor.runReady();
+  EXPECT_EQ(f.said("Selected input device: Desk"), 1);  // the same again does nothing
+
+  f.defaults.changeByOtherProcess("selectedMicrophoneId", "nobody has it");
+  f.executor.runReady();
+  EXPECT_EQ(selectedName(f), "Desk");
+  f.defaults.changeByOtherProcess("selectedMicrophoneId", "");
+  f.executor.runReady();
+  EXPECT_EQ(selectedName(f), "-");
+}
+
+struct HeldKey : RecordingManagerFixture {
+  HeldKey() {
+    settings.setPushToTalkMode(PushToTalkMode::control);
+    state.setPersistenceController(store.get());
+    configure();
+    keyboard.setFlags(modifierFlags::control);
+    executor.advance(250ms);
+    executor.advance(5s);
+  }
+};
+
+TEST(AudioRecordingManagerTest, AHeldKeyRecordsUntilItIsReleased) {
+  HeldKey f;
+  ASSERT_TRUE(f.isRecording());
+  EXPECT_GT(f.manager->liveMetrics().recordingDuration.get(), 4.0);
+  EXPECT_EQ(f.state.data().recordingState.diagnosticLabel(), "recording");
+  f.keyboard.setFlags(0);
+  f.executor.runUntil([&] { return !f.isRecording(); });
+}
+
+// The monitor is idle after every end of a recording, so that the next press is a clean start.
+TEST(AudioRecordingManagerTest, NoHoldOutlivesItsRecording) {
+  const std::vector<std::pair<const char*, std::function<void(HeldKey&)>>> ends{
+      {"toggled by a button", [](HeldKey& f) { f.toggle(); }},
+      {"thrown away", [](HeldKey& f) { f.manager->cancelFromShortcut(); }},
+      {"microphone gone",
+       [](HeldKey& f) {
+         f.recorders.interrupt({AudioRecorder::Interruption::Kind::deviceGone, "The microphone went away."});
+       }},
+      {"end of the application", [](HeldKey& f) { runTask(f.executor, f.manager->shutDown()); }},
+  };
+  for (const auto& [name, end] : ends) {
+    SCOPED_TRACE(name);
+    HeldKey f;
+    ASSERT_TRUE(f.isRecording());
+    ASSERT_EQ(f.manager->bareModifierKeyMonitor().state(), MonitorState::pttActive);
+    end(f);
+    f.executor.runUntil([&] { return !f.isRecording(); });
+    EXPECT_EQ(f.manager->bareModifierKeyMonitor().state(), MonitorState::idle);
+  }
+}
+
+TEST(AudioRecordingManagerTest, AnotherTriggerModeDuringARecordingLetsItRun) {
+  HeldKey f;
+  f.settings.setPushToTalkMode(PushToTalkMode::disabled);
+  f.executor.runReady();
+  f.keyboard.setFlags(0);
+  f.executor.advance(3s);
+  EXPECT_TRUE(f.isRecording());
+  f.toggle();
+  f.executor.runUntil([&] { return !f.isRecording(); });
+}
+
+// What has nothing to do with push-to-talk must not make the key that is held deaf.
+TEST(AudioRecordingManagerTest, AnotherSettingDuringAHoldChangesNothing) {
+  HeldKey f;
+  f.settings.setCurrentMode("Letters");
+  f.defaults.changeByOtherProcess("lastNavigationItem", "History");
+  f.executor.runReady();
+  f.keyboard.setFlags(0);
+  f.executor.runUntil([&] { return !f.isRecording(); });
+}
+
+TEST(AudioRecordingManagerTest, ArmsTheKeyWhenThePermissionComes) {
+  RecordingManagerFixture f;
+  f.accessibility.trusted = false;
+  f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
+  f.configure();
+  EXPECT_FALSE(f.manager->bareModifierKeyMonitor().isMonitoring());
+  f.accessibility.trusted = true;
+  f.manager->accessibilityHelper().startPermissionPolling();
+  f.executor.advance(1s);
+  EXPECT_TRUE(f.manager->bareModifierKeyMonitor().isMonitoring());
+}
+
+TEST(AudioRecordingManagerTest, LeavesNoObserverBehind) {
+  RecordingManagerFixture f;
+  const size_t before = f.defaults.observerCount();
+  f.configure();
+  f.toggle();
+  f.manager.reset();
+  EXPECT_EQ(f.defaults.observerCount(), before);
+  EXPECT_EQ(f.devices.observerCount(), 0U);
+  f.executor.advance(10s);  // nothing that was on its way reaches what is gone
+}
+
+}  // namespace
+}  // namespace quillmere
