@@ -34,8 +34,6 @@ constexpr auto table = std::to_array<Pair>({
     {"zed", "dev.zed.Zed"},
     {"dev.zed.zed", "dev.zed.Zed"},
     {"dev.zed.zed-preview", "dev.zed.Zed-Preview"},
-    {"sublime_text", "com.sublimetext.4"},
-    {"sublime-text", "com.sublimetext.4"},
     // IDEs
     {"jetbrains-idea", "com.jetbrains.intellij"},
     {"jetbrains-idea-ce", "com.jetbrains.intellij.ce"},

@@ -63,10 +63,12 @@ X11SelectionThread::X11SelectionThread(xcb_connection_t* connection, int screenN
                                           XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
                                           XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
   }
-  server_ =
-      std::make_unique<SelectionServer>(connection_, window_, atoms_,
-                                        [this](xcb_atom_t, const SelectionOffer& offer, const SelectionTarget& target,
-                                               xcb_window_t requestor) { served(offer, target, requestor); });
+  server_ = std::make_unique<SelectionServer>(
+      connection_, window_, atoms_,
+      [this](xcb_atom_t selection, const SelectionOffer& offer, const SelectionTarget& target, xcb_window_t requestor) {
+        const SelectionOffer* const current = server_->offered(selection);
+        if (current && current->number == offer.number && target.isText) textServed(requestor);
+      });
   reader_ = std::make_unique<SelectionReader>(
       connection_, window_, atoms_,
       [this](Clock::time_point deadline, const std::function<bool()>& condition) { return pump(deadline, condition); });
