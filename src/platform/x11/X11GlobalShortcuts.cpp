@@ -31,31 +31,6 @@ QString nameOf(xkb_keysym_t symbol) {
 
 }  // namespace
 
-// Takes the whole keyboard, gives it back at its end.
-class X11GlobalShortcuts::KeyboardGrab {
- public:
-  explicit KeyboardGrab(XcbConnection& connection) : connection_(connection) {}
-  KeyboardGrab(const KeyboardGrab&) = delete;
-  KeyboardGrab& operator=(const KeyboardGrab&) = delete;
-  ~KeyboardGrab() {
-    if (!isTaken_) return;
-    xcb_ungrab_keyboard(connection_.raw(), XCB_CURRENT_TIME);
-    connection_.synchronize();
-  }
-  bool take() {
-    xcb_connection_t* const raw = connection_.raw();
-    const auto cookie =
-        xcb_grab_keyboard(raw, 0, connection_.root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    const XcbPointer<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(raw, cookie, nullptr));
-    isTaken_ = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
-    return isTaken_;
-  }
-
- private:
-  XcbConnection& connection_;
-  bool isTaken_ = false;
-};
-
 X11GlobalShortcuts::X11GlobalShortcuts(const Logging& logging, const QString& displayName)
     : logger_(logging.logger(QStringLiteral("GlobalShortcuts"))) {
   if (!connect(displayName)) logger_.info("No global shortcuts: %{public}s", unavailability_);
@@ -139,11 +114,13 @@ Task<std::optional<KeyCombination>> X11GlobalShortcuts::recordCombination() {
   if (!isAvailable()) co_return std::nullopt;
   const auto recording = std::make_shared<Recording>();
   recording_ = recording;
+  // A later recording has taken over the keyboard, too.
   const Subscription end([this, recording] {
-    if (recording_ == recording) recording_.reset();
+    if (recording_ != recording) return;
+    recording_.reset();
+    releaseKeyboard();
   });
-  KeyboardGrab grab(*connection_);
-  for (int attempt = 1; !grab.take(); ++attempt) {
+  for (int attempt = 1; !takeKeyboard(); ++attempt) {
     if (attempt == grabAttempts || recording->result.isResolved() || !isAvailable()) {
       logger_.warning("The keyboard can't be taken to record a shortcut");
       co_return std::nullopt;
@@ -153,6 +130,19 @@ Task<std::optional<KeyCombination>> X11GlobalShortcuts::recordCombination() {
   }
   auto wait = recording->result.wait();
   co_return co_await std::move(wait);
+}
+
+bool X11GlobalShortcuts::takeKeyboard() {
+  xcb_connection_t* const raw = connection_->raw();
+  const auto cookie =
+      xcb_grab_keyboard(raw, 0, connection_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  const XcbPointer<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(raw, cookie, nullptr));
+  return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void X11GlobalShortcuts::releaseKeyboard() {
+  xcb_ungrab_keyboard(connection_->raw(), XCB_CURRENT_TIME);
+  connection_->synchronize();
 }
 
 X11GlobalShortcuts::Grabs X11GlobalShortcuts::grabsOf(const KeyCombination& keys) {

@@ -47,7 +47,6 @@ class X11GlobalShortcuts final : public GlobalShortcuts {
     xcb_keycode_t keyDown = 0;           // the key that decided; 0 before
     std::optional<KeyCombination> keys;  // none for Escape
   };
-  class KeyboardGrab;
 
   bool connect(const QString& displayName);
   Grabs grabsOf(const KeyCombination& keys);
@@ -61,6 +60,8 @@ class X11GlobalShortcuts final : public GlobalShortcuts {
   void onKeyRelease(const xcb_key_press_event_t& event);
   void recordKeyPress(const xcb_key_press_event_t& event);
   void endRecording();
+  bool takeKeyboard();
+  void releaseKeyboard();
   void onClosed();
 
   const Logger logger_;

@@ -27,7 +27,12 @@ inline bool waitUntil(const std::function<bool()>& condition) {
 // Another program of the desktop, with the keyboard's focus if it shows its window.
 class OtherProgram {
  public:
-  explicit OtherProgram(const QString& displayName) : connection_(*XcbConnection::open(displayName)) {}
+  explicit OtherProgram(const QString& displayName) : connection_(*XcbConnection::open(displayName)) {
+    events_ = connection_->observeEvents([this](const xcb_generic_event_t& event) {
+      if ((event.response_type & 0x7f) == XCB_KEY_PRESS)
+        keys_.push_back(reinterpret_cast<const xcb_key_press_event_t&>(event).detail);
+    });
+  }
 
   void showFocusedWindow() {
     xcb_connection_t* const raw = connection_->raw();
@@ -42,11 +47,8 @@ class OtherProgram {
   // The keys that came since the last call.
   std::vector<int> takeKeys() {
     connection_->synchronize();
-    std::vector<int> codes;
-    while (const XcbPointer<xcb_generic_event_t> event{xcb_poll_for_event(connection_->raw())})
-      if ((event->response_type & 0x7f) == XCB_KEY_PRESS)
-        codes.push_back(reinterpret_cast<const xcb_key_press_event_t&>(*event).detail);
-    return codes;
+    connection_->dispatchNow();
+    return std::exchange(keys_, {});
   }
 
   bool grabKey(uint16_t modifiers, uint8_t code) {
@@ -88,6 +90,8 @@ class OtherProgram {
 
  private:
   std::unique_ptr<XcbConnection> connection_;
+  std::vector<int> keys_;
+  Subscription events_;
 };
 
 // A desktop of one's own for each test: an X server, a keyboard to press, another program.
