@@ -1,0 +1,87 @@
+#include "app/desktop/DesktopInterface.h"
+
+#include "app/desktop/OverlayPanel.h"
+#include "app/desktop/OverlayPlace.h"
+#include "models/WhisperModelManager.h"
+#include "storage/PersistenceController.h"
+
+namespace quillmere {
+
+DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopIntents intents,
+                                   DesktopInterfaceOptions options)
+    : services_(std::move(services)), intents_(std::move(intents)) {
+  overlayBridge_ = std::make_unique<OverlayBridge>();
+  qml_ = std::make_unique<DesktopQml>(options.usesPortal, services_.logging);
+  overlayWindow_ =
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("OverlayWindow"), overlayPlace, intents_.isComposited);
+  errorToastWindow_ =
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.isComposited);
+  modeToastWindow_ =
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.isComposited);
+  errorToast_ = std::make_unique<ToastWindow>(*errorToastWindow_);
+  modeToast_ = std::make_unique<ToastWindow>(*modeToastWindow_);
+  errorToasts_ = std::make_unique<InlineErrorToastManager>(*errorToast_, services_.executor);
+  modeToasts_ = std::make_unique<ModeChangeToastManager>(*modeToast_, services_.executor);
+  if (services_.notices) services_.notices->setTarget(errorToasts_.get());
+
+  app_ = std::make_unique<AppStateViewModel>(services_.appState, &services_.persistence, intents_.app);
+  history_ = std::make_unique<HistoryModel>(
+      HistoryModel::Services{services_.persistence, services_.appState, services_.executor, services_.clock,
+                             services_.retry, errorToasts_.get()},
+      intents_.history, services_.locale, services_.timeZone, services_.logging);
+  models_ = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{services_.models, services_.executor,
+                                                                        &services_.appState, &services_.persistence,
+                                                                        errorToasts_.get(), intents_.modelChosen});
+  qml_->provide(QStringLiteral("App"), app_.get());
+  qml_->provide(QStringLiteral("History"), history_.get());
+  qml_->provide(QStringLiteral("Models"), models_.get());
+  qml_->provide(QStringLiteral("Overlay"), overlayBridge_.get());
+
+  recordingWindows_ = std::make_unique<RecordingWindowManager>(
+      [this]() -> std::unique_ptr<RecordingPanel> {
+        return std::make_unique<OverlayPanel>(*overlayWindow_, *overlayBridge_);
+      },
+      services_.interceptor, errorToasts_.get(), services_.executor, services_.logging);
+  recordingWindows_->follow(services_.appState, &services_.settings, intents_.dialog);
+
+  mainWindow_ = std::make_unique<MainWindow>(*qml_, services_.appState, services_.defaults);
+  mainWindow_->addPage({QStringLiteral("history"), QStringLiteral("sidebar.history"), QStringLiteral("history"),
+                        QStringLiteral("HistoryPage")});
+  mainWindow_->addPage({QStringLiteral("models"), QStringLiteral("sidebar.models"), QStringLiteral("models"),
+                        QStringLiteral("ModelsPage")});
+  QObject::connect(mainWindow_.get(), &MainWindow::shown, history_.get(), [this] {
+    services_.persistence.refreshIfChanged();
+    services_.models.applicationDidBecomeActive();
+    history_->refresh();  // headings of days move on
+  });
+
+  if (options.hasTray)
+    tray_ = std::make_unique<TrayIcon>(*app_, qml_->theme(),
+                                       TrayIcon::Intents{[this] { showWindow(); },
+                                                         [this] {
+                                                           if (intents_.quit) intents_.quit();
+                                                         }});
+}
+
+DesktopInterface::~DesktopInterface() {
+  if (services_.notices) services_.notices->setTarget(nullptr);
+  // The windows go before what they show.
+  tray_.reset();
+  mainWindow_.reset();
+  recordingWindows_.reset();
+}
+
+void DesktopInterface::showTray() {
+  if (tray_) tray_->show();
+}
+
+void DesktopInterface::warmUp() {
+  overlayWindow_->prepare();
+}
+
+void DesktopInterface::setLiveMetrics(float level, double durationSeconds) {
+  app_->setLiveMetrics(level, durationSeconds);
+  recordingWindows_->setLiveMetrics(level, durationSeconds);
+}
+
+}  // namespace quillmere

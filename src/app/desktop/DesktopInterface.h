@@ -1,0 +1,110 @@
+#pragma once
+#include <QLocale>
+#include <QTimeZone>
+#include <functional>
+#include <memory>
+
+#include "app/desktop/DesktopNotices.h"
+#include "app/desktop/DesktopQml.h"
+#include "app/desktop/FloatingWindow.h"
+#include "app/desktop/MainWindow.h"
+#include "app/desktop/OverlayBridge.h"
+#include "app/desktop/ToastWindow.h"
+#include "app/desktop/TrayIcon.h"
+#include "base/Clock.h"
+#include "interface/AppStateViewModel.h"
+#include "interface/HistoryModel.h"
+#include "interface/InlineErrorToastManager.h"
+#include "interface/ModeChangeToastManager.h"
+#include "interface/ModelsViewModel.h"
+#include "interface/RecordingWindowManager.h"
+
+namespace quillmere {
+
+class KeyInterceptor;
+
+// What the windows work with. Everything outlives the interface; the pointers may be null.
+struct DesktopInterfaceServices {
+  AppState& appState;
+  PersistenceController& persistence;
+  SettingsManager& settings;
+  DefaultsStore& defaults;
+  WhisperModelManager& models;
+  Executor& executor;
+  const Clock& clock;
+  Logging logging;
+  DesktopNotices* notices = nullptr;  // gets its target here
+  TranscriptionRetryController* retry = nullptr;
+  KeyInterceptor* interceptor = nullptr;
+  QLocale locale = {};
+  QTimeZone timeZone = QTimeZone::systemTimeZone();
+};
+
+struct DesktopIntents {
+  AppIntents app;
+  HistoryIntents history;
+  RecordingDialogIntents dialog;
+  std::function<void(ModePtr)> modelChosen;
+  std::function<void()> quit;
+  std::function<bool()> isComposited;  // default: yes
+};
+
+struct DesktopInterfaceOptions {
+  bool hasTray = true;     // needs a QApplication
+  bool usesPortal = true;  // asks the settings portal for the desktop's appearance
+};
+
+// Everything that the user sees: tray icon, recording pill, toasts and, made when it is asked for, the main window.
+// Call DesktopQml::prepareGraphics() before the application object is made, and setQuitOnLastWindowClosed(false) on it.
+// Main thread.
+class DesktopInterface {
+ public:
+  DesktopInterface(DesktopInterfaceServices services, DesktopIntents intents, DesktopInterfaceOptions options = {});
+  ~DesktopInterface();
+  DesktopInterface(const DesktopInterface&) = delete;
+  DesktopInterface& operator=(const DesktopInterface&) = delete;
+
+  void showTray();
+  // Makes the pill's window, so that it appears at once when it is needed. For a moment when nobody waits.
+  void warmUp();
+
+  void showWindow(const QString& page = {}) { mainWindow_->show(page); }
+  void hideWindow() { mainWindow_->hide(); }
+  bool isWindowVisible() const { return mainWindow_->isVisible(); }
+  bool toggleWindow() { return mainWindow_->toggle(); }
+
+  void showModeToast(const QString& modeName) { modeToasts_->show(modeName); }
+  void setLiveMetrics(float level, double durationSeconds);
+
+  UserNotices& notices() { return *errorToasts_; }
+  AppStateViewModel& app() { return *app_; }
+  HistoryModel& history() { return *history_; }
+  ModelsViewModel& models() { return *models_; }
+  MainWindow& mainWindow() { return *mainWindow_; }
+  RecordingWindowManager& recordingWindows() { return *recordingWindows_; }
+  TrayIcon* tray() { return tray_.get(); }
+  DesktopQml& qml() { return *qml_; }
+  FloatingWindow& overlayWindow() { return *overlayWindow_; }
+  FloatingWindow& errorToastWindow() { return *errorToastWindow_; }
+
+ private:
+  DesktopInterfaceServices services_;
+  DesktopIntents intents_;
+  std::unique_ptr<AppStateViewModel> app_;
+  std::unique_ptr<HistoryModel> history_;
+  std::unique_ptr<ModelsViewModel> models_;
+  std::unique_ptr<OverlayBridge> overlayBridge_;
+  std::unique_ptr<DesktopQml> qml_;
+  std::unique_ptr<FloatingWindow> overlayWindow_;
+  std::unique_ptr<FloatingWindow> errorToastWindow_;
+  std::unique_ptr<FloatingWindow> modeToastWindow_;
+  std::unique_ptr<ToastWindow> errorToast_;
+  std::unique_ptr<ToastWindow> modeToast_;
+  std::unique_ptr<InlineErrorToastManager> errorToasts_;
+  std::unique_ptr<ModeChangeToastManager> modeToasts_;
+  std::unique_ptr<RecordingWindowManager> recordingWindows_;
+  std::unique_ptr<MainWindow> mainWindow_;
+  std::unique_ptr<TrayIcon> tray_;
+};
+
+}  // namespace quillmere

@@ -1,0 +1,72 @@
+#include "app/desktop/DesktopQml.h"
+
+#include <QQmlComponent>
+#include <QQmlContext>
+#include <QtQml>
+
+#include "app/desktop/IconProvider.h"
+#include "app/desktop/LevelBars.h"
+
+static void initDesktopResources() {
+  Q_INIT_RESOURCE(desktop);
+}
+
+namespace quillmere {
+namespace {
+
+const char* const moduleName = "Quillmere";
+
+QByteArray propertyName(const QString& name) {
+  return "quillmere" + name.toLatin1();
+}
+
+}  // namespace
+
+void DesktopQml::prepareGraphics() {
+  if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
+}
+
+DesktopQml::DesktopQml(bool usesPortal, const Logging& logging)
+    : logger_(logging.logger(QStringLiteral("Interface"))), appearance_(usesPortal), theme_(appearance_) {
+  initDesktopResources();
+  engine_ = std::make_unique<QQmlEngine>();
+  engine_->addImageProvider(QStringLiteral("icon"), new IconProvider);
+  engine_->setOutputWarningsToStandardError(false);
+  QObject::connect(engine_.get(), &QQmlEngine::warnings, engine_.get(), [this](const QList<QQmlError>& errors) {
+    for (const QQmlError& error : errors) logger_.warning("%{public}s", error.toString());
+  });
+  if (qmlTypeId(moduleName, 1, 0, "LevelBars") == -1) qmlRegisterType<LevelBars>(moduleName, 1, 0, "LevelBars");
+  provide(QStringLiteral("Theme"), &theme_);
+}
+
+DesktopQml::~DesktopQml() = default;
+
+void DesktopQml::provide(const QString& name, QObject* object) {
+  if (object) QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
+  engine_->setProperty(propertyName(name), QVariant::fromValue(object));
+  const QByteArray typeName = name.toLatin1();
+  if (qmlTypeId(moduleName, 1, 0, typeName) != -1) return;
+  // Registered once in a program; which object it is, each engine knows itself.
+  qmlRegisterSingletonType<QObject>(moduleName, 1, 0, typeName, [name](QQmlEngine* engine, QJSEngine*) -> QObject* {
+    return engine->property(propertyName(name)).value<QObject*>();
+  });
+}
+
+QUrl DesktopQml::fileUrl(const QString& name) {
+  return QUrl(QStringLiteral("qrc:/desktop/qml/") + name + QStringLiteral(".qml"));
+}
+
+std::unique_ptr<QQuickWindow> DesktopQml::createWindow(const QString& name, const QVariantMap& properties) {
+  QQmlComponent component(engine_.get(), fileUrl(name));
+  std::unique_ptr<QObject> object(component.createWithInitialProperties(properties));
+  auto* const window = qobject_cast<QQuickWindow*>(object.get());
+  if (!window) {
+    logger_.error("The window %{public}s can't be shown: %{public}s", name, component.errorString());
+    return nullptr;
+  }
+  QQmlEngine::setObjectOwnership(window, QQmlEngine::CppOwnership);
+  object.release();
+  return std::unique_ptr<QQuickWindow>(window);
+}
+
+}  // namespace quillmere

@@ -1,0 +1,100 @@
+#include "app/desktop/FloatingWindow.h"
+
+#include <QGuiApplication>
+#include <QPainterPath>
+#include <QRegion>
+#include <QScreen>
+
+#include "app/desktop/OverlayPlace.h"
+
+namespace quillmere {
+
+FloatingWindow::FloatingWindow(DesktopQml& qml, QString fileName, Place place, std::function<bool()> isComposited)
+    : qml_(qml), fileName_(std::move(fileName)), place_(std::move(place)), isComposited_(std::move(isComposited)) {
+  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &FloatingWindow::followScreen);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, &FloatingWindow::followScreen);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingWindow::followScreen);
+  followScreen();
+}
+
+FloatingWindow::~FloatingWindow() = default;
+
+void FloatingWindow::followScreen() {
+  if (QScreen* const screen = QGuiApplication::primaryScreen()) {
+    disconnect(screen, nullptr, this, nullptr);
+    connect(screen, &QScreen::availableGeometryChanged, this, [this] {
+      place();
+      Q_EMIT screensChanged();
+    });
+  }
+  place();
+  Q_EMIT screensChanged();
+}
+
+void FloatingWindow::prepare() {
+  if (window_) return;
+  window_ = qml_.createWindow(fileName_);
+  if (!window_) return;
+  window_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
+                    Qt::NoDropShadowWindowHint);
+  window_->setColor(Qt::transparent);
+  const auto resized = [this] {
+    place();
+    cut();
+  };
+  connect(window_.get(), &QWindow::widthChanged, this, resized);
+  connect(window_.get(), &QWindow::heightChanged, this, resized);
+  window_->create();
+}
+
+QQuickWindow* FloatingWindow::window() {
+  prepare();
+  return window_.get();
+}
+
+void FloatingWindow::show() {
+  if (!window()) return;
+  if (!isShown_) {
+    isShown_ = true;
+    wasMoved_ = false;
+    lastWidth_ = window_->width();
+    placedAt_ = window_->position();
+    place();
+    cut();
+    window_->show();
+  }
+  window_->raise();
+}
+
+void FloatingWindow::hide() {
+  isShown_ = false;
+  if (window_) window_->hide();
+}
+
+void FloatingWindow::orderFront() {
+  if (isShown_ && window_) window_->raise();
+}
+
+void FloatingWindow::place() {
+  QScreen* const screen = QGuiApplication::primaryScreen();
+  if (!isShown_ || !window_ || !screen) return;
+  if (window_->isVisible() && window_->position() != placedAt_) wasMoved_ = true;
+  const QPoint wanted = wasMoved_ ? window_->position() - QPoint((window_->width() - lastWidth_) / 2, 0)
+                                  : place_(screen->availableGeometry(), window_->size());
+  lastWidth_ = window_->width();
+  placedAt_ = wanted;
+  window_->setPosition(wanted);
+}
+
+void FloatingWindow::cut() {
+  if (!window_) return;
+  if (!isComposited_ || isComposited_()) {
+    window_->setMask({});
+    return;
+  }
+  QPainterPath shape;
+  shape.addRoundedRect(QRectF(QPointF(), window_->size()), overlayHeight / 2.0, overlayHeight / 2.0);
+  window_->setMask(QRegion(shape.toFillPolygon().toPolygon()));
+}
+
+}  // namespace quillmere

@@ -1,0 +1,50 @@
+#pragma once
+#include <QObject>
+#include <QQuickWindow>
+#include <functional>
+#include <memory>
+
+#include "app/desktop/DesktopQml.h"
+
+namespace quillmere {
+
+// A small window over all others that never takes the keyboard: the pill and the toasts. Its QML window is made at the
+// first use or by prepare(), and kept. Main thread.
+class FloatingWindow final : public QObject {
+  Q_OBJECT
+ public:
+  using Place = std::function<QPoint(const QRect& available, const QSize& size)>;
+
+  // `isComposited`: whether the screen mixes translucent windows; without it the window is cut to its round shape.
+  FloatingWindow(DesktopQml& qml, QString fileName, Place place, std::function<bool()> isComposited);
+  ~FloatingWindow() override;
+
+  void prepare();
+  // Null when the window can't be made.
+  QQuickWindow* window();
+  void show();
+  void hide();
+  void orderFront();
+  bool isShown() const { return isShown_; }
+  [[nodiscard]] bool wasMoved() const { return wasMoved_; }
+
+ Q_SIGNALS:
+  void screensChanged();
+
+ private:
+  void place();
+  void cut();
+  void followScreen();
+
+  DesktopQml& qml_;
+  const QString fileName_;
+  const Place place_;
+  const std::function<bool()> isComposited_;
+  std::unique_ptr<QQuickWindow> window_;
+  bool isShown_ = false;
+  bool wasMoved_ = false;  // by the user; a window that grows then stays about its middle
+  QPoint placedAt_;
+  int lastWidth_ = 0;
+};
+
+}  // namespace quillmere

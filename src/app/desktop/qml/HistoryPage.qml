@@ -1,0 +1,147 @@
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Quillmere
+
+FocusScope {
+    id: page
+
+    property string expandedId
+    property string askedId  // the row that asks whether to delete it
+
+    function startSearch() {
+        search.forceActiveFocus()
+        search.selectAll()
+    }
+    function closeWhatIsOpen() {
+        if (askedId !== "") {
+            askedId = ""
+            return true
+        }
+        if (search.text !== "") {
+            search.clear()
+            return true
+        }
+        if (expandedId !== "") {
+            expandedId = ""
+            return true
+        }
+        return false
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: 24
+        anchors.leftMargin: 28
+        anchors.rightMargin: 28
+        anchors.bottomMargin: 0
+        spacing: 16
+
+        PageHeader {
+            Layout.fillWidth: true
+            title: qsTrId("sidebar.history")
+            ActionButton {
+                visible: App.canTranscribeFile
+                text: qsTrId("history.transcribeFile")
+                onClicked: App.transcribeFile()
+            }
+            ActionButton {
+                kind: "primary"
+                text: App.isRecording ? qsTrId("history.stop") : qsTrId("history.dictate")
+                onClicked: App.toggleRecording()
+            }
+        }
+        InputField {
+            id: search
+            Layout.fillWidth: true
+            visible: list.count > 0 || History.isFiltered || text !== ""
+            focus: true
+            iconName: "search"
+            placeholderText: qsTrId("history.search")
+            text: History.searchText
+            onTextEdited: History.searchText = text
+            onTextChanged: if (text === "") History.searchText = ""
+            Keys.onDownPressed: {
+                if (list.count === 0)
+                    return
+                list.currentIndex = Math.max(0, list.currentIndex)
+                list.forceActiveFocus()
+            }
+        }
+        Item {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+
+            ListView {
+                id: list
+
+                anchors.fill: parent
+                anchors.margins: -4  // room for the ring of the focus
+                leftMargin: 4
+                rightMargin: 4
+                topMargin: 4
+                bottomMargin: 24
+                clip: true
+                spacing: 10
+                model: History
+                currentIndex: -1
+                keyNavigationEnabled: true
+                activeFocusOnTab: count > 0
+                boundsBehavior: Flickable.StopAtBounds
+                highlightMoveDuration: 0
+                cacheBuffer: 400
+                T.ScrollBar.vertical: ScrollMark {}
+                Accessible.role: Accessible.List
+                Accessible.name: qsTrId("sidebar.history")
+                onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
+
+                section.property: "day"
+                section.delegate: Text {
+                    required property string section
+                    width: ListView.view.width - 8
+                    topPadding: 4
+                    bottomPadding: 8
+                    text: section
+                    font.pixelSize: Theme.small
+                    font.weight: Font.DemiBold
+                    font.letterSpacing: 0.6
+                    font.capitalization: Font.AllUppercase
+                    color: Theme.dim
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: section
+                }
+                delegate: HistoryRow {
+                    width: ListView.view.width - 8
+                    isExpanded: page.expandedId === transcriptId
+                    isAsked: page.askedId === transcriptId
+                    onToggleExpanded: page.expandedId = isExpanded ? "" : transcriptId
+                    onAskDelete: page.askedId = transcriptId
+                    onAnswered: page.askedId = ""
+                }
+            }
+            EmptyNote {
+                anchors.centerIn: parent
+                width: Math.min(parent.width - 48, 420)
+                visible: list.count === 0 && !History.isFiltered
+                iconName: "quill"
+                title: qsTrId("history.empty.title")
+                message: qsTrId("history.empty.message")
+                actionText: qsTrId("history.dictate")
+                onAction: App.toggleRecording()
+            }
+            EmptyNote {
+                anchors.centerIn: parent
+                width: Math.min(parent.width - 48, 420)
+                visible: list.count === 0 && History.isFiltered
+                iconName: "search"
+                title: qsTrId("history.noHits.title").arg(History.searchText)
+                message: qsTrId("history.noHits.message")
+                actionText: qsTrId("history.noHits.clear")
+                onAction: {
+                    search.clear()
+                    search.forceActiveFocus()
+                }
+            }
+        }
+    }
+}

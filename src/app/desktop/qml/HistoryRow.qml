@@ -1,0 +1,230 @@
+import QtQuick
+import QtQuick.Layouts
+import Quillmere
+
+// A transcript in the list. Reached by the arrow keys; its buttons by Tab from there.
+FocusScope {
+    id: row
+
+    required property int index
+    required property string transcriptId
+    required property string fullText
+    required property string excerpt
+    required property string html
+    required property string modeName
+    required property string details
+    required property bool hasFailed
+    required property string reason
+    required property bool canRetry
+    required property bool isBusy
+    required property bool hasAudio
+
+    property bool isExpanded: false
+    property bool isAsked: false
+    signal toggleExpanded()
+    signal askDelete()
+    signal answered()
+
+    readonly property bool isCurrent: ListView.isCurrentItem
+    readonly property int buttonFocus: isCurrent ? Qt.StrongFocus : Qt.ClickFocus
+    readonly property bool visualFocus: isCurrent && activeFocus && !buttons.hasKeyboard && !question.hasKeyboard
+
+    implicitHeight: card.implicitHeight
+    height: implicitHeight
+    Accessible.role: Accessible.ListItem
+    Accessible.name: excerpt + (hasFailed ? ". " + reason : ". " + details)
+    Accessible.focusable: true
+
+    Keys.onReturnPressed: toggleExpanded()
+    Keys.onEnterPressed: toggleExpanded()
+    Keys.onSpacePressed: toggleExpanded()
+    Keys.onDeletePressed: askDelete()
+    Keys.onPressed: event => {
+        if (event.matches(StandardKey.Copy) && !hasFailed && !isBusy) {
+            History.copy(transcriptId)
+            copied.restart()
+            event.accepted = true
+        }
+    }
+
+    Timer { id: copied; interval: 1500 }
+
+    Card {
+        id: card
+
+        width: parent.width
+        implicitHeight: content.implicitHeight + 24
+        border.color: row.hasFailed ? Theme.warning : Theme.line
+
+        TapHandler {
+            onTapped: {
+                row.ListView.view.currentIndex = row.index
+                row.forceActiveFocus()
+            }
+            onDoubleTapped: row.toggleExpanded()
+        }
+        ColumnLayout {
+            id: content
+
+            x: 14
+            y: 12
+            width: parent.width - 28
+            spacing: 6
+
+            Item {
+                Layout.fillWidth: true
+                implicitHeight: Math.max(words.contentHeight, 18)
+                Text {
+                    id: words
+
+                    width: parent.width - (buttons.visible ? buttons.implicitWidth + 10 : 0)
+                    text: row.isExpanded && row.fullText !== "" ? row.fullText
+                        : row.html === "" ? row.excerpt
+                        : "<style>.hit{background-color:" + Theme.softAccent + ";color:" + Theme.text + "}</style>" + row.html
+                    textFormat: row.html === "" || (row.isExpanded && row.fullText !== "") ? Text.PlainText : Text.RichText
+                    font.pixelSize: Theme.body
+                    lineHeight: 1.2
+                    color: row.isBusy ? Theme.dim : Theme.text
+                    wrapMode: Text.Wrap
+                    maximumLineCount: row.isExpanded || row.html !== "" ? 2147483647 : 3
+                    elide: row.isExpanded || row.html !== "" ? Text.ElideNone : Text.ElideRight
+                    Accessible.ignored: true
+                }
+                Row {
+                    id: buttons
+
+                    anchors.right: parent.right
+                    anchors.rightMargin: -6
+                    y: -4
+                    visible: !row.isBusy
+                    spacing: 0
+                    readonly property bool hasKeyboard: retry.activeFocus || copy.activeFocus || paste.activeFocus ||
+                                                       play.activeFocus || more.activeFocus
+                    ActionButton {
+                        id: retry
+                        visible: row.canRetry
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        text: qsTrId("history.retry")
+                        isStrong: true
+                        onClicked: History.retry(row.transcriptId)
+                    }
+                    ActionButton {
+                        id: copy
+                        visible: !row.hasFailed
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        text: copied.running ? qsTrId("history.copied") : qsTrId("history.copy")
+                        onClicked: {
+                            History.copy(row.transcriptId)
+                            copied.restart()
+                        }
+                    }
+                    ActionButton {
+                        id: paste
+                        visible: !row.hasFailed && History.canPaste
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        text: qsTrId("history.paste")
+                        onClicked: History.paste(row.transcriptId)
+                    }
+                    ActionButton {
+                        id: play
+                        visible: row.hasFailed && row.hasAudio && History.canPlay
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        text: qsTrId("history.play")
+                        onClicked: History.play(row.transcriptId)
+                    }
+                    ActionButton {
+                        id: more
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        iconName: "more"
+                        name: qsTrId("history.more")
+                        onClicked: menu.popup(more, 0, more.height + 2)
+                        SelectMenu {
+                            id: menu
+                            SelectMenuItem {
+                                text: row.isExpanded ? qsTrId("history.collapse") : qsTrId("history.expand")
+                                visible: row.fullText !== ""
+                                onTriggered: row.toggleExpanded()
+                            }
+                            SelectMenuItem {
+                                text: qsTrId("history.play")
+                                visible: row.hasAudio && History.canPlay
+                                onTriggered: History.play(row.transcriptId)
+                            }
+                            SelectMenuItem {
+                                text: qsTrId("history.delete")
+                                isDanger: true
+                                onTriggered: row.askDelete()
+                            }
+                        }
+                    }
+                }
+            }
+            RowLayout {
+                Layout.fillWidth: true
+                spacing: 10
+                visible: !row.isAsked
+                Chip {
+                    visible: row.modeName !== "" && !row.hasFailed
+                    text: row.modeName
+                }
+                Icon {
+                    visible: row.hasFailed
+                    name: "warning"
+                    size: 14
+                    color: Theme.warning
+                }
+                Text {
+                    Layout.fillWidth: true
+                    text: row.hasFailed ? row.reason : row.details
+                    font.pixelSize: Theme.small
+                    font.weight: row.hasFailed ? Font.DemiBold : Font.Normal
+                    color: row.hasFailed ? Theme.warning : Theme.dim
+                    wrapMode: Text.Wrap
+                    Accessible.ignored: true
+                }
+            }
+            RowLayout {
+                id: question
+
+                Layout.fillWidth: true
+                spacing: 8
+                visible: row.isAsked
+                readonly property bool hasKeyboard: yes.activeFocus || no.activeFocus
+                onVisibleChanged: if (visible) no.forceActiveFocus()
+                Text {
+                    Layout.fillWidth: true
+                    text: row.hasAudio ? qsTrId("history.delete.question.audio") : qsTrId("history.delete.question")
+                    font.pixelSize: Theme.body
+                    color: Theme.text
+                    wrapMode: Text.Wrap
+                }
+                ActionButton {
+                    id: no
+                    text: qsTrId("common.cancel")
+                    onClicked: {
+                        row.answered()
+                        row.forceActiveFocus()
+                    }
+                }
+                ActionButton {
+                    id: yes
+                    kind: "danger"
+                    text: qsTrId("history.delete")
+                    onClicked: {
+                        row.answered()
+                        History.remove(row.transcriptId)
+                    }
+                }
+            }
+        }
+        FocusRing {
+            control: row
+            controlRadius: Theme.cardRadius
+        }
+    }
+}

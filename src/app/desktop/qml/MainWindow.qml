@@ -1,0 +1,164 @@
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Window
+import Quillmere
+
+Window {
+    id: window
+
+    width: 960
+    height: 620
+    minimumWidth: 720
+    minimumHeight: 480
+    color: Theme.ground
+    title: "Quillmere"
+
+    // Escape closes what is open: a page may have something of its own.
+    function closeWhatIsOpen() {
+        if (pageLoader.item && pageLoader.item.closeWhatIsOpen && pageLoader.item.closeWhatIsOpen())
+            return
+        Navigation.hide()
+    }
+
+    Shortcut { sequence: "Escape"; onActivated: window.closeWhatIsOpen() }
+    Shortcut { sequences: [StandardKey.Close]; onActivated: Navigation.hide() }
+    Shortcut { sequence: "Ctrl+,"; onActivated: Navigation.page = "settings" }
+    Shortcut {
+        sequences: [StandardKey.Find]
+        onActivated: {
+            Navigation.page = "history"
+            if (pageLoader.item && pageLoader.item.startSearch)
+                pageLoader.item.startSearch()
+        }
+    }
+    Shortcut { sequence: "Ctrl+PgDown"; onActivated: window.step(1) }
+    Shortcut { sequence: "Ctrl+PgUp"; onActivated: window.step(-1) }
+
+    function step(by) {
+        const pages = Navigation.pages
+        for (let i = 0; i < pages.length; ++i) {
+            if (pages[i].key === Navigation.page) {
+                Navigation.page = pages[(i + by + pages.length) % pages.length].key
+                return
+            }
+        }
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        Rectangle {
+            Layout.preferredWidth: Math.max(196, Math.round(Theme.body * 15))
+            Layout.fillHeight: true
+            color: Theme.sunken
+
+            Rectangle {
+                anchors.right: parent.right
+                width: 1
+                height: parent.height
+                color: Theme.line
+            }
+            ColumnLayout {
+                anchors.fill: parent
+                anchors.margins: 10
+                anchors.topMargin: 18
+                anchors.rightMargin: 11
+                spacing: 2
+
+                Row {
+                    Layout.leftMargin: 10
+                    Layout.bottomMargin: 14
+                    spacing: 8
+                    Icon {
+                        anchors.verticalCenter: parent.verticalCenter
+                        name: "quill"
+                        color: Theme.accent
+                        size: 20
+                    }
+                    Text {
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: "Quillmere"
+                        font.pixelSize: Theme.strong
+                        font.weight: Font.DemiBold
+                        color: Theme.text
+                    }
+                }
+                Repeater {
+                    model: Navigation.pages.filter(page => !page.isAtBottom)
+                    delegate: SideItem {
+                        required property var modelData
+                        Layout.fillWidth: true
+                        text: modelData.title
+                        iconName: modelData.icon
+                        isCurrent: Navigation.page === modelData.key
+                        onClicked: Navigation.page = modelData.key
+                    }
+                }
+                Item { Layout.fillHeight: true }
+                Repeater {
+                    model: Navigation.pages.filter(page => page.isAtBottom)
+                    delegate: SideItem {
+                        required property var modelData
+                        Layout.fillWidth: true
+                        text: modelData.title
+                        iconName: modelData.icon
+                        isCurrent: Navigation.page === modelData.key
+                        onClicked: Navigation.page = modelData.key
+                    }
+                }
+                Rectangle {
+                    Layout.fillWidth: true
+                    Layout.topMargin: 8
+                    implicitHeight: 1
+                    color: Theme.line
+                }
+                ColumnLayout {
+                    Layout.fillWidth: true
+                    Layout.margins: 10
+                    spacing: 5
+                    Text {
+                        Layout.fillWidth: true
+                        text: App.modelText === "" ? App.microphoneName : App.microphoneName + " · " + App.modelText
+                        font.pixelSize: Theme.small
+                        color: Theme.dim
+                        wrapMode: Text.Wrap
+                        maximumLineCount: 3
+                        elide: Text.ElideRight
+                    }
+                    Flow {
+                        Layout.fillWidth: true
+                        spacing: 4
+                        Text {
+                            text: App.shortcutSentenceStart
+                            height: cap.visible ? cap.height : implicitHeight
+                            verticalAlignment: Text.AlignVCenter
+                            font.pixelSize: Theme.small
+                            color: Theme.dim
+                        }
+                        KeyCap {
+                            id: cap
+                            visible: App.shortcutText !== ""
+                            text: App.shortcutText
+                        }
+                        Text {
+                            visible: text !== ""
+                            text: App.shortcutSentenceEnd
+                            height: cap.height
+                            verticalAlignment: Text.AlignVCenter
+                            font.pixelSize: Theme.small
+                            color: Theme.dim
+                        }
+                    }
+                }
+            }
+        }
+        Loader {
+            id: pageLoader
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            source: Navigation.pageUrl
+            focus: true
+        }
+    }
+}

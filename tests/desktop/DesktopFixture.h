@@ -1,0 +1,143 @@
+#pragma once
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "app/desktop/DesktopInterface.h"
+#include "core/AppState.h"
+#include "models/WhisperModelManager.h"
+#include "providers/TranscriptionRetryController.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeHttpDownloader.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+
+// The interface over a store in memory, with a history and models to look at.
+class DesktopFixture {
+ public:
+  explicit DesktopFixture(const QString& language = QStringLiteral("en"), bool hasHistory = true, bool hasTray = false)
+      : texts(language), clock(QDateTime(QDate(2026, 3, 12), QTime(15, 0), QTimeZone::utc())) {
+    const QDir models(folder.filePath(QStringLiteral("models")));
+    models.mkpath(QStringLiteral("."));
+    QFile base(models.filePath(QStringLiteral("ggml-base.bin")));
+    if (base.open(QIODevice::WriteOnly)) base.resize(1'000'000);
+    base.close();
+    WhisperModelManagerConfiguration configuration;
+    configuration.modelsDirectory = models.path();
+    manager = std::make_unique<WhisperModelManager>(configuration, downloader, executor, pool, Logging(log));
+    manager->scanForModels();
+    ModeData mode;
+    mode.name = QStringLiteral("Default");
+    mode.model = QStringLiteral("base");
+    const ModePtr standard = store->createMode(mode);
+    mode.name = QStringLiteral("E-mail & notes");
+    const ModePtr mail = store->createMode(mode);
+    state.selectMode(*standard, false);
+    if (hasHistory) addHistory(standard, mail);
+    DesktopIntents intents;
+    intents.app.toggleRecording = [this] { ++toggles; };
+    intents.app.cancelRecording = [this] { ++cancels; };
+    intents.app.transcribeFile = [] {};
+    intents.history.copyText = [this](const QString& text) { copied << text; };
+    intents.history.pasteText = [this](const QString& text) { pasted << text; };
+    intents.history.playAudio = [this](const QString& path) { played << path; };
+    intents.dialog.stopRecording = [this] { ++stops; };
+    intents.dialog.copyText = [this](const QString& text) { copied << text; };
+    intents.dialog.isTextOnClipboard = [this] { return isTextOnClipboard; };
+    intents.dialog.cancelKey = [] { return QStringLiteral("Esc"); };
+    DesktopInterfaceServices services{state,       *store,   settings,   defaults, *manager, executor,
+                                      clock,       Logging(log), &notices, &retry,   nullptr,
+                                      QLocale(language == QLatin1String("de") ? QLocale::German : QLocale::English),
+                                      QTimeZone::utc()};
+    interface = std::make_unique<DesktopInterface>(std::move(services), std::move(intents),
+                                                   DesktopInterfaceOptions{.hasTray = hasTray, .usesPortal = false});
+    interface->app().setMicrophone(
+        language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon") : QStringLiteral("USB microphone"), true);
+    interface->app().setModel(QStringLiteral("Base"), true);
+    interface->app().setShortcut(QStringLiteral("Right Ctrl"), AppStateViewModel::TriggerKind::hold);
+  }
+
+  TranscriptPtr add(const QString& text, const QDateTime& date, const ModePtr& mode, double duration) {
+    const TranscriptPtr transcript = store->insertTranscript();
+    transcript->date = date;
+    transcript->text = transcript->transcribedText = text;
+    transcript->duration = duration;
+    transcript->status = QStringLiteral("completed");
+    transcript->transcriptionProvider = QStringLiteral("Base");
+    transcript->modeRelationship = mode;
+    transcript->mode = mode->name;
+    return transcript;
+  }
+
+  void addHistory(const ModePtr& standard, const ModePtr& mail) {
+    const QDateTime now = clock.now();
+    add(QStringLiteral("Let's move the quarterly review to Thursday at ten, and bring the open questions from the last "
+                       "one."),
+        now.addSecs(-30 * 60), standard, 6);
+    const TranscriptPtr failed = add(QString(), now.addSecs(-3600), standard, 48);
+    failed->status = QStringLiteral("failed");
+    failed->failedReason = QStringLiteral("The service did not answer.");
+    failed->audioFilePath = folder.filePath(QStringLiteral("kept.wav"));
+    QFile audio(*failed->audioFilePath);
+    if (audio.open(QIODevice::WriteOnly)) audio.write("RIFF");
+    add(QStringLiteral("The quarterly figures are in docs/q3/report.md; I changed the second table and left the totals "
+                       "alone."),
+        now.addDays(-1).addSecs(7500), standard, 9)
+        ->postProcessedText = QStringLiteral(
+        "The quarterly figures are in docs/q3/report.md; I changed the second table and left the totals alone.");
+    add(QStringLiteral("Good morning, thank you for the quarterly summary. I read it on the train and have two small "
+                       "remarks, both about the second page."),
+        now.addDays(-1).addSecs(-20000), mail, 81);
+    add(QStringLiteral("Äpfel, Birnen und 日本語のテキスト."), now.addDays(-30), mail, 3);
+    store->save();
+  }
+
+  // Runs what is queued and draws.
+  void settle() {
+    for (int i = 0; i < 6; ++i) {
+      executor.runReady();
+      QCoreApplication::sendPostedEvents();
+      QCoreApplication::processEvents();
+      QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+  }
+  // Until the condition holds; false after a generous while.
+  bool settleUntil(const std::function<bool()>& condition) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+      if (timer.elapsed() > 20'000) return false;
+      settle();
+    }
+    return true;
+  }
+
+  QTemporaryDir folder;
+  TestTexts texts;
+  ManualExecutor executor;
+  FixedClock clock;
+  FakeDefaultsStore defaults;
+  FakeHttpDownloader downloader;
+  DesktopNotices notices;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  WorkerPool pool{1};
+  SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
+  std::unique_ptr<PersistenceController> store =
+      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
+  AppState state{executor, defaults, &settings, &notices, Logging(log)};
+  TranscriptionRetryController retry{*store, &settings, nullptr, clock, Logging(log)};
+  std::unique_ptr<WhisperModelManager> manager;
+  int toggles = 0, cancels = 0, stops = 0;
+  bool isTextOnClipboard = true;
+  QStringList copied, pasted, played;
+  std::unique_ptr<DesktopInterface> interface;  // last: over everything else
+};
+
+}  // namespace quillmere
