@@ -147,7 +147,8 @@ Task<SmartPasteResult> AccessibilityHelper::pasteWhole(QString text, QString tar
   try {
     auto firstLook = command_.target();
     PasteCommand::Target target = co_await std::move(firstLook);
-    if (!target.isSecure && !target.canPaste && pasteTargets::isSlowToFocus(targetBundleId)) {
+    const bool isFound = target.canPaste && !target.isBlind;
+    if (!target.isSecure && !isFound && pasteTargets::isSlowToFocus(targetBundleId)) {
       co_await sleepFor(focusRetry);
       auto secondLook = command_.target();
       target = co_await std::move(secondLook);

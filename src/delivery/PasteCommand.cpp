@@ -49,7 +49,7 @@ Task<PasteCommand::Target> PasteCommand::target() {
   target.canPaste = isKnown || findings->isInput;
   if (!target.canPaste && !target.isSecure && pasteTargets::isBlindPaste(bundleId)) {
     logger_.warning("⚠️ Falling back to blind paste whitelist for %{public}s", bundleId);
-    target.canPaste = true;
+    target.canPaste = target.isBlind = true;
   }
   co_return target;
 }

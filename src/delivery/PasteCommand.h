@@ -20,6 +20,7 @@ class PasteCommand {
   struct Target {
     bool canPaste = false;
     bool isSecure = false;
+    bool isBlind = false;  // nothing that takes text was found; the application gets the paste all the same
   };
   enum class Outcome {
     sent,

@@ -1,0 +1,156 @@
+#include "delivery/FocusProbe.h"
+
+#include <gmock/gmock.h>
+
+#include "delivery/PasteTargets.h"
+#include "support/FakeAccessibility.h"
+
+namespace quillmere {
+namespace {
+
+const FocusQuery query{7, QStringLiteral("org.example.editor")};
+const FocusQuery deepQuery{7, QStringLiteral("com.microsoft.VSCode")};
+
+// A chain of groups with the element at its end.
+FakeAccessibilityNode::Ptr nested(int levels, FakeAccessibilityNode::Ptr inner) {
+  for (int i = 0; i < levels; ++i) inner = node(QStringLiteral("AXGroup"))->child(inner);
+  return inner;
+}
+
+FakeAccessibilityNode::Ptr withChildren(int plain, const FakeAccessibilityNode::Ptr& last) {
+  auto parent = node(QStringLiteral("AXSplitGroup"));
+  for (int i = 0; i < plain; ++i) parent->child(node(QStringLiteral("AXButton")));
+  return parent->child(last);
+}
+
+TEST(FocusProbe, AnElementTakesTextByItsRoleOrItsSettableValue) {
+  const QString value = QStringLiteral("AXValue");
+  const struct {
+    FakeAccessibilityNode::Ptr element;
+    bool isEditable;
+  } cases[] = {
+      {node(QStringLiteral("AXTextField")), true},
+      {node(QStringLiteral("AXTextArea")), true},
+      {node(QStringLiteral("AXComboBox")), true},
+      {node(QStringLiteral("AXSearchField")), true},
+      {node(QStringLiteral("AXButton")), false},
+      {node(QStringLiteral("AXSlider"))->settable(value), true},
+      {node(QStringLiteral("AXWebArea")), false},
+      {node(QStringLiteral("AXWebArea"))->settable(value), true},
+      {node(QStringLiteral("AXGroup")), false},
+      {node(QStringLiteral("AXGroup"))->settable(QStringLiteral("AXSelectedText")), false},
+      {node(QStringLiteral("AXGroup"))->pointing(QStringLiteral("AXEditableAncestor"), node()), true},
+      {node()->settable(value), false},  // no role, no verdict
+  };
+  for (const auto& one : cases) {
+    FakeAccessibilityTree tree;
+    EXPECT_EQ(isEditableElement(tree, one.element, Logger()), one.isEditable)
+        << one.element->texts.value(QStringLiteral("AXRole")).toStdString();
+  }
+}
+
+TEST(FocusProbe, TheSearchEndsAtItsDepthAndAtTheTwentyFifthChild) {
+  const auto field = node(QStringLiteral("AXTextField"));
+  const struct {
+    const char* name;
+    FakeAccessibilityNode::Ptr focused;
+    FocusQuery query;
+    bool isFound;
+  } cases[] = {
+      {"depth 3 of 3", nested(2, field), query, true},     {"depth 4 of 3", nested(3, field), query, false},
+      {"depth 5 of 5", nested(4, field), deepQuery, true}, {"depth 6 of 5", nested(5, field), deepQuery, false},
+      {"child 25", withChildren(24, field), query, true},  {"child 26", withChildren(25, field), query, false},
+  };
+  for (const auto& one : cases) {
+    FakeAccessibility accessibility;
+    accessibility.focus(one.focused);
+    // A field elsewhere doesn't count once something has the focus.
+    accessibility.addApplication(7, node(QStringLiteral("AXWindow"))->child(field));
+    EXPECT_EQ(isTextInputFocused(accessibility.tree, one.query, Logger()), one.isFound) << one.name;
+  }
+}
+
+TEST(FocusProbe, WithoutAFocusedElementTheWindowsAreSearched) {
+  const auto field = node(QStringLiteral("AXTextField"));
+  const auto window = [&](int levels) { return node(QStringLiteral("AXWindow"))->child(nested(levels, field)); };
+  const auto empty = node(QStringLiteral("AXWindow"));
+  const struct {
+    const char* name;
+    FakeAccessibilityNode::Ptr focusedWindow;
+    std::vector<FakeAccessibilityNode::Ptr> windows;
+    bool isFound;
+  } cases[] = {
+      {"focused window, depth 5", window(3), {}, true},
+      {"focused window, depth 6", window(4), {}, false},
+      {"third window, depth 3", nullptr, {empty, empty, window(1)}, true},
+      {"third window, depth 4", nullptr, {empty, empty, window(2)}, false},
+      {"fourth window", nullptr, {empty, empty, empty, window(1)}, false},
+      {"nothing", nullptr, {}, false},
+  };
+  for (const auto& one : cases) {
+    FakeAccessibilityTree tree;
+    if (one.focusedWindow) tree.systemWide->pointing(QStringLiteral("AXFocusedWindow"), one.focusedWindow);
+    const auto app = node(QStringLiteral("AXApplication"));
+    for (const auto& each : one.windows) app->child(each, QStringLiteral("AXWindows"));
+    tree.applications.insert(7, app);
+    EXPECT_EQ(isTextInputFocused(tree, query, Logger()), one.isFound) << one.name;
+  }
+}
+
+TEST(FocusProbe, OnlyASecureSubroleIsSecure) {
+  FakeAccessibility accessibility;
+  EXPECT_FALSE(isSecureFieldFocused(accessibility.tree));
+  const auto field = node(QStringLiteral("AXTextField"));
+  accessibility.focus(field);
+  EXPECT_FALSE(isSecureFieldFocused(accessibility.tree));
+  field->texts.insert(QStringLiteral("AXSubrole"), QStringLiteral("AXSearchField"));
+  EXPECT_FALSE(isSecureFieldFocused(accessibility.tree));
+  field->texts.insert(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField"));
+  EXPECT_TRUE(isSecureFieldFocused(accessibility.tree));
+  accessibility.tree.readsUntilOutOfTime = 1;  // the subrole comes too late
+  accessibility.tree.reads = 0;
+  EXPECT_FALSE(isSecureFieldFocused(accessibility.tree));
+}
+
+TEST(FocusProbe, ATreeWithoutAnEndIsLeftWhenTheTimeIsUp) {
+  FakeAccessibility accessibility;
+  const auto endless = node(QStringLiteral("AXGroup"));
+  for (int i = 0; i < 25; ++i) endless->child(endless);
+  accessibility.focus(endless);
+  accessibility.tree.readsUntilOutOfTime = 100;
+  EXPECT_FALSE(isTextInputFocused(accessibility.tree, deepQuery, Logger()));
+  EXPECT_LE(accessibility.tree.reads, 100);
+  endless->lists.clear();
+}
+
+TEST(PasteTargets, ApplicationsAreToldByTheirExactIdentifiers) {
+  using namespace pasteTargets;
+  const struct {
+    const char* bundleId;
+    bool isBrowser, isDeep, isBlind, isTerminal, isSlow;
+    int waitMs;
+  } cases[] = {
+      {"org.mozilla.firefox", true, false, false, false, false, 250},
+      {"ru.yandex.desktop.yandex-browser", true, false, false, false, false, 250},
+      {"com.microsoft.VSCode", false, true, true, false, true, 180},
+      {"com.cursor.ide", false, true, true, false, true, 180},
+      {"com.tinyspeck.slackmacgap", false, false, true, false, true, 180},
+      {"com.jetbrains.fleet", false, false, true, false, false, 100},
+      {"net.kovidgoyal.kitty", false, false, false, true, false, 100},
+      {"xterm", false, false, false, true, false, 100},
+      {"com.microsoft.vscode", false, false, false, false, false, 100},
+      {"", false, false, false, false, false, 100},
+  };
+  for (const auto& one : cases) {
+    const QString id = QString::fromLatin1(one.bundleId);
+    EXPECT_EQ(isBrowser(id), one.isBrowser) << one.bundleId;
+    EXPECT_EQ(isDeepFocusEditor(id), one.isDeep) << one.bundleId;
+    EXPECT_EQ(isBlindPaste(id), one.isBlind) << one.bundleId;
+    EXPECT_EQ(isTerminal(id), one.isTerminal) << one.bundleId;
+    EXPECT_EQ(isSlowToFocus(id), one.isSlow) << one.bundleId;
+    EXPECT_EQ(waitAfterReactivation(id), std::chrono::milliseconds(one.waitMs)) << one.bundleId;
+  }
+}
+
+}  // namespace
+}  // namespace quillmere

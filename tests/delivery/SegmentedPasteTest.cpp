@@ -1,0 +1,121 @@
+#include "DeliveryFixture.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = SmartPasteResult::Kind;
+
+class SegmentedPasteTest : public DeliveryFixture {
+ protected:
+  SegmentedPasteTest() {
+    putInFront("com.microsoft.VSCode");
+    begin();
+    helper.endRecordingSession();
+    pasteboard.writes.clear();
+  }
+  static std::vector<ProcessedTag> matched() {
+    ProcessedTag tag;
+    tag.matchedFile = QStringLiteral("/src/main.cpp");
+    return {tag};
+  }
+  QStringList written() const {
+    QStringList texts;
+    for (const auto& write : pasteboard.writes) texts.append(write.text);
+    return texts;
+  }
+  bool isFailedPartially() { return paste("x", matched()) == Kind::failed; }
+};
+
+TEST_F(SegmentedPasteTest, AFileReferenceIsAcceptedFromTheCompletion) {
+  segments = {{"See ", false}, {"@main.cpp", true}, {" now", false}};
+  std::vector<Duration> moments;
+  const TimePoint start = executor.now();
+  keys.onStroke = [&](const QString&) { moments.push_back(executor.now() - start); };
+  EXPECT_EQ(paste("See @main.cpp now", matched()), Kind::success);
+  EXPECT_EQ(written(), (QStringList{"See ", "@main.cpp", " ", " now"}));
+  EXPECT_EQ(keys.strokes,
+            (QStringList{"control+55", "control+55", "control+space", "tab", "control+55", "control+55"}));
+  ASSERT_EQ(moments.size(), 6u);
+  EXPECT_EQ(moments[2] - moments[1], Duration(560ms)) << "60 ms of the fetch, 500 ms before the completion";
+  EXPECT_EQ(moments[3] - moments[2], Duration(200ms));
+  EXPECT_EQ(moments[4] - moments[3], Duration(300ms));
+  EXPECT_TRUE(
+      lines->contains("🎯 Detected Electron editor with matched file references - using async segmented paste"));
+  for (const QString& line : lines->publicLines()) EXPECT_FALSE(line.contains("main.cpp")) << line.toStdString();
+  executor.advance(11s);
+  EXPECT_TRUE(isOriginalBack());
+}
+
+TEST_F(SegmentedPasteTest, WithoutAFoundFileTheTextGoesWhole) {
+  segments = {{"never", true}};
+  ProcessedTag unmatched;
+  EXPECT_EQ(paste("See @{nothing}", {unmatched}), Kind::success);
+  EXPECT_EQ(written(), QStringList{"See @{nothing}"});
+  segments.clear();  // nobody cuts
+  EXPECT_EQ(paste("whole", matched()), Kind::success);
+  EXPECT_EQ(written().last(), "whole");
+}
+
+TEST_F(SegmentedPasteTest, TheFiftyFirstPieceIsLeftOut) {
+  for (int i = 1; i <= 51; ++i) segments.push_back({QString::number(i), false});
+  EXPECT_EQ(paste("x", matched()), Kind::success);
+  EXPECT_EQ(keys.strokes.size(), 50);
+  EXPECT_EQ(written().last(), "50");
+  EXPECT_TRUE(lines->contains("⚠️ Limiting segmented paste to first 50 segments (total: 51)"));
+}
+
+TEST_F(SegmentedPasteTest, APieceThatNobodyFetchedIsAFailureAndTheRestGoesOn) {
+  segments = {{"one", false}, {"two", false}};
+  pasteboard.isFetchedWhenExpected = false;
+  EXPECT_TRUE(isFailedPartially());
+  EXPECT_EQ(keys.strokes.size(), 2);
+  EXPECT_TRUE(lines->contains("⚠️ Async segmented paste partially failed - clipboard restored"));
+  executor.advance(11s);
+  EXPECT_TRUE(isOriginalBack());
+}
+
+TEST_F(SegmentedPasteTest, NoKeyOfTheCompletionReachesAPasswordField) {
+  segments = {{"@main.cpp", true}};
+  keys.onStroke = [&](const QString&) {
+    auto field = node("AXTextField");
+    field->texts.insert("AXSubrole", "AXSecureTextField");
+    accessibility.focus(field);
+  };
+  EXPECT_TRUE(isFailedPartially());
+  EXPECT_EQ(keys.strokes, QStringList{"control+55"});
+}
+
+TEST_F(SegmentedPasteTest, WithoutATargetTheWholeTextIsOnTheClipboard) {
+  segments = {{"one", false}, {"two", false}};
+  auto field = node("AXTextField");
+  field->texts.insert("AXSubrole", "AXSecureTextField");
+  accessibility.focus(field);
+  EXPECT_EQ(paste("one two", matched()), Kind::secureField);
+  EXPECT_EQ(clipboardText(), "one two");
+  EXPECT_EQ(keys.strokes.size(), 0);
+  executor.advance(11s);
+  EXPECT_TRUE(isOriginalBack());
+}
+
+TEST_F(SegmentedPasteTest, ACancelStopsBeforeTheNextPieceAndGivesTheClipboardBack) {
+  segments = {{"one", false}, {"@f", true}, {"three", false}};
+  for (const auto moment : {250ms, 400ms, 900ms, 1100ms}) {
+    pasteboard.copyElsewhere(original);
+    begin();
+    keys.strokes.clear();
+    TaskScope scope(executor);
+    auto pasting = scope.spawn(helper.smartPaste("x", matched(), targetPID));
+    executor.advance(moment);
+    const auto sent = keys.strokes.size();
+    pasting.cancel();
+    executor.advance(5s);
+    EXPECT_EQ(keys.strokes.size(), sent) << moment.count();
+    executor.advance(6s);
+    EXPECT_TRUE(isOriginalBack()) << moment.count();
+  }
+  EXPECT_TRUE(lines->contains("❌ Segmented paste cancelled at segment 2/3"));
+}
+
+}  // namespace
+}  // namespace quillmere
