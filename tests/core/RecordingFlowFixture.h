@@ -1,0 +1,222 @@
+#pragma once
+#include <QDir>
+#include <QTemporaryDir>
+
+#include "audio/VADProcessing.h"
+#include "context/ApplicationContextGatherer.h"
+#include "context/SelectedTextService.h"
+#include "core/AppState.h"
+#include "core/RecordingTranscriptionFlow.h"
+#include "core/ScriptedTranscriber.h"
+#include "core/ShortcutNames.h"
+#include "core/SpokenFileTags.h"
+#include "delivery/AccessibilityHelper.h"
+#include "delivery/AutoPasteHandler.h"
+#include "recording/AudioDeviceManager.h"
+#include "recording/FileWatcher.h"
+#include "recording/MicrophonePermissionManager.h"
+#include "recording/PowerActivityManager.h"
+#include "recording/RecordingLifecycle.h"
+#include "recording/RecordingSessionManager.h"
+#include "recording/SimpleRecorder.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeAccessibility.h"
+#include "support/FakeAudioDevices.h"
+#include "support/FakeAudioRecorder.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeErrorReporting.h"
+#include "support/FakeFileEvents.h"
+#include "support/FakeGlobalShortcuts.h"
+#include "support/FakeKeySynthesizer.h"
+#include "support/FakeMediaEncoder.h"
+#include "support/FakeMediaPlayback.h"
+#include "support/FakeMicrophoneAuthorization.h"
+#include "support/FakeNetworkStatus.h"
+#include "support/FakeOutputVolume.h"
+#include "support/FakePasteboard.h"
+#include "support/FakePowerActivity.h"
+#include "support/FakeProviders.h"
+#include "support/FakeUserNotices.h"
+#include "support/FakeWorkspace.h"
+#include "support/ManualExecutor.h"
+#include "support/PlainSamples.h"
+#include "support/RecordingLogSink.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+
+// Trims what it is told to, or nothing.
+class FakeVADProcessing final : public VADProcessing {
+ public:
+  std::optional<QString> trimmedPath;
+  Duration takes{0};
+  std::vector<bool> wasEnabled;
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString) override {
+    wasEnabled.push_back(isEnabled);
+    if (takes > Duration::zero()) co_await sleepFor(takes);
+    VADProcessingResult result;
+    result.originalAudioPath = audioPath;
+    result.finalAudioPath = trimmedPath.value_or(audioPath);
+    result.wasProcessed = isEnabled;
+    if (trimmedPath) result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 1};
+    co_return result;
+  }
+};
+
+// The flow over the real recording, delivery and context classes; only the platform and the transcription are made up.
+// A text field of another application has the keyboard. Nothing is converted to M4A unless a test says so.
+struct RecordingFlowFixture {
+  RecordingFlowFixture() {
+    settings.storage().setRecordingsFolder(folder.filePath(QStringLiteral("recordings")));
+    settings.storage().setStoreAsM4A(false);
+    QDir().mkpath(settings.storage().recordingsFolder());
+    ModeData data;
+    data.name = QStringLiteral("Letters");
+    mode = persistence->createMode(data);
+    appState.selectMode(*mode, false);
+    transcriber.appState = &appState;
+    devices.list = {FakeAudioDevices::microphone(7, QStringLiteral("mic.usb"), QStringLiteral("Desk microphone"))};
+    devices.defaultUid = QStringLiteral("mic.usb");
+    deviceManager.scanDevices(DeviceScanReason::initialBootstrap);
+    permission.refreshPermission();
+    lifecycle.setHasMicrophonePermission(true);
+    lifecycle.setSettingsManager(&settings);
+    workspace.frontmost = editor;
+    accessibility.addApplication(editor.processId, node(QStringLiteral("AXWindow")));
+    accessibility.focus(node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXValue"), QString()));
+    flow = makeFlow();
+  }
+
+  RecordingTranscriptionFlowServices services() {
+    RecordingTranscriptionFlowServices use{executor,  lifecycle, sessions,  deviceManager, permission,
+                                           power,     watcher,   autoPaste, helper,        gatherer,
+                                           selection, *persistence, workspace, network};
+    use.vadProcessingService = &vad;
+    use.globalShortcuts = &shortcuts;
+    use.apiKeys = &keys;
+    use.errorReporting = &reporting;
+    use.recoverRecordingsFolder = [this] { return answerRecovery(recoversFolder); };
+    use.transcriptionPipeline = &transcriber;
+    use.transcriptionState = [this] { return transcriber.state; };
+    use.settingsManager = &settings;
+    use.appState = &appState;
+    return use;
+  }
+  std::unique_ptr<RecordingTranscriptionFlow> makeFlow() {
+    return std::make_unique<RecordingTranscriptionFlow>(services(), logging);
+  }
+  static Task<bool> answerRecovery(bool answer) { co_return answer; }
+
+  // --- what a user does
+  void press(RecordingTriggerSource trigger = RecordingTriggerSource::shortcut) {
+    flow->toggleRecording(std::nullopt, false, trigger);
+  }
+  // A recording of that length is on.
+  void record(Duration length = std::chrono::seconds(2)) {
+    press();
+    executor.runReady();
+    executor.advance(length);
+  }
+  // Time enough for everything that follows a stop.
+  void settle() { executor.advance(std::chrono::seconds(8)); }
+  void dictate(Duration length = std::chrono::seconds(2)) {
+    record(length);
+    press();
+    settle();
+  }
+
+  // --- what is to be seen
+  const AppStateData& state() const { return appState.data(); }
+  QString stateLabel() const { return state().recordingState.diagnosticLabel(); }
+  std::vector<TranscriptPtr> rows() { return persistence->fetchTranscripts(-1); }
+  // "completed Hello there." of the only row; "" without one.
+  QString onlyRow() {
+    const auto all = rows();
+    if (all.size() != 1) return all.empty() ? QString() : QStringLiteral("%1 rows").arg(all.size());
+    return all.front()->status.value_or(QString()) + u' ' + all.front()->text.value_or(QString());
+  }
+  QStringList files() const {
+    return QDir(settings.storage().recordingsFolder()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+  }
+  QStringList toasts() const {
+    QStringList shown;
+    for (const auto& [text, isCritical] : notices.toasts) shown << text;
+    return shown;
+  }
+  std::vector<Breadcrumb> breadcrumbs(const QString& message) const {
+    std::vector<Breadcrumb> found;
+    for (const Breadcrumb& each : reporting.breadcrumbs)
+      if (each.message == message) found.push_back(each);
+    return found;
+  }
+  bool isCancelShortcutOn() const {
+    return shortcuts.hasHandlers(shortcutNames::cancelRecording) && shortcuts.isEnabled(shortcutNames::cancelRecording);
+  }
+  QStringList pastedTexts() const {
+    QStringList pasted;
+    for (const auto& write : pasteboard.writes)
+      if (write.isConcealed) pasted << write.text;
+    return pasted;
+  }
+
+  TestTexts texts;
+  QTemporaryDir folder;
+  ManualExecutor executor;
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  Logging logging{log};
+  FakeDefaultsStore defaults;
+  FakeErrorReporting reporting;
+  FakeUserNotices notices;
+  FakeNetworkStatus network;
+  FakeApiKeys keys;
+  FakeAudioRecorderFactory recorders;
+  FakeAudioDevices devices;
+  FakeOutputVolume outputVolume;
+  FakeMediaPlayback playback;
+  FakeMicrophoneAuthorization authorization;
+  FakePowerActivity powerActivity;
+  FakeFileEvents fileEvents;
+  FakeWorkspace workspace;
+  FakePasteboard pasteboard;
+  FakeKeySynthesizer keyboard;
+  FakeAccessibility accessibility;
+  FakeGlobalShortcuts shortcuts;
+  PlainSamples samples;
+  FakeMediaEncoder encoder;
+  FakeVADProcessing vad;
+  ScriptedTranscriber transcriber;
+  bool recoversFolder = false;
+  RunningApplication editor{42, QStringLiteral("org.example.Editor"), QStringLiteral("Editor"),
+                            QStringLiteral("Letter"), false};
+  StandardFolders folders{folder.filePath(QStringLiteral("data")), folder.filePath(QStringLiteral("documents")),
+                          folder.filePath(QStringLiteral("downloads")), folder.filePath(QStringLiteral("temporary"))};
+
+  WorkerPool workers{1, QStringLiteral("conversion")};
+  SettingsManager settings{defaults, folders, logging, &reporting};
+  std::unique_ptr<PersistenceController> persistence =
+      std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+  AppState appState{executor, defaults, &settings, &notices, logging};
+  AudioFileConverter converter{samples, encoder, workers, logging};
+  AudioDeviceManager deviceManager{devices, executor, &reporting, logging};
+  MicrophonePermissionManager permission{authorization, &reporting};
+  RecordingSessionManager sessions{*persistence, clock, logging};
+  SimpleRecorder recorder{recorders, executor, logging};
+  AudioSessionManager audioSession{outputVolume, playback, clock, logging};
+  RecordingLifecycle lifecycle{{executor, clock, recorder, converter, samples, deviceManager, sessions, audioSession,
+                                *persistence, folders, &reporting},
+                               logging};
+  FileWatcher watcher{fileEvents, &reporting, logging};
+  PowerActivityManager power{powerActivity, logging};
+  AccessibilityHelper helper{{pasteboard, keyboard, workspace, accessibility, &settings, executor}, {}, logging};
+  AutoPasteHandler autoPaste{helper, executor, {}, logging};
+  ElectronAppDetector electron{logging};
+  ApplicationContextGatherer gatherer{workspace, accessibility, electron};
+  SelectedTextReader reader{workspace, accessibility, pasteboard, logging};
+  SelectedTextService selection{accessibility, reader, logging};
+  ModePtr mode;
+  std::unique_ptr<RecordingTranscriptionFlow> flow;
+};
+
+}  // namespace quillmere
