@@ -4,6 +4,7 @@
 
 #include "audio/AudioFileConverter.h"
 #include "audio/VADProcessing.h"
+#include "base/async/Await.h"
 #include "context/ApplicationContextGatherer.h"
 #include "context/ElectronAppDetector.h"
 #include "context/SelectedTextReader.h"
@@ -27,6 +28,12 @@
 #include "triggers/BareModifierKeyMonitor.h"
 
 namespace quillmere {
+namespace {
+
+constexpr Duration accessibilityPatience = std::chrono::seconds(1);
+constexpr Duration accessibilityPace = std::chrono::milliseconds(20);
+
+}  // namespace
 
 AudioRecordingManager::AudioRecordingManager(const AudioRecordingPorts& ports, const AudioRecordingServices& services,
                                              AudioRecordingHooks hooks, const Logging& logging)
@@ -111,6 +118,7 @@ void AudioRecordingManager::buildFlow(const AudioRecordingHooks& hooks, const Lo
   pushToTalk.appState = &services_.appState;
   pushToTalk.errorReporting = services_.errorReporting;
   pushToTalk.isTrustedForAccessibility = [this] { return accessibilityHelper_->isTrusted(); };
+  pushToTalk.watchForAccessibility = [this] { accessibilityHelper_->startPermissionPolling(); };
   pushToTalk_ = std::make_unique<PushToTalk>(std::move(pushToTalk), logging);
 }
 
@@ -158,9 +166,18 @@ Task<void> AudioRecordingManager::configure() {
   }
   followSettings();
   recorder_->prepare();
+  auto connecting = waitForAccessibility();
+  co_await std::move(connecting);
   isConfigured_ = true;
   configurePushToTalk();
   logger_.info("AudioRecordingManager configured with dependencies");
+}
+
+// At the start of a session its accessibility bus may need a moment; that is no missing permission yet.
+Task<void> AudioRecordingManager::waitForAccessibility() {
+  if (!PushToTalk::needsAccessibility(services_.settings.pushToTalkMode())) co_return;
+  const TimePoint end = services_.executor.now() + accessibilityPatience;
+  while (!accessibilityHelper_->isTrusted() && services_.executor.now() < end) co_await sleepFor(accessibilityPace);
 }
 
 const AudioDevice* AudioRecordingManager::attachedDevice(const QString& idOrUid) {

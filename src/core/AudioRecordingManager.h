@@ -172,6 +172,7 @@ class AudioRecordingManager final : public DictationControl {
   void bindState();
   const AudioDevice* attachedDevice(const QString& idOrUid);
   Task<void> restoreSavedMicrophone();
+  Task<void> waitForAccessibility();
   void followSettings();
   void settingChanged(const QString& key);
 

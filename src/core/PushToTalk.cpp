@@ -45,6 +45,10 @@ bool PushToTalk::isConcernedBy(const QString& settingKey) {
          settingKey == QLatin1String("selectedPedalDeviceId");
 }
 
+bool PushToTalk::needsAccessibility(PushToTalkMode mode) {
+  return modifierOf(mode).has_value();
+}
+
 void PushToTalk::configure() {
   if (services_.settings == nullptr) return;
   const PushToTalkMode mode = services_.settings->pushToTalkMode();
@@ -65,6 +69,7 @@ void PushToTalk::startBareModifier(PushToTalkMode mode, ModifierKey key) {
   if (!services_.isTrustedForAccessibility || !services_.isTrustedForAccessibility()) {
     logger_.warning("🚫 Bare modifier mode selected but Accessibility permission not granted");
     reportMissingAccessibility();
+    if (services_.watchForAccessibility) services_.watchForAccessibility();
     return;
   }
   hasLoggedMissingAccessibility_ = false;

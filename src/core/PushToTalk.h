@@ -40,6 +40,7 @@ class PushToTalk {
     AppState* appState = nullptr;
     ErrorReporting* errorReporting = nullptr;
     std::function<bool()> isTrustedForAccessibility = {};
+    std::function<void()> watchForAccessibility = {};  // whoever hears of the permission calls configure()
   };
   PushToTalk(Services services, const Logging& logging);
 
@@ -48,6 +49,8 @@ class PushToTalk {
   void setPedalMonitoring(PedalMonitoring pedal) { pedal_ = std::move(pedal); }
   // Whether a change of this setting asks for configure().
   static bool isConcernedBy(const QString& settingKey);
+  // Whether the mode watches a bare modifier key.
+  static bool needsAccessibility(PushToTalkMode mode);
 
  private:
   void startBareModifier(PushToTalkMode mode, ModifierKey key);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "core/RecordingManagerFixture.h"
-#include "delivery/AccessibilityHelper.h"
 #include "recording/MicrophonePermissionManager.h"
 
 namespace quillmere {
@@ -181,16 +180,21 @@ TEST(AudioRecordingManagerTest, AnotherSettingDuringAHoldChangesNothing) {
   EXPECT_FALSE(f.isRecording());
 }
 
+// The accessibility bus of a session that has just begun: late by a moment, or by much.
 TEST(AudioRecordingManagerTest, ArmsTheKeyWhenThePermissionComes) {
-  RecordingManagerFixture f;
-  f.accessibility.trusted = false;
-  f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
-  f.configure();
-  EXPECT_FALSE(f.manager->bareModifierKeyMonitor().isMonitoring());
-  f.accessibility.trusted = true;
-  f.manager->accessibilityHelper().startPermissionPolling();
-  f.executor.advance(1s);
-  EXPECT_TRUE(f.manager->bareModifierKeyMonitor().isMonitoring());
+  for (const Duration delay : {Duration(300ms), Duration(30s)}) {
+    RecordingManagerFixture f;
+    f.accessibility.trusted = false;
+    f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
+    f.executor.startTimer(delay, [&f] { f.accessibility.trusted = true; });
+    f.configure();
+    const bool isLate = delay > 1s;
+    EXPECT_EQ(f.manager->bareModifierKeyMonitor().isMonitoring(), !isLate);
+    EXPECT_EQ(f.reporting.reports.size(), isLate ? 1U : 0U);
+    f.executor.advance(31s);
+    EXPECT_TRUE(f.manager->bareModifierKeyMonitor().isMonitoring());
+    EXPECT_EQ(f.reporting.reports.size(), isLate ? 1U : 0U);
+  }
 }
 
 TEST(AudioRecordingManagerTest, LeavesNoObserverBehind) {
