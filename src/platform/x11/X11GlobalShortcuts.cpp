@@ -176,11 +176,12 @@ bool X11GlobalShortcuts::takeGrabs(const Grabs& grabs) {
 }
 
 void X11GlobalShortcuts::releaseGrabs(const Grabs& grabs) {
+  if (grabs.empty()) return;
   const uint16_t numLock = keyboard_->masks().numLock;
   for (const Grab& grab : grabs)
     for (const uint16_t locks : {uint16_t(0), capsLock, numLock, uint16_t(capsLock | numLock)})
       xcb_ungrab_key(connection_->raw(), grab.code, connection_->root(), grab.modifiers | locks);
-  connection_->flush();
+  connection_->synchronize();
 }
 
 // Makes what the server has for the entry what it should have.

@@ -56,8 +56,8 @@ class X11GlobalShortcutsTest : public X11Desk {
   TaskHandle<> record() {
     const auto note = [](X11GlobalShortcutsTest& test) -> Task<> {
       auto recording = test.shortcuts->recordCombination();
-      const auto keys = co_await std::move(recording);
-      test.recorded << (keys ? keys->text() : QStringLiteral("none"));
+      const auto outcome = co_await std::move(recording);
+      test.recorded << (outcome ? outcome->text() : QStringLiteral("none"));
     };
     return scope.spawn(note(*this));
   }

@@ -1,0 +1,220 @@
+#include "platform/x11/X11Pasteboard.h"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "X11Desk.h"
+#include "platform/qt/QtExecutor.h"
+#include "support/RunTask.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::Not;
+
+class X11PasteboardTest : public X11Desk {
+ protected:
+  void SetUp() override {
+    X11Desk::SetUp();
+    if (!server) return;
+    if (QStandardPaths::findExecutable(QStringLiteral("xclip")).isEmpty()) GTEST_SKIP() << "xclip is not installed";
+    auto opened = X11Pasteboard::open(executor, server->displayName());
+    ASSERT_TRUE(opened);
+    pasteboard = std::move(opened).value();
+  }
+  void TearDown() override {
+    for (const auto& owner : owners) {
+      ::kill(pid_t(owner->processId()), SIGCONT);
+      owner->kill();
+      owner->waitForFinished();
+    }
+  }
+
+  // Another program that owns the clipboard and stays in the foreground.
+  QProcess& copyElsewhere(const QByteArray& bytes, const QString& target, const char* selection = "clipboard") {
+    const quint64 before = pasteboard->changeCount();
+    const QString file = folder.filePath(QString::number(++files));
+    QFile data(file);
+    EXPECT_TRUE(data.open(QIODevice::WriteOnly));
+    data.write(bytes);
+    data.close();
+    owners.push_back(std::make_unique<QProcess>());
+    owners.back()->start(QStringLiteral("xclip"),
+                         {"-display", server->displayName(), "-quiet", "-selection", selection, "-t", target, file});
+    EXPECT_TRUE(owners.back()->waitForStarted());
+    if (QByteArray(selection) == "clipboard")
+      EXPECT_TRUE(waitUntil([&] { return pasteboard->changeCount() > before; }));
+    return *owners.back();
+  }
+  // What another program gets; the main thread is free to serve or not.
+  QByteArray readElsewhere(const QString& target, const char* selection = "clipboard") {
+    QProcess reader;
+    reader.start(QStringLiteral("xclip"),
+                 {"-display", server->displayName(), "-o", "-selection", selection, "-t", target});
+    EXPECT_TRUE(reader.waitForFinished(60000));
+    return reader.readAllStandardOutput();
+  }
+  QStringList targetsElsewhere() {
+    return QString::fromLatin1(readElsewhere("TARGETS")).split('\n', Qt::SkipEmptyParts);
+  }
+  ClipboardItems items() { return runTaskInLoop(executor, pasteboard->items()); }
+  static QByteArray noise(int size) {
+    QByteArray bytes(size, '\0');
+    quint32 state = 1;
+    for (char& byte : bytes) byte = char((state = state * 1664525u + 1013904223u) >> 24);
+    return bytes;
+  }
+
+  QTemporaryDir folder;
+  int files = 0;
+  std::vector<std::unique_ptr<QProcess>> owners;
+  QtExecutor executor;
+  std::unique_ptr<X11Pasteboard> pasteboard;
+};
+
+TEST_F(X11PasteboardTest, WhatAnotherProgramHadComesBackByteForByte) {
+  const struct {
+    const char* target;
+    QByteArray bytes;
+  } cases[] = {
+      {"UTF8_STRING", QStringLiteral("Grüße 会议 👋").toUtf8()},
+      {"image/png", noise(5 * 1024 * 1024)},
+      {"text/uri-list", "file:///tmp/a%20b\r\nfile:///tmp/c\r\n"},
+      {"x-special/gnome-copied-files", "copy\nfile:///tmp/a"},
+      {"text/html", "<b>bold</b>"},
+  };
+  for (const auto& one : cases) {
+    copyElsewhere(one.bytes, one.target);
+    const ClipboardItems saved = items();
+    ASSERT_EQ(saved.size(), 1u) << one.target;
+    EXPECT_EQ(saved.front().data.value(one.target), one.bytes) << one.target;
+    EXPECT_THAT(saved.front().types, Not(Contains(QStringLiteral("TARGETS"))));
+    ASSERT_TRUE(pasteboard->writeText("dictated", true));
+    EXPECT_EQ(readElsewhere("UTF8_STRING"), "dictated");
+    ASSERT_TRUE(pasteboard->write(saved));
+    EXPECT_EQ(readElsewhere(one.target), one.bytes) << one.target;
+    EXPECT_THAT(targetsElsewhere(), Contains(QString(one.target)));
+    EXPECT_EQ(items(), saved);
+  }
+}
+
+TEST_F(X11PasteboardTest, ATextIsOfferedUnderEveryUsualTypeAndCanBeHidden) {
+  const QString text = QStringLiteral("Grüße 👋");
+  pasteboard->writeText(text, true);
+  for (const char* target : {"text/plain;charset=utf-8", "UTF8_STRING", "text/plain", "TEXT"})
+    EXPECT_EQ(readElsewhere(target), text.toUtf8()) << target;
+  EXPECT_EQ(readElsewhere("STRING"), text.toLatin1());
+  EXPECT_EQ(readElsewhere("x-kde-passwordManagerHint"), "secret");
+  pasteboard->writeText(text, false);
+  EXPECT_THAT(targetsElsewhere(), Not(Contains(QStringLiteral("x-kde-passwordManagerHint"))));
+  const QString longText(3'000'000, QChar(0xe4));
+  pasteboard->writeText(longText, true);
+  EXPECT_EQ(readElsewhere("UTF8_STRING"), longText.toUtf8());
+}
+
+TEST_F(X11PasteboardTest, OthersAreServedWhileTheMainThreadIsBusy) {
+  pasteboard->writeText("served", true);
+  // No event loop runs in here.
+  EXPECT_EQ(readElsewhere("UTF8_STRING"), "served");
+  EXPECT_EQ(readElsewhere("UTF8_STRING"), "served");
+}
+
+TEST_F(X11PasteboardTest, AnOwnerThatHangsHoldsUpNobody) {
+  QProcess& owner = copyElsewhere("stuck", "UTF8_STRING");
+  ASSERT_EQ(::kill(pid_t(owner.processId()), SIGSTOP), 0);
+  TaskScope scope(executor);
+  auto reading = scope.spawn(pasteboard->items());
+  bool isRunning = false;
+  QTimer::singleShot(50, [&] { isRunning = true; });
+  ASSERT_TRUE(waitUntil([&] { return isRunning; }));
+  EXPECT_FALSE(reading.isDone());
+  // The clipboard can be written while the owner is being asked.
+  EXPECT_TRUE(pasteboard->writeText("mine", true));
+  EXPECT_EQ(readElsewhere("UTF8_STRING"), "mine");
+  ASSERT_TRUE(waitUntil([&] { return reading.isDone(); }));
+  EXPECT_EQ(runTaskInLoop(executor, reading.join()), ClipboardItems{});
+  EXPECT_EQ(runTaskInLoop(executor, pasteboard->string()), "mine");
+}
+
+TEST_F(X11PasteboardTest, AnOwnerThatDiesWhileItIsReadGivesWhatArrived) {
+  QProcess& owner = copyElsewhere(noise(8 * 1024 * 1024), "image/png");
+  ASSERT_EQ(::kill(pid_t(owner.processId()), SIGSTOP), 0);
+  TaskScope scope(executor);
+  auto reading = scope.spawn(pasteboard->items());
+  owner.kill();
+  owner.waitForFinished();
+  ASSERT_TRUE(waitUntil([&] { return reading.isDone(); }));
+  EXPECT_EQ(items(), ClipboardItems{});
+}
+
+TEST_F(X11PasteboardTest, FetchesAreToldFromThoseOfClipboardManagers) {
+  // A manager reads whatever is copied.
+  ASSERT_TRUE(pasteboard->writeText("one", true));
+  readElsewhere("UTF8_STRING");
+  EXPECT_FALSE(pasteboard->wasFetched());
+  pasteboard->expectFetch();
+  EXPECT_FALSE(runTaskInLoop(executor, pasteboard->waitForFetch(100ms)));
+  // Asking for the list of types is no fetch.
+  readElsewhere("TARGETS");
+  EXPECT_FALSE(runTaskInLoop(executor, pasteboard->waitForFetch(100ms)));
+
+  // The target, unknown so far, asks after the keystroke.
+  copyElsewhere("between", "UTF8_STRING");
+  ASSERT_TRUE(pasteboard->writeText(QString(1'000'000, u'x'), true));
+  pasteboard->expectFetch();
+  TaskScope scope(executor);
+  auto waiting = scope.spawn(pasteboard->waitForFetch(30s));
+  owners.push_back(std::make_unique<QProcess>());
+  owners.back()->setStandardOutputFile(QProcess::nullDevice());
+  owners.back()->start(QStringLiteral("xclip"), {"-display", server->displayName(), "-o", "-selection", "clipboard"});
+  ASSERT_TRUE(waitUntil([&] { return waiting.isDone(); }));
+  EXPECT_TRUE(pasteboard->wasFetched());
+  EXPECT_TRUE(runTaskInLoop(executor, pasteboard->waitForFetch(0ms)));
+}
+
+TEST_F(X11PasteboardTest, AnotherProgramThatCopiesEndsTheWait) {
+  ASSERT_TRUE(pasteboard->writeText("one", true));
+  EXPECT_TRUE(pasteboard->ownsContents());
+  pasteboard->expectFetch();
+  TaskScope scope(executor);
+  auto waiting = scope.spawn(pasteboard->waitForFetch(100s));
+  copyElsewhere("newer", "UTF8_STRING");
+  ASSERT_TRUE(waitUntil([&] { return waiting.isDone(); }));
+  EXPECT_FALSE(runTaskInLoop(executor, waiting.join()));
+  EXPECT_FALSE(pasteboard->ownsContents());
+  EXPECT_EQ(runTaskInLoop(executor, pasteboard->string()), "newer");
+}
+
+TEST_F(X11PasteboardTest, TheSelectionIsApartFromTheClipboard) {
+  copyElsewhere("marked", "UTF8_STRING", "primary");
+  ASSERT_TRUE(waitUntil([&] { return runTaskInLoop(executor, pasteboard->selectionString()) == "marked"; }));
+  ASSERT_TRUE(pasteboard->writeText("copied", true));
+  EXPECT_EQ(runTaskInLoop(executor, pasteboard->selectionString()), "marked");
+  EXPECT_FALSE(pasteboard->ownsSelection());
+  ASSERT_TRUE(pasteboard->writeSelection("ours"));
+  EXPECT_TRUE(pasteboard->ownsSelection());
+  EXPECT_EQ(readElsewhere("UTF8_STRING", "primary"), "ours");
+  EXPECT_EQ(readElsewhere("UTF8_STRING"), "copied");
+}
+
+TEST_F(X11PasteboardTest, AServerThatDiesEndsEverythingQuietly) {
+  ASSERT_TRUE(pasteboard->writeText("one", true));
+  TaskScope scope(executor);
+  auto waiting = scope.spawn(pasteboard->waitForFetch(100s));
+  waitUntil([&] { return pasteboard->ownsContents(); });
+  server->kill();
+  ASSERT_TRUE(waitUntil([&] { return waiting.isDone(); }));
+  EXPECT_FALSE(pasteboard->ownsContents());
+  EXPECT_FALSE(pasteboard->writeText("two", true));
+  EXPECT_EQ(items(), ClipboardItems{});
+  EXPECT_FALSE(X11Pasteboard::open(executor, QStringLiteral(":4711")));
+}
+
+}  // namespace
+}  // namespace quillmere
