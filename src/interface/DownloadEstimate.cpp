@@ -8,7 +8,7 @@ namespace {
 using Seconds = std::chrono::duration<double>;
 constexpr double sampleSeconds = 0.5;
 constexpr double memorySeconds = 4;
-constexpr double silenceBytesPerSecond = 256;
+constexpr double silenceBytesPerSecond = 2048;
 
 }  // namespace
 

@@ -154,7 +154,7 @@ QVariant ModelsViewModel::data(const QModelIndex& index, int role) const {
 QString ModelsViewModel::progressText(const WhisperCppModel& model) const {
   const QMap<QString, double> all = services_.models.downloadProgress();
   const auto progress = all.constFind(model.name);
-  if (progress == all.cend()) return localizedText("models.progress.connecting");
+  if (progress == all.cend() || *progress == 0) return localizedText("models.progress.connecting");
   if (*progress < 0) return sizeText(qint64(-*progress));
   if (*progress >= 1) return localizedText("models.progress.checking");
   const auto total = double(model.sizeInBytes);

@@ -46,12 +46,13 @@ RecordingDialog::~RecordingDialog() {
 }
 
 void RecordingDialog::confirmCancel() {
+  if (!appState_.data().showCancelConfirmation) return;  // answered already
   const RecordingState& state = appState_.data().recordingState;
   handle(R::CancelConfirmed{state.is<RecordingState::Transcribing>() || state.is<RecordingState::PostProcessing>()});
 }
 
 void RecordingDialog::dismissQuestion() {
-  handle(R::QuestionDismissed{});
+  if (appState_.data().showCancelConfirmation) handle(R::QuestionDismissed{});
 }
 
 void RecordingDialog::copy() {

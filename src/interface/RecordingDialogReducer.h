@@ -19,8 +19,8 @@ class RecordingDialogReducer {
   };
   struct RecordingStateChanged {
     RecordingState state;
-    QString lastTranscription;  // as it is when the change is looked at
-    bool isRetry = false;       // an earlier recording is transcribed once more
+    QString lastTranscription = {};  // as it is when the change is looked at
+    bool isRetry = false;            // an earlier recording is transcribed once more
   };
   struct CancelConfirmationChanged {
     bool isShown = false;

@@ -1,0 +1,258 @@
+#include "interface/HistoryModel.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "core/AppState.h"
+#include "providers/Transcriber.h"
+#include "providers/TranscriptionRetryController.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeUserNotices.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+class ScriptedTranscriber final : public Transcriber {
+ public:
+  std::optional<AnyError> error;
+  int calls = 0;
+  bool isCancelled = false;
+  Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest) override {
+    ++calls;
+    co_await sleepFor(1s);
+    if (isCancelled) throw Cancelled{};
+    if (error) co_return Failed{*error};
+    TranscriptionResult result;
+    result.text = result.rawText = QStringLiteral("at last");
+    result.provider = QStringLiteral("Base");
+    co_return result;
+  }
+  void cancelTranscription() override {}
+};
+
+struct Fixture {
+  TestTexts texts;
+  ManualExecutor executor;
+  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
+  FakeDefaultsStore defaults;
+  FakeUserNotices notices;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  std::unique_ptr<PersistenceController> store =
+      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
+  AppState state{executor, defaults, nullptr, nullptr, Logging(log)};
+  ScriptedTranscriber transcriber;
+  TranscriptionRetryController retry{*store, nullptr, nullptr, clock, Logging(log)};
+  QTemporaryDir folder;
+  QStringList copied, played;
+  bool hasFiles = true;
+  std::unique_ptr<HistoryModel> model;
+
+  explicit Fixture(int count = 0) {
+    retry.setTranscriber(&transcriber);
+    for (int i = 0; i < count; ++i) add(QStringLiteral("number %1").arg(i), -i * 60);
+    store->save();
+  }
+  void make() {
+    HistoryIntents intents;
+    intents.copyText = [this](const QString& text) { copied << text; };
+    intents.playAudio = [this](const QString& path) { played << path; };
+    intents.fileExists = [this](const QString&) { return hasFiles; };
+    model = std::make_unique<HistoryModel>(HistoryModel::Services{*store, state, executor, clock, &retry, &notices},
+                                           intents, QLocale(QLocale::English, QLocale::UnitedKingdom), QTimeZone::utc(),
+                                           Logging(log));
+  }
+  TranscriptPtr add(const QString& text, int seconds) {
+    const TranscriptPtr transcript = store->insertTranscript();
+    transcript->text = text;
+    transcript->date = clock.now().addSecs(seconds);
+    transcript->status = QStringLiteral("completed");
+    transcript->duration = 5;
+    return transcript;
+  }
+  TranscriptPtr addFailed() {
+    const TranscriptPtr transcript = add(QStringLiteral("Transcription failed: no luck."), 1);
+    transcript->status = QStringLiteral("failed");
+    transcript->audioFilePath = folder.filePath(QStringLiteral("kept.wav"));
+    QFile file(*transcript->audioFilePath);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    store->save();
+    return transcript;
+  }
+  QVariant at(int row, int role) const { return model->data(model->index(row), role); }
+  QString text(int row) const { return at(row, HistoryModel::excerptRole).toString(); }
+  QString id(int row) const { return at(row, HistoryModel::idRole).toString(); }
+};
+
+TEST(HistoryModel, ComesInPagesWithHeadings) {
+  Fixture f(120);
+  f.add(QStringLiteral("old"), -40 * 3600);
+  f.store->save();
+  f.make();
+  EXPECT_EQ(f.model->rowCount(), 50);
+  EXPECT_EQ(f.model->totalCount(), 121);
+  EXPECT_TRUE(f.model->canFetchMore({}));
+  // A new one pushes the others down: none comes twice.
+  f.add(QStringLiteral("newest"), 5);
+  f.store->save();
+  f.model->fetchMore({});
+  f.executor.runReady();
+  f.model->fetchMore({});
+  while (f.model->canFetchMore({})) f.model->fetchMore({});
+  EXPECT_EQ(f.model->rowCount(), 122);
+  QSet<QString> ids;
+  for (int i = 0; i < 122; ++i) ids.insert(f.id(i));
+  EXPECT_EQ(ids.size(), 122);
+  EXPECT_EQ(f.text(0), QStringLiteral("newest"));
+  EXPECT_EQ(f.at(0, HistoryModel::dayRole), QStringLiteral("Today"));
+  EXPECT_EQ(f.at(121, HistoryModel::dayRole), QStringLiteral("Tuesday"));
+  EXPECT_EQ(f.at(121, HistoryModel::detailsRole).toString(), QStringLiteral("20:00 · 5\u00A0s"));
+}
+
+TEST(HistoryModel, SearchesBehindTheTyping) {
+  Fixture f(60);
+  f.make();
+  int resets = 0;
+  QObject::connect(f.model.get(), &QAbstractItemModel::modelReset, f.model.get(), [&] { ++resets; });
+  f.model->setSearchText(QStringLiteral("numb"));
+  f.executor.advance(200ms);
+  f.model->setSearchText(QStringLiteral("number 4"));
+  EXPECT_EQ(f.state.data().historySearchQuery, QStringLiteral("number 4"));
+  f.executor.advance(299ms);
+  EXPECT_EQ(resets, 0);
+  f.executor.advance(1ms);
+  EXPECT_EQ(resets, 1);
+  EXPECT_EQ(f.model->totalCount(), 11) << "4 and 40 to 49";
+  EXPECT_EQ(f.at(0, HistoryModel::htmlRole).toString(),
+            QStringLiteral("<span class=\"hit\">number</span> <span class=\"hit\">4</span>"));
+  // What comes in meanwhile shows only if it is meant.
+  f.add(QStringLiteral("other"), 10);
+  f.add(QStringLiteral("number 4 again"), 11);
+  f.store->save();
+  f.executor.runReady();
+  EXPECT_EQ(f.model->totalCount(), 12);
+  EXPECT_EQ(f.text(0), QStringLiteral("number 4 again"));
+  f.model->setSearchText(QString());
+  f.executor.advance(300ms);
+  EXPECT_EQ(f.model->totalCount(), 62);
+  EXPECT_EQ(f.at(0, HistoryModel::htmlRole).toString(), QString());
+}
+
+TEST(HistoryModel, FollowsTheStoreWithoutLosingItsPlace) {
+  Fixture f(10);
+  f.make();
+  int resets = 0, inserted = 0, removed = 0;
+  QList<int> changed;
+  QObject::connect(f.model.get(), &QAbstractItemModel::modelReset, f.model.get(), [&] { ++resets; });
+  QObject::connect(f.model.get(), &QAbstractItemModel::rowsInserted, f.model.get(), [&] { ++inserted; });
+  QObject::connect(f.model.get(), &QAbstractItemModel::rowsRemoved, f.model.get(), [&] { ++removed; });
+  QObject::connect(f.model.get(), &QAbstractItemModel::dataChanged, f.model.get(),
+                   [&](const QModelIndex& from) { changed << from.row(); });
+  const TranscriptPtr third = f.store->fetchTranscript(f.id(2));
+  f.store->deleteTranscript(f.store->fetchTranscript(f.id(5)));
+  third->text = QStringLiteral("corrected");
+  f.add(QStringLiteral("newest"), 5);
+  f.store->save();
+  f.executor.runReady();
+  EXPECT_EQ(f.model->rowCount(), 10);
+  EXPECT_EQ(f.text(0), QStringLiteral("newest"));
+  EXPECT_EQ(f.text(3), QStringLiteral("corrected"));
+  EXPECT_EQ(std::make_tuple(resets, inserted, removed), std::make_tuple(0, 1, 1));
+  EXPECT_EQ(changed, QList<int>{3});
+  // Another order is shown anew.
+  third->date = f.clock.now().addSecs(100);
+  f.store->save();
+  f.executor.runReady();
+  EXPECT_EQ(f.text(0), QStringLiteral("corrected"));
+  // The next day the headings are others.
+  f.clock.set(f.clock.now().addDays(1));
+  f.model->refresh();
+  EXPECT_EQ(f.at(0, HistoryModel::dayRole), QStringLiteral("Yesterday"));
+}
+
+TEST(HistoryModel, SaysWhyARecordingFailedAndThatItIsKept) {
+  Fixture f;
+  f.addFailed();
+  f.make();
+  EXPECT_TRUE(f.at(0, HistoryModel::failedRole).toBool());
+  EXPECT_TRUE(f.at(0, HistoryModel::retryRole).toBool());
+  EXPECT_EQ(f.at(0, HistoryModel::reasonRole).toString(), QStringLiteral("no luck. The recording is safe."));
+  EXPECT_EQ(f.at(0, HistoryModel::textRole).toString(), QString());
+  f.hasFiles = false;
+  EXPECT_FALSE(f.at(0, HistoryModel::retryRole).toBool());
+  EXPECT_EQ(f.at(0, HistoryModel::reasonRole).toString(), QStringLiteral("no luck."));
+  f.model->retry(f.id(0));
+  f.model->play(f.id(0));
+  EXPECT_EQ(f.notices.toasts.size(), 2U);
+  EXPECT_EQ(f.played, QStringList());
+}
+
+TEST(HistoryModel, RetriesInPlaceOnce) {
+  Fixture f;
+  f.addFailed();
+  f.make();
+  f.model->retry(f.id(0));
+  f.model->retry(f.id(0));
+  f.executor.runReady();
+  EXPECT_TRUE(f.at(0, HistoryModel::busyRole).toBool());
+  EXPECT_FALSE(f.at(0, HistoryModel::failedRole).toBool());
+  f.model->remove(f.id(0));
+  f.executor.runUntilIdle();
+  EXPECT_EQ(f.model->rowCount(), 1) << "not while it is being transcribed";
+  f.executor.advance(2s);
+  EXPECT_EQ(f.transcriber.calls, 1);
+  EXPECT_FALSE(f.at(0, HistoryModel::busyRole).toBool());
+  EXPECT_EQ(f.text(0), QStringLiteral("at last"));
+  f.model->copy(f.id(0));
+  EXPECT_EQ(f.copied, QStringList{QStringLiteral("at last")});
+}
+
+TEST(HistoryModel, AFailedOrCancelledRetryFreesTheRow) {
+  for (const bool isCancelled : {false, true}) {
+    Fixture f;
+    f.addFailed();
+    f.make();
+    f.transcriber.isCancelled = isCancelled;
+    f.transcriber.error = AnyError{TranscriptionError{TranscriptionError::NoSpeechDetected{}}};
+    f.model->retry(f.id(0));
+    f.executor.advance(2s);
+    EXPECT_FALSE(f.at(0, HistoryModel::busyRole).toBool()) << isCancelled;
+    EXPECT_TRUE(f.at(0, HistoryModel::failedRole).toBool()) << isCancelled;
+    EXPECT_EQ(f.notices.toasts.size(), isCancelled ? 0U : 1U);
+  }
+  // The window may close in the middle.
+  Fixture f;
+  f.addFailed();
+  f.make();
+  f.model->retry(f.id(0));
+  f.executor.runReady();
+  f.model.reset();
+  f.executor.advance(2s);
+}
+
+TEST(HistoryModel, CopiesTheRewrittenTextAndDeletes) {
+  Fixture f(2);
+  f.make();
+  f.store->fetchTranscript(f.id(0))->postProcessedText = QStringLiteral("better");
+  f.store->save();
+  f.executor.runReady();
+  f.model->copy(f.id(0));
+  EXPECT_EQ(f.copied, QStringList{QStringLiteral("better")});
+  EXPECT_TRUE(f.at(0, HistoryModel::detailsRole).toString().endsWith(QStringLiteral("rewritten")));
+  f.model->remove(f.id(0));
+  f.model->remove(QStringLiteral("no id"));
+  f.executor.runReady();
+  EXPECT_EQ(f.model->rowCount(), 1);
+  EXPECT_EQ(f.store->countTranscripts(), 1);
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,233 @@
+#include "interface/RecordingWindowManager.h"
+
+#include <gtest/gtest.h>
+
+#include "core/AppState.h"
+#include "interface/RecordingDialog.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeKeyInterceptor.h"
+#include "support/FakeRecordingPanel.h"
+#include "support/FakeUserNotices.h"
+#include "support/ManualExecutor.h"
+#include "support/RecordingLogSink.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = OverlayContent::Kind;
+
+struct Fixture {
+  TestTexts texts;
+  ManualExecutor executor;
+  FakeDefaultsStore defaults;
+  FakeUserNotices notices;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
+  AppState state{executor, defaults, &settings, &notices, Logging(log)};
+  FakeKeyInterceptor keys;
+  FakePanelRecord panel;
+  QStringList calls;
+  RecordingWindowManager windows{[this] { return std::make_unique<FakeRecordingPanel>(panel); }, &keys, &notices,
+                                 executor, Logging(log)};
+
+  Fixture() {
+    RecordingDialogIntents intents;
+    intents.stopRecording = [this] { calls << QStringLiteral("stop"); };
+    intents.cancelTranscription = [this] { calls << QStringLiteral("cancel"); };
+    intents.copyText = [this](const QString& text) { calls << QStringLiteral("copy ") + text; };
+    intents.isTextOnClipboard = [] { return false; };
+    windows.follow(state, &settings, intents);
+  }
+  void change(const std::function<void(AppStateData&)>& function) {
+    state.update(function);
+    executor.runReady();
+  }
+  void show() {
+    change([](AppStateData& data) { data.showRecordingDialog = true; });
+  }
+  template <typename S>
+  void become() {
+    change([](AppStateData& data) { data.recordingState.kind = S{}; });
+  }
+  Kind kind() const { return panel.contents.back().kind; }
+};
+
+TEST(RecordingWindowManager, ShowsADictationFromStartToPaste) {
+  Fixture f;
+  f.show();
+  EXPECT_EQ(f.panel.open(), 1);
+  EXPECT_EQ(f.kind(), Kind::starting);
+  f.become<RecordingState::Recording>();
+  EXPECT_EQ(f.kind(), Kind::recording);
+  f.windows.setLiveMetrics(1.0F, 1.0);
+  EXPECT_FLOAT_EQ(f.panel.verticalScale, 0.1F * 0.75F + 0.25F);
+  f.become<RecordingState::Transcribing>();
+  EXPECT_EQ(f.kind(), Kind::working);
+  f.change([](AppStateData& data) {
+    data.lastTranscription = QStringLiteral("Hello");
+    data.recordingState.kind = RecordingState::Idle{};
+  });
+  EXPECT_EQ(f.kind(), Kind::working);
+  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  EXPECT_EQ(f.kind(), Kind::pasted);
+  f.executor.advance(899ms);
+  EXPECT_EQ(f.panel.open(), 1);
+  f.executor.advance(1ms);
+  EXPECT_EQ(f.panel.open(), 0);
+}
+
+TEST(RecordingWindowManager, ANewDictationReplacesTheWordOfTheLast) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Transcribing>();
+  f.change([](AppStateData& data) {
+    data.lastTranscription = QStringLiteral("Hello");
+    data.recordingState.kind = RecordingState::Idle{};
+  });
+  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  f.change([](AppStateData& data) { data.lastTranscription.clear(); });
+  f.show();
+  EXPECT_EQ(f.panel.open(), 1);
+  EXPECT_EQ(f.panel.shown, 2);
+  f.executor.advance(2s);
+  EXPECT_EQ(f.panel.open(), 1);
+  EXPECT_EQ(f.kind(), Kind::starting);
+}
+
+TEST(RecordingWindowManager, AbandonedDictationsLeaveAtOnce) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Recording>();
+  f.change([](AppStateData& data) {
+    data.recordingState.kind = RecordingState::Idle{};
+    data.showRecordingDialog = false;
+  });
+  EXPECT_EQ(f.panel.open(), 0);
+}
+
+// The fields of a failure are written one after another around the change of state.
+TEST(RecordingWindowManager, ReportsAFailureThatIsWrittenInPieces) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Transcribing>();
+  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Idle{}; });
+  f.state.update([](AppStateData& data) { data.lastTranscription = QStringLiteral("Error: No internet connection"); });
+  f.executor.runReady();
+  EXPECT_FALSE(f.state.data().showRecordingDialog);
+  EXPECT_EQ(f.panel.open(), 0);
+  ASSERT_EQ(f.notices.toasts.size(), 1U);
+  EXPECT_TRUE(f.notices.toasts[0].first.contains(QStringLiteral("kept"))) << qPrintable(f.notices.toasts[0].first);
+}
+
+TEST(RecordingWindowManager, TakesTheKeysOnlyWhileItAsks) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Recording>();
+  EXPECT_FALSE(f.keys.isRunning());
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  EXPECT_TRUE(f.keys.isRunning());
+  EXPECT_TRUE(f.windows.isOverlayVisible());
+  EXPECT_TRUE(f.windows.dialog()->state().usingCancelOverlayEventTap);
+  EXPECT_FALSE(f.panel.hasLocalKeys);
+
+  EXPECT_TRUE(f.keys.pressEscape());
+  EXPECT_TRUE(f.state.data().showCancelConfirmation) << "inside the key handling";
+  f.executor.runReady();
+  EXPECT_FALSE(f.state.data().showCancelConfirmation);
+  EXPECT_FALSE(f.keys.isRunning());
+  EXPECT_EQ(f.calls, QStringList());
+  EXPECT_EQ(f.panel.open(), 1);
+
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  EXPECT_TRUE(f.keys.pressReturn());
+  EXPECT_TRUE(f.keys.pressReturn());
+  f.executor.runReady();
+  EXPECT_EQ(f.calls, QStringList{QStringLiteral("stop")});
+  EXPECT_FALSE(f.keys.isRunning());
+  EXPECT_EQ(f.panel.open(), 0);
+  EXPECT_TRUE(f.log->contains(QStringLiteral("❌ Recording/transcription cancelled from dialog")));
+}
+
+TEST(RecordingWindowManager, CancelsARunningTranscription) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::PostProcessing>();
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.panel.handlers.onConfirmCancel();
+  f.executor.runReady();
+  EXPECT_EQ(f.calls, QStringList{QStringLiteral("cancel")});
+}
+
+TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
+  Fixture f;
+  f.keys.isAllowed = false;
+  f.show();
+  f.become<RecordingState::Recording>();
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  EXPECT_TRUE(f.panel.hasLocalKeys);
+  EXPECT_FALSE(f.windows.dialog()->state().usingCancelOverlayEventTap);
+  EXPECT_EQ(f.kind(), Kind::question);
+  f.panel.handlers.onDismissQuestion();
+  f.executor.runReady();
+  EXPECT_FALSE(f.panel.hasLocalKeys);
+  EXPECT_FALSE(f.state.data().showCancelConfirmation);
+}
+
+TEST(RecordingWindowManager, KeepsTheTextOfAFailedPasteToBeCopied) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Transcribing>();
+  f.change([](AppStateData& data) {
+    data.lastTranscription = QStringLiteral("Hello");
+    data.recordingState.kind = RecordingState::Idle{};
+  });
+  f.change([](AppStateData& data) { data.transcriptionPasteFailed = true; });
+  EXPECT_EQ(f.kind(), Kind::ready);
+  f.panel.handlers.onCopy();
+  EXPECT_EQ(f.calls, QStringList{QStringLiteral("copy Hello")});
+  f.executor.advance(900ms);
+  EXPECT_FALSE(f.state.data().showRecordingDialog);
+  EXPECT_FALSE(f.state.data().transcriptionPasteFailed);
+  EXPECT_EQ(f.panel.open(), 0);
+}
+
+TEST(RecordingWindowManager, AWaitingTextLeavesInTheEnd) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Transcribing>();
+  f.change([](AppStateData& data) {
+    data.lastTranscription = QStringLiteral("Hello");
+    data.recordingState.kind = RecordingState::Idle{};
+    data.transcriptionPasteFailed = true;
+  });
+  f.executor.advance(11s);
+  EXPECT_EQ(f.panel.open(), 1);
+  f.executor.advance(2s);
+  EXPECT_EQ(f.panel.open(), 0);
+  EXPECT_EQ(f.executor.timerCount(), 0U);
+}
+
+TEST(RecordingWindowManager, WithoutTheWindowNothingShows) {
+  Fixture f;
+  f.settings.general().setShowRecordingWindow(false);
+  f.show();
+  f.become<RecordingState::Recording>();
+  f.windows.setLiveMetrics(0.5F, 1);
+  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  EXPECT_EQ(f.panel.shown, 0);
+}
+
+TEST(RecordingWindowManager, ComesToTheFrontWhenTheScreensChange) {
+  Fixture f;
+  f.show();
+  f.panel.screensChanged();
+  EXPECT_EQ(f.panel.ordered, 1);
+  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  EXPECT_EQ(f.panel.screensChanged, nullptr);
+}
+
+}  // namespace
+}  // namespace quillmere

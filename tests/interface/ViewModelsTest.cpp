@@ -1,0 +1,191 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "core/AppState.h"
+#include "interface/AppStateViewModel.h"
+#include "interface/DownloadEstimate.h"
+#include "interface/ModelsViewModel.h"
+#include "models/WhisperModelManager.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeHttpDownloader.h"
+#include "support/FakeUserNotices.h"
+#include "support/ManualExecutor.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct Fixture {
+  TestTexts texts;
+  ManualExecutor executor;
+  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
+  FakeDefaultsStore defaults;
+  FakeUserNotices notices;
+  std::unique_ptr<PersistenceController> store =
+      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging())).value();
+  AppState state{executor, defaults, nullptr, nullptr, Logging()};
+  ModePtr mode(const char* name) {
+    ModeData data;
+    data.name = QString::fromLatin1(name);
+    data.model = QStringLiteral("base");
+    return store->createMode(data);
+  }
+};
+
+TEST(AppStateViewModel, SaysInWordsWhatTheTrayShows) {
+  Fixture f;
+  AppStateViewModel app(f.state, f.store.get(), {});
+  app.setMicrophone(QStringLiteral("USB"), true);
+  app.setModel(QStringLiteral("Base"), true);
+  EXPECT_EQ(app.trayStateName(), QStringLiteral("ready"));
+  app.setModel({}, false);
+  EXPECT_EQ(app.trayStateName(), QStringLiteral("unable"));
+  EXPECT_TRUE(app.statusText().contains(QStringLiteral("model")));
+  app.setMicrophone({}, false);
+  EXPECT_TRUE(app.statusText().contains(QStringLiteral("microphone")));
+  EXPECT_EQ(app.microphoneName(), QStringLiteral("No microphone"));
+  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  EXPECT_EQ(app.trayStateName(), QStringLiteral("recording")) << "what runs counts more than what is missing";
+  for (const RecordingState& state :
+       {RecordingState{RecordingState::Transcribing{}}, RecordingState{RecordingState::PostProcessing{}},
+        RecordingState{RecordingState::Processing{}}}) {
+    f.state.update([&](AppStateData& data) { data.recordingState = state; });
+    EXPECT_EQ(app.trayStateName(), QStringLiteral("working"));
+  }
+}
+
+TEST(AppStateViewModel, ListsAndSelectsModes) {
+  Fixture f;
+  const ModePtr first = f.mode("One");
+  AppStateViewModel app(f.state, f.store.get(), {});
+  int changes = 0;
+  QObject::connect(&app, &AppStateViewModel::modesChanged, &app, [&] { ++changes; });
+  const ModePtr second = f.mode("Two");
+  f.store->save();
+  EXPECT_GE(changes, 1);
+  app.selectMode(second->id->toString(QUuid::WithoutBraces));
+  EXPECT_EQ(app.modeName(), QStringLiteral("Two"));
+  ASSERT_GE(app.modes().size(), 2);
+  for (const QVariant& entry : app.modes())
+    EXPECT_EQ(entry.toMap()[QStringLiteral("isSelected")].toBool(),
+              entry.toMap()[QStringLiteral("name")] == QStringLiteral("Two"));
+  app.selectMode(QStringLiteral("unknown"));
+  EXPECT_EQ(app.modeName(), QStringLiteral("Two"));
+}
+
+TEST(AppStateViewModel, TellsTheTimeOnceASecond) {
+  Fixture f;
+  AppStateViewModel app(f.state, nullptr, {});
+  int seconds = 0;
+  QObject::connect(&app, &AppStateViewModel::durationChanged, &app, [&] { ++seconds; });
+  for (int i = 0; i <= 100; ++i) app.setLiveMetrics(0.5F, i * 0.033);
+  EXPECT_EQ(seconds, 3);
+  EXPECT_EQ(app.durationText(), QStringLiteral("0:03"));
+}
+
+TEST(DownloadEstimate, FollowsTheSpeedOfTheLastSeconds) {
+  const TimePoint start{};
+  DownloadEstimate estimate;
+  estimate.add(start, 50e6);  // from an earlier download
+  EXPECT_EQ(estimate.remaining(100e6), std::nullopt);
+  for (int i = 1; i <= 10; ++i) estimate.add(start + i * 500ms, 50e6 + i * 500e3);
+  ASSERT_TRUE(estimate.remaining(100e6));
+  EXPECT_NEAR(std::chrono::duration<double>(*estimate.remaining(100e6)).count(), 45, 0.5);
+  for (int i = 1; i <= 60; ++i) estimate.add(start + 5s + i * 500ms, 55e6);
+  EXPECT_EQ(estimate.remaining(100e6), std::nullopt) << "nothing arrives";
+  estimate.add(start + 60s, 0);
+  EXPECT_EQ(estimate.remaining(100e6), std::nullopt) << "begun anew";
+}
+
+struct ModelsFixture : Fixture {
+  QTemporaryDir folder;
+  FakeHttpDownloader downloader;
+  WorkerPool pool{1};
+  std::unique_ptr<WhisperModelManager> manager;
+  std::vector<ModePtr> chosen;
+  std::unique_ptr<ModelsViewModel> models;
+  ModePtr selected = mode("One");
+
+  explicit ModelsFixture(const QByteArray& content = {}) {
+    state.selectMode(*selected, false);
+    WhisperModelManagerConfiguration configuration;
+    configuration.modelsDirectory = folder.path();
+    configuration.checksums.clear();
+    downloader.answer = [content](const HttpDownloadRequest& request) {
+      if (content.isEmpty()) return FakeHttpAnswer{.statusCode = 404};
+      FakeHttpAnswer answer = FakeHttpDownloader::serve(request, content, "\"e\"");
+      answer.pieceDelay = 100ms;
+      return answer;
+    };
+    manager = std::make_unique<WhisperModelManager>(configuration, downloader, executor, pool, Logging());
+    models = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{
+        *manager, executor, &state, store.get(), &notices, [this](ModePtr m) { chosen.push_back(std::move(m)); }});
+  }
+  void place(const char* file) {
+    QFile model(folder.filePath(QString::fromLatin1(file)));
+    ASSERT_TRUE(model.open(QIODevice::WriteOnly));
+    model.resize(1'000'000);
+    model.close();
+    manager->scanForModels();
+  }
+  QVariant of(const char* name, int role) const {
+    for (int i = 0; i < models->rowCount(); ++i)
+      if (models->data(models->index(i), ModelsViewModel::nameRole) == QString::fromLatin1(name))
+        return models->data(models->index(i), role);
+    return {};
+  }
+};
+
+TEST(ModelsViewModel, ShowsTheCatalogueAndWhatIsHere) {
+  ModelsFixture f;
+  EXPECT_EQ(f.models->rowCount(), 11);
+  EXPECT_FALSE(f.models->hasModel());
+  EXPECT_FALSE(f.of("base", ModelsViewModel::downloadedRole).toBool());
+  EXPECT_TRUE(f.of("base", ModelsViewModel::activeRole).toBool());
+  int changes = 0;
+  QObject::connect(f.models.get(), &QAbstractItemModel::dataChanged, f.models.get(), [&] { ++changes; });
+  f.place("ggml-small.bin");
+  EXPECT_GE(changes, 1);
+  EXPECT_TRUE(f.models->hasModel());
+  f.models->use(QStringLiteral("tiny"));
+  EXPECT_TRUE(f.of("base", ModelsViewModel::activeRole).toBool()) << "not here";
+  f.models->use(QStringLiteral("small"));
+  EXPECT_TRUE(f.of("small", ModelsViewModel::activeRole).toBool());
+  EXPECT_EQ(f.chosen, std::vector<ModePtr>{f.selected});
+  EXPECT_EQ(f.store->fetchMode(f.state.data().selectedModeId)->model, QStringLiteral("small"));
+  f.models->remove(QStringLiteral("small"));
+  f.executor.runUntilIdle();
+  EXPECT_FALSE(f.of("small", ModelsViewModel::downloadedRole).toBool());
+}
+
+TEST(ModelsViewModel, DownloadsWithProgressAndTimeLeft) {
+  ModelsFixture f(QByteArray(4'000'000, 'x'));
+  f.models->download(QStringLiteral("tiny"));
+  f.models->download(QStringLiteral("tiny"));
+  f.executor.runUntil([&] { return f.of("tiny", ModelsViewModel::downloadingRole).toBool(); });
+  EXPECT_EQ(f.of("tiny", ModelsViewModel::progressTextRole).toString(), QStringLiteral("Connecting…"));
+  f.executor.runUntil(
+      [&] { return f.of("tiny", ModelsViewModel::progressTextRole).toString().contains(QStringLiteral("left")); });
+  EXPECT_GT(f.of("tiny", ModelsViewModel::progressRole).toDouble(), 0);
+  f.models->cancel(QStringLiteral("tiny"));
+  f.executor.runUntil([&] { return !f.of("tiny", ModelsViewModel::downloadingRole).toBool(); });
+  EXPECT_TRUE(f.of("tiny", ModelsViewModel::partialRole).toBool());
+  EXPECT_EQ(f.downloader.requests.size(), 1U);
+}
+
+TEST(ModelsViewModel, SaysWhyADownloadFailed) {
+  ModelsFixture f;
+  f.models->download(QStringLiteral("tiny"));
+  f.executor.runUntil([&] { return !f.notices.toasts.empty(); });
+  EXPECT_FALSE(f.notices.toasts[0].first.isEmpty());
+  EXPECT_FALSE(f.of("tiny", ModelsViewModel::downloadingRole).toBool());
+}
+
+}  // namespace
+}  // namespace quillmere
