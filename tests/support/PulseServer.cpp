@@ -126,11 +126,15 @@ int PulseServer::plugIn(const QString& name, const QString& properties) {
   return source < 0 ? source : number;
 }
 
-std::unique_ptr<QProcess> PulseServer::play(const QString& wavPath, const QString& sink) {
-  auto process = std::make_unique<QProcess>();
+std::shared_ptr<QProcess> PulseServer::play(const QString& wavPath, const QString& sink) {
+  const std::shared_ptr<QProcess> process(new QProcess, [](QProcess* player) {
+    player->kill();
+    player->waitForFinished(processLimitMs);
+    delete player;
+  });
   process->setProcessEnvironment(environment());
   process->start(QStringLiteral("paplay"), {QStringLiteral("--server"), address(), QStringLiteral("--device"), sink,
-                                            QStringLiteral("--latency-msec=50"), wavPath});
+                                            QStringLiteral("--latency-msec=1000"), wavPath});
   process->waitForStarted(processLimitMs);
   return process;
 }

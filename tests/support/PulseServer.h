@@ -37,8 +37,8 @@ class PulseServer {
   bool unloadModule(int number);
   // A second microphone, fed by its own output NAME_feed; the number of the module whose removal takes it along.
   int plugIn(const QString& name, const QString& properties = QStringLiteral("device.bus=usb"));
-  // Plays a WAV file into an output until it ends or the object goes. The process, started.
-  std::unique_ptr<QProcess> play(const QString& wavPath, const QString& sink = QStringLiteral("mic_feed"));
+  // Plays a WAV file into an output until it ends or the object goes.
+  std::shared_ptr<QProcess> play(const QString& wavPath, const QString& sink = QStringLiteral("mic_feed"));
 
  private:
   QProcessEnvironment environment() const;

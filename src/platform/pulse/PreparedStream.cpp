@@ -6,7 +6,7 @@ namespace quillmere {
 
 PreparedStream::PreparedStream(PulseConnection& connection, PulseAudioDevices& devices)
     : connection_(connection), devices_(devices) {
-  deviceSubscription_ = devices_.observe([this](AudioDevices::Change) { follow(); });
+  deviceSubscription_ = devices_.observeArrivals([this] { follow(); });
   stateSubscription_ = connection_.observeState([this](PulseConnection::State state) {
     if (state != PulseConnection::State::ready) drop();
   });

@@ -92,6 +92,10 @@ Subscription PulseAudioDevices::observe(std::function<void(Change)> observer) {
   return observers_.add(std::move(observer));
 }
 
+Subscription PulseAudioDevices::observeArrivals(std::function<void()> observer) {
+  return arrivalObservers_.add(std::move(observer));
+}
+
 void PulseAudioDevices::stateChanged(PulseConnection::State state) {
   if (state == PulseConnection::State::ready) {
     refresh();
@@ -176,7 +180,8 @@ void PulseAudioDevices::arrived(Snapshot snapshot, bool isComplete) {
   const bool hasNewDefault = announced_.defaultSource != snapshot_.defaultSource;
   announced_ = snapshot_;
   const std::weak_ptr<int> alive = alive_;
-  if (hasNewList) observers_.tell(Change::deviceList);
+  arrivalObservers_.tell();
+  if (hasNewList && !alive.expired()) observers_.tell(Change::deviceList);
   if (hasNewDefault && !alive.expired()) observers_.tell(Change::defaultInput);
 }
 

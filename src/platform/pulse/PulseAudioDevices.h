@@ -22,6 +22,8 @@ class PulseAudioDevices final : public AudioDevices {
   Task<bool> setDefaultInput(QString uid) override;
   Task<bool> setInputVolume(QString uid, float scalar) override;
   [[nodiscard]] Subscription observe(std::function<void(Change)> observer) override;
+  // Called for every list that arrives, also one without a Change.
+  [[nodiscard]] Subscription observeArrivals(std::function<void()> observer);
 
  private:
   struct Snapshot {
@@ -48,6 +50,7 @@ class PulseAudioDevices final : public AudioDevices {
   std::map<QString, quint32> boosted_;  // volumes above 100 % that were lowered here
   std::vector<Completion<>> readers_;
   Observers<Change> observers_;
+  Observers<> arrivalObservers_;
   std::shared_ptr<int> alive_ = std::make_shared<int>();
   Subscription stateSubscription_;
   Subscription serverSubscription_;

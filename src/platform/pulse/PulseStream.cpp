@@ -117,6 +117,12 @@ void PulseStream::timingArrived(bool isKnown) {
 }
 
 void PulseStream::close() {
+  if (stream_ && pa_stream_get_state(stream_) == PA_STREAM_CREATING) {
+    // It can't be taken back before the server has made it.
+    isClosing_ = true;
+    if (const auto told = std::exchange(ready_, nullptr)) told(PA_ERR_KILLED);
+    return;
+  }
   pa_stream* const stream = std::exchange(stream_, nullptr);
   if (!stream) return;
   const auto self = std::exchange(self_, nullptr);
@@ -134,6 +140,7 @@ void PulseStream::stateChanged() {
   const pa_stream_state_t state = pa_stream_get_state(stream_);
   const auto self = shared_from_this();
   if (state == PA_STREAM_READY) {
+    if (isClosing_) close();
     if (const auto told = std::exchange(ready_, nullptr)) told(0);
     return;
   }

@@ -51,6 +51,7 @@ class PulseStream : public std::enable_shared_from_this<PulseStream> {
   std::function<void(std::span<const std::int16_t>)> samples_;
   std::function<void(End)> ended_;
   std::function<void()> drainDone_;
+  bool isClosing_ = false;
   bool isTimingKnown_ = false;
   std::int64_t awaitedBytes_ = 0;
   std::shared_ptr<PulseStream> self_;  // while open

@@ -155,7 +155,12 @@ Result<void, PlatformError> RecordingFile::write(std::span<const std::int16_t> s
   errno = 0;
   const auto count = sf_count_t(samples.size());
   if (sf_writef_short(file_, samples.data(), count) == count) return {};
-  return fileError(errno ? errno : EIO);
+  const int code = errno ? errno : EIO;
+  struct stat status {};
+  // Half a sample may have found room.
+  if (::fstat(descriptor_, &status) == 0 && status.st_size % 2 != 0) [[maybe_unused]]
+    const int cut = ::ftruncate(descriptor_, status.st_size - 1);
+  return fileError(code);
 }
 
 Result<void, PlatformError> RecordingFile::restorePlace() {
@@ -163,7 +168,8 @@ Result<void, PlatformError> RecordingFile::restorePlace() {
   QDir().mkpath(QFileInfo(path_).path());
   const int descriptor = createLocked(path_);
   if (descriptor < 0) return fileError(errno);
-  SNDFILE* const file = copyAll(descriptor_, descriptor) ? wavOver(descriptor, SFM_RDWR) : nullptr;
+  const bool isCopied = copyAll(descriptor_, descriptor) && ::lseek(descriptor, 0, SEEK_SET) == 0;
+  SNDFILE* const file = isCopied ? wavOver(descriptor, SFM_RDWR) : nullptr;
   if (!file) {
     const int code = errno ? errno : EIO;
     ::close(descriptor);

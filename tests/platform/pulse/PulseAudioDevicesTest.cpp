@@ -1,0 +1,179 @@
+#include "platform/pulse/PulseAudioDevices.h"
+
+#include <QTcpServer>
+
+#include "platform/pulse/PulseFixture.h"
+#include "platform/pulse/PulseMicrophoneAuthorization.h"
+#include "platform/pulse/PulseOutputVolume.h"
+
+namespace quillmere {
+namespace {
+
+class PulseAudioDevicesTest : public PulseTest {
+ protected:
+  void SetUp() override {
+    PulseTest::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    subscription = devices->observe([this](AudioDevices::Change change) { changes.push_back(change); });
+    ASSERT_TRUE(waitUntilListed());
+    changes.clear();
+  }
+  bool hasTold(AudioDevices::Change change) const { return std::count(changes.begin(), changes.end(), change) > 0; }
+  QString volumeText(const char* kind, const char* name) {
+    return server.pactl({QString("get-%1-volume").arg(kind), name}).section('\n', 0, 0);
+  }
+  std::vector<AudioDevices::Change> changes;
+  Subscription subscription;
+};
+
+TEST_F(PulseAudioDevicesTest, InputsComeWithTheirProperties) {
+  server.plugIn("headset", "device.bus=bluetooth");
+  server.plugIn("board", "'device.bus=pci device.form_factor=internal'");
+  server.plugIn("capture_card", "device.bus=pci");
+  server.plugIn("made_up", "device.class=abstract");
+  ASSERT_TRUE(waitUntil([&] { return input("made_up").has_value(); }));
+  EXPECT_EQ(input("headset")->transport, "bluetooth");
+  EXPECT_EQ(input("board")->transport, "built_in");
+  EXPECT_EQ(input("capture_card")->transport, "pci");
+  EXPECT_EQ(input("made_up")->transport, "virtual");
+  const auto microphone = input("virtual_mic");
+  ASSERT_TRUE(microphone);
+  EXPECT_EQ(microphone->name, "Virtual USB Microphone");
+  EXPECT_EQ(microphone->transport, "usb");
+  EXPECT_EQ(microphone->channelCount, 1);
+  EXPECT_EQ(microphone->sampleRate, 48000);
+  EXPECT_EQ(microphone->bitDepth, 16);
+  EXPECT_FALSE(microphone->isFloat);
+  EXPECT_FALSE(microphone->isMonitor);
+  EXPECT_FALSE(microphone->isMuted);
+  EXPECT_EQ(microphone->volume, 1.0f);
+  EXPECT_TRUE(input("speakers.monitor")->isMonitor);
+  EXPECT_EQ(devices->defaultInputUid(), "virtual_mic");
+}
+
+TEST_F(PulseAudioDevicesTest, PluggingAndDefaultsAreToldAndVolumesAreNot) {
+  const int module = server.plugIn("visitor");
+  ASSERT_TRUE(waitUntil([&] { return input("visitor") && hasTold(AudioDevices::Change::deviceList); }));
+  EXPECT_FALSE(hasTold(AudioDevices::Change::defaultInput));
+  changes.clear();
+  server.pactl({"set-source-volume", "visitor", "30%"});
+  ASSERT_TRUE(waitUntil([&] { return input("visitor")->volume < 0.31f; }));
+  EXPECT_TRUE(changes.empty());
+  server.pactl({"set-default-source", "visitor"});
+  ASSERT_TRUE(waitUntil([&] { return hasTold(AudioDevices::Change::defaultInput); }));
+  EXPECT_EQ(devices->defaultInputUid(), "visitor");
+  EXPECT_FALSE(hasTold(AudioDevices::Change::deviceList));
+  ASSERT_TRUE(server.unloadModule(module));
+  ASSERT_TRUE(waitUntil([&] { return !input("visitor") && devices->defaultInputUid() == "virtual_mic"; }));
+}
+
+TEST_F(PulseAudioDevicesTest, TheDefaultIsSetAndKnownAtOnce) {
+  server.plugIn("other");
+  ASSERT_TRUE(waitUntil([&] { return input("other").has_value(); }));
+  EXPECT_TRUE(run(devices->setDefaultInput("other")));
+  EXPECT_EQ(devices->defaultInputUid(), "other");
+  EXPECT_EQ(server.pactl({"get-default-source"}), "other");
+  EXPECT_FALSE(run(devices->setDefaultInput("nobody")));
+  EXPECT_EQ(devices->defaultInputUid(), "other");
+}
+
+TEST_F(PulseAudioDevicesTest, VolumesKeepTheirBalanceAndWhatIsAboveFull) {
+  server.loadModule({"module-null-sink", "sink_name=wide", "norewinds=1", "channels=2"});
+  server.pactl({"set-source-volume", "wide.monitor", "80%", "40%"});
+  ASSERT_TRUE(waitUntil([&] { return input("wide.monitor") && input("wide.monitor")->volume < 0.9f; }));
+  EXPECT_NEAR(*input("wide.monitor")->volume, 0.8, 0.005);
+  EXPECT_TRUE(run(devices->setInputVolume("wide.monitor", 0.9f)));
+  EXPECT_TRUE(volumeText("source", "wide.monitor").contains(" 90% "));
+  EXPECT_TRUE(volumeText("source", "wide.monitor").contains(" 45% "));
+  server.pactl({"set-source-volume", "virtual_mic", "130%"});
+  ASSERT_TRUE(waitUntil([&] { return volumeText("source", "virtual_mic").contains("130%"); }));
+  EXPECT_TRUE(run(devices->setInputVolume("virtual_mic", 0.9f)));
+  EXPECT_TRUE(volumeText("source", "virtual_mic").contains(" 90% "));
+  EXPECT_TRUE(run(devices->setInputVolume("virtual_mic", 1.0f)));
+  EXPECT_TRUE(volumeText("source", "virtual_mic").contains("130%"));
+  EXPECT_FALSE(run(devices->setInputVolume("nobody", 0.5f)));
+}
+
+TEST_F(PulseAudioDevicesTest, TheOutputIsSilencedAndGivenBackAsItWas) {
+  PulseOutputVolume output(*connection);
+  server.pactl({"set-sink-volume", "speakers", "60%", "30%"});
+  auto volume = run(output.volume());
+  ASSERT_TRUE(volume);
+  EXPECT_EQ(*volume, 60);
+  EXPECT_TRUE(run(output.setVolume(0)));
+  EXPECT_EQ(*run(output.volume()), 0);
+  EXPECT_TRUE(volumeText("sink", "speakers").contains(" 0% "));
+  // Headphones are put on meanwhile: the speakers get their volume back, not these.
+  server.pactl({"set-default-sink", "mic_feed"});
+  EXPECT_TRUE(run(output.setVolume(60)));
+  EXPECT_TRUE(volumeText("sink", "speakers").contains(" 60% "));
+  EXPECT_TRUE(volumeText("sink", "speakers").contains(" 30% "));
+  EXPECT_EQ(*run(output.volume()), 100);
+  EXPECT_TRUE(run(output.setVolume(25)));
+  EXPECT_TRUE(volumeText("sink", "mic_feed").contains(" 25% "));
+  server.kill();
+  const auto lost = run(output.volume());
+  ASSERT_FALSE(lost);
+  EXPECT_EQ(lost.error().domain, "audio");
+  EXPECT_FALSE(run(output.setVolume(10)));
+  EXPECT_FALSE(run(devices->setDefaultInput("virtual_mic")));
+  EXPECT_FALSE(run(devices->setInputVolume("virtual_mic", 0.5f)));
+}
+
+TEST(PulseConnection, WithoutAServerEverythingSaysSo) {
+  QTemporaryDir folder;
+  QtExecutor executor;
+  PulseConnection::Options options;
+  options.server = "unix:" + folder.filePath("nobody");
+  options.mayStartServer = false;
+  PulseConnection connection(executor, Logging(), options);
+  PulseAudioDevices devices(connection);
+  EXPECT_FALSE(runTaskInLoop(executor, devices.waitUntilReady()));
+  EXPECT_TRUE(devices.inputs().empty());
+  EXPECT_EQ(devices.defaultInputUid(), std::nullopt);
+  EXPECT_EQ(connection.state(), PulseConnection::State::unavailable);
+  PulseMicrophoneAuthorization authorization(connection, devices);
+  EXPECT_EQ(authorization.status(), MicrophoneAuthorization::Status::authorized) << "nobody refused";
+}
+
+// A server that wants a cookie which this process does not have.
+class RefusingServer : public PulseTest {
+ protected:
+  void configure() override {
+    QTcpServer finder;
+    ASSERT_TRUE(finder.listen(QHostAddress::LocalHost));
+    const QString port = QString::number(finder.serverPort());
+    address = "tcp:127.0.0.1:" + port;
+    server.addSetup("load-module module-native-protocol-tcp listen=127.0.0.1 port=" + port +
+                    " auth-cookie=other-cookie");
+  }
+  QString address;
+};
+
+TEST_F(RefusingServer, ARefusalIsADeniedMicrophoneUntilTheServerLetsUsIn) {
+  PulseConnection::Options options;
+  options.server = address;
+  options.mayStartServer = false;
+  PulseConnection refused(executor, Logging(log), options);
+  PulseAudioDevices refusedDevices(refused);
+  PulseMicrophoneAuthorization authorization(refused, refusedDevices);
+  EXPECT_FALSE(run(refusedDevices.waitUntilReady()));
+  EXPECT_EQ(authorization.status(), MicrophoneAuthorization::Status::denied);
+  EXPECT_FALSE(run(authorization.requestAccess()));
+  PulseAudioRecorderFactory recorders(refused, refusedDevices);
+  const auto recorder = recorders.create();
+  const auto result = run(recorder->record(recordingPath()));
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().description,
+            "Quillmere may not use the microphone. Please allow it in the system settings.");
+
+  PulseMicrophoneAuthorization granted(*connection, *devices);
+  connection->noteAccess(false);  // as if a stream had been refused
+  EXPECT_EQ(granted.status(), MicrophoneAuthorization::Status::denied);
+  EXPECT_TRUE(run(granted.requestAccess()));
+  EXPECT_EQ(granted.status(), MicrophoneAuthorization::Status::authorized);
+  EXPECT_TRUE(waitUntil([&] { return !isCaptured(); })) << "the question leaves nothing open";
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,348 @@
+#include "platform/pulse/PulseAudioRecorder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <csignal>
+
+#include "platform/pulse/PulseFixture.h"
+
+namespace quillmere {
+namespace {
+
+using Interruption = AudioRecorder::Interruption;
+
+class PulseAudioRecorderTest : public PulseTest {
+ protected:
+  void watch(AudioRecorder& recorder) {
+    recorder.setInterruptionObserver([this](Interruption told) { interruptions.push_back(std::move(told)); });
+  }
+  static bool isLocked(const QString& path) {
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const bool isFree = ::flock(descriptor, LOCK_SH | LOCK_NB) == 0;
+    ::close(descriptor);
+    return !isFree;
+  }
+  std::vector<Interruption> interruptions;
+};
+
+TEST_F(PulseAudioRecorderTest, AToneArrivesWholeAndInTheFormatPromised) {
+  const auto tone = playTone(440);
+  for (const bool isPrepared : {false, true}) {
+    SCOPED_TRACE(isPrepared);
+    if (isPrepared) {
+      factory->prepare();
+      ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+    }
+    const QString path = recordingPath(isPrepared ? "prepared.wav" : "cold.wav");
+    const auto recorder = startedRecorder(path);
+    ASSERT_TRUE(recorder->isRecording());
+    ASSERT_TRUE(waitForSound(*recorder));
+    const double heardAt = recorder->recordedSeconds();
+    ASSERT_TRUE(waitForSeconds(*recorder, heardAt + 1.5));
+    recorder->averagePowerDecibels();
+    ASSERT_TRUE(waitForSeconds(*recorder, heardAt + 2));
+    EXPECT_NEAR(recorder->averagePowerDecibels(), -9.03, 0.5) << "0.5 / sqrt(2)";
+    EXPECT_EQ(recorder->averagePowerDecibels(), -160) << "nothing came since";
+    EXPECT_TRUE(recorder->firstSampleLatency());
+    EXPECT_TRUE(isLocked(path));
+    struct stat status {};
+    ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    {
+      const RecordedWave growing(path);
+      EXPECT_TRUE(growing.isReadable && growing.isAsPromised) << "valid while it grows";
+    }
+
+    const double secondsBefore = recorder->recordedSeconds();
+    run(recorder->stop());
+    EXPECT_FALSE(recorder->isRecording());
+    EXPECT_FALSE(isLocked(path));
+    const RecordedWave wave(path);
+    EXPECT_TRUE(wave.isAsPromised);
+    EXPECT_TRUE(wave.isComplete);
+    EXPECT_DOUBLE_EQ(wave.seconds(), recorder->recordedSeconds());
+    EXPECT_GE(wave.seconds(), secondsBefore);
+    EXPECT_EQ(wave.faultsInTone(440), 0);
+    const auto end = wave.lastSeconds(0.5);
+    EXPECT_NEAR(SampleMedia::rms(end), 0.3535, 0.02);
+    EXPECT_GT(SampleMedia::levelAt(end, 440, 16000), 10 * SampleMedia::levelAt(end, 600, 16000));
+  }
+}
+
+// What was captured before the call of stop() is in the file: it is as long as the time that passed.
+TEST_F(PulseAudioRecorderTest, NothingIsMissingAtTheEnd) {
+  factory->prepare();
+  ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+  for (int round = 0; round < 5; ++round) {
+    const QString path = recordingPath(qPrintable(QStringLiteral("take%1.wav").arg(round)));
+    const auto called = std::chrono::steady_clock::now();
+    const auto recorder = startedRecorder(path);
+    ASSERT_TRUE(waitForSeconds(*recorder, 0.1 + 0.013 * round));
+    const std::chrono::duration<double> passed =
+        std::chrono::steady_clock::now() - called - *recorder->firstSampleLatency();
+    run(recorder->stop());
+    EXPECT_GE(RecordedWave(path).seconds(), passed.count() - 0.005);
+    ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); })) << "the next one";
+  }
+}
+
+TEST_F(PulseAudioRecorderTest, APreparedStreamLeavesTheMicrophoneAlone) {
+  factory->prepare();
+  ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+  ASSERT_TRUE(isCaptured());
+  EXPECT_TRUE(server.pactl({"list", "source-outputs"}).contains("Corked: yes"));
+  // Idle sources may be suspended, whoever is paused on them.
+  server.loadModule({"module-suspend-on-idle", "timeout=0"});
+  EXPECT_TRUE(waitUntil([&] {
+    return server.pactl({"list", "short", "sources"}).split("\n").filter("virtual_mic").filter("SUSPENDED").size() == 1;
+  }));
+  const auto recorder = startedRecorder(recordingPath());
+  ASSERT_TRUE(waitForSeconds(*recorder, 0.2)) << "wakes it";
+  run(recorder->stop());
+  factory->release();
+  EXPECT_TRUE(waitUntil([&] { return !isCaptured(); }));
+}
+
+TEST_F(PulseAudioRecorderTest, AMutedMicrophoneRecordsSilence) {
+  const auto tone = playTone(440);
+  server.pactl({"set-source-mute", "virtual_mic", "1"});
+  ASSERT_TRUE(waitUntilListed());
+  EXPECT_TRUE(waitUntil([&] { return input("virtual_mic")->isMuted; }));
+  const auto recorder = startedRecorder(recordingPath());
+  ASSERT_TRUE(waitForSeconds(*recorder, 0.5));
+  EXPECT_EQ(recorder->averagePowerDecibels(), -160);
+  run(recorder->stop());
+  EXPECT_LT(SampleMedia::rms(RecordedWave(recordingPath()).samples), 1e-6);
+}
+
+TEST_F(PulseAudioRecorderTest, ThePreparedStreamFollowsTheDefault) {
+  ASSERT_GE(server.plugIn("second_mic"), 0);
+  factory->prepare();
+  ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+  const auto tone = playTone(300);
+  const auto otherTone = playTone(700, "second_mic_feed");
+  // The very next recording already listens to the new one.
+  ASSERT_TRUE(run(devices->setDefaultInput("second_mic")));
+  auto recorder = startedRecorder(recordingPath("new.wav"));
+  ASSERT_TRUE(waitForSound(*recorder));
+  ASSERT_TRUE(waitForSeconds(*recorder, recorder->recordedSeconds() + 0.5));
+  run(recorder->stop());
+  const auto heard = RecordedWave(recordingPath("new.wav")).lastSeconds(0.3);
+  EXPECT_GT(SampleMedia::levelAt(heard, 700, 16000), 10 * SampleMedia::levelAt(heard, 300, 16000));
+  // A change from outside.
+  ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+  server.pactl({"set-default-source", "virtual_mic"});
+  ASSERT_TRUE(waitUntil([&] { return devices->defaultInputUid() == "virtual_mic" && factory->isPrepared(); }));
+  recorder = startedRecorder(recordingPath("back.wav"));
+  ASSERT_TRUE(waitForSound(*recorder));
+  ASSERT_TRUE(waitForSeconds(*recorder, recorder->recordedSeconds() + 0.5));
+  run(recorder->stop());
+  const auto again = RecordedWave(recordingPath("back.wav")).lastSeconds(0.3);
+  EXPECT_GT(SampleMedia::levelAt(again, 300, 16000), 10 * SampleMedia::levelAt(again, 700, 16000));
+}
+
+TEST_F(PulseAudioRecorderTest, AnUnpluggedMicrophoneEndsTheRecordingAndTheNextUsesAnother) {
+  const int module = server.plugIn("travelling_mic");
+  ASSERT_GE(module, 0);
+  ASSERT_TRUE(run(devices->setDefaultInput("travelling_mic")));
+  factory->prepare();
+  const auto tone = playTone(500, "travelling_mic_feed");
+  const auto recorder = startedRecorder(recordingPath());
+  watch(*recorder);
+  ASSERT_TRUE(waitForSound(*recorder));
+  ASSERT_TRUE(waitForSeconds(*recorder, recorder->recordedSeconds() + 1));
+  ASSERT_TRUE(server.unloadModule(module));
+  ASSERT_TRUE(waitUntil([&] { return !interruptions.empty(); }));
+  EXPECT_EQ(interruptions[0].kind, Interruption::Kind::deviceGone);
+  EXPECT_EQ(interruptions[0].description, "The microphone was disconnected. What was recorded until then is kept.");
+  EXPECT_FALSE(recorder->isRecording());
+  const RecordedWave wave(recordingPath());
+  EXPECT_TRUE(wave.isComplete);
+  EXPECT_GE(wave.seconds(), 1);
+  EXPECT_DOUBLE_EQ(wave.seconds(), recorder->recordedSeconds());
+  run(recorder->stop());  // harmless
+  EXPECT_EQ(interruptions.size(), 1u);
+
+  ASSERT_TRUE(waitUntil([&] { return devices->defaultInputUid() == "virtual_mic" && factory->isPrepared(); }));
+  const auto next = startedRecorder(recordingPath("next.wav"));
+  ASSERT_TRUE(waitForSeconds(*next, 0.2));
+  run(next->stop());
+  EXPECT_TRUE(RecordedWave(recordingPath("next.wav")).isComplete);
+}
+
+TEST_F(PulseAudioRecorderTest, AServerThatEndsEndsTheRecordingAndTheNextServerTakesTheNext) {
+  factory->prepare();
+  for (const bool isPolite : {false, true}) {
+    SCOPED_TRACE(isPolite);
+    interruptions.clear();
+    const QString path = recordingPath(isPolite ? "terminated.wav" : "killed.wav");
+    const auto recorder = startedRecorder(path);
+    watch(*recorder);
+    ASSERT_TRUE(waitForSeconds(*recorder, 0.5));
+    isPolite ? server.terminate() : server.kill();
+    ASSERT_TRUE(waitUntil([&] { return !interruptions.empty(); }));
+    EXPECT_EQ(interruptions[0].kind, Interruption::Kind::serverGone);
+    EXPECT_TRUE(RecordedWave(path).isComplete);
+    EXPECT_GE(RecordedWave(path).seconds(), 0.5);
+    EXPECT_FALSE(devices->isConnected());
+    EXPECT_TRUE(devices->inputs().empty());
+
+    const auto withoutServer = factory->createRecorder();
+    const QString lostPath = recordingPath("without.wav");
+    const auto refused = run(withoutServer->record(lostPath));
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().domain, "audio");
+    EXPECT_EQ(refused.error().description, "The sound server is not running. Please check your sound settings.");
+    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(lostPath); }));
+
+    ASSERT_TRUE(server.start());
+    ASSERT_TRUE(waitUntil([&] { return devices->isConnected() && factory->isPrepared(); })) << "comes back by itself";
+  }
+  const auto recorder = startedRecorder(recordingPath("after.wav"));
+  ASSERT_TRUE(waitForSeconds(*recorder, 0.2));
+  run(recorder->stop());
+  EXPECT_TRUE(RecordedWave(recordingPath("after.wav")).isComplete);
+}
+
+TEST_F(PulseAudioRecorderTest, AFullDiskEndsTheRecordingAndKeepsWhatWasWritten) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const auto recorder = startedRecorder(recordingPath());
+  watch(*recorder);
+  rlimit before{};
+  ::getrlimit(RLIMIT_FSIZE, &before);
+  rlimit small = before;
+  small.rlim_cur = 32'045;  // an odd end: half a sample fits
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  const bool isTold = waitUntil([&] { return !interruptions.empty(); });
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  ASSERT_TRUE(isTold);
+  EXPECT_EQ(interruptions[0].kind, Interruption::Kind::writeFailed);
+  EXPECT_TRUE(interruptions[0].description.contains("File too large")) << qPrintable(interruptions[0].description);
+  const RecordedWave wave(recordingPath());
+  EXPECT_TRUE(wave.isReadable);
+  EXPECT_TRUE(wave.isComplete);
+  EXPECT_GE(wave.seconds(), 0.95);
+  run(recorder->stop());
+}
+
+TEST_F(PulseAudioRecorderTest, WhatCantBeMadeOrRepeatedIsAnError) {
+  struct Case {
+    QString path;
+    int code;
+  };
+  QFile(recordingPath("there.wav")).open(QIODevice::WriteOnly);
+  for (const Case& wrong :
+       {Case{folder.filePath("no/such/folder/take.wav"), ENOENT}, Case{recordingPath("there.wav"), EEXIST}}) {
+    const auto recorder = factory->createRecorder();
+    const auto result = run(recorder->record(wrong.path));
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().domain, "filesystem");
+    EXPECT_EQ(result.error().code, wrong.code);
+    EXPECT_FALSE(recorder->isRecording());
+  }
+  EXPECT_TRUE(QFile::exists(recordingPath("there.wav"))) << "somebody else's";
+  const auto recorder = startedRecorder(recordingPath());
+  EXPECT_FALSE(run(recorder->record(recordingPath("second.wav"))));
+  EXPECT_TRUE(recorder->isRecording());
+  run(recorder->stop());
+  EXPECT_TRUE(waitUntil([&] { return !isCaptured(); }));
+}
+
+TEST_F(PulseAudioRecorderTest, ACancelledStartAndADestroyedRecorderEndTheCapture) {
+  {
+    TaskScope scope(executor);
+    const auto recorder = factory->createRecorder();
+    scope.spawn(recorder->record(recordingPath("cancelled.wav")));
+    ASSERT_TRUE(waitUntil([&] { return QFile::exists(recordingPath("cancelled.wav")); }));
+    scope.cancelAll();
+    ASSERT_TRUE(waitUntil([&] { return scope.isIdle(); }));
+    run(recorder->stop());
+    // The cancel may have come after the start.
+    EXPECT_FALSE(recorder->isRecording());
+  }
+  auto recorder = startedRecorder(recordingPath("destroyed.wav"));
+  ASSERT_TRUE(waitForSeconds(*recorder, 0.3));
+  recorder.reset();
+  const RecordedWave wave(recordingPath("destroyed.wav"));
+  EXPECT_TRUE(wave.isComplete);
+  EXPECT_GE(wave.seconds(), 0.3);
+  EXPECT_TRUE(waitUntil([&] { return !isCaptured(); }));
+}
+
+class WithoutMicrophone : public PulseAudioRecorderTest {
+ protected:
+  void configure() override { server.removeMicrophone(); }
+};
+
+TEST_F(WithoutMicrophone, RecordSaysSoAndAnOutputsMonitorIsNoSubstitute) {
+  ASSERT_TRUE(waitUntilListed());
+  EXPECT_EQ(devices->defaultInputUid(), std::nullopt);
+  ASSERT_EQ(devices->inputs().size(), 1u);
+  EXPECT_TRUE(devices->inputs()[0].isMonitor);
+  factory->prepare();
+  auto recorder = factory->createRecorder();
+  const auto result = run(recorder->record(recordingPath()));
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().domain, "audio");
+  EXPECT_EQ(result.error().description, "No microphone is connected.");
+  // Plugged in, it works.
+  ASSERT_GE(server.plugIn("late_mic"), 0);
+  server.pactl({"set-default-source", "late_mic"});
+  ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+  recorder = startedRecorder(recordingPath("late.wav"));
+  ASSERT_TRUE(waitForSeconds(*recorder, 0.2));
+  run(recorder->stop());
+}
+
+// The other half of the next test, in a process of its own: tells what was recorded until somebody kills it.
+TEST(PulseAudioRecorderVictim, DISABLED_RecordsUntilItIsKilled) {
+  QtExecutor executor;
+  PulseConnection::Options options;
+  options.server = qEnvironmentVariable("QUILLMERE_TEST_SOUND_SERVER");
+  options.mayStartServer = false;
+  PulseConnection connection(executor, Logging(), options);
+  PulseAudioDevices devices(connection);
+  PulseAudioRecorderFactory factory(connection, devices);
+  const auto recorder = factory.createRecorder();
+  ASSERT_TRUE(runTaskInLoop(executor, recorder->record(qEnvironmentVariable("QUILLMERE_TEST_RECORDING"))));
+  waitUntil([&] {
+    std::fprintf(stderr, "%.4f\n", recorder->recordedSeconds());
+    return false;
+  });
+}
+
+TEST_F(PulseAudioRecorderTest, AKilledProcessLeavesAPlayableFile) {
+  QProcess victim;
+  QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+  variables.insert("QUILLMERE_TEST_SOUND_SERVER", server.address());
+  variables.insert("QUILLMERE_TEST_RECORDING", recordingPath());
+  victim.setProcessEnvironment(variables);
+  victim.setStandardOutputFile(QProcess::nullDevice());
+  victim.start(QCoreApplication::applicationFilePath(),
+               {"--gtest_also_run_disabled_tests", "--gtest_filter=PulseAudioRecorderVictim.*"});
+  double told = 0;
+  const auto listen = [&] {
+    while (victim.canReadLine()) told = std::max(told, victim.readLine().trimmed().toDouble());
+  };
+  victim.setReadChannel(QProcess::StandardError);
+  ASSERT_TRUE(waitUntil([&] {
+    listen();
+    return told >= 1;
+  }));
+  victim.kill();
+  ASSERT_TRUE(victim.waitForFinished());
+  listen();
+  const RecordedWave wave(recordingPath());
+  EXPECT_TRUE(wave.isAsPromised);
+  EXPECT_TRUE(wave.isComplete);
+  EXPECT_GE(wave.seconds(), told - 0.1);
+  EXPECT_FALSE(isLocked(recordingPath())) << "nobody records any more";
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,142 @@
+#pragma once
+#include <sndfile.h>
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <cmath>
+
+#include "platform/pulse/PulseAudioDevices.h"
+#include "platform/pulse/PulseAudioRecorderFactory.h"
+#include "platform/qt/QtExecutor.h"
+#include "support/PulseServer.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+#include "support/SampleMedia.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+
+// Lets Qt's loop run until the condition holds; false after twenty seconds.
+inline bool waitUntil(const std::function<bool()>& condition) {
+  QEventLoop loop;
+  QTimer poll, limit;
+  bool isMet = false;
+  QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+    isMet = isMet || condition();
+    if (isMet) loop.quit();
+  });
+  QObject::connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
+  poll.start(2);
+  limit.start(20'000);
+  loop.exec();
+  return isMet;
+}
+
+// What a strict reader sees of a recording.
+struct RecordedWave {
+  explicit RecordedWave(const QString& path) {
+    SF_INFO info{};
+    SNDFILE* const file = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
+    if (!file) return;
+    isReadable = true;
+    isAsPromised = info.samplerate == 16000 && info.channels == 1 && info.format == (SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    samples.resize(size_t(info.frames));
+    sf_readf_float(file, samples.data(), info.frames);
+    sf_close(file);
+    // The header tells of everything that stands in the file.
+    isComplete = QFile(path).size() == 44 + info.frames * 2;
+  }
+  double seconds() const { return double(samples.size()) / 16000; }
+
+  // Samples that don't follow from the two before them as in a tone of this frequency: a cut, a hole or a repetition
+  // shows. Counted from the first 0.3 s of the tone to the end.
+  int faultsInTone(double hertz) const {
+    size_t at = 0;
+    while (at < samples.size() && std::abs(samples[at]) < 0.2f) ++at;
+    const double factor = 2 * std::cos(2 * M_PI * hertz / 16000);
+    int faults = 0;
+    for (size_t i = at + 4800; i + 1 < samples.size(); ++i)
+      if (std::abs(samples[i + 1] - (factor * samples[i] - samples[i - 1])) > 0.02) ++faults;
+    return faults;
+  }
+  std::vector<float> lastSeconds(double length) const {
+    const size_t count = std::min(samples.size(), size_t(length * 16000));
+    return {samples.end() - qsizetype(count), samples.end()};
+  }
+
+  bool isReadable = false;
+  bool isAsPromised = false;
+  bool isComplete = false;
+  std::vector<float> samples;
+};
+
+// A private sound server and the adapters on it.
+class PulseTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!PulseServer::isAvailable()) GTEST_SKIP() << "pulseaudio, pactl and paplay are needed";
+    configure();
+    ASSERT_TRUE(server.start());
+    connect();
+  }
+  virtual void configure() {}
+
+  void connect() {
+    PulseConnection::Options options;
+    options.server = server.address();
+    options.mayStartServer = false;
+    options.firstPause = std::chrono::milliseconds(20);
+    options.longestPause = std::chrono::milliseconds(200);
+    connection = std::make_unique<PulseConnection>(executor, Logging(log), options);
+    devices = std::make_unique<PulseAudioDevices>(*connection);
+    factory = std::make_unique<PulseAudioRecorderFactory>(*connection, *devices);
+  }
+  template <typename T>
+  T run(Task<T> task) {
+    return runTaskInLoop(executor, std::move(task));
+  }
+  bool waitUntilListed() { return run(devices->waitUntilReady()); }
+  QString recordingPath(const char* name = "take.wav") const { return folder.filePath(QString::fromLatin1(name)); }
+  std::optional<AudioInputDescription> input(const QString& uid) const {
+    for (const auto& candidate : devices->inputs())
+      if (candidate.uid == uid) return candidate;
+    return std::nullopt;
+  }
+  // Plays a tone of half the full scale until the process goes.
+  std::shared_ptr<QProcess> playTone(double hertz, const QString& sink = QStringLiteral("mic_feed")) {
+    const QString name = QStringLiteral("tone%1.wav").arg(hertz);
+    if (!QFile::exists(media.path(name)))
+      media.write(name, SampleMedia::wav(48000, 1, 60 * 48000, [hertz](qint64 frame, int) {
+                    return 0.5 * std::sin(2 * M_PI * hertz * double(frame) / 48000);
+                  }));
+    return server.play(media.path(name), sink);
+  }
+  std::unique_ptr<PulseAudioRecorder> startedRecorder(const QString& path) {
+    auto recorder = factory->createRecorder();
+    const auto result = run(recorder->record(path));
+    EXPECT_TRUE(result) << (result ? "" : qPrintable(result.error().description));
+    return recorder;
+  }
+  bool waitForSound(AudioRecorder& recorder) {
+    return waitUntil([&] { return recorder.averagePowerDecibels() > -12; });
+  }
+  bool isCaptured() { return server.pactl({"list", "source-outputs"}).contains("Dictation"); }
+  bool waitForSeconds(const AudioRecorder& recorder, double seconds) {
+    return waitUntil([&] { return recorder.recordedSeconds() >= seconds; });
+  }
+
+  TestTexts texts;
+  QTemporaryDir folder;
+  SampleMedia media;
+  PulseServer server;
+  QtExecutor executor;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  std::unique_ptr<PulseConnection> connection;
+  std::unique_ptr<PulseAudioDevices> devices;
+  std::unique_ptr<PulseAudioRecorderFactory> factory;
+};
+
+}  // namespace quillmere
