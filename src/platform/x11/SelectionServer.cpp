@@ -117,11 +117,12 @@ bool SelectionServer::give(const xcb_selection_request_event_t& request,
   if (found == offer->targets.end()) return false;
   const SelectionValue& value = found->value;
   if (value.bytes.size() > pieceSize_) {
-    watchProperties(requestor, true);
     const uint32_t size = uint32_t(value.bytes.size());
-    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, requestor, property, atoms_.atom("INCR"), 32, 1, &size);
     transfers_.push_back({request.selection, requestor, property, offer, size_t(found - offer->targets.begin()), 0,
                           std::chrono::steady_clock::now()});
+    const uint32_t mask = eventsOf(requestor);
+    xcb_change_window_attributes(connection_, requestor, XCB_CW_EVENT_MASK, &mask);
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, requestor, property, atoms_.atom("INCR"), 32, 1, &size);
     return true;
   }
   xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, requestor, property, value.type, value.format,
@@ -169,7 +170,8 @@ bool SelectionServer::giveNextPiece(xcb_window_t requestor, xcb_atom_t property)
   // The empty piece says that this was all.
   const Transfer over = *transfer;
   transfers_.erase(transfer);
-  watchProperties(requestor, false);
+  const uint32_t mask = eventsOf(requestor);
+  xcb_change_window_attributes(connection_, requestor, XCB_CW_EVENT_MASK, &mask);
   onServed_(over.selection, *over.offer, target, requestor);
   return true;
 }
@@ -178,12 +180,17 @@ void SelectionServer::forgetStale(std::chrono::steady_clock::time_point now) {
   std::erase_if(transfers_, [&](const Transfer& one) { return now - one.lastProgress > transferPatience; });
 }
 
-void SelectionServer::watchProperties(xcb_window_t requestor, bool isWatched) {
-  const bool isStillNeeded = std::any_of(transfers_.begin(), transfers_.end(),
-                                         [&](const Transfer& one) { return one.requestor == requestor; });
-  if (requestor == window_ || (!isWatched && isStillNeeded)) return;
-  const uint32_t mask = isWatched ? uint32_t(XCB_EVENT_MASK_PROPERTY_CHANGE) : uint32_t(XCB_EVENT_MASK_NO_EVENT);
-  xcb_change_window_attributes(connection_, requestor, XCB_CW_EVENT_MASK, &mask);
+bool SelectionServer::watchEnd(xcb_window_t requestor) {
+  const uint32_t mask = eventsOf(requestor);
+  const auto cookie = xcb_change_window_attributes_checked(connection_, requestor, XCB_CW_EVENT_MASK, &mask);
+  return !XcbPointer<xcb_generic_error_t>(xcb_request_check(connection_, cookie));
+}
+
+uint32_t SelectionServer::eventsOf(xcb_window_t requestor) const {
+  const bool isReceiving = std::any_of(transfers_.begin(), transfers_.end(),
+                                       [&](const Transfer& one) { return one.requestor == requestor; });
+  return XCB_EVENT_MASK_STRUCTURE_NOTIFY |
+         (isReceiving ? uint32_t(XCB_EVENT_MASK_PROPERTY_CHANGE) : uint32_t(XCB_EVENT_MASK_NO_EVENT));
 }
 
 }  // namespace quillmere

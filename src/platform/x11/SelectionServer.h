@@ -33,6 +33,8 @@ class SelectionServer {
   bool handle(const xcb_generic_event_t& event, std::function<void(xcb_atom_t selection)> lost);
   // Forgets transfers to programs that stopped asking.
   void forgetStale(std::chrono::steady_clock::time_point now);
+  // Lets the end of a requestor's window come as an event (DestroyNotify). False when it has ended already.
+  bool watchEnd(xcb_window_t requestor);
   bool isTransferring() const { return !transfers_.empty(); }
 
  private:
@@ -52,7 +54,7 @@ class SelectionServer {
   bool giveSeveral(const xcb_selection_request_event_t& request, const std::shared_ptr<const SelectionOffer>& offer);
   void giveAtoms(xcb_window_t requestor, xcb_atom_t property, const std::vector<xcb_atom_t>& atoms);
   bool giveNextPiece(xcb_window_t requestor, xcb_atom_t property);
-  void watchProperties(xcb_window_t requestor, bool isWatched);
+  uint32_t eventsOf(xcb_window_t requestor) const;
   bool isOwner(xcb_atom_t selection) const;
 
   xcb_connection_t* const connection_;

@@ -254,6 +254,9 @@ void X11SelectionThread::handle(const xcb_generic_event_t& event) {
       return;
     }
   }
+  // Its number may go to another program now.
+  if (type == XCB_DESTROY_NOTIFY)
+    managers_.erase(clientOf(reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window));
   const bool isServed = server_->handle(event, [this](xcb_atom_t selection) {
     const bool isClipboard = selection == atoms_.atom("CLIPBOARD");
     owned_[isClipboard ? 0 : 1] = false;
@@ -316,7 +319,7 @@ void X11SelectionThread::addTarget(SelectionOffer& offer, const char* target, co
 void X11SelectionThread::textServed(xcb_window_t requestor) {
   const quint32 client = clientOf(requestor);
   if (client != activeClient()) {
-    if (!isExpected_) managers_.insert(client);
+    if (!isExpected_ && server_->watchEnd(requestor)) managers_.insert(client);
     if (managers_.count(client) > 0) return;
   }
   onEvent_({Event::Kind::fetched, expectation_});

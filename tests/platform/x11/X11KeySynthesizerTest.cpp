@@ -97,10 +97,10 @@ TEST_F(X11KeySynthesizerTest, AStrokeArrivesWithItsModifierOnly) {
 
   // What the user holds does not get in.
   for (const uint32_t held : {XKB_KEY_Shift_L, XKB_KEY_Alt_L, XKB_KEY_Super_L, XKB_KEY_Control_R}) {
-    keys->press(keys->codeOf(held));
+    keys->press(held);
     EXPECT_TRUE(synthesizer->press(55, Modifier::control));
     EXPECT_EQ(window.takePressesOf(55), (std::vector<KeyWindow::Key>{{55, control, true}})) << held;
-    keys->release(keys->codeOf(held));
+    keys->release(held);
     EXPECT_TRUE(synthesizer->press(NamedKey::space, Modifier::none));
     EXPECT_EQ(window.takePressesOf(65), (std::vector<KeyWindow::Key>{{65, 0, true}})) << "nothing is left down";
   }

@@ -68,15 +68,14 @@ class X11WorkspaceTest : public X11Desk {
 
 TEST_F(X11WorkspaceTest, ApplicationsAreSeenToComeAndToTakeTheFront) {
   EXPECT_EQ(workspace->frontmostApplication(), std::nullopt) << "an empty desktop";
-  const qint64 first = startTerminal("größer");
-  ASSERT_TRUE(waitUntil([&] { return isInFront(first) && !launched.empty(); }));
+  const qint64 first = startTerminal("first");
+  ASSERT_TRUE(waitUntil([&] { return isInFront(first) && !launched.empty() && frontmostChanges > 0; }));
   const auto front = *workspace->frontmostApplication();
   EXPECT_EQ(front.bundleId, "xterm");
   EXPECT_EQ(front.localizedName, "XTerm");
-  EXPECT_EQ(front.windowTitle, QStringLiteral("größer"));
+  EXPECT_EQ(front.windowTitle, QStringLiteral("first"));
   EXPECT_FALSE(front.isThisApplication);
   EXPECT_EQ(launched.front().processId, first);
-  EXPECT_GE(frontmostChanges, 1);
 
   const qint64 second = startTerminal("two");
   ASSERT_TRUE(waitUntil([&] { return isInFront(second); }));
@@ -86,7 +85,7 @@ TEST_F(X11WorkspaceTest, ApplicationsAreSeenToComeAndToTakeTheFront) {
   EXPECT_TRUE(waitUntil([&] { return isInFront(second); }));
   EXPECT_EQ(launched.size(), 2u);
 
-  EXPECT_EQ(workspace->runningApplication(first)->windowTitle, QStringLiteral("größer"));
+  EXPECT_EQ(workspace->runningApplication(first)->windowTitle, QStringLiteral("first"));
   EXPECT_TRUE(workspace->forceTerminate(second));
   EXPECT_TRUE(waitUntil([&] { return !workspace->runningApplication(second) && isInFront(first); }));
   EXPECT_FALSE(workspace->activate(second));
@@ -98,6 +97,8 @@ TEST_F(X11WorkspaceTest, ApplicationsAreSeenToComeAndToTakeTheFront) {
 
 TEST_F(X11WorkspaceTest, TheWindowThatWasActiveLastComesBack) {
   // Two windows of one process, and one of another on top.
+  const qint64 below = startTerminal("below");
+  ASSERT_TRUE(waitUntil([&] { return isInFront(below); }));
   const auto connection = *XcbConnection::open(server->displayName());
   const auto makeWindow = [&](const QByteArray& title) {
     xcb_connection_t* const raw = connection->raw();
@@ -119,13 +120,13 @@ TEST_F(X11WorkspaceTest, TheWindowThatWasActiveLastComesBack) {
       return front && front->windowTitle == QString::fromUtf8(title);
     }));
   };
-  makeWindow("one");
-  makeWindow("two");
+  makeWindow("größer");
+  makeWindow("zwei 会议");
   const qint64 terminal = startTerminal("above");
   ASSERT_TRUE(waitUntil([&] { return isInFront(terminal); }));
   ASSERT_TRUE(workspace->activate(999999));
   ASSERT_TRUE(waitUntil([&] { return isInFront(999999); }));
-  EXPECT_EQ(workspace->frontmostApplication()->windowTitle, "two");
+  EXPECT_EQ(workspace->frontmostApplication()->windowTitle, QStringLiteral("zwei 会议"));
   EXPECT_EQ(std::count_if(launched.begin(), launched.end(), [](const auto& one) { return one.processId == 999999; }),
             1);
 }
