@@ -52,10 +52,12 @@ class DesktopFixture {
     intents.dialog.copyText = [this](const QString& text) { copied << text; };
     intents.dialog.isTextOnClipboard = [this] { return isTextOnClipboard; };
     intents.dialog.cancelKey = [] { return QStringLiteral("Esc"); };
-    DesktopInterfaceServices services{state,       *store,   settings,   defaults, *manager, executor,
-                                      clock,       Logging(log), &notices, &retry,   nullptr,
-                                      QLocale(language == QLatin1String("de") ? QLocale::German : QLocale::English),
-                                      QTimeZone::utc()};
+    DesktopInterfaceServices services{
+        state,           *store,       settings,
+        defaults,        *manager,     executor,
+        clock,           Logging(log), &notices,
+        &retry,          nullptr,      QLocale(language == QLatin1String("de") ? QLocale::German : QLocale::English),
+        QTimeZone::utc()};
     interface = std::make_unique<DesktopInterface>(std::move(services), std::move(intents),
                                                    DesktopInterfaceOptions{.hasTray = hasTray, .usesPortal = false});
     interface->app().setMicrophone(

@@ -29,8 +29,8 @@ T.Button {
     hoverEnabled: true
     Accessible.role: Accessible.Button
     Accessible.name: name
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         implicitWidth: row.implicitWidth

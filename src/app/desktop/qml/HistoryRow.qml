@@ -195,7 +195,8 @@ FocusScope {
                 spacing: 8
                 visible: row.isAsked
                 readonly property bool hasKeyboard: yes.activeFocus || no.activeFocus
-                onVisibleChanged: if (visible) no.forceActiveFocus()
+                // Its children become visible after it.
+                onVisibleChanged: if (visible) Qt.callLater(no.forceActiveFocus)
                 Text {
                     Layout.fillWidth: true
                     text: row.hasAudio ? qsTrId("history.delete.question.audio") : qsTrId("history.delete.question")

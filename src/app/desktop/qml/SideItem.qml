@@ -20,8 +20,8 @@ T.Button {
     Accessible.name: text
     Accessible.selected: isCurrent
     Accessible.selectable: true
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
 
     contentItem: Item {
         Icon {

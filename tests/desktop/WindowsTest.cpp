@@ -1,0 +1,270 @@
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QQuickItem>
+#include <QScreen>
+
+#include "app/desktop/IconPainter.h"
+#include "app/desktop/OverlayPlace.h"
+#include "desktop/DesktopFixture.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+void collect(QQuickItem* item, QList<QQuickItem*>& items) {
+  if (!item->isVisible()) return;
+  items << item;
+  for (QQuickItem* child : item->childItems()) collect(child, items);
+}
+
+QList<QQuickItem*> itemsOf(QQuickWindow* window) {
+  QList<QQuickItem*> items;
+  collect(window->contentItem(), items);
+  return items;
+}
+
+bool isControl(const QQuickItem* item) {
+  return item->inherits("QQuickAbstractButton") || item->inherits("QQuickTextField") ||
+         item->inherits("QQuickSwitch") || item->activeFocusOnTab();
+}
+
+QString accessibleName(QQuickItem* item) {
+  QAccessibleInterface* const interface = QAccessible::queryAccessibleInterface(item);
+  return interface ? interface->text(QAccessible::Name) : QString();
+}
+
+// Every control that is there has a name for a screen reader; gives how many there were.
+int expectNames(QQuickWindow* window, const char* where) {
+  int controls = 0;
+  for (QQuickItem* item : itemsOf(window)) {
+    if (!isControl(item)) continue;
+    ++controls;
+    EXPECT_FALSE(accessibleName(item).trimmed().isEmpty())
+        << where << ": a " << item->metaObject()->className() << " at " << item->mapToScene({}).x() << ", "
+        << item->mapToScene({}).y();
+  }
+  return controls;
+}
+
+void press(QWindow* window, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
+  for (const auto type : {QEvent::ShortcutOverride, QEvent::KeyPress, QEvent::KeyRelease}) {
+    QKeyEvent event(type, key, modifiers, text);
+    QCoreApplication::sendEvent(window, &event);
+  }
+}
+
+TEST(Windows, EveryControlHasAName) {
+  QAccessible::setActive(true);
+  for (const bool hasHistory : {true, false}) {
+    DesktopFixture f(QStringLiteral("en"), hasHistory);
+    f.interface->showWindow();
+    f.settle();
+    QQuickWindow* const window = f.interface->mainWindow().window();
+    ASSERT_NE(window, nullptr);
+    EXPECT_GE(expectNames(window, "history"), hasHistory ? 15 : 4);
+    for (const QVariant& page : f.interface->mainWindow().pages()) {
+      f.interface->mainWindow().setPage(page.toMap()[QStringLiteral("key")].toString());
+      f.settle();
+      EXPECT_GE(expectNames(window, qPrintable(f.interface->mainWindow().page())), 4);
+    }
+  }
+  DesktopFixture f;
+  f.state.update([](AppStateData& data) {
+    data.showRecordingDialog = true;
+    data.showCancelConfirmation = true;
+  });
+  f.settle();
+  EXPECT_GE(expectNames(f.interface->overlayWindow().window(), "overlay"), 2);
+  QAccessible::setActive(false);
+}
+
+TEST(Windows, PillsNeverTakeTheKeyboard) {
+  DesktopFixture f;
+  f.interface->warmUp();
+  f.interface->notices().showToast(QStringLiteral("x"), false);
+  for (QQuickWindow* window : {f.interface->overlayWindow().window(), f.interface->errorToastWindow().window()}) {
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(window->flags() & Qt::WindowDoesNotAcceptFocus);
+    EXPECT_TRUE(window->flags() & Qt::WindowStaysOnTopHint);
+    EXPECT_EQ(window->flags() & Qt::WindowType_Mask, Qt::Tool);
+    for (QQuickItem* item : itemsOf(window)) EXPECT_FALSE(item->activeFocusOnTab());
+  }
+}
+
+TEST(Windows, PillStandsInTheMiddleAboveTheEdge) {
+  EXPECT_EQ(overlayPlace(QRect(0, 0, 1920, 1040), QSize(200, 40)), QPoint(860, 960));
+  EXPECT_EQ(overlayPlace(QRect(1920, 30, 1001, 770), QSize(200, 40)), QPoint(2321, 720));
+  EXPECT_EQ(toastPlace(QRect(0, 0, 1920, 1040), QSize(360, 60)), QPoint(780, 892));
+
+  DesktopFixture f;
+  f.state.update([](AppStateData& data) { data.showRecordingDialog = true; });
+  f.settle();
+  QQuickWindow* const window = f.interface->overlayWindow().window();
+  const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+  EXPECT_EQ(window->geometry().center().x(), QRect(overlayPlace(screen, window->size()), window->size()).center().x());
+  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.settle();
+  EXPECT_GT(window->width(), 200);
+  EXPECT_EQ(window->position(), overlayPlace(screen, window->size())) << "grows about its middle";
+}
+
+TEST(Windows, LocalKeysAnswerTheQuestion) {
+  DesktopFixture f;  // without an interceptor
+  f.interface->showWindow();
+  f.state.update([](AppStateData& data) {
+    data.showRecordingDialog = true;
+    data.recordingState.kind = RecordingState::Recording{};
+  });
+  f.settle();
+  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.settle();
+  press(f.interface->mainWindow().window(), Qt::Key_Escape);
+  f.settle();
+  EXPECT_FALSE(f.state.data().showCancelConfirmation);
+  EXPECT_TRUE(f.interface->isWindowVisible()) << "the key was for the question";
+  EXPECT_EQ(f.stops, 0);
+  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.settle();
+  press(f.interface->mainWindow().window(), Qt::Key_Enter);
+  f.settle();
+  EXPECT_EQ(f.stops, 1);
+}
+
+TEST(Windows, MainWindowRemembersItsPlaceAndPage) {
+  DesktopFixture f;
+  f.interface->showWindow(QStringLiteral("models"));
+  f.settle();
+  QQuickWindow* window = f.interface->mainWindow().window();
+  EXPECT_EQ(window->minimumSize(), QSize(720, 480));
+  window->setGeometry(20, 30, 730, 500);
+  f.settle();
+  f.interface->hideWindow();
+  EXPECT_EQ(f.defaults.value(QStringLiteral("mainWindowPlace")).toString(), QStringLiteral("20 30 730 500"));
+  for (const char* stored : {"20 30 730 500", "9999 9999 730 500", "1 2 3", "a b c d", "-50 -900 100 100"}) {
+    f.defaults.setValue(QStringLiteral("mainWindowPlace"), QString::fromLatin1(stored));
+    DesktopQml qml(false, Logging());
+    MainWindow second(qml, f.state, f.defaults);
+    second.addPage({QStringLiteral("history"), QStringLiteral("sidebar.history"), QStringLiteral("history"),
+                    QStringLiteral("EmptyNote")});
+    second.addPage({QStringLiteral("models"), QStringLiteral("sidebar.models"), QStringLiteral("models"),
+                    QStringLiteral("EmptyNote")});
+    EXPECT_EQ(second.page(), QStringLiteral("models"));
+    const QRect place = second.window()->geometry();
+    EXPECT_GE(place.width(), 720);
+    EXPECT_GE(place.height(), 480);
+    if (QLatin1String(stored) == QLatin1String("20 30 730 500")) EXPECT_EQ(place, QRect(20, 30, 730, 500));
+  }
+}
+
+TEST(Windows, HistoryIsWorkedByKeyboard) {
+  DesktopFixture f;
+  f.interface->showWindow(QStringLiteral("models"));
+  f.settle();
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  window->requestActivate();
+  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
+  press(window, Qt::Key_F, Qt::ControlModifier);
+  f.settle();
+  EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("history"));
+  for (const QChar c : QStringLiteral("figures"))
+    press(window, Qt::Key_A + (c.unicode() - u'a'), Qt::NoModifier, QString(c));
+  f.executor.advance(300ms);
+  f.settle();
+  EXPECT_EQ(f.interface->history().searchText(), QStringLiteral("figures"));
+  EXPECT_EQ(f.interface->history().totalCount(), 1);
+  press(window, Qt::Key_Down);
+  f.settle();
+  press(window, Qt::Key_C, Qt::ControlModifier);
+  f.settle();
+  ASSERT_EQ(f.copied.size(), 1);
+  EXPECT_TRUE(f.copied[0].startsWith(QStringLiteral("The quarterly figures")));
+  // Delete asks first, and the answer at hand is no.
+  press(window, Qt::Key_Delete);
+  f.settle();
+  ASSERT_NE(window->activeFocusItem(), nullptr);
+  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Cancel"));
+  press(window, Qt::Key_Return);
+  f.executor.advance(300ms);
+  f.settle();
+  EXPECT_EQ(f.store->countTranscripts(), 5);
+  // Escape: first the search, then the window.
+  press(window, Qt::Key_Escape);
+  f.executor.advance(300ms);
+  f.settle();
+  EXPECT_EQ(f.interface->history().searchText(), QString());
+  EXPECT_EQ(f.interface->history().totalCount(), 5);
+  EXPECT_TRUE(f.interface->isWindowVisible());
+  press(window, Qt::Key_Escape);
+  f.settle();
+  EXPECT_FALSE(f.interface->isWindowVisible());
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
+TEST(Windows, TrayTellsTheStateAndOffersTheModes) {
+  DesktopFixture f(QStringLiteral("en"), true, true);
+  TrayIcon* const tray = f.interface->tray();
+  ASSERT_NE(tray, nullptr);
+  EXPECT_EQ(tray->toolTip(), QStringLiteral("Quillmere: Ready. Mode: Default"));
+  const QList<QAction*> actions = tray->menu().actions();
+  EXPECT_EQ(actions[0]->text(), QStringLiteral("Record"));
+  EXPECT_FALSE(actions[1]->isVisible());
+  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  EXPECT_EQ(actions[0]->text(), QStringLiteral("Stop recording"));
+  EXPECT_TRUE(actions[1]->isVisible());
+  actions[0]->trigger();
+  EXPECT_EQ(f.toggles, 1);
+  actions[1]->trigger();
+  EXPECT_EQ(f.cancels, 1);
+  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Idle{}; });
+  const QList<QAction*> modes = actions[2]->menu()->actions();
+  ASSERT_EQ(modes.size(), 2);
+  EXPECT_TRUE(modes[0]->isChecked());
+  EXPECT_EQ(modes[1]->text(), QStringLiteral("E-mail && notes"));
+  modes[1]->trigger();
+  EXPECT_EQ(f.state.data().selectedModeName, QStringLiteral("E-mail & notes"));
+  f.settle();
+  EXPECT_TRUE(actions[2]->menu()->actions()[1]->isChecked());
+  f.interface->app().setMicrophone({}, false);
+  EXPECT_TRUE(tray->toolTip().contains(QStringLiteral("microphone")));
+
+  // The state is seen without colours too.
+  const auto shape = [](AppStateViewModel::TrayState state) {
+    return TrayIcon::icon(state, ThemeColors::light()).pixmap(22).toImage().convertToFormat(QImage::Format_Alpha8);
+  };
+  EXPECT_NE(shape(AppStateViewModel::TrayState::ready), shape(AppStateViewModel::TrayState::unable));
+}
+
+TEST(Windows, NoticesWaitForTheInterface) {
+  DesktopNotices notices;
+  for (int i = 0; i < 6; ++i) notices.showToast(QString::number(i), false);
+  struct Target final : UserNotices {
+    QStringList shown;
+    void showToast(const QString& message, bool) override { shown << message; }
+  } target;
+  notices.setTarget(&target);
+  notices.showToast(QStringLiteral("now"), true);
+  EXPECT_EQ(target.shown, (QStringList{QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4"),
+                                       QStringLiteral("5"), QStringLiteral("now")}));
+}
+
+TEST(IconPainter, DrawsEveryIconWithinItsBounds) {
+  for (const QString& name : IconPainter::names()) {
+    const QImage image = IconPainter::image(name, Qt::black, 64);
+    int inked = 0, edge = 0;
+    for (int y = 0; y < 64; ++y)
+      for (int x = 0; x < 64; ++x) {
+        const bool isInked = qAlpha(image.pixel(x, y)) > 20;
+        inked += isInked;
+        edge += isInked && (x == 0 || y == 0 || x == 63 || y == 63);
+      }
+    EXPECT_GT(inked, 60) << qPrintable(name);
+    EXPECT_EQ(edge, 0) << qPrintable(name) << " is cut off";
+  }
+}
+
+}  // namespace
+}  // namespace quillmere
