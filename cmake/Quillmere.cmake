@@ -43,9 +43,10 @@ function(quillmere_room name)
   endif()
 endfunction()
 
-# quillmere_test(NAME LIBS ...): tests/NAME/**.cpp becomes the executable NAME_tests and one ctest entry of that name.
+# quillmere_test(NAME LIBS ...): tests/NAME/**.cpp becomes the executable NAME_tests and one ctest entry of that name, run
+# through LAUNCHER when there is one.
 function(quillmere_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "LIBS;ENV" ${ARGN})
+  cmake_parse_arguments(T "" "TIMEOUT" "LIBS;ENV;LAUNCHER" ${ARGN})
   string(REPLACE "/" "_" id ${name})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${name}/*.cpp")
   if(NOT sources)
@@ -56,7 +57,7 @@ function(quillmere_test name)
   target_include_directories(${id}_tests PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${id}_tests PRIVATE ${T_LIBS} quillmere_test_support GTest::gmock GTest::gtest)
   target_precompile_headers(${id}_tests PRIVATE "${PROJECT_SOURCE_DIR}/cmake/PrecompiledTests.h")
-  add_test(NAME ${id} COMMAND ${id}_tests)
+  add_test(NAME ${id} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${id}_tests>)
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 300)
   endif()

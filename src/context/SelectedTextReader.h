@@ -1,6 +1,5 @@
 #pragma once
 #include <QString>
-#include <memory>
 #include <optional>
 
 #include "base/Result.h"
@@ -24,9 +23,8 @@ class SelectedTextReader {
   Task<Result<std::optional<QString>, QString>> read();
 
  private:
-  struct Reading;
-  Task<Result<std::optional<QString>, QString>> copyByMenu(qint64 processId);
-  Task<std::optional<QString>> copiedText(qint64 processId);
+  Task<std::optional<QString>> copyByMenu(qint64 processId);
+  Task<std::optional<QString>> copyAndRestore(qint64 processId, ClipboardItems saved);
 
   Workspace& workspace_;
   Accessibility& accessibility_;

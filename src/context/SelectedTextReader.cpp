@@ -1,0 +1,130 @@
+#include "context/SelectedTextReader.h"
+
+#include <atomic>
+#include <mutex>
+
+#include "base/async/Async.h"
+#include "context/CopyMenuItem.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto readingLimit = 400ms;
+constexpr auto copyLimit = 500ms;  // until the copied text is on the pasteboard
+constexpr auto pollInterval = 10ms;
+
+// What a visit has found so far.
+class Findings {
+ public:
+  struct Content {
+    std::optional<QString> selectedText;
+    bool isSecure = false;
+    bool hasCopyItem = false;
+  };
+  void set(const std::function<void(Content&)>& change) {
+    const std::scoped_lock lock(mutex_);
+    change(content_);
+  }
+  Content get() const {
+    const std::scoped_lock lock(mutex_);
+    return content_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  Content content_;  // guarded by mutex_
+};
+
+void look(AccessibilityTree& tree, std::optional<qint64> processId, Findings& findings) {
+  const auto focused = tree.element(tree.systemWideElement(), QStringLiteral("AXFocusedUIElement"));
+  if (focused) {
+    const auto subrole = tree.text(focused, QStringLiteral("AXSubrole"));
+    if (subrole == QStringLiteral("AXSecureTextField")) {
+      findings.set([](auto& content) { content.isSecure = true; });
+      return;
+    }
+    const auto text = tree.text(focused, QStringLiteral("AXSelectedText"));
+    if (text && !text->isEmpty()) {
+      findings.set([&](auto& content) { content.selectedText = text; });
+      return;
+    }
+  }
+  if (processId && findCopyMenuItem(tree, *processId)) findings.set([](auto& content) { content.hasCopyItem = true; });
+}
+
+}  // namespace
+
+SelectedTextReader::SelectedTextReader(Workspace& workspace, Accessibility& accessibility, Pasteboard& pasteboard,
+                                       const Logging& logging)
+    : workspace_(workspace),
+      accessibility_(accessibility),
+      pasteboard_(pasteboard),
+      logger_(logging.logger(QStringLiteral("SelectedTextReader"))) {}
+
+Task<Result<std::optional<QString>, QString>> SelectedTextReader::read() {
+  logger_.info("Attempting to get selected text");
+  const std::optional<RunningApplication> frontmost = workspace_.frontmostApplication();
+  std::optional<qint64> processId;
+  if (frontmost) processId = frontmost->processId;
+
+  const auto findings = std::make_shared<Findings>();
+  std::function<void(AccessibilityTree&)> work = [findings, processId](AccessibilityTree& tree) {
+    look(tree, processId, *findings);
+  };
+  auto visit = accessibility_.visit(std::move(work), readingLimit);
+  const bool isAnswered = co_await std::move(visit);
+  const Findings::Content found = findings->get();
+  if (found.selectedText) co_return found.selectedText;
+  const QString silence = QStringLiteral("the application does not answer");
+  if (isAnswered)
+    logger_.info("AXUI returned empty text, trying menu action copy");
+  else
+    logger_.error("Failed to get text via AXUI: %{public}s", silence);
+
+  if (found.hasCopyItem && !found.isSecure && processId) {
+    auto copying = copyByMenu(*processId);
+    std::optional<QString> text = co_await std::move(copying);
+    if (text && !text->isEmpty()) {
+      logger_.info("Successfully got non-empty text via menu action copy");
+      co_return text;
+    }
+  }
+  logger_.info("All methods to get selected text have failed or returned empty text");
+  if (!isAnswered) co_return Failed{silence};
+  co_return std::optional<QString>();
+}
+
+Task<std::optional<QString>> SelectedTextReader::copyByMenu(qint64 processId) {
+  auto saving = pasteboard_.items();
+  ClipboardItems saved = co_await std::move(saving);
+  co_await throwIfCancelled();
+  // From here on the pasteboard may change, so this part runs to its end.
+  auto copying = shielded(copyAndRestore(processId, std::move(saved)));
+  std::optional<QString> text = co_await std::move(copying);
+  co_return text;
+}
+
+Task<std::optional<QString>> SelectedTextReader::copyAndRestore(qint64 processId, ClipboardItems saved) {
+  const quint64 countBefore = pasteboard_.changeCount();
+  const auto isTooLate = std::make_shared<std::atomic<bool>>(false);
+  std::function<void(AccessibilityTree&)> work = [isTooLate, processId](AccessibilityTree& tree) {
+    const auto item = findCopyMenuItem(tree, processId);
+    if (item && !*isTooLate) tree.performAction(item, QStringLiteral("AXPress"));
+  };
+  auto visit = accessibility_.visit(std::move(work), readingLimit);
+  co_await std::move(visit);
+  *isTooLate = true;
+
+  // An item may act without saying that it did, so the pasteboard alone tells.
+  for (Duration waited{}; pasteboard_.changeCount() == countBefore && waited < copyLimit; waited += pollInterval)
+    co_await sleepFor(pollInterval);
+  if (pasteboard_.changeCount() == countBefore) co_return std::nullopt;
+  auto reading = pasteboard_.string();
+  std::optional<QString> text = co_await std::move(reading);
+  if (!pasteboard_.write(saved)) logger_.error("The pasteboard can't be given back its contents");
+  co_return text;
+}
+
+}  // namespace quillmere

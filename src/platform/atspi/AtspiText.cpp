@@ -1,0 +1,85 @@
+#include "platform/atspi/AtspiText.h"
+
+#include <algorithm>
+
+namespace quillmere {
+namespace {
+
+constexpr auto textInterface = "org.a11y.atspi.Text";
+constexpr int mostCharacters = 20000;
+constexpr int mostObjects = 60;  // inside one text
+constexpr QChar objectCharacter(0xFFFC);
+
+}  // namespace
+
+bool AtspiText::isReadable(const AtspiElement& element) {
+  return objects_.role(element) != AtspiRole::passwordText && objects_.role(element) != AtspiRole::unknown &&
+         objects_.hasInterface(element, textInterface);
+}
+
+std::optional<QString> AtspiText::content(const AtspiElement& element) {
+  if (!isReadable(element)) return std::nullopt;
+  const auto count = objects_.caller().property(element.reference, textInterface, "CharacterCount");
+  if (!count) return std::nullopt;
+  const int length = std::max(count->toInt(), 0);
+  const bool isTerminal = objects_.role(element) == AtspiRole::terminal;
+  const int begin = isTerminal ? std::max(length - mostCharacters, 0) : 0;
+  int budget = mostObjects;
+  return range(element, begin, std::min(begin + mostCharacters, length), budget);
+}
+
+std::optional<QString> AtspiText::range(const AtspiElement& element, int begin, int end, int& budget) {
+  const auto arguments = objects_.caller().call(element.reference, textInterface, "GetText", {begin, end});
+  if (!arguments || arguments->isEmpty()) return std::nullopt;
+  QString text = arguments->first().toString();
+  if (!text.contains(objectCharacter)) return text;
+  // One such character stands for each object inside, in their order.
+  QStringList parts;
+  for (const auto& child : objects_.children(element, budget)) {
+    if (--budget < 0) break;
+    if (!isReadable(*child)) continue;
+    const auto part = range(*child, 0, mostCharacters, budget);
+    if (part && !part->isEmpty()) parts.append(*part);
+  }
+  const QString own = text.remove(objectCharacter);
+  if (!own.trimmed().isEmpty()) parts.prepend(own);
+  return parts.join(QLatin1Char('\n')).left(mostCharacters);
+}
+
+std::optional<QString> AtspiText::selection(const AtspiElement& element) {
+  int budget = mostObjects;
+  return selectionOf(element, budget);
+}
+
+std::optional<QString> AtspiText::selectionOf(const AtspiElement& element, int& budget) {
+  if (!isReadable(element)) return std::nullopt;
+  const auto count = objects_.caller().call(element.reference, textInterface, "GetNSelections");
+  if (!count || count->isEmpty()) return std::nullopt;
+  QStringList parts;
+  bool hasObjects = false;
+  for (int i = 0; i < std::min(count->first().toInt(), 20); ++i) {
+    const auto bounds = objects_.caller().call(element.reference, textInterface, "GetSelection", {i});
+    if (!bounds || bounds->size() < 2) break;
+    const int begin = std::min(bounds->at(0).toInt(), bounds->at(1).toInt());
+    const int end = std::max(bounds->at(0).toInt(), bounds->at(1).toInt());
+    if (begin < 0 || end <= begin) continue;
+    const auto text = objects_.caller().call(element.reference, textInterface, "GetText",
+                                             {begin, std::min(end, begin + mostCharacters)});
+    if (!text || text->isEmpty()) break;
+    QString part = text->first().toString();
+    hasObjects = hasObjects || part.contains(objectCharacter);
+    part.remove(objectCharacter);
+    if (!part.trimmed().isEmpty()) parts.append(part);
+  }
+  // A selection across paragraphs is told by each of them.
+  if (hasObjects) {
+    for (const auto& child : objects_.children(element, std::max(budget, 0))) {
+      if (--budget < 0) break;
+      if (const auto part = selectionOf(*child, budget)) parts.append(*part);
+    }
+  }
+  if (parts.isEmpty()) return std::nullopt;
+  return parts.join(QLatin1Char('\n'));
+}
+
+}  // namespace quillmere

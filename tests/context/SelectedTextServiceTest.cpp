@@ -1,0 +1,178 @@
+#include "context/SelectedTextService.h"
+
+#include <gtest/gtest.h>
+
+#include "support/FakeAccessibility.h"
+#include "support/FakePasteboard.h"
+#include "support/FakeWorkspace.h"
+#include "support/RecordingLogSink.h"
+#include "support/RunTask.h"
+
+namespace quillmere {
+namespace {
+
+class SelectedTextTest : public testing::Test {
+ protected:
+  SelectedTextTest() {
+    RunningApplication application;
+    application.processId = 5;
+    workspace.frontmost = application;
+    ClipboardItemData image;
+    image.types = QStringList{QStringLiteral("image/png"), QStringLiteral("text/uri-list")};
+    image.data = {{QStringLiteral("image/png"), QByteArray("\x89PNG\0x", 6)},
+                  {QStringLiteral("text/uri-list"), "file:///a"}};
+    before = {image};
+    pasteboard.copyElsewhere(before);
+  }
+
+  // A menu bar File, Edit, ... whose Copy item copies the text, after a while.
+  FakeAccessibilityNode::Ptr copyItem(const QString& title, const QString& character, const QString& text,
+                                      Duration after = {}) {
+    auto item = node(QStringLiteral("AXMenuItem"))
+                    ->with(QStringLiteral("AXTitle"), title)
+                    ->with(QStringLiteral("AXEnabled"), QStringLiteral("true"));
+    if (!character.isNull()) item->with(QStringLiteral("AXMenuItemCmdChar"), character);
+    return item->doing(QStringLiteral("AXPress"), [this, text, after] {
+      executor.startTimer(after, [this, text] { pasteboard.copyElsewhere(text); });
+      return true;
+    });
+  }
+  void setMenus(const std::vector<std::pair<QString, FakeAccessibilityNode::Ptr>>& menus) {
+    auto bar = node(QStringLiteral("AXMenuBar"));
+    for (const auto& [title, item] : menus) {
+      auto menu = node(QStringLiteral("AXMenu"))->with(QStringLiteral("AXTitle"), title);
+      if (item)
+        menu->child(node(QStringLiteral("AXMenuItem"))->with(QStringLiteral("AXTitle"), QStringLiteral("Cut")))
+            ->child(item);
+      bar->child(menu);
+    }
+    accessibility.addApplication(5, node(QStringLiteral("AXWindow")), bar);
+  }
+  std::optional<QString> capture() { return runTask(executor, service.capture()); }
+
+  ManualExecutor executor;
+  FakeWorkspace workspace;
+  FakeAccessibility accessibility;
+  FakePasteboard pasteboard;
+  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  SelectedTextReader reader{workspace, accessibility, pasteboard, Logging(log)};
+  SelectedTextService service{accessibility, reader, Logging(log)};
+  ClipboardItems before;
+};
+
+TEST_F(SelectedTextTest, ByAccessibilityTheClipboardIsNotTouched) {
+  accessibility.focus(node(QStringLiteral("AXTextArea"))
+                          ->with(QStringLiteral("AXSelectedText"), QString::fromUtf8("naïve 👩‍🚀")));
+  setMenus({{"File", nullptr}, {"Edit", copyItem("Copy", "C", "other")}});
+  const quint64 count = pasteboard.changeCount();
+  EXPECT_EQ(capture(), QString::fromUtf8("naïve 👩‍🚀"));
+  EXPECT_EQ(service.lastCapturedText(), QString::fromUtf8("naïve 👩‍🚀"));
+  EXPECT_EQ(pasteboard.changeCount(), count);
+  EXPECT_EQ(log->publicLines(), QStringList({QStringLiteral("Attempting to get selected text"),
+                                             QStringLiteral("Captured selected text: 7 chars")}));
+  service.forget();
+  EXPECT_EQ(service.lastCapturedText(), std::nullopt);
+}
+
+TEST_F(SelectedTextTest, ByTheCopyItemTheClipboardIsGivenBack) {
+  struct Case {
+    const char* name;
+    QString menu, title, character;
+    bool isFound;
+  };
+  const Case cases[] = {
+      {"usual", "Edit", "Copy", "C", true},
+      {"lower case, mnemonic", "&Bearbeiten", "&Kopieren", "c", true},
+      {"another menu", "Go", "Copy", "C", true},
+      {"no shortcut readable", "Edit", "Copy", QString(), true},
+      {"another shortcut", "Edit", "Copy", "D", false},
+      {"another word", "Edit", "Copy Link", "C", false},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    log->clear();
+    setMenus({{"File", nullptr},
+              {each.menu, copyItem(each.title, each.character, "selected", std::chrono::milliseconds(120))}});
+    EXPECT_EQ(capture(), each.isFound ? std::optional(QStringLiteral("selected")) : std::nullopt);
+    EXPECT_EQ(pasteboard.contents, before);
+    EXPECT_TRUE(log->contains(QStringLiteral("AXUI returned empty text, trying menu action copy")));
+    EXPECT_EQ(log->contains(QStringLiteral("Successfully got non-empty text via menu action copy")), each.isFound);
+    EXPECT_EQ(log->contains(QStringLiteral("All methods to get selected text have failed or returned empty text")),
+              !each.isFound);
+  }
+}
+
+TEST_F(SelectedTextTest, AnItemIsTakenByItsIdentifierToo) {
+  setMenus({{"Edit",
+             copyItem("Etwas", QString(), "selected")->with(QStringLiteral("AXIdentifier"), QStringLiteral("copy:"))}});
+  EXPECT_EQ(capture(), QStringLiteral("selected"));
+}
+
+TEST_F(SelectedTextTest, WhatIsNotSelectedOverwritesTheLastOne) {
+  setMenus({{"Edit", copyItem("Copy", "C", "first")}});
+  EXPECT_EQ(capture(), QStringLiteral("first"));
+  // Disabled: nothing is selected.
+  setMenus({{"Edit", copyItem("Copy", "C", "second")->with(QStringLiteral("AXEnabled"), QStringLiteral("false"))}});
+  EXPECT_EQ(capture(), std::nullopt);
+  EXPECT_EQ(service.lastCapturedText(), std::nullopt);
+  EXPECT_EQ(accessibility.tree.performedActions.size(), 1);
+}
+
+TEST_F(SelectedTextTest, AnItemThatCopiesNothingIsWaitedForHalfASecond) {
+  setMenus({{"Edit", copyItem("Copy", "C", "too late", std::chrono::seconds(3))}});
+  const TimePoint begin = executor.now();
+  EXPECT_EQ(capture(), std::nullopt);
+  EXPECT_EQ(executor.now() - begin, std::chrono::milliseconds(500));
+  EXPECT_EQ(pasteboard.contents, before);
+}
+
+TEST_F(SelectedTextTest, AnEmptyClipboardIsEmptyAgain) {
+  pasteboard.copyElsewhere(ClipboardItems());
+  setMenus({{"Edit", copyItem("Copy", "C", "selected")}});
+  EXPECT_EQ(capture(), QStringLiteral("selected"));
+  EXPECT_TRUE(pasteboard.contents.empty());
+}
+
+TEST_F(SelectedTextTest, PasswordsAreNeverCopied) {
+  accessibility.focus(node(QStringLiteral("AXTextField"))
+                          ->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField"))
+                          ->with(QStringLiteral("AXSelectedText"), QStringLiteral("secret")));
+  setMenus({{"Edit", copyItem("Copy", "C", "secret")}});
+  EXPECT_EQ(capture(), std::nullopt);
+  EXPECT_TRUE(accessibility.tree.performedActions.isEmpty());
+}
+
+TEST_F(SelectedTextTest, WithoutPermissionNothingIsAsked) {
+  accessibility.trusted = false;
+  EXPECT_EQ(capture(), std::nullopt);
+  EXPECT_TRUE(accessibility.limits.empty());
+  EXPECT_TRUE(log->lines().isEmpty());
+}
+
+TEST_F(SelectedTextTest, AProgramThatHangsIsAnErrorInTheLogOnly) {
+  accessibility.hangs = true;
+  EXPECT_EQ(capture(), std::nullopt);
+  EXPECT_TRUE(log->contains(QStringLiteral("Failed to get text via AXUI: the application does not answer")));
+  EXPECT_EQ(log->lines(LogLevel::debug),
+            QStringList(QStringLiteral("Failed to get selected text: the application does not answer")));
+}
+
+TEST_F(SelectedTextTest, ACancelAtAnyMomentGivesTheClipboardBack) {
+  setMenus({{"Edit", copyItem("Copy", "C", "selected", std::chrono::milliseconds(50))}});
+  pasteboard.readTakes = std::chrono::milliseconds(20);
+  for (int turns = 0; turns < 60; ++turns) {
+    {
+      TaskScope scope(executor);
+      auto task = scope.spawn(service.capture());
+      for (int i = 0; i < turns && !task.isDone(); ++i)
+        if (!executor.runOne()) executor.advance(std::chrono::milliseconds(10));
+      task.cancel();
+      executor.runUntil([&] { return task.isDone(); });
+    }
+    executor.advance(std::chrono::milliseconds(200));
+    ASSERT_EQ(pasteboard.contents, before) << "cancelled after " << turns << " turns";
+  }
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include "context/ApplicationTables.h"
+#include "context/CopyMenuItem.h"
+#include "context/ElectronAppDetector.h"
+#include "context/TextTraits.h"
+#include "support/RecordingLogSink.h"
+
+namespace quillmere {
+namespace {
+
+TEST(ApplicationTables, CategoryAndDescriptionByIdentifier) {
+  struct Case {
+    const char* bundleId;
+    bool isElectron;
+    const char* category;
+    const char* description;
+  };
+  const Case cases[] = {
+      {"org.mozilla.firefox", false, "Web Browser", "Privacy-focused open source web browser"},
+      {"company.thebrowser.Arc", false, "Web Browser", "Modern browser with space-based organization"},
+      {"com.vivaldi.Vivaldi", false, "Web Browser", "Web browsing application"},
+      {"com.microsoft.VSCode", true, "Code Editor", "Lightweight but powerful source code editor"},
+      {"com.cursor.ide", true, "Code Editor", "AI-powered code editor based on VS Code"},
+      {"dev.zed.Zed", true, "Code Editor", "Source code editing application"},
+      {"com.tinyspeck.slackmacgap", false, "Communication", "Team communication and collaboration platform"},
+      {"com.apple.mail", false, "Email Client", "Email management application"},
+      {"com.evernote.Evernote", false, "Note Taking", "Note-taking and organization application"},
+      {"com.microsoft.Word", false, "Word Processor", "Document creation and editing application"},
+      {"com.microsoft.Powerpoint", false, "Presentation", "Desktop application"},
+      {"com.google.sheets", false, "Spreadsheet", "Desktop application"},
+      {"com.apple.dt.Xcode", false, "IDE", "Apple's integrated development environment for macOS"},
+      {"net.kovidgoyal.kitty", false, "Terminal", "Command-line interface application"},
+      {"", false, "Application", "Desktop application"},
+      {"com.example.unknown", false, "Application", "Desktop application"},
+      // A browser stays one, whoever calls it an editor.
+      {"com.google.Chrome", true, "Web Browser", "A fast, secure, and free web browser built for the modern web"},
+      // Case counts in the identifiers of the tables, not in those of this desktop.
+      {"com.microsoft.word", false, "Application", "Desktop application"},
+      {"org.gnome.TextEditor", false, "Code Editor", "Source code editing application"},
+      {"Thunderbird", false, "Email Client", "Email management application"},
+      {"org.kde.konsole", false, "Terminal", "Command-line interface application"},
+      {"org.kde.konsole.desktop", false, "Terminal", "Command-line interface application"},
+      {"libreoffice-writer", false, "Word Processor", "Document creation and editing application"},
+      {"md.obsidian.Obsidian", false, "Note Taking", "Note-taking and organization application"},
+      {"org.telegram.desktop", false, "Communication", "Communication and messaging application"},
+      {"jetbrains-clion", false, "IDE", "Desktop application"},
+  };
+  for (const Case& each : cases) {
+    const QString id = QString::fromLatin1(each.bundleId);
+    const QString category = applicationCategory(id, each.isElectron);
+    EXPECT_EQ(category, QLatin1String(each.category)) << each.bundleId;
+    EXPECT_EQ(applicationDescription(id, category), QLatin1String(each.description)) << each.bundleId;
+  }
+}
+
+TEST(TextTraits, OneBrowserNameIsCutOffATitle) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"News - Google Chrome", "News"},
+      {"News — Microsoft Edge", "News"},
+      {"Safari - Chrome", "Safari"},
+      {"A - Safari - Chrome", "A - Safari"},
+      {"A - Chrome - Google Chrome", "A - Chrome"},
+      {"News - Mozilla Firefox", "News - Mozilla Firefox"},
+      {" - Brave", ""},
+      {"- Brave", "- Brave"},
+      {"News - google chrome", "News - google chrome"},
+  };
+  for (const auto& [title, cleaned] : cases)
+    EXPECT_EQ(cleanedTabTitle(QString::fromUtf8(title)), QString::fromUtf8(cleaned)) << title;
+}
+
+TEST(TextTraits, FormatOfWhatIsWritten) {
+  struct Case {
+    const char* value;  // null: none
+    const char* role;
+    const char* description;
+    const char* category;
+    const char* format;
+  };
+  const Case cases[] = {
+      {"https://a.b/class", nullptr, nullptr, "Email Client", "url"},
+      {" https://a.b", nullptr, nullptr, "Email Client", "email"},
+      {"file:///tmp", nullptr, nullptr, "Application", "url"},
+      {"We went to class", "AXTextArea", nullptr, "Email Client", "code"},
+      {"Class of 1999", nullptr, nullptr, "Application", "text"},
+      {"as if ", nullptr, nullptr, "Application", "code"},
+      {"as if", nullptr, nullptr, "Application", "text"},
+      {"me@home", nullptr, nullptr, "Application", "text"},
+      {"me@home.org", nullptr, nullptr, "Terminal", "email"},
+      {"", "AXTextField", "Address and search bar", "Web Browser", "url"},
+      {nullptr, "AXTextField", "SEARCH", "Web Browser", "url"},
+      {nullptr, "AXTextArea", "Search", "Web Browser", "text"},
+      {nullptr, "AXTextField", nullptr, "Web Browser", "text"},
+      {nullptr, "AXTextField", "Search", "Terminal", "command"},
+      {nullptr, nullptr, nullptr, "Code Editor", "code"},
+      {nullptr, nullptr, nullptr, "IDE", "code"},
+      {nullptr, nullptr, nullptr, "Email Client", "email"},
+      {nullptr, nullptr, nullptr, "Note Taking", "markdown"},
+      {nullptr, nullptr, nullptr, "Word Processor", "text"},
+  };
+  const auto text = [](const char* each) { return each ? std::optional(QString::fromUtf8(each)) : std::nullopt; };
+  for (const Case& each : cases) {
+    FocusedElementInfo info;
+    info.value = text(each.value);
+    info.role = text(each.role);
+    info.description = text(each.description);
+    EXPECT_EQ(textInputFormat(info, QString::fromLatin1(each.category)), QLatin1String(each.format))
+        << (each.value ? each.value : "-") << " in " << each.category;
+  }
+}
+
+TEST(TextTraits, QualityCountsWhatIsNotBlank) {
+  const std::optional<QString> none, blank = QStringLiteral(" \n\u00a0"), some = QStringLiteral("x");
+  EXPECT_EQ(contextQuality(some, some), QLatin1String("Full"));
+  EXPECT_EQ(contextQuality(some, blank), QLatin1String("Partial"));
+  EXPECT_EQ(contextQuality(none, some), QLatin1String("Partial"));
+  EXPECT_EQ(contextQuality(blank, none), QLatin1String("Limited"));
+}
+
+TEST(ElectronAppDetector, UnknownOnesAreLoggedOnce) {
+  const auto log = std::make_shared<RecordingLogSink>();
+  ElectronAppDetector detector{Logging(log)};
+  EXPECT_TRUE(detector.isElectronEditor(QStringLiteral("com.microsoft.VSCode")));
+  EXPECT_FALSE(detector.isElectronEditor(QStringLiteral("com.microsoft.vscode")));
+  EXPECT_FALSE(detector.isElectronEditor(QStringLiteral("com.apple.dt.Xcode")));
+  EXPECT_FALSE(detector.isElectronEditor(QStringLiteral("com.jetbrains.WebStorm")));
+  EXPECT_FALSE(detector.isElectronEditor(QString()));
+  EXPECT_TRUE(log->lines().isEmpty());
+  for (int i = 0; i < 2; ++i) EXPECT_TRUE(detector.isElectronEditor(QStringLiteral("com.electron.notes")));
+  EXPECT_TRUE(detector.isElectronEditor(QStringLiteral("com.todesktop.")));
+  EXPECT_EQ(log->publicLines(),
+            QStringList({QStringLiteral("📱 Detected potential Electron editor: com.electron.notes"),
+                         QStringLiteral("   Consider adding to knownElectronEditors if confirmed"),
+                         QStringLiteral("📱 Detected potential Electron editor: com.todesktop."),
+                         QStringLiteral("   Consider adding to knownElectronEditors if confirmed")}));
+}
+
+TEST(CopyMenuItem, WordsAreFoundUnderMnemonicsAndShortcuts) {
+  for (const char* title :
+       {"Copy", "&Copy", "_Kopieren", "复制(&C)", "コピー(_C)", "Copy\tCtrl+C", "Cop&ier", " copy "})
+    EXPECT_TRUE(isWordForCopy(QString::fromUtf8(title))) << title;
+  for (const char* title : {"Copy Link", "Copy…", "", "Cut", "Copyright"})
+    EXPECT_FALSE(isWordForCopy(QString::fromUtf8(title))) << title;
+  EXPECT_TRUE(isWordForEdit(QStringLiteral("&Bearbeiten")));
+  EXPECT_FALSE(isWordForEdit(QStringLiteral("File")));
+}
+
+}  // namespace
+}  // namespace quillmere
