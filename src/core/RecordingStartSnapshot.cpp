@@ -26,7 +26,7 @@ QString RecordingStartSnapshot::failureStage(const std::optional<AnyError>& erro
   if (audio == nullptr) return QStringLiteral("unknown");
   if (audio->kind != AudioError::Kind::recordingFailed) return QStringLiteral("audio_error");
   return audio->reason == QLatin1String("Failed to start recording") ? QStringLiteral("record_start_failed")
-                                                                      : QStringLiteral("recorder_init_failed");
+                                                                     : QStringLiteral("recorder_init_failed");
 }
 
 QVariantMap RecordingStartSnapshot::data() const {
@@ -57,7 +57,8 @@ QVariantMap RecordingStartSnapshot::data() const {
       {QStringLiteral("systemDefaultDeviceUID"), orNone(systemDefaultDeviceUID)},
       {QStringLiteral("activeDeviceName"), activeDeviceName},
       {QStringLiteral("activeDeviceUID"), orNone(activeDeviceUID)},
-      {QStringLiteral("activeDeviceIsDefault"), activeDeviceUID.has_value() && activeDeviceUID == systemDefaultDeviceUID},
+      {QStringLiteral("activeDeviceIsDefault"),
+       activeDeviceUID.has_value() && activeDeviceUID == systemDefaultDeviceUID},
       {QStringLiteral("activeDeviceTransportType"), activeDeviceTransportType},
       {QStringLiteral("inputSampleRateHz"), active.sampleRate},
       {QStringLiteral("inputChannelCount"), active.channelCount},

@@ -15,7 +15,10 @@
 namespace quillmere {
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr double askBeforeCancelSeconds = 15.0;
+constexpr auto shutDownLimit = 10s;  // for a stop that is under way; behind it the recovery takes over
 
 // Tells the waiting side also when the frame goes without having run to its end.
 class EndSignal {
@@ -179,7 +182,6 @@ Task<void> RecordingTranscriptionFlow::finishInterruptedRecording() {
 }
 
 Task<void> RecordingTranscriptionFlow::finishEverything() {
-  using namespace std::chrono_literals;
   isShutDown_ = true;
   const QString reason = localizedText("recording.error.closedBeforeTranscription");
   const QString text = QStringLiteral("Transcription failed: ") + reason;
@@ -198,7 +200,7 @@ Task<void> RecordingTranscriptionFlow::finishEverything() {
   if (stopsUnderWay_ > 0) {
     Completion<> noneLeft;
     noStopsLeft_.push_back(noneLeft);
-    auto waiting = noneLeft.wait();
+    auto waiting = withTimeout(shutDownLimit, noneLeft.wait());
     co_await std::move(waiting);
   }
   const auto unfinished = unfinished_;

@@ -67,8 +67,8 @@ class RecordingTranscriptionFlow final {
   Task<void> stopRecording(QString modeName, bool cancelled);
 
   // The end of the application: no press counts any more. A running recording is stopped and gets a transcript with
-  // the status "failed", from which the history can transcribe it; a transcription under way ends the same way.
-  // Returns when nothing is left to be lost.
+  // the status "failed", from which the history can transcribe it; a transcription under way ends the same way. Returns
+  // when nothing is left to be lost; a file that takes more than 10 s to be finished is left to the recovery.
   Task<void> shutDown();
 
   // Live dictation isn't there yet: a start by the streaming shortcut says so and ends.

@@ -163,7 +163,8 @@ Task<void> RecordingTranscriptionFlow::validateInBackground(ModePtr mode, Prefli
   checks.push_back(checkStorage());
   auto checking = whenAll(std::move(checks));
   const auto failures = co_await std::move(checking);
-  const auto failure = std::find_if(failures.begin(), failures.end(), [](const auto& text) { return text.has_value(); });
+  const auto failure =
+      std::find_if(failures.begin(), failures.end(), [](const auto& text) { return text.has_value(); });
   if (failure != failures.end()) {
     const RecordingState state = use_.appState != nullptr ? use_.appState->data().recordingState : RecordingState{};
     if (!state.is<RecordingState::Recording>()) {

@@ -117,8 +117,7 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   if (use_.vadProcessingService != nullptr) {
     const bool isEnabled = use_.settingsManager != nullptr && use_.settingsManager->general().enableVAD();
     const TimePoint begin = use_.executor.now();
-    auto trimming =
-        use_.vadProcessingService->process(path, result->duration, isEnabled, QStringLiteral("Recording"));
+    auto trimming = use_.vadProcessingService->process(path, result->duration, isEnabled, QStringLiteral("Recording"));
     prepared = co_await std::move(trimming);
     dictation->timings.trimming = use_.executor.now() - begin;
   }
@@ -202,8 +201,8 @@ void RecordingTranscriptionFlow::discard(const Dictation& dictation, qint64 file
                    {QStringLiteral("minimumDurationMs"), qint64(minimumDurationSeconds * 1000)},
                    {QStringLiteral("minimumFileSizeBytes"), minimumFileSizeBytes},
                    {QStringLiteral("fileSizeBytes"), fileSizeBytes},
-                   {QStringLiteral("discardedBy"), duration < minimumDurationSeconds ? QStringLiteral("duration")
-                                                                                     : QStringLiteral("file_size")},
+                   {QStringLiteral("discardedBy"),
+                    duration < minimumDurationSeconds ? QStringLiteral("duration") : QStringLiteral("file_size")},
                    {QStringLiteral("mode"), dictation.modeName}});
   QFile::remove(dictation.audioPath);
   updateState([](AppStateData& data) {
@@ -299,8 +298,7 @@ Task<void> RecordingTranscriptionFlow::transcribe(std::shared_ptr<Dictation> dic
   Subscription watching;
   if (use_.appState != nullptr)
     watching = use_.appState->observe([&](const AppStateData& data) {
-      if (!rewriteBegin && data.recordingState.is<RecordingState::PostProcessing>())
-        rewriteBegin = use_.executor.now();
+      if (!rewriteBegin && data.recordingState.is<RecordingState::PostProcessing>()) rewriteBegin = use_.executor.now();
     });
   std::optional<Result<TranscriptionResult, AnyError>> outcome;
   try {
@@ -330,17 +328,17 @@ Task<void> RecordingTranscriptionFlow::transcribe(std::shared_ptr<Dictation> dic
 void RecordingTranscriptionFlow::leaveTranscriptionBreadcrumb(const Dictation& dictation, const QString& path) {
   const QFileInfo file(path);
   const bool isVeryShort = dictation.durationSeconds < veryShortSeconds;
-  leaveBreadcrumb(isVeryShort ? QStringLiteral("Starting transcription (VERY SHORT)")
-                              : QStringLiteral("Starting transcription"),
-                  QStringLiteral("audio.transcription"), ReportLevel::info,
-                  {{QStringLiteral("audioPath"), path},
-                   {QStringLiteral("fileExists"), file.exists()},
-                   {QStringLiteral("fileReadable"), file.isReadable()},
-                   {QStringLiteral("fileSizeBytes"), sizeOf(path)},
-                   {QStringLiteral("duration"), dictation.durationSeconds},
-                   {QStringLiteral("mode"), dictation.modeName},
-                   {QStringLiteral("isVeryShortRecording"), isVeryShort},
-                   {QStringLiteral("isShortRecording"), false}});
+  leaveBreadcrumb(
+      isVeryShort ? QStringLiteral("Starting transcription (VERY SHORT)") : QStringLiteral("Starting transcription"),
+      QStringLiteral("audio.transcription"), ReportLevel::info,
+      {{QStringLiteral("audioPath"), path},
+       {QStringLiteral("fileExists"), file.exists()},
+       {QStringLiteral("fileReadable"), file.isReadable()},
+       {QStringLiteral("fileSizeBytes"), sizeOf(path)},
+       {QStringLiteral("duration"), dictation.durationSeconds},
+       {QStringLiteral("mode"), dictation.modeName},
+       {QStringLiteral("isVeryShortRecording"), isVeryShort},
+       {QStringLiteral("isShortRecording"), false}});
 }
 
 }  // namespace quillmere

@@ -89,8 +89,8 @@ struct RecordingFlowFixture {
   }
 
   RecordingTranscriptionFlowServices services() {
-    RecordingTranscriptionFlowServices use{executor,  lifecycle, sessions,  deviceManager, permission,
-                                           power,     watcher,   autoPaste, helper,        gatherer,
+    RecordingTranscriptionFlowServices use{executor,  lifecycle,    sessions,  deviceManager, permission,
+                                           power,     watcher,      autoPaste, helper,        gatherer,
                                            selection, *persistence, workspace, network};
     use.vadProcessingService = &vad;
     use.globalShortcuts = &shortcuts;

@@ -130,8 +130,8 @@ TEST(RecordingValidation, AFailureThatComesAfterTheStopChangesNothing) {
   f.executor.advance(130s);
   EXPECT_EQ(f.stateLabel(), "idle");
   EXPECT_FALSE(f.toasts().contains(localizedText("recording.error.documentsAccess")));
-  EXPECT_TRUE(f.log->contains(QStringLiteral(
-      "Background validation failed but state is idle - skipping cancel (recording already stopped)")));
+  EXPECT_TRUE(f.log->contains(
+      QStringLiteral("Background validation failed but state is idle - skipping cancel (recording already stopped)")));
 }
 
 TEST(RecordingValidation, ARecordingThatWasStoppedBeforeCapturesNoContext) {
@@ -214,7 +214,8 @@ TEST(RecordingStart, TheSnapshotTellsTheStageAndListsTwentyDevices) {
             "recorder_init_failed");
   EXPECT_EQ(RecordingStartSnapshot::failureStage(AnyError(PlatformError{})), "unknown");
   RecordingStartSnapshot snapshot;
-  for (int i = 0; i < 25; ++i) snapshot.availableInputs.push_back({QStringLiteral("M%1").arg(i), QStringLiteral("pci")});
+  for (int i = 0; i < 25; ++i)
+    snapshot.availableInputs.push_back({QStringLiteral("M%1").arg(i), QStringLiteral("pci")});
   const QVariantMap data = snapshot.data();
   EXPECT_EQ(data[QStringLiteral("availableInputDeviceCount")], 25);
   const QStringList devices = data[QStringLiteral("availableInputDevices")].toStringList();
@@ -240,7 +241,7 @@ TEST(RecordingStart, WithoutAnApplicationStateTheRecordingRunsAllTheSame) {
   f.flow->configure(nullptr, {}, nullptr, nullptr);
   f.press();
   f.executor.advance(2s);
-  f.flow->cancelFromShortcut();  // does nothing without a state
+  f.flow->cancelFromShortcut();                   // does nothing without a state
   EXPECT_FALSE(f.lifecycle.isRecording().get());  // no mode was selected, so the recording was ended again
   EXPECT_EQ(f.files().size(), 1);
   EXPECT_EQ(f.powerActivity.held(), 0);

@@ -201,8 +201,8 @@ class FakeFileTags final : public SpokenFileTags {
   Resolution resolve(const QString& text, const std::optional<QString>& target) override {
     bundleId = target;
     Resolution resolution{QString(text).replace(QStringLiteral("@{main}"), QStringLiteral("src/main.cpp")), {}};
-    resolution.tags.push_back({QStringLiteral("@{main}"), QStringLiteral("src/main.cpp"),
-                               QStringLiteral("/p/src/main.cpp"), std::nullopt});
+    resolution.tags.push_back(
+        {QStringLiteral("@{main}"), QStringLiteral("src/main.cpp"), QStringLiteral("/p/src/main.cpp"), std::nullopt});
     resolution.tags.push_back({QStringLiteral("@{none}"), QStringLiteral("@{none}"), std::nullopt, std::nullopt});
     return resolution;
   }
@@ -224,8 +224,8 @@ TEST(RecordingStop, SpokenFileNamesAreInThePasteOnlyAndInDeveloperModeOnly) {
     f.dictate();
     EXPECT_EQ(tags.refreshes, 1);
     EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Open @{main}."));
-    EXPECT_EQ(f.pastedTexts(), QStringList{isDeveloper ? QStringLiteral("Open src/main.cpp. ")
-                                                       : QStringLiteral("Open @{main}. ")});
+    EXPECT_EQ(f.pastedTexts(),
+              QStringList{isDeveloper ? QStringLiteral("Open src/main.cpp. ") : QStringLiteral("Open @{main}. ")});
     EXPECT_EQ(tags.bundleId, isDeveloper ? std::optional(QStringLiteral("org.example.Editor")) : std::nullopt);
     EXPECT_EQ(f.log->contains(QStringLiteral("🔍 File tag processing: 2 tags, 1 matched")), isDeveloper);
     f.flow.reset();
@@ -246,8 +246,8 @@ TEST(RecordingStop, ATextThatIsNotPastedStaysInTheDialog) {
        "📋 Auto-paste disabled - transcription in dialog only", 0},
       {"password field",
        [](RecordingFlowFixture& f) {
-         f.accessibility.focus(
-             node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField")));
+         f.accessibility.focus(node(QStringLiteral("AXTextField"))
+                                   ->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField")));
        },
        "📋 Auto-paste failed - text on clipboard, keeping dialog open", 1}};
   for (const Case& each : cases) {
@@ -388,6 +388,21 @@ TEST(RecordingShutDown, LosesNothingThatWasSaid) {
     EXPECT_EQ(f.recorders.paths.size(), 1);  // no press counts any more
     EXPECT_EQ(f.powerActivity.held(), 0);
   }
+}
+
+TEST(RecordingShutDown, AFileThatIsNeverFinishedIsLeftToTheRecovery) {
+  RecordingFlowFixture f;
+  f.recorders.stopTakes = 1h;
+  f.record();
+  f.press();
+  f.executor.advance(1s);
+  TaskScope closing(f.executor);
+  auto end = closing.spawn(f.flow->shutDown());
+  f.executor.advance(9s);
+  EXPECT_FALSE(end.isDone());
+  f.executor.advance(2s);
+  EXPECT_TRUE(end.isDone());
+  EXPECT_EQ(f.persistence->fetchUnfinishedRecordingSessions().size(), 1u);
 }
 
 TEST(RecordingShutDown, AFlowThatDiesWhileItRecordsLeavesItsSessionForTheRecovery) {

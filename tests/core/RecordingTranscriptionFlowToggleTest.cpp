@@ -76,9 +76,10 @@ TEST(RecordingTranscriptionFlow, ShowsTheDialogBeforeAndMeasuresEveryStepOfTheSt
   f.executor.advance(1s);
   QStringList checkpoints;
   for (const Breadcrumb& each : f.breadcrumbs(QStringLiteral("Recording preflight checkpoint")))
-    checkpoints << QStringLiteral("%1 %2/%3").arg(each.data[QStringLiteral("checkpoint")].toString(),
-                                                  each.data[QStringLiteral("stepMs")].toString(),
-                                                  each.data[QStringLiteral("totalMs")].toString());
+    checkpoints << QStringLiteral("%1 %2/%3")
+                       .arg(each.data[QStringLiteral("checkpoint")].toString(),
+                            each.data[QStringLiteral("stepMs")].toString(),
+                            each.data[QStringLiteral("totalMs")].toString());
   EXPECT_EQ(checkpoints,
             (QStringList{QStringLiteral("recording dialog shown 0/0"), QStringLiteral("microphone permission 700/700"),
                          QStringLiteral("audio engine started 50/750"), QStringLiteral("recording state updated 0/750"),
