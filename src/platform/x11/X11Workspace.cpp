@@ -122,7 +122,10 @@ void X11Workspace::handle(const xcb_generic_event_t& event) {
   }
   if (change.window != connection_->root()) return;
   if (change.atom == connection_->atom("_NET_ACTIVE_WINDOW")) return activeWindowChanged();
-  if (change.atom == connection_->atom("_NET_CLIENT_LIST")) return clientListChanged();
+  // Both lists tell of a new window, not at the same moment.
+  if (change.atom == connection_->atom("_NET_CLIENT_LIST") ||
+      change.atom == connection_->atom("_NET_CLIENT_LIST_STACKING"))
+    return clientListChanged();
 }
 
 void X11Workspace::activeWindowChanged() {
