@@ -553,7 +553,6 @@
 <message id="recording.dialog.onClipboard"><translation>In der Zwischenablage: Strg+V</translation></message>
 <message id="recording.dialog.ready"><translation>Der Text ist fertig</translation></message>
 <message id="recording.dialog.copy"><translation>Kopieren</translation></message>
-<message id="recording.dialog.close"><translation>Schließen</translation></message>
 <message id="recording.dialog.live"><translation>live</translation></message>
 <message id="recording.dialog.error.offline"><translation>Es besteht keine Internetverbindung. Die Aufnahme liegt im Verlauf bereit.</translation></message>
 <message id="recording.dialog.error.unreadable"><translation>Die Aufnahme ließ sich nicht lesen. Ihre Datei bleibt im Aufnahmeordner.</translation></message>

@@ -553,7 +553,6 @@
 <message id="recording.dialog.onClipboard"><translation>On the clipboard: Ctrl+V</translation></message>
 <message id="recording.dialog.ready"><translation>The text is ready</translation></message>
 <message id="recording.dialog.copy"><translation>Copy</translation></message>
-<message id="recording.dialog.close"><translation>Close</translation></message>
 <message id="recording.dialog.live"><translation>live</translation></message>
 <message id="recording.dialog.error.offline"><translation>There is no internet connection. The recording is kept in the history.</translation></message>
 <message id="recording.dialog.error.unreadable"><translation>The recording could not be read. Its file is kept in the recordings folder.</translation></message>

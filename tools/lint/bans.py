@@ -33,7 +33,7 @@ _HEADERS = [
     (r"^CLI/", ("src/app/",)),
     (r"^(?:QtDBus/)?QDBus|^QtDBus", ("src/platform/", "src/app/", "tests/platform/", "tests/contract/", "tests/app/", "tests/e2e/")),
     (r"^(?:QtNetwork/)?Q(?:Network(?!Interface)|Ssl|Tcp|Local(?:Socket|Server)|WebSocket|Http)\w*", ("src/platform/", "src/app/", "tests/")),
-    (r"^QtWidgets|^QtQuick|^QtQml|^QtGui|^QGuiApplication|^QClipboard", ("src/platform/", "src/app/", "tests/platform/", "tests/app/", "tests/e2e/")),
+    (r"^QtWidgets|^QtQuick|^QtQml|^QtGui|^QGuiApplication|^QClipboard", ("src/platform/", "src/app/", "tests/platform/", "tests/app/", "tests/desktop/", "tests/e2e/")),
     (r"^libsecret/|^libudev\.h|^libevdev/|^gio/|^glib", ("src/platform/linux/", "src/platform/atspi/", "tests/platform/")),
 ]
 _CLOCK_RULES = [(re.compile(pattern), message) for pattern, message in _CLOCKS]
