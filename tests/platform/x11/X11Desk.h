@@ -78,8 +78,10 @@ class OtherProgram {
   }
   // As a user does who switches between the layouts of the list.
   void lockLayout(uint8_t number) {
-    xcb_xkb_use_extension_reply(connection_->raw(), xcb_xkb_use_extension(connection_->raw(), 1, 0), nullptr);
-    xcb_xkb_latch_lock_state(connection_->raw(), XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1, number, 0, 0, 0);
+    xcb_connection_t* const raw = connection_->raw();
+    const XcbPointer<xcb_xkb_use_extension_reply_t> reply(
+        xcb_xkb_use_extension_reply(raw, xcb_xkb_use_extension(raw, 1, 0), nullptr));
+    xcb_xkb_latch_lock_state(raw, XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1, number, 0, 0, 0);
     connection_->synchronize();
   }
   // Gives a key another meaning.
