@@ -211,6 +211,9 @@ std::vector<xcb_window_t> X11Workspace::clientWindows() const {
 
 xcb_window_t X11Workspace::windowOf(qint64 processId) const {
   if (processId <= 0) return XCB_NONE;
+  // The lists come a moment after the window.
+  const xcb_window_t active = activeWindow();
+  if (active != XCB_NONE && processIdOf(active) == processId) return active;
   const auto windows = clientWindows();
   const auto remembered = lastActiveWindow_.find(processId);
   if (remembered != lastActiveWindow_.end() &&

@@ -1,6 +1,6 @@
 #include <QTemporaryDir>
 
-#include "X11Desk.h"
+#include "WindowManager.h"
 #include "delivery/AccessibilityHelper.h"
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/qt/QtExecutor.h"
@@ -26,7 +26,8 @@ class DeliveryOnX11Test : public X11Desk {
     if (!server) return;
     for (const char* program : {"openbox", "xterm", "zenity"})
       if (QStandardPaths::findExecutable(program).isEmpty()) GTEST_SKIP() << program << " is not installed";
-    start("openbox", {"--sm-disable"});
+    windowManager = std::make_unique<WindowManager>(server->displayName());
+    ASSERT_TRUE(windowManager->isReady());
     pasteboard = *X11Pasteboard::open(executor, server->displayName());
     otherPasteboard = *X11Pasteboard::open(executor, server->displayName());
     synthesizer = *X11KeySynthesizer::open(server->displayName());
@@ -90,6 +91,7 @@ class DeliveryOnX11Test : public X11Desk {
   FakeDefaultsStore defaults;
   SettingsManager settings{defaults, StandardFolders{}, Logging()};
   FakeAccessibility accessibility;
+  std::unique_ptr<WindowManager> windowManager;
   std::vector<std::unique_ptr<QProcess>> processes;
   std::unique_ptr<X11Pasteboard> pasteboard, otherPasteboard;
   std::unique_ptr<X11KeySynthesizer> synthesizer;

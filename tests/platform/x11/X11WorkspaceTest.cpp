@@ -2,7 +2,7 @@
 
 #include <signal.h>
 
-#include "X11Desk.h"
+#include "WindowManager.h"
 #include "platform/linux/ApplicationIdentity.h"
 
 namespace quillmere {
@@ -15,7 +15,8 @@ class X11WorkspaceTest : public X11Desk {
     if (!server) return;
     for (const char* program : {"openbox", "xterm"})
       if (QStandardPaths::findExecutable(program).isEmpty()) GTEST_SKIP() << program << " is not installed";
-    start("openbox", {"--sm-disable"});
+    windowManager = std::make_unique<WindowManager>(server->displayName());
+    ASSERT_TRUE(windowManager->isReady());
     auto opened = X11Workspace::open(
         &applicationIdentity::bundleIdOfWindow, QCoreApplication::applicationPid(), [this] { ++hides; },
         server->displayName());
@@ -23,14 +24,6 @@ class X11WorkspaceTest : public X11Desk {
     workspace = std::move(opened).value();
     launches = workspace->observeLaunches([this](const RunningApplication& one) { launched.push_back(one); });
     changes = workspace->observeFrontmost([this] { ++frontmostChanges; });
-    // Before the window manager is there, windows are not its own.
-    const auto connection = *XcbConnection::open(server->displayName());
-    ASSERT_TRUE(waitUntil([&] {
-      const auto cookie = xcb_get_property(connection->raw(), 0, connection->root(),
-                                           connection->atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
-      const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection->raw(), cookie, nullptr));
-      return reply && reply->value_len == 1;
-    }));
   }
   void TearDown() override {
     for (auto process = processes.rbegin(); process != processes.rend(); ++process) {
@@ -58,6 +51,7 @@ class X11WorkspaceTest : public X11Desk {
     return front && front->processId == processId;
   }
 
+  std::unique_ptr<WindowManager> windowManager;
   std::vector<std::unique_ptr<QProcess>> processes;
   std::unique_ptr<X11Workspace> workspace;
   std::vector<RunningApplication> launched;

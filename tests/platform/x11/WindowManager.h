@@ -1,0 +1,41 @@
+#pragma once
+#include <QProcess>
+#include <QProcessEnvironment>
+
+#include "X11Desk.h"
+
+namespace quillmere {
+
+// Starts openbox on the server and waits until it manages windows. Ends with this object.
+class WindowManager {
+ public:
+  explicit WindowManager(const QString& displayName) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DISPLAY", displayName);
+    process_.setProcessEnvironment(environment);
+    process_.setStandardErrorFile(QProcess::nullDevice());
+    process_.start("openbox", {"--sm-disable"});
+    const auto connection = *XcbConnection::open(displayName);
+    isReady_ = waitUntil([&] {
+      // Set when it has looked through the windows that were there before.
+      const auto cookie = xcb_get_property(connection->raw(), 0, connection->root(),
+                                           connection->atom("_NET_CLIENT_LIST_STACKING"), XCB_ATOM_WINDOW, 0, 1);
+      const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection->raw(), cookie, nullptr));
+      return reply && reply->type == XCB_ATOM_WINDOW;
+    });
+  }
+  WindowManager(const WindowManager&) = delete;
+  WindowManager& operator=(const WindowManager&) = delete;
+  ~WindowManager() {
+    process_.kill();
+    process_.waitForFinished();
+  }
+  static bool isInstalled() { return !QStandardPaths::findExecutable("openbox").isEmpty(); }
+  bool isReady() const { return isReady_; }
+
+ private:
+  QProcess process_;
+  bool isReady_ = false;
+};
+
+}  // namespace quillmere
