@@ -1,6 +1,7 @@
 #include "interface/AppStateViewModel.h"
 
 #include <cmath>
+#include <tuple>
 
 #include "base/text/LocalizedText.h"
 #include "interface/HistoryText.h"
@@ -11,9 +12,16 @@ namespace quillmere {
 AppStateViewModel::AppStateViewModel(AppState& appState, PersistenceController* persistence, AppIntents intents)
     : appState_(appState), persistence_(persistence), intents_(std::move(intents)) {
   readModes();
-  observation_ = appState_.observe([this](const AppStateData& data) {
+  // Much of the state is nothing that is shown here, the search as it is typed for example.
+  const auto shown = [](const AppStateData& data) {
+    return std::tuple(data.recordingState, data.selectedModeId, data.selectedModeName, data.errorMessage);
+  };
+  observation_ = appState_.observe([this, shown, last = shown(appState_.data())](const AppStateData& data) mutable {
     if (data.selectedModeId != selectedModeId_) readModes();
-    Q_EMIT stateChanged();
+    if (auto now = shown(data); now != last) {
+      last = std::move(now);
+      Q_EMIT stateChanged();
+    }
   });
   if (persistence_)
     storeObservation_ = persistence_->observeChanges([this](const StoreChange& change) {

@@ -1,5 +1,6 @@
 #include "interface/DownloadEstimate.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace quillmere {

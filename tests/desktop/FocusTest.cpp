@@ -2,8 +2,10 @@
 
 #include <QGuiApplication>
 #include <QProcess>
+#include <QScreen>
 #include <QStandardPaths>
 
+#include "app/desktop/OverlayPlace.h"
 #include "desktop/DesktopFixture.h"
 
 namespace quillmere {
@@ -43,11 +45,15 @@ TEST(Focus, StaysWhereTheUserIs) {
   expectUntouched("toasts");
   // A click on the pill neither: it reaches the button, and the keyboard stays.
   const QRect pill = f.interface->overlayWindow().window()->geometry();
-  output(QStringLiteral("xdotool"),
-         {QStringLiteral("mousemove"), QString::number(pill.right() - 20), QString::number(pill.center().y()),
-          QStringLiteral("click"), QStringLiteral("1")});
+  output(QStringLiteral("xdotool"), {QStringLiteral("mousemove"), QString::number(pill.right() - 20),
+                                     QString::number(pill.center().y()), QStringLiteral("click"), QStringLiteral("1")});
   EXPECT_TRUE(f.settleUntil([&] { return !f.state.data().showCancelConfirmation; }));
   expectUntouched("click");
+  QQuickWindow* const window = f.interface->overlayWindow().window();
+  EXPECT_TRUE(f.settleUntil([&] {
+    return window->width() == 200 &&
+           window->position() == overlayPlace(QGuiApplication::primaryScreen()->availableGeometry(), window->size());
+  })) << "back in its place";
   if (const QString pictures = qEnvironmentVariable("QUILLMERE_PICTURES"); !pictures.isEmpty())
     output(QStringLiteral("import"),
            {QStringLiteral("-window"), QStringLiteral("root"), pictures + QStringLiteral("/desktop.png")});

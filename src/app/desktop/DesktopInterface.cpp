@@ -16,8 +16,14 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
       std::make_unique<FloatingWindow>(*qml_, QStringLiteral("OverlayWindow"), overlayPlace, intents_.isComposited);
   errorToastWindow_ =
       std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.isComposited);
+  // Above an error that is still being read.
+  const auto modeToastPlace = [this](const QRect& available, const QSize& size) {
+    const QPoint place = toastPlace(available, size);
+    if (!errorToastWindow_->isShown()) return place;
+    return place - QPoint(0, errorToastWindow_->window()->height() + toastGap);
+  };
   modeToastWindow_ =
-      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.isComposited);
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), modeToastPlace, intents_.isComposited);
   errorToast_ = std::make_unique<ToastWindow>(*errorToastWindow_);
   modeToast_ = std::make_unique<ToastWindow>(*modeToastWindow_);
   errorToasts_ = std::make_unique<InlineErrorToastManager>(*errorToast_, services_.executor);

@@ -56,9 +56,8 @@ void FloatingWindow::show() {
   if (!window()) return;
   if (!isShown_) {
     isShown_ = true;
-    wasMoved_ = false;
+    window_->setProperty("wasMoved", false);
     lastWidth_ = window_->width();
-    placedAt_ = window_->position();
     place();
     cut();
     window_->show();
@@ -78,11 +77,11 @@ void FloatingWindow::orderFront() {
 void FloatingWindow::place() {
   QScreen* const screen = QGuiApplication::primaryScreen();
   if (!isShown_ || !window_ || !screen) return;
-  if (window_->isVisible() && window_->position() != placedAt_) wasMoved_ = true;
-  const QPoint wanted = wasMoved_ ? window_->position() - QPoint((window_->width() - lastWidth_) / 2, 0)
-                                  : place_(screen->availableGeometry(), window_->size());
+  // Where the user has put it, it grows about its middle.
+  const QPoint wanted = window_->property("wasMoved").toBool()
+                            ? window_->position() - QPoint((window_->width() - lastWidth_) / 2, 0)
+                            : place_(screen->availableGeometry(), window_->size());
   lastWidth_ = window_->width();
-  placedAt_ = wanted;
   window_->setPosition(wanted);
 }
 

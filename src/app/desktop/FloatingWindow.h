@@ -26,7 +26,6 @@ class FloatingWindow final : public QObject {
   void hide();
   void orderFront();
   bool isShown() const { return isShown_; }
-  [[nodiscard]] bool wasMoved() const { return wasMoved_; }
 
  Q_SIGNALS:
   void screensChanged();
@@ -42,8 +41,6 @@ class FloatingWindow final : public QObject {
   const std::function<bool()> isComposited_;
   std::unique_ptr<QQuickWindow> window_;
   bool isShown_ = false;
-  bool wasMoved_ = false;  // by the user; a window that grows then stays about its middle
-  QPoint placedAt_;
   int lastWidth_ = 0;
 };
 

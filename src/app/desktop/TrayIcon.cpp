@@ -62,8 +62,13 @@ QIcon TrayIcon::icon(AppStateViewModel::TrayState state, const ThemeColors& colo
 
 void TrayIcon::refresh() {
   const auto state = app_.trayState();
-  icon_.setIcon(icon(state, theme_.colors()));
-  icon_.setToolTip(localizedText("tray.tooltip", app_.statusText()));
+  const auto look = std::tuple(state, theme_.colors().text.rgb(), theme_.colors().accent.rgb());
+  if (look != look_) {
+    look_ = look;
+    icon_.setIcon(icon(state, theme_.colors()));
+  }
+  const QString toolTip = localizedText("tray.tooltip", app_.statusText());
+  if (toolTip != icon_.toolTip()) icon_.setToolTip(toolTip);
   const bool isRecording = state == AppStateViewModel::TrayState::recording;
   recordAction_->setText(localizedText(isRecording ? "tray.stop" : "tray.record"));
   cancelAction_->setVisible(isRecording || state == AppStateViewModel::TrayState::working);

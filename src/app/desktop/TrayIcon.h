@@ -4,6 +4,8 @@
 #include <QSystemTrayIcon>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <tuple>
 
 #include "app/desktop/Theme.h"
 #include "interface/AppStateViewModel.h"
@@ -39,6 +41,7 @@ class TrayIcon final : public QObject {
   QAction* recordAction_ = nullptr;
   QAction* cancelAction_ = nullptr;
   QSystemTrayIcon icon_;
+  std::optional<std::tuple<AppStateViewModel::TrayState, QRgb, QRgb>> look_;  // of the icon that is shown
 };
 
 }  // namespace quillmere

@@ -6,6 +6,7 @@ import Quillmere
 Window {
     id: window
 
+    property bool wasMoved: false  // by the user
     readonly property string kind: Overlay.kind
     readonly property bool hasLevel: kind === "recording" || kind === "live" || kind === "starting"
     readonly property bool isWide: !hasLevel
@@ -36,7 +37,10 @@ Window {
 
         DragHandler {
             target: null
-            onActiveChanged: if (active) window.startSystemMove()
+            onActiveChanged: {
+                if (active)
+                    window.wasMoved = window.startSystemMove()
+            }
         }
         TapHandler {
             enabled: window.kind === "ready" || window.kind === "onClipboard"
