@@ -133,7 +133,8 @@ Task<bool> AudioDeviceManager::applySelectedDevice() {
   if (!selected) co_return true;
   if (!helper_.deviceID(selected->uid)) {
     log_.warning(
-        "⚠️ Unable to resolve AudioDeviceID for UID: %s - device may have disconnected, falling back to system default",
+        "⚠️ Unable to resolve AudioDeviceID for UID: %s - device may have disconnected, falling back to system "
+        "default",
         selected->uid);
     if (!devices_.isConnected()) co_return false;  // nobody knows whether it has gone
     selectedDevice_.set(std::nullopt);

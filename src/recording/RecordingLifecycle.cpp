@@ -185,8 +185,8 @@ Task<Result<void, AnyError>> RecordingLifecycle::prepareAndRecord(std::shared_pt
   const QDateTime now = use_.clock.now();
   const auto capture = std::make_shared<Capture>();
   capture->environment = environment;
-  capture->rawURL =
-      folder + QStringLiteral("/.incomplete_") + QUuid::createUuid().toString(QUuid::WithoutBraces) + QStringLiteral(".wav");
+  capture->rawURL = folder + QStringLiteral("/.incomplete_") + QUuid::createUuid().toString(QUuid::WithoutBraces) +
+                    QStringLiteral(".wav");
   // A clock that was set back must not make this recording take the place of an older one.
   for (qint64 seconds = now.toSecsSinceEpoch();; ++seconds) {
     capture->finalURL = folder + QStringLiteral("/recording_%1.wav").arg(seconds);

@@ -19,8 +19,8 @@ class RecordingSessionManager {
   RecordingSessionPtr createSession(const std::optional<QString>& deviceId, const QString& deviceName,
                                     double sampleRate, int channelCount, const QString& audioFormat,
                                     const std::optional<QString>& audioFilePath = {});
-  // With this on, a completed session is marked until settleSession(), in the same save: a process that is killed before
-  // its recording reached the history then gets it back at the next launch. Off at first.
+  // With this on, a completed session is marked until settleSession(), in the same save: a process that is killed
+  // before its recording reached the history then gets it back at the next launch. Off at first.
   void setTracksUntilSettled(bool value) { tracksUntilSettled_ = value; }
   // The recording has its transcript, or was thrown away on purpose. Saved.
   void settleSession(const RecordingSessionPtr& session);

@@ -20,7 +20,10 @@ class CrashRecoveryManagerTest : public RecordingFixture {
   }
   std::vector<RecoveredRecording> recover() {
     CrashRecoveryManager::Dependencies use{*persistence, converter, media, clock, folders()};
-    use.isFileInUse = [this](const QString& path) { return path == inUse; };
+    use.isFileInUse = [this](const QString& path) {
+      EXPECT_TRUE(mayBeUnsaved || !persistence->hasChanges()) << "the row of a moved file is saved before the next one";
+      return path == inUse;
+    };
     use.reporting = &reporting;
     CrashRecoveryManager manager(use, logging);
     auto recovered = runTask(executor, manager.recoverOrphanedRecordings());
@@ -31,9 +34,12 @@ class CrashRecoveryManagerTest : public RecordingFixture {
     return documents() + QStringLiteral("/Recordings/") + session->id->toString(QUuid::WithoutBraces) + u'.' +
            QLatin1String(extension);
   }
-  bool isRowThere(const RecordingSessionPtr& session) { return persistence->fetchRecordingSession(*session->id) != nullptr; }
+  bool isRowThere(const RecordingSessionPtr& session) {
+    return persistence->fetchRecordingSession(*session->id) != nullptr;
+  }
 
   QString inUse;
+  bool mayBeUnsaved = true;
 
  private:
   int orphans_ = 0;
@@ -118,10 +124,19 @@ TEST_F(CrashRecoveryManagerTest, AFailedConversionIsTriedAgainAndHoldsNobodyUp) 
   EXPECT_EQ(breadcrumbs(QStringLiteral("Recovery failed")), 1);
   EXPECT_EQ(breadcrumbs(QStringLiteral("Recovery conversion failed")), 1);
   EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 1u);
-  EXPECT_TRUE(log->contains(QStringLiteral("Orphaned recording recovery complete: 1 recovered, 1 failed/deleted in 0ms")));
+  EXPECT_TRUE(
+      log->contains(QStringLiteral("Orphaned recording recovery complete: 1 recovered, 1 failed/deleted in 0ms")));
   recovered = recover();
   ASSERT_EQ(recovered.size(), 1u);
   EXPECT_EQ(recovered[0].path, target(large, "m4a"));
+}
+
+TEST_F(CrashRecoveryManagerTest, EachRecoveredRowIsSafeBeforeTheNextOneBegins) {
+  orphan(QStringLiteral(".incomplete_1.wav"), 5000);
+  orphan(QStringLiteral(".incomplete_2.wav"), 26214400);
+  orphan(QStringLiteral(".incomplete_3.wav"), 5000);
+  mayBeUnsaved = false;
+  EXPECT_EQ(recover().size(), 3u);
 }
 
 TEST_F(CrashRecoveryManagerTest, AFolderThatCantBeMadeKeepsFileAndRow) {

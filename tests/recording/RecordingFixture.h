@@ -26,11 +26,13 @@ class FlakyEncoder final : public MediaEncoder {
  public:
   int failures = 0;
   int openings = 0;
+  std::function<void()> onOpen;  // on the worker
   FakeMediaEncoder inner;
 
   Result<std::unique_ptr<MediaWriter>, MediaError> openWriter(const QString& path,
                                                               const AacEncoderSettings& settings) override {
     ++openings;
+    if (onOpen) onOpen();
     if (failures-- > 0) return Failed{MediaError{MediaError::Kind::writeFailed, 5, QStringLiteral("no encoder")}};
     return inner.openWriter(path, settings);
   }
@@ -48,7 +50,8 @@ class RecordingFixture : public ::testing::Test {
     defaults.setValue(QStringLiteral("autoIncreaseMicVolume"), false);
     persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
     settings = std::make_unique<SettingsManager>(defaults, folders(), logging);
-    devices.list = {FakeAudioDevices::microphone(7, QStringLiteral("usb-mic"), QStringLiteral("Desk Microphone"), 1.0F)};
+    devices.list = {
+        FakeAudioDevices::microphone(7, QStringLiteral("usb-mic"), QStringLiteral("Desk Microphone"), 1.0F)};
     devices.defaultUid = QStringLiteral("usb-mic");
     sessions = std::make_unique<RecordingSessionManager>(*persistence, clock, logging);
   }

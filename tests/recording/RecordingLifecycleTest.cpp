@@ -58,7 +58,8 @@ TEST_F(RecordingLifecycleTest, TheRowStandsInTheStoreBeforeTheFirstSample) {
   EXPECT_TRUE(lifecycle.isRecording().get());
   EXPECT_EQ(sessions->currentRecordingSession(), rows[0]);
   const QString name = QFileInfo(recorders.paths[0]).fileName();
-  EXPECT_TRUE(name.startsWith(QStringLiteral(".incomplete_")) && name.endsWith(QStringLiteral(".wav"))) << qPrintable(name);
+  EXPECT_TRUE(name.startsWith(QStringLiteral(".incomplete_")) && name.endsWith(QStringLiteral(".wav")))
+      << qPrintable(name);
   EXPECT_TRUE(log->contains(QStringLiteral("Started recording to file: ") + name));
 }
 
@@ -177,7 +178,8 @@ TEST_F(RecordingLifecycleTest, TheLadderOfTheConversion) {
     EXPECT_EQ(result->path, inRecordings(m4a));
     EXPECT_EQ(encoder.openings, one.attempts);
     EXPECT_EQ(executor.now() - before, one.waited);
-    EXPECT_TRUE(log->contains(QStringLiteral("Compressed to M4A 16000Hz 1ch @ 64 kbps (attempt %1): ").arg(one.attempts)));
+    EXPECT_TRUE(
+        log->contains(QStringLiteral("Compressed to M4A 16000Hz 1ch @ 64 kbps (attempt %1): ").arg(one.attempts)));
     EXPECT_EQ(kept(), QStringList{m4a});
     QFile::remove(inRecordings(m4a));
   }
@@ -201,7 +203,8 @@ TEST_F(RecordingLifecycleTest, TheFallbackComesAfterFiveAttemptsAndTheWavStaysAf
   EXPECT_EQ(kept(), QStringList{wav});
   EXPECT_EQ(result.session->audioFilePath, inRecordings(wav));
   EXPECT_TRUE(log->contains(QStringLiteral("M4A conversion failed after 5 attempts")));
-  EXPECT_TRUE(log->contains(QStringLiteral("All M4A conversion methods failed - keeping oversized WAV to prevent data loss")));
+  EXPECT_TRUE(
+      log->contains(QStringLiteral("All M4A conversion methods failed - keeping oversized WAV to prevent data loss")));
 }
 
 TEST_F(RecordingLifecycleTest, AFileThatCantBeReadIsReportedAndKept) {
@@ -226,8 +229,8 @@ TEST_F(RecordingLifecycleTest, AFileThatCantBeRenamedIsLeftForTheRecovery) {
   EXPECT_FALSE(result->path);
   EXPECT_TRUE(QFile::exists(recorders.paths[0]));
   EXPECT_EQ(persistence->fetchUnfinishedRecordingSessions().size(), 1u);
-  // The next attempt fails at once; its clean-up must not reach the recording before it.
-  recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("refused")};
+  // The next attempt fails before it has a row; its clean-up must not reach the recording before it.
+  lifecycle.setHasMicrophonePermission(false);
   EXPECT_FALSE(start());
   sessions->deleteCurrentSession();
   EXPECT_TRUE(QFile::exists(recorders.paths[0]));
@@ -331,7 +334,8 @@ TEST_F(RecordingLifecycleTest, ACancelNeverLeavesAStartOrAStopHalfDone) {
 // --- interruptions
 
 TEST_F(RecordingLifecycleTest, AMicrophoneThatVanishesLeavesWhatWasSaid) {
-  for (const auto kind : {Interruption::Kind::deviceGone, Interruption::Kind::serverGone, Interruption::Kind::writeFailed}) {
+  using enum Interruption::Kind;
+  for (const auto kind : {deviceGone, serverGone, writeFailed}) {
     std::vector<Interruption> told;
     lifecycle.setOnInterrupted([&](const Interruption& one) { told.push_back(one); });
     ASSERT_TRUE(start());
@@ -474,6 +478,7 @@ TEST_F(RecordingLifecycleTest, ARaiseThatEndsBehindTheStopIsUndoneToo) {
   const TimePoint before = executor.now();
   ASSERT_TRUE(start());
   EXPECT_EQ(executor.now(), before) << "nobody waits for the volume";
+  devices.volumeTakes = 0ms;
   stop();
   executor.advance(5s);
   EXPECT_EQ(devices.list[0].volume, 1.0F);
@@ -527,12 +532,9 @@ TEST_F(BackgroundConversionTest, OtherFilesAreLeftAlone) {
 }
 
 TEST_F(BackgroundConversionTest, ARecordingDeletedMeanwhileDoesNotComeBack) {
-  TaskScope scope(executor);
-  scope.spawn(lifecycle.convertInBackground(path, transcript));
-  executor.runOne();
-  executor.runOne();
-  persistence->deleteTranscript(transcript);
-  executor.runUntilIdle();
+  encoder.onOpen = [this] { QFile::remove(path); };
+  convert();
+  EXPECT_EQ(transcript->audioFilePath, path);
   EXPECT_TRUE(kept().isEmpty()) << qPrintable(kept().join(u' '));
 }
 

@@ -14,9 +14,10 @@ class FakeOutputVolume final : public OutputVolume {
   std::vector<int> written;
 
   Task<Result<int, PlatformError>> volume() override {
+    const int asked = current;
     if (takes > Duration::zero()) co_await sleepFor(takes);
     if (readError) co_return Failed{*readError};
-    co_return current;
+    co_return asked;
   }
   Task<Result<void, PlatformError>> setVolume(int percent) override {
     if (takes > Duration::zero()) co_await sleepFor(takes);

@@ -55,7 +55,8 @@ class FakeWorkspace final : public Workspace {
   // Brings an application to the front; the one that was there stays among the running ones.
   void setFrontmost(std::optional<RunningApplication> application) {
     if (application)
-      std::erase_if(applications, [&](const RunningApplication& one) { return one.processId == application->processId; });
+      std::erase_if(applications,
+                    [&](const RunningApplication& one) { return one.processId == application->processId; });
     if (frontmost && (!application || frontmost->processId != application->processId))
       applications.push_back(*frontmost);
     frontmost = std::move(application);
