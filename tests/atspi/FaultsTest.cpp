@@ -6,8 +6,8 @@ namespace {
 using Faults = AtspiFixture;
 
 TEST_F(Faults, AProgramThatHangsDoesNotDisturbTheOthers) {
-  DesktopProgram hanging(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Hanging"), QStringLiteral("--text"),
-                                        QStringLiteral("asleep")});
+  DesktopProgram hanging(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Hanging"),
+                                        QStringLiteral("--text"), QStringLiteral("asleep")});
   frontmostProcessId = hanging.processId();
   waitForWindow(QStringLiteral("Hanging"));
   hanging.signal(SIGSTOP);
@@ -21,8 +21,8 @@ TEST_F(Faults, AProgramThatHangsDoesNotDisturbTheOthers) {
   EXPECT_FALSE(values->contains(QStringLiteral("asleep")));
 
   {
-    DesktopProgram awake(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Awake"), QStringLiteral("--text"),
-                                        QStringLiteral("here")});
+    DesktopProgram awake(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Awake"),
+                                        QStringLiteral("--text"), QStringLiteral("here")});
     frontmostProcessId = awake.processId();
     EXPECT_EQ(waitForWindow(QStringLiteral("Awake")).value, QStringLiteral("here"));
     // Also when nobody says which process is frontmost, and all programs have to be asked.
@@ -46,8 +46,8 @@ TEST_F(Faults, TheFocusOfAProgramBehindIsNotReturned) {
 
 TEST_F(Faults, AFocusedElementThatDiesGivesNothing) {
   auto dying = std::make_unique<DesktopProgram>(
-      textTarget(),
-      QStringList{QStringLiteral("--window-title"), QStringLiteral("Dying"), QStringLiteral("--text"), QStringLiteral("x")});
+      textTarget(), QStringList{QStringLiteral("--window-title"), QStringLiteral("Dying"), QStringLiteral("--text"),
+                                QStringLiteral("x")});
   waitForWindow(QStringLiteral("Dying"));
   const auto value = std::make_shared<std::optional<QString>>();
   auto* const program = dying.get();

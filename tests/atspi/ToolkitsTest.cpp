@@ -37,25 +37,16 @@ TEST_F(Toolkits, GtkTextView) {
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
   file.write("Dear reader,\nthis is the second line.");
   file.close();
-  for (const bool isEditable : {true, false}) {
-    QStringList arguments{QStringLiteral("--text-info"), QStringLiteral("--filename=") + file.fileName(),
-                          isEditable ? QStringLiteral("--title=Writing") : QStringLiteral("--title=Reading")};
-    if (isEditable) arguments.append(QStringLiteral("--editable"));
-    DesktopProgram zenity(QStringLiteral("zenity"), arguments);
-    if (!isEditable) {
-      // The button has the keyboard; the text is found as no place to write in.
-      waitForWindow(QStringLiteral("Reading"));
-      continue;
-    }
-    const auto seen = waitForFocus([](const SeenElement& each) {
-      return each.windowTitle == QStringLiteral("Writing") && each.value &&
-             each.value->contains(QLatin1String("second"));
-    });
-    EXPECT_EQ(seen.role, QStringLiteral("AXTextArea"));
-    EXPECT_EQ(seen.value, QStringLiteral("Dear reader,\nthis is the second line."));
-    EXPECT_EQ(seen.selectedText, std::nullopt);
-    EXPECT_TRUE(seen.isValueSettable);
-  }
+  DesktopProgram zenity(QStringLiteral("zenity"),
+                        {QStringLiteral("--text-info"), QStringLiteral("--editable"), QStringLiteral("--title=Writing"),
+                         QStringLiteral("--filename=") + file.fileName()});
+  const auto seen = waitForFocus([](const SeenElement& each) {
+    return each.windowTitle == QStringLiteral("Writing") && each.value && each.value->contains(QLatin1String("second"));
+  });
+  EXPECT_EQ(seen.role, QStringLiteral("AXTextArea"));
+  EXPECT_EQ(seen.value, QStringLiteral("Dear reader,\nthis is the second line."));
+  EXPECT_EQ(seen.selectedText, std::nullopt);
+  EXPECT_TRUE(seen.isValueSettable);
 }
 
 TEST_F(Toolkits, QtFields) {
@@ -76,9 +67,9 @@ TEST_F(Toolkits, QtFields) {
     const QString kind = QString::fromLatin1(each.kind);
     const QString title = QStringLiteral("Target ") + kind;
     DesktopProgram target(textTarget(),
-                          {QStringLiteral("--kind"), kind, QStringLiteral("--window-title"), title, QStringLiteral("--text"),
-                           QString::fromUtf8("Schöne Grüße"), QStringLiteral("--select"), QStringLiteral("--label"),
-                           QStringLiteral("Greeting")});
+                          {QStringLiteral("--kind"), kind, QStringLiteral("--window-title"), title,
+                           QStringLiteral("--text"), QString::fromUtf8("Schöne Grüße"), QStringLiteral("--select"),
+                           QStringLiteral("--label"), QStringLiteral("Greeting")});
     frontmostProcessId = target.processId();
     const auto seen = waitForWindow(title);
     EXPECT_EQ(seen.role, QLatin1String(each.role));
@@ -92,8 +83,8 @@ TEST_F(Toolkits, QtFields) {
 }
 
 TEST_F(Toolkits, TheMenuOfAProgramIsReadAndPressed) {
-  DesktopProgram target(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Menus"), QStringLiteral("--menu"),
-                                       QStringLiteral("--text"), QStringLiteral("word")});
+  DesktopProgram target(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Menus"),
+                                       QStringLiteral("--menu"), QStringLiteral("--text"), QStringLiteral("word")});
   waitForWindow(QStringLiteral("Menus"));
   auto found = std::make_shared<QStringList>();
   const auto pressed = std::make_shared<bool>(false);
@@ -132,8 +123,8 @@ TEST_F(Toolkits, ChromiumPage) {
       "<!doctype html><meta charset=utf-8><title>Fields</title><h1>Heading</h1><p id=p>Plain paragraph.</p>"
       "<input id=line aria-label='Name' placeholder='Who?' value='Ada'>"
       "<textarea id=area aria-label='Story'>Once upon a time</textarea>"
-      "<input id=secret type=password value='hidden'>"
-      "<input id=search type=search value='needle'>"
+      "<input id=secret aria-label='Secret' type=password value='hidden'>"
+      "<input id=search aria-label='Search' type=search value='needle'>"
       "<div id=rich contenteditable aria-label='Rich'><p>first</p><p>second</p></div>"
       "<script>const order=['line','area','secret','search','rich'];let i=-1;"
       "const next=()=>{i=(i+1)%order.length;const e=document.getElementById(order[i]);e.focus();"
@@ -146,29 +137,25 @@ TEST_F(Toolkits, ChromiumPage) {
                            QStringLiteral("--force-renderer-accessibility"), QStringLiteral("--password-store=basic"),
                            QStringLiteral("--user-data-dir=") + folder.filePath(QStringLiteral("profile")),
                            QStringLiteral("file://") + file.fileName()});
-  const auto field = [this](const QString& title) {
-    return waitForFocus([&](const SeenElement& seen) {
-      return seen.exists && seen.windowTitle && seen.windowTitle->startsWith(title) &&
-             seen.role != QStringLiteral("AXWebArea");
-    });
+  const auto field = [this](const QString& label) {
+    return waitForFocus([&](const SeenElement& seen) { return seen.title == label && seen.role; });
   };
-  const auto line = field(QStringLiteral("Fields line"));
+  const auto line = field(QStringLiteral("Name"));
   EXPECT_EQ(line.role, QStringLiteral("AXTextField"));
-  EXPECT_EQ(line.title, QStringLiteral("Name"));
   EXPECT_EQ(line.value, QStringLiteral("Ada"));
   EXPECT_EQ(line.selectedText, QStringLiteral("Ada"));
   EXPECT_EQ(line.placeholder, QStringLiteral("Who?"));
   EXPECT_TRUE(line.isValueSettable);
-  const auto area = field(QStringLiteral("Fields area"));
+  const auto area = field(QStringLiteral("Story"));
   EXPECT_EQ(area.role, QStringLiteral("AXTextArea"));
   EXPECT_EQ(area.value, QStringLiteral("Once upon a time"));
-  const auto secret = field(QStringLiteral("Fields secret"));
+  const auto secret = field(QStringLiteral("Secret"));
   EXPECT_EQ(secret.subrole, QStringLiteral("AXSecureTextField"));
   EXPECT_EQ(secret.value, std::nullopt);
   EXPECT_EQ(secret.selectedText, std::nullopt);
-  const auto search = field(QStringLiteral("Fields search"));
+  const auto search = field(QStringLiteral("Search"));
   EXPECT_EQ(search.role, QStringLiteral("AXSearchField"));
-  const auto rich = field(QStringLiteral("Fields rich"));
+  const auto rich = field(QStringLiteral("Rich"));
   EXPECT_EQ(rich.value, QStringLiteral("first\nsecond"));
   EXPECT_TRUE(rich.isValueSettable);
 

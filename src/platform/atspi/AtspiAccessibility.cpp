@@ -31,7 +31,7 @@ bool run(Visit& visit, AtspiBus& bus, const std::atomic<bool>& isEnding) {
 
 // Gives the waiting side up when it goes away, however that happens.
 struct Guard {
-  explicit Guard(Executor& executor) : executor(executor) {}
+  explicit Guard(Executor& itsExecutor) : executor(itsExecutor) {}
   Guard(const Guard&) = delete;
   Guard& operator=(const Guard&) = delete;
   ~Guard() {

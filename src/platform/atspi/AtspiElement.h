@@ -13,7 +13,7 @@ class AtspiElement final : public AccessibilityElement {
  public:
   enum class Kind { systemWide, application, object };
 
-  AtspiElement(Kind kind, AtspiReference reference) : kind(kind), reference(std::move(reference)) {}
+  AtspiElement(Kind itsKind, AtspiReference where) : kind(itsKind), reference(std::move(where)) {}
 
   const Kind kind;
   const AtspiReference reference;  // of an application: its root object; of the system-wide element: none
