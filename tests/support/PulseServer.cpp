@@ -1,7 +1,10 @@
 #include "support/PulseServer.h"
 
+#include <sys/prctl.h>
+
 #include <QFile>
 #include <QStandardPaths>
+#include <csignal>
 #include <thread>
 
 namespace quillmere {
@@ -16,6 +19,8 @@ bool isInstalled(const char* program) {
 }  // namespace
 
 PulseServer::PulseServer() {
+  // Goes with the test, also with one that is killed.
+  daemon_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
   daemon_.setProcessEnvironment(environment());
   daemon_.setStandardOutputFile(QProcess::nullDevice());
   daemon_.setStandardErrorFile(folder_.filePath(QStringLiteral("server.log")));

@@ -1,6 +1,9 @@
 #include "support/SessionBus.h"
 
+#include <sys/prctl.h>
+
 #include <QStandardPaths>
+#include <csignal>
 
 namespace quillmere {
 
@@ -13,6 +16,8 @@ bool SessionBus::isAvailable() {
 }
 
 bool SessionBus::start() {
+  // Goes with the test, also with one that is killed.
+  daemon_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
   daemon_.start(QStringLiteral("dbus-daemon"),
                 {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
                  QStringLiteral("--print-address"), QStringLiteral("--address=unix:tmpdir=/tmp")});
