@@ -36,8 +36,11 @@ Application::Application(const QList<std::pair<QString, QString>>& settings) {
   const QString models = home + QStringLiteral("/data/quillmere/models");
   QDir().mkpath(models);
   QFile::link(qEnvironmentVariable("QUILLMERE_STARTER_MODEL"), models + QStringLiteral("/ggml-tiny.en.bin"));
+  QDir().mkpath(home + QStringLiteral("/config/quillmere"));
+  QFile file(home + QStringLiteral("/config/quillmere/quillmere.conf"));
+  if (file.open(QIODevice::WriteOnly)) file.write("[General]\nhasCompletedOnboarding=true\n");
+  file.close();
   command({"modes", "edit", "Default", "--model", "tiny.en"});
-  set(QStringLiteral("hasCompletedOnboarding"), QStringLiteral("true"));
   set(QStringLiteral("clipboardRestoreDelaySeconds"), QStringLiteral("2"));
   for (const auto& [key, value] : settings) set(key, value);
 }

@@ -19,7 +19,7 @@ const QString plainText = QStringLiteral("UTF8_STRING");
 
 ::testing::AssertionResult hasTheWords(const QString& text, const char* expected = Microphone::shortWords) {
   const double rate = wordErrorRate(wordsOf(QString::fromLatin1(expected)), wordsOf(text));
-  if (rate <= 0.25) return ::testing::AssertionSuccess();
+  if (rate <= 0.4) return ::testing::AssertionSuccess();
   return ::testing::AssertionFailure() << "'" << text.toStdString() << "', word error rate " << rate;
 }
 

@@ -92,7 +92,7 @@ TEST(FaultsTest, AfterTheSoundServerCameBackTheNextDictationWorks) {
   const auto rows = Application::history();
   ASSERT_GE(rows.size(), 2);
   EXPECT_EQ(rows[0]["status"].toString(), "completed");
-  EXPECT_LE(wordErrorRate(wordsOf(Microphone::shortWords), wordsOf(rows[0]["text"].toString())), 0.25);
+  EXPECT_LE(wordErrorRate(wordsOf(Microphone::shortWords), wordsOf(rows[0]["text"].toString())), 0.4);
 }
 
 struct KillCase {

@@ -53,8 +53,8 @@ TextField::~TextField() {
 }
 
 void TextField::startQt(const char* field) {
-  process_.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/tests/text_target"),
-                 {QStringLiteral("--kind"), QString::fromLatin1(field), QStringLiteral("--title"), title_});
+  process_.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/tests/targets/text_target"),
+                 {QStringLiteral("--kind"), QString::fromLatin1(field), QStringLiteral("--window-title"), title_});
 }
 
 void TextField::startChromium() {

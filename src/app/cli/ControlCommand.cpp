@@ -33,6 +33,8 @@ QString methodName(ControlOptions::Action action) {
 
 // A sentence for why nobody answered as asked.
 QString failureText(const QDBusError& error) {
+  if (error.name() == QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"))
+    return localizedText("cli.control.notRunning");
   switch (error.type()) {
     case QDBusError::ServiceUnknown:
     case QDBusError::NoServer:

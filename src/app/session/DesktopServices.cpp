@@ -26,6 +26,12 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
   state.setTranscriptionPipeline(s.base->pipeline.get());
   state.setModeChangeToast(windows.showModeChange);
 
+  prepareRecordingsFolder(s.base->settings->storage());
+  s.folderQuestion =
+      s.base->settings->storage().observeChanges([&storage = s.base->settings->storage()](const QString&) {
+        if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+      });
+
   SessionOptions session;
   session.hasTriggers = true;
   session.hideWindows = windows.hideAll;

@@ -26,6 +26,7 @@ struct DesktopServices {
   ~DesktopServices();
 
   std::unique_ptr<Services> base;
+  Subscription folderQuestion;
   std::unique_ptr<SessionServices> session;
   std::unique_ptr<ShortcutStore> shortcutStore;
   std::unique_ptr<GlobalHotkeys> hotkeys;

@@ -194,9 +194,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   const ModePtr mode = *chosen;
   auto checking = whyModeCannotRun(services, mode);
   if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
-  StorageSettingsManager& storage = services.settings->storage();
-  storage.ensureRecordingsFolder();
-  if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+  prepareRecordingsFolder(services.settings->storage());
 
   const auto session = makeSessionServices(services, SessionOptions{});
   if (options.isTyped && !session->hasDisplay())

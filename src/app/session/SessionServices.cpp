@@ -102,6 +102,11 @@ void buildRecording(SessionServices& s, Services& base, AudioRecordingHooks hook
 
 SessionServices::~SessionServices() = default;
 
+void prepareRecordingsFolder(StorageSettingsManager& storage) {
+  storage.ensureRecordingsFolder();
+  if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+}
+
 std::unique_ptr<SessionServices> makeSessionServices(Services& services, const SessionOptions& options) {
   auto session = std::make_unique<SessionServices>();
   buildSound(*session, services);

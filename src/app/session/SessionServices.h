@@ -24,6 +24,7 @@ namespace quillmere {
 
 class PulseConnection;
 struct Services;
+class StorageSettingsManager;
 
 struct SessionOptions {
   // Watches the keyboard and takes system-wide shortcuts. Off for a command that ends with its recording.
@@ -62,6 +63,10 @@ struct SessionServices {
   // Needs the store; null without one.
   std::unique_ptr<AudioRecordingManager> audioManager;
 };
+
+// Makes sure of a folder for recordings. Whoever starts a program here may write to Documents, so the explanation that
+// the settings want to show first counts as read.
+void prepareRecordingsFolder(StorageSettingsManager& storage);
 
 // `services` outlives the result.
 std::unique_ptr<SessionServices> makeSessionServices(Services& services, const SessionOptions& options);
