@@ -5,6 +5,8 @@
 
 #include "core/AppState.h"
 #include "core/AudioRecordingManager.h"
+#include "core/DictationTimings.h"
+#include "core/RecordingTranscriptionFlow.h"
 #include "delivery/AutoPasteHandler.h"
 
 namespace quillmere {
@@ -32,6 +34,25 @@ const char* word(PasteOutcome outcome) {
   return "";
 }
 
+// In milliseconds; what has no value is left out.
+QJsonObject timingsObject(const std::optional<DictationTimings>& timings) {
+  QJsonObject object;
+  if (!timings) return object;
+  const auto add = [&object](const char* name, const std::optional<Duration>& value) {
+    if (value) object.insert(QString::fromLatin1(name), std::chrono::duration<double, std::milli>(*value).count());
+  };
+  add("triggerToRecorderRunning", timings->triggerToRecorderRunning);
+  add("triggerToFirstSample", timings->triggerToFirstSample);
+  add("stopToFileReady", timings->stopToFileReady);
+  add("trimming", timings->trimming);
+  add("stopToDecoding", timings->stopToDecoding);
+  add("decoding", timings->decoding);
+  add("postProcessing", timings->postProcessing);
+  add("decodedToPasted", timings->decodedToPasted);
+  add("stopToText", timings->stopToText);
+  return object;
+}
+
 }  // namespace
 
 QString applicationStatus(const AppState& state, AudioRecordingManager& recording, const QString& lastNotice) {
@@ -44,7 +65,8 @@ QString applicationStatus(const AppState& state, AudioRecordingManager& recordin
                            {"error", data.errorMessage.value_or(QString())},
                            {"notice", lastNotice},
                            {"text", data.lastTranscription},
-                           {"paste", word(recording.autoPasteHandler().lastOutcome().get())}};
+                           {"paste", word(recording.autoPasteHandler().lastOutcome().get())},
+                           {"timings", timingsObject(recording.recordingTranscriptionFlow().lastTimings().get())}};
   return QString::fromUtf8(QJsonDocument(status).toJson(QJsonDocument::Compact));
 }
 

@@ -1,0 +1,290 @@
+// How long the desktop application lets its user wait, on a desktop of its own with real windows, keys and sound:
+//
+//   DESKTOP_TRAY=yes tests/e2e/headless-desktop.sh build/release/tests/bench/DictationBench [BUILD] [ROUNDS]
+//
+// BUILD is the build folder whose programs are measured (the one this program is in), ROUNDS is 20. Prints the median
+// and the worst of all rounds beside the budget. Real speech needs the starter model: QUILLMERE_STARTER_MODEL, or the
+// one below build/starter.
+#include <QCoreApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+#include "bench/ProcessTiming.h"
+#include "e2e/Application.h"
+#include "e2e/Microphone.h"
+#include "e2e/TextField.h"
+
+namespace {
+
+using namespace quillmere;
+using Steady = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+int rounds = 20;
+constexpr double shortSpeech = 1.6;  // seconds
+
+double since(Steady::time_point begin) {
+  return Milliseconds(Steady::now() - begin).count();
+}
+
+void pause(int milliseconds) {
+  QEventLoop loop;
+  QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+  loop.exec();
+}
+
+// Asks as fast as the application answers.
+template <typename Condition>
+bool asked(Condition condition, double limitMs = 60000) {
+  const auto begin = Steady::now();
+  while (!condition()) {
+    if (since(begin) > limitMs) return false;
+    pause(1);
+  }
+  return true;
+}
+
+struct Row {
+  const char* what;
+  const char* unit;
+  std::vector<double> values;
+  double budget = 0;  // 0: none
+};
+
+void print(const std::vector<Row>& rows) {
+  std::printf("\n%-44s %10s %10s %10s\n", "", "median", "worst", "budget");
+  for (const Row& row : rows) {
+    if (row.values.empty()) {
+      std::printf("%-44s %10s\n", row.what, "no value");
+      continue;
+    }
+    std::printf("%-44s %7.1f %s %7.1f %s ", row.what, median(row.values), row.unit,
+                *std::max_element(row.values.begin(), row.values.end()), row.unit);
+    if (row.budget > 0)
+      std::printf("%7.0f %s%s\n", row.budget, row.unit, median(row.values) > row.budget ? "  MISSED" : "");
+    else
+      std::printf("%10s\n", "-");
+  }
+  std::fflush(stdout);
+}
+
+// --- one dictation after the other
+
+std::vector<Row> measureDictations(Application& application, double& stopToDecodingMs) {
+  Row firstSample{"trigger to first sample", "ms", {}, 50};
+  Row toDecoding{"stop to start of decoding, without trimming", "ms", {}, 60};
+  Row trimming{"  trimming of silence", "ms", {}};
+  Row decoding{"  decoding", "ms", {}};
+  Row toPaste{"end of decoding to the text being fetched", "ms", {}, 150};
+  Row total{"stop to text", "ms", {}};
+  std::vector<double> wholeWay;
+  TextField field(TextField::Kind::qtLine);
+  if (!field.isReady()) std::puts("the target's window is not active");
+  // The first round warms everything up and doesn't count.
+  for (int round = 0; round <= rounds; ++round) {
+    field.activate();
+    const QJsonObject before = application.status()["timings"].toObject();
+    const qsizetype lengthBefore = field.text().size();
+    application.toggle();
+    if (!asked([&] { return application.state() == QLatin1String("recording"); })) return {};
+    Microphone().speak(shortSpeech);
+    application.toggle();
+    QJsonObject status;
+    const bool isDone = asked([&] {
+      status = application.status();
+      const QJsonObject now = status["timings"].toObject();
+      return !now.isEmpty() && now != before;
+    });
+    if (!isDone || status["paste"].toString() != QLatin1String("pasted")) {
+      std::printf("round %d: %s, paste %s, error \"%s\"\n", round, qPrintable(status["state"].toString()),
+                  qPrintable(status["paste"].toString()), qPrintable(status["error"].toString()));
+      continue;
+    }
+    if (!asked([&] { return field.text().size() > lengthBefore; }, 5000))
+      std::printf("round %d: the text was not seen in the field\n", round);
+    if (round == 0) continue;
+    const QJsonObject timings = status["timings"].toObject();
+    const auto take = [&timings](Row& row, const char* key) {
+      if (timings.contains(QLatin1String(key))) row.values.push_back(timings[QLatin1String(key)].toDouble());
+    };
+    take(firstSample, "triggerToFirstSample");
+    take(trimming, "trimming");
+    take(decoding, "decoding");
+    take(toPaste, "decodedToPasted");
+    take(total, "stopToText");
+    wholeWay.push_back(timings["stopToDecoding"].toDouble());
+    toDecoding.values.push_back(wholeWay.back() - timings["trimming"].toDouble());
+  }
+  stopToDecodingMs = median(wholeWay);
+  return {firstSample, toDecoding, trimming, decoding, toPaste, total};
+}
+
+// --- cancel
+
+// Processor time of each thread but the main one, in ticks.
+QMap<qint64, qint64> threadTicks(qint64 process) {
+  QMap<qint64, qint64> ticks;
+  const QDir tasks(QStringLiteral("/proc/%1/task").arg(process));
+  for (const QString& name : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    QFile file(tasks.filePath(name + QStringLiteral("/stat")));
+    if (name.toLongLong() == process || !file.open(QIODevice::ReadOnly)) continue;
+    const QByteArray line = file.readAll();
+    // Behind the name, which may hold anything: state is field 3, user and system time are fields 14 and 15.
+    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+    if (fields.size() > 12) ticks[name.toLongLong()] = fields[11].toLongLong() + fields[12].toLongLong();
+  }
+  return ticks;
+}
+
+std::vector<Row> measureCancels(Application& application, double stopToDecodingMs) {
+  Row toIdle{"cancel during a decode to idle", "ms", {}, 100};
+  Row toRest{"cancel to the engine's threads at rest", "ms", {}, 100};
+  constexpr int busyTicks = 3;
+  for (int round = 0; round < rounds; ++round) {
+    application.toggle();
+    if (!asked([&] { return application.state() == QLatin1String("recording"); })) return {};
+    Microphone().speak(shortSpeech);
+    application.toggle();
+    // Each round at another point of the decode.
+    pause(int(stopToDecodingMs) + 60);
+    const auto before = threadTicks(application.processId());
+    pause(100 + 7 * round);
+    const auto during = threadTicks(application.processId());
+    if (application.state() != QLatin1String("transcribing")) {
+      std::printf("round %d: nothing to cancel\n", round);
+      asked([&] { return application.state() == QLatin1String("idle"); });
+      continue;
+    }
+    QList<qint64> decoders;
+    for (auto thread = during.begin(); thread != during.end(); ++thread)
+      if (thread.value() - before.value(thread.key()) >= busyTicks) decoders << thread.key();
+    const auto begin = Steady::now();
+    application.cancel();
+    if (asked([&] { return application.state() == QLatin1String("idle"); })) toIdle.values.push_back(since(begin));
+    if (decoders.isEmpty()) continue;
+    auto last = threadTicks(application.processId());
+    double restAt = since(begin);
+    while (since(begin) < 600) {
+      const auto now = threadTicks(application.processId());
+      for (const qint64 thread : decoders)
+        if (now.value(thread) > last.value(thread)) restAt = since(begin);
+      last = now;
+      pause(5);
+    }
+    toRest.values.push_back(restAt);
+    pause(200);
+  }
+  return {toIdle, toRest};
+}
+
+// --- start and memory
+
+Row measureStarts(Application& application, const char* what, const QStringList& arguments, double budget) {
+  Row row{what, "ms", {}, budget};
+  for (int round = 0; round <= rounds; ++round) {
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    const auto begin = Steady::now();
+    process.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/src/app/quillmere-desktop"),
+                  arguments);
+    const bool isReady = asked([&] { return !application.status().isEmpty(); });
+    if (isReady && round > 0) row.values.push_back(since(begin));
+    pause(300);
+    Application::command({QStringLiteral("quit")});
+    if (!process.waitForFinished(20000)) {
+      process.kill();
+      process.waitForFinished();
+    }
+  }
+  return row;
+}
+
+double memoryMegabytes(qint64 process, const QByteArray& field) {
+  QFile file(QStringLiteral("/proc/%1/smaps_rollup").arg(process));
+  if (!file.open(QIODevice::ReadOnly)) return 0;
+  for (const QByteArray& line : file.readAll().split('\n'))
+    if (line.startsWith(field + ':'))
+      return line.mid(field.size() + 1).simplified().split(' ').value(0).toDouble() / 1024;
+  return 0;
+}
+
+std::vector<Row> measureMemory(Application& application) {
+  Row resident{"idle resident memory without a model", "MB", {}, 120};
+  Row proportional{"  its share (PSS)", "MB", {}};
+  Row shown{"  resident after the window was shown", "MB", {}};
+  Application::command({QStringLiteral("modes"), QStringLiteral("edit"), QStringLiteral("Default"),
+                        QStringLiteral("--model"), QStringLiteral("base")});
+  for (int round = 0; round < 3 && application.start({QStringLiteral("--hidden")}); ++round) {
+    pause(4000);
+    resident.values.push_back(memoryMegabytes(application.processId(), "Rss"));
+    proportional.values.push_back(memoryMegabytes(application.processId(), "Pss"));
+    Application::command({QStringLiteral("show")});
+    pause(3000);
+    shown.values.push_back(memoryMegabytes(application.processId(), "Rss"));
+    application.quit();
+  }
+  return {resident, proportional, shown};
+}
+
+bool prepareEnvironment(const QString& build) {
+  const QString source = QStringLiteral(QUILLMERE_SOURCE_FOLDER);
+  qputenv("QUILLMERE_BUILD_DIR", build.toUtf8());
+  if (qEnvironmentVariableIsEmpty("QUILLMERE_SOURCE_DIR")) qputenv("QUILLMERE_SOURCE_DIR", source.toUtf8());
+  if (qEnvironmentVariableIsEmpty("QUILLMERE_STARTER_MODEL")) {
+    QDirIterator files(source + QStringLiteral("/build/starter/data"), {QStringLiteral("ggml-tiny.en.bin")},
+                       QDir::Files, QDirIterator::Subdirectories);
+    if (files.hasNext()) qputenv("QUILLMERE_STARTER_MODEL", files.next().toUtf8());
+  }
+  if (qEnvironmentVariableIsEmpty("DESKTOP_FOLDER")) {
+    std::fputs("start this through tests/e2e/headless-desktop.sh\n", stderr);
+    return false;
+  }
+  if (!QFileInfo(qEnvironmentVariable("QUILLMERE_STARTER_MODEL")).isFile()) {
+    std::fputs("there is no starter model (scripts/test.sh makes one)\n", stderr);
+    return false;
+  }
+  if (!QFileInfo(build + QStringLiteral("/src/app/quillmere-desktop")).isExecutable()) {
+    std::fprintf(stderr, "there is no quillmere-desktop below %s\n", qPrintable(build));
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QCoreApplication program(argc, argv);
+  const QStringList arguments = QCoreApplication::arguments();
+  const QString build = QFileInfo(arguments.value(1, QCoreApplication::applicationDirPath() + QStringLiteral("/../..")))
+                            .canonicalFilePath();
+  if (!prepareEnvironment(build)) return 2;
+  if (arguments.size() > 2) rounds = std::max(1, arguments[2].toInt());
+  std::printf("%s, %d rounds\n", qPrintable(build), rounds);
+
+  Application application;
+  if (!application.start({QStringLiteral("--hidden")})) {
+    std::fprintf(stderr, "the application does not start:\n%s\n", application.errors().constData());
+    return 1;
+  }
+  std::vector<Row> rows;
+  const auto add = [&rows](std::vector<Row> more) { rows.insert(rows.end(), more.begin(), more.end()); };
+  double stopToDecodingMs = 0;
+  add(measureDictations(application, stopToDecodingMs));
+  add(measureCancels(application, stopToDecodingMs));
+  application.quit();
+  add({measureStarts(application, "start to ready tray", {QStringLiteral("--hidden")}, 400)});
+  add({measureStarts(application, "  with the window", {}, 0)});
+  add(measureMemory(application));
+  print(rows);
+  return 0;
+}
