@@ -7,11 +7,16 @@
 
 #include "app/desktop/DesktopInterface.h"
 #include "core/AppState.h"
+#include "core/ShortcutStore.h"
 #include "models/WhisperModelManager.h"
 #include "providers/TranscriptionRetryController.h"
+#include "recording/AudioDeviceManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "support/FakeAudioDevices.h"
+#include "support/FakeAudioRecorder.h"
 #include "support/FakeDefaultsStore.h"
+#include "support/FakeGlobalShortcuts.h"
 #include "support/FakeHttpDownloader.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
@@ -40,7 +45,15 @@ class DesktopFixture {
     mode.name = QStringLiteral("E-mail & notes");
     const ModePtr mail = store->createMode(mode);
     state.selectMode(*standard, false);
+    state.setPersistenceController(store.get());
     if (hasHistory) addHistory(standard, mail);
+    inputs.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"),
+                                               language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon")
+                                                                               : QStringLiteral("USB microphone")),
+                  FakeAudioDevices::microphone(2, QStringLiteral("web"), QStringLiteral("Webcam"))};
+    inputs.defaultUid = QStringLiteral("usb");
+    devices.scanDevices(DeviceScanReason::initialBootstrap);
+    shortcutStore.start();
     DesktopIntents intents;
     intents.app.toggleRecording = [this] { ++toggles; };
     intents.app.cancelRecording = [this] { ++cancels; };
@@ -52,12 +65,18 @@ class DesktopFixture {
     intents.dialog.copyText = [this](const QString& text) { copied << text; };
     intents.dialog.isTextOnClipboard = [this] { return isTextOnClipboard; };
     intents.dialog.cancelKey = [] { return QStringLiteral("Esc"); };
+    intents.firstRun.tryDictation = [this] { ++trials; };
+    intents.firstRun.cancelDictation = [this] { ++cancels; };
     DesktopInterfaceServices services{
         state,           *store,       settings,
         defaults,        *manager,     executor,
         clock,           Logging(log), &notices,
         &retry,          nullptr,      QLocale(language == QLatin1String("de") ? QLocale::German : QLocale::English),
         QTimeZone::utc()};
+    services.devices = &devices;
+    services.recorders = &recorders;
+    services.shortcuts = &shortcuts;
+    services.shortcutStore = &shortcutStore;
     interface = std::make_unique<DesktopInterface>(std::move(services), std::move(intents),
                                                    DesktopInterfaceOptions{.hasTray = hasTray, .usesPortal = false});
     interface->app().setMicrophone(
@@ -136,7 +155,12 @@ class DesktopFixture {
   AppState state{executor, defaults, &settings, &notices, Logging(log)};
   TranscriptionRetryController retry{*store, &settings, nullptr, clock, Logging(log)};
   std::unique_ptr<WhisperModelManager> manager;
-  int toggles = 0, cancels = 0, stops = 0;
+  FakeAudioDevices inputs;
+  FakeAudioRecorderFactory recorders;
+  AudioDeviceManager devices{inputs, executor, nullptr, Logging(log)};
+  FakeGlobalShortcuts shortcuts;
+  ShortcutStore shortcutStore{defaults, shortcuts, &state, Logging(log)};
+  int toggles = 0, cancels = 0, stops = 0, trials = 0;
   bool isTextOnClipboard = true;
   QStringList copied, pasted, played;
   std::unique_ptr<DesktopInterface> interface;  // last: over everything else

@@ -78,6 +78,51 @@ TEST_P(Pictures, OfTheMainWindow) {
   EXPECT_EQ(f.log->lines(LogLevel::error), QStringList());
 }
 
+TEST_P(Pictures, OfTheOtherPages) {
+  DesktopFixture f(QString::fromLatin1(GetParam().language));
+  setScheme(f);
+  f.shortcutStore.setKeys(QStringLiteral("toggleRecordingWithTranscription"), KeyCombination::parse("Ctrl+Alt+D"));
+  f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
+  f.interface->showWindow();
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
+  for (const QVariant& entry : f.interface->mainWindow().pages()) {
+    const QString page = entry.toMap()[QStringLiteral("key")].toString();
+    f.interface->mainWindow().setPage(page);
+    for (const QSize size : {QSize(960, 620), QSize(720, 480)}) {
+      window->resize(size);
+      f.settle();
+      keep(window, page + (size.width() == 720 ? QStringLiteral("-small") : QString()));
+    }
+  }
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
+TEST_P(Pictures, OfTheFirstRun) {
+  DesktopFixture f(QString::fromLatin1(GetParam().language), false);
+  setScheme(f);
+  f.recorders.decibels = -18;
+  f.state.update([](AppStateData& data) { data.showOnboarding = true; });
+  f.interface->showWindow();
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
+  f.interface->firstRun()->setActive(true);
+  f.settle();
+  f.executor.advance(std::chrono::milliseconds(200));
+  f.settle();
+  keep(window, QStringLiteral("first-run-1"));
+  for (int step = 2; step <= 4; ++step) {
+    if (step == 3) f.interface->firstRun()->chooseModel(QStringLiteral("base"));
+    f.interface->firstRun()->next();
+    f.settle();
+    keep(window, QStringLiteral("first-run-") + QString::number(step));
+  }
+  window->resize(720, 480);
+  f.settle();
+  keep(window, QStringLiteral("first-run-small"));
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
 TEST_P(Pictures, OfAnEmptyHistory) {
   DesktopFixture f(QString::fromLatin1(GetParam().language), false);
   setScheme(f);

@@ -73,6 +73,15 @@ TEST(Windows, EveryControlHasAName) {
     }
   }
   DesktopFixture f;
+  f.state.update([](AppStateData& data) { data.showOnboarding = true; });
+  f.interface->showWindow();
+  f.settle();
+  for (int step = 0; step < 4; ++step) {
+    EXPECT_GE(expectNames(f.interface->mainWindow().window(), "first run"), step == 0 ? 2 : 4) << step;
+    f.interface->firstRun()->next();
+    f.settle();
+  }
+  f.interface->hideWindow();
   f.state.update([](AppStateData& data) {
     data.showRecordingDialog = true;
     data.showCancelConfirmation = true;
@@ -201,6 +210,112 @@ TEST(Windows, HistoryIsWorkedByKeyboard) {
   press(window, Qt::Key_Escape);
   f.settle();
   EXPECT_FALSE(f.interface->isWindowVisible());
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
+// Goes on with Tab until the control of that name has the keyboard.
+bool tabTo(DesktopFixture& f, const QString& name) {
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  for (int i = 0; i < 60; ++i) {
+    if (window->activeFocusItem() && accessibleName(window->activeFocusItem()) == name) return true;
+    press(window, Qt::Key_Tab);
+    f.settle();
+  }
+  return false;
+}
+
+TEST(Windows, FirstRunIsWorkedByKeyboard) {
+  DesktopFixture f;
+  f.recorders.decibels = -15;
+  f.state.update([](AppStateData& data) { data.showOnboarding = true; });
+  f.interface->showWindow();
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  ASSERT_NE(window, nullptr);
+  window->requestActivate();
+  ASSERT_TRUE(f.settleUntil([&] { return window->isActive() && f.interface->firstRun()->isActive(); }));
+  f.executor.advance(500ms);
+  f.settle();
+  EXPECT_TRUE(f.interface->microphone().hasHeard());
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Continue")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.interface->firstRun()->step(), 1);
+  EXPECT_TRUE(f.recorders.running.empty());
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Continue")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  // Pages behind the first run can't be reached.
+  press(window, Qt::Key_Comma, Qt::ControlModifier);
+  press(window, Qt::Key_F, Qt::ControlModifier);
+  f.settle();
+  EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("history"));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Choose keys: Start and stop dictating")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  f.shortcuts.enterCombination(KeyCombination::parse(QStringLiteral("Ctrl+Alt+D")));
+  f.settle();
+  EXPECT_EQ(f.interface->shortcuts()->toggleKeys(), QStringLiteral("Ctrl+Alt+D"));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Continue")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Field to dictate into")));
+  press(window, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Dictate")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.trials, 1);
+  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Field to dictate into")) << "where the text goes";
+  EXPECT_TRUE(f.interface->isTryingDictation());
+  // Escape puts the window away; the first run is still to be finished.
+  press(window, Qt::Key_Escape);
+  f.settle();
+  EXPECT_FALSE(f.interface->isWindowVisible());
+  EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
+  f.interface->showWindow();
+  window->requestActivate();
+  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Finish")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_TRUE(f.state.data().hasCompletedOnboarding);
+  press(window, Qt::Key_Comma, Qt::ControlModifier);
+  f.settle();
+  EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("settings"));
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
+TEST(Windows, SettingsAreWorkedByKeyboard) {
+  DesktopFixture f;
+  f.interface->showWindow(QStringLiteral("settings"));
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  window->requestActivate();
+  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Cut silence before it becomes text")));
+  press(window, Qt::Key_Space);
+  f.settle();
+  EXPECT_FALSE(f.settings.general().enableVAD());
+  f.settings.general().setEnableVAD(true);
+  f.settle();
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_FALSE(f.settings.general().enableVAD()) << "the switch had followed the change from outside";
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Other sound while dictating")));
+  press(window, Qt::Key_Down);
+  f.settle();
+  EXPECT_EQ(f.settings.audio().mediaControlMode(), MediaControlMode::muteAudio);
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Microphone")));
+  press(window, Qt::Key_Down);
+  f.settle();
+  EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), QStringLiteral("usb"));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Seconds until then")));
+  // What has the keyboard is in sight.
+  const QRectF place = window->activeFocusItem()->mapRectToScene(window->activeFocusItem()->boundingRect());
+  EXPECT_TRUE(QRectF(0, 0, window->width(), window->height()).contains(place));
+  press(window, Qt::Key_A, Qt::ControlModifier);
+  press(window, Qt::Key_3, Qt::NoModifier, QStringLiteral("3"));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.settings.clipboardRestoreDelaySeconds(), 3);
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 

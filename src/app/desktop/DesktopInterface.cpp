@@ -42,6 +42,23 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
   qml_->provide(QStringLiteral("History"), history_.get());
   qml_->provide(QStringLiteral("Models"), models_.get());
   qml_->provide(QStringLiteral("Overlay"), overlayBridge_.get());
+  microphone_ = std::make_unique<MicrophoneViewModel>(
+      MicrophoneViewModel::Services{services_.settings, services_.devices, services_.recorders, &services_.executor},
+      services_.logging);
+  settings_ = std::make_unique<SettingsViewModel>(services_.settings, intents_.openFolder, errorToasts_.get());
+  if (services_.shortcuts && services_.shortcutStore) {
+    shortcuts_ = std::make_unique<ShortcutsViewModel>(ShortcutsViewModel::Services{
+        services_.settings, *services_.shortcutStore, *services_.shortcuts, services_.executor, services_.defaults,
+        services_.canSeeKey, services_.isTrustedForAccessibility});
+    firstRun_ = std::make_unique<FirstRunViewModel>(
+        FirstRunViewModel::Services{services_.appState, services_.defaults, services_.persistence, services_.models,
+                                    *microphone_, *shortcuts_, services_.executor},
+        intents_.firstRun);
+  }
+  qml_->provide(QStringLiteral("Microphone"), microphone_.get());
+  qml_->provide(QStringLiteral("Preferences"), settings_.get());
+  qml_->provide(QStringLiteral("Shortcuts"), shortcuts_.get());
+  qml_->provide(QStringLiteral("FirstRun"), firstRun_.get());
 
   recordingWindows_ = std::make_unique<RecordingWindowManager>(
       [this]() -> std::unique_ptr<RecordingPanel> {
@@ -55,6 +72,11 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
                         QStringLiteral("HistoryPage")});
   mainWindow_->addPage({QStringLiteral("models"), QStringLiteral("sidebar.models"), QStringLiteral("models"),
                         QStringLiteral("ModelsPage")});
+  if (shortcuts_)
+    mainWindow_->addPage({QStringLiteral("shortcuts"), QStringLiteral("sidebar.shortcuts"),
+                          QStringLiteral("shortcuts"), QStringLiteral("ShortcutsPage")});
+  mainWindow_->addPage({QStringLiteral("settings"), QStringLiteral("sidebar.settings"), QStringLiteral("settings"),
+                        QStringLiteral("SettingsPage"), true});
   QObject::connect(mainWindow_.get(), &MainWindow::shown, history_.get(), [this] {
     services_.persistence.refreshIfChanged();
     services_.models.applicationDidBecomeActive();

@@ -13,15 +13,23 @@
 #include "app/desktop/TrayIcon.h"
 #include "base/Clock.h"
 #include "interface/AppStateViewModel.h"
+#include "interface/FirstRunViewModel.h"
 #include "interface/HistoryModel.h"
 #include "interface/InlineErrorToastManager.h"
+#include "interface/MicrophoneViewModel.h"
 #include "interface/ModeChangeToastManager.h"
 #include "interface/ModelsViewModel.h"
 #include "interface/RecordingWindowManager.h"
+#include "interface/SettingsViewModel.h"
+#include "interface/ShortcutsViewModel.h"
 
 namespace quillmere {
 
+class AudioDeviceManager;
+class AudioRecorderFactory;
+class GlobalShortcuts;
 class KeyInterceptor;
+class ShortcutStore;
 
 // What the windows work with. Everything outlives the interface; the pointers may be null.
 struct DesktopInterfaceServices {
@@ -38,12 +46,20 @@ struct DesktopInterfaceServices {
   KeyInterceptor* interceptor = nullptr;
   QLocale locale = {};
   QTimeZone timeZone = QTimeZone::systemTimeZone();
+  AudioDeviceManager* devices = nullptr;
+  AudioRecorderFactory* recorders = nullptr;  // for the level that the settings show
+  GlobalShortcuts* shortcuts = nullptr;       // without these two there is no page of shortcuts
+  ShortcutStore* shortcutStore = nullptr;
+  std::function<bool(ModifierKey)> canSeeKey = {};
+  std::function<bool()> isTrustedForAccessibility = {};
 };
 
 struct DesktopIntents {
   AppIntents app;
   HistoryIntents history;
   RecordingDialogIntents dialog;
+  FirstRunIntents firstRun;
+  std::function<void(const QString& path)> openFolder;
   std::function<void(ModePtr)> modelChosen;
   std::function<void()> quit;
   std::function<bool()> isComposited;  // default: yes
@@ -72,6 +88,8 @@ class DesktopInterface {
   void hideWindow() { mainWindow_->hide(); }
   bool isWindowVisible() const { return mainWindow_->isVisible(); }
   bool toggleWindow() { return mainWindow_->toggle(); }
+  // The window itself is what the text goes to.
+  bool isTryingDictation() const { return firstRun_ && firstRun_->isTrying() && mainWindow_->isActive(); }
 
   void showModeToast(const QString& modeName) { modeToasts_->show(modeName); }
   void setLiveMetrics(float level, double durationSeconds);
@@ -80,6 +98,10 @@ class DesktopInterface {
   AppStateViewModel& app() { return *app_; }
   HistoryModel& history() { return *history_; }
   ModelsViewModel& models() { return *models_; }
+  MicrophoneViewModel& microphone() { return *microphone_; }
+  SettingsViewModel& settings() { return *settings_; }
+  ShortcutsViewModel* shortcuts() { return shortcuts_.get(); }
+  FirstRunViewModel* firstRun() { return firstRun_.get(); }
   MainWindow& mainWindow() { return *mainWindow_; }
   RecordingWindowManager& recordingWindows() { return *recordingWindows_; }
   TrayIcon* tray() { return tray_.get(); }
@@ -93,6 +115,10 @@ class DesktopInterface {
   std::unique_ptr<AppStateViewModel> app_;
   std::unique_ptr<HistoryModel> history_;
   std::unique_ptr<ModelsViewModel> models_;
+  std::unique_ptr<MicrophoneViewModel> microphone_;
+  std::unique_ptr<SettingsViewModel> settings_;
+  std::unique_ptr<ShortcutsViewModel> shortcuts_;
+  std::unique_ptr<FirstRunViewModel> firstRun_;
   std::unique_ptr<OverlayBridge> overlayBridge_;
   std::unique_ptr<DesktopQml> qml_;
   std::unique_ptr<FloatingWindow> overlayWindow_;

@@ -12,6 +12,7 @@
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "recording/MicrophonePermissionManager.h"
+#include "triggers/BareModifierKeyMonitor.h"
 
 namespace quillmere {
 namespace {
@@ -26,6 +27,7 @@ DesktopProgram::~DesktopProgram() {
   scope_.reset();
   subscriptions_.clear();
   interface_.reset();
+  launchAtLogin_.reset();
 }
 
 std::optional<int> DesktopProgram::start() {
@@ -57,6 +59,11 @@ std::optional<int> DesktopProgram::start() {
   }
   services_ = std::move(*services);
   scope_ = std::make_unique<TaskScope>(*services_->base->executor);
+  // A program of a build tree would be gone at the next login.
+  if (const Paths& paths = services_->base->paths; paths.isInstalled)
+    launchAtLogin_ = std::make_unique<LaunchAtLogin>(
+        *services_->base->defaults, Autostart(paths.configHome, QCoreApplication::applicationFilePath()),
+        services_->base->logging);
   buildInterface();
   followRecording();
   followWorkspace();
@@ -74,7 +81,9 @@ std::optional<int> DesktopProgram::start() {
 
 DesktopWindows DesktopProgram::windowActions() {
   DesktopWindows windows;
-  windows.hideAll = [this] { interface_->hideWindow(); };
+  windows.hideAll = [this] {
+    if (!interface_->isTryingDictation()) interface_->hideWindow();
+  };
   windows.toggleMiniWindow = [this] {
     GeneralSettingsManager& general = services_->base->settings->general();
     general.setShowRecordingWindow(!general.showRecordingWindow());
@@ -127,10 +136,16 @@ DesktopIntents DesktopProgram::intents() {
     const auto keys = services_->shortcutStore->keys(QString::fromLatin1(shortcutNames::cancelRecording));
     return keys ? keys->text() : QString();
   };
+  intents.firstRun.tryDictation = [&recording] {
+    recording.toggleRecording(std::nullopt, false, RecordingTriggerSource::onboarding);
+  };
+  intents.firstRun.cancelDictation = [&recording] { recording.cancelFromShortcut(); };
+  intents.openFolder = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   intents.modelChosen = [this, &base](ModePtr mode) {
     (void)scope_->spawn(base.pipeline->prepareModel(std::move(mode)));
     showModelState();
   };
+  intents.firstRun.modelChosen = intents.modelChosen;
   intents.quit = [this] { quit(); };
   return intents;
 }
@@ -142,6 +157,13 @@ void DesktopProgram::buildInterface() {
   use.notices = &notices_;
   use.retry = base.retryHandler.get();
   use.interceptor = services_->session->keyInterceptor.get();
+  AudioRecordingManager& recording = *services_->session->audioManager;
+  use.devices = &recording.deviceManager();
+  use.recorders = services_->session->recorders.get();
+  use.shortcuts = services_->session->shortcuts.get();
+  use.shortcutStore = services_->shortcutStore.get();
+  use.canSeeKey = [&recording](ModifierKey key) { return recording.bareModifierKeyMonitor().canSee(key); };
+  use.isTrustedForAccessibility = [&recording] { return recording.accessibilityHelper().isTrusted(); };
   interface_ = std::make_unique<DesktopInterface>(std::move(use), intents());
 }
 

@@ -8,6 +8,7 @@
 #include "app/cli/SignalWatcher.h"
 #include "app/desktop/DesktopInterface.h"
 #include "app/desktop/DesktopNotices.h"
+#include "app/program/LaunchAtLogin.h"
 #include "app/session/ControlService.h"
 #include "app/session/DesktopServices.h"
 #include "base/async/TaskScope.h"
@@ -51,6 +52,7 @@ class DesktopProgram final : public UserNotices {
   QString lastNotice_;
   std::unique_ptr<ControlService> control_;
   std::unique_ptr<DesktopServices> services_;
+  std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<DesktopInterface> interface_;
   std::unique_ptr<SignalWatcher> signals_;
   QTimer storeTimer_;  // another process may write to the store while the window shows it

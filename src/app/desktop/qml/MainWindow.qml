@@ -13,8 +13,19 @@ Window {
     color: Theme.ground
     title: "Quillmere"
 
+    readonly property bool isFirstRun: FirstRun !== null && FirstRun.isShown
+
+    // The first run listens only while it is looked at.
+    onActiveChanged: if (FirstRun) FirstRun.isActive = active
+    onIsFirstRunChanged: Qt.callLater(() => (isFirstRun ? firstRunLoader : pageLoader).forceActiveFocus())
+
     // Escape closes what is open: a page may have something of its own.
     function closeWhatIsOpen() {
+        if (isFirstRun) {
+            if (!firstRunLoader.item || !firstRunLoader.item.closeWhatIsOpen())
+                Navigation.hide()
+            return
+        }
         if (pageLoader.item && pageLoader.item.closeWhatIsOpen && pageLoader.item.closeWhatIsOpen())
             return
         Navigation.hide()
@@ -22,17 +33,18 @@ Window {
 
     Shortcut { sequence: "Escape"; onActivated: window.closeWhatIsOpen() }
     Shortcut { sequences: [StandardKey.Close]; onActivated: Navigation.hide() }
-    Shortcut { sequence: "Ctrl+,"; onActivated: Navigation.page = "settings" }
+    Shortcut { sequence: "Ctrl+,"; enabled: !window.isFirstRun; onActivated: Navigation.page = "settings" }
     Shortcut {
         sequences: [StandardKey.Find]
+        enabled: !window.isFirstRun
         onActivated: {
             Navigation.page = "history"
             if (pageLoader.item && pageLoader.item.startSearch)
                 pageLoader.item.startSearch()
         }
     }
-    Shortcut { sequence: "Ctrl+PgDown"; onActivated: window.step(1) }
-    Shortcut { sequence: "Ctrl+PgUp"; onActivated: window.step(-1) }
+    Shortcut { sequence: "Ctrl+PgDown"; enabled: !window.isFirstRun; onActivated: window.step(1) }
+    Shortcut { sequence: "Ctrl+PgUp"; enabled: !window.isFirstRun; onActivated: window.step(-1) }
 
     function step(by) {
         const pages = Navigation.pages
@@ -47,6 +59,7 @@ Window {
     RowLayout {
         anchors.fill: parent
         spacing: 0
+        visible: !window.isFirstRun
 
         Rectangle {
             Layout.preferredWidth: Math.max(196, Math.round(Theme.body * 15))
@@ -160,5 +173,12 @@ Window {
             source: Navigation.pageUrl
             focus: true
         }
+    }
+    Loader {
+        id: firstRunLoader
+        anchors.fill: parent
+        active: window.isFirstRun
+        focus: window.isFirstRun
+        source: "FirstRunPage.qml"
     }
 }

@@ -1,0 +1,362 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "core/AppState.h"
+#include "core/ShortcutStore.h"
+#include "interface/FirstRunViewModel.h"
+#include "interface/MicrophoneViewModel.h"
+#include "interface/SettingsViewModel.h"
+#include "interface/ShortcutsViewModel.h"
+#include "models/WhisperModelManager.h"
+#include "recording/AudioDeviceManager.h"
+#include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
+#include "support/FakeAudioDevices.h"
+#include "support/FakeAudioRecorder.h"
+#include "support/FakeDefaultsStore.h"
+#include "support/FakeGlobalShortcuts.h"
+#include "support/FakeHttpDownloader.h"
+#include "support/FakeUserNotices.h"
+#include "support/ManualExecutor.h"
+#include "support/TestTexts.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString toggleName = QStringLiteral("toggleRecordingWithTranscription");
+
+struct Fixture {
+  TestTexts texts;
+  ManualExecutor executor;
+  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
+  QTemporaryDir folder;
+  FakeDefaultsStore defaults;
+  FakeUserNotices notices;
+  SettingsManager settings{defaults, StandardFolders{}, Logging()};
+  std::unique_ptr<PersistenceController> store =
+      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging())).value();
+  AppState state{executor, defaults, &settings, nullptr, Logging()};
+  FakeAudioDevices audio;
+  FakeAudioRecorderFactory recorders;
+  AudioDeviceManager devices{audio, executor, nullptr, Logging()};
+  FakeGlobalShortcuts shortcuts;
+  ShortcutStore shortcutStore{defaults, shortcuts, nullptr, Logging()};
+  FakeHttpDownloader downloader;
+  WorkerPool pool{1};
+  WhisperModelManager models{configuration(), downloader, executor, pool, Logging()};
+  int cancels = 0;
+  QStringList chosen;
+
+  Fixture() {
+    state.setPersistenceController(store.get());
+    ModeData cloud;
+    cloud.name = QStringLiteral("Default");
+    cloud.model = QStringLiteral("cloud");
+    state.selectMode(*store->createMode(cloud), false);
+    audio.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"), QStringLiteral("USB microphone"))};
+    audio.defaultUid = QStringLiteral("usb");
+    devices.scanDevices(DeviceScanReason::initialBootstrap);
+    shortcutStore.start();
+  }
+  WhisperModelManagerConfiguration configuration() {
+    WhisperModelManagerConfiguration configuration;
+    configuration.modelsDirectory = folder.path();
+    return configuration;
+  }
+  void install(const QString& name) {
+    QFile file(folder.filePath(QStringLiteral("ggml-%1.bin").arg(name)));
+    if (file.open(QIODevice::WriteOnly)) file.resize(1000);
+    file.close();
+    models.scanForModels();
+  }
+  MicrophoneViewModel microphone{{settings, &devices, &recorders, &executor}, Logging()};
+  ShortcutsViewModel keys{{settings, shortcutStore, shortcuts, executor, defaults, {}, {}}};
+  std::unique_ptr<FirstRunViewModel> firstRun;
+  FirstRunViewModel& show() {
+    FirstRunIntents intents;
+    intents.cancelDictation = [this] { ++cancels; };
+    intents.modelChosen = [this](const ModePtr& mode) { chosen << *mode->model; };
+    firstRun = std::make_unique<FirstRunViewModel>(
+        FirstRunViewModel::Services{state, defaults, *store, models, microphone, keys, executor}, std::move(intents));
+    state.update([](AppStateData& data) { data.showOnboarding = true; });
+    firstRun->setActive(true);
+    return *firstRun;
+  }
+  void goTo(int step) {
+    while (firstRun->step() < step) firstRun->next();
+  }
+};
+
+TEST(FirstRun, EachStepCanBeSkippedAndNoneIsAskedTwice) {
+  Fixture f;
+  FirstRunViewModel* firstRun = &f.show();
+  EXPECT_EQ(firstRun->step(), 0);
+  firstRun->back();
+  EXPECT_EQ(firstRun->step(), 0);
+  firstRun->next();
+  firstRun->next();
+  // The program ends in the middle and starts again.
+  f.firstRun.reset();
+  f.state.update([](AppStateData& data) { data.onboardingCurrentStep = 0; });
+  firstRun = &f.show();
+  EXPECT_EQ(firstRun->step(), FirstRunViewModel::shortcutStep);
+  firstRun->next();
+  EXPECT_TRUE(firstRun->isTrying());
+  EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
+  firstRun->next();
+  EXPECT_FALSE(firstRun->isShown());
+  EXPECT_TRUE(f.state.data().hasCompletedOnboarding);
+  EXPECT_TRUE(f.defaults.value(QStringLiteral("hasCompletedOnboarding")).toBool());
+  EXPECT_EQ(f.store->fetchMode(QString::fromLatin1(localDefaultModeId)), nullptr) << "what was skipped changes nothing";
+  firstRun->next();
+  EXPECT_EQ(firstRun->step(), 0);
+}
+
+TEST(FirstRun, MicrophoneIsHeardOnlyWhileItsStepIsLookedAt) {
+  Fixture f;
+  f.recorders.decibels = -50;  // a quiet room
+  FirstRunViewModel& firstRun = f.show();
+  f.executor.advance(1s);
+  ASSERT_EQ(f.recorders.running.size(), 1U);
+  EXPECT_GT(f.microphone.level(), 0);
+  EXPECT_FALSE(firstRun.isStepDone());
+  f.recorders.decibels = -20;
+  f.executor.advance(200ms);
+  EXPECT_TRUE(firstRun.isStepDone());
+  EXPECT_EQ(f.microphone.statusText(), QStringLiteral("USB microphone hears you"));
+  // Nothing is left of what was heard, and nothing listens any more.
+  const auto expectRest = [&] {
+    f.executor.advance(100ms);
+    EXPECT_TRUE(f.recorders.running.empty());
+    for (const QString& path : f.recorders.paths) EXPECT_FALSE(QFile::exists(path)) << qPrintable(path);
+    EXPECT_EQ(f.microphone.level(), 0);
+  };
+  firstRun.setActive(false);
+  expectRest();
+  firstRun.setActive(true);
+  f.executor.advance(100ms);
+  EXPECT_EQ(f.recorders.running.size(), 1U);
+  firstRun.next();
+  expectRest();
+  firstRun.back();
+  f.executor.advance(100ms);
+  // Another microphone has to prove itself.
+  f.audio.list.push_back(FakeAudioDevices::microphone(2, QStringLiteral("web"), QStringLiteral("Webcam")));
+  f.recorders.decibels = -160;
+  f.audio.defaultUid = QStringLiteral("web");
+  f.devices.scanDevices(DeviceScanReason::defaultInput);
+  f.executor.advance(200ms);
+  EXPECT_FALSE(firstRun.isStepDone());
+  EXPECT_EQ(f.recorders.running.size(), 1U);
+  EXPECT_EQ(f.microphone.choices().size(), 3);
+  f.firstRun.reset();
+}
+
+TEST(FirstRun, MicrophoneSaysWhyItHearsNothing) {
+  Fixture f;
+  f.recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("The sound server refused.")};
+  f.show();
+  f.executor.advance(100ms);
+  EXPECT_TRUE(f.microphone.hasProblem());
+  EXPECT_EQ(f.microphone.statusText(), QStringLiteral("The sound server refused."));
+  f.recorders.recordError.reset();
+  f.executor.advance(3s);
+  EXPECT_FALSE(f.microphone.hasProblem()) << "tried again by itself";
+  f.recorders.interrupt({AudioRecorder::Interruption::Kind::deviceGone, QStringLiteral("It went away.")});
+  EXPECT_EQ(f.microphone.statusText(), QStringLiteral("It went away."));
+  f.executor.advance(5s);
+  EXPECT_FALSE(f.microphone.hasProblem());
+  f.audio.list.clear();
+  f.audio.defaultUid.reset();
+  f.devices.scanDevices(DeviceScanReason::deviceList);
+  EXPECT_TRUE(f.microphone.statusText().startsWith(QStringLiteral("No microphone")));
+}
+
+TEST(FirstRun, AnInstalledModelCounts) {
+  Fixture f;
+  f.install(QStringLiteral("base.en"));
+  FirstRunViewModel& firstRun = f.show();
+  firstRun.next();
+  EXPECT_TRUE(firstRun.isStepDone());
+  EXPECT_EQ(firstRun.chosenModel(), QStringLiteral("base.en"));
+  firstRun.next();
+  const ModePtr mode = f.store->fetchMode(QString::fromLatin1(localDefaultModeId));
+  ASSERT_NE(mode, nullptr);
+  EXPECT_EQ(mode->model, QStringLiteral("base.en"));
+  EXPECT_EQ(mode->language, QStringLiteral("en"));
+  EXPECT_EQ(QUuid::fromString(f.state.data().selectedModeId), *mode->id);
+  EXPECT_EQ(QUuid::fromString(f.settings.currentModeId()), *mode->id);
+  EXPECT_EQ(f.chosen, QStringList{QStringLiteral("base.en")});
+  // Another one goes into the same mode; what the user changed there stays.
+  mode->name = QStringLiteral("Mine");
+  f.store->save();
+  f.install(QStringLiteral("tiny"));
+  firstRun.chooseModel(QStringLiteral("tiny"));
+  EXPECT_EQ(mode->model, QStringLiteral("tiny"));
+  EXPECT_EQ(mode->name, QStringLiteral("Mine"));
+}
+
+TEST(FirstRun, AChosenModelIsUsedWhenItHasArrived) {
+  Fixture f;
+  FirstRunViewModel& firstRun = f.show();
+  f.goTo(FirstRunViewModel::modelStep);
+  EXPECT_FALSE(firstRun.isStepDone());
+  EXPECT_NE(firstRun.tryProblem(), QString());
+  firstRun.chooseModel(QStringLiteral("small"));
+  EXPECT_EQ(firstRun.chosenModel(), QStringLiteral("small"));
+  firstRun.chooseModel(QStringLiteral("base"));
+  EXPECT_EQ(firstRun.chosenModel(), QStringLiteral("base"));
+  f.goTo(FirstRunViewModel::tryStep);
+  EXPECT_TRUE(firstRun.tryProblem().contains(QStringLiteral("downloaded")));
+  EXPECT_EQ(f.store->fetchMode(QString::fromLatin1(localDefaultModeId)), nullptr);
+  f.install(QStringLiteral("base"));
+  EXPECT_EQ(f.chosen, QStringList{QStringLiteral("base")});
+  EXPECT_EQ(firstRun.tryProblem(), QString());
+  f.state.update([](AppStateData& data) { data.lastTranscription = QStringLiteral("Hello there."); });
+  EXPECT_TRUE(firstRun.isStepDone());
+  EXPECT_EQ(firstRun.heardText(), QStringLiteral("Hello there."));
+}
+
+TEST(FirstRun, AShortcutPressedHereIsOnlyATrial) {
+  Fixture f;
+  FirstRunViewModel& firstRun = f.show();
+  const auto record = [&](bool isRecording) {
+    f.state.update([&](AppStateData& data) {
+      if (isRecording)
+        data.recordingState.kind = RecordingState::Recording{};
+      else
+        data.recordingState.kind = RecordingState::Idle{};
+    });
+    f.executor.runReady();
+  };
+  record(true);
+  record(false);
+  EXPECT_EQ(f.cancels, 0) << "another step";
+  f.goTo(FirstRunViewModel::shortcutStep);
+  EXPECT_FALSE(firstRun.isStepDone());
+  EXPECT_TRUE(f.keys.choose(toggleName, QStringLiteral("Ctrl+Alt+D")));
+  EXPECT_TRUE(firstRun.isStepDone());
+  EXPECT_FALSE(firstRun.hasLit());
+  f.state.update([](AppStateData& data) { data.isToggleRecordingShortcutHeld = true; });
+  EXPECT_TRUE(firstRun.isLit());
+  f.state.update([](AppStateData& data) { data.isToggleRecordingShortcutHeld = false; });
+  EXPECT_FALSE(firstRun.isLit());
+  EXPECT_TRUE(firstRun.hasLit());
+  record(true);
+  EXPECT_EQ(f.cancels, 1);
+  record(false);
+  // In another program it is a dictation.
+  firstRun.setActive(false);
+  record(true);
+  EXPECT_EQ(f.cancels, 1);
+}
+
+TEST(Shortcuts, AreRecordedByPressingThem) {
+  Fixture f;
+  const auto row = [&](const QString& name, int role) {
+    for (int i = 0; i < f.keys.rowCount(); ++i)
+      if (f.keys.index(i).data(ShortcutsViewModel::nameRole) == name) return f.keys.index(i).data(role);
+    return QVariant();
+  };
+  const auto problem = [&](const QString& name) { return row(name, ShortcutsViewModel::problemRole).toString(); };
+  const QString mode = QStringLiteral("changeMode");
+  f.keys.record(toggleName);
+  f.executor.runReady();
+  EXPECT_TRUE(row(toggleName, ShortcutsViewModel::recordingRole).toBool());
+  f.shortcuts.enterCombination(KeyCombination::parse(QStringLiteral("Ctrl+Alt+D")));
+  f.executor.runReady();
+  EXPECT_EQ(f.keys.recordingName(), QString());
+  EXPECT_EQ(f.keys.toggleKeys(), QStringLiteral("Ctrl+Alt+D"));
+  EXPECT_EQ(f.shortcuts.shortcut(toggleName), KeyCombination::parse(QStringLiteral("Ctrl+Alt+D")));
+  // Escape leaves them.
+  f.keys.record(toggleName);
+  f.executor.runReady();
+  f.shortcuts.enterCombination(std::nullopt);
+  f.executor.runReady();
+  EXPECT_EQ(f.keys.toggleKeys(), QStringLiteral("Ctrl+Alt+D"));
+
+  f.shortcuts.takenByOthers = {QStringLiteral("Super+L")};
+  struct Refused {
+    const char* keys;
+    const char* word;
+  };
+  EXPECT_TRUE(f.keys.choose(mode, QStringLiteral("F9")));
+  for (const Refused& refused : {Refused{"d", "character"}, {"Shift+d", "character"}, {"Super+L", "taken"},
+                                 {"Ctrl+Alt+D", "Start and stop dictating"}}) {
+    f.keys.record(mode);
+    f.executor.runReady();
+    f.shortcuts.enterCombination(KeyCombination::parse(QString::fromLatin1(refused.keys)));
+    f.executor.runReady();
+    EXPECT_TRUE(problem(mode).contains(QLatin1String(refused.word))) << refused.keys << ": " << qPrintable(problem(mode));
+    EXPECT_EQ(row(mode, ShortcutsViewModel::keysRole), QStringLiteral("F9")) << "the former keys stay";
+    EXPECT_EQ(f.shortcuts.shortcut(mode), KeyCombination::parse(QStringLiteral("F9")));
+  }
+  // A second recording ends the first; what is pressed belongs to the second.
+  f.keys.record(toggleName);
+  f.executor.runReady();
+  f.keys.record(mode);
+  f.executor.runReady();
+  EXPECT_FALSE(row(toggleName, ShortcutsViewModel::recordingRole).toBool());
+  f.shortcuts.enterCombination(KeyCombination::parse(QStringLiteral("F10")));
+  f.executor.runReady();
+  EXPECT_EQ(row(mode, ShortcutsViewModel::keysRole), QStringLiteral("F10"));
+  EXPECT_EQ(problem(mode), QString());
+  f.keys.clear(toggleName);
+  EXPECT_EQ(f.keys.toggleKeys(), QString());
+  EXPECT_EQ(f.shortcuts.shortcut(toggleName), std::nullopt);
+  EXPECT_FALSE(f.keys.hasTrigger());
+}
+
+TEST(Shortcuts, FollowWhatOthersChange) {
+  Fixture f;
+  int changes = 0;
+  QObject::connect(&f.keys, &ShortcutsViewModel::changed, &f.keys, [&] { ++changes; });
+  f.defaults.setValue(QStringLiteral("KeyboardShortcuts_") + toggleName, QStringLiteral("Ctrl+F5"));
+  EXPECT_EQ(f.keys.toggleKeys(), QStringLiteral("Ctrl+F5"));
+  EXPECT_GE(changes, 1);
+  const int before = changes;
+  f.settings.setPushToTalkMode(PushToTalkMode::control);
+  EXPECT_GT(changes, before);
+  EXPECT_TRUE(f.keys.isModifierHeld());
+  f.keys.setPushToTalkMode(QStringLiteral("custom"));
+  EXPECT_FALSE(f.keys.isModifierHeld());
+  EXPECT_EQ(f.settings.pushToTalkMode(), PushToTalkMode::custom);
+  f.keys.setPushToTalkMode(QStringLiteral("nonsense"));
+  EXPECT_EQ(f.settings.pushToTalkMode(), PushToTalkMode::custom);
+  // A pedal is not offered, but shown where it is what is set.
+  EXPECT_EQ(f.keys.pushToTalkChoices().size(), 5);
+  f.settings.setPushToTalkMode(PushToTalkMode::usbPedal);
+  EXPECT_EQ(f.keys.pushToTalkChoices().size(), 6);
+  // Nothing reacts to the key for live dictation while that is off.
+  const int rows = f.keys.rowCount();
+  f.settings.setStreamingEnabled(true);
+  EXPECT_EQ(f.keys.rowCount(), rows + 1);
+}
+
+TEST(Preferences, AreLiveAndChecked) {
+  Fixture f;
+  SettingsViewModel page(f.settings, {}, &f.notices);
+  int changes = 0;
+  QObject::connect(&page, &SettingsViewModel::valuesChanged, &page, [&] { ++changes; });
+  for (const QString& key : SettingsViewModel::keys()) EXPECT_TRUE(page.values().value(key).isValid()) << qPrintable(key);
+  f.settings.general().setEnableVAD(false);
+  EXPECT_EQ(page.values()[QStringLiteral("enableVAD")], QVariant(false));
+  EXPECT_EQ(changes, 1);
+  EXPECT_TRUE(page.set(QStringLiteral("enableVAD"), true));
+  EXPECT_TRUE(f.settings.general().enableVAD());
+  EXPECT_TRUE(page.set(QStringLiteral("clipboardRestoreDelaySeconds"), QStringLiteral("2.5")));
+  EXPECT_EQ(f.settings.clipboardRestoreDelaySeconds(), 2.5);
+  EXPECT_TRUE(page.set(QStringLiteral("mediaControlMode"), QStringLiteral("pauseMedia")));
+  for (const char* text : {"-1", "soon", ""}) {
+    EXPECT_FALSE(page.set(QStringLiteral("clipboardRestoreDelaySeconds"), QString::fromLatin1(text))) << text;
+    EXPECT_EQ(page.values()[QStringLiteral("clipboardRestoreDelaySeconds")], QVariant(2.5));
+  }
+  EXPECT_FALSE(page.set(QStringLiteral("hasCompletedOnboarding"), true));
+}
+
+}  // namespace
+}  // namespace quillmere
