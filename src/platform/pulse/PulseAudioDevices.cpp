@@ -185,10 +185,10 @@ void PulseAudioDevices::arrived(Snapshot snapshot, bool isComplete) {
   if (hasNewDefault && !alive.expired()) observers_.tell(Change::defaultInput);
 }
 
+// Not a coroutine: one would take its place in the queue only when it is started, and miss an answer that comes before.
 Task<void> PulseAudioDevices::nextSnapshot() {
   readers_.emplace_back();
-  auto waiting = readers_.back().wait();
-  co_await std::move(waiting);
+  return readers_.back().wait();
 }
 
 Task<bool> PulseAudioDevices::waitUntilReady() {
