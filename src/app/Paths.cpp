@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <optional>
 
 namespace quillmere {
 namespace {
@@ -20,26 +21,31 @@ QString userFolder(QStandardPaths::StandardLocation location, const QString& fal
   return QDir::cleanPath(folder.isEmpty() ? QDir::homePath() + u'/' + fallbackBelowHome : folder);
 }
 
-QString resources() {
-  // From $PREFIX/libexec/quillmere.
-  const QString installed =
-      QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../../share/quillmere"));
-  return QFileInfo(installed).isDir() ? installed : QStringLiteral(QUILLMERE_SOURCE_RESOURCES);
+// Nothing in a build tree.
+std::optional<QString> installedResources() {
+  // From $PREFIX/bin and from $PREFIX/libexec/quillmere.
+  for (const char* place : {"/../share/quillmere", "/../../share/quillmere"}) {
+    const QString folder = QDir::cleanPath(QCoreApplication::applicationDirPath() + QString::fromLatin1(place));
+    if (QFileInfo(folder).isDir()) return folder;
+  }
+  return std::nullopt;
 }
 
 }  // namespace
 
 Paths Paths::fromEnvironment() {
   Paths paths;
+  paths.configHome = baseFolder("XDG_CONFIG_HOME", QStringLiteral(".config"));
   const QString data = baseFolder("XDG_DATA_HOME", QStringLiteral(".local/share"));
   paths.dataFolder = data + QStringLiteral("/quillmere");
   paths.storeFile = paths.dataFolder + QStringLiteral("/Quillmere.sqlite");
   paths.modelsFolder = paths.dataFolder + QStringLiteral("/models");
-  paths.settingsFile =
-      baseFolder("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/quillmere/quillmere.conf");
+  paths.settingsFile = paths.configHome + QStringLiteral("/quillmere/quillmere.conf");
   paths.stateFolder = baseFolder("XDG_STATE_HOME", QStringLiteral(".local/state")) + QStringLiteral("/quillmere");
   paths.logsFolder = paths.stateFolder + QStringLiteral("/logs");
-  paths.resourcesFolder = resources();
+  const auto installed = installedResources();
+  paths.isInstalled = installed.has_value();
+  paths.resourcesFolder = installed.value_or(QStringLiteral(QUILLMERE_SOURCE_RESOURCES));
   paths.bundledModelFolders = {paths.resourcesFolder + QStringLiteral("/models"),
                                QStringLiteral(QUILLMERE_BUILD_MODELS)};
   // Beside the program in a build tree; an installed one knows its place, also when the whole prefix was moved.
