@@ -79,23 +79,17 @@ void print(const std::vector<Row>& rows) {
 
 // --- one dictation after the other
 
-std::vector<Row> measureDictations(Application& application, double& stopToDecodingMs) {
-  Row firstSample{"trigger to first sample", "ms", {}, 50};
-  Row toDecoding{"stop to start of decoding, without trimming", "ms", {}, 60};
-  Row trimming{"  trimming of silence", "ms", {}};
-  Row decoding{"  decoding", "ms", {}};
-  Row toPaste{"end of decoding to the text being fetched", "ms", {}, 150};
-  Row total{"stop to text", "ms", {}};
-  std::vector<double> wholeWay;
-  TextField field(TextField::Kind::qtLine);
+// The timings of each dictation into the field, as the application's status tells them.
+std::vector<QJsonObject> dictate(Application& application, TextField& field, bool canReadWhileOpen) {
+  std::vector<QJsonObject> all;
   if (!field.isReady()) std::puts("the target's window is not active");
   // The first round warms everything up and doesn't count.
   for (int round = 0; round <= rounds; ++round) {
     field.activate();
     const QJsonObject before = application.status()["timings"].toObject();
-    const qsizetype lengthBefore = field.text().size();
+    const qsizetype lengthBefore = canReadWhileOpen ? field.text().size() : 0;
     application.toggle();
-    if (!asked([&] { return application.state() == QLatin1String("recording"); })) return {};
+    if (!asked([&] { return application.state() == QLatin1String("recording"); })) return all;
     Microphone().speak(shortSpeech);
     application.toggle();
     QJsonObject status;
@@ -109,23 +103,43 @@ std::vector<Row> measureDictations(Application& application, double& stopToDecod
                   qPrintable(status["paste"].toString()), qPrintable(status["error"].toString()));
       continue;
     }
-    if (!asked([&] { return field.text().size() > lengthBefore; }, 5000))
+    if (canReadWhileOpen && !asked([&] { return field.text().size() > lengthBefore; }, 5000))
       std::printf("round %d: the text was not seen in the field\n", round);
-    if (round == 0) continue;
-    const QJsonObject timings = status["timings"].toObject();
-    const auto take = [&timings](Row& row, const char* key) {
-      if (timings.contains(QLatin1String(key))) row.values.push_back(timings[QLatin1String(key)].toDouble());
-    };
-    take(firstSample, "triggerToFirstSample");
-    take(trimming, "trimming");
-    take(decoding, "decoding");
-    take(toPaste, "decodedToPasted");
-    take(total, "stopToText");
-    wholeWay.push_back(timings["stopToDecoding"].toDouble());
-    toDecoding.values.push_back(wholeWay.back() - timings["trimming"].toDouble());
+    if (round > 0) all.push_back(status["timings"].toObject());
   }
+  return all;
+}
+
+std::vector<Row> measureDictations(Application& application, double& stopToDecodingMs) {
+  Row firstSample{"trigger to first sample", "ms", {}, 50};
+  Row toDecoding{"stop to start of decoding, without trimming", "ms", {}, 60};
+  Row trimming{"  trimming of silence", "ms", {}};
+  Row decoding{"  decoding", "ms", {}};
+  // Qt's fields wait 50 ms of their own between asking for the types and asking for the text.
+  Row toQt{"end of decoding to the fetch by a Qt field", "ms", {}, 150};
+  Row toGtk{"end of decoding to the fetch by a GTK field", "ms", {}, 150};
+  Row total{"stop to text", "ms", {}};
+  const auto take = [](Row& row, const QJsonObject& timings, const char* key) {
+    if (timings.contains(QLatin1String(key))) row.values.push_back(timings[QLatin1String(key)].toDouble());
+  };
+  std::vector<double> wholeWay;
+  {
+    TextField field(TextField::Kind::qtLine);
+    for (const QJsonObject& timings : dictate(application, field, true)) {
+      take(firstSample, timings, "triggerToFirstSample");
+      take(trimming, timings, "trimming");
+      take(decoding, timings, "decoding");
+      take(toQt, timings, "decodedToPasted");
+      take(total, timings, "stopToText");
+      wholeWay.push_back(timings["stopToDecoding"].toDouble());
+      toDecoding.values.push_back(wholeWay.back() - timings["trimming"].toDouble());
+    }
+  }
+  TextField field(TextField::Kind::gtkEntry);
+  for (const QJsonObject& timings : dictate(application, field, false)) take(toGtk, timings, "decodedToPasted");
+  if (field.text().isEmpty()) std::puts("no text was seen in the GTK field");
   stopToDecodingMs = median(wholeWay);
-  return {firstSample, toDecoding, trimming, decoding, toPaste, total};
+  return {firstSample, toDecoding, trimming, decoding, toQt, toGtk, total};
 }
 
 // --- cancel
