@@ -9,8 +9,7 @@
 namespace quillmere {
 
 NormalizedShortcutRecorder::NormalizedShortcutRecorder(ShortcutStore& store, GlobalShortcuts& shortcuts,
-                                                       Executor& executor,
-                                                       std::function<void(const QString&)> onChange)
+                                                       Executor& executor, std::function<void(const QString&)> onChange)
     : store_(store), shortcuts_(shortcuts), onChange_(std::move(onChange)), scope_(executor) {}
 
 QString NormalizedShortcutRecorder::title(const QString& name) {

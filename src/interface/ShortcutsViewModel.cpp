@@ -50,8 +50,9 @@ int ShortcutsViewModel::rowCount(const QModelIndex& parent) const {
 }
 
 QHash<int, QByteArray> ShortcutsViewModel::roleNames() const {
-  return {{nameRole, "name"},           {titleRole, "title"},     {descriptionRole, "description"}, {keysRole, "keys"},
-          {recordingRole, "isRecording"}, {problemRole, "problem"}, {shownRole, "isShown"}};
+  return {{nameRole, "name"},    {titleRole, "title"},           {descriptionRole, "description"},
+          {keysRole, "keys"},    {recordingRole, "isRecording"}, {problemRole, "problem"},
+          {shownRole, "isShown"}};
 }
 
 QVariant ShortcutsViewModel::data(const QModelIndex& index, int role) const {

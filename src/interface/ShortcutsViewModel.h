@@ -43,7 +43,7 @@ class ShortcutsViewModel final : public QAbstractListModel {
     ShortcutStore& store;
     GlobalShortcuts& shortcuts;
     Executor& executor;
-    DefaultsStore& defaults;  // where the keys stand, whoever changes them
+    DefaultsStore& defaults;                          // where the keys stand, whoever changes them
     std::function<bool(ModifierKey)> canSee = {};     // whether the keyboard tells of that key; default: all but Fn
     std::function<bool()> isTrustedForAccessibility;  // default: yes
   };

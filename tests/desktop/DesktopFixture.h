@@ -48,9 +48,9 @@ class DesktopFixture {
     state.setPersistenceController(store.get());
     if (hasHistory) addHistory(standard, mail);
     inputs.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"),
-                                               language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon")
-                                                                               : QStringLiteral("USB microphone")),
-                  FakeAudioDevices::microphone(2, QStringLiteral("web"), QStringLiteral("Webcam"))};
+                                                language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon")
+                                                                                : QStringLiteral("USB microphone")),
+                   FakeAudioDevices::microphone(2, QStringLiteral("web"), QStringLiteral("Webcam"))};
     inputs.defaultUid = QStringLiteral("usb");
     devices.scanDevices(DeviceScanReason::initialBootstrap);
     shortcutStore.start();
@@ -128,6 +128,14 @@ class DesktopFixture {
       QCoreApplication::processEvents();
       QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+  }
+  // A voice at the microphone, which is never as loud as it was a moment before.
+  void speak() {
+    for (int i = 0; i < 8; ++i) {
+      recorders.decibels = float(-22 + i);
+      executor.advance(std::chrono::milliseconds(33));
+    }
+    settle();
   }
   // Until the condition holds; false after a generous while.
   bool settleUntil(const std::function<bool()>& condition) {

@@ -83,6 +83,8 @@ TEST_P(Pictures, OfTheOtherPages) {
   setScheme(f);
   f.shortcutStore.setKeys(QStringLiteral("toggleRecordingWithTranscription"), KeyCombination::parse("Ctrl+Alt+D"));
   f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
+  f.store->addVocabularyItem(QStringLiteral("Quillmere"));
+  f.store->addVocabularyItem(QStringLiteral("q three"), QStringLiteral("Q3"));
   f.interface->showWindow();
   QQuickWindow* const window = f.interface->mainWindow().window();
   ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
@@ -101,15 +103,13 @@ TEST_P(Pictures, OfTheOtherPages) {
 TEST_P(Pictures, OfTheFirstRun) {
   DesktopFixture f(QString::fromLatin1(GetParam().language), false);
   setScheme(f);
-  f.recorders.decibels = -18;
   f.state.update([](AppStateData& data) { data.showOnboarding = true; });
   f.interface->showWindow();
   QQuickWindow* const window = f.interface->mainWindow().window();
   ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
   f.interface->firstRun()->setActive(true);
   f.settle();
-  f.executor.advance(std::chrono::milliseconds(200));
-  f.settle();
+  f.speak();
   keep(window, QStringLiteral("first-run-1"));
   for (int step = 2; step <= 4; ++step) {
     if (step == 3) f.interface->firstRun()->chooseModel(QStringLiteral("base"));

@@ -226,15 +226,13 @@ bool tabTo(DesktopFixture& f, const QString& name) {
 
 TEST(Windows, FirstRunIsWorkedByKeyboard) {
   DesktopFixture f;
-  f.recorders.decibels = -15;
   f.state.update([](AppStateData& data) { data.showOnboarding = true; });
   f.interface->showWindow();
   QQuickWindow* const window = f.interface->mainWindow().window();
   ASSERT_NE(window, nullptr);
   window->requestActivate();
   ASSERT_TRUE(f.settleUntil([&] { return window->isActive() && f.interface->firstRun()->isActive(); }));
-  f.executor.advance(500ms);
-  f.settle();
+  f.speak();
   EXPECT_TRUE(f.interface->microphone().hasHeard());
   ASSERT_TRUE(tabTo(f, QStringLiteral("Continue")));
   press(window, Qt::Key_Return);
@@ -264,7 +262,8 @@ TEST(Windows, FirstRunIsWorkedByKeyboard) {
   press(window, Qt::Key_Return);
   f.settle();
   EXPECT_EQ(f.trials, 1);
-  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Field to dictate into")) << "where the text goes";
+  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Field to dictate into"))
+      << "where the text goes";
   EXPECT_TRUE(f.interface->isTryingDictation());
   // Escape puts the window away; the first run is still to be finished.
   press(window, Qt::Key_Escape);
@@ -316,6 +315,54 @@ TEST(Windows, SettingsAreWorkedByKeyboard) {
   press(window, Qt::Key_Return);
   f.settle();
   EXPECT_EQ(f.settings.clipboardRestoreDelaySeconds(), 3);
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
+TEST(Windows, ModesAndWordsAreWorkedByKeyboard) {
+  DesktopFixture f;
+  f.interface->showWindow(QStringLiteral("modes"));
+  QQuickWindow* const window = f.interface->mainWindow().window();
+  window->requestActivate();
+  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
+  const auto type = [&](const QString& text) {
+    for (const QChar c : text) press(window, Qt::Key_unknown, Qt::NoModifier, QString(c));
+  };
+  ASSERT_TRUE(tabTo(f, QStringLiteral("New mode")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Name"));
+  EXPECT_GE(expectNames(window, "mode editor"), 6);
+  type(QStringLiteral("Default"));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.interface->modes().count(), 2) << "the name is taken";
+  press(window, Qt::Key_A, Qt::ControlModifier);
+  type(QStringLiteral("Letters"));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.interface->modes().count(), 3);
+  // Delete asks first, and the answer at hand is no.
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Delete the mode Letters")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Cancel"));
+  press(window, Qt::Key_Escape);
+  f.settle();
+  EXPECT_TRUE(f.interface->isWindowVisible());
+  EXPECT_EQ(f.interface->modes().count(), 3);
+
+  f.interface->mainWindow().setPage(QStringLiteral("vocabulary"));
+  f.settle();
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Word")));
+  type(QStringLiteral("Zug"));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.interface->vocabulary().count(), 1);
+  EXPECT_GE(expectNames(window, "vocabulary"), 5);
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Remove Zug")));
+  press(window, Qt::Key_Return);
+  f.settle();
+  EXPECT_EQ(f.interface->vocabulary().count(), 0);
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 

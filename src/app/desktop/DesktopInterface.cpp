@@ -42,6 +42,10 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
   qml_->provide(QStringLiteral("History"), history_.get());
   qml_->provide(QStringLiteral("Models"), models_.get());
   qml_->provide(QStringLiteral("Overlay"), overlayBridge_.get());
+  modes_ = std::make_unique<ModesViewModel>(
+      ModesViewModel::Services{services_.persistence, services_.settings, services_.appState, services_.models},
+      services_.logging);
+  vocabulary_ = std::make_unique<VocabularyModel>(services_.persistence);
   microphone_ = std::make_unique<MicrophoneViewModel>(
       MicrophoneViewModel::Services{services_.settings, services_.devices, services_.recorders, &services_.executor},
       services_.logging);
@@ -55,6 +59,8 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
                                     *microphone_, *shortcuts_, services_.executor},
         intents_.firstRun);
   }
+  qml_->provide(QStringLiteral("Modes"), modes_.get());
+  qml_->provide(QStringLiteral("Vocabulary"), vocabulary_.get());
   qml_->provide(QStringLiteral("Microphone"), microphone_.get());
   qml_->provide(QStringLiteral("Preferences"), settings_.get());
   qml_->provide(QStringLiteral("Shortcuts"), shortcuts_.get());
@@ -70,11 +76,15 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
   mainWindow_ = std::make_unique<MainWindow>(*qml_, services_.appState, services_.defaults);
   mainWindow_->addPage({QStringLiteral("history"), QStringLiteral("sidebar.history"), QStringLiteral("history"),
                         QStringLiteral("HistoryPage")});
+  mainWindow_->addPage(
+      {QStringLiteral("modes"), QStringLiteral("sidebar.modes"), QStringLiteral("modes"), QStringLiteral("ModesPage")});
+  mainWindow_->addPage({QStringLiteral("vocabulary"), QStringLiteral("sidebar.vocabulary"),
+                        QStringLiteral("vocabulary"), QStringLiteral("VocabularyPage")});
   mainWindow_->addPage({QStringLiteral("models"), QStringLiteral("sidebar.models"), QStringLiteral("models"),
                         QStringLiteral("ModelsPage")});
   if (shortcuts_)
-    mainWindow_->addPage({QStringLiteral("shortcuts"), QStringLiteral("sidebar.shortcuts"),
-                          QStringLiteral("shortcuts"), QStringLiteral("ShortcutsPage")});
+    mainWindow_->addPage({QStringLiteral("shortcuts"), QStringLiteral("sidebar.shortcuts"), QStringLiteral("shortcuts"),
+                          QStringLiteral("ShortcutsPage")});
   mainWindow_->addPage({QStringLiteral("settings"), QStringLiteral("sidebar.settings"), QStringLiteral("settings"),
                         QStringLiteral("SettingsPage"), true});
   QObject::connect(mainWindow_.get(), &MainWindow::shown, history_.get(), [this] {

@@ -19,9 +19,11 @@
 #include "interface/MicrophoneViewModel.h"
 #include "interface/ModeChangeToastManager.h"
 #include "interface/ModelsViewModel.h"
+#include "interface/ModesViewModel.h"
 #include "interface/RecordingWindowManager.h"
 #include "interface/SettingsViewModel.h"
 #include "interface/ShortcutsViewModel.h"
+#include "interface/VocabularyModel.h"
 
 namespace quillmere {
 
@@ -98,6 +100,8 @@ class DesktopInterface {
   AppStateViewModel& app() { return *app_; }
   HistoryModel& history() { return *history_; }
   ModelsViewModel& models() { return *models_; }
+  ModesViewModel& modes() { return *modes_; }
+  VocabularyModel& vocabulary() { return *vocabulary_; }
   MicrophoneViewModel& microphone() { return *microphone_; }
   SettingsViewModel& settings() { return *settings_; }
   ShortcutsViewModel* shortcuts() { return shortcuts_.get(); }
@@ -115,6 +119,8 @@ class DesktopInterface {
   std::unique_ptr<AppStateViewModel> app_;
   std::unique_ptr<HistoryModel> history_;
   std::unique_ptr<ModelsViewModel> models_;
+  std::unique_ptr<ModesViewModel> modes_;
+  std::unique_ptr<VocabularyModel> vocabulary_;
   std::unique_ptr<MicrophoneViewModel> microphone_;
   std::unique_ptr<SettingsViewModel> settings_;
   std::unique_ptr<ShortcutsViewModel> shortcuts_;

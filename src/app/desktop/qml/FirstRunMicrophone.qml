@@ -23,7 +23,7 @@ ColumnLayout {
             }
             MeterBars {
                 level: Microphone.level
-                count: 32
+                count: Math.max(1, Math.floor((content.width + spacing) / 11))
                 name: qsTrId("firstRun.microphone.level")
             }
             RowLayout {
@@ -48,6 +48,7 @@ ColumnLayout {
     }
     Text {
         Layout.fillWidth: true
+        visible: Microphone.hasProblem || !Microphone.hasHeard
         text: Microphone.hasProblem ? qsTrId("firstRun.microphone.without") : qsTrId("firstRun.microphone.hint")
         font.pixelSize: Theme.small
         lineHeight: 1.2

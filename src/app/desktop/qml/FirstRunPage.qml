@@ -89,9 +89,14 @@ FocusScope {
             Layout.topMargin: 8
             spacing: 12
             MeterBars {
-                visible: FirstRun.step > 0 && Microphone.hasHeard
-                level: App.isRecording ? App.level : 0
+                visible: FirstRun.step > 0 && App.isRecording
+                level: App.level
                 name: qsTrId("firstRun.microphone.level")
+            }
+            Icon {
+                visible: FirstRun.step > 0 && Microphone.hasHeard && !App.isRecording
+                name: "check"
+                color: Theme.success
             }
             Text {
                 Layout.fillWidth: true

@@ -40,6 +40,7 @@ ColumnLayout {
                 KeyRecorder {
                     shortcutName: step.toggleName
                     title: qsTrId("shortcuts.title.toggleRecordingWithTranscription")
+                    keepsPlace: false
                     keys: Shortcuts.toggleKeys
                     isRecording: Shortcuts.recordingName === step.toggleName
                 }

@@ -9,6 +9,7 @@ Row {
     property string title
     property string keys
     property bool isRecording: false
+    property bool keepsPlace: true  // under others: the buttons stand in one column whether there are keys or not
 
     spacing: 6
     ActionButton {
@@ -27,6 +28,7 @@ Row {
         kind: "quiet"
         iconName: "close"
         name: qsTrId("shortcuts.clear.name").arg(recorder.title)
+        visible: enabled || recorder.keepsPlace
         opacity: enabled ? 1 : 0
         enabled: recorder.keys !== "" && !recorder.isRecording
         onClicked: {

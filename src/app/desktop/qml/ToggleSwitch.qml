@@ -15,7 +15,13 @@ T.Switch {
     Accessible.role: Accessible.CheckBox
     Accessible.name: name
     Accessible.checked: checked
-    Keys.onReturnPressed: toggle()
+    Keys.onReturnPressed: switchByKey()
+    Keys.onEnterPressed: switchByKey()
+
+    function switchByKey() {
+        toggle()
+        toggled()  // as by a click
+    }
 
     contentItem: Text {
         text: control.text
