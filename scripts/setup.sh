@@ -17,19 +17,17 @@ build_packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libsndfile1-dev
   xdg-user-dirs
   # the desktop application
-  qt6-declarative-dev libgl-dev libegl-dev libgl1-mesa-dri
-  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts
+  qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-layouts
   qml6-module-qtquick-window qml6-module-qtqml-workerscript
-  libpulse-dev libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev
-  libxcb-util-dev libxcb-xfixes0-dev libxkbcommon-dev libxkbcommon-x11-dev libatspi2.0-dev
+  libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev
+  libxkbcommon-dev libxkbcommon-x11-dev
 )
 # The compiler's run-time library and symbol printer are for the sanitizer builds.
 test_packages=(
-  libgtest-dev libgmock-dev libbenchmark-dev libclang-rt-16-dev llvm-16 espeak-ng sox ffmpeg util-linux
+  libgtest-dev libgmock-dev libclang-rt-16-dev llvm-16 ffmpeg util-linux procps
   # the headless desktop and the programs that text is dictated into
-  xvfb openbox dbus dbus-bin libglib2.0-bin pulseaudio pulseaudio-utils at-spi2-core gnome-keyring
-  x11-utils x11-xserver-utils x11-xkb-utils xauth xdotool xclip wmctrl imagemagick xterm zenity fonts-dejavu-core
-  python3-dbusmock mpv mpv-mpris playerctl chromium
+  xvfb openbox dbus libglib2.0-bin pulseaudio pulseaudio-utils at-spi2-core gnome-keyring python3-dbusmock
+  x11-utils x11-xkb-utils xdotool xclip wmctrl xterm zenity chromium fonts-dejavu-core
 )
 
 with_tests=yes list=no
