@@ -52,6 +52,7 @@ Paths Paths::fromEnvironment() {
   const QString program = QCoreApplication::applicationDirPath();
   const QString name = QStringLiteral("quillmere-media.so");
   paths.mediaLibraries = {program + u'/' + name, QStringLiteral(QUILLMERE_INSTALLED_MEDIA),
+                          QDir::cleanPath(program + QStringLiteral("/../lib/quillmere/") + name),
                           QDir::cleanPath(program + QStringLiteral("/../../lib/quillmere/") + name)};
   paths.standard.applicationSupport = data;
   paths.standard.documents = userFolder(QStandardPaths::DocumentsLocation, QStringLiteral("Documents"));
