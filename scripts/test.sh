@@ -23,7 +23,7 @@ while [ $# -gt 0 ]; do
 done
 build=$root/build/$preset
 # The rooms whose tests run under a sanitizer: our own code, without the speech engine and the media libraries.
-unit_rooms='base|domain|diagnostics|storage|audio|postprocessing|models|providers|files|core'
+unit_rooms='base|domain|diagnostics|storage|audio|recording|triggers|delivery|context|postprocessing|models|providers|files|core|interface'
 
 if [ $setup = yes ]; then bash "$root/scripts/setup.sh" --test </dev/null; fi
 say "Configuring build/$preset"

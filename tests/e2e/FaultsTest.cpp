@@ -85,7 +85,12 @@ TEST(FaultsTest, AfterTheSoundServerCameBackTheNextDictationWorks) {
   ASSERT_TRUE(application.waitForState("idle"));
   ASSERT_TRUE(eventually([&] { return !Application::history().isEmpty(); })) << "the cut-off recording was kept";
 
-  QProcess::startDetached("setsid", {qEnvironmentVariable("DESKTOP_FOLDER") + "/start-sound"});
+  QProcess server;
+  server.setProgram("setsid");
+  server.setArguments({qEnvironmentVariable("DESKTOP_FOLDER") + "/start-sound"});
+  server.setStandardOutputFile(QProcess::nullDevice());
+  server.setStandardErrorFile(QProcess::nullDevice());
+  server.startDetached();
   ASSERT_TRUE(eventually([] { return Tool::run("pactl", {"get-default-source"}).text() == "virtual_mic"; }));
   ASSERT_TRUE(eventually([&] { return application.status()["microphone"].toString().contains("Virtual"); }));
   ASSERT_TRUE(application.dictate());
@@ -168,7 +173,7 @@ TEST(FaultsTest, WithoutASoundServerTheUserGetsOneClearSentence) {
       << application.status()["error"].toString().toStdString();
   EXPECT_TRUE(Application::history().isEmpty());
   Tool::run("pactl", {"load-module", "module-remap-source", "source_name=virtual_mic", "master=mic_feed.monitor",
-                      "source_properties=device.description='Virtual USB Microphone'"});
+                      "source_properties=\"device.description='Virtual USB Microphone'\""});
   Tool::run("pactl", {"set-default-source", "virtual_mic"});
 }
 

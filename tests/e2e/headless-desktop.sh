@@ -36,6 +36,8 @@ until_true() {  # WHAT COMMAND...: at most 30 s
 take_down() {
   trap - EXIT INT TERM
   local i pid try
+  # A sound server that a test started again is no child of this shell.
+  [ -f "$base/sound.pa" ] && pkill -TERM -f -- "-F $base/sound.pa"
   for ((i = ${#services[@]} - 1; i >= 0; i--)); do kill -TERM -- "-${services[i]}" 2>/dev/null; done
   for pid in ${services[@]+"${services[@]}"}; do
     for ((try = 0; try < 40; try++)); do kill -0 "$pid" 2>/dev/null || break; sleep 0.025; done
