@@ -502,7 +502,6 @@
 <message id="doctor.title.keyring"><translation>Schlüsselbund</translation></message>
 <message id="doctor.title.model"><translation>Sprachmodell</translation></message>
 <message id="doctor.title.disk"><translation>Platte</translation></message>
-<message id="doctor.title.processor"><translation>Prozessor</translation></message>
 <message id="doctor.sound.ok"><translation>Verbunden; %1 Eingänge.</translation></message>
 <message id="doctor.sound.absent"><translation>Kein Tonserver antwortet.</translation></message>
 <message id="doctor.sound.advice"><translation>PipeWire oder PulseAudio starten: systemctl --user start pipewire-pulse</translation></message>
@@ -541,7 +540,6 @@
 <message id="doctor.disk.lowAdvice"><translation>Platz schaffen: eine Minute Sprache braucht 2 MB.</translation></message>
 <message id="doctor.disk.readOnly"><translation>In %1 lässt sich nicht schreiben.</translation></message>
 <message id="doctor.disk.readOnlyAdvice"><translation>Einen anderen Ordner wählen: quillmere settings set recordingsFolder PFAD</translation></message>
-<message id="doctor.processor.ok"><translation>Für die Spracherkennung geeignet.</translation></message>
 <!-- The desktop windows -->
 <message id="recording.dialog.window.title"><translation>Quillmere-Diktat</translation></message>
 <message id="recording.dialog.cancel.question"><translation>Abbrechen?</translation></message>

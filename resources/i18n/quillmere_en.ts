@@ -502,7 +502,6 @@
 <message id="doctor.title.keyring"><translation>Keyring</translation></message>
 <message id="doctor.title.model"><translation>Speech model</translation></message>
 <message id="doctor.title.disk"><translation>Disk</translation></message>
-<message id="doctor.title.processor"><translation>Processor</translation></message>
 <message id="doctor.sound.ok"><translation>Connected; %1 inputs.</translation></message>
 <message id="doctor.sound.absent"><translation>No sound server answers.</translation></message>
 <message id="doctor.sound.advice"><translation>Start PipeWire or PulseAudio: systemctl --user start pipewire-pulse</translation></message>
@@ -541,7 +540,6 @@
 <message id="doctor.disk.lowAdvice"><translation>Make room: a minute of speech takes 2 MB.</translation></message>
 <message id="doctor.disk.readOnly"><translation>%1 can't be written to.</translation></message>
 <message id="doctor.disk.readOnlyAdvice"><translation>Choose another folder: quillmere settings set recordingsFolder PATH</translation></message>
-<message id="doctor.processor.ok"><translation>Fit for the speech engine.</translation></message>
 <!-- The desktop windows -->
 <message id="recording.dialog.window.title"><translation>Quillmere dictation</translation></message>
 <message id="recording.dialog.cancel.question"><translation>Cancel?</translation></message>

@@ -126,6 +126,8 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   context.onInterrupt = nullptr;
   context.terminal.clearStatus();
   recording.stoppedAt = executor.now();
+  RecordingSessionManager& sessions = session.audioManager->sessionManager();
+  if (isCancelled) sessions.discardSession(sessions.currentRecordingSession());
   auto stopping = lifecycle.stopRecording();
   auto stopped = co_await std::move(stopping);
   lifecycle.setOnInterrupted({});
@@ -134,6 +136,7 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
     throw Cancelled{};
   }
   recording.timings.stopToFileReady = executor.now() - recording.stoppedAt;
+  if (stopped && stopped->firstSampleAt) recording.timings.triggerToFirstSample = *stopped->firstSampleAt - triggered;
   if (broken) context.terminal.err(broken->description);
   if (!stopped || !stopped->path) co_return Failed{CommandFailure{localizedText("cli.dictate.nothing"), exitFailure}};
   if (stopped->duration < minimumSeconds || QFileInfo(*stopped->path).size() < minimumBytes) {
@@ -212,8 +215,8 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
 
   if (!options.isQuiet) context.terminal.status(localizedText("cli.dictate.transcribing"));
   const QString path = *recording.result.path;
-  const TranscriptPtr row = services.persistence->createTranscript(recording.result.duration, mode->name, path);
-  if (row && recording.result.session) row->recordingSession = recording.result.session;
+  const TranscriptPtr row = session->audioManager->sessionManager().createTranscript(
+      recording.result.session, recording.result.duration, mode->name, path);
   const TimePoint trimmingStart = executor.now();
   auto trimming = services.vadProcessingService->process(
       path, recording.result.duration, services.settings->general().enableVAD(), QStringLiteral("Recording"));

@@ -3,7 +3,12 @@
 #include <QCoreApplication>
 
 #include "app/composition.h"
-#include "app/session/AbsentDisplay.h"
+#include "app/session/AbsentGlobalShortcuts.h"
+#include "app/session/AbsentKeyEventMonitor.h"
+#include "app/session/AbsentKeyInterceptor.h"
+#include "app/session/AbsentKeySynthesizer.h"
+#include "app/session/AbsentPasteboard.h"
+#include "app/session/AbsentWorkspace.h"
 #include "platform/atspi/AtspiAccessibility.h"
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/FileInUse.h"

@@ -1,0 +1,13 @@
+#pragma once
+#include "ports/KeyEventMonitor.h"
+
+namespace quillmere {
+
+// Stands behind the port where there is no display. Recording and transcribing work without one.
+class AbsentKeyEventMonitor final : public KeyEventMonitor {
+ public:
+  bool start(std::function<void(const ModifierEvent&)>) override { return false; }
+  void stop() override {}
+};
+
+}  // namespace quillmere

@@ -1,0 +1,18 @@
+#pragma once
+#include "ports/Workspace.h"
+
+namespace quillmere {
+
+// Stands behind the port where there is no display. Recording and transcribing work without one.
+class AbsentWorkspace final : public Workspace {
+ public:
+  std::optional<RunningApplication> frontmostApplication() const override { return std::nullopt; }
+  std::optional<RunningApplication> runningApplication(qint64) const override { return std::nullopt; }
+  bool activate(qint64) override { return false; }
+  void hideThisApplication() override {}
+  Subscription observeFrontmost(std::function<void()>) override { return {}; }
+  Subscription observeLaunches(std::function<void(const RunningApplication&)>) override { return {}; }
+  bool forceTerminate(qint64) override { return false; }
+};
+
+}  // namespace quillmere
