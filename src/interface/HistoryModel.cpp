@@ -86,7 +86,10 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const {
         parts << locale_.toString(transcript.date->toTimeZone(timeZone_).time(), QLocale::ShortFormat);
       if (transcript.duration.value_or(0) > 0) parts << durationText(*transcript.duration);
       if (transcript.transcriptionProvider && !failed) parts << *transcript.transcriptionProvider;
-      if (!transcript.postProcessedText.value_or(QString()).isEmpty()) parts << localizedText("history.rewritten");
+      // A rewriting that was skipped or changed nothing leaves the same text there.
+      if (const QString rewritten = transcript.postProcessedText.value_or(QString());
+          !rewritten.isEmpty() && rewritten != transcript.transcribedText.value_or(QString()))
+        parts << localizedText("history.rewritten");
       return parts.join(QStringLiteral(" · "));
     }
     case failedRole:
