@@ -81,6 +81,13 @@ void print(const std::vector<Row>& rows) {
 
 // --- one dictation after the other
 
+bool startRecording(Application& application) {
+  application.toggle();
+  if (asked([&] { return application.state() == QLatin1String("recording"); }, 20000)) return true;
+  std::printf("no recording began: %s\n", qPrintable(application.status()["error"].toString()));
+  return false;
+}
+
 struct Dictation {
   QJsonObject timings;    // as the application's status tells them
   QDateTime textInField;  // not known of every field
@@ -94,8 +101,7 @@ std::vector<Dictation> dictate(Application& application, TextField& field, bool 
     field.activate();
     const QJsonObject before = application.status()["timings"].toObject();
     const qsizetype lengthBefore = canReadWhileOpen ? field.text().size() : 0;
-    application.toggle();
-    if (!asked([&] { return application.state() == QLatin1String("recording"); })) return all;
+    if (!startRecording(application)) break;
     Microphone().speak(shortSpeech);
     application.toggle();
     Dictation dictation;
@@ -193,8 +199,7 @@ std::vector<Row> measureCancels(Application& application, double stopToDecodingM
   Row toRest{"cancel to the engine's threads at rest", "ms", {}, 100};
   constexpr int busyTicks = 3;
   for (int round = 0; round < rounds; ++round) {
-    application.toggle();
-    if (!asked([&] { return application.state() == QLatin1String("recording"); })) return {};
+    if (!startRecording(application)) break;
     Microphone().speak(shortSpeech);
     application.toggle();
     // Each round at another point of the decode.
