@@ -73,6 +73,9 @@ class FirstRunViewModel final : public QObject {
   QString tryProblem() const;
   bool isTrying() const { return isShown() && step() == tryStep; }
 
+  // The shortcut is being tried: what is said of so short a dictation is not worth reading.
+  bool isTryingShortcut() const { return isShown() && isActive_ && step() == shortcutStep && hasLit_; }
+
   // Done or skipped: neither is asked again. The last one ends the first run.
   Q_INVOKABLE void next();
   Q_INVOKABLE void back();

@@ -19,8 +19,10 @@ class MicrophoneProbe {
   void stop();
   bool isRunning() const { return isRunning_; }
 
-  Published<float>& level() { return level_; }        // 0 to 1, every 33 ms
-  Published<QString>& problem() { return problem_; }  // why nothing can be heard, as a sentence; empty while all is well
+  // 0 to 1, every 33 ms.
+  Published<float>& level() { return level_; }
+  // Why nothing can be heard, as a sentence; empty while all is well.
+  Published<QString>& problem() { return problem_; }
 
  private:
   Task<void> listen();

@@ -260,8 +260,10 @@ TEST(FirstRun, AShortcutPressedHereIsOnlyATrial) {
   record(true);
   EXPECT_EQ(f.cancels, 1);
   record(false);
+  EXPECT_TRUE(firstRun.isTryingShortcut());
   // In another program it is a dictation.
   firstRun.setActive(false);
+  EXPECT_FALSE(firstRun.isTryingShortcut());
   record(true);
   EXPECT_EQ(f.cancels, 1);
 }

@@ -93,6 +93,8 @@ class DesktopInterface {
   // The window itself is what the text goes to.
   bool isTryingDictation() const { return firstRun_ && firstRun_->isTrying() && mainWindow_->isActive(); }
 
+  bool isTryingShortcut() const { return firstRun_ && firstRun_->isTryingShortcut(); }
+
   void showModeToast(const QString& modeName) { modeToasts_->show(modeName); }
   void setLiveMetrics(float level, double durationSeconds);
 

@@ -165,6 +165,8 @@ void DesktopProgram::buildInterface() {
   use.canSeeKey = [&recording](ModifierKey key) { return recording.bareModifierKeyMonitor().canSee(key); };
   use.isTrustedForAccessibility = [&recording] { return recording.accessibilityHelper().isTrusted(); };
   interface_ = std::make_unique<DesktopInterface>(std::move(use), intents());
+  ShortcutsViewModel* const shortcuts = interface_->shortcuts();
+  QObject::connect(shortcuts, &ShortcutsViewModel::changed, shortcuts, [this] { showSurroundings(); });
 }
 
 void DesktopProgram::followRecording() {
@@ -240,6 +242,7 @@ Task<void> DesktopProgram::pasteIntoLastApplication(QString text) {
 }
 
 void DesktopProgram::showToast(const QString& message, bool isCritical) {
+  if (!isCritical && interface_ && interface_->isTryingShortcut()) return;
   lastNotice_ = message;
   notices_.showToast(message, isCritical);
 }

@@ -7,6 +7,8 @@ import Quillmere
 FocusScope {
     id: page
 
+    focus: true
+
     readonly property var titles: ["firstRun.microphone.title", "firstRun.model.title", "firstRun.shortcut.title", "firstRun.try.title"]
     readonly property var intros: ["firstRun.microphone.intro", "firstRun.model.intro", "firstRun.shortcut.intro", "firstRun.try.intro"]
     readonly property var files: ["FirstRunMicrophone.qml", "FirstRunModel.qml", "FirstRunShortcut.qml", "FirstRunTry.qml"]
