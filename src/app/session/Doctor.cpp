@@ -102,7 +102,10 @@ Task<DoctorFinding> checkClipboard(Pasteboard* pasteboard) {
 }
 
 DoctorFinding checkKeys(KeySynthesizer* keys) {
-  if (!keys || !keys->isAvailable())
+  if (!keys)
+    return finding("keys", Verdict::warning, localizedText("doctor.keys.absent"),
+                   localizedText("doctor.display.advice"));
+  if (!keys->isAvailable())
     return finding("keys", Verdict::warning, localizedText("doctor.keys.absent"), localizedText("doctor.keys.advice"));
   if (const auto code = keys->keyCodeForLetter(u'v'))
     return finding("keys", Verdict::ok, localizedText("doctor.keys.ok", *code));
