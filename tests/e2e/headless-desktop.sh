@@ -80,7 +80,7 @@ SOUND
   # Started by a line in a file, so that a test can kill the server and start it again.
   cat >"$base/start-sound" <<SOUND
 #!/bin/sh
-exec pulseaudio -n -F "$base/sound.pa" --daemonize=no --exit-idle-time=-1 --use-pid-file=no --log-target=stderr
+exec pulseaudio -n -F "$base/sound.pa" --daemonize=no --exit-idle-time=-1 --use-pid-file=no --realtime=no --high-priority=no --log-target=stderr
 SOUND
   chmod +x "$base/start-sound"
   start sound "$base/start-sound"
