@@ -9,6 +9,7 @@
 #include "providers/Transcriber.h"
 #include "recording/PowerActivityManager.h"
 #include "recording/RecordingLifecycle.h"
+#include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 
@@ -45,6 +46,7 @@ RecordingTranscriptionFlow::RecordingTranscriptionFlow(RecordingTranscriptionFlo
       logger_(logging.logger(QStringLiteral("RecordingTranscriptionFlow"))),
       scope_(use_.executor) {
   use_.recordingLifecycle.setOnInterrupted([this](const AudioRecorder::Interruption&) { onInterrupted(); });
+  use_.sessionManager.setTracksUntilSettled(true);
 }
 
 RecordingTranscriptionFlow::~RecordingTranscriptionFlow() {
@@ -190,8 +192,11 @@ Task<void> RecordingTranscriptionFlow::finishEverything() {
     auto stopping = use_.recordingLifecycle.stopRecording();
     const auto result = co_await std::move(stopping);
     if (result && result->path && result->duration >= minimumDurationSeconds) {
-      const TranscriptPtr transcript = use_.persistence.createTranscript(result->duration, mode, *result->path);
+      const TranscriptPtr transcript =
+          use_.sessionManager.createTranscript(result->session, result->duration, mode, *result->path);
       keepFailedTranscript(transcript, reason, text);
+    } else if (result) {
+      use_.sessionManager.settleSession(result->session);
     }
     setRecordingState({RecordingState::Idle{}});
     disableCancelShortcut();

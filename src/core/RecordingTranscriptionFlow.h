@@ -89,11 +89,17 @@ class RecordingTranscriptionFlow final {
     CancelSource cancel;
     TimePoint pressedAt;
   };
+  // What is known of a recording when it begins.
+  struct Started {
+    DictationTimings timings;
+    std::optional<TimePoint> pressedAt;
+  };
   // One recording on its way from the stop to the text.
   struct Dictation {
     QString audioPath;
     double durationSeconds = 0;
     QString modeName;
+    RecordingSessionPtr session;
     TimePoint stoppedAt;
     TimePoint textAt;
     DictationTimings timings;
@@ -178,7 +184,7 @@ class RecordingTranscriptionFlow final {
   std::optional<QString> previousFrontmostBundleID_;
   std::optional<ApplicationContext> capturedApplicationContext_;
   std::optional<QString> capturedSelectedText_;
-  DictationTimings startTimings_;  // of the newest recording, until its stop takes them
+  Started started_;  // of the newest recording, until its stop takes it
   Published<std::optional<DictationTimings>> lastTimings_;
   std::vector<TranscriptPtr> unfinished_;  // rows whose transcription is under way
   int stopsUnderWay_ = 0;                  // stops whose audio has no transcript yet

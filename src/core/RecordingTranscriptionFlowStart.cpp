@@ -115,8 +115,9 @@ Task<void> RecordingTranscriptionFlow::start(QString modeName, TimePoint pressed
     co_await std::move(ending);
     co_return;
   }
-  startTimings_ = {};
-  startTimings_.triggerToRecorderRunning = use_.executor.now() - pressedAt;
+  started_ = Started{};
+  started_.pressedAt = pressedAt;
+  started_.timings.triggerToRecorderRunning = use_.executor.now() - pressedAt;
   checkpoints.mark(QStringLiteral("audio engine started"));
   setRecordingState({RecordingState::Recording{}});
   checkpoints.mark(QStringLiteral("recording state updated"));
@@ -238,7 +239,7 @@ Task<std::optional<QString>> RecordingTranscriptionFlow::checkStorage() {
 Task<void> RecordingTranscriptionFlow::failValidation(QString text) {
   logger_.error("Recording cancelled due to validation failure: %s", text);
   auto stopping = use_.recordingLifecycle.stopRecording();
-  co_await std::move(stopping);
+  if (const auto result = co_await std::move(stopping)) use_.sessionManager.settleSession(result->session);
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};
     data.showRecordingDialog = false;

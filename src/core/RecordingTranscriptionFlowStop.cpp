@@ -15,6 +15,7 @@
 #include "recording/FileWatcher.h"
 #include "recording/PowerActivityManager.h"
 #include "recording/RecordingLifecycle.h"
+#include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 
@@ -63,6 +64,8 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   StopUnderWay underWay(*this);
   // The question whether to cancel is about the recording that ends here.
   updateState([](AppStateData& data) { data.showCancelConfirmation = false; });
+  if (cancelled && isRecording()) use_.sessionManager.discardSession(use_.sessionManager.currentRecordingSession());
+  const Started started = std::exchange(started_, Started{});
   auto stopping = use_.recordingLifecycle.stopRecording();
   const auto result = co_await std::move(stopping);
   if (!result || !result->path) {
@@ -79,8 +82,11 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   dictation->audioPath = *result->path;
   dictation->durationSeconds = result->duration;
   dictation->modeName = modeName;
+  dictation->session = result->session;
   dictation->stoppedAt = pressedAt;
-  dictation->timings = std::exchange(startTimings_, {});
+  dictation->timings = started.timings;
+  if (result->firstSampleAt && started.pressedAt)
+    dictation->timings.triggerToFirstSample = *result->firstSampleAt - *started.pressedAt;
   const QString& path = dictation->audioPath;
   const qint64 fileSizeBytes = sizeOf(path);
   const bool isTooSmall = fileSizeBytes >= 0 && fileSizeBytes < minimumFileSizeBytes;
@@ -105,6 +111,7 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   }
   dictation->timings.stopToFileReady = use_.executor.now() - pressedAt;
   if (cancelled) {
+    use_.sessionManager.settleSession(result->session);
     endCancelled();
     co_return;
   }
@@ -124,7 +131,7 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
 
   const QString transcriptMode = selectedModeName(modeName);
   dictation->modeName = transcriptMode;
-  dictation->transcript = use_.persistence.createTranscript(result->duration, transcriptMode, path);
+  dictation->transcript = use_.sessionManager.createTranscript(result->session, result->duration, transcriptMode, path);
   logger_.info("💾 Created processing transcript: duration=%fs, mode=%s", result->duration, transcriptMode);
   if (prepared.wasProcessed && prepared.trimResult) {
     use_.persistence.setTrimmedAudioPath(dictation->transcript, prepared.finalAudioPath);
@@ -205,6 +212,7 @@ void RecordingTranscriptionFlow::discard(const Dictation& dictation, qint64 file
                     duration < minimumDurationSeconds ? QStringLiteral("duration") : QStringLiteral("file_size")},
                    {QStringLiteral("mode"), dictation.modeName}});
   QFile::remove(dictation.audioPath);
+  if (dictation.session) use_.persistence.deleteRecordingSession(dictation.session);
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};
     data.isStreamingShortcutTriggered = false;
@@ -256,8 +264,8 @@ void RecordingTranscriptionFlow::failBeforeTranscription(const Dictation& dictat
     data.showRecordingDialog = true;
   });
   disableCancelShortcut();
-  const TranscriptPtr transcript =
-      use_.persistence.createTranscript(dictation.durationSeconds, dictation.modeName, dictation.audioPath);
+  const TranscriptPtr transcript = use_.sessionManager.createTranscript(dictation.session, dictation.durationSeconds,
+                                                                        dictation.modeName, dictation.audioPath);
   keepFailedTranscript(transcript, reason, text);
   use_.powerActivityManager.end();
   use_.selectedTextService.forget();

@@ -40,6 +40,8 @@ QString CrashRecoveryManager::outcomeText(Outcome outcome) {
       return QStringLiteral("recovered");
     case Outcome::deletedMissingPath:
       return QStringLiteral("deleted_missing_path");
+    case Outcome::deletedDiscarded:
+      return QStringLiteral("deleted_discarded");
     case Outcome::deletedDeprecatedCaf:
       return QStringLiteral("deleted_deprecated_caf");
     case Outcome::deletedUnsupportedFormat:
@@ -124,6 +126,11 @@ Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(RecordingSessio
   if (use_.isFileInUse && use_.isFileInUse(path)) {
     log_.info("Session %s is being recorded by another process, leaving it alone", sessionId);
     co_return Outcome::skipped;
+  }
+  if (session->status == QLatin1String(RecordingSessionManager::discardedStatus)) {
+    log_.info("Session %s was thrown away by its user, deleting", sessionId);
+    discard(session, path);
+    co_return Outcome::deletedDiscarded;
   }
   const QVariantMap place{{QStringLiteral("sessionId"), sessionId}, {QStringLiteral("path"), path}};
   const QString extension = QFileInfo(path).suffix().toLower();

@@ -48,6 +48,7 @@ class CrashRecoveryManager {
     skipped,
     recovered,
     deletedMissingPath,
+    deletedDiscarded,
     deletedDeprecatedCaf,
     deletedUnsupportedFormat,
     deletedUnrecoverable,

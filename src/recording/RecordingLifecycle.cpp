@@ -131,7 +131,7 @@ Task<Result<void, AnyError>> RecordingLifecycle::begin() {
     if (!isRecording_.get()) break;
     pass = SerialGate::Pass();
     auto stopping = finish();
-    co_await std::move(stopping);
+    if (const auto older = co_await std::move(stopping)) use_.sessionManager.settleSession(older->session);
   }
   const auto environment = std::make_shared<Environment>();
   auto recording = prepareAndRecord(environment);
@@ -353,6 +353,7 @@ Task<std::optional<RecordingStopResult>> RecordingLifecycle::finish() {
   const std::shared_ptr<Capture> capture = std::exchange(capture_, nullptr);
   capture->duration = duration;
   if (use_.sessionManager.currentRecordingSession() == capture->session) use_.sessionManager.takeCurrentSession();
+  if (duration * 1000 < minimumDurationMs) use_.sessionManager.discardSession(capture->session);
   recordingTimer_.cancel();
   recordingStartTime_.reset();
   isRecording_.set(false);
@@ -362,6 +363,7 @@ Task<std::optional<RecordingStopResult>> RecordingLifecycle::finish() {
   auto pass = co_await std::move(entering);
   auto stopping = use_.simpleRecorder.stop();
   co_await std::move(stopping);
+  const std::optional<TimePoint> firstSampleAt = use_.simpleRecorder.firstSampleAt();
   beginUndo(capture->environment, std::move(pass));
   audioLevel_.set(0.0F);
   log_.info("Stopped recording - Duration: %{public}fs", duration);
@@ -375,11 +377,14 @@ Task<std::optional<RecordingStopResult>> RecordingLifecycle::finish() {
   result.conversionWarning = finished.conversionWarning;
   result.interruption = capture->interruption;
   result.session = capture->session;
+  result.firstSampleAt = firstSampleAt;
   bool isRowSafe = true;
   if (finished.path && capture->session) {
     std::optional<AudioFileProperties> properties;
     if (const auto read = AudioFileProperties::read(use_.mediaReaders, *finished.path)) properties = *read;
     capture->session->audioFormat = audioFormatText(*finished.path, properties);
+    const QFileInfo file(*finished.path);
+    if (file.exists() && file.size() < minimumSizeBytes) use_.sessionManager.discardSession(capture->session);
     isRowSafe = use_.sessionManager.completeSession(capture->session, *finished.path, duration);
   }
   if (finished.isRawObsolete && isRowSafe) QFile::remove(capture->rawURL);

@@ -70,7 +70,8 @@ class RecordingLifecycle {
   // When it returns a value, the recorder runs. An older recording that still runs is finished first. After an error
   // media and volumes are as they were; the row of the attempt stays with the session manager for its deletion.
   Task<Result<void, AnyError>> startRecording();
-  // Nothing when no recording was on. Every failure keeps the audio.
+  // Nothing when no recording was on. Every failure keeps the audio. What is below one second or minimumSizeBytes is
+  // unwanted: its file is finished, but no recovery brings it back.
   Task<std::optional<RecordingStopResult>> stopRecording();
   // The storage conversion of a finished WAV. A failure or a cancel keeps the WAV and the row.
   Task<void> convertInBackground(QString path, TranscriptPtr transcript);

@@ -33,7 +33,9 @@ bool RecordingSessionManager::completeSession(const RecordingSessionPtr& session
   session->audioFilePath = path;
   session->durationInSeconds = duration;
   session->endTime = clock_.now();
-  if (tracksUntilSettled_) session->status = QString::fromLatin1(unsettledStatus);
+  const bool isWanted = session->status != QLatin1String(discardedStatus);
+  session->status.reset();
+  if (tracksUntilSettled_ && isWanted) session->status = QString::fromLatin1(unsettledStatus);
   const bool isSaved = persistence_.save();
   if (session == currentRecordingSession_) currentRecordingSession_.reset();
   log_.info("✅ Updated recording session: duration=%ss, path=%s", QString::number(duration), path);
@@ -41,9 +43,28 @@ bool RecordingSessionManager::completeSession(const RecordingSessionPtr& session
 }
 
 void RecordingSessionManager::settleSession(const RecordingSessionPtr& session) {
-  if (!session || !session->status) return;
+  if (!session || session->status != QLatin1String(unsettledStatus)) return;
   session->status.reset();
   persistence_.save();
+}
+
+void RecordingSessionManager::discardSession(const RecordingSessionPtr& session) {
+  if (!session) return;
+  if (session->endTime) return settleSession(session);
+  session->status = QString::fromLatin1(discardedStatus);
+  persistence_.save();
+}
+
+TranscriptPtr RecordingSessionManager::createTranscript(const RecordingSessionPtr& session, double duration,
+                                                        const std::optional<QString>& modeName,
+                                                        const std::optional<QString>& audioPath) {
+  if (session) session->status.reset();  // written together with the new row
+  const TranscriptPtr transcript = persistence_.createTranscript(duration, modeName, audioPath);
+  if (session) {
+    transcript->recordingSession = session;
+    persistence_.save();
+  }
+  return transcript;
 }
 
 RecordingSessionPtr RecordingSessionManager::takeCurrentSession() {

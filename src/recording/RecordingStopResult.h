@@ -2,6 +2,7 @@
 #include <QString>
 #include <optional>
 
+#include "base/async/Executor.h"
 #include "domain/Entities.h"
 #include "ports/AudioRecorder.h"
 
@@ -14,6 +15,7 @@ struct RecordingStopResult {
   std::optional<QString> conversionWarning;
   std::optional<AudioRecorder::Interruption> interruption;  // the capture had ended by itself before the stop
   RecordingSessionPtr session;                              // its row in the store
+  std::optional<TimePoint> firstSampleAt;                   // where the recorder tells of it
 };
 
 }  // namespace quillmere

@@ -19,7 +19,10 @@ const SimpleRecorder::RecordSettings SimpleRecorder::recordSettings{
     QStringLiteral("lpcm"), 16000.0, 1, 16, false, false, false};
 
 SimpleRecorder::SimpleRecorder(AudioRecorderFactory& recorders, Executor& executor, const Logging& logging)
-    : recorders_(recorders), log_(logging.logger(QStringLiteral("SimpleRecorder"))), scope_(executor) {}
+    : recorders_(recorders),
+      executor_(executor),
+      log_(logging.logger(QStringLiteral("SimpleRecorder"))),
+      scope_(executor) {}
 
 void SimpleRecorder::setOnInterrupted(std::function<void(AudioRecorder::Interruption)> callback) {
   onInterrupted_ = std::move(callback);
@@ -35,6 +38,7 @@ Task<Result<void, AnyError>> SimpleRecorder::start(QString path) {
   lastFailure_.reset();
   meterUpdateTask_.cancel();
   recorder_.reset();
+  firstSampleAt_.reset();
   auto recorder = recorders_.create();
   if (!recorder) {
     log_.error("Failed to create AVAudioRecorder: %s", "the platform has none");
@@ -49,6 +53,7 @@ Task<Result<void, AnyError>> SimpleRecorder::start(QString path) {
     else
       *early = std::move(interruption);
   });
+  recordCalledAt_ = executor_.now();
   auto recording = recorder->record(path);
   const auto started = co_await std::move(recording);
   if (!started) {
@@ -92,8 +97,15 @@ Task<void> SimpleRecorder::stop() {
   if (recorder) {
     auto stopping = shielded(recorder->stop());
     co_await std::move(stopping);
+    if (const auto latency = recorder->firstSampleLatency()) firstSampleAt_ = recordCalledAt_ + *latency;
   }
   log_.info("SimpleRecorder stopped recording");
+}
+
+std::optional<TimePoint> SimpleRecorder::firstSampleAt() const {
+  if (!recorder_) return firstSampleAt_;
+  const auto latency = recorder_->firstSampleLatency();
+  return latency ? std::optional(recordCalledAt_ + *latency) : std::nullopt;
 }
 
 }  // namespace quillmere

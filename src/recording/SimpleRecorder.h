@@ -44,6 +44,8 @@ class SimpleRecorder {
   Task<void> stop();
   // The capture ended by itself: the file is complete up to there, and the level falls to zero. stop() is still due.
   void setOnInterrupted(std::function<void(AudioRecorder::Interruption)> callback);
+  // Of the newest recording, also after its stop; nothing before the sample has come or where the recorder can't tell.
+  std::optional<TimePoint> firstSampleAt() const;
   const std::optional<PlatformError>& lastFailure() const { return lastFailure_; }
 
   // 0 at minDb or below, 1 at maxDb or above, straight between.
@@ -54,12 +56,15 @@ class SimpleRecorder {
   void interrupted(const AudioRecorder* recorder, AudioRecorder::Interruption interruption);
 
   AudioRecorderFactory& recorders_;
+  Executor& executor_;
   Logger log_;
   Published<float> audioLevel_;
   Published<bool> isRecording_;
   std::function<void(AudioRecorder::Interruption)> onInterrupted_;
   std::optional<PlatformError> lastFailure_;
   std::unique_ptr<AudioRecorder> recorder_;
+  TimePoint recordCalledAt_;
+  std::optional<TimePoint> firstSampleAt_;  // known when the recorder goes
   TaskHandle<void> meterUpdateTask_;
   TaskScope scope_;
 };

@@ -64,7 +64,7 @@ class Stepper {
     const ModifierKey key = *state().currentMode;
     const bool isOtherKey =
         event.kind == ModifierEvent::Kind::keyDown || (event.flags & Reducer::interferenceMask(key)) != 0;
-    if (isOtherKey && isHoldUnderWay()) return interfere();
+    if (isOtherKey && isHoldUnderWay()) return interfere(event);
     if (event.kind == ModifierEvent::Kind::keyDown) return;
     const bool isPressed = (event.flags & Reducer::flagMask(key)) != 0;
     if (key != ModifierKey::fn) return take(isPressed);
@@ -253,7 +253,7 @@ class Stepper {
     }
   }
 
-  void interfere() {
+  void interfere(const ModifierEvent& event) {
     const bool wasActive = state().monitor == MonitorState::pttActive;
     const QString previous = rawValue(state().monitor);
     cancel(Timer::activation);
@@ -264,7 +264,9 @@ class Stepper {
         wasActive ? "Interference detected while PTT active" : "Interference detected during activation",
         {{QStringLiteral("previousState"), previous},
          {QStringLiteral("outcome"), wasActive ? QStringLiteral("stoppingRecording") : QStringLiteral("cancelled")}});
-    state().isModifierPressed = false;
+    // A key that is still held has to be let go before it counts again: the rest of a chord begins no recording.
+    if (event.kind == ModifierEvent::Kind::flagsChanged && state().currentMode != ModifierKey::fn)
+      state().isModifierPressed = (event.flags & Reducer::flagMask(*state().currentMode)) != 0;
     state().monitor = MonitorState::idle;
     log(LogLevel::info, wasActive ? "BareModifierKeyMonitor interference while active - stopping PTT"
                                   : "BareModifierKeyMonitor interference during activation - cancelling PTT start");

@@ -67,7 +67,10 @@ class FakeVADProcessing final : public VADProcessing {
 // The flow over the real recording, delivery and context classes; only the platform and the transcription are made up.
 // A text field of another application has the keyboard. Nothing is converted to M4A unless a test says so.
 struct RecordingFlowFixture {
-  RecordingFlowFixture() {
+  enum class Store { inMemory, onDisk };
+  explicit RecordingFlowFixture(Store store = Store::inMemory)
+      : storeAt(store == Store::onDisk ? std::optional(folder.filePath(QStringLiteral("store.sqlite")))
+                                       : PersistenceController::inMemory()) {
     settings.storage().setRecordingsFolder(folder.filePath(QStringLiteral("recordings")));
     settings.storage().setStoreAsM4A(false);
     QDir().mkpath(settings.storage().recordingsFolder());
@@ -162,6 +165,7 @@ struct RecordingFlowFixture {
 
   TestTexts texts;
   QTemporaryDir folder;
+  const PersistenceController::Location storeAt;
   ManualExecutor executor;
   FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
@@ -196,7 +200,7 @@ struct RecordingFlowFixture {
   WorkerPool workers{1, QStringLiteral("conversion")};
   SettingsManager settings{defaults, folders, logging, &reporting};
   std::unique_ptr<PersistenceController> persistence =
-      std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+      std::move(*PersistenceController::open(storeAt, clock, logging));
   AppState appState{executor, defaults, &settings, &notices, logging};
   AudioFileConverter converter{samples, encoder, workers, logging};
   AudioDeviceManager deviceManager{devices, executor, &reporting, logging};

@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 TEST(RecordingTranscriptionFlow, CarriesADictationFromThePressToTheCursor) {
   RecordingFlowFixture f;
   f.vad.takes = 30ms;
+  f.recorders.firstSample = 12ms;
   f.press();
   EXPECT_FALSE(f.lifecycle.isRecording().get());
   f.executor.runReady();
@@ -55,6 +56,7 @@ TEST(RecordingTranscriptionFlow, CarriesADictationFromThePressToTheCursor) {
   const auto timings = f.flow->lastTimings().get();
   ASSERT_TRUE(timings.has_value());
   EXPECT_EQ(timings->triggerToRecorderRunning, Duration(0));
+  EXPECT_EQ(timings->triggerToFirstSample, Duration(12ms));
   EXPECT_EQ(timings->trimming, Duration(30ms));
   EXPECT_EQ(timings->stopToDecoding, Duration(30ms));
   EXPECT_EQ(timings->decoding, Duration(400ms));

@@ -157,6 +157,15 @@ TEST_F(CrashRecoveryManagerTest, ARecordingOfALiveProcessIsNoOrphan) {
   EXPECT_EQ(kept().size(), 1);
 }
 
+TEST_F(CrashRecoveryManagerTest, WhatItsUserThrewAwayGoes) {
+  const RecordingSessionPtr unwanted = orphan(QStringLiteral(".incomplete_1.wav"), 50000);
+  sessions->discardSession(unwanted);
+  EXPECT_TRUE(recover().empty());
+  EXPECT_FALSE(isRowThere(unwanted));
+  EXPECT_TRUE(kept().isEmpty());
+  EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
+}
+
 TEST_F(CrashRecoveryManagerTest, AFinishedRecordingWithoutTranscriptComesBackOnlyUntilItIsSettled) {
   sessions->setTracksUntilSettled(true);
   const auto finished = [&](const QString& name) {
@@ -167,6 +176,7 @@ TEST_F(CrashRecoveryManagerTest, AFinishedRecordingWithoutTranscriptComesBackOnl
   };
   const auto lost = finished(QStringLiteral("recording_1.wav"));
   sessions->settleSession(finished(QStringLiteral("recording_2.wav")));
+  sessions->discardSession(finished(QStringLiteral("recording_5.wav")));
   const auto transcribed = finished(QStringLiteral("recording_3.wav"));
   persistence->createTranscript(2.5, {}, transcribed->audioFilePath)->recordingSession = transcribed;
   finished(QStringLiteral("recording_4.wav"));

@@ -68,6 +68,8 @@ TEST_F(RecordingLifecycleTest, ARecordingBecomesAFileARowAndAResult) {
   runTask(executor, deviceManager.selectDevice(AudioDevice{"usb-mic", "Desk Microphone", "usb-mic"}));
   std::vector<bool> states;
   const auto watching = lifecycle.isRecording().observe([&](bool on) { states.push_back(on); });
+  recorders.firstSample = 15ms;
+  const TimePoint begin = executor.now();
   ASSERT_TRUE(start());
   executor.advance(100ms);
   EXPECT_FLOAT_EQ(lifecycle.audioLevel().get(), 0.5F);
@@ -81,6 +83,7 @@ TEST_F(RecordingLifecycleTest, ARecordingBecomesAFileARowAndAResult) {
   EXPECT_EQ(result->path, inRecordings(wav));
   EXPECT_FALSE(result->conversionWarning);
   EXPECT_FALSE(result->interruption);
+  EXPECT_EQ(result->firstSampleAt, begin + 15ms);
   EXPECT_EQ(kept(), QStringList{wav});
   EXPECT_EQ(lifecycle.lastRecordingURL().get(), result->path);
   EXPECT_EQ(lifecycle.recordingDuration().get(), 0);
@@ -255,6 +258,7 @@ TEST_F(RecordingLifecycleTest, AnOlderRecordingOfTheSameSecondIsNotReplaced) {
 // --- starts and stops that meet
 
 TEST_F(RecordingLifecycleTest, AStartWhileOneRunsFinishesThatOne) {
+  sessions->setTracksUntilSettled(true);
   ASSERT_TRUE(start());
   executor.advance(2s);
   clock.set(clock.now().addSecs(2));
@@ -266,6 +270,10 @@ TEST_F(RecordingLifecycleTest, AStartWhileOneRunsFinishesThatOne) {
   EXPECT_EQ(kept(), (QStringList{wav, QStringLiteral("recording_1700000002.wav")}));
   EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
   EXPECT_EQ(persistence->fetchAllRecordingSessions().size(), 2u);
+  EXPECT_EQ(
+      persistence->fetchRecordingSessionsWithStatus(QString::fromLatin1(RecordingSessionManager::unsettledStatus)),
+      std::vector{result->session})
+      << "nobody gets the older one's result, so that nobody else could settle it";
 }
 
 TEST_F(RecordingLifecycleTest, TwoStartsAtOnceTakeTurns) {

@@ -20,6 +20,7 @@ class FakeAudioRecorderFactory final : public AudioRecorderFactory {
   std::optional<qint64> bytesAtStart = 44;
   std::optional<qint64> bytesAtStop = 64044;
   float decibels = -30;
+  std::optional<Duration> firstSample;  // after record()
   std::optional<AudioRecorder::Interruption> interruptsAtStart;
 
   int prepares = 0;
@@ -58,6 +59,7 @@ class FakeAudioRecorder final : public AudioRecorder {
   bool isRecording() const override { return isRecording_; }
   float averagePowerDecibels() override { return isRecording_ ? owner_.decibels : -160.0F; }
   double recordedSeconds() const override { return 0; }
+  std::optional<Duration> firstSampleLatency() const override { return owner_.firstSample; }
   void setInterruptionObserver(std::function<void(Interruption)> observer) override { observer_ = std::move(observer); }
 
   void interrupt(const Interruption& interruption) {
