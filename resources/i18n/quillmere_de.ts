@@ -793,5 +793,6 @@
 <message id="vocabulary.error.empty"><translation>Schreiben Sie zuerst ein Wort.</translation></message>
 <message id="vocabulary.error.duplicate"><translation>„%1“ steht schon in der Liste.</translation></message>
 <message id="vocabulary.error.notSaved"><translation>Das Wort konnte nicht gespeichert werden: Die Ablage lässt sich nicht schreiben.</translation></message>
+<message id="desktop.noDisplay"><translation>Quillmere braucht eine Anzeige, und keine ist erreichbar: in einer grafischen Sitzung starten. `quillmere dictate` geht auch ohne.</translation></message>
 </context>
 </TS>

@@ -793,5 +793,6 @@
 <message id="vocabulary.error.empty"><translation>Write a word first.</translation></message>
 <message id="vocabulary.error.duplicate"><translation>“%1” is in the list already.</translation></message>
 <message id="vocabulary.error.notSaved"><translation>The word could not be saved: the store cannot be written.</translation></message>
+<message id="desktop.noDisplay"><translation>Quillmere needs a display and none is reachable: start it in a graphical session. `quillmere dictate` works without one.</translation></message>
 </context>
 </TS>

@@ -124,6 +124,21 @@ TEST(DoctorTest, SaysWhatIsMissing) {
   }
 }
 
+TEST(ControlTest, TheApplicationSaysThatItNeedsADisplay) {
+  const Application home;
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert("DISPLAY", ":987");
+  for (const auto& [arguments, code] : {std::pair<QStringList, int>{{}, 1}, {{"--version"}, 0}}) {
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere-desktop", arguments);
+    ASSERT_TRUE(process.waitForFinished(20000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), code);
+    EXPECT_EQ(process.readAllStandardError().contains("graphical session"), code == 1);
+  }
+}
+
 TEST(ControlTest, TellsWhenNobodyListens) {
   const Application home;
   for (const char* command : {"toggle", "cancel", "status", "show", "quit"}) {

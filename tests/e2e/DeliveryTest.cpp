@@ -52,6 +52,7 @@ TEST_P(DeliveryToField, SpokenWordsArriveAndTheClipboardComesBack) {
 }
 INSTANTIATE_TEST_SUITE_P(Fields, DeliveryToField,
                          testing::Values(FieldCase{"GtkEntry", TextField::Kind::gtkEntry},
+                                         FieldCase{"Gtk4Editor", TextField::Kind::gtk4Editor},
                                          FieldCase{"QtLine", TextField::Kind::qtLine},
                                          FieldCase{"QtEditor", TextField::Kind::qtEditor},
                                          FieldCase{"ChromiumTextarea", TextField::Kind::chromiumTextarea},

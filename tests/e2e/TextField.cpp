@@ -26,6 +26,9 @@ TextField::TextField(Kind kind)
     case Kind::gtkEditor:
       zenity({QStringLiteral("--text-info"), QStringLiteral("--editable")});
       break;
+    case Kind::gtk4Editor:
+      startGtk4();
+      break;
     case Kind::qtLine:
       startQt("line");
       break;
@@ -55,6 +58,17 @@ TextField::~TextField() {
 void TextField::startQt(const char* field) {
   process_.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/tests/targets/text_target"),
                  {QStringLiteral("--kind"), QString::fromLatin1(field), QStringLiteral("--window-title"), title_});
+}
+
+// The document is a file of the window's name, which text() has saved.
+void TextField::startGtk4() {
+  QFile document(folder_.filePath(title_));
+  if (!document.open(QIODevice::WriteOnly)) return;
+  document.close();
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert(QStringLiteral("GSK_RENDERER"), QStringLiteral("cairo"));
+  process_.setProcessEnvironment(environment);
+  process_.start(QStringLiteral("gnome-text-editor"), {QStringLiteral("--standalone"), document.fileName()});
 }
 
 void TextField::startChromium() {
@@ -107,6 +121,12 @@ QString TextField::text() {
         process_.waitForFinished(10000);
       }
       return QString::fromUtf8(process_.readAllStandardOutput()).trimmed();
+    case Kind::gtk4Editor: {
+      activate();
+      Tool::run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+s")});
+      QFile document(folder_.filePath(title_));
+      return document.open(QIODevice::ReadOnly) ? QString::fromUtf8(document.readAll()).trimmed() : QString();
+    }
     case Kind::qtLine:
     case Kind::qtPassword:
     case Kind::qtEditor:

@@ -9,7 +9,17 @@ namespace quillmere {
 // tells whether it came.
 class TextField {
  public:
-  enum class Kind { gtkEntry, gtkPassword, gtkEditor, qtLine, qtPassword, qtEditor, chromiumTextarea, terminal };
+  enum class Kind {
+    gtkEntry,
+    gtkPassword,
+    gtkEditor,
+    gtk4Editor,
+    qtLine,
+    qtPassword,
+    qtEditor,
+    chromiumTextarea,
+    terminal
+  };
   explicit TextField(Kind kind);
   ~TextField();
 
@@ -25,6 +35,7 @@ class TextField {
  private:
   void startQt(const char* field);
   void startChromium();
+  void startGtk4();
   QString windowName() const;
   bool waitUntilActive();
 

@@ -51,7 +51,8 @@ TEST(TrayTest, TheMenuRecordsAndTheToolTipSaysWhatHappens) {
   const QString ready = toolTip();
   click("Record");
   ASSERT_TRUE(application.waitForState("recording"));
-  EXPECT_TRUE(eventually([&] { return toolTip() != ready && !entry("Stop recording").isEmpty(); })) << toolTip().toStdString();
+  EXPECT_TRUE(eventually([&] { return toolTip() != ready && !entry("Stop recording").isEmpty(); }))
+      << toolTip().toStdString();
   application.cancel();
   ASSERT_TRUE(application.waitForState("idle"));
   click("Quit");
