@@ -49,6 +49,57 @@ TEST_F(Toolkits, GtkTextView) {
   EXPECT_TRUE(seen.isValueSettable);
 }
 
+// It tells nothing of the focus its first field has from the beginning.
+TEST_F(Toolkits, Gtk4Editor) {
+  if (!isInstalled("gnome-text-editor")) GTEST_SKIP() << "gnome-text-editor is not installed";
+  qputenv("GSK_RENDERER", "cairo");
+  QTemporaryDir folder;
+  QFile file(folder.filePath(QStringLiteral("letter.txt")));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write("Dear reader,\nthis is the second line.");
+  file.close();
+  DesktopProgram editor(QStringLiteral("gnome-text-editor"), {QStringLiteral("--standalone"), file.fileName()});
+  const auto isLetter = [](const SeenElement& seen) {
+    return seen.role == QStringLiteral("AXTextArea") && seen.value &&
+           seen.value->trimmed() == QLatin1String("Dear reader,\nthis is the second line.");
+  };
+  const auto seen = waitForFocus(isLetter);
+  EXPECT_TRUE(seen.windowTitle.value_or(QString()).startsWith(QLatin1String("letter.txt")));
+  EXPECT_EQ(seen.subrole, std::nullopt);
+  EXPECT_TRUE(seen.isValueSettable);
+  frontmostProcessId = editor.processId();
+  EXPECT_TRUE(isLetter(seeFocus()));
+  // Within the time a dictation has for looking.
+  accessibility_ = make();
+  accessibility_->start();
+  EXPECT_TRUE(becomes([&] { return accessibility_->isTrusted(); }));
+  EXPECT_TRUE(becomes([&] {
+    const auto isFound = std::make_shared<bool>(false);
+    visit(
+        [isFound](AccessibilityTree& tree) {
+          *isFound = tree.element(tree.systemWideElement(), QStringLiteral("AXFocusedUIElement")) != nullptr;
+        },
+        std::chrono::milliseconds(250));
+    return *isFound;
+  }));
+
+  const auto press = [](const QString& key) {
+    QProcess::execute(QStringLiteral("xdotool"), {QStringLiteral("key"), key});
+  };
+  // What was found once is believed no longer when the keyboard has gone elsewhere: the search entry, another page.
+  press(QStringLiteral("ctrl+f"));
+  EXPECT_TRUE(becomes([&] { return !isLetter(seeFocus()); }));
+  press(QStringLiteral("Escape"));
+  waitForFocus(isLetter);
+  press(QStringLiteral("ctrl+t"));
+  waitForFocus([](const SeenElement& each) { return each.role == QStringLiteral("AXTextArea") && each.value == u""; });
+  press(QStringLiteral("ctrl+w"));
+  waitForFocus(isLetter);
+  DesktopProgram xterm(QStringLiteral("xterm"), {QStringLiteral("-title"), QStringLiteral("In front")});
+  frontmostProcessId.reset();
+  EXPECT_TRUE(becomes([&] { return !seeFocus().exists; }));
+}
+
 TEST_F(Toolkits, QtFields) {
   struct Case {
     const char* kind;

@@ -97,10 +97,13 @@ void AtspiBus::listen() {
   const QString windowEvents = QStringLiteral("org.a11y.atspi.Event.Window");
   connection_.connect(QString(), QString(), objectEvents, QStringLiteral("StateChanged"),
                       QStringList{QStringLiteral("focused")}, QString(), this, SLOT(onFocusChanged(QDBusMessage)));
-  connection_.connect(QString(), QString(), windowEvents, QStringLiteral("Activate"), this,
-                      SLOT(onWindowActivated(QDBusMessage)));
-  connection_.connect(QString(), QString(), windowEvents, QStringLiteral("Deactivate"), this,
-                      SLOT(onWindowDeactivated(QDBusMessage)));
+  // GTK 4 begins these names with a small letter.
+  for (const char* name : {"Activate", "activate"})
+    connection_.connect(QString(), QString(), windowEvents, QString::fromLatin1(name), this,
+                        SLOT(onWindowActivated(QDBusMessage)));
+  for (const char* name : {"Deactivate", "deactivate"})
+    connection_.connect(QString(), QString(), windowEvents, QString::fromLatin1(name), this,
+                        SLOT(onWindowDeactivated(QDBusMessage)));
   connection_.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"), this,
                       SLOT(onNameOwnerChanged(QString, QString, QString)));
 }
@@ -127,6 +130,10 @@ std::optional<AtspiReference> AtspiBus::lastFocus(const QString& program) const 
   const auto found = focusedPaths_.constFind(program);
   if (found == focusedPaths_.cend()) return std::nullopt;
   return AtspiReference{program, *found};
+}
+
+void AtspiBus::rememberFocus(const AtspiReference& element) {
+  focusedPaths_.insert(element.bus, element.path);
 }
 
 qint64 AtspiBus::processId(const QString& program) {

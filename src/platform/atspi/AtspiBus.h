@@ -26,6 +26,8 @@ class AtspiBus final : public QObject {
   AtspiCaller::SilentPrograms& silentPrograms() { return silentPrograms_; }
 
   std::optional<AtspiReference> lastFocus(const QString& program) const;
+  // Found otherwise; counts until an event tells something newer.
+  void rememberFocus(const AtspiReference& element);
   std::optional<AtspiReference> lastActiveWindow() const { return activeWindow_; }
   // The process behind a bus name, as the bus itself knows it; 0: unknown.
   qint64 processId(const QString& program);

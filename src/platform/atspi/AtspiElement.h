@@ -27,6 +27,7 @@ class AtspiElement final : public AccessibilityElement {
   mutable std::optional<QDBusPendingCall> roleCall;
   mutable std::optional<QDBusPendingCall> stateCall;
   mutable std::optional<QDBusPendingCall> interfaceCall;
+  mutable std::optional<QDBusPendingCall> childrenCall;
 };
 using AtspiElementPtr = std::shared_ptr<const AtspiElement>;
 

@@ -1,13 +1,15 @@
 #include "platform/atspi/AtspiFocus.h"
 
 #include <QDBusArgument>
+#include <algorithm>
+#include <functional>
 
 namespace quillmere {
 namespace {
 
 constexpr int mostWindows = 30;
 constexpr int mostChildren = 200;
-constexpr int mostWalked = 500;
+constexpr int mostWalked = 1000;
 constexpr int deepestWalk = 40;
 
 // A match rule of the protocol: all states of the list, whatever else.
@@ -70,8 +72,10 @@ AtspiElementPtr AtspiFocus::focusedIn(const AtspiElement& application) {
     const auto states = objects_.freshStates(*element);
     if (states && states->has(AtspiState::focused)) return element;
   }
-  if (auto found = search(*window)) return found;
-  return walk(window);
+  AtspiElementPtr found = search(*window);
+  if (!found) found = walk(window);
+  if (found) bus_.rememberFocus(found->reference);
+  return found;
 }
 
 AtspiElementPtr AtspiFocus::search(const AtspiElement& window) {
@@ -86,21 +90,25 @@ AtspiElementPtr AtspiFocus::search(const AtspiElement& window) {
   return innermost(focused);
 }
 
-// Level by level, so that all objects of a level are asked at once. Only what is shown can have the keyboard.
+// Level by level, so that all objects of a level are asked at once. Only what is shown can have the keyboard. GTK 4
+// says of windows only that they are shown; what is in them is visible or not.
 AtspiElementPtr AtspiFocus::walk(const AtspiElementPtr& window) {
   std::vector<AtspiElementPtr> level{window};
   std::vector<AtspiElementPtr> focused;
   int walked = 0;
+  AtspiState wanted = AtspiState::showing;
   for (int depth = 0; depth < deepestWalk && !level.empty() && walked < mostWalked; ++depth) {
     std::vector<AtspiElementPtr> next;
+    for (const auto& element : level) objects_.askForChildren(*element);
     for (const auto& element : level) {
       for (const auto& child : objects_.children(*element, mostChildren)) {
         if (++walked > mostWalked) break;
         next.push_back(child);
       }
     }
-    std::erase_if(next,
-                  [this](const AtspiElementPtr& child) { return !objects_.states(*child).has(AtspiState::showing); });
+    const auto isWanted = [&](const AtspiElementPtr& child) { return objects_.states(*child).has(wanted); };
+    if (depth == 0 && std::none_of(next.begin(), next.end(), isWanted)) wanted = AtspiState::visible;
+    std::erase_if(next, std::not_fn(isWanted));
     for (const auto& child : next)
       if (objects_.states(*child).has(AtspiState::focused)) focused.push_back(child);
     level = std::move(next);

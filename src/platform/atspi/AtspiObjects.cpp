@@ -24,10 +24,19 @@ AtspiElementPtr AtspiObjects::parent(const AtspiElement& element) {
   return this->element(*reference);
 }
 
+void AtspiObjects::askForChildren(const AtspiElement& element) {
+  if (element.childrenCall || states(element).has(AtspiState::managesDescendants)) return;
+  element.childrenCall = caller_.send(element.reference, accessible, "GetChildren");
+}
+
 std::vector<AtspiElementPtr> AtspiObjects::children(const AtspiElement& element, int limit) {
   std::vector<AtspiElementPtr> found;
   if (limit <= 0 || states(element).has(AtspiState::managesDescendants)) return found;
-  for (const auto& reference : caller_.children(element.reference)) {
+  askForChildren(element);
+  const auto arguments = caller_.answer(element.reference, element.childrenCall);
+  element.childrenCall.reset();
+  if (!arguments || arguments->isEmpty()) return found;
+  for (const auto& reference : AtspiCaller::references(arguments->first())) {
     if (int(found.size()) >= limit) break;
     if (reference == element.reference) continue;
     found.push_back(this->element(reference));

@@ -18,6 +18,8 @@ class AtspiObjects {
   AtspiElementPtr parent(const AtspiElement& element);
   // At most `limit`, none of an object that makes its children up as they are asked for (large tables).
   std::vector<AtspiElementPtr> children(const AtspiElement& element, int limit);
+  // Lets children() of many elements be under way at once.
+  void askForChildren(const AtspiElement& element);
   // What is shown of them only.
   std::vector<AtspiElementPtr> shownChildren(const AtspiElement& element, int limit);
 
