@@ -482,7 +482,7 @@
 <message id="cli.dictate.listeningFor"><translation>Aufnahme für %1 Sekunden. Strg+C bricht ab.</translation></message>
 <message id="cli.dictate.transcribing"><translation>Transkribiert …</translation></message>
 <message id="cli.dictate.noDisplay"><translation>Zum Eintippen braucht es eine Anzeige: in einer grafischen Sitzung starten oder --type weglassen.</translation></message>
-<message id="cli.dictate.notTyped"><translation>Der Text ließ sich in kein Feld setzen. Er liegt in der Zwischenablage.</translation></message>
+<message id="cli.dictate.notTyped"><translation>Der Text ließ sich in kein Feld setzen. Hier ist er:</translation></message>
 <message id="cli.dictate.nothing"><translation>Es wurde nichts aufgenommen.</translation></message>
 <message id="cli.timings.recorder"><translation>Auslöser bis Aufnahme</translation></message>
 <message id="cli.timings.firstSample"><translation>Auslöser bis erster Messwert</translation></message>

@@ -482,7 +482,7 @@
 <message id="cli.dictate.listeningFor"><translation>Recording for %1 seconds. Ctrl+C cancels.</translation></message>
 <message id="cli.dictate.transcribing"><translation>Transcribing...</translation></message>
 <message id="cli.dictate.noDisplay"><translation>Typing needs a display: start this in a graphical session, or leave out --type.</translation></message>
-<message id="cli.dictate.notTyped"><translation>The text could not be put into a field. It is on the clipboard.</translation></message>
+<message id="cli.dictate.notTyped"><translation>The text could not be put into a field. Here it is:</translation></message>
 <message id="cli.dictate.nothing"><translation>Nothing was recorded.</translation></message>
 <message id="cli.timings.recorder"><translation>trigger to recorder</translation></message>
 <message id="cli.timings.firstSample"><translation>trigger to first sample</translation></message>

@@ -4,6 +4,7 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "core/ShortcutNames.h"
+#include "core/TranscriptOutcome.h"
 #include "ports/ErrorReporting.h"
 #include "ports/GlobalShortcuts.h"
 #include "providers/Transcriber.h"
@@ -186,7 +187,7 @@ Task<void> RecordingTranscriptionFlow::finishInterruptedRecording() {
 Task<void> RecordingTranscriptionFlow::finishEverything() {
   isShutDown_ = true;
   const QString reason = localizedText("recording.error.closedBeforeTranscription");
-  const QString text = QStringLiteral("Transcription failed: ") + reason;
+  const QString text = failedTranscriptText(reason);
   if (isRecording()) {
     const QString mode = selectedModeName(QStringLiteral("Default"));
     auto stopping = use_.recordingLifecycle.stopRecording();

@@ -7,6 +7,7 @@
 #include "core/AppState.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/SpokenFileTags.h"
+#include "core/TranscriptOutcome.h"
 #include "delivery/AutoPasteHandler.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
 #include "providers/Transcriber.h"
@@ -51,17 +52,7 @@ void RecordingTranscriptionFlow::deliver(const std::shared_ptr<Dictation>& dicta
     data.pendingRetryAudioPath.reset();
   });
 
-  Transcript& row = *dictation->transcript;
-  row.status = QStringLiteral("completed");
-  row.transcribedText = result.rawText;
-  row.transcriptionProvider = result.provider;
-  if (result.wasPostProcessed) {
-    row.text = result.text;
-    row.postProcessedText = result.text;
-    if (result.postProcessingProvider) row.postProcessingProvider = result.postProcessingProvider;
-  } else {
-    row.text = result.rawText;
-  }
+  completeTranscript(*dictation->transcript, result);
   use_.persistence.save();
   disableCancelShortcut();
   logger_.info("✅ Updated transcript with transcription");
@@ -159,16 +150,14 @@ void RecordingTranscriptionFlow::failTranscription(const Dictation& dictation, c
     data.lastTranscription =
         QStringLiteral("Error: ") + (isNetwork ? QStringLiteral("No internet connection") : description);
   });
-  keepFailedTranscript(dictation.transcript, description, QStringLiteral("Transcription failed: ") + description);
+  keepFailedTranscript(dictation.transcript, description, failedTranscriptText(description));
   disableCancelShortcut();
   use_.powerActivityManager.end();
 }
 
 void RecordingTranscriptionFlow::keepFailedTranscript(const TranscriptPtr& transcript, const QString& reason,
                                                       const QString& text) {
-  transcript->status = QStringLiteral("failed");
-  transcript->failedReason = reason;
-  transcript->text = text;
+  failTranscript(*transcript, reason, text);
   use_.persistence.save();
 }
 

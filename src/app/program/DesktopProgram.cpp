@@ -72,10 +72,14 @@ std::optional<int> DesktopProgram::start() {
   services_->launch->start();
   if (!options_.isHidden && !services_->base->settings->general().launchMinimized())
     QTimer::singleShot(0, &storeTimer_, [this] { interface_->showWindow(); });
+  storeTimer_.setInterval(storePaceMs);
+  QObject::connect(&interface_->mainWindow(), &MainWindow::shown, &storeTimer_, [this] { storeTimer_.start(); });
   QObject::connect(&storeTimer_, &QTimer::timeout, &storeTimer_, [this] {
-    if (interface_->isWindowVisible()) services_->base->persistence->refreshIfChanged();
+    if (interface_->isWindowVisible())
+      services_->base->persistence->refreshIfChanged();
+    else
+      storeTimer_.stop();  // a hidden window needs no waking up
   });
-  storeTimer_.start(storePaceMs);
   return std::nullopt;
 }
 

@@ -15,6 +15,7 @@
 #include "base/text/LocalizedText.h"
 #include "core/AudioRecordingManager.h"
 #include "core/DictationTimings.h"
+#include "core/TranscriptOutcome.h"
 #include "delivery/AutoPasteHandler.h"
 #include "recording/MicrophonePermissionManager.h"
 #include "recording/RecordingLifecycle.h"
@@ -170,23 +171,6 @@ void printTimings(Terminal& terminal, const DictationTimings& timings) {
                        .arg(std::chrono::duration<double, std::milli>(*row.value).count(), 8, 'f', 1));
 }
 
-// Text and fields of the row as a finished transcription leaves them.
-void complete(Transcript& row, const TranscriptionResult& result) {
-  row.status = QStringLiteral("completed");
-  row.transcribedText = result.rawText;
-  row.transcriptionProvider = result.provider;
-  row.text = result.wasPostProcessed ? result.text : result.rawText;
-  if (!result.wasPostProcessed) return;
-  row.postProcessedText = result.text;
-  if (result.postProcessingProvider) row.postProcessingProvider = result.postProcessingProvider;
-}
-
-void markFailed(Transcript& row, const QString& reason) {
-  row.status = QStringLiteral("failed");
-  row.failedReason = reason;
-  row.text = QStringLiteral("Transcription failed: ") + reason;
-}
-
 }  // namespace
 
 Task<int> runDictate(CommandContext context, DictateOptions options) {
@@ -248,12 +232,12 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   recording.timings.decoding = executor.now() - decodingStart;
   if (!*outcome) {
     const QString reason = localizedDescription(outcome->error());
-    markFailed(*row, reason);
+    failTranscript(*row, reason, failedTranscriptText(reason));
     services.persistence->save();
     co_return fail(context, {reason, exitCodeFor(outcome->error())});
   }
   const TranscriptionResult& result = **outcome;
-  complete(*row, result);
+  completeTranscript(*row, result);
   services.persistence->save();
 
   int code = exitOk;
@@ -269,9 +253,8 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
       code = exitFailure;
     }
     session->audioManager->accessibilityHelper().endRecordingSession();
-    auto restoring = session->audioManager->accessibilityHelper().waitForRestore();
-    co_await std::move(restoring);
   }
+  recording.timings.stopToText = executor.now() - recording.stoppedAt;
   if (options.isJson) {
     QJsonObject object = transcriptJson(*row);
     object[QStringLiteral("text")] = result.text;
@@ -279,8 +262,11 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   } else if (!options.isTyped || code != exitOk) {
     context.terminal.out(result.text);
   }
-  recording.timings.stopToText = executor.now() - recording.stoppedAt;
   if (options.showsTimings) printTimings(context.terminal, recording.timings);
+  if (options.isTyped) {
+    auto restoring = session->audioManager->accessibilityHelper().waitForRestore();
+    co_await std::move(restoring);
+  }
   if (options.isWithoutHistory) services.persistence->deleteTranscript(row);
   if (services.persistence->hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
   co_return code;
