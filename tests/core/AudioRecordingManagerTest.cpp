@@ -49,7 +49,9 @@ TEST(AudioRecordingManagerTest, TheSavedMicrophone) {
     f.configure();
     EXPECT_EQ(selectedName(f), c.selected) << c.saved;
     EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), c.kept);
-    if (*c.line) EXPECT_EQ(f.said(c.line), 1) << f.log->lines().join('\n').toStdString();
+    if (*c.line) {
+      EXPECT_EQ(f.said(c.line), 1) << f.log->lines().join('\n').toStdString();
+    }
     EXPECT_EQ(f.said("AudioRecordingManager configured with dependencies"), 1);
     EXPECT_EQ(f.devices.defaultUid, QString(c.selected) == "Desk" ? "usb" : "built-in");
   }

@@ -117,7 +117,9 @@ TEST(GlobalHotkeysTest, Streaming) {
     f.release(names::startStreaming);
     EXPECT_EQ(f.dictation.calls.join(','), c.call);
     EXPECT_EQ(f.state.data().isStreamingShortcutTriggered, c.isTriggered);
-    if (*c.line) EXPECT_EQ(f.log->count(c.line), 1);
+    if (*c.line) {
+      EXPECT_EQ(f.log->count(c.line), 1);
+    }
   }
 }
 

@@ -132,7 +132,9 @@ TEST(PushToTalkTest, WhatEachSignalDoes) {
     f.dictation.duration = 12.345678;
     f.signal(c.signal);
     EXPECT_EQ(f.dictation.calls.join(','), c.call);
-    if (*c.line) EXPECT_EQ(f.log->lines().count(c.line), 1) << f.log->lines().join('\n').toStdString();
+    if (*c.line) {
+      EXPECT_EQ(f.log->lines().count(c.line), 1) << f.log->lines().join('\n').toStdString();
+    }
     if (!*c.breadcrumb) {
       EXPECT_TRUE(f.reporting.breadcrumbs.empty());
       continue;

@@ -165,7 +165,9 @@ TEST(Windows, MainWindowRemembersItsPlaceAndPage) {
     const QRect place = second.window()->geometry();
     EXPECT_GE(place.width(), 720);
     EXPECT_GE(place.height(), 480);
-    if (QLatin1String(stored) == QLatin1String("20 30 730 500")) EXPECT_EQ(place, QRect(20, 30, 730, 500));
+    if (QLatin1String(stored) == QLatin1String("20 30 730 500")) {
+      EXPECT_EQ(place, QRect(20, 30, 730, 500));
+    }
   }
 }
 

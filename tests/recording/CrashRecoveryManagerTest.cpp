@@ -66,7 +66,9 @@ TEST_F(CrashRecoveryManagerTest, WhatCantBeSavedGoesWithItsRow) {
     EXPECT_FALSE(isRowThere(session));
     EXPECT_TRUE(kept().isEmpty());
     ASSERT_EQ(reporting.breadcrumbs.size(), one.crumb ? 1u : 0u);
-    if (one.crumb) EXPECT_EQ(reporting.breadcrumbs[0].message, QString::fromLatin1(one.crumb));
+    if (one.crumb) {
+      EXPECT_EQ(reporting.breadcrumbs[0].message, QString::fromLatin1(one.crumb));
+    }
   }
   EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
   log->clear();

@@ -471,7 +471,9 @@ TEST_F(RecordingLifecycleTest, TheMicrophonesVolumeIsRaisedAndGivenBack) {
     devices.volumesSet.clear();
     ASSERT_TRUE(start());
     executor.advance(1s);
-    if (one.before) EXPECT_EQ(devices.list[0].volume, 0.9F);
+    if (one.before) {
+      EXPECT_EQ(devices.list[0].volume, 0.9F);
+    }
     EXPECT_TRUE(log->contains(QString::fromUtf8(one.line)));
     stop();
     executor.advance(1s);

@@ -145,6 +145,8 @@ for body, bad in [
          *(["tests/core/T.cpp:2"] if bad else []))
 case(assertions, "a helper that asserts", {"tests/core/T.cpp": "void until(int n) {\n  ASSERT_TRUE(n);\n}\nvoid idle() {}\nTEST(A, b) {\n  until(3);\n}\nTEST(A, c) {\n  idle();\n}\n"},
      "tests/core/T.cpp:8")
+case(assertions, "an assertion behind a bare if", {"tests/core/T.cpp": "TEST(A, b) {\n  if (x)\n    EXPECT_EQ(1, y);\n  if (x) ASSERT_TRUE(y);\n  if (x) {\n    EXPECT_TRUE(y);\n  }\n}\n"},
+     "tests/core/T.cpp:3", "tests/core/T.cpp:4")
 
 
 def main():
