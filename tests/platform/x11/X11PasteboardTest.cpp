@@ -48,8 +48,9 @@ class X11PasteboardTest : public X11Desk {
     owners.back()->start(QStringLiteral("xclip"),
                          {"-display", server->displayName(), "-quiet", "-selection", selection, "-t", target, file});
     EXPECT_TRUE(owners.back()->waitForStarted());
-    if (QByteArray(selection) == "clipboard")
+    if (QByteArray(selection) == "clipboard") {
       EXPECT_TRUE(waitUntil([&] { return pasteboard->changeCount() > before; }));
+    }
     return *owners.back();
   }
   // What another program gets; the main thread is free to serve or not.
