@@ -181,13 +181,6 @@ TEST(WhenAll, AFailureBeforeTheOthersBeginKeepsThemFromBeginning) {
   EXPECT_EQ(begun, 0);
 }
 
-TEST(Shielded, HandsValuesAndExceptionsOver) {
-  ManualExecutor executor;
-  EXPECT_EQ(*runTask(executor, shielded(owned(4, 1s))), 4);
-  EXPECT_THROW(runTask(executor, shielded(throwsAfter(1s, "a"))), std::runtime_error);
-  runTask(executor, shielded(nap(1s)));
-}
-
 TEST(Shielded, AnExceptionInsideIsNotLostToACancel) {
   ManualExecutor executor;
   TaskScope scope(executor);

@@ -33,7 +33,7 @@ struct Tracked {
 
 TEST(Offload, RunsElsewhereAndComesBack) {
   ManualExecutor executor;
-  WorkerPool pool(2, QStringLiteral("offload-test-with-a-long-name"));
+  WorkerPool pool(2, "offload-test-with-a-long-name");
   const auto where = runTask(executor, offload(pool, [](const StopFlag&) { return std::this_thread::get_id(); }));
   EXPECT_NE(where, std::this_thread::get_id());
   auto owned = std::make_unique<int>(5);
@@ -52,16 +52,6 @@ TEST(Offload, ExceptionsComeOutOfTheAwait) {
   EXPECT_THROW(runTask(executor, offload(pool, [](const StopFlag&) -> int { throw std::runtime_error("broken"); })),
                std::runtime_error);
   EXPECT_THROW(runTask(executor, offload(pool, [](const StopFlag&) -> int { throw Cancelled{}; })), Cancelled);
-}
-
-TEST(Offload, JobsOfOneThreadBeginInOrder) {
-  ManualExecutor executor;
-  WorkerPool pool(1);
-  std::vector<int> order;  // one worker, read after the end
-  std::vector<Task<void>> tasks;
-  for (int i = 0; i < 20; ++i) tasks.push_back(offload(pool, [i, &order](const StopFlag&) { order.push_back(i); }));
-  runTask(executor, whenAll(std::move(tasks)));
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(order.at(size_t(i)), i);
 }
 
 TEST(Offload, AJobThatHasNotBegunIsTakenBackAtOnce) {
@@ -200,50 +190,6 @@ TEST(WorkerPool, MayBeGoneWhenATaskIsCancelled) {
   executor.runUntilIdle();
   EXPECT_THROW(runTask(executor, early.join()), Cancelled);
   EXPECT_THROW(runTask(executor, late.join()), Cancelled);
-}
-
-TEST(WorkerPool, HasAtLeastOneThread) {
-  for (const int count : {-3, 0, 1}) EXPECT_EQ(WorkerPool(count).threadCount(), 1);
-  EXPECT_EQ(WorkerPool(3).threadCount(), 3);
-}
-
-TEST(Executor, PostsFromManyThreadsAllArriveEachThreadInOrder) {
-  ManualExecutor executor;
-  constexpr int threadCount = 4, postCount = 5000;
-  std::vector<int> last(threadCount, -1);
-  bool isOrdered = true;
-  int arrived = 0;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < threadCount; ++t) {
-    executor.externalWorkStarted();
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < postCount; ++i)
-        executor.post([&, t, i] {
-          isOrdered = isOrdered && last[size_t(t)] == i - 1;
-          last[size_t(t)] = i;
-          ++arrived;
-        });
-      executor.post([&] { executor.externalWorkEnded(); });
-    });
-  }
-  executor.runUntilIdle();
-  for (auto& thread : threads) thread.join();
-  EXPECT_TRUE(isOrdered);
-  EXPECT_EQ(arrived, threadCount * postCount);
-}
-
-TEST(Completion, IsResolvedFromAnotherThreadThroughThePost) {
-  ManualExecutor executor;
-  Completion<QString> completion;
-  executor.externalWorkStarted();
-  std::thread thread([&executor, completion] {
-    executor.post([&executor, completion]() mutable {
-      executor.externalWorkEnded();
-      completion.resolve(QStringLiteral("done"));
-    });
-  });
-  EXPECT_EQ(runTask(executor, completion.wait()), QStringLiteral("done"));
-  thread.join();
 }
 
 }  // namespace

@@ -4,18 +4,6 @@ using namespace quillmere;
 
 namespace {
 
-TEST(Published, TellsEveryObserverEveryChangeAndNothingElse) {
-  Published<int> value(1);
-  std::vector<int> seen;
-  const auto subscription = value.observe([&](int now) { seen.push_back(now); });
-  value.set(1);
-  value.set(2);
-  value.set(2);
-  value.set(1);
-  EXPECT_EQ(seen, (std::vector<int>{2, 1}));
-  EXPECT_EQ(value.get(), 1);
-}
-
 TEST(Published, AValueSetByAnObserverReachesEveryObserverInOrder) {
   Published<int> value(0);
   std::vector<int> first, second;
@@ -28,13 +16,14 @@ TEST(Published, AValueSetByAnObserverReachesEveryObserverInOrder) {
   value.set(1);
   EXPECT_EQ(first, (std::vector<int>{1, 2, 3}));
   EXPECT_EQ(second, first);
-  EXPECT_EQ(value.get(), 3);
+  value.set(3);
+  EXPECT_EQ(second.size(), 3u) << "an equal value is no change";
 }
 
 TEST(Published, AnObserverMayEndItsOwnSubscriptionWhileItRuns) {
   Published<int> value(0);
   Subscription own;
-  const auto text = std::make_shared<QString>(QStringLiteral("still here"));
+  const auto text = std::make_shared<QString>("still here");
   QString read;
   own = value.observe([&own, &read, text](int) {
     own.reset();
@@ -42,7 +31,7 @@ TEST(Published, AnObserverMayEndItsOwnSubscriptionWhileItRuns) {
   });
   value.set(1);
   value.set(2);
-  EXPECT_EQ(read, QStringLiteral("still here"));
+  EXPECT_EQ(read, "still here");
   EXPECT_EQ(text.use_count(), 1) << "and what it holds is let go";
 }
 
@@ -69,19 +58,18 @@ TEST(Published, ANewcomerHearsLaterValuesOnly) {
 }
 
 TEST(Published, AnObserverMayDestroyTheOwner) {
-  auto value = std::make_unique<Published<QString>>(QStringLiteral("a"));
+  auto value = std::make_unique<Published<QString>>("a");
   QStringList seen;
   const auto first = value->observe([&](const QString& now) {
-    if (now == QStringLiteral("b")) {
-      value->set(QStringLiteral("c"));
+    if (now == "b") {
+      value->set("c");
       value.reset();
     }
     seen.append(QStringLiteral("1") + now);
   });
   const auto second = value->observe([&](const QString& now) { seen.append(QStringLiteral("2") + now); });
-  value->set(QStringLiteral("b"));
-  EXPECT_EQ(seen,
-            (QStringList{QStringLiteral("1b"), QStringLiteral("2b"), QStringLiteral("1c"), QStringLiteral("2c")}));
+  value->set("b");
+  EXPECT_EQ(seen, (QStringList{"1b", "2b", "1c", "2c"}));
 }
 
 TEST(Published, SubscriptionsOutliveTheOwnerAndEndOnce) {

@@ -16,18 +16,6 @@ Task<void> failLater(Duration duration) {
   throw std::runtime_error("broken");
 }
 
-TEST(TaskScope, IsIdleWhenEveryTaskHasEnded) {
-  ManualExecutor executor;
-  TaskScope scope(executor);
-  EXPECT_TRUE(scope.isIdle());
-  scope.spawn(later(1, 1s));
-  scope.spawn(later(1, 2s));
-  executor.advance(1s);
-  EXPECT_FALSE(scope.isIdle());
-  executor.advance(1s);
-  EXPECT_TRUE(scope.isIdle());
-}
-
 TEST(TaskScope, JoinGivesTheValueBeforeAndAfterTheEnd) {
   ManualExecutor executor;
   TaskScope scope(executor);
@@ -36,7 +24,10 @@ TEST(TaskScope, JoinGivesTheValueBeforeAndAfterTheEnd) {
   EXPECT_EQ(runTask(executor, early.join()), 1);
   executor.runReady();
   EXPECT_TRUE(late.isDone());
-  EXPECT_EQ(runTask(executor, late.join()), 2);
+  EXPECT_TRUE(scope.isIdle());
+  late.cancel();
+  scope.cancelAll();
+  EXPECT_EQ(runTask(executor, late.join()), 2) << "a cancel after the end changes nothing";
 }
 
 TEST(TaskScope, JoiningTwiceOrNothingIsRefused) {
@@ -66,14 +57,6 @@ TEST(TaskScope, ATaskCannotJoinItself) {
   EXPECT_THROW(executor.runReady(), std::logic_error);
 }
 
-TEST(TaskScope, ASpawnedTaskCannotBeSpawnedAgain) {
-  ManualExecutor executor;
-  TaskScope scope(executor);
-  auto task = later(1, 1s);
-  auto handle = scope.spawn(std::move(task));
-  EXPECT_THROW(scope.spawn(std::move(task)), std::logic_error);  // NOLINT: on purpose
-}
-
 TEST(TaskScope, AnExceptionReachesTheOneWhoJoins) {
   ManualExecutor executor;
   TaskScope scope(executor);
@@ -86,32 +69,21 @@ TEST(TaskScope, AnExceptionReachesTheOneWhoJoins) {
 }
 
 TEST(TaskScope, AnExceptionNobodyJoinsComesOutOfTheLoop) {
-  {
-    SCOPED_TRACE("handle dropped at once");
-    ManualExecutor executor;
-    TaskScope scope(executor);
-    scope.spawn(failLater(1s));
-    EXPECT_THROW(executor.advance(1s), std::runtime_error);
-    EXPECT_TRUE(scope.isIdle());
-    EXPECT_NO_THROW(executor.runUntilIdle()) << "the loop goes on after it";
-  }
-  {
-    SCOPED_TRACE("handle dropped after the end");
-    ManualExecutor executor;
-    TaskScope scope(executor);
-    auto handle = scope.spawn(failLater(1s));
-    executor.advance(1s);
-    handle = {};
-    EXPECT_THROW(executor.runReady(), std::runtime_error);
-  }
-  {
-    SCOPED_TRACE("join never awaited");
-    ManualExecutor executor;
-    TaskScope scope(executor);
-    auto handle = scope.spawn(failLater(1s));
-    { const auto join = handle.join(); }
-    EXPECT_THROW(executor.advance(1s), std::runtime_error);
-  }
+  ManualExecutor executor;
+  TaskScope scope(executor);
+  scope.spawn(failLater(1s));
+  EXPECT_THROW(executor.advance(1s), std::runtime_error) << "handle dropped at once";
+  EXPECT_TRUE(scope.isIdle());
+  EXPECT_NO_THROW(executor.runUntilIdle()) << "the loop goes on after it";
+
+  auto handle = scope.spawn(failLater(1s));
+  executor.advance(1s);
+  handle = {};
+  EXPECT_THROW(executor.runReady(), std::runtime_error) << "handle dropped after the end";
+
+  handle = scope.spawn(failLater(1s));
+  { const auto join = handle.join(); }
+  EXPECT_THROW(executor.advance(1s), std::runtime_error) << "join never awaited";
 }
 
 TEST(TaskScope, TheDeathOfAJoinerCancelsTheTaskLikeItsCancel) {
@@ -126,16 +98,6 @@ TEST(TaskScope, TheDeathOfAJoinerCancelsTheTaskLikeItsCancel) {
   EXPECT_NO_THROW(executor.runUntilIdle());
   EXPECT_TRUE(handle.isDone());
   EXPECT_FALSE(executor.hasWork());
-}
-
-TEST(TaskScope, CancelledIsNoFailureOfADetachedTask) {
-  ManualExecutor executor;
-  TaskScope scope(executor);
-  scope.spawn(later(1, 1h));
-  executor.runReady();
-  scope.cancelAll();
-  EXPECT_NO_THROW(executor.runUntilIdle());
-  EXPECT_TRUE(scope.isIdle());
 }
 
 TEST(TaskScope, CancelAllLeavesLaterTasksAlone) {
@@ -188,7 +150,7 @@ TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
       auto handle = isInChild ? scope->spawn(parent(scope, trace, isLater, destroy))
                               : scope->spawn(destroy(scope, trace, isLater));
       executor.advance(1s);
-      EXPECT_EQ(trace, isInChild ? QStringLiteral("rdd") : QStringLiteral("rd"));
+      EXPECT_EQ(trace, isInChild ? "rdd" : "rd");
       EXPECT_TRUE(handle.isDone());
       EXPECT_FALSE(executor.hasWork());
     }
@@ -241,53 +203,6 @@ TEST(TaskScope, DestructorsOfFramesMaySpawnCancelAndPostWhileItDies) {
   world.executor.runUntilIdle();
   EXPECT_EQ(world.runs, 1) << "the post ran, the late spawn did not";
   EXPECT_FALSE(world.executor.hasWork());
-}
-
-TEST(TaskScope, OneTaskMayDestroyTheScopeOfAnotherThatIsAboutToRun) {
-  ManualExecutor executor;
-  TaskScope outer(executor);
-  auto inner = std::make_unique<TaskScope>(executor);
-  int lines = 0;
-  const auto victim = [](int& out) -> Task<void> {
-    co_await yieldNow();
-    ++out;
-  };
-  inner->spawn(victim(lines));
-  executor.runOne();  // its resumption is posted now
-  executor.post([&] { inner.reset(); });
-  inner->spawn(victim(lines));
-  outer.spawn(victim(lines));
-  executor.runUntilIdle();
-  EXPECT_EQ(lines, 2) << "the first went through before, the second never began, the outer one is untouched";
-}
-
-TEST(TaskScope, DeepChainsDieWithTheScope) {
-  ManualExecutor executor;
-  int live = 0;
-  struct Counted {
-    int& count;
-    explicit Counted(int& n) : count(n) { ++count; }
-    Counted(const Counted&) = delete;
-    ~Counted() { --count; }
-  };
-  struct Deep {
-    static Task<void> wait(int depth, int& count) {
-      const Counted counted(count);
-      if (depth == 0) {
-        co_await sleepFor(1h);
-        co_return;
-      }
-      auto task = wait(depth - 1, count);
-      co_await std::move(task);
-    }
-  };
-  {
-    TaskScope scope(executor);
-    scope.spawn(Deep::wait(500, live));
-    executor.runReady();
-    EXPECT_EQ(live, 501);
-  }
-  EXPECT_EQ(live, 0);
 }
 
 }  // namespace

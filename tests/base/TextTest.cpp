@@ -6,9 +6,9 @@ using namespace quillmere;
 
 namespace {
 
-const QString family = QStringLiteral("\U0001F468\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466");
-const QString accented = QStringLiteral("e\u0301");
-const QString flag = QStringLiteral("\U0001F1E9\U0001F1EA");
+const QString family = "\U0001F468\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466";
+const QString accented = "e\u0301";
+const QString flag = "\U0001F1E9\U0001F1EA";
 
 TEST(Graphemes, CountWhatAReaderCounts) {
   struct {
@@ -16,25 +16,25 @@ TEST(Graphemes, CountWhatAReaderCounts) {
     int count;
   } const cases[] = {
       {QString(), 0},
-      {QStringLiteral("abc"), 3},
+      {"abc", 3},
       {accented + accented, 2},
-      {QStringLiteral("a\u0300\u0301\u0302\u0303b"), 2},
+      {"a\u0300\u0301\u0302\u0303b", 2},
       {family, 1},
-      {QStringLiteral("x") + family + QStringLiteral("y"), 3},
-      {QStringLiteral("\U0001F44D\U0001F3FD"), 1},                  // skin tone
-      {QStringLiteral("\U0001F469\U0001F3FD\u200D\U0001F680"), 1},  // with a profession
-      {QStringLiteral("\u2764\uFE0F\u200D\U0001F525"), 1},          // variation and joiner
-      {QStringLiteral("1\uFE0F\u20E3"), 1},                         // keycap
-      {QStringLiteral("\U0001F3F4\U000E0067\U000E0062\U000E0065\U000E006E\U000E0067\U000E007F"), 1},  // tag sequence
+      {QStringLiteral("x") + family + "y", 3},
+      {"\U0001F44D\U0001F3FD", 1},                                                    // skin tone
+      {"\U0001F469\U0001F3FD\u200D\U0001F680", 1},                                    // with a profession
+      {"\u2764\uFE0F\u200D\U0001F525", 1},                                            // variation and joiner
+      {"1\uFE0F\u20E3", 1},                                                           // keycap
+      {"\U0001F3F4\U000E0067\U000E0062\U000E0065\U000E006E\U000E0067\U000E007F", 1},  // tag sequence
       {flag + flag, 2},
-      {flag + QStringLiteral("\U0001F1EB"), 2},  // half a flag
-      {QStringLiteral("a\r\nb"), 3},
-      {QStringLiteral("\n\r"), 2},
-      {QStringLiteral("\u1100\u1161\u11A8"), 1},  // Hangul in parts
-      {QStringLiteral("\u0928\u093F"), 1},        // Devanagari with a vowel sign
-      {QString(QChar(0xD83D)), 1},                // half a surrogate pair
-      {QStringLiteral("a") + QChar(0xDC4D) + QStringLiteral("b"), 3},
-      {QString(QChar(0)) + QStringLiteral("a"), 2},
+      {flag + "\U0001F1EB", 2},  // half a flag
+      {"a\r\nb", 3},
+      {"\n\r", 2},
+      {"\u1100\u1161\u11A8", 1},    // Hangul in parts
+      {"\u0928\u093F", 1},          // Devanagari with a vowel sign
+      {QString(QChar(0xD83D)), 1},  // half a surrogate pair
+      {QStringLiteral("a") + QChar(0xDC4D) + "b", 3},
+      {QString(QChar(0)) + "a", 2},
   };
   for (const auto& [text, count] : cases) {
     EXPECT_EQ(graphemeCount(text), count) << qPrintable(text);
@@ -52,30 +52,30 @@ TEST(Graphemes, CountWhatAReaderCounts) {
 }
 
 TEST(Graphemes, SlicesLeaveOutWhatLiesOutside) {
-  const QString text = QStringLiteral("a") + family + accented + QStringLiteral("d");
+  const QString text = QStringLiteral("a") + family + accented + "d";
   struct {
     int from, n;
     QString slice;
   } const cases[] = {
       {1, 2, family + accented},
-      {1, -1, family + accented + QStringLiteral("d")},
+      {1, -1, family + accented + "d"},
       {0, 0, QString()},
-      {3, 5, QStringLiteral("d")},
+      {3, 5, "d"},
       {4, 1, QString()},
       {9, 1, QString()},
-      {-2, 3, QStringLiteral("a")},
+      {-2, 3, "a"},
       {-2, 1, QString()},
       {-1, -1, text},
-      {2, 1000000, accented + QStringLiteral("d")},
+      {2, 1000000, accented + "d"},
   };
   for (const auto& [from, n, slice] : cases) EXPECT_EQ(sliceGraphemes(text, from, n), slice) << from << ", " << n;
 }
 
 TEST(Text, TrimsUnicodeWhiteSpaceAndLineEnds) {
-  const QString white = QStringLiteral(" \t\n\v\f\r\u0085\u00A0\u1680\u2000\u2003\u200A\u2028\u2029\u202F\u205F\u3000");
+  const QString white = " \t\n\v\f\r\u0085\u00A0\u1680\u2000\u2003\u200A\u2028\u2029\u202F\u205F\u3000";
   EXPECT_EQ(trimmedText(white), QString());
   EXPECT_EQ(trimmedText(white + QStringLiteral("a") + white + QStringLiteral("b") + white),
-            QStringLiteral("a") + white + QStringLiteral("b"));
+            QStringLiteral("a") + white + "b");
   for (const char16_t kept : {u'\u200B', u'\uFEFF', u'\u200D', u'\u0000'})
     EXPECT_EQ(trimmedText(QChar(kept)), QString(QChar(kept)));
 }
@@ -94,7 +94,7 @@ TEST(Text, ComparesWithoutRegardToCase) {
     const QString left = QString::fromUtf16(a), right = QString::fromUtf16(b);
     EXPECT_EQ(equalsIgnoringCase(left, right), isEqual) << qPrintable(left) << " " << qPrintable(right);
     EXPECT_EQ(caseFolded(left) == caseFolded(right), isEqual);
-    EXPECT_EQ(containsIgnoringCase(QStringLiteral("<") + left + QStringLiteral(">"), right), isEqual);
+    EXPECT_EQ(containsIgnoringCase(QStringLiteral("<") + left + ">", right), isEqual);
   }
 }
 
@@ -112,33 +112,32 @@ TEST(Text, FoldsForSearching) {
 }
 
 TEST(UnicodeRegex, KnowsLettersDigitsAndBoundariesOfAllScripts) {
-  const auto word = unicodeRegex(QStringLiteral("\\b\\w+\\b"));
-  EXPECT_EQ(word.match(QStringLiteral("  größe!")).captured(), QStringLiteral("größe"));
-  EXPECT_EQ(word.match(QStringLiteral("«слово»")).captured(), QStringLiteral("слово"));
-  EXPECT_TRUE(unicodeRegex(QStringLiteral("^\\d\\s$")).match(QStringLiteral("\u0663\u3000")).hasMatch());
-  EXPECT_TRUE(unicodeRegex(QStringLiteral("ÄRGER"), true).match(QStringLiteral("ärger")).hasMatch());
-  EXPECT_FALSE(unicodeRegex(QStringLiteral("ÄRGER")).match(QStringLiteral("ärger")).hasMatch());
-  EXPECT_FALSE(makeUnicodeRegex(QStringLiteral("(")).isValid());
+  const auto word = unicodeRegex("\\b\\w+\\b");
+  EXPECT_EQ(word.match("  größe!").captured(), "größe");
+  EXPECT_EQ(word.match("«слово»").captured(), "слово");
+  EXPECT_TRUE(unicodeRegex("^\\d\\s$").match("\u0663\u3000").hasMatch());
+  EXPECT_TRUE(unicodeRegex("ÄRGER", true).match("ärger").hasMatch());
+  EXPECT_FALSE(unicodeRegex("ÄRGER").match("ärger").hasMatch());
+  EXPECT_FALSE(makeUnicodeRegex("(").isValid());
 }
 
 TEST(UnicodeRegex, EscapedTextMatchesItselfOnly) {
   for (const char16_t* text : {u"a.b", u"C++ (x|y)[0]{2}^$?*\\", u"größe", u"\U0001F468\u200D\U0001F469", u"#-&~ \n"}) {
     const QString literal = QString::fromUtf16(text);
-    const auto regex = unicodeRegex(QStringLiteral("^") + escapedPattern(literal) + QStringLiteral("$"));
+    const auto regex = unicodeRegex(QStringLiteral("^") + escapedPattern(literal) + "$");
     EXPECT_TRUE(regex.match(literal).hasMatch()) << qPrintable(literal);
-    EXPECT_FALSE(regex.match(literal + QStringLiteral("x")).hasMatch());
+    EXPECT_FALSE(regex.match(literal + "x").hasMatch());
   }
-  EXPECT_FALSE(unicodeRegex(escapedPattern(QStringLiteral("a.b"))).match(QStringLiteral("axb")).hasMatch());
+  EXPECT_FALSE(unicodeRegex(escapedPattern("a.b")).match("axb").hasMatch());
 }
 
 TEST(UnicodeRegex, ReplacementsAreTakenLiterally) {
-  const auto digit = unicodeRegex(QStringLiteral("(\\d)"));
-  EXPECT_EQ(replaceMatches(QStringLiteral("a1b2"), digit, QStringLiteral("\\1$&")), QStringLiteral("a\\1$&b\\1$&"));
-  EXPECT_EQ(replaceMatches(QStringLiteral("ab"), digit, QStringLiteral("x")), QStringLiteral("ab"));
-  EXPECT_EQ(replaceMatches(QStringLiteral("123"), digit, QString()), QString());
-  EXPECT_EQ(replaceMatches(QStringLiteral("ab"), unicodeRegex(QStringLiteral("^|$")), QStringLiteral("-")),
-            QStringLiteral("-ab-"));
-  EXPECT_EQ(replaceMatches(QString(), unicodeRegex(QStringLiteral("^")), QStringLiteral("-")), QStringLiteral("-"));
+  const auto digit = unicodeRegex("(\\d)");
+  EXPECT_EQ(replaceMatches("a1b2", digit, "\\1$&"), "a\\1$&b\\1$&");
+  EXPECT_EQ(replaceMatches("ab", digit, "x"), "ab");
+  EXPECT_EQ(replaceMatches("123", digit, QString()), QString());
+  EXPECT_EQ(replaceMatches("ab", unicodeRegex("^|$"), "-"), "-ab-");
+  EXPECT_EQ(replaceMatches(QString(), unicodeRegex("^"), "-"), "-");
 }
 
 }  // namespace
