@@ -35,56 +35,31 @@ class GgmlModelFileTest : public testing::Test {
   const qsizetype tensors_ = whole_.indexOf("decoder.positional_embedding") - 5 * 4;
 };
 
-TEST_F(GgmlModelFileTest, readsTheDimensions) {
-  const auto file = inspect(whole_);
-  ASSERT_TRUE(file) << qPrintable(file.error().detail);
-  EXPECT_TRUE(file->isMultilingual());
-  EXPECT_EQ(file->words, 50257);
-  EXPECT_EQ(file->tensors, 8 + 3 + 24 + 15);
-  ScriptedWhisperModel::Options english;
-  english.isEnglishOnly = true;
-  EXPECT_FALSE(inspect(ScriptedWhisperModel::bytes(english))->isMultilingual());
-}
-
 TEST_F(GgmlModelFileTest, refusesEveryTruncation) {
   std::mt19937 random(1);
-  std::vector<qsizetype> lengths{1,
-                                 3,
-                                 4,
-                                 5,
-                                 47,
-                                 48,
-                                 56,
-                                 60,
-                                 56 + 80 * 201 * 4,
-                                 tensors_ - 1,
-                                 tensors_,
-                                 tensors_ + 1,
-                                 tensors_ + 13,
-                                 whole_.size() - 1,
-                                 whole_.size() - 2};
+  const qsizetype vocabulary = 56 + 80 * 201 * 4, end = whole_.size();
+  std::vector<qsizetype> lengths{1, 3, 4, 5, 47, 48, 56, 60, vocabulary, end - 1, end - 2};
+  for (const int more : {-1, 0, 1, 13}) lengths.push_back(tensors_ + more);
   // Right behind each tensor, where a walk to the end of the file notices nothing.
   for (qsizetype at = tensors_; (at = whole_.indexOf("weight", at + 1)) > 0;) {
-    const qsizetype start = whole_.lastIndexOf(QByteArray::fromHex("000000"), at);
-    lengths.push_back(start);
+    lengths.push_back(whole_.lastIndexOf(QByteArray::fromHex("000000"), at));
     lengths.push_back(at);
   }
-  for (int i = 0; i < 200; ++i)
-    lengths.push_back(static_cast<qsizetype>(random() % static_cast<unsigned>(whole_.size())));
+  for (int i = 0; i < 200; ++i) lengths.push_back(static_cast<qsizetype>(random() % static_cast<unsigned>(end)));
   for (const qsizetype length : lengths) EXPECT_FALSE(inspect(whole_.left(length))) << length;
 
   EXPECT_EQ(faultOf({}), Kind::empty);
   EXPECT_EQ(faultOf(whole_.left(2)), Kind::foreign);
   EXPECT_EQ(faultOf(whole_.left(tensors_)), Kind::truncated);
-  EXPECT_EQ(faultOf(whole_.left(whole_.size() - 1)), Kind::truncated);
-}
-
-TEST_F(GgmlModelFileTest, refusesAFileWithoutItsLastTensor) {
-  const qsizetype last = whole_.lastIndexOf("encoder.ln_post.bias") - 4 * 4;
-  EXPECT_EQ(faultOf(whole_.left(last)), Kind::truncated);
+  EXPECT_EQ(faultOf(whole_.left(end - 1)), Kind::truncated);
+  EXPECT_EQ(faultOf(whole_.left(whole_.lastIndexOf("encoder.ln_post.bias") - 4 * 4)), Kind::truncated);
 }
 
 TEST_F(GgmlModelFileTest, takesAFileWithoutTensorsOnlyWhenAsked) {
+  const auto file = inspect(whole_);
+  ASSERT_TRUE(file) << qPrintable(file.error().detail);
+  EXPECT_TRUE(file->isMultilingual());
+  EXPECT_EQ(file->tensors, 8 + 3 + 24 + 15);
   ScriptedWhisperModel::Options options;
   options.vocabularyOnly = true;
   const QByteArray content = ScriptedWhisperModel::bytes(options);

@@ -14,14 +14,7 @@ TEST(TranscriptionStateTest, Texts) {
   EXPECT_EQ((S{S::Transcribing{"Groq", 1.0F}}.text()), "transcribing with Groq (100%)");
   EXPECT_EQ(S{S::PostProcessing{}}.text(), "post-processing");
   EXPECT_EQ((S{S::Error{"no"}}.text()), "error: no");
-}
-
-TEST(RecordingStateTest, LabelsHideThePayload) {
-  using S = RecordingState;
-  EXPECT_EQ(S{}.diagnosticLabel(), "idle");
-  EXPECT_EQ(S{S::PostProcessing{}}.diagnosticLabel(), "post_processing");
-  EXPECT_EQ((S{S::Complete{"secret"}}.diagnosticLabel()), "complete");
-  EXPECT_EQ((S{S::Error{"secret"}}.diagnosticLabel()), "error");
+  EXPECT_EQ((RecordingState{RecordingState::Complete{"secret"}}.diagnosticLabel()), "complete");
 }
 
 TEST(NavigationItemTest, EverySectionHasItsTextsInBothTables) {

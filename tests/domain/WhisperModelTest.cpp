@@ -55,10 +55,5 @@ TEST(WhisperModelTest, AnOverrideChangesOneNameAndNoOther) {
   EXPECT_EQ(displayName(M::base, {}), "Base (Multilingual)");
 }
 
-TEST(WhisperModelTest, OnlyTheFourWithTheSuffixAreEnglishOnly) {
-  const QList<M> english{M::tinyEn, M::baseEn, M::smallEn, M::mediumEn};
-  for (const M model : allCases<M>()) EXPECT_EQ(isEnglishOnly(model), english.contains(model));
-}
-
 }  // namespace
 }  // namespace quillmere
