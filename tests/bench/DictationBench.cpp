@@ -116,6 +116,7 @@ std::vector<Dictation> dictate(Application& application, TextField& field, bool 
     if (!isDone || status["paste"].toString() != QLatin1String("pasted")) {
       std::printf("round %d: %s, paste %s, error \"%s\"\n", round, qPrintable(status["state"].toString()),
                   qPrintable(status["paste"].toString()), qPrintable(status["error"].toString()));
+      if (round == 0) break;  // where the first fails, so will the others
       continue;
     }
     if (round == 0) continue;
@@ -297,10 +298,12 @@ bool prepareEnvironment(const QString& build) {
     std::fputs("start this through tests/e2e/headless-desktop.sh\n", stderr);
     return false;
   }
-  if (!QFileInfo(qEnvironmentVariable("QUILLMERE_STARTER_MODEL")).isFile()) {
+  const QFileInfo model(qEnvironmentVariable("QUILLMERE_STARTER_MODEL"));
+  if (!model.isFile()) {
     std::fputs("there is no starter model (scripts/test.sh makes one)\n", stderr);
     return false;
   }
+  qputenv("QUILLMERE_STARTER_MODEL", model.absoluteFilePath().toUtf8());  // a link will stand in another folder
   if (!QFileInfo(build + QStringLiteral("/src/app/quillmere-desktop")).isExecutable()) {
     std::fprintf(stderr, "there is no quillmere-desktop below %s\n", qPrintable(build));
     return false;
