@@ -21,7 +21,7 @@ TEST(ModelHub, TheEnvironmentWinsOverTheSettingAndBlankMeansUnset) {
 }
 
 TEST(ModelHub, WebAddresses) {
-  const QString path = QStringLiteral("/ggerganov/whisper.cpp/resolve/main/ggml-tiny.en.bin");
+  const QString path = "/ggerganov/whisper.cpp/resolve/main/ggml-tiny.en.bin";
   const struct {
     QString base, url;
   } cases[] = {
@@ -34,14 +34,14 @@ TEST(ModelHub, WebAddresses) {
       {"https://[::1]:8443", "https://[::1]:8443" + path},
   };
   for (const auto& c : cases) {
-    const auto location = locateOnHub(c.base, QStringLiteral("ggml-tiny.en.bin"));
+    const auto location = locateOnHub(c.base, "ggml-tiny.en.bin");
     ASSERT_TRUE(location.hasValue()) << c.base.toStdString();
     EXPECT_EQ(std::get<QUrl>(location.value()).toString(QUrl::FullyEncoded), c.url);
   }
 }
 
 TEST(ModelHub, FoldersHoldTheFileDirectlyOrUnderTheHubsPath) {
-  const QString path = QStringLiteral("/ggerganov/whisper.cpp/resolve/main/m.bin");
+  const QString path = "/ggerganov/whisper.cpp/resolve/main/m.bin";
   const struct {
     QString base, folder;
   } cases[] = {
@@ -54,7 +54,7 @@ TEST(ModelHub, FoldersHoldTheFileDirectlyOrUnderTheHubsPath) {
       {"./hub", QDir::cleanPath(QDir::currentPath() + "/hub")},
   };
   for (const auto& c : cases) {
-    const auto location = locateOnHub(c.base, QStringLiteral("m.bin"));
+    const auto location = locateOnHub(c.base, "m.bin");
     ASSERT_TRUE(location.hasValue()) << c.base.toStdString();
     QStringList places = std::get<QStringList>(location.value());
     for (QString& place : places) place = QDir::cleanPath(place);
@@ -65,7 +65,7 @@ TEST(ModelHub, FoldersHoldTheFileDirectlyOrUnderTheHubsPath) {
 TEST(ModelHub, AnythingElseIsRefused) {
   for (const char* base : {"hub.example", "ftp://hub.example/", "https://", "http:///x", "file://",
                            "javascript:alert(1)", "https://hub example", "models", "https://hub.example:port"}) {
-    const auto location = locateOnHub(QString::fromLatin1(base), QStringLiteral("m.bin"));
+    const auto location = locateOnHub(QString::fromLatin1(base), "m.bin");
     ASSERT_FALSE(location.hasValue()) << base;
     EXPECT_EQ(location.error().code, UrlError::badUrl);
   }

@@ -83,7 +83,7 @@ class ModelImporterTest : public testing::Test {
   }
 
   QTemporaryDir folder_;
-  QString models_ = folder_.filePath(QStringLiteral("models"));
+  QString models_ = folder_.filePath("models");
   QMap<QString, QString> checksums_;
   std::vector<double> progress_;
   ManualExecutor executor_;
@@ -106,7 +106,7 @@ TEST_F(ModelImporterTest, aConvertedFolderIsTheFileItWasMadeFrom) {
       EXPECT_LE(progress_.back(), 1.0);
       EXPECT_FALSE(imported->isCatalogModel);
       EXPECT_EQ(imported->name, name);
-      EXPECT_EQ(imported->path, models_ + QStringLiteral("/custom/") + name + QStringLiteral(".bin"));
+      EXPECT_EQ(imported->path, models_ + QStringLiteral("/custom/") + name + ".bin");
       EXPECT_EQ(imported->sha256, QString::fromLatin1(sha256(model()))) << qPrintable(name);
       EXPECT_TRUE(read(imported->path) == model()) << qPrintable(name);
     }
@@ -127,105 +127,102 @@ TEST_F(ModelImporterTest, theMelBanksOfBothSizesHaveUnitArea) {
 }
 
 TEST_F(ModelImporterTest, aModelOfTheCatalogueIsInstalledAsSuch) {
-  checksums_ = {{QStringLiteral("ggml-base.en.bin"), QString::fromLatin1(sha256(model()))}};
-  write(QStringLiteral("models/ggml-base.en.bin"), "a damaged one");
-  for (const QString& source :
-       {write(QStringLiteral("downloads/some file.bin"), model()), writeFolder(QStringLiteral("folder"), {})}) {
-    const auto imported = import(source, QStringLiteral("mine"));
+  checksums_ = {{"ggml-base.en.bin", QString::fromLatin1(sha256(model()))}};
+  write("models/ggml-base.en.bin", "a damaged one");
+  for (const QString& source : {write("downloads/some file.bin", model()), writeFolder("folder", {})}) {
+    const auto imported = import(source, "mine");
     ASSERT_TRUE(imported) << qPrintable(imported.error().description);
     EXPECT_TRUE(imported->isCatalogModel);
-    EXPECT_EQ(imported->name, QStringLiteral("base.en"));
-    EXPECT_EQ(files(), QStringList{QStringLiteral("ggml-base.en.bin")});
+    EXPECT_EQ(imported->name, "base.en");
+    EXPECT_EQ(files(), QStringList{"ggml-base.en.bin"});
     EXPECT_TRUE(read(imported->path) == model());
   }
 }
 
 TEST_F(ModelImporterTest, refusesWhatIsNoModelAndLeavesNothing) {
   const QByteArray whole = CTranslate2Folder::modelBytes(model(), {});
-  const auto folderWith = [&](const QString& name, const QByteArray& modelFile) {
-    write(name + QStringLiteral("/tokenizer.json"),
-          CTranslate2Folder::vocabularyBytes(model(), Vocabulary::tokenizerJson));
-    write(name + QStringLiteral("/model.bin"), modelFile);
+  const QByteArray words = CTranslate2Folder::vocabularyBytes(model(), Vocabulary::tokenizerJson);
+  // A folder with these two files.
+  int number = 0;
+  const auto folder = [&](const QByteArray& modelFile, const QByteArray& vocabulary) {
+    const QString name = QString("folder%1").arg(++number);
+    write(name + "/tokenizer.json", vocabulary);
+    write(name + "/model.bin", modelFile);
     return path(name);
   };
-  const auto folderOf = [&](const QString& name, auto change) {
+  const auto with = [&](auto change) {
     CTranslate2Folder::Options options;
     change(options);
-    return writeFolder(name, options);
+    return CTranslate2Folder::modelBytes(model(), options);
   };
-  const auto replaced = [&](const char* before, const char* after) { return QByteArray(whole).replace(before, after); };
-  const auto vocabulary = [&](const QString& name, const QByteArray& before, const QByteArray& after) {
-    const QString folder = folderWith(name, whole);
-    write(name + QStringLiteral("/tokenizer.json"),
-          read(folder + QStringLiteral("/tokenizer.json")).replace(before, after));
-    return folder;
+  const auto model = [&](const char* before, const char* after) {
+    return folder(QByteArray(whole).replace(before, after), words);
   };
-
-  expectRefusal("absent", path(QStringLiteral("absent.bin")), "models.file.error.missing");
-  expectRefusal("empty file", write(QStringLiteral("empty.bin"), {}), "models.file.error.empty");
-  expectRefusal("text", write(QStringLiteral("text.bin"), "hello"), "models.file.error.foreign");
-  expectRefusal("cut file", write(QStringLiteral("cut.bin"), model().left(1000000)), "models.file.error.truncated");
-  ASSERT_TRUE(QDir().mkpath(path(QStringLiteral("hollow"))));
-  expectRefusal("folder without model.bin", path(QStringLiteral("hollow")), "models.import.error.folderForeign");
-  expectRefusal("model.bin is a ggml file", folderWith(QStringLiteral("a"), model()),
-                "models.import.error.folderForeign");
-  expectRefusal("other kind of model", folderOf(QStringLiteral("b"), [](auto& o) { o.kind = "TransformerSpec"; }),
-                "models.import.error.folderForeign");
-  expectRefusal("older format", folderOf(QStringLiteral("c"), [](auto& o) { o.version = 5; }),
-                "models.import.error.folderVersion");
-  expectRefusal("8-bit weights", folderOf(QStringLiteral("d"), [](auto& o) { o.isQuantised = true; }),
-                "models.import.error.quantised");
-  expectRefusal("no vocabulary", folderOf(QStringLiteral("e"), [](auto& o) { o.vocabulary = Vocabulary::none; }),
-                "models.import.error.vocabularyMissing");
-  expectRefusal("cut model.bin", folderWith(QStringLiteral("f"), whole.left(whole.size() / 2)),
-                "models.file.error.truncated");
-  expectRefusal("empty model.bin", folderWith(QStringLiteral("g"), {}), "models.import.error.folderForeign");
-  expectRefusal("a tensor is missing",
-                folderWith(QStringLiteral("h"),
-                           replaced("encoder/layer_0/ffn/linear_1/bias", "encoder/layer_0/ffn/linear_x/bias")),
-                "models.file.error.damaged");
-  expectRefusal("a layer is missing",
-                folderWith(QStringLiteral("i"), replaced("decoder/layer_0/self_attention/linear_0/weight",
-                                                         "decoder/layer_1/self_attention/linear_0/weight")),
-                "models.file.error.damaged");
+  const auto vocabulary = [&](const char* before, const char* after) {
+    return folder(whole, QByteArray(words).replace(before, after));
+  };
+  const QString wordless = folder(whole, {});
+  QFile::remove(wordless + "/tokenizer.json");
+  const QString hollow = folder({}, words);
+  QFile::remove(hollow + "/model.bin");
   // 2 heads for a width of 32 are fine, 0 and 33 are not. The number is the last thing of its record.
   const qsizetype heads = whole.indexOf("encoder/num_heads") + 18 + 1 + 1 + 4;
-  expectRefusal("no heads", folderWith(QStringLiteral("j"), QByteArray(whole).replace(heads, 1, QByteArray(1, '\0'))),
-                "models.file.error.damaged");
-  expectRefusal("33 heads", folderWith(QStringLiteral("k"), QByteArray(whole).replace(heads, 1, "!")),
-                "models.file.error.damaged");
-  expectRefusal("vocabulary is no JSON", vocabulary(QStringLiteral("l"), "{", "<"),
-                "models.import.error.vocabularyDamaged");
-  expectRefusal("a word is missing", vocabulary(QStringLiteral("m"), "\"~5000\": 5000,", ""),
-                "models.import.error.vocabularyDamaged");
-  expectRefusal("a number twice", vocabulary(QStringLiteral("n"), "\"~5000\": 5000,", "\"~5000\": 5001,"),
-                "models.import.error.vocabularyDamaged");
-  expectRefusal("a character that stands for no byte", vocabulary(QStringLiteral("o"), "\"~5000\"", "\"\u6771\""),
-                "models.import.error.vocabularyDamaged");
+  const auto withHeads = [&](char count) {
+    return folder(QByteArray(whole).replace(heads, 1, QByteArray(1, count)), words);
+  };
+  const struct {
+    const char* what;
+    QString source;
+    const char* key;
+  } cases[] = {
+      {"absent", path("absent.bin"), "models.file.error.missing"},
+      {"empty file", write("empty.bin", {}), "models.file.error.empty"},
+      {"text", write("text.bin", "hello"), "models.file.error.foreign"},
+      {"cut file", write("cut.bin", quillmere::model().left(1000000)), "models.file.error.truncated"},
+      {"folder without model.bin", hollow, "models.import.error.folderForeign"},
+      {"model.bin is a ggml file", folder(quillmere::model(), words), "models.import.error.folderForeign"},
+      {"older format", folder(with([](auto& o) { o.version = 5; }), words), "models.import.error.folderVersion"},
+      {"8-bit weights", folder(with([](auto& o) { o.isQuantised = true; }), words), "models.import.error.quantised"},
+      {"no vocabulary", wordless, "models.import.error.vocabularyMissing"},
+      {"cut model.bin", folder(whole.left(whole.size() / 2), words), "models.file.error.truncated"},
+      {"a tensor is missing", model("encoder/layer_0/ffn/linear_1/bias", "encoder/layer_0/ffn/linear_x/bias"),
+       "models.file.error.damaged"},
+      {"a layer is missing",
+       model("coder/layer_0/self_attention/linear_0/w", "coder/layer_1/self_attention/linear_0/w"),
+       "models.file.error.damaged"},
+      {"no heads", withHeads(0), "models.file.error.damaged"},
+      {"33 heads", withHeads(33), "models.file.error.damaged"},
+      {"vocabulary is no JSON", vocabulary("{", "<"), "models.import.error.vocabularyDamaged"},
+      {"a word is missing", vocabulary("\"~5000\": 5000,", ""), "models.import.error.vocabularyDamaged"},
+      {"a number twice", vocabulary("~5000\": 5000,", "~5000\": 5001,"), "models.import.error.vocabularyDamaged"},
+      {"a character that stands for no byte", vocabulary("~5000", "東"), "models.import.error.vocabularyDamaged"},
+  };
+  for (const auto& [what, source, key] : cases) expectRefusal(what, source, key);
 }
 
 TEST_F(ModelImporterTest, aFlippedWeightGivesACustomModel) {
-  checksums_ = {{QStringLiteral("ggml-tiny.bin"), QString::fromLatin1(sha256(model()))}};
+  checksums_ = {{"ggml-tiny.bin", QString::fromLatin1(sha256(model()))}};
   QByteArray content = model();
   content[content.size() - 200] = static_cast<char>(content[content.size() - 200] ^ 1);
-  const auto imported = import(write(QStringLiteral("ggml-tiny.bin"), content));
+  const auto imported = import(write("ggml-tiny.bin", content));
   ASSERT_TRUE(imported);
   EXPECT_FALSE(imported->isCatalogModel);
-  EXPECT_EQ(imported->name, QStringLiteral("ggml-tiny-custom"));
+  EXPECT_EQ(imported->name, "ggml-tiny-custom");
 }
 
 TEST_F(ModelImporterTest, keepsNamesApart) {
-  const QString first = write(QStringLiteral("first.bin"), modelSaying("First."));
-  const QString second = write(QStringLiteral("second.bin"), modelSaying("Second."));
-  const QString name = QStringLiteral("Mine");
+  const QString first = write("first.bin", modelSaying("First."));
+  const QString second = write("second.bin", modelSaying("Second."));
+  const QString name = "Mine";
+  write("models/.import-abcdef", "half a model that a killed import left");
   ASSERT_TRUE(import(first, name));
   EXPECT_TRUE(import(first, name)) << "the same content again";
   expectRefusal("taken", second, "models.import.error.nameTaken", name);
-  EXPECT_TRUE(read(models_ + QStringLiteral("/custom/Mine.bin")) == modelSaying("First."));
+  EXPECT_TRUE(read(models_ + "/custom/Mine.bin") == modelSaying("First."));
   for (const char* reserved : {"tiny.en", "Large-V2", "ggml-base"}) {
     expectRefusal(reserved, second, "models.import.error.nameReserved", QString::fromLatin1(reserved));
   }
-  EXPECT_EQ(files(), QStringList{QStringLiteral("custom/Mine.bin")});
+  EXPECT_EQ(files(), QStringList{"custom/Mine.bin"});
 }
 
 TEST_F(ModelImporterTest, makesFileNamesOfNames) {
@@ -246,7 +243,7 @@ TEST_F(ModelImporterTest, makesFileNamesOfNames) {
 }
 
 TEST_F(ModelImporterTest, aFullDiskGivesASentenceAndLeavesNothing) {
-  const QString source = writeFolder(QStringLiteral("folder"), {});
+  const QString source = writeFolder("folder", {});
   const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
   rlimit old{};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
@@ -256,23 +253,18 @@ TEST_F(ModelImporterTest, aFullDiskGivesASentenceAndLeavesNothing) {
   ::setrlimit(RLIMIT_FSIZE, &old);
   std::signal(SIGXFSZ, oldHandler);
   ASSERT_FALSE(result);
-  EXPECT_EQ(result.error().domain, QStringLiteral("filesystem"));
-  EXPECT_EQ(result.error().description, QStringLiteral("models.import.error.notWritten"));
+  EXPECT_EQ(result.error().domain, "filesystem");
+  EXPECT_EQ(result.error().description, "models.import.error.notWritten");
   EXPECT_EQ(files(), QStringList());
-}
-
-TEST_F(ModelImporterTest, aModelsFolderThatCannotBeMadeGivesASentence) {
-  models_ = write(QStringLiteral("models"), "a file where the folder should be");
-  const auto result = import(write(QStringLiteral("m.bin"), model()));
-  ASSERT_FALSE(result);
-  EXPECT_EQ(result.error().description, QStringLiteral("models.import.error.notWritten"));
+  models_ = write("occupied", "a file where the folder should be");
+  expectRefusal("no folder", write("m.bin", model()), "models.import.error.notWritten");
 }
 
 TEST_F(ModelImporterTest, aCancelLeavesNothing) {
   ScriptedWhisperModel::Options large;
   large.text = "One two three.";
   large.width = 128;
-  const QString source = writeFolder(QStringLiteral("folder"), {}, ScriptedWhisperModel::bytes(large));
+  const QString source = writeFolder("folder", {}, ScriptedWhisperModel::bytes(large));
   ModelImporter importer(models_, pool_, {}, {});
   TaskScope scope(executor_);
   TaskHandle<ImportResult> handle;
@@ -280,24 +272,6 @@ TEST_F(ModelImporterTest, aCancelLeavesNothing) {
   executor_.runUntilIdle();
   EXPECT_TRUE(handle.isDone());
   EXPECT_EQ(files(), QStringList());
-}
-
-TEST_F(ModelImporterTest, removesWhatAKilledImportLeft) {
-  write(QStringLiteral("models/.import-abcdef"), "half a model");
-  ASSERT_TRUE(import(write(QStringLiteral("m.bin"), model())));
-  EXPECT_EQ(files(), QStringList{QStringLiteral("custom/m.bin")});
-}
-
-TEST_F(ModelImporterTest, theStarterModelsFolderGivesTheCataloguesFile) {
-  const QString source = qEnvironmentVariable("QUILLMERE_STARTER_FOLDER");
-  if (source.isEmpty()) GTEST_SKIP() << "QUILLMERE_STARTER_FOLDER does not name a folder";
-  checksums_ = WhisperModelManagerConfiguration::catalogChecksums();
-  const auto imported = import(source);
-  ASSERT_TRUE(imported) << qPrintable(imported.error().description);
-  EXPECT_TRUE(imported->isCatalogModel);
-  EXPECT_EQ(imported->name, QStringLiteral("tiny.en"));
-  EXPECT_EQ(imported->sha256, QStringLiteral("921e4cf8686fdd993dcd081a5da5b6c365bfde1162e72b08d75ac75289920b1f"));
-  EXPECT_EQ(files(), QStringList{QStringLiteral("ggml-tiny.en.bin")});
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <bit>
 #include <cstring>
 #include <map>
 #include <vector>
@@ -65,23 +64,15 @@ Contents parse(const QByteArray& model) {
 
 QByteArray narrowed(const QByteArray& wide) {
   QByteArray result(wide.size() / 2, '\0');
-  for (qsizetype i = 0; i < wide.size() / 4; ++i) {
-    float value;
-    std::memcpy(&value, wide.constData() + i * 4, 4);
-    const auto bits = std::bit_cast<quint16>(qfloat16(value));
-    std::memcpy(result.data() + i * 2, &bits, 2);
-  }
+  qFloatToFloat16(reinterpret_cast<qfloat16*>(result.data()), reinterpret_cast<const float*>(wide.constData()),
+                  wide.size() / 4);
   return result;
 }
 
 QByteArray widened(const QByteArray& narrow) {
   QByteArray result(narrow.size() * 2, '\0');
-  for (qsizetype i = 0; i < narrow.size() / 2; ++i) {
-    quint16 bits;
-    std::memcpy(&bits, narrow.constData() + i * 2, 2);
-    const float value = std::bit_cast<qfloat16>(bits);
-    std::memcpy(result.data() + i * 4, &value, 4);
-  }
+  qFloatFromFloat16(reinterpret_cast<float*>(result.data()), reinterpret_cast<const qfloat16*>(narrow.constData()),
+                    narrow.size() / 2);
   return result;
 }
 
@@ -130,7 +121,7 @@ class ModelWriter {
   QByteArray take() const {
     QByteArray out;
     append(out, options_.version);
-    appendText(out, options_.kind);
+    appendText(out, "WhisperSpec");
     append(out, quint32{3});
     append(out, count_);
     out += table_;
@@ -222,34 +213,17 @@ QByteArray CTranslate2Folder::vocabularyBytes(const QByteArray& ggmlModel, Vocab
   if (kind == Vocabulary::vocabularyJson) return QJsonDocument(QJsonArray::fromStringList(words)).toJson();
   QJsonObject numbers;
   for (qsizetype i = 0; i < words.size(); ++i) numbers.insert(words[i], static_cast<int>(i));
-  const QJsonObject model{{QStringLiteral("type"), QStringLiteral("BPE")}, {QStringLiteral("vocab"), numbers}};
-  return QJsonDocument(QJsonObject{{QStringLiteral("model"), model}}).toJson();
-}
-
-QString CTranslate2Folder::vocabularyFileName(Vocabulary kind) {
-  switch (kind) {
-    case Vocabulary::tokenizerJson:
-      return QStringLiteral("tokenizer.json");
-    case Vocabulary::vocabularyJson:
-      return QStringLiteral("vocabulary.json");
-    case Vocabulary::vocabularyText:
-      return QStringLiteral("vocabulary.txt");
-    case Vocabulary::none:
-      break;
-  }
-  return {};
+  return QJsonDocument(QJsonObject{{"model", QJsonObject{{"type", "BPE"}, {"vocab", numbers}}}}).toJson();
 }
 
 bool CTranslate2Folder::write(const QString& folder, const QByteArray& ggmlModel, const Options& options) {
-  const QDir directory(folder);
-  const auto writeFile = [&](const QString& name, const QByteArray& content) {
-    QFile file(directory.filePath(name));
+  const auto writeFile = [&](const char* name, const QByteArray& content) {
+    QFile file(folder + u'/' + QLatin1String(name));
     return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
   };
-  if (!directory.mkpath(QStringLiteral("."))) return false;
-  if (!writeFile(QStringLiteral("model.bin"), modelBytes(ggmlModel, options))) return false;
-  return options.vocabulary == Vocabulary::none ||
-         writeFile(vocabularyFileName(options.vocabulary), vocabularyBytes(ggmlModel, options.vocabulary));
+  const char* const names[] = {"tokenizer.json", "vocabulary.json", "vocabulary.txt"};
+  return QDir().mkpath(folder) && writeFile("model.bin", modelBytes(ggmlModel, options)) &&
+         writeFile(names[int(options.vocabulary)], vocabularyBytes(ggmlModel, options.vocabulary));
 }
 
 }  // namespace quillmere

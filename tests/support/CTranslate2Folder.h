@@ -9,19 +9,16 @@ namespace quillmere {
 // appear twice in the vocabulary.
 class CTranslate2Folder {
  public:
-  enum class Vocabulary { tokenizerJson, vocabularyJson, vocabularyText, none };
+  enum class Vocabulary { tokenizerJson, vocabularyJson, vocabularyText };
   struct Options {
     Vocabulary vocabulary = Vocabulary::tokenizerJson;
     bool hasWideWeights = false;  // 32-bit numbers everywhere
     bool isQuantised = false;     // one 8-bit matrix with its scale
     quint32 version = 6;
-    QByteArray kind = "WhisperSpec";
   };
 
   static QByteArray modelBytes(const QByteArray& ggmlModel, const Options& options);
-  // The content of the vocabulary file that the options name, and its name.
   static QByteArray vocabularyBytes(const QByteArray& ggmlModel, Vocabulary kind);
-  static QString vocabularyFileName(Vocabulary kind);
   // Makes the folder where it is missing.
   static bool write(const QString& folder, const QByteArray& ggmlModel, const Options& options);
 };

@@ -1,6 +1,7 @@
 #include "support/ScriptedWhisperModel.h"
 
 #include <QFile>
+#include <QFloat16>
 #include <QList>
 #include <QtEndian>
 #include <cmath>
@@ -31,16 +32,6 @@ struct Tokens {
   int count() const { return 51864 + shift; }
 };
 
-std::uint16_t half(float value) {
-  std::uint32_t bits;
-  std::memcpy(&bits, &value, 4);
-  const auto sign = static_cast<std::uint16_t>(bits >> 16 & 0x8000u);
-  const int exponent = static_cast<int>(bits >> 23 & 255u) - 112;
-  if (exponent <= 0) return sign;
-  if (exponent > 30) return static_cast<std::uint16_t>(sign | 0x7bffu);
-  return static_cast<std::uint16_t>(sign | static_cast<unsigned>(exponent) << 10 | (bits >> 13 & 0x3ffu));
-}
-
 class Writer {
  public:
   void integer(qint32 value) {
@@ -65,7 +56,7 @@ class Writer {
     QByteArray data(count * (isHalf ? 2 : 4), '\0');
     for (std::size_t i = 0; i < values.size(); ++i) {
       if (isHalf) {
-        const std::uint16_t number = half(values[i]);
+        const qfloat16 number(values[i]);
         std::memcpy(data.data() + i * 2, &number, 2);
       } else {
         std::memcpy(data.data() + i * 4, &values[i], 4);
