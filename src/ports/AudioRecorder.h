@@ -26,7 +26,8 @@ class AudioRecorder {
 
   virtual ~AudioRecorder() = default;
   // Creates the file and starts the capture; returns when the capture runs. Once. An error's domain is "audio" where
-  // the sound server refused and "filesystem" where the file could not be made. A cancel ends the capture again.
+  // the sound server refused and "filesystem" where the file could not be made, its description a clear sentence.
+  // A cancel ends the capture again.
   virtual Task<Result<void, PlatformError>> record(QString path) = 0;
   // Ends the capture, writes what is still under way and completes the file. Harmless when nothing runs. Not cancelled.
   virtual Task<void> stop() = 0;

@@ -50,7 +50,7 @@ Task<bool> MicrophoneProbe::listenOnce() {
   auto starting = recorder.start(folder.filePath(QStringLiteral("level.wav")));
   const auto started = co_await std::move(starting);
   if (!started) {
-    problem_.set(recorder.lastFailure() ? recorder.lastFailure()->description : localizedDescription(started.error()));
+    problem_.set(localizedDescription(started.error()));
     co_return false;
   }
   if (!isInterrupted) problem_.set(QString());

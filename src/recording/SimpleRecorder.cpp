@@ -35,7 +35,6 @@ float SimpleRecorder::levelOf(float decibels) {
 }
 
 Task<Result<void, AnyError>> SimpleRecorder::start(QString path) {
-  lastFailure_.reset();
   meterUpdateTask_.cancel();
   recorder_.reset();
   firstSampleAt_.reset();
@@ -57,10 +56,8 @@ Task<Result<void, AnyError>> SimpleRecorder::start(QString path) {
   auto recording = recorder->record(path);
   const auto started = co_await std::move(recording);
   if (!started) {
-    lastFailure_ = started.error();
-    if (started.error().domain == QStringLiteral("audio")) {
+    if (started.error().description.isEmpty()) {
       log_.error("AVAudioRecorder.record() returned false");
-      log_.error("The sound server refused the recording: %s", started.error().description);
       co_return Failed{recordingFailed(QStringLiteral("Failed to start recording"))};
     }
     log_.error("Failed to create AVAudioRecorder: %s", started.error().description);

@@ -37,7 +37,7 @@ class SimpleRecorder {
 
   // Lets the next start begin sooner. Cheap.
   void prepare() { recorders_.prepare(); }
-  // Returns when the capture runs. Fails with AudioError::recordingFailed; lastFailure() has the platform's own words.
+  // Returns when the capture runs. Fails with AudioError::recordingFailed in the platform's own words where it has any.
   // A recording that still runs is dropped (its file is complete up to there). A cancel ends the capture again.
   Task<Result<void, AnyError>> start(QString path);
   // Returns when the file is complete, which a cancel doesn't cut short.
@@ -46,7 +46,6 @@ class SimpleRecorder {
   void setOnInterrupted(std::function<void(AudioRecorder::Interruption)> callback);
   // Of the newest recording, also after its stop; nothing before the sample has come or where the recorder can't tell.
   std::optional<TimePoint> firstSampleAt() const;
-  const std::optional<PlatformError>& lastFailure() const { return lastFailure_; }
 
   // 0 at minDb or below, 1 at maxDb or above, straight between.
   static float levelOf(float decibels);
@@ -61,7 +60,6 @@ class SimpleRecorder {
   Published<float> audioLevel_;
   Published<bool> isRecording_;
   std::function<void(AudioRecorder::Interruption)> onInterrupted_;
-  std::optional<PlatformError> lastFailure_;
   std::unique_ptr<AudioRecorder> recorder_;
   TimePoint recordCalledAt_;
   std::optional<TimePoint> firstSampleAt_;  // known when the recorder goes

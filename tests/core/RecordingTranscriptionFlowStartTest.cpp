@@ -187,7 +187,7 @@ TEST(RecordingStart, ARecorderThatDoesNotStartIsReportedAndCleanedUp) {
   const ReportOptions& options = f.reporting.reports[0].options;
   EXPECT_EQ(options.message, QStringLiteral("Failed to start recording"));
   EXPECT_EQ(options.extra.size(), 34);
-  EXPECT_EQ(options.extra[QStringLiteral("recordingFailureStage")], QStringLiteral("record_start_failed"));
+  EXPECT_EQ(options.extra[QStringLiteral("recordingFailureStage")], QStringLiteral("recorder_init_failed"));
   EXPECT_EQ(options.extra[QStringLiteral("permissionStatus")], QStringLiteral("authorized"));
   EXPECT_EQ(options.extra[QStringLiteral("recordingsFolderWritable")], true);
   EXPECT_EQ(options.extra[QStringLiteral("activeDeviceIsDefault")], true);
@@ -238,7 +238,11 @@ TEST(RecordingStart, LiveDictationSaysThatItIsNotThereYet) {
 
 TEST(RecordingStart, WithoutAnApplicationStateTheRecordingRunsAllTheSame) {
   RecordingFlowFixture f;
-  f.flow->configure(nullptr, {}, nullptr, nullptr);
+  f.makeFlow([](auto& use) {
+    use.transcriptionPipeline = nullptr;
+    use.settingsManager = nullptr;
+    use.appState = nullptr;
+  });
   f.press();
   f.executor.advance(2s);
   f.flow->cancelFromShortcut();                   // does nothing without a state

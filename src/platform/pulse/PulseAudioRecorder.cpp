@@ -90,8 +90,10 @@ Task<Result<void, PlatformError>> PulseAudioRecorder::record(QString path) {
   if (!captured || !opened) {
     file_->discard();
     abandon();
-    if (!opened) co_return Failed{opened.error()};
-    co_return Failed{captured.error()};
+    if (opened) co_return Failed{captured.error()};
+    PlatformError error = opened.error();
+    error.description = QStringLiteral("%1 (%2)").arg(localizedText("audio.error.createFile"), error.description);
+    co_return Failed{error};
   }
   guard.dismiss();
   phase_ = Phase::running;
@@ -122,6 +124,7 @@ Task<Result<void, PlatformError>> PulseAudioRecorder::startCapture() {
     auto starting = startStream(std::move(prepared), std::nullopt);
     const int error = co_await std::move(starting);
     if (error == PA_OK) co_return Result<void, PlatformError>{};
+    if (error == PA_ERR_TIMEOUT) co_return Failed{soundError(error)};  // a second stream would wait as long
     connection_.log().warning("The prepared stream did not start: %{public}s", pa_strerror(error));
   }
   auto connecting = connection_.waitUntilReady(startLimit);
