@@ -87,20 +87,20 @@ void AudioDeviceManager::scanDevices(DeviceScanReason reason) {
   const auto deviceCount = qint64(availableDevices_.get().size());
   if ((reason == DeviceScanReason::deviceList || reason == DeviceScanReason::defaultInput) && reporting_ &&
       reporting_->isEnabled())
-    reporting_->addBreadcrumb({QStringLiteral("Audio device change detected"),
-                               QStringLiteral("audio.devices"),
-                               ReportLevel::info,
-                               {{QStringLiteral("reason"), rawValue(reason)},
-                                {QStringLiteral("deviceCount"), deviceCount},
-                                {QStringLiteral("defaultDeviceUID"),
-                                 systemDefaultDeviceUID_.get().value_or(QStringLiteral("unknown"))},
-                                {QStringLiteral("activeDeviceName"), activeInputDeviceName_.get()}}});
+    reporting_->addBreadcrumb(
+        {QStringLiteral("Audio device change detected"),
+         QStringLiteral("audio.devices"),
+         ReportLevel::info,
+         {{QStringLiteral("reason"), rawValue(reason)},
+          {QStringLiteral("deviceCount"), deviceCount},
+          {QStringLiteral("defaultDeviceUID"), systemDefaultDeviceUID_.get().value_or(QStringLiteral("unknown"))},
+          {QStringLiteral("activeDeviceName"), activeInputDeviceName_.get()}}});
   log_.info("📱 Device scan (%s) finished in %ldms · devices=%ld", rawValue(reason),
             millisecondsBetween(start, executor_.now()), deviceCount);
 }
 
 void AudioDeviceManager::refreshActiveDevice() {
-  const auto& selected = selectedDevice_.get();
+  const auto selected = selectedDevice_.get();
   std::optional<quint32> active;
   if (selected) active = helper_.deviceID(selected->uid);
   if (!active) active = helper_.defaultInputDeviceID();

@@ -9,7 +9,7 @@ namespace quillmere {
 
 // What an audio file says of itself when it is opened.
 struct AudioFileProperties {
-  qint64 frames = 0;  // as stated; a file that states nothing counts as one frame when one can be read
+  qint64 frames = 0;      // as stated; a file that states nothing counts as one frame when one can be read
   double sampleRate = 0;  // hertz
   int channelCount = 0;
 

@@ -15,10 +15,10 @@ struct TransportName {
   const char* text;
 };
 constexpr TransportName transportNames[] = {
-    {fourCharacters("bltn"), "built_in"},     {fourCharacters("airp"), "airplay"},
-    {fourCharacters("blue"), "bluetooth"},    {fourCharacters("dprt"), "display_port"},
-    {fourCharacters("grup"), "aggregate"},    {fourCharacters("hdmi"), "hdmi"},
-    {fourCharacters("pci "), "pci"},          {fourCharacters("usb "), "usb"},
+    {fourCharacters("bltn"), "built_in"},  {fourCharacters("airp"), "airplay"},
+    {fourCharacters("blue"), "bluetooth"}, {fourCharacters("dprt"), "display_port"},
+    {fourCharacters("grup"), "aggregate"}, {fourCharacters("hdmi"), "hdmi"},
+    {fourCharacters("pci "), "pci"},       {fourCharacters("usb "), "usb"},
     {fourCharacters("virt"), "virtual"},
 };
 

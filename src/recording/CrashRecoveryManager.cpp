@@ -220,7 +220,8 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
   } else if (path != target) {
     QFile::remove(target);
     QFile file(path);
-    if (!file.rename(target)) {
+    // A folder that has become read-only lets nothing go; a copy saves the recording all the same.
+    if (!file.rename(target) && !QFile::copy(path, target)) {
       const AnyError error = PlatformError{QStringLiteral("filesystem"), int(file.error()), file.errorString()};
       log_.error("Failed to recover WAV: %s", localizedDescription(error));
       leaveFailure(session, path, error);

@@ -89,9 +89,7 @@ struct RecordingLifecycle::Finished {
 };
 
 RecordingLifecycle::RecordingLifecycle(Dependencies dependencies, const Logging& logging)
-    : use_(std::move(dependencies)),
-      log_(logging.logger(QStringLiteral("RecordingLifecycle"))),
-      scope_(use_.executor) {
+    : use_(std::move(dependencies)), log_(logging.logger(QStringLiteral("RecordingLifecycle"))), scope_(use_.executor) {
   levelBinding_ = use_.simpleRecorder.audioLevel().observe([this](float level) { audioLevel_.set(level); });
   use_.simpleRecorder.setOnInterrupted(
       [this](const AudioRecorder::Interruption& interruption) { interrupted(interruption); });
@@ -149,15 +147,13 @@ Task<Result<void, AnyError>> RecordingLifecycle::prepareAndRecord(std::shared_pt
     auto waiting = settingsManager_->storage().waitForRecordingsFolder(folderLimit);
     const bool isUsable = co_await std::move(waiting);
     if (!isUsable)
-      co_return Failed{
-          audioError(AudioError::Kind::recordingFailed, localizedText("recording.error.documentsAccess"))};
+      co_return Failed{audioError(AudioError::Kind::recordingFailed, localizedText("recording.error.documentsAccess"))};
   }
 
   auto applying = use_.deviceManager.applySelectedDevice();
   co_await std::move(applying);
 
-  const MediaControlMode mode =
-      settingsManager_ ? settingsManager_->audio().mediaControlMode() : MediaControlMode::off;
+  const MediaControlMode mode = settingsManager_ ? settingsManager_->audio().mediaControlMode() : MediaControlMode::off;
   if (mode == MediaControlMode::off) {
     log_.info("Media control mode: off - no audio changes");
   } else {
@@ -507,7 +503,6 @@ Result<AudioFileProperties, AnyError> RecordingLifecycle::validate(const QString
 // the final one: a process that is killed in between leaves a row whose file is there.
 Result<QString, AnyError> RecordingLifecycle::moveToFinalWav(const Capture& capture) const {
   const QString& target = capture.finalURL;
-  if (capture.rawURL == target) return target;
   QFile::remove(target);
   std::error_code failure;
   std::filesystem::create_hard_link(systemPath(capture.rawURL), systemPath(target), failure);
@@ -543,9 +538,8 @@ Task<Result<void, AnyError>> RecordingLifecycle::compress(std::shared_ptr<Captur
   if (exported) {
     finished.path = target;
     finished.isRawObsolete = true;
-    leaveBreadcrumb(
-        QStringLiteral("AVAssetExportSession fallback succeeded for large WAV"), ReportLevel::info,
-        {{QStringLiteral("originalWavSizeBytes"), sizeBytes}, {QStringLiteral("m4aPath"), target}});
+    leaveBreadcrumb(QStringLiteral("AVAssetExportSession fallback succeeded for large WAV"), ReportLevel::info,
+                    {{QStringLiteral("originalWavSizeBytes"), sizeBytes}, {QStringLiteral("m4aPath"), target}});
     co_return Result<void, AnyError>();
   }
   log_.error("AVAssetExportSession fallback failed: %{public}s", localizedDescription(exported.error()));
@@ -561,8 +555,8 @@ Task<Result<void, AnyError>> RecordingLifecycle::compress(std::shared_ptr<Captur
                   {{QStringLiteral("wavPath"), *moved},
                    {QStringLiteral("wavSizeBytes"), sizeBytes},
                    {QStringLiteral("primaryAttempts"), primary.attempts},
-                   {QStringLiteral("primaryError"), primary.lastError ? localizedDescription(*primary.lastError)
-                                                                      : QStringLiteral("unknown")},
+                   {QStringLiteral("primaryError"),
+                    primary.lastError ? localizedDescription(*primary.lastError) : QStringLiteral("unknown")},
                    {QStringLiteral("exportSessionError"), localizedDescription(exported.error())}});
   co_return Result<void, AnyError>();
 }
@@ -610,22 +604,21 @@ void RecordingLifecycle::reportFinalizationFailure(const Capture& capture, const
   else if (rawSize >= 0 && rawSize < minimumSizeBytes)
     shortReason = QStringLiteral("file_size");
   const QString target = finished.path.value_or(capture.finalURL);
-  const QVariantMap diagnostics{
-      {QStringLiteral("phase"), QStringLiteral("wav_finalization_error")},
-      {QStringLiteral("errorType"), errorTypeName(error)},
-      {QStringLiteral("errorCode"), errorCode(error)},
-      {QStringLiteral("errorDescription"), localizedDescription(error)},
-      {QStringLiteral("recordingDurationMs"), durationMs},
-      {QStringLiteral("minimumDurationMs"), minimumDurationMs},
-      {QStringLiteral("minimumSizeBytes"), minimumSizeBytes},
-      {QStringLiteral("rawURL"), capture.rawURL},
-      {QStringLiteral("dstURL"), target},
-      {QStringLiteral("rawExists"), rawExists},
-      {QStringLiteral("rawReadable"), rawExists && raw.isReadable()},
-      {QStringLiteral("dstExists"), QFileInfo::exists(target)},
-      {QStringLiteral("rawSizeBytes"), rawSize},
-      {QStringLiteral("volumeFreeBytes"), QStorageInfo(raw.path()).bytesAvailable()},
-      {QStringLiteral("shortReason"), shortReason}};
+  const QVariantMap diagnostics{{QStringLiteral("phase"), QStringLiteral("wav_finalization_error")},
+                                {QStringLiteral("errorType"), errorTypeName(error)},
+                                {QStringLiteral("errorCode"), errorCode(error)},
+                                {QStringLiteral("errorDescription"), localizedDescription(error)},
+                                {QStringLiteral("recordingDurationMs"), durationMs},
+                                {QStringLiteral("minimumDurationMs"), minimumDurationMs},
+                                {QStringLiteral("minimumSizeBytes"), minimumSizeBytes},
+                                {QStringLiteral("rawURL"), capture.rawURL},
+                                {QStringLiteral("dstURL"), target},
+                                {QStringLiteral("rawExists"), rawExists},
+                                {QStringLiteral("rawReadable"), rawExists && raw.isReadable()},
+                                {QStringLiteral("dstExists"), QFileInfo::exists(target)},
+                                {QStringLiteral("rawSizeBytes"), rawSize},
+                                {QStringLiteral("volumeFreeBytes"), QStorageInfo(raw.path()).bytesAvailable()},
+                                {QStringLiteral("shortReason"), shortReason}};
 
   log_.error("%{public}s: %{public}s", "Audio finalization failed", localizedDescription(error));
   const auto* known = std::get_if<AudioError>(&error);
@@ -667,9 +660,9 @@ Task<void> RecordingLifecycle::convertInBackground(QString path, TranscriptPtr t
   }
   if (fallbackError) {
     log_.error("Background M4A conversion failed (both methods), keeping WAV: %{public}s", nameOf(path));
-    leaveBreadcrumb(QStringLiteral("Background WAV→M4A conversion failed (both methods)"), ReportLevel::warning,
-                    {{QStringLiteral("wavPath"), path},
-                     {QStringLiteral("fallbackError"), localizedDescription(*fallbackError)}});
+    leaveBreadcrumb(
+        QStringLiteral("Background WAV→M4A conversion failed (both methods)"), ReportLevel::warning,
+        {{QStringLiteral("wavPath"), path}, {QStringLiteral("fallbackError"), localizedDescription(*fallbackError)}});
     co_return;
   }
   if (!QFileInfo::exists(path)) {

