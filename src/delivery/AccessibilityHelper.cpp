@@ -96,26 +96,31 @@ Task<SmartPasteResult> AccessibilityHelper::smartPaste(QString text, std::vector
     co_return SmartPasteResult{Kind::noPermission, {}};
   }
   keeper_.cancelRestore();
-  const auto target = targetPID ? workspace_.runningApplication(*targetPID) : std::nullopt;
-  auto reactivation = reactivate(target);
-  if (!co_await std::move(reactivation)) {
-    logger_.warning("⚠️ %{public}s did not come to the front. Text on clipboard.", target->bundleId);
-    if (!keeper_.writeText(text)) co_return failedWith("accessibility.error.paste.commandFailed");
-    keeper_.scheduleRestore(RestoreRule::afterUserFetch);
-    co_return SmartPasteResult{Kind::noFocusedField, {}};
-  }
-  if (target && hooks_.isElectronEditor && hooks_.isElectronEditor(target->bundleId)) {
-    const bool hasReference = std::any_of(processedTags.begin(), processedTags.end(),
-                                          [](const ProcessedTag& tag) { return tag.matchedFile.has_value(); });
-    if (hasReference) {
-      logger_.info("🎯 Detected Electron editor with matched file references - using async segmented paste");
-      auto pasting = performSegmentedPaste(std::move(text), std::move(processedTags));
-      co_return co_await std::move(pasting);
+  try {
+    const auto target = targetPID ? workspace_.runningApplication(*targetPID) : std::nullopt;
+    auto reactivation = reactivate(target);
+    if (!co_await std::move(reactivation)) {
+      logger_.warning("⚠️ %{public}s did not come to the front. Text on clipboard.", target->bundleId);
+      if (!keeper_.writeText(text)) co_return failedWith("accessibility.error.paste.commandFailed");
+      keeper_.scheduleRestore(RestoreRule::afterUserFetch);
+      co_return SmartPasteResult{Kind::noFocusedField, {}};
     }
-    logger_.info("🎯 Detected Electron editor but no matched file references - using regular paste");
+    if (target && hooks_.isElectronEditor && hooks_.isElectronEditor(target->bundleId)) {
+      const bool hasReference = std::any_of(processedTags.begin(), processedTags.end(),
+                                            [](const ProcessedTag& tag) { return tag.matchedFile.has_value(); });
+      if (hasReference) {
+        logger_.info("🎯 Detected Electron editor with matched file references - using async segmented paste");
+        auto pasting = performSegmentedPaste(std::move(text), std::move(processedTags));
+        co_return co_await std::move(pasting);
+      }
+      logger_.info("🎯 Detected Electron editor but no matched file references - using regular paste");
+    }
+    auto pasting = pasteWhole(std::move(text), target ? target->bundleId : QString());
+    co_return co_await std::move(pasting);
+  } catch (const Cancelled&) {
+    keeper_.resumeRestore();
+    throw;
   }
-  auto pasting = pasteWhole(std::move(text), target ? target->bundleId : QString());
-  co_return co_await std::move(pasting);
 }
 
 Task<bool> AccessibilityHelper::reactivate(std::optional<RunningApplication> target) {

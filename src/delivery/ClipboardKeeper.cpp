@@ -16,6 +16,10 @@ QString typesText(const ClipboardItems& items) {
   return types.mid(0, loggedTypes).join(QStringLiteral(", "));
 }
 
+bool isPending(const TaskHandle<void>& task) {
+  return task.isValid() && !task.isDone();
+}
+
 ClipboardItems withoutEmptyOnes(const ClipboardItems& items) {
   ClipboardItems kept;
   for (const auto& item : items) {
@@ -54,7 +58,7 @@ Task<void> ClipboardKeeper::beginSession() {
   isInRecordingSession_ = true;
   const bool isTextStillThere = isTextOnClipboard_ && pasteboard_.ownsContents();
   const auto manualCopy = std::exchange(manualCopy_, std::nullopt);
-  cancelManualRestoration();
+  if (cancelManualRestoration()) cancelledRule_ = RestoreRule::afterUserFetch;
   if (isTextStillThere) {
     // The user's own content is what was saved before that text.
     if (manualCopy) originalClipboardData_ = itemsOfText(manualCopy->previous);
@@ -64,6 +68,7 @@ Task<void> ClipboardKeeper::beginSession() {
     co_return;
   }
   isTextOnClipboard_ = false;
+  cancelledRule_.reset();
   originalClipboardData_.reset();
   auto reading = pasteboard_.items();
   const ClipboardItems items = withoutEmptyOnes(co_await std::move(reading));
@@ -79,11 +84,13 @@ Task<void> ClipboardKeeper::beginSession() {
 void ClipboardKeeper::endSession() {
   logger_.info("🛑 Ending recording session");
   isInRecordingSession_ = false;
+  resumeRestore();
 }
 
 bool ClipboardKeeper::writeText(const QString& text) {
   if (cancelManualRestoration()) manualCopy_.reset();
   cancelRestore();
+  cancelledRule_.reset();
   if (!pasteboard_.writeText(text, true)) {
     logger_.error("❌ Could not write to the clipboard");
     return false;
@@ -98,20 +105,27 @@ void ClipboardKeeper::scheduleRestore(RestoreRule rule) {
   logger_.info("⏰ Scheduling clipboard restoration in %{public}f seconds (%{public}ld item(s))",
                settings_->clipboardRestoreDelaySeconds(), originalClipboardData_->size());
   cancelRestore();
+  cancelledRule_.reset();
+  activeRule_ = rule;
   activeRestorationWorkItem_ = scope_.spawn(restoreLater(rule, delay));
 }
 
 void ClipboardKeeper::cancelRestore() {
-  if (!activeRestorationWorkItem_.isValid() || activeRestorationWorkItem_.isDone()) return;
+  if (!isPending(activeRestorationWorkItem_)) return;
   activeRestorationWorkItem_.cancel();
   activeRestorationWorkItem_ = {};
+  cancelledRule_ = activeRule_;
   isRestoreHeld_ = false;
   logger_.info("❌ Cancelled pending clipboard restoration");
   settled();
 }
 
+void ClipboardKeeper::resumeRestore() {
+  if (!cancelledRule_ || !isTextOnClipboard_ || !pasteboard_.ownsContents()) return;
+  scheduleRestore(*cancelledRule_);
+}
+
 Task<void> ClipboardKeeper::waitForRestore() {
-  const auto isPending = [](const TaskHandle<void>& handle) { return handle.isValid() && !handle.isDone(); };
   while ((isPending(activeRestorationWorkItem_) || isPending(manualRestoration_)) && !isRestoreHeld_) {
     Completion<void> change;
     waitingForRestore_.push_back(change);
@@ -122,7 +136,8 @@ Task<void> ClipboardKeeper::waitForRestore() {
 
 void ClipboardKeeper::restoreNow() {
   const bool isOurs = pasteboard_.ownsContents();
-  if (activeRestorationWorkItem_.isValid() && !activeRestorationWorkItem_.isDone()) {
+  resumeRestore();
+  if (isPending(activeRestorationWorkItem_)) {
     activeRestorationWorkItem_.cancel();
     activeRestorationWorkItem_ = {};
     isRestoreHeld_ = false;
@@ -138,7 +153,7 @@ Task<void> ClipboardKeeper::copyTextManually(QString text) {
     co_return;
   }
   const bool isTextStillThere = isTextOnClipboard_ && pasteboard_.ownsContents();
-  if (isTextStillThere && activeRestorationWorkItem_.isValid() && !activeRestorationWorkItem_.isDone()) {
+  if (isTextStillThere && (isPending(activeRestorationWorkItem_) || cancelledRule_)) {
     // The text already took the user's place there; what was saved before it is what comes back.
     if (writeText(text)) scheduleRestore(RestoreRule::afterUserFetch);
     co_return;
@@ -223,7 +238,7 @@ void ClipboardKeeper::restoreManualCopy() {
 }
 
 bool ClipboardKeeper::cancelManualRestoration() {
-  if (!manualRestoration_.isValid() || manualRestoration_.isDone()) return false;
+  if (!isPending(manualRestoration_)) return false;
   manualRestoration_.cancel();
   manualRestoration_ = {};
   isRestoreHeld_ = false;

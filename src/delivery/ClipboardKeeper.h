@@ -27,6 +27,7 @@ class ClipboardKeeper {
   // Saves every item. When the text of an earlier dictation is still there, what was saved before that one is kept.
   // Cancels a pending restore. A cancel leaves nothing saved.
   Task<void> beginSession();
+  // When nothing was written in the session, a restore that its begin cancelled is scheduled again.
   void endSession();
   bool isInSession() const { return isInRecordingSession_; }
   const std::optional<ClipboardItems>& originalClipboardData() const { return originalClipboardData_; }
@@ -38,6 +39,8 @@ class ClipboardKeeper {
 
   void scheduleRestore(RestoreRule rule);
   void cancelRestore();
+  // Schedules again what was cancelled, if no text was written since.
+  void resumeRestore();
   // Until nothing is scheduled any more, or only a restore that waits for somebody to fetch the text.
   Task<void> waitForRestore();
   // What is scheduled, now: for the end of the program.
@@ -73,6 +76,8 @@ class ClipboardKeeper {
   bool isRestoreHeld_ = false;  // due, but nobody has fetched the text
   std::vector<Completion<void>> waitingForRestore_;
   TaskHandle<void> activeRestorationWorkItem_;
+  RestoreRule activeRule_ = RestoreRule::whenDue;
+  std::optional<RestoreRule> cancelledRule_;  // of a restore that was cancelled and has no successor
   TaskHandle<void> manualRestoration_;
   TaskScope scope_;
 };

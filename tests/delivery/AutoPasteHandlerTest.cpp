@@ -24,8 +24,6 @@ class AutoPasteHandlerTest : public DeliveryFixture {
 };
 
 TEST_F(AutoPasteHandlerTest, EveryEndHasItsOutcomeAndResumesTheMonitor) {
-  auto secure = node("AXTextField");
-  secure->texts.insert("AXSubrole", "AXSecureTextField");
   const struct {
     const char* name;
     std::function<void()> arrange;
@@ -34,7 +32,7 @@ TEST_F(AutoPasteHandlerTest, EveryEndHasItsOutcomeAndResumesTheMonitor) {
     const char* line;
   } cases[] = {
       {"pasted", [] {}, true, PasteOutcome::pasted, "✅ Auto-paste successful"},
-      {"secure", [&] { accessibility.focus(secure); }, false, PasteOutcome::secureField,
+      {"secure", [&] { accessibility.focus(passwordField()); }, false, PasteOutcome::secureField,
        "ℹ️ No valid paste target. Text on clipboard."},
       {"no target", [&] { accessibility.focus(node("AXButton")); }, false, PasteOutcome::noTarget,
        "ℹ️ No valid paste target. Text on clipboard."},
@@ -127,15 +125,13 @@ TEST_F(TextInputServiceTest, APieceIsPastedAndThePlainTextIsBackAtOnce) {
 }
 
 TEST_F(TextInputServiceTest, WhatCannotBePastedIsNotPastedAndTheClipboardIsBack) {
-  auto secure = node("AXTextField");
-  secure->texts.insert("AXSubrole", "AXSecureTextField");
   const struct {
     const char* name;
     std::function<void()> arrange;
     int strokes;
   } cases[] = {
       {"no permission", [&] { accessibility.trusted = false; }, 0},
-      {"secure", [&] { accessibility.focus(secure); }, 0},
+      {"secure", [&] { accessibility.focus(passwordField()); }, 0},
       {"no keys", [&] { keys.available = false; }, 0},
       {"key fails",
        [&] {

@@ -31,6 +31,9 @@ class DeliveryFixture : public testing::Test {
   static RunningApplication application(qint64 processId, const char* bundleId) {
     return {processId, QString::fromLatin1(bundleId), QStringLiteral("Name"), QStringLiteral("Title"), false};
   }
+  static FakeAccessibilityNode::Ptr passwordField() {
+    return node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField"));
+  }
   void putInFront(const char* bundleId) { workspace.setFrontmost(application(targetPID, bundleId)); }
 
   AccessibilityHelperHooks hooks() {

@@ -77,20 +77,14 @@ TEST_F(SegmentedPasteTest, APieceThatNobodyFetchedIsAFailureAndTheRestGoesOn) {
 
 TEST_F(SegmentedPasteTest, NoKeyOfTheCompletionReachesAPasswordField) {
   segments = {{"@main.cpp", true}};
-  keys.onStroke = [&](const QString&) {
-    auto field = node("AXTextField");
-    field->texts.insert("AXSubrole", "AXSecureTextField");
-    accessibility.focus(field);
-  };
+  keys.onStroke = [&](const QString&) { accessibility.focus(passwordField()); };
   EXPECT_TRUE(isFailedPartially());
   EXPECT_EQ(keys.strokes, QStringList{"control+55"});
 }
 
 TEST_F(SegmentedPasteTest, WithoutATargetTheWholeTextIsOnTheClipboard) {
   segments = {{"one", false}, {"two", false}};
-  auto field = node("AXTextField");
-  field->texts.insert("AXSubrole", "AXSecureTextField");
-  accessibility.focus(field);
+  accessibility.focus(passwordField());
   EXPECT_EQ(paste("one two", matched()), Kind::secureField);
   EXPECT_EQ(clipboardText(), "one two");
   EXPECT_EQ(keys.strokes.size(), 0);

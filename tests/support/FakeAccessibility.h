@@ -14,7 +14,8 @@ class FakeAccessibility final : public Accessibility {
   bool hangs = false;
   FakeAccessibilityTree tree;
   std::vector<std::function<void(AccessibilityTree&)>> late;
-  std::vector<Duration> limits;  // of every visit
+  std::vector<Duration> limits;   // of every visit
+  std::function<void()> onVisit;  // before the work
 
   bool isTrusted() const override { return trusted; }
   Task<bool> visit(std::function<void(AccessibilityTree&)> work, Duration limit) override {
@@ -25,6 +26,7 @@ class FakeAccessibility final : public Accessibility {
       co_await sleepFor(limit + std::chrono::milliseconds(100));
       co_return false;
     }
+    if (onVisit) onVisit();
     tree.reads = 0;
     work(tree);
     co_return !tree.isOutOfTime();
