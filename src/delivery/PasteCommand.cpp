@@ -85,7 +85,7 @@ Task<bool> PasteCommand::sendBlindly(QString text) {
   }
   const auto keyCode = isChordPossible ? keys_.keyCodeForLetter(letter) : std::nullopt;
   if (isChordPossible && !keyCode) {
-    logger_.warning("Could not find key code for '%{public}s' on current keyboard layout", QString(letter));
+    logger_.warning("Could not find key code for '%s' on current keyboard layout", QString(letter));
     isChordPossible = false;
   }
   if (isChordPossible) {
