@@ -35,10 +35,11 @@ Result<std::unique_ptr<X11Pasteboard>, PlatformError> X11Pasteboard::open(Execut
   const auto fetches = std::make_shared<Fetches>();
   auto thread = X11SelectionThread::start(displayName, [&executor, fetches](X11SelectionThread::Event event) {
     executor.post([fetches, event] {
-      if (event.kind == X11SelectionThread::Event::Kind::lost) return fetches->settle(false);
-      if (event.expectation != fetches->expectation) return;
-      fetches->isFetched = true;
-      fetches->settle(true);
+      // News of what was replaced meanwhile.
+      if (event.expectation < fetches->expectation) return;
+      const bool isFetched = event.kind == X11SelectionThread::Event::Kind::fetched;
+      fetches->isFetched = fetches->isFetched || isFetched;
+      fetches->settle(isFetched);
     });
   });
   if (!thread) return Failed{thread.error()};

@@ -42,7 +42,10 @@ Result<std::unique_ptr<XcbConnection>, PlatformError> XcbConnection::open(const 
 }
 
 XcbConnection::XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen)
-    : connection_(connection), screen_(screen), notifier_(xcb_get_file_descriptor(connection), QSocketNotifier::Read) {
+    : connection_(connection),
+      screen_(screen),
+      atoms_(connection),
+      notifier_(xcb_get_file_descriptor(connection), QSocketNotifier::Read) {
   QObject::connect(&notifier_, &QSocketNotifier::activated, &context_, [this] { read(); });
   if (auto* dispatcher = QAbstractEventDispatcher::instance(QThread::currentThread())) {
     QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &context_, [this] {
@@ -56,16 +59,6 @@ XcbConnection::XcbConnection(xcb_connection_t* connection, xcb_screen_t* screen)
 XcbConnection::~XcbConnection() {
   notifier_.setEnabled(false);
   xcb_disconnect(connection_);
-}
-
-xcb_atom_t XcbConnection::atom(const QByteArray& name) {
-  const auto known = atoms_.constFind(name);
-  if (known != atoms_.constEnd()) return *known;
-  const auto cookie = xcb_intern_atom(connection_, 0, uint16_t(name.size()), name.constData());
-  const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
-  if (!reply) return XCB_ATOM_NONE;
-  atoms_.insert(name, reply->atom);
-  return reply->atom;
 }
 
 std::optional<XcbConnection::Extension> XcbConnection::extension(xcb_extension_t& extension) const {

@@ -2,7 +2,6 @@
 #include <xcb/xcb.h>
 
 #include <QByteArray>
-#include <QHash>
 #include <QObject>
 #include <QSocketNotifier>
 #include <QString>
@@ -16,6 +15,7 @@
 #include "base/Result.h"
 #include "base/Subscription.h"
 #include "domain/Errors.h"
+#include "platform/x11/XcbAtoms.h"
 
 namespace quillmere {
 
@@ -52,7 +52,7 @@ class XcbConnection {
   xcb_window_t root() const { return screen_->root; }
 
   // XCB_ATOM_NONE when the connection is closed. One round trip for a name that is new.
-  xcb_atom_t atom(const QByteArray& name);
+  xcb_atom_t atom(const QByteArray& name) { return atoms_.atom(name); }
   // None when the server lacks it.
   std::optional<Extension> extension(xcb_extension_t& extension) const;
 
@@ -83,7 +83,7 @@ class XcbConnection {
 
   xcb_connection_t* const connection_;
   xcb_screen_t* const screen_;
-  QHash<QByteArray, xcb_atom_t> atoms_;
+  XcbAtoms atoms_;
   std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
   quint64 lastObserver_ = 0;
   std::function<void()> onClosed_;

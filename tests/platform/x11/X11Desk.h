@@ -24,13 +24,26 @@ inline bool waitUntil(const std::function<bool()>& condition) {
   return condition();
 }
 
+inline void pause(std::chrono::milliseconds duration) {
+  bool isOver = false;
+  QTimer::singleShot(duration, [&] { isOver = true; });
+  waitUntil([&] { return isOver; });
+}
+
 // Another program of the desktop, with the keyboard's focus if it shows its window.
 class OtherProgram {
  public:
+  struct Press {
+    int code = 0;
+    unsigned modifiers = 0;  // without Num Lock
+    bool operator==(const Press&) const = default;
+  };
+
   explicit OtherProgram(const QString& displayName) : connection_(*XcbConnection::open(displayName)) {
     events_ = connection_->observeEvents([this](const xcb_generic_event_t& event) {
-      if ((event.response_type & 0x7f) == XCB_KEY_PRESS)
-        keys_.push_back(reinterpret_cast<const xcb_key_press_event_t&>(event).detail);
+      if ((event.response_type & 0x7f) != XCB_KEY_PRESS) return;
+      const auto& press = reinterpret_cast<const xcb_key_press_event_t&>(event);
+      keys_.push_back({press.detail, press.state & 0xffu & ~unsigned(XCB_MOD_MASK_2)});
     });
   }
 
@@ -46,6 +59,11 @@ class OtherProgram {
   }
   // The keys that came since the last call.
   std::vector<int> takeKeys() {
+    std::vector<int> codes;
+    for (const Press& press : takePresses()) codes.push_back(press.code);
+    return codes;
+  }
+  std::vector<Press> takePresses() {
     connection_->synchronize();
     connection_->dispatchNow();
     return std::exchange(keys_, {});
@@ -92,7 +110,7 @@ class OtherProgram {
 
  private:
   std::unique_ptr<XcbConnection> connection_;
-  std::vector<int> keys_;
+  std::vector<Press> keys_;
   Subscription events_;
 };
 

@@ -66,13 +66,6 @@ TEST_F(X11KeyEventMonitorTest, TellsChordsInTheirOrder) {
                                                 {Kind::flagsChanged, 0}}));
 }
 
-TEST_F(X11KeyEventMonitorTest, EventsComeThroughTheEventLoop) {
-  ASSERT_TRUE(start());
-  keys->tap({XKB_KEY_Control_L});
-  EXPECT_TRUE(events.empty());
-  EXPECT_TRUE(waitUntil([&] { return events.size() == 2; }));
-}
-
 TEST_F(X11KeyEventMonitorTest, SeesKeysWhileAnotherProgramHasTheKeyboard) {
   ASSERT_TRUE(start());
   ASSERT_TRUE(other->grabKeyboard());
@@ -88,16 +81,12 @@ TEST_F(X11KeyEventMonitorTest, KnowsWhatWasDownBeforeItWatched) {
   keys->press(XKB_KEY_Control_L);
   keys->release(XKB_KEY_Shift_L);
   EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, control | shift}, {Kind::flagsChanged, control}}));
-}
-
-TEST_F(X11KeyEventMonitorTest, IsSilentAfterStopAndComesBack) {
-  ASSERT_TRUE(start());
   monitor->stop();
-  keys->press(XKB_KEY_Control_L);
+  keys->press(XKB_KEY_Shift_L);
   EXPECT_TRUE(take().empty());
   ASSERT_TRUE(start());
   keys->release(XKB_KEY_Control_L);
-  EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, 0}}));
+  EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, shift}}));
 }
 
 TEST_F(X11KeyEventMonitorTest, AltGrIsTheRightOptionKey) {

@@ -48,10 +48,7 @@ TEST_F(X11KeyInterceptorTest, TakesThemWithAnyModifiersAndLocks) {
 TEST_F(X11KeyInterceptorTest, AHeldKeyCountsOnce) {
   ASSERT_TRUE(start());
   keys->press(XKB_KEY_Escape);
-  // Longer than the keyboard waits before it repeats.
-  bool isLater = false;
-  QTimer::singleShot(std::chrono::milliseconds(1200), [&] { isLater = true; });
-  ASSERT_TRUE(waitUntil([&] { return isLater; }));
+  pause(std::chrono::milliseconds(1200));  // longer than the keyboard waits before it repeats
   keys->release(XKB_KEY_Escape);
   keys->tap({XKB_KEY_Return});
   EXPECT_TRUE(waitUntil([&] { return trace.contains(u'R'); }));
