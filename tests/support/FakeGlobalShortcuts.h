@@ -11,13 +11,11 @@ namespace quillmere {
 // Shortcuts that the test presses. Main thread.
 class FakeGlobalShortcuts final : public GlobalShortcuts {
  public:
-  bool isThere = true;
   std::set<QString> takenByOthers;  // texts of combinations that another program has
 
-  bool isAvailable() const override { return isThere; }
+  bool isAvailable() const override { return true; }
   Result<void, PlatformError> setShortcut(const QString& name, std::optional<KeyCombination> keys) override {
     if (keys) {
-      if (!isThere) return failed(QStringLiteral("There are no global shortcuts."));
       if (takenByOthers.contains(keys->text())) return failed(keys->text() + QStringLiteral(" is taken."));
       for (const auto& [other, entry] : entries_)
         if (other != name && entry.keys == keys) return failed(keys->text() + QStringLiteral(" is taken."));
@@ -33,11 +31,9 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   void setEnabled(const QString& name, bool isEnabled) override { entries_[name].isEnabled = isEnabled; }
   Task<std::optional<KeyCombination>> recordCombination() override {
     recording_ = Completion<std::optional<KeyCombination>>();
-    ++recordingCount;
     return waitForKey(*this, *recording_);
   }
 
-  int recordingCount = 0;
   bool isEnabled(const QString& name) const {
     const auto entry = entries_.find(name);
     return entry == entries_.end() || entry->second.isEnabled;

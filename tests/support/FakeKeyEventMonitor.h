@@ -1,5 +1,4 @@
 #pragma once
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -11,7 +10,6 @@ namespace quillmere {
 class FakeKeyEventMonitor final : public KeyEventMonitor {
  public:
   bool isAllowed = true;
-  std::set<ModifierKey> unseenKeys;
   int startCount = 0;
   std::vector<ModifierEvent> onTheirWay;  // has happened, but comes at the next catchUp()
 
@@ -25,7 +23,6 @@ class FakeKeyEventMonitor final : public KeyEventMonitor {
   void catchUp() override {
     for (const ModifierEvent& event : std::exchange(onTheirWay, {})) emit(event);
   }
-  bool canSee(ModifierKey key) const override { return !unseenKeys.contains(key); }
 
   bool isRunning() const { return observer_ != nullptr; }
   // The modifiers are now exactly these.

@@ -25,18 +25,13 @@ class FakePasteboard final : public Pasteboard {
     bool operator==(const Write&) const = default;
   };
   std::vector<Write> writes;
-  int expectations = 0;
 
   Task<ClipboardItems> items() override {
-    const Duration time = readTakes;
-    if (time > Duration::zero()) co_await sleepFor(time);
-    co_await throwIfCancelled();
+    co_await reading();
     co_return contents;
   }
   Task<std::optional<QString>> string() override {
-    const Duration time = readTakes;
-    if (time > Duration::zero()) co_await sleepFor(time);
-    co_await throwIfCancelled();
+    co_await reading();
     co_return plainText();
   }
   quint64 changeCount() const override { return changeCount_; }
@@ -63,7 +58,6 @@ class FakePasteboard final : public Pasteboard {
   bool ownsContents() const override { return isOurs_; }
 
   void expectFetch() override {
-    ++expectations;
     wasFetched_ = false;
     if (isFetchedWhenExpected && (isOurs_ || isSelectionOurs_)) fetch();
   }
@@ -84,9 +78,7 @@ class FakePasteboard final : public Pasteboard {
   }
 
   Task<std::optional<QString>> selectionString() override {
-    const Duration time = readTakes;
-    if (time > Duration::zero()) co_await sleepFor(time);
-    co_await throwIfCancelled();
+    co_await reading();
     co_return selection;
   }
   bool writeSelection(const QString& text) override {
@@ -113,18 +105,22 @@ class FakePasteboard final : public Pasteboard {
   }
   // Another program copies something.
   void copyElsewhere(const ClipboardItems& items) { become(items, false); }
-  void copyElsewhere(const QString& text) { become({textItem(text)}, false); }
+  void copyElsewhere(const QString& text) {
+    ClipboardItemData item;
+    put(item, "text/plain", text.toUtf8());
+    become({item}, false);
+  }
   void selectElsewhere(const QString& text) {
     selection = text;
     isSelectionOurs_ = false;
   }
-  static ClipboardItemData textItem(const QString& text) {
-    ClipboardItemData item;
-    put(item, "text/plain", text.toUtf8());
-    return item;
-  }
 
  private:
+  Task<void> reading() const {
+    const Duration time = readTakes;
+    if (time > Duration::zero()) co_await sleepFor(time);
+    co_await throwIfCancelled();
+  }
   static void put(ClipboardItemData& item, const char* type, const QByteArray& bytes) {
     item.types.append(QString::fromLatin1(type));
     item.data.insert(QString::fromLatin1(type), bytes);

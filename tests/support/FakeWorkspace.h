@@ -12,7 +12,6 @@ class FakeWorkspace final : public Workspace {
  public:
   std::optional<RunningApplication> frontmost;
   std::vector<RunningApplication> applications;  // besides the frontmost one
-  bool canActivate = true;
   bool becomesFrontmostWhenActivated = true;
   bool canTerminate = true;
 
@@ -32,7 +31,7 @@ class FakeWorkspace final : public Workspace {
   bool activate(qint64 processId) override {
     activations.push_back(processId);
     const auto target = runningApplication(processId);
-    if (!canActivate || !target) return false;
+    if (!target) return false;
     if (becomesFrontmostWhenActivated) setFrontmost(target);
     return true;
   }
@@ -69,7 +68,6 @@ class FakeWorkspace final : public Workspace {
     for (const auto& [id, observer] : observers) observer(application);
   }
   size_t launchObserverCount() const { return launchObservers_->size(); }
-  size_t frontmostObserverCount() const { return frontmostObservers_->size(); }
 
  private:
   template <typename F>
