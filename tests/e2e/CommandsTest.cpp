@@ -77,6 +77,22 @@ TEST(DictateTest, AnInterruptThrowsTheRecordingAway) {
   EXPECT_EQ(recordings(), QStringList());
 }
 
+TEST(DictateTest, TheEndOfTheTerminalKeepsTheRecordingForLater) {
+  const Application home;
+  QProcess process;
+  process.start(program(), {"dictate", "-q"});
+  ASSERT_TRUE(process.waitForStarted());
+  ASSERT_TRUE(eventually([] { return !recordings().isEmpty(); }));
+  Microphone().speak(1.6);
+  ::kill(pid_t(process.processId()), SIGHUP);
+  ASSERT_TRUE(process.waitForFinished(20000));
+  EXPECT_EQ(process.exitCode(), 130);
+  const auto history = Application::history();
+  ASSERT_EQ(history.size(), 1);
+  EXPECT_EQ(history[0]["status"].toString(), "failed");
+  EXPECT_EQ(recordings().size(), 1);
+}
+
 TEST(DictateTest, TypesIntoTheFieldWithTheKeyboard) {
   const Application home;
   TextField field(TextField::Kind::qtLine);

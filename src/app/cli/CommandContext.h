@@ -17,11 +17,13 @@ struct CommandFailure {
 };
 
 // What every command gets. Everything outlives the command. `onInterrupt` may be set by a command that wants to end in
-// its own way; otherwise an interrupt cancels the command's task.
+// its own way; otherwise an interrupt cancels the command's task. `onEnd` is called instead, where it is set, when not
+// the user but the end of the terminal or of the machine ends the command.
 struct CommandContext {
   Services& services;
   Terminal& terminal;
   std::function<void()>& onInterrupt;
+  std::function<void()>& onEnd;
 };
 
 // Prints the failure and gives its number.

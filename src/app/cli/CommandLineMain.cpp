@@ -115,15 +115,17 @@ int commandLineMain(int argc, char** argv, const SessionCommands* session) {
 
   int code = exitFailure;
   std::function<void()> onInterrupt;
+  std::function<void()> onEnd;
   {
     TaskScope scope(*(*services)->executor);
-    CommandContext context{**services, terminal, onInterrupt};
+    CommandContext context{**services, terminal, onInterrupt, onEnd};
     auto command = runCommand(context, std::move(invocation.command), session);
     auto running = scope.spawn(runToEnd(std::move(command), code));
-    const SignalWatcher signals([&] {
+    const auto interrupt = [&] {
       terminal.clearStatus();
       onInterrupt ? onInterrupt() : running.cancel();
-    });
+    };
+    const SignalWatcher signals(interrupt, [&] { onEnd ? onEnd() : interrupt(); });
     QCoreApplication::exec();
   }
   if (code == exitCancelled) {

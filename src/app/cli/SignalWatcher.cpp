@@ -18,22 +18,23 @@ int pipeEnds[2] = {-1, -1};
 std::atomic<int> seen{0};
 struct sigaction former[signalNumbers.size()];
 
-void handle(int) {
+void handle(int number) {
   if (seen.fetch_add(1) > 0) _exit(exitCancelled);
-  const char byte = 1;
+  const char byte = char(number);
   [[maybe_unused]] const ssize_t ignored = write(pipeEnds[1], &byte, 1);
 }
 
 }  // namespace
 
-SignalWatcher::SignalWatcher(std::function<void()> onInterrupt) : onInterrupt_(std::move(onInterrupt)) {
+SignalWatcher::SignalWatcher(std::function<void()> onInterrupt, std::function<void()> onEnd)
+    : onInterrupt_(std::move(onInterrupt)), onEnd_(std::move(onEnd)) {
   if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0) return;
   notifier_ = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
   QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] {
     char byte = 0;
-    while (read(pipeEnds[0], &byte, 1) > 0) {
-    }
-    if (onInterrupt_) onInterrupt_();
+    if (read(pipeEnds[0], &byte, 1) != 1) return;
+    const auto& callback = byte == SIGINT || !onEnd_ ? onInterrupt_ : onEnd_;
+    if (callback) callback();
   });
   struct sigaction action {};
   action.sa_handler = handle;

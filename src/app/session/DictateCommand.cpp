@@ -90,7 +90,16 @@ struct Recording {
   RecordingStopResult result;
   DictationTimings timings;
   TimePoint stoppedAt;
+  bool isEnded = false;  // by the end of the terminal: nobody waits for the text
 };
+
+// The terminal or the machine went away: what was said stays in the history, from which it can be transcribed.
+CommandFailure keepForLater(Services& services, Transcript& row) {
+  const QString reason = localizedText("recording.error.closedBeforeTranscription");
+  failTranscript(row, reason, failedTranscriptText(reason));
+  services.persistence->save();
+  return {reason, exitCancelled};
+}
 
 // Records until something ends it. An interrupt throws the recording away.
 Task<Result<Recording, CommandFailure>> record(CommandContext context, const DictateOptions& options,
@@ -113,11 +122,13 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   const bool isTerminal = isatty(STDIN_FILENO);
   StopWatch watch(options, isTerminal || (!options.seconds && !options.silence));
   bool isCancelled = false;
+  bool isEnded = false;
   context.onInterrupt = [&] { isCancelled = true; };
+  context.onEnd = [&] { isEnded = true; };
   std::optional<AudioRecorder::Interruption> broken;
   lifecycle.setOnInterrupted([&](const AudioRecorder::Interruption& interruption) { broken = interruption; });
   if (!options.isQuiet) context.terminal.err(listeningText(options, isTerminal));
-  while (!isCancelled && !broken) {
+  while (!isCancelled && !isEnded && !broken) {
     const double seconds = lifecycle.recordingDuration().get();
     const float level = lifecycle.audioLevel().get();
     if (!options.isQuiet) context.terminal.status(meterLine(seconds, level));
@@ -132,6 +143,7 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   auto stopping = lifecycle.stopRecording();
   auto stopped = co_await std::move(stopping);
   lifecycle.setOnInterrupted({});
+  context.onEnd = nullptr;
   if (isCancelled) {
     forget(context.services, stopped);
     throw Cancelled{};
@@ -146,6 +158,7 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
         CommandFailure{localizedDescription(AudioError{AudioError::Kind::recordingTooShort, {}}), exitInput}};
   }
   recording.result = std::move(*stopped);
+  recording.isEnded = isEnded;
   co_return recording;
 }
 
@@ -201,6 +214,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   const QString path = *recording.result.path;
   const TranscriptPtr row = session->audioManager->sessionManager().createTranscript(
       recording.result.session, recording.result.duration, mode->name, path);
+  if (recording.isEnded) co_return fail(context, keepForLater(services, *row));
   const TimePoint trimmingStart = executor.now();
   auto trimming = services.vadProcessingService->process(
       path, recording.result.duration, services.settings->general().enableVAD(), QStringLiteral("Recording"));
@@ -214,8 +228,13 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   TranscriptionRequest request;
   request.audioPath = trimmed.finalAudioPath;
   request.mode = mode;
-  context.onInterrupt = [&] { services.pipeline->cancelTranscription(); };
   bool isCancelled = false;
+  bool isEnded = false;
+  context.onInterrupt = [&] { services.pipeline->cancelTranscription(); };
+  context.onEnd = [&] {
+    isEnded = true;
+    services.pipeline->cancelTranscription();
+  };
   std::optional<Result<TranscriptionResult, AnyError>> outcome;
   try {
     auto transcribing = services.pipeline->transcribeWithDetails(request);
@@ -224,7 +243,9 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
     isCancelled = true;
   }
   context.onInterrupt = nullptr;
+  context.onEnd = nullptr;
   context.terminal.clearStatus();
+  if (isEnded && isCancelled) co_return fail(context, keepForLater(services, *row));
   if (isCancelled) {
     services.persistence->deleteTranscript(row);
     throw Cancelled{};
