@@ -21,15 +21,6 @@ class LiveObjectsTest : public StoreFixture {
   void acceptWrites() { openStore(path, Logger()).value()->exec("DROP TRIGGER Refusal"); }
 };
 
-TEST_F(LiveObjectsTest, OneObjectARow) {
-  const TranscriptPtr made = store->createTranscript(1, {}, {});
-  EXPECT_EQ(store->fetchTranscript(made->id->toString()), made);
-  EXPECT_EQ(store->fetchTranscripts(-1).front(), made);
-  made->modeRelationship = store->fetchDefaultMode();
-  store->save();
-  EXPECT_EQ(store->fetchTranscripts(1).front()->modeRelationship, store->fetchAllModes().front());
-}
-
 TEST_F(LiveObjectsTest, AnObjectThatWasChangedAndLetGoIsSaved) {
   const QString id = store->createTranscript(1, {}, {})->id->toString();
   store->fetchTranscript(id)->text = "kept";

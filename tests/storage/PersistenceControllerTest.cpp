@@ -86,15 +86,6 @@ TEST_F(PersistenceControllerTest, SavingAModeFromTheEditor) {
   EXPECT_EQ(store->fetchAllModes().back()->sortOrder, 3);
 }
 
-TEST_F(PersistenceControllerTest, TheLastModeStays) {
-  auto store = openStoreHere();
-  const ModePtr seed = store->fetchDefaultMode();
-  const auto refused = store->deleteMode(seed);
-  ASSERT_FALSE(refused);
-  EXPECT_EQ(refused.error().title, "Cannot Delete Last Mode");
-  EXPECT_EQ(store->fetchAllModes().size(), 1u);
-}
-
 TEST_F(PersistenceControllerTest, DeletingAModeEmptiesTheLinksToIt) {
   auto store = openStoreHere();
   const ModePtr mode = store->saveMode(modeData("Gone"));
