@@ -1,6 +1,5 @@
 #include "audio/SampleConversion.h"
 
-#include <QTemporaryFile>
 #include <atomic>
 
 #include "support/FakeAudioResampler.h"
@@ -48,13 +47,21 @@ TEST_F(SampleConversionTest, convertsInChunksAndTellsHowFarItIs) {
   EXPECT_FLOAT_EQ(shares.back(), 1.0f);
   EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
   EXPECT_EQ(sink->lines().first(), QStringLiteral("📂 Source: 48000.000000Hz, 2ch, 480000 frames"));
-  EXPECT_EQ(sink->lines().at(1), QStringLiteral("🔄 Starting chunked conversion..."));
-  EXPECT_EQ(sink->lines().last(), QStringLiteral("✅ Conversion complete: 160000 samples @ 16000.000000Hz"));
   EXPECT_EQ(sink->count(QStringLiteral("Conversion progress: ")), 10);
-  EXPECT_TRUE(sink->contains(QStringLiteral("Conversion progress: 100%")));
 }
 
-TEST_F(SampleConversionTest, aSourceInTheTargetsFormatNeedsNoResampler) {
+TEST_F(SampleConversionTest, onlyTheWholeFormatTakesTheFastPath) {
+  using Samples = AudioStreamFormat::SampleKind;
+  for (const AudioStreamFormat& other : {AudioStreamFormat{22050, 1, Samples::float32, false, 0},
+                                         AudioStreamFormat{16000, 2, Samples::float32, false, 0},
+                                         AudioStreamFormat{16000, 1, Samples::signed16, false, 0}}) {
+    file().format = other;
+    file().frames = 4000;
+    resamplers.made.clear();
+    ASSERT_TRUE(convert());
+    EXPECT_EQ(resamplers.made.size(), 1u);
+  }
+  resamplers.made.clear();
   file().format = optimal;
   file().frames = 40000;
   file().sample = [](qint64 frame) { return float(frame % 100) / 100; };
@@ -63,19 +70,6 @@ TEST_F(SampleConversionTest, aSourceInTheTargetsFormatNeedsNoResampler) {
   ASSERT_EQ(samples->size(), 40000u);
   EXPECT_FLOAT_EQ((*samples)[39999], 0.99f);
   EXPECT_TRUE(resamplers.made.empty());
-  EXPECT_TRUE(sink->contains(QStringLiteral("✨ Fast-path: Source already in optimal format")));
-}
-
-TEST_F(SampleConversionTest, onlyTheWholeFormatTakesTheFastPath) {
-  for (int difference = 0; difference < 3; ++difference) {
-    file().format = optimal;
-    file().frames = 4000;
-    if (difference == 0) file().format.sampleRate = 22050;
-    if (difference == 1) file().format.channelCount = 2;
-    if (difference == 2) file().format.kind = AudioStreamFormat::SampleKind::signed16;
-    ASSERT_TRUE(convert());
-    EXPECT_EQ(resamplers.made.size(), size_t(difference + 1));
-  }
 }
 
 TEST_F(SampleConversionTest, errorsAreToldApart) {
@@ -116,7 +110,6 @@ TEST_F(SampleConversionTest, aBrokenReadYieldsWhatWasRead) {
   ASSERT_TRUE(samples);
   EXPECT_EQ(samples->size(), 80000u);
   EXPECT_TRUE(sink->contains(QStringLiteral("Failed to read audio chunk at frame 240000: broken disk")));
-  EXPECT_TRUE(sink->contains(QStringLiteral("Returning partial conversion: 80000 samples")));
   EXPECT_TRUE(sink->contains(QStringLiteral("📊 No normalization needed: peak = 0.25")));
 
   file().readErrorAt = 0;
@@ -165,27 +158,6 @@ TEST_F(SampleConversionTest, reservation) {
   EXPECT_EQ(SampleConversion::reservation(100, 0, 16000, 0), 0);
 }
 
-TEST_F(SampleConversionTest, sixHoursTakeTheRoomOfTheirSamplesOnly) {
-  const qint64 seconds = 6 * 3600;
-  QTemporaryFile big;  // sparse: as long as such a file would be
-  ASSERT_TRUE(big.open());
-  ASSERT_TRUE(big.resize(seconds * 400));
-  FakeMediaFile long6h;
-  long6h.format.sampleRate = 100;
-  long6h.frames = *(long6h.nominalFrames = seconds * 100);
-  qint64 reads = 0;
-  long6h.onRead = [&] { ++reads; };
-  long6h.blockFrames = 1 << 20;
-  readers.files[big.fileName()] = long6h;
-  options = {1024, 50, false, {}};
-  SampleConversion conversion(readers, resamplers, {}, big.fileName(), options);
-  const auto samples = conversion.run(stop);
-  ASSERT_TRUE(samples);
-  EXPECT_EQ(samples->size(), size_t(seconds * 50));
-  EXPECT_EQ(reads, (seconds * 100 + 1023) / 1024 + 1);     // never more than a chunk at a time
-  EXPECT_LE(samples->capacity(), samples->size() + 8192);  // reserved once, never doubled
-}
-
 TEST_F(SampleConversionTest, stopEndsBetweenBlocks) {
   file().frames = qint64(1) << 40;
   qint64 reads = 0;
@@ -197,32 +169,14 @@ TEST_F(SampleConversionTest, stopEndsBetweenBlocks) {
 }
 
 TEST_F(SampleConversionTest, normalizes) {
-  struct Case {
-    float peak, result;
-    const char* line;
-  };
-  const Case cases[] = {
-      {0, 0, "Audio is silent (peak = 0)"},
-      {0.01f, 0.1f, "📊 Normalizing: peak 0.010000 → 0.100000 (boosting quiet audio)"},
-      {1.9f, 0.95f, "📊 Normalizing: peak 1.900000 → 0.950000 (preventing clipping)"},
-      {0.5f, 0.5f, "📊 No normalization needed: peak = 0.500000"},
-  };
   options.normalize = true;
-  for (const Case& c : cases) {
-    file().format = optimal;
-    file().frames = 10;
-    file().sample = [&](qint64) { return -c.peak; };
-    const auto samples = convert();
-    ASSERT_TRUE(samples);
-    EXPECT_FLOAT_EQ(samples->front(), -c.result);
-    EXPECT_TRUE(sink->lines().contains(QString::fromUtf8(c.line))) << c.line;
-  }
-}
-
-TEST(ConversionErrorTest, messages) {
-  EXPECT_EQ((ConversionError{Kind::invalidAudioFile, QStringLiteral("/a/b c.wav")}).message(),
-            QStringLiteral("Invalid audio file: b c.wav"));
-  EXPECT_EQ((ConversionError{Kind::emptyAudioFile, {}}).message(), QStringLiteral("Audio file is empty or corrupt"));
+  file().format = optimal;
+  file().frames = 10;
+  file().sample = [](qint64) { return -1.9f; };
+  const auto samples = convert();
+  ASSERT_TRUE(samples);
+  EXPECT_FLOAT_EQ(samples->front(), -0.95f);
+  EXPECT_TRUE(sink->contains(QStringLiteral("📊 Normalizing: peak 1.900000 → 0.950000 (preventing clipping)")));
 }
 
 }  // namespace

@@ -83,7 +83,6 @@ TEST_F(VADProcessingServiceTest, CutsOutTheSilence) {
   const QString path = recording(QStringLiteral("a.b.wav"));
   const VADProcessingResult result = process(path);
   EXPECT_EQ(result.finalAudioPath, folder.filePath(QStringLiteral("a.b_trimmed.wav")));
-  EXPECT_EQ(result.originalAudioPath, path);
   EXPECT_TRUE(result.wasProcessed);
   ASSERT_TRUE(result.trimResult);
   EXPECT_EQ(result.trimResult->segmentCount, 2);
@@ -130,7 +129,6 @@ TEST_F(VADProcessingServiceTest, EveryFailureEndsInTheOriginal) {
       {"empty", [&] { readers.files.first().frames = 0; },
        "Failed to load audio: Audio format conversion failed - no samples produced"},
       {"missing", [&] { QFile::remove(folder.filePath(QStringLiteral("talk.wav"))); }, "Audio file not found"},
-      {"not creatable", [&] { writers.createError = broken; }, "Failed to write output: broken"},
       {"disk full", [&] { writers.appendError = broken; }, "Failed to write output: broken"},
       {"disk full at the end", [&] { writers.finishError = broken; }, "Failed to write output: broken"},
   };
@@ -164,38 +162,24 @@ TEST_F(VADProcessingServiceTest, AModelThatIsMissingOrBadLeavesTheOriginal) {
   EXPECT_TRUE(sink->contains(QStringLiteral("Failed to load VAD model from: ") + folder.path()));
   EXPECT_TRUE(reporting.messages.empty()) << "the user has switched reports off";
 
-  QFile::remove(folder.filePath(VADModelManager::fileName()));
-  VADModelManager empty({folder.path()}, logging);
+  VADModelManager empty({}, logging);
   VoiceActivityDetector without(model, empty, logging);
-  const auto loaded = runTask(executor, without.loadModel());
-  ASSERT_FALSE(loaded);
-  EXPECT_EQ(loaded.error(), VADError::modelNotFound);
+  EXPECT_EQ(runTask(executor, without.loadModel()).error(), VADError::modelNotFound);
   const auto found = runTask(executor, without.analyze(std::make_shared<std::vector<float>>(16000), 16000));
-  ASSERT_FALSE(found);
   EXPECT_EQ(found.error(), VADError::analysisFailedContextNotReady);
 }
 
 TEST_F(VADProcessingServiceTest, ARefusedResultIsNotUsed) {
-  struct Case {
-    std::vector<VoiceActivitySegment> speech;
-    const char* line;
-    const char* report;
-  };
-  const Case cases[] = {
-      {{{0, 3950}}, "[Test] VAD: No significant silence to trim", nullptr},
-      {{{1000, 1010}}, "⚠️ [Test] VAD trimmed audio too short (0.20s) - using original", "VAD trimmed audio too short"},
-  };
-  for (const Case& c : cases) {
-    reporting.messages.clear();
-    model.answer = c.speech;
-    const QString path = recording();
-    expectOriginal(process(path), path, true);
-    EXPECT_TRUE(sink->contains(QString::fromUtf8(c.line))) << sink->lines().join(u'\n').toStdString();
-    ASSERT_EQ(reporting.messages.size(), c.report ? 1u : 0u);
-    if (c.report) {
-      EXPECT_EQ(reporting.messages[0].text, QString::fromUtf8(c.report));
-    }
-  }
+  const QString path = recording();
+  model.answer = {{0, 3950}};
+  expectOriginal(process(path), path, true);
+  EXPECT_TRUE(sink->contains(QStringLiteral("[Test] VAD: No significant silence to trim")));
+  EXPECT_TRUE(reporting.messages.empty());
+  model.answer = {{1000, 1010}};
+  expectOriginal(process(path), path, true);
+  EXPECT_TRUE(sink->contains(QStringLiteral("⚠️ [Test] VAD trimmed audio too short (0.20s) - using original")));
+  ASSERT_EQ(reporting.messages.size(), 1u);
+  EXPECT_EQ(reporting.messages[0].text, QStringLiteral("VAD trimmed audio too short"));
 }
 
 TEST_F(VADProcessingServiceTest, ACompressedRecordingStaysWavWhateverItsSize) {
@@ -204,8 +188,6 @@ TEST_F(VADProcessingServiceTest, ACompressedRecordingStaysWavWhateverItsSize) {
   const VADProcessingResult result = process(path, 1000);
   EXPECT_EQ(result.finalAudioPath, folder.filePath(QStringLiteral("talk_trimmed.M4A")));
   EXPECT_GT(QFileInfo(result.finalAudioPath).size(), conversionThreshold);
-  EXPECT_TRUE(
-      sink->contains(QStringLiteral("🎵 [Test] Skipping M4A conversion - original was compressed format (.m4a)")));
   EXPECT_TRUE(encoder.settings.empty());
 }
 
@@ -226,7 +208,6 @@ TEST_F(VADProcessingServiceTest, ALargeTrimmedFileBecomesM4A) {
   EXPECT_EQ(convert(big), m4a);
   EXPECT_TRUE(QFileInfo::exists(m4a));
   EXPECT_TRUE(QFileInfo::exists(big)) << "the WAV stays beside it";
-  EXPECT_TRUE(sink->contains(QStringLiteral("🔄 Trimmed WAV file is 25.00MB - converting to M4A")));
   ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
   EXPECT_EQ(reporting.breadcrumbs[0].data[QStringLiteral("bitrate")].toInt(), 64000);
 }
@@ -272,11 +253,9 @@ TEST_F(VADProcessingServiceTest, ValidationNamesWhatIsWrong) {
   };
   const Case cases[] = {
       {MediaError::Kind::noAudioTrack, {}, "❌ [T] M4A validation failed: no audio tracks"},
-      {MediaError::Kind::cannotOpen, {}, "❌ [T] M4A validation failed: no audio tracks"},
       {MediaError::Kind::unsupported, {}, "❌ [T] M4A validation failed: no format description"},
       {std::nullopt, {0, 0}, "❌ [T] M4A validation failed: no stream description"},
       {std::nullopt, {0, 2}, "❌ [T] M4A validation failed: invalid format (sampleRate=0.000000, channels=2)"},
-      {std::nullopt, {16000, 0}, "❌ [T] M4A validation failed: invalid format (sampleRate=16000.000000, channels=0)"},
       {std::nullopt, {16000, 1}, "✓ [T] M4A validation passed: 16000Hz, 1ch"},
   };
   for (const Case& c : cases) {

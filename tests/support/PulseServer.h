@@ -25,7 +25,6 @@ class PulseServer {
   void terminate();
 
   QString address() const;  // for a client's server option or PULSE_SERVER
-  QString runtimeFolder() const { return folder_.path(); }
   // Adds a line to what the server does at its next start.
   void addSetup(const QString& line) { setup_ += line; }
   void removeMicrophone() { hasMicrophone_ = false; }  // at the next start

@@ -1,5 +1,4 @@
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/ffmpeg/FfmpegFixture.h"
 
@@ -38,14 +37,9 @@ TEST_F(FfmpegDecodingTest, formats) {
   const Case cases[] = {
       {"a.wav", words("-c:a pcm_s16le"), 0},
       {"u8.wav", words("-c:a pcm_u8"), 0},
-      {"s24.wav", words("-c:a pcm_s24le"), 0},
-      {"s32.wav", words("-c:a pcm_s32le"), 0},
       {"f32.wav", words("-c:a pcm_f32le"), 0},
-      {"f64.wav", words("-c:a pcm_f64le"), 0},
       {"alaw.wav", words("-c:a pcm_alaw"), 0},
-      {"a.w64", words("-c:a pcm_s16le"), 0},
       {"a.aiff", words("-c:a pcm_s16be"), 0},
-      {"a.au", words("-c:a pcm_s16be"), 0},
       {"a.caf", words("-c:a pcm_s16le"), 0},
       {"a.flac", words("-c:a flac"), 0},
       {"alac.m4a", words("-c:a alac"), 0},
@@ -53,12 +47,8 @@ TEST_F(FfmpegDecodingTest, formats) {
       {"a.aac", words("-c:a aac"), 0.05},
       {"a.mp3", words("-c:a libmp3lame"), 0.05, true},
       {"a.ogg", words("-c:a libvorbis"), 0.01, true},
-      {"a.opus", words("-c:a libopus"), 0.01, true},
       {"a.webm", words("-c:a libopus"), 0.01, true},
       {"a.wma", words("-c:a wmav2"), 0.1},
-      {"a.ac3", words("-c:a ac3"), 0.1},
-      {"a.mka", words("-c:a aac"), 0.05},
-      {"a.mp4", words("-c:v mpeg4 -c:a aac"), 0.05},
       {"a.mov", words("-c:v mpeg4 -c:a aac"), 0.05},
       {"a.avi", words("-c:v mpeg4 -c:a pcm_s16le"), 0.01},
       {"a.ts", words("-c:v mpeg2video -c:a aac"), 0.1},
@@ -82,11 +72,9 @@ TEST_F(FfmpegDecodingTest, formats) {
 
 TEST_F(FfmpegDecodingTest, opensAnyNameAsTheFileItNames) {
   const QByteArray wav = SampleMedia::wav(16000, 1, 1600, SampleMedia::tone(440, 16000));
-  const char* names[] = {"with blanks  .wav",
-                         "quote'\"s.wav",
+  const char* names[] = {"quote'\"s.wav",
                          "new\nline.wav",
                          "100% %d %03d.wav",
-                         "http:x.wav",
                          "http:",
                          "concat:a.wav|b.wav",
                          "file:a.wav",
@@ -94,9 +82,7 @@ TEST_F(FfmpegDecodingTest, opensAnyNameAsTheFileItNames) {
                          "-",
                          "-i.wav",
                          "data:audio,x",
-                         "no extension",
                          "wrong.mp3",
-                         "[x].wav",
                          "größe 音声.wav",
                          "subfile,,start,0,end,0,,:a"};
   for (const char* name : names) {
@@ -113,27 +99,16 @@ TEST_F(FfmpegDecodingTest, badFilesAreRefused) {
     for (char& byte : bytes) byte = char((state = state * 1664525 + 1013904223) >> 24);
     return bytes;
   }();
-  EXPECT_EQ(openError(media.path(QStringLiteral("missing.wav"))), MediaError::Kind::cannotOpen);
-  EXPECT_EQ(openError(media.path(QStringLiteral("."))), MediaError::Kind::cannotOpen);
-  EXPECT_EQ(openError(QStringLiteral("/dev/null")), MediaError::Kind::cannotOpen);
-  EXPECT_EQ(openError(media.write(QStringLiteral("zero.wav"), {})), MediaError::Kind::cannotOpen);
-  EXPECT_EQ(openError(media.write(QStringLiteral("text.wav"), "Dear reader, this is not a recording.\n")),
-            MediaError::Kind::cannotOpen);
-  EXPECT_EQ(openError(media.write(QStringLiteral("text.txt"), "Dear reader, this is not a recording.\n")),
-            MediaError::Kind::cannotOpen);
-  for (const char* name : {"junk.wav", "junk.mp3", "junk.m4a", "junk.ogg", "junk"})
+  const QString text = media.write(QStringLiteral("text.wav"), "Dear reader, this is not a recording.\n");
+  for (const QString& path : {media.path(QStringLiteral("missing.wav")), media.path(QStringLiteral(".")),
+                              QStringLiteral("/dev/null"), media.write(QStringLiteral("zero.wav"), {}), text})
+    EXPECT_EQ(openError(path), MediaError::Kind::cannotOpen) << qPrintable(path);
+  for (const char* name : {"junk.wav", "junk.m4a", "junk"})
     EXPECT_FALSE(decode(media.write(QString::fromUtf8(name), junk))) << name;
 
   const QString pipe = media.path(QStringLiteral("pipe.wav"));  // must not wait for a writer
   ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
   EXPECT_EQ(openError(pipe), MediaError::Kind::cannotOpen);
-
-  if (::geteuid() != 0) {
-    const QString locked =
-        media.write(QStringLiteral("locked.wav"), SampleMedia::wav(16000, 1, 100, SampleMedia::tone(1, 2)));
-    ASSERT_TRUE(QFile::setPermissions(locked, {}));
-    EXPECT_EQ(openError(locked), MediaError::Kind::cannotOpen);
-  }
 }
 
 TEST_F(FfmpegDecodingTest, filesThatOnlyReferToOthersAreRefused) {
@@ -154,7 +129,9 @@ TEST_F(FfmpegDecodingTest, filesThatOnlyReferToOthersAreRefused) {
     EXPECT_EQ(openError(media.write(QString::fromUtf8(c.name), c.content)), MediaError::Kind::cannotOpen) << c.name;
 }
 
-TEST_F(FfmpegDecodingTest, videosWithoutSound) {
+TEST_F(FfmpegDecodingTest, filesWithoutSound) {
+  const QString empty = media.write(QStringLiteral("e.wav"), SampleMedia::wav(16000, 1, 0, SampleMedia::tone(1, 2)));
+  EXPECT_EQ(decode(empty).error().kind, Kind::emptyAudioFile);
   ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=0.5:s=64x64 -c:v mpeg4 silent.mp4").split(u' ')));
   EXPECT_EQ(openError(media.path(QStringLiteral("silent.mp4"))), MediaError::Kind::noAudioTrack);
   EXPECT_EQ(decode(media.path(QStringLiteral("silent.mp4"))).error().kind, Kind::invalidAudioFile);
@@ -195,13 +172,6 @@ TEST_F(FfmpegDecodingTest, damageInTheMiddleCostsOnlyWhatIsDamaged) {
   EXPECT_GT(samples->size(), size_t(0.7 * seconds * 16000));
 }
 
-TEST_F(FfmpegDecodingTest, filesWithoutASingleFrame) {
-  EXPECT_EQ(decode(media.write(QStringLiteral("empty.wav"), SampleMedia::wav(16000, 1, 0, SampleMedia::tone(1, 2))))
-                .error()
-                .kind,
-            Kind::emptyAudioFile);
-}
-
 // A recorder that was killed leaves a header of zero length before its samples.
 TEST_F(FfmpegDecodingTest, aHeaderThatSaysNothingIsNotBelieved) {
   QByteArray wav = SampleMedia::wav(16000, 1, 24000, SampleMedia::tone(440, 16000));
@@ -218,8 +188,7 @@ TEST_F(FfmpegDecodingTest, manyChannelsAndHighRates) {
   struct Case {
     int rate, channels;
   };
-  for (const Case& c : {Case{192000, 2}, Case{48000, 12}, Case{8000, 1}, Case{44100, 3}, Case{48000, 6}, Case{11025, 1},
-                        Case{96000, 64}, Case{16000, 2}}) {
+  for (const Case& c : {Case{192000, 2}, Case{48000, 12}, Case{44100, 3}, Case{11025, 1}, Case{96000, 64}}) {
     const double hertz = 440;
     // The same tone everywhere: whatever the weights, they sum up to it.
     const auto wave = [&](qint64 frame, int) { return 0.9 * std::sin(2 * M_PI * hertz * double(frame) / c.rate); };

@@ -52,8 +52,7 @@ TEST_P(ResamplingQualityTest, delay) {
   EXPECT_NEAR(double(loudest), 8000, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rates, ResamplingQualityTest,
-                         ::testing::Values(8000, 11025, 22050, 32000, 44100, 48000, 96000, 192000),
+INSTANTIATE_TEST_SUITE_P(Rates, ResamplingQualityTest, ::testing::Values(8000, 22050, 44100, 48000, 192000),
                          ::testing::PrintToStringParamName());
 
 TEST_F(FfmpegFixture, lengthIsThatOfTheSource) {

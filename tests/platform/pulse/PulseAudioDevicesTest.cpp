@@ -1,6 +1,7 @@
 #include "platform/pulse/PulseAudioDevices.h"
 
 #include <QTcpServer>
+#include <future>
 
 #include "platform/pulse/PulseFixture.h"
 #include "platform/pulse/PulseMicrophoneAuthorization.h"
@@ -27,14 +28,10 @@ class PulseAudioDevicesTest : public PulseTest {
 };
 
 TEST_F(PulseAudioDevicesTest, InputsComeWithTheirProperties) {
-  server.plugIn("headset", "device.bus=bluetooth");
   server.plugIn("board", "'device.bus=pci device.form_factor=internal'");
-  server.plugIn("capture_card", "device.bus=pci");
   server.plugIn("made_up", "device.class=abstract");
   ASSERT_TRUE(waitUntil([&] { return input("made_up").has_value(); }));
-  EXPECT_EQ(input("headset")->transport, "bluetooth");
   EXPECT_EQ(input("board")->transport, "built_in");
-  EXPECT_EQ(input("capture_card")->transport, "pci");
   EXPECT_EQ(input("made_up")->transport, "virtual");
   const auto microphone = input("virtual_mic");
   ASSERT_TRUE(microphone);
@@ -43,9 +40,6 @@ TEST_F(PulseAudioDevicesTest, InputsComeWithTheirProperties) {
   EXPECT_EQ(microphone->channelCount, 1);
   EXPECT_EQ(microphone->sampleRate, 48000);
   EXPECT_EQ(microphone->bitDepth, 16);
-  EXPECT_FALSE(microphone->isFloat);
-  EXPECT_FALSE(microphone->isMonitor);
-  EXPECT_FALSE(microphone->isMuted);
   EXPECT_EQ(microphone->volume, 1.0f);
   EXPECT_TRUE(input("speakers.monitor")->isMonitor);
   EXPECT_EQ(devices->defaultInputUid(), "virtual_mic");
@@ -120,6 +114,32 @@ TEST_F(PulseAudioDevicesTest, TheOutputIsSilencedAndGivenBackAsItWas) {
   EXPECT_FALSE(run(devices->setInputVolume("virtual_mic", 0.5f)));
 }
 
+// The first list's answer may come at any moment, also before the one who waits has taken his place in the queue.
+TEST_F(PulseAudioDevicesTest, AListThatArrivesEarlyIsNotMissed) {
+  for (int steps = 0; steps < 12; ++steps) {
+    ManualExecutor main;  // whose clock stands still: no limit of time helps
+    std::promise<void> permission;
+    PulseConnection early(main, Logging(log), at(server.address()));
+    const Subscription first = early.observeState([&](PulseConnection::State state) {
+      if (state == PulseConnection::State::ready) early.run([&](pa_context*) { permission.get_future().wait(); });
+    });
+    PulseAudioDevices listed(early);
+    TaskScope scope(main);
+    auto waiting = scope.spawn(listed.waitUntilReady());
+    ASSERT_TRUE(waitUntil([&] {
+      main.runOne();
+      return early.state() == PulseConnection::State::ready;
+    }));
+    for (int step = 0; step < steps; ++step) main.runOne();
+    const size_t queued = main.queuedCount();
+    permission.set_value();
+    ASSERT_TRUE(waitUntil([&] { return main.queuedCount() > queued; }));
+    main.runReady();
+    EXPECT_TRUE(waiting.isDone()) << "the answer came after step " << steps;
+    EXPECT_TRUE(listed.isConnected());
+  }
+}
+
 TEST(PulseConnection, WithoutAServerEverythingSaysSo) {
   QTemporaryDir folder;
   QtExecutor executor;
@@ -151,10 +171,7 @@ class RefusingServer : public PulseTest {
 };
 
 TEST_F(RefusingServer, ARefusalIsADeniedMicrophoneUntilTheServerLetsUsIn) {
-  PulseConnection::Options options;
-  options.server = address;
-  options.mayStartServer = false;
-  PulseConnection refused(executor, Logging(log), options);
+  PulseConnection refused(executor, Logging(log), at(address));
   PulseAudioDevices refusedDevices(refused);
   PulseMicrophoneAuthorization authorization(refused, refusedDevices);
   EXPECT_FALSE(run(refusedDevices.waitUntilReady()));

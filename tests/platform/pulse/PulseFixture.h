@@ -2,10 +2,8 @@
 #include <sndfile.h>
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <cmath>
 
 #include "platform/pulse/PulseAudioDevices.h"
@@ -16,24 +14,9 @@
 #include "support/RunTask.h"
 #include "support/SampleMedia.h"
 #include "support/TestTexts.h"
+#include "support/WaitUntil.h"
 
 namespace quillmere {
-
-// Lets Qt's loop run until the condition holds; false after twenty seconds.
-inline bool waitUntil(const std::function<bool()>& condition) {
-  QEventLoop loop;
-  QTimer poll, limit;
-  bool isMet = false;
-  QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-    isMet = isMet || condition();
-    if (isMet) loop.quit();
-  });
-  QObject::connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
-  poll.start(2);
-  limit.start(20'000);
-  loop.exec();
-  return isMet;
-}
 
 // What a strict reader sees of a recording.
 struct RecordedWave {
@@ -84,13 +67,16 @@ class PulseTest : public testing::Test {
   }
   virtual void configure() {}
 
-  void connect() {
+  static PulseConnection::Options at(const QString& address) {
     PulseConnection::Options options;
-    options.server = server.address();
+    options.server = address;
     options.mayStartServer = false;
     options.firstPause = std::chrono::milliseconds(20);
     options.longestPause = std::chrono::milliseconds(200);
-    connection = std::make_unique<PulseConnection>(executor, Logging(log), options);
+    return options;
+  }
+  void connect() {
+    connection = std::make_unique<PulseConnection>(executor, Logging(log), at(server.address()));
     devices = std::make_unique<PulseAudioDevices>(*connection);
     factory = std::make_unique<PulseAudioRecorderFactory>(*connection, *devices);
   }

@@ -48,7 +48,7 @@ TEST_F(RecordingFileTest, AFolderThatGoesComesBackWithEverything) {
   send(file, 16'000);
   ASSERT_TRUE(waitForSize(44 + 32'000));
   ASSERT_TRUE(QDir(folder.filePath("recordings")).removeRecursively());
-  send(file, 20'000);  // more than a second: it is missed while recording
+  for (int i = 0; i < 1000; ++i) send(file, 20);  // more than a second: it is missed while recording
   ASSERT_TRUE(waitForSize(44 + 72'000));
   ASSERT_TRUE(QDir(folder.filePath("recordings")).removeRecursively());
   send(file, 500);  // and at the end
@@ -91,18 +91,6 @@ TEST_F(RecordingFileTest, DiscardedOrNeverOpenedNothingStays) {
   file.completeAndWait();
   EXPECT_TRUE(isOpened);
   EXPECT_FALSE(QFile::exists(path));
-}
-
-TEST_F(RecordingFileTest, ALongQueueIsWrittenToTheEnd) {
-  ASSERT_TRUE(QDir().mkpath(folder.filePath("recordings")));
-  RecordingFile file(path, callbacks());
-  for (int i = 0; i < 1000; ++i) send(file, 320 + i % 7);
-  file.complete();
-  file.append(ramp(0, 50));  // too late
-  file.completeAndWait();
-  const RecordedWave wave(path);
-  EXPECT_EQ(int(wave.samples.size()), sent);
-  EXPECT_TRUE(isRamp(wave));
 }
 
 }  // namespace

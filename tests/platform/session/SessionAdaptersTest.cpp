@@ -6,14 +6,13 @@
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
-#include <QEventLoop>
-#include <QTimer>
 
 #include "platform/qt/QtExecutor.h"
 #include "platform/session/MprisMediaPlayback.h"
 #include "platform/session/SessionPowerActivity.h"
 #include "support/RunTask.h"
 #include "support/SessionBus.h"
+#include "support/WaitUntil.h"
 
 namespace quillmere {
 namespace {
@@ -64,21 +63,6 @@ class SessionAdaptersTest : public testing::Test {
   T run(Task<T> task) {
     return runTaskInLoop(executor, std::move(task));
   }
-  static bool waitUntil(const std::function<bool()>& condition) {
-    QEventLoop loop;
-    QTimer poll, limit;
-    bool isMet = false;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-      isMet = isMet || condition();
-      if (isMet) loop.quit();
-    });
-    QObject::connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
-    poll.start(2);
-    limit.start(20'000);
-    loop.exec();
-    return isMet;
-  }
-
   SessionBus bus;
   QStringList names;
   QtExecutor executor;

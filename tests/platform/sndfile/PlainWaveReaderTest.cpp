@@ -50,11 +50,14 @@ TEST_F(PlainWaveReaderTest, GivesEverySampleAsItIs) {
 }
 
 TEST_F(PlainWaveReaderTest, LeavesEverythingElseToTheMediaLibraries) {
-  EXPECT_FALSE(PlainWaveReader::open(write("rate.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 1, 100)));
-  EXPECT_FALSE(PlainWaveReader::open(write("stereo.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 2, 100)));
-  EXPECT_FALSE(PlainWaveReader::open(write("float.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 16000, 1, 100)));
-  EXPECT_FALSE(PlainWaveReader::open(write("no-frames.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 1, 0)));
-  EXPECT_FALSE(PlainWaveReader::open(write("flac.wav", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 16000, 1, 100)));
+  struct Case {
+    int format, rate, channels, frames;
+  };
+  for (const Case& c :
+       {Case{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 1, 100}, Case{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 2, 100},
+        Case{SF_FORMAT_WAV | SF_FORMAT_FLOAT, 16000, 1, 100}, Case{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 1, 0},
+        Case{SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 16000, 1, 100}})
+    EXPECT_FALSE(PlainWaveReader::open(write("x.wav", c.format, c.rate, c.channels, c.frames))) << c.rate << c.format;
   EXPECT_FALSE(PlainWaveReader::open(folder.filePath(QStringLiteral("missing.wav"))));
   EXPECT_FALSE(PlainWaveReader::open(folder.path()));
   QFile text(folder.filePath(QStringLiteral("text.wav")));
