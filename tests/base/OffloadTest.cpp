@@ -34,15 +34,13 @@ struct Tracked {
 TEST(Offload, RunsElsewhereAndComesBack) {
   ManualExecutor executor;
   WorkerPool pool(2, "offload-test-with-a-long-name");
-  const auto where = runTask(executor, offload(pool, [](const StopFlag&) { return std::this_thread::get_id(); }));
+  std::thread::id where;
+  runTask(executor, offload(pool, [&where](const StopFlag&) { where = std::this_thread::get_id(); }));
   EXPECT_NE(where, std::this_thread::get_id());
   auto owned = std::make_unique<int>(5);
   auto moved = runTask(executor,
                        offload(pool, [value = std::move(owned)](const StopFlag&) mutable { return std::move(value); }));
   EXPECT_EQ(*moved, 5);
-  std::atomic<int> calls = 0;
-  runTask(executor, offload(pool, [&calls](const StopFlag&) { ++calls; }));
-  EXPECT_EQ(calls, 1);
   EXPECT_FALSE(executor.hasWork());
 }
 
@@ -79,16 +77,6 @@ TEST(Offload, AJobThatHasNotBegunIsTakenBackAtOnce) {
   executor.runUntilIdle();
   EXPECT_TRUE(busy.isDone() && third.isDone());
   EXPECT_EQ(calls, 10);
-}
-
-TEST(Offload, TheVirtualClockStandsStillMeanwhile) {
-  ManualExecutor executor;
-  WorkerPool pool(1);
-  const auto slow = [](const StopFlag&) {
-    for (int i = 0; i < 10'000; ++i) std::this_thread::yield();
-    return 1;
-  };
-  EXPECT_EQ(runTask(executor, withTimeout(1ns, offload(pool, slow))), std::optional(1));
 }
 
 TEST(Offload, TheFunctionDiesOnTheWorkerAndTheResultOnTheMainThread) {

@@ -162,15 +162,21 @@ class TaskCancel : public testing::TestWithParam<WaitState> {
     ASSERT_GT(env.live, 0);
   }
   // Nothing is left of the task, neither in memory nor in the executor.
-  void expectNothingLeft() {
+  void expectNothingLeft(int cancelled, bool mayFinishShielded) {
     env.executor.runUntilIdle();
     EXPECT_EQ(env.live, 0);
     EXPECT_FALSE(env.executor.hasWork());
+    EXPECT_EQ(env.cancelled, cancelled);
     EXPECT_EQ(env.finished, 0);
     EXPECT_EQ(env.stops, GetParam().stops);
+    EXPECT_EQ(env.shieldedFinished, mayFinishShielded && GetParam().isShielded ? 1 : 0);
     if (GetParam().usesWorker) {
       EXPECT_LE(env.jobsCalled, GetParam().jobs);
     }
+  }
+  void expectCancelledEnd(TaskHandle<>& handle) {
+    env.executor.runUntil([&] { return handle.isDone(); });
+    EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
   }
   Task<void> task() { return watched(env, GetParam().wait); }
 
@@ -185,12 +191,9 @@ TEST_P(TaskCancel, WhileItWaits) {
   scope.cancelAll();
   EXPECT_EQ(env.cancelled, 0) << "a task is never resumed from inside cancel()";
   EXPECT_EQ(env.stops, GetParam().stops) << "the stop function is called at once";
-  env.executor.runUntil([&] { return handle.isDone(); });
-  EXPECT_EQ(env.cancelled, 1);
-  EXPECT_EQ(env.shieldedFinished, GetParam().isShielded ? 1 : 0);
+  expectCancelledEnd(handle);
   EXPECT_TRUE(scope.isIdle());
-  EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
-  expectNothingLeft();
+  expectNothingLeft(1, true);
 }
 
 TEST_P(TaskCancel, BeforeItBegins) {
@@ -201,11 +204,9 @@ TEST_P(TaskCancel, BeforeItBegins) {
     handle.cancel();
     EXPECT_FALSE(handle.isDone());
     if (isScopeDead) scope.reset();
-    env.executor.runReady();
-    EXPECT_TRUE(handle.isDone());
+    expectCancelledEnd(handle);
     EXPECT_EQ(env.begun, 0) << "no line of it runs";
     EXPECT_FALSE(env.executor.hasWork());
-    EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
   }
 }
 
@@ -218,43 +219,30 @@ TEST_P(TaskCancel, BeforeItWaits) {
   TaskScope scope(env.executor);
   TaskHandle<> handle;
   handle = scope.spawn(cancelSelf(env, handle, GetParam().wait));
-  env.executor.runUntil([&] { return handle.isDone(); });
-  EXPECT_EQ(env.begun, 1);
-  EXPECT_EQ(env.cancelled, 1);
-  EXPECT_EQ(env.finished, 0);
+  expectCancelledEnd(handle);
   EXPECT_EQ(env.jobsCalled, 0);
-  EXPECT_EQ(env.live, 0);
-  EXPECT_EQ(env.shieldedFinished, GetParam().isShielded ? 1 : 0);
-  EXPECT_FALSE(env.executor.hasWork());
+  env.stops = GetParam().stops;  // what never began is not stopped
+  expectNothingLeft(1, true);
 }
 
 TEST_P(TaskCancel, ByTheDeathOfItsScope) {
-  {
-    TaskScope scope(env.executor);
-    scope.spawn(task());
-    waitUntilWaiting();
+  for (const bool isCancelledBefore : {false, true}) {
+    env.begun = env.stops = env.jobsCalled = 0;
+    env.hasJobBegun = false;
+    TaskHandle<> handle;
+    {
+      TaskScope scope(env.executor);
+      handle = scope.spawn(task());
+      waitUntilWaiting();
+      if (isCancelledBefore) handle.cancel();
+    }
+    EXPECT_EQ(env.live, 0) << "frames go at once, and no line of them runs";
+    EXPECT_EQ(env.stops, GetParam().stops);
+    EXPECT_EQ(env.executor.timerCount(), 0u);
+    EXPECT_TRUE(handle.isDone());
+    expectNothingLeft(0, false);
+    EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
   }
-  EXPECT_EQ(env.live, 0) << "frames go at once";
-  EXPECT_EQ(env.stops, GetParam().stops);
-  EXPECT_EQ(env.executor.timerCount(), 0u);
-  expectNothingLeft();
-  EXPECT_EQ(env.cancelled, 0) << "no line of it runs";
-  EXPECT_EQ(env.shieldedFinished, 0);
-}
-
-TEST_P(TaskCancel, ThenTheScopeDiesBeforeItIsResumed) {
-  TaskHandle<> handle;
-  {
-    TaskScope scope(env.executor);
-    handle = scope.spawn(task());
-    waitUntilWaiting();
-    handle.cancel();
-  }
-  EXPECT_EQ(env.live, 0);
-  EXPECT_TRUE(handle.isDone());
-  expectNothingLeft();
-  EXPECT_EQ(env.cancelled, 0);
-  EXPECT_THROW(runTask(env.executor, handle.join()), Cancelled);
 }
 
 TEST_P(TaskCancel, ByATimeout) {
@@ -264,9 +252,7 @@ TEST_P(TaskCancel, ByATimeout) {
   env.executor.advance(3s);
   env.executor.runUntil([&] { return handle.isDone(); });
   EXPECT_FALSE(runTask(env.executor, handle.join()));
-  EXPECT_EQ(env.cancelled, 1);
-  EXPECT_EQ(env.shieldedFinished, GetParam().isShielded ? 1 : 0);
-  expectNothingLeft();
+  expectNothingLeft(1, true);
 }
 
 TEST_P(TaskCancel, ThroughTheOneWhoJoinsIt) {
@@ -275,11 +261,9 @@ TEST_P(TaskCancel, ThroughTheOneWhoJoinsIt) {
   auto joiner = scope.spawn(handle.join());
   waitUntilWaiting();
   joiner.cancel();
-  env.executor.runUntil([&] { return joiner.isDone(); });
+  expectCancelledEnd(joiner);
   EXPECT_TRUE(handle.isDone()) << "the joiner waits for the end of the task";
-  EXPECT_EQ(env.cancelled, 1);
-  EXPECT_THROW(runTask(env.executor, joiner.join()), Cancelled);
-  expectNothingLeft();
+  expectNothingLeft(1, true);
 }
 
 TEST_P(TaskCancel, ByAFailingSibling) {
@@ -296,8 +280,7 @@ TEST_P(TaskCancel, ByAFailingSibling) {
   env.executor.advance(1s);
   env.executor.runUntil([&] { return handle.isDone(); });
   EXPECT_THROW(runTask(env.executor, handle.join()), std::runtime_error);
-  EXPECT_EQ(env.cancelled, 1);
-  expectNothingLeft();
+  expectNothingLeft(1, true);
 }
 
 INSTANTIATE_TEST_SUITE_P(

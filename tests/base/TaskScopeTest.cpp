@@ -157,19 +157,6 @@ TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
   }
 }
 
-TEST(TaskScope, ATaskThatEndsRightAfterDestroyingItsScopeIsFine) {
-  ManualExecutor executor;
-  auto scope = std::make_unique<TaskScope>(executor);
-  const auto destroy = [](std::unique_ptr<TaskScope>& own) -> Task<int> {
-    own.reset();
-    co_return 1;
-  };
-  auto handle = scope->spawn(destroy(scope));
-  executor.runReady();
-  EXPECT_TRUE(handle.isDone());
-  EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
-}
-
 TEST(TaskScope, DestructorsOfFramesMaySpawnCancelAndPostWhileItDies) {
   struct World {
     ManualExecutor executor;

@@ -109,21 +109,4 @@ TEST(Task, NeitherLongNorDeepChainsNeedStack) {
   EXPECT_EQ(runTask(executor, deep(50'000)), 50'000);
 }
 
-TEST(Task, RunsInterleaveInTheOrderOfTheirPosts) {
-  ManualExecutor executor;
-  QString trace;
-  const auto speak = [](QString& out, QChar letter) -> Task<void> {
-    for (int i = 0; i < 3; ++i) {
-      out += letter;
-      co_await yieldNow();
-    }
-  };
-  TaskScope scope(executor);
-  scope.spawn(speak(trace, u'a'));
-  scope.spawn(speak(trace, u'b'));
-  executor.post([&] { trace += u'|'; });
-  executor.runReady();
-  EXPECT_EQ(trace, "ab|abab");
-}
-
 }  // namespace

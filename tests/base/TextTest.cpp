@@ -59,12 +59,9 @@ TEST(Graphemes, SlicesLeaveOutWhatLiesOutside) {
   } const cases[] = {
       {1, 2, family + accented},
       {1, -1, family + accented + "d"},
-      {0, 0, QString()},
       {3, 5, "d"},
       {4, 1, QString()},
-      {9, 1, QString()},
       {-2, 3, "a"},
-      {-2, 1, QString()},
       {-1, -1, text},
       {2, 1000000, accented + "d"},
   };

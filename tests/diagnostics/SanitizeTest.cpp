@@ -47,7 +47,7 @@ TEST(Sanitize, ScrubsWhatReadsLikeDictatedContent) {
 }
 
 TEST(Sanitize, IsStableAndLeavesOtherTextAlone) {
-  const QString line = QStringLiteral("🎙️ Recording started (48000 Hz), 3 devices");
+  const QString line = "🎙️ Recording started (48000 Hz), 3 devices";
   EXPECT_EQ(sanitize(line), line);
   EXPECT_EQ(sanitize(QString()), QString());
   const QString once = cleaned("a@b.cd in /home/x/ from 10.0.0.1, text: aaaaaaaaaaaaaaaaaaaaaaaa");
@@ -56,13 +56,13 @@ TEST(Sanitize, IsStableAndLeavesOtherTextAlone) {
 
 TEST(BeforeSend, RemovesBreadcrumbsAndValuesThatCouldHoldContent) {
   CrashEvent event;
-  event.message = QStringLiteral("kept");
-  event.breadcrumbs = {Breadcrumb{QStringLiteral("m"), QStringLiteral("c"), ReportLevel::info, {}}};
-  event.tags = {{QStringLiteral("text"), QStringLiteral("tags stay")}};
+  event.message = "kept";
+  event.breadcrumbs = {Breadcrumb{"m", "c", ReportLevel::info, {}}};
+  event.tags = {{"text", "tags stay"}};
   for (const char* key :
        {"transcript", "TranscriptLength", "selectedTEXT", "context", "systemPrompt", "recent_logs", "mode"})
-    event.extra.insert(QString::fromLatin1(key), QStringLiteral("value"));
-  event.extra.insert(QStringLiteral("text_count"), 7);
+    event.extra.insert(QString::fromLatin1(key), "value");
+  event.extra.insert("text_count", 7);
 
   const CrashEvent sent = beforeSend(event);
 
@@ -71,8 +71,7 @@ TEST(BeforeSend, RemovesBreadcrumbsAndValuesThatCouldHoldContent) {
   EXPECT_EQ(sent.tags, event.tags);
   for (auto it = sent.extra.begin(); it != sent.extra.end(); ++it) {
     const bool isKept = it.key() == u"recent_logs" || it.key() == u"mode";
-    EXPECT_EQ(it.value(), isKept ? QVariant(QStringLiteral("value")) : QVariant(QStringLiteral("[redacted]")))
-        << it.key().toStdString();
+    EXPECT_EQ(it.value(), isKept ? QVariant("value") : QVariant("[redacted]")) << it.key().toStdString();
   }
   EXPECT_EQ(sent.extra.size(), event.extra.size());
 }

@@ -6,23 +6,6 @@
 namespace quillmere {
 namespace {
 
-TEST(ModeDataTest, AnEmptyRowGivesTheDefaults) {
-  const ModeData data = modeDataFrom(Mode{});
-  ModeData expected;
-  expected.id = data.id;
-  expected.name = "Default";
-  expected.preset = "quillmere";
-  expected.language = "en";
-  expected.model = "base";
-  expected.languageModel = "gpt-4.1-nano";
-  expected.cloudProvider = "openai";
-  expected.cloudTranscriptionModel = "whisper-1";
-  expected.postProcessingProvider = "openai";
-  EXPECT_EQ(data, expected);
-  EXPECT_FALSE(data.id.isNull());
-  EXPECT_NE(modeDataFrom(Mode{}).id, data.id);
-}
-
 TEST(ModeDataTest, PostProcessingFollowsTheStoredNumber) {
   struct Case {
     std::optional<qint16> number;
@@ -120,18 +103,6 @@ TEST(ModeDataTest, SavingWritesWhatLoadingReads) {
   cleared.userSystemPrompt = "  ";
   applyTo(cleared, copy);
   EXPECT_EQ(copy.userSystemPrompt, std::nullopt);
-}
-
-TEST(ModeDataTest, WhatRunsWithoutNetwork) {
-  for (const auto& [model, mode, isOffline] :
-       {std::tuple{"base", PostProcessingMode::off, true}, std::tuple{"base", PostProcessingMode::local, true},
-        std::tuple{"base", PostProcessingMode::cloud, false}, std::tuple{"cloud", PostProcessingMode::off, false},
-        std::tuple{"Cloud", PostProcessingMode::off, true}}) {
-    ModeData data;
-    data.model = QString::fromLatin1(model);
-    data.postProcessingMode = mode;
-    EXPECT_EQ(data.isOfflineCapable(), isOffline) << model;
-  }
 }
 
 TEST(ModeDataTest, EnglishOnlyModels) {

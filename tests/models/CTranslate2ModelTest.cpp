@@ -34,16 +34,6 @@ Result<CTranslate2Model, Fault> read(QByteArray content) {
   return CTranslate2Model::read(buffer);
 }
 
-TEST(CTranslate2ModelTest, readsTheTable) {
-  const auto model = read(small());
-  ASSERT_TRUE(model);
-  ASSERT_TRUE(model->find("weight"));
-  EXPECT_EQ(model->find("weight")->shape, (std::vector<qint64>{2, 3}));
-  EXPECT_EQ(small().mid(model->find("same")->offset, model->find("same")->bytes), "abcdefghijkl");
-  EXPECT_TRUE(model->find("heads")->shape.empty());
-  EXPECT_FALSE(model->find("other"));
-}
-
 TEST(CTranslate2ModelTest, refusesEveryTruncationAndWhatFollowsTheEnd) {
   for (qsizetype length = 0; length < small().size(); ++length) EXPECT_FALSE(read(small().left(length))) << length;
   EXPECT_FALSE(read(small() + '\0'));

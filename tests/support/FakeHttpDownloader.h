@@ -14,7 +14,6 @@ struct FakeHttpAnswer {
   QList<HttpHeader> headers;
   QByteArray body;
   std::optional<UrlError> openError;     // instead of a response
-  std::optional<UrlError> bodyError;     // behind the body
   std::optional<qsizetype> breaksAfter;  // bytes of the body that arrive before the connection is lost
   qsizetype pieceBytes = 64 * 1024;
   Duration pieceDelay{0};  // virtual time in front of each piece
@@ -89,7 +88,6 @@ class FakeHttpDownloader final : public HttpDownloader {
         position_ += piece.size();
         co_return piece;
       }
-      if (answer_.bodyError) co_return Failed{*answer_.bodyError};
       if (answer_.breaksAfter) {
         const UrlError lost{UrlError::networkConnectionLost, QStringLiteral("networkConnectionLost"), {}};
         co_return Failed{lost};
