@@ -32,8 +32,6 @@ ApplicationLaunch::~ApplicationLaunch() {
 void ApplicationLaunch::start() {
   if (std::exchange(isStarted_, true)) return;
   startTime_ = services_.executor.now();
-  if (services_.windows.setActivationPolicy)
-    services_.windows.setActivationPolicy(services_.settings.general().showInDock());
   if (services_.settings.general().blockAppleMusic()) blockMusic(true);
   wire();
   followSettings();
@@ -72,10 +70,7 @@ void ApplicationLaunch::wire() {
 
 void ApplicationLaunch::followSettings() {
   settingsChanges_ = services_.settings.observeChanges([this](const QString& key) {
-    const GeneralSettingsManager& general = services_.settings.general();
-    if (key == QLatin1String("blockAppleMusic")) blockMusic(general.blockAppleMusic());
-    if (key == QLatin1String("showInDock") && services_.windows.setActivationPolicy)
-      services_.windows.setActivationPolicy(general.showInDock());
+    if (key == QLatin1String("blockAppleMusic")) blockMusic(services_.settings.general().blockAppleMusic());
     // Another process has selected a mode.
     if (key == QLatin1String("currentModeId") && !services_.settings.currentModeId().isEmpty() &&
         services_.settings.currentModeId() != services_.appState.data().selectedModeId)

@@ -21,7 +21,6 @@ class TranscriptionPipeline;
 
 // What the launch does to the windows. Each may be empty.
 struct LaunchWindows {
-  std::function<void(bool isRegular)> setActivationPolicy;  // regular: shown among the session's applications
   std::function<void()> onOrderOutWindow;                   // 0.1 s after the launch, for a start without the window
   std::function<void()> onShowOnboarding;                   // 0.5 s after the launch of an application not set up yet
   std::function<void(Duration sinceStart)> onReady;         // the shortcuts work

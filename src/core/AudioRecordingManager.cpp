@@ -66,6 +66,7 @@ void AudioRecordingManager::buildRecording(const AudioRecordingHooks& hooks, con
                                              s.persistence,  s.folders};
   lifecycle.reporting = s.errorReporting;
   lifecycle_ = std::make_unique<RecordingLifecycle>(lifecycle, logging);
+  lifecycle_->setSettingsManager(&s.settings);
   fileWatcher_ = std::make_unique<FileWatcher>(ports_.fileEvents, s.errorReporting, logging);
   power_ = std::make_unique<PowerActivityManager>(ports_.powerActivity, logging);
   CrashRecoveryManager::Dependencies recovery{s.persistence, s.audioFileConverter, s.mediaReaders, s.clock,
@@ -110,6 +111,10 @@ void AudioRecordingManager::buildFlow(const AudioRecordingHooks& hooks, const Lo
   flow.errorReporting = services_.errorReporting;
   flow.fileTags = services_.fileTags;
   flow.recoverRecordingsFolder = hooks.recoverRecordingsFolder;
+  flow.transcriptionPipeline = &services_.pipeline;
+  flow.transcriptionState = [&pipeline = services_.pipeline] { return pipeline.state().get(); };
+  flow.settingsManager = &services_.settings;
+  flow.appState = &services_.appState;
   flow_ = std::make_unique<RecordingTranscriptionFlow>(std::move(flow), logging);
 
   PushToTalk::Services pushToTalk{services_.executor, *this, *modifierMonitor_};
@@ -142,11 +147,6 @@ void AudioRecordingManager::bindState() {
 }
 
 Task<void> AudioRecordingManager::configure() {
-  lifecycle_->setSettingsManager(&services_.settings);
-  autoPaste_->setPreviousFrontmostPID(std::nullopt);
-  TranscriptionPipeline& pipeline = services_.pipeline;
-  flow_->configure(
-      &pipeline, [&pipeline] { return pipeline.state().get(); }, &services_.settings, &services_.appState);
   deviceManager_->setOnSelectedDeviceInvalidated([this](const AudioDevice& lost) {
     logger_.info("Clearing persisted microphone preference for missing device: %{public}s", lost.name);
     services_.settings.audio().setSelectedMicrophoneId(QString());

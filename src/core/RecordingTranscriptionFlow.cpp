@@ -55,15 +55,6 @@ RecordingTranscriptionFlow::~RecordingTranscriptionFlow() {
   if (hasRegisteredCancelShortcut_) use_.globalShortcuts->setHandlers(shortcutNames::cancelRecording, {});
 }
 
-void RecordingTranscriptionFlow::configure(Transcriber* transcriptionPipeline,
-                                           std::function<TranscriptionState()> transcriptionState,
-                                           SettingsManager* settingsManager, AppState* appState) {
-  use_.transcriptionPipeline = transcriptionPipeline;
-  use_.transcriptionState = std::move(transcriptionState);
-  use_.settingsManager = settingsManager;
-  use_.appState = appState;
-}
-
 // --- presses
 
 void RecordingTranscriptionFlow::toggleRecording(std::optional<QString> modeName, bool stopOnly,
@@ -186,22 +177,7 @@ Task<void> RecordingTranscriptionFlow::finishInterruptedRecording() {
 
 Task<void> RecordingTranscriptionFlow::finishEverything() {
   isShutDown_ = true;
-  const QString reason = localizedText("recording.error.closedBeforeTranscription");
-  const QString text = failedTranscriptText(reason);
-  if (isRecording()) {
-    const QString mode = selectedModeName(QStringLiteral("Default"));
-    auto stopping = use_.recordingLifecycle.stopRecording();
-    const auto result = co_await std::move(stopping);
-    if (result && result->path && result->duration >= minimumDurationSeconds) {
-      const TranscriptPtr transcript =
-          use_.sessionManager.createTranscript(result->session, result->duration, mode, *result->path);
-      keepFailedTranscript(transcript, reason, text);
-    } else if (result) {
-      use_.sessionManager.settleSession(result->session);
-    }
-    setRecordingState({RecordingState::Idle{}});
-    disableCancelShortcut();
-  }
+  if (isRecording()) scope_.spawn(keepUntranscribed(std::make_shared<StopUnderWay>(*this)));
   // A stop that is under way gives its audio a transcript before it begins to transcribe.
   if (stopsUnderWay_ > 0) {
     Completion<> noneLeft;
@@ -211,8 +187,25 @@ Task<void> RecordingTranscriptionFlow::finishEverything() {
   }
   const auto unfinished = unfinished_;
   if (!unfinished.empty() && use_.transcriptionPipeline != nullptr) use_.transcriptionPipeline->cancelTranscription();
-  for (const TranscriptPtr& transcript : unfinished) keepFailedTranscript(transcript, reason, text);
+  for (const TranscriptPtr& transcript : unfinished) keepAsClosed(transcript);
   use_.powerActivityManager.end();
+}
+
+Task<void> RecordingTranscriptionFlow::keepUntranscribed(std::shared_ptr<StopUnderWay>) {
+  const QString mode = selectedModeName(QStringLiteral("Default"));
+  auto stopping = use_.recordingLifecycle.stopRecording();
+  const auto result = co_await std::move(stopping);
+  if (result && result->path && result->duration >= minimumDurationSeconds)
+    keepAsClosed(use_.sessionManager.createTranscript(result->session, result->duration, mode, *result->path));
+  else if (result)
+    use_.sessionManager.settleSession(result->session);
+  setRecordingState({RecordingState::Idle{}});
+  disableCancelShortcut();
+}
+
+void RecordingTranscriptionFlow::keepAsClosed(const TranscriptPtr& transcript) {
+  const QString reason = localizedText("recording.error.closedBeforeTranscription");
+  keepFailedTranscript(transcript, reason, failedTranscriptText(reason));
 }
 
 // --- what all parts share

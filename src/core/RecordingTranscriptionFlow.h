@@ -50,10 +50,6 @@ class RecordingTranscriptionFlow final {
   RecordingTranscriptionFlow(const RecordingTranscriptionFlow&) = delete;
   RecordingTranscriptionFlow& operator=(const RecordingTranscriptionFlow&) = delete;
 
-  // Any of them may be null. `transcriptionState` gives the pipeline's present state.
-  void configure(Transcriber* transcriptionPipeline, std::function<TranscriptionState()> transcriptionState,
-                 SettingsManager* settingsManager, AppState* appState);
-
   // The one entry of the triggers: starts, or stops what runs. With `stopOnly` what runs is thrown away and nothing
   // starts. Returns at once. Without a name the selected mode is meant.
   void toggleRecording(std::optional<QString> modeName, bool stopOnly, RecordingTriggerSource trigger);
@@ -130,6 +126,8 @@ class RecordingTranscriptionFlow final {
   void onInterrupted();
   Task<void> finishInterruptedRecording();
   Task<void> finishEverything();
+  Task<void> keepUntranscribed(std::shared_ptr<StopUnderWay> underWay);
+  void keepAsClosed(const TranscriptPtr& transcript);
   void updateState(const std::function<void(AppStateData&)>& change);
   void setRecordingState(RecordingState state);
   QString selectedModeName(const QString& otherwise) const;

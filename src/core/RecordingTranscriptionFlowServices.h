@@ -53,10 +53,8 @@ struct RecordingTranscriptionFlowServices {
   SpokenFileTags* fileTags = nullptr;
   // Asks the user for another recordings folder; true when a usable one was chosen.
   std::function<Task<bool>()> recoverRecordingsFolder = {};
-
-  // Those that RecordingTranscriptionFlow::configure() may hand in later.
   Transcriber* transcriptionPipeline = nullptr;
-  std::function<TranscriptionState()> transcriptionState = {};
+  std::function<TranscriptionState()> transcriptionState = {};  // of the pipeline, now
   SettingsManager* settingsManager = nullptr;
   AppState* appState = nullptr;
 };

@@ -135,8 +135,8 @@ Task<void> RecordingTranscriptionFlow::start(QString modeName, TimePoint pressed
 }
 
 void RecordingTranscriptionFlow::refuseStreaming() {
+  // The recording state is left alone: it may be that of an earlier recording that is still transcribed.
   logger_.warning("📡 Streaming shortcut detected - live dictation is not available");
-  setRecordingState({RecordingState::Idle{}});
   updateState([](AppStateData& data) {
     data.showRecordingDialog = false;
     data.isStreamingShortcutTriggered = false;
@@ -243,6 +243,7 @@ Task<void> RecordingTranscriptionFlow::failValidation(QString text) {
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};
     data.showRecordingDialog = false;
+    data.showCancelConfirmation = false;
     data.isStreamingShortcutTriggered = false;
   });
   if (use_.appState != nullptr) use_.appState->showError(text);
@@ -275,11 +276,11 @@ void RecordingTranscriptionFlow::failStart(const std::optional<AnyError>& error)
   previousFrontmostPID_.reset();
   previousFrontmostBundleID_.reset();
   disableCancelShortcut();
-  updateState([](AppStateData& data) { data.showCancelConfirmation = false; });
   logger_.info("🧹 Cleaned up failed recording attempt");
 
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};
+    data.showCancelConfirmation = false;
     data.showRecordingDialog = false;
     data.isStreamingShortcutTriggered = false;
   });

@@ -211,7 +211,8 @@ void RecordingTranscriptionFlow::discard(const Dictation& dictation, qint64 file
                    {QStringLiteral("discardedBy"),
                     duration < minimumDurationSeconds ? QStringLiteral("duration") : QStringLiteral("file_size")},
                    {QStringLiteral("mode"), dictation.modeName}});
-  QFile::remove(dictation.audioPath);
+  if (QFile file(dictation.audioPath); file.exists() && !file.remove())
+    logger_.warning("The recording could not be deleted: %{public}s", file.errorString());
   if (dictation.session) use_.persistence.deleteRecordingSession(dictation.session);
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};

@@ -21,7 +21,6 @@ struct LaunchFixture : RecordingManagerFixture {
   void launch() {
     ApplicationLaunch::Services use{executor, state,   *manager, *pipeline,     settings,
                                     *store,   network, *hotkeys, &shortcutKeys, &musicBlocker};
-    use.windows.setActivationPolicy = [this](bool isRegular) { policies << (isRegular ? "regular" : "accessory"); };
     use.windows.onOrderOutWindow = [this] { windows << "ordered out"; };
     use.windows.onShowOnboarding = [this] { windows << "onboarding"; };
     use.windows.onReady = [this](Duration time) { readyAfter = time; };
@@ -42,7 +41,6 @@ struct LaunchFixture : RecordingManagerFixture {
   ShortcutStore shortcutKeys{defaults, shortcuts, &state, logging};
   MusicBlocker musicBlocker{workspace, logging};
   std::unique_ptr<GlobalHotkeys> hotkeys;
-  QStringList policies;
   QStringList windows;
   std::optional<Duration> readyAfter;
   std::unique_ptr<ApplicationLaunch> applicationLaunch;
@@ -126,15 +124,11 @@ TEST(ApplicationLaunchTest, WindowsOfTheLaunch) {
 
 TEST(ApplicationLaunchTest, FollowsTheSettings) {
   LaunchFixture f;
-  f.settings.general().setShowInDock(false);
   f.settings.general().setBlockAppleMusic(true);
   f.launchToTheEnd();
-  EXPECT_EQ(f.policies, QStringList{"accessory"});
   EXPECT_TRUE(f.musicBlocker.isActive());
   f.defaults.changeByOtherProcess("blockAppleMusic", false);
-  f.defaults.changeByOtherProcess("showInDock", true);
   EXPECT_FALSE(f.musicBlocker.isActive());
-  EXPECT_EQ(f.policies, (QStringList{"accessory", "regular"}));
 
   ModeData data;
   data.name = "Letters";

@@ -116,6 +116,17 @@ TEST(AudioRecordingManagerTest, ChoosesTheMicrophoneOfTheSettings) {
   EXPECT_EQ(selectedName(f), "-");
 }
 
+// The start of the application is not over yet, and a command comes from outside.
+TEST(AudioRecordingManagerTest, APressBeforeTheConfigurationIsAnOrdinaryOne) {
+  RecordingManagerFixture f;
+  f.makeManager();
+  f.toggle(RecordingTriggerSource::shortcut);
+  EXPECT_TRUE(f.isRecording());
+  EXPECT_EQ(f.state.data().recordingState.diagnosticLabel(), "recording");
+  EXPECT_TRUE(f.recorders.paths[0].startsWith(f.settings.storage().recordingsFolder()));
+  EXPECT_TRUE(f.notices.toasts.empty());
+}
+
 struct HeldKey : RecordingManagerFixture {
   HeldKey() {
     settings.setPushToTalkMode(PushToTalkMode::control);

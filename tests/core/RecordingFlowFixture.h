@@ -88,7 +88,7 @@ struct RecordingFlowFixture {
     workspace.frontmost = editor;
     accessibility.addApplication(editor.processId, node(QStringLiteral("AXWindow")));
     accessibility.focus(node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXValue"), QString()));
-    flow = makeFlow();
+    makeFlow();
   }
 
   RecordingTranscriptionFlowServices services() {
@@ -106,8 +106,12 @@ struct RecordingFlowFixture {
     use.appState = &appState;
     return use;
   }
-  std::unique_ptr<RecordingTranscriptionFlow> makeFlow() {
-    return std::make_unique<RecordingTranscriptionFlow>(services(), logging);
+  // Another flow in the place of the one there is; `change` takes away or adds what it works with.
+  void makeFlow(const std::function<void(RecordingTranscriptionFlowServices&)>& change = {}) {
+    auto use = services();
+    if (change) change(use);
+    flow.reset();
+    flow = std::make_unique<RecordingTranscriptionFlow>(std::move(use), logging);
   }
   static Task<bool> answerRecovery(bool answer) { co_return answer; }
 

@@ -112,8 +112,11 @@ TEST(RecordingValidation, StorageThatStaysUnusableEndsTheRecording) {
   f.press();
   f.executor.advance(119s);
   EXPECT_TRUE(f.lifecycle.isRecording().get());
+  f.flow->cancelFromShortcut();
+  EXPECT_TRUE(f.state().showCancelConfirmation);
   f.executor.advance(10s);
   expectIdle(f);
+  EXPECT_FALSE(f.state().showCancelConfirmation);  // it goes with the recording it is about
   EXPECT_EQ(f.toasts(), QStringList{localizedText("recording.error.documentsAccess")});
 
   LostStorage recovered;
@@ -232,7 +235,14 @@ TEST(RecordingStart, LiveDictationSaysThatItIsNotThereYet) {
   EXPECT_EQ(f.toasts(), QStringList{localizedText("recording.error.streamingUnavailable")});
   EXPECT_TRUE(f.recorders.paths.isEmpty());
   EXPECT_FALSE(f.flow->isStreamingActive());
-  f.dictate();  // an ordinary one works
+  f.record();  // an ordinary one works, and the refusal leaves its transcription alone
+  f.press();
+  f.executor.advance(100ms);
+  f.appState.update([](AppStateData& data) { data.isStreamingShortcutTriggered = true; });
+  f.press(RecordingTriggerSource::streamingShortcut);
+  f.executor.runReady();
+  EXPECT_EQ(f.stateLabel(), "transcribing");
+  f.settle();
   EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
 }
 

@@ -216,9 +216,7 @@ TEST(RecordingStop, SpokenFileNamesAreInThePasteOnlyAndInDeveloperModeOnly) {
   for (const bool isDeveloper : {false, true}) {
     RecordingFlowFixture f;
     FakeFileTags tags;
-    auto services = f.services();
-    services.fileTags = &tags;
-    f.flow = std::make_unique<RecordingTranscriptionFlow>(services, f.logging);
+    f.makeFlow([&tags](auto& use) { use.fileTags = &tags; });
     f.settings.developerMode().setEnableDeveloperMode(isDeveloper);
     f.transcriber.answer = QStringLiteral("Open @{main}.");
     f.dictate();
@@ -318,7 +316,7 @@ TEST(RecordingStop, FailuresReachTheRowTheDialogAndTheToast) {
 
 TEST(RecordingStop, WithoutAPipelineTheRecordingIsKeptAsFailed) {
   RecordingFlowFixture f;
-  f.flow->configure(nullptr, {}, &f.settings, &f.appState);
+  f.makeFlow([](auto& use) { use.transcriptionPipeline = nullptr; });
   f.dictate();
   const QString description = localizedDescription(AudioError{AudioError::Kind::noTranscriptionPipeline, QString()});
   EXPECT_EQ(f.onlyRow(), QStringLiteral("failed Transcription failed: ") + description);
@@ -391,18 +389,20 @@ TEST(RecordingShutDown, LosesNothingThatWasSaid) {
 }
 
 TEST(RecordingShutDown, AFileThatIsNeverFinishedIsLeftToTheRecovery) {
-  RecordingFlowFixture f;
-  f.recorders.stopTakes = 1h;
-  f.record();
-  f.press();
-  f.executor.advance(1s);
-  TaskScope closing(f.executor);
-  auto end = closing.spawn(f.flow->shutDown());
-  f.executor.advance(9s);
-  EXPECT_FALSE(end.isDone());
-  f.executor.advance(2s);
-  EXPECT_TRUE(end.isDone());
-  EXPECT_EQ(f.persistence->fetchUnfinishedRecordingSessions().size(), 1u);
+  for (const bool isStopUnderWay : {true, false}) {
+    RecordingFlowFixture f;
+    f.recorders.stopTakes = 1h;
+    f.record();
+    if (isStopUnderWay) f.press();
+    f.executor.advance(1s);
+    TaskScope closing(f.executor);
+    auto end = closing.spawn(f.flow->shutDown());
+    f.executor.advance(9s);
+    EXPECT_FALSE(end.isDone());
+    f.executor.advance(2s);
+    EXPECT_TRUE(end.isDone());
+    EXPECT_EQ(f.persistence->fetchUnfinishedRecordingSessions().size(), 1u);
+  }
 }
 
 TEST(RecordingShutDown, AFlowThatDiesWhileItRecordsLeavesItsSessionForTheRecovery) {

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDesktopServices>
+#include <QFileInfo>
 #include <QUrl>
 #include <cstdio>
 
@@ -11,6 +12,7 @@
 #include "core/ShortcutNames.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
+#include "platform/x11/X11FloatingWindows.h"
 #include "recording/MicrophonePermissionManager.h"
 #include "triggers/BareModifierKeyMonitor.h"
 
@@ -33,9 +35,8 @@ DesktopProgram::~DesktopProgram() {
 std::optional<int> DesktopProgram::start() {
   ControlService::Actions actions;
   actions.toggle = [this](const QString& mode) {
-    if (!services_) return;
-    services_->session->audioManager->toggleRecording(mode.isEmpty() ? std::nullopt : std::optional(mode), false,
-                                                      RecordingTriggerSource::shortcut);
+    if (!services_ || !(mode.isEmpty() || selectMode(mode))) return;
+    services_->session->audioManager->toggleRecording(std::nullopt, false, RecordingTriggerSource::shortcut);
   };
   actions.cancel = [this] {
     if (services_) services_->session->audioManager->cancelFromShortcut();
@@ -151,6 +152,11 @@ DesktopIntents DesktopProgram::intents() {
   };
   intents.firstRun.modelChosen = intents.modelChosen;
   intents.quit = [this] { quit(); };
+  if (auto windows = X11FloatingWindows::open()) {
+    const std::shared_ptr<X11FloatingWindows> screen = std::move(*windows);
+    intents.screen.isComposited = [screen] { return screen->isComposited(); };
+    intents.screen.keepOnAllDesktops = [screen](WId window) { screen->keepOnAllDesktops(xcb_window_t(window)); };
+  }
   return intents;
 }
 
@@ -164,6 +170,14 @@ void DesktopProgram::buildInterface() {
   AudioRecordingManager& recording = *services_->session->audioManager;
   use.devices = &recording.deviceManager();
   use.recorders = services_->session->recorders.get();
+  use.mediaReaders = base.mediaReaders.get();
+  use.workers = base.fileWorkers.get();
+  use.engine = base.speechEngine.get();
+  use.converter = base.audioConverter.get();
+  for (const QString& folder : base.paths.bundledModelFolders)
+    if (const QFileInfo sample(folder + QStringLiteral("/speech-sample.mp3"));
+        use.speechSample.isEmpty() && sample.isFile())
+      use.speechSample = sample.filePath();
   use.shortcuts = services_->session->shortcuts.get();
   use.shortcutStore = services_->shortcutStore.get();
   use.canSeeKey = [&recording](ModifierKey key) { return recording.bareModifierKeyMonitor().canSee(key); };
@@ -181,6 +195,14 @@ void DesktopProgram::followRecording() {
   };
   subscriptions_.push_back(metrics.audioLevel.observe([tell](float) { tell(); }));
   subscriptions_.push_back(metrics.recordingDuration.observe([tell](double) { tell(); }));
+  subscriptions_.push_back(recording.showPermissionDeniedAlert().observe([this, &recording](bool isShown) {
+    if (!isShown) return;
+    // In a later turn: whoever raised it may do so once more.
+    QTimer::singleShot(0, &storeTimer_, [this, &recording] {
+      recording.permissionManager().setShowPermissionDeniedAlert(false);
+      showToast(localizedText("audio.error.permissionDenied"), true);
+    });
+  }));
   subscriptions_.push_back(recording.activeInputDeviceName().observe([this](const QString&) { showSurroundings(); }));
   subscriptions_.push_back(services_->base->settings->observeChanges([this](const QString&) { showSurroundings(); }));
   subscriptions_.push_back(
@@ -227,6 +249,17 @@ void DesktopProgram::showModelState() {
   const QString name = mode ? mode->model.value_or(QStringLiteral("base")) : QStringLiteral("base");
   const bool isCloud = name.compare(QStringLiteral("cloud"), Qt::CaseInsensitive) == 0;
   interface_->app().setModel(name, isCloud || base.modelManager->findDownloaded(name).has_value());
+}
+
+// Without storing the choice: it holds until another mode is chosen.
+bool DesktopProgram::selectMode(const QString& name) {
+  Services& base = *services_->base;
+  const auto mode = base.persistence->fetchModeByName(name);
+  if (!mode)
+    showToast(mode.error().message, true);
+  else if (base.appState->data().selectedModeId != (*mode)->id->toString(QUuid::WithoutBraces))
+    base.appState->selectMode(**mode, false);
+  return mode.hasValue();
 }
 
 void DesktopProgram::pasteFromHistory(const QString& text) {

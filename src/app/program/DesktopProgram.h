@@ -42,6 +42,7 @@ class DesktopProgram final : public UserNotices {
   void followWorkspace();
   void showSurroundings();
   void showModelState();
+  bool selectMode(const QString& name);
   void pasteFromHistory(const QString& text);
   Task<void> pasteIntoLastApplication(QString text);
   Task<void> shutDown();
