@@ -24,8 +24,6 @@ class AudioSessionManager {
   // Does nothing unless pauseMedia() came before.
   Task<void> resumeMedia(std::optional<AudioEnvironmentState> state);
 
-  bool didPauseMediaDuringRecording() const { return didPauseMediaDuringRecording_; }
-
  private:
   QString secondsSince(const QDateTime& time) const;
 

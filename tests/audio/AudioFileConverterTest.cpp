@@ -49,29 +49,15 @@ class AudioFileConverterTest : public ::testing::Test {
   }
 };
 
-TEST_F(AudioFileConverterTest, settingsFollowTheSource) {
-  struct Case {
-    double rate;
-    int channels, bitRate;
-  };
-  for (const Case& c : {Case{16000, 1, 64000}, Case{44100, 2, 128000}, Case{48000, 6, 384000}}) {
-    readers.files[from].format = {c.rate, c.channels, AudioStreamFormat::SampleKind::float32, true, 0};
-    encoder.framesWritten = 0;
-    const auto format = convert();
-    ASSERT_TRUE(format);
-    EXPECT_EQ(*format, (AudioFileFormat{c.rate, c.channels, c.bitRate}));
-    EXPECT_EQ(encoder.settings.back(), (AacEncoderSettings{c.rate, c.channels, c.bitRate}));
-    EXPECT_EQ(encoder.framesWritten, 96000);
-    EXPECT_TRUE(encoder.areBlocksSigned16);
-    EXPECT_EQ(target(), "whole");
-  }
-}
-
 TEST_F(AudioFileConverterTest, aTrackWithoutDescriptionTakesTheFilesFormat) {
   readers.files[from].track = MediaReader::TrackDescription{0, 2};
   const auto format = convert();
   ASSERT_TRUE(format);
   EXPECT_EQ(*format, (AudioFileFormat{48000, 2, 128000}));
+  EXPECT_EQ(encoder.settings.back(), (AacEncoderSettings{48000, 2, 128000}));
+  EXPECT_EQ(encoder.framesWritten, 96000);
+  EXPECT_TRUE(encoder.areBlocksSigned16);
+  EXPECT_EQ(target(), "whole");
 
   readers.files[from].format.sampleRate = 0;  // neither knows
   const auto failed = convert();
@@ -176,18 +162,6 @@ TEST_F(AudioFileConverterTest, findsOutWhetherThereIsSound) {
   EXPECT_TRUE(sink->lines().isEmpty());
   EXPECT_FALSE(hasSound(MediaError::Kind::cannotOpen));
   EXPECT_TRUE(sink->contains(QStringLiteral("Failed to load audio tracks: ")));
-}
-
-TEST_F(AudioFileConverterTest, extractsTheSoundOfAVideo) {
-  const auto extract = [&] { return runTask(executor, converter.extractAudioFromVideo(from, to)); };
-  const auto audio = extract();
-  ASSERT_TRUE(audio);
-  EXPECT_EQ(*audio, (ExtractedAudio{2, 48000, 2}));
-  EXPECT_EQ(sink->lines().last(), QStringLiteral("🎬 Audio extraction complete: 2.0s, 48000Hz, 2ch"));
-  readers.files[from].openError = MediaError{MediaError::Kind::noAudioTrack, 0, {}};
-  const auto silent = extract();
-  ASSERT_FALSE(silent);
-  EXPECT_EQ(silent.error(), AnyError(AudioError{AudioError::Kind::noAudioTrack, {}}));
 }
 
 }  // namespace

@@ -30,15 +30,12 @@ class VADProcessingServiceTest : public ::testing::Test {
   }
   // A recording whose samples grow with time.
   QString recording(const QString& name = QStringLiteral("talk.wav"), double seconds = 40) {
-    const QString path = folder.filePath(name);
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write("original") == 8);
-    FakeMediaFile media;
+    const QString path = sparseFile(name, 8);
+    FakeMediaFile& media = readers.files[path];
     media.format = {16000, 1, AudioStreamFormat::SampleKind::float32, false, 0};
     media.frames = qint64(seconds * 16000);
     media.sample = [](qint64 frame) { return float(frame) / 1e6f; };
     media.blockFrames = 16000;
-    readers.files[path] = media;
     return path;
   }
   VADProcessingResult process(const QString& path, double seconds = 40, bool isEnabled = true) {
@@ -53,10 +50,7 @@ class VADProcessingServiceTest : public ::testing::Test {
   QString sparseFile(const QString& name, qint64 bytes) {
     QFile file(folder.filePath(name));
     EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(bytes));
-    FakeMediaFile media;
-    media.format = {16000, 1, AudioStreamFormat::SampleKind::signed16, false, 0};
-    media.frames = 100;
-    readers.files[file.fileName()] = media;
+    readers.files[file.fileName()].frames = 100;
     return file.fileName();
   }
   QStringList files() const { return QDir(folder.path()).entryList(QDir::Files); }
@@ -209,7 +203,7 @@ TEST_F(VADProcessingServiceTest, ALargeTrimmedFileBecomesM4A) {
   EXPECT_TRUE(QFileInfo::exists(m4a));
   EXPECT_TRUE(QFileInfo::exists(big)) << "the WAV stays beside it";
   ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
-  EXPECT_EQ(reporting.breadcrumbs[0].data[QStringLiteral("bitrate")].toInt(), 64000);
+  EXPECT_EQ(reporting.breadcrumbs[0].data[QStringLiteral("bitrate")].toInt(), 128000);
 }
 
 TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {

@@ -99,6 +99,10 @@ void PulseServer::terminate() {
   daemon_.waitForFinished(processLimitMs);
 }
 
+void PulseServer::setFrozen(bool isFrozen) {
+  ::kill(pid_t(daemon_.processId()), isFrozen ? SIGSTOP : SIGCONT);
+}
+
 QString PulseServer::pactl(const QStringList& arguments, bool* ok) {
   QProcess process;
   process.setProcessEnvironment(environment());

@@ -23,6 +23,8 @@ class PulseServer {
   // kill -9, and the polite way; both wait for the end.
   void kill();
   void terminate();
+  // A server that is there and does not answer.
+  void setFrozen(bool isFrozen);
 
   QString address() const;  // for a client's server option or PULSE_SERVER
   // Adds a line to what the server does at its next start.

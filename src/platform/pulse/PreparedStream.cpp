@@ -21,11 +21,6 @@ void PreparedStream::prepare() {
   follow();
 }
 
-void PreparedStream::release() {
-  isWanted_ = false;
-  drop();
-}
-
 std::shared_ptr<PulseStream> PreparedStream::take() {
   follow();
   isRecording_ = true;

@@ -14,7 +14,6 @@ class PreparedStream {
   ~PreparedStream();
 
   void prepare();
-  void release();
   bool isReady() const { return stream_ != nullptr; }
   // The stream, if there is one for the present default source. Afterwards none is kept until resume().
   std::shared_ptr<PulseStream> take();

@@ -13,8 +13,6 @@ class PulseAudioRecorderFactory final : public AudioRecorderFactory {
       : connection_(connection), devices_(devices), prepared_(connection, devices) {}
 
   void prepare() override { prepared_.prepare(); }
-  // Lets go of the kept stream until the next prepare().
-  void release() { prepared_.release(); }
   bool isPrepared() const { return prepared_.isReady(); }
   std::unique_ptr<AudioRecorder> create() override { return createRecorder(); }
   std::unique_ptr<PulseAudioRecorder> createRecorder() {

@@ -144,11 +144,8 @@ TEST_F(FfmpegDecodingTest, truncatedFiles) {
   media.write(QStringLiteral("cut.m4a"), media.read(QStringLiteral("a.m4a")).chopped(2000));
   EXPECT_EQ(openError(media.path(QStringLiteral("cut.m4a"))), MediaError::Kind::cannotOpen);  // its index is gone
 
-  for (const char* whole : {"source.wav", "a.flac", "a.mp3"}) {
+  for (const char* whole : {"source.wav", "a.flac"}) {
     const QString name = QString::fromUtf8(whole);
-    if (name == QStringLiteral("a.mp3") &&
-        !media.ffmpeg(QStringLiteral("-i source.wav -c:a libmp3lame a.mp3").split(u' ')))
-      continue;
     const QByteArray bytes = media.read(name);
     const QString cut = media.write(QStringLiteral("cut_") + name, bytes.left(bytes.size() / 2));
     const auto samples = decode(cut);

@@ -106,7 +106,7 @@ TEST_F(PulseAudioRecorderTest, APreparedStreamLeavesTheMicrophoneAlone) {
     return server.pactl({"list", "short", "sources"}).split("\n").filter("virtual_mic").filter("SUSPENDED").size() == 1;
   }));
   EXPECT_TRUE(records()) << "wakes it";
-  factory->release();
+  factory.reset();
   EXPECT_TRUE(waitUntil([&] { return !isCaptured(); }));
 }
 
@@ -188,6 +188,19 @@ TEST_F(PulseAudioRecorderTest, AServerThatEndsEndsTheRecordingAndTheNextServerTa
     ASSERT_TRUE(server.start());
     ASSERT_TRUE(waitUntil([&] { return devices->isConnected() && factory->isPrepared(); })) << "comes back by itself";
   }
+  EXPECT_TRUE(records());
+}
+
+TEST_F(PulseAudioRecorderTest, AServerThatDoesNotAnswerIsGivenUpAndUsedAgainWhenItDoes) {
+  factory->prepare();
+  ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
+  server.setFrozen(true);
+  const auto recorder = factory->createRecorder();
+  const auto result = run(recorder->record(recordingPath()));
+  server.setFrozen(false);
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().description, "The sound server does not answer.");
+  EXPECT_TRUE(waitUntil([&] { return !QFile::exists(recordingPath()); }));
   EXPECT_TRUE(records());
 }
 

