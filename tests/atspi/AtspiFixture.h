@@ -20,9 +20,8 @@ namespace quillmere {
 // What one visit sees of the element that has the keyboard.
 struct SeenElement {
   bool exists = false;
-  std::optional<QString> role, subrole, title, description, roleDescription, value, selectedText, placeholder, enabled;
+  std::optional<QString> role, subrole, title, value, selectedText, placeholder, enabled;
   bool isValueSettable = false;
-  bool hasEditableAncestor = false;
   std::optional<QString> windowTitle;
 };
 
@@ -84,14 +83,11 @@ class AtspiFixture : public testing::Test {
     seen.role = text("AXRole");
     seen.subrole = text("AXSubrole");
     seen.title = text("AXTitle");
-    seen.description = text("AXDescription");
-    seen.roleDescription = text("AXRoleDescription");
     seen.value = text("AXValue");
     seen.selectedText = text("AXSelectedText");
     seen.placeholder = text("AXPlaceholderValue");
     seen.enabled = text("AXEnabled");
-    seen.isValueSettable = tree.isAttributeSettable(element, QStringLiteral("AXValue"));
-    seen.hasEditableAncestor = tree.element(element, QStringLiteral("AXEditableAncestor")) != nullptr;
+    seen.isValueSettable = tree.isAttributeSettable(element, "AXValue");
     return seen;
   }
 
@@ -99,9 +95,9 @@ class AtspiFixture : public testing::Test {
     auto seen = std::make_shared<SeenElement>();
     visit([seen](AccessibilityTree& tree) {
       const auto systemWide = tree.systemWideElement();
-      *seen = look(tree, tree.element(systemWide, QStringLiteral("AXFocusedUIElement")));
-      const auto window = tree.element(systemWide, QStringLiteral("AXFocusedWindow"));
-      if (window) seen->windowTitle = tree.text(window, QStringLiteral("AXTitle"));
+      *seen = look(tree, tree.element(systemWide, "AXFocusedUIElement"));
+      const auto window = tree.element(systemWide, "AXFocusedWindow");
+      if (window) seen->windowTitle = tree.text(window, "AXTitle");
     });
     return *seen;
   }
@@ -120,9 +116,8 @@ class AtspiFixture : public testing::Test {
   SeenElement waitForFocus(const std::function<bool(const SeenElement&)>& fits) {
     SeenElement seen;
     EXPECT_TRUE(becomes([&] { return fits(seen = seeFocus()); }))
-        << "last seen: role " << qPrintable(seen.role.value_or(QStringLiteral("-"))) << ", value "
-        << qPrintable(seen.value.value_or(QStringLiteral("-"))) << ", window "
-        << qPrintable(seen.windowTitle.value_or(QStringLiteral("-")));
+        << "last seen: role " << qPrintable(seen.role.value_or("-")) << ", value "
+        << qPrintable(seen.value.value_or("-")) << ", window " << qPrintable(seen.windowTitle.value_or("-"));
     return seen;
   }
   SeenElement waitForWindow(const QString& title) {
@@ -131,7 +126,7 @@ class AtspiFixture : public testing::Test {
 
   static QString textTarget() {
     return qEnvironmentVariable("QUILLMERE_BUILD_DIR", QCoreApplication::applicationDirPath() + QStringLiteral("/..")) +
-           QStringLiteral("/tests/targets/text_target");
+           "/tests/targets/text_target";
   }
   static bool isInstalled(const char* program) {
     return !QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty();

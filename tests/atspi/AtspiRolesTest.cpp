@@ -40,15 +40,8 @@ TEST(AtspiRoles, TextIsAFieldOnlyWhenSomebodyCanWriteInIt) {
     EXPECT_EQ(axRole(nature), QLatin1String(each.axRole)) << int(each.role);
     EXPECT_EQ(isEditableText(nature), each.isEditable) << int(each.role);
   }
-  EXPECT_EQ(axSubrole(AtspiRole::passwordText), QLatin1String("AXSecureTextField"));
+  EXPECT_EQ(axSubrole(AtspiRole::passwordText), "AXSecureTextField");
   EXPECT_TRUE(axSubrole(AtspiRole::entry).isEmpty());
-}
-
-TEST(AtspiRoles, StatesAreBitsOfTwoWords) {
-  const AtspiStates states(quint64(1) << 43 | quint64(1) << 12);
-  EXPECT_TRUE(states.has(AtspiState::readOnly));
-  EXPECT_TRUE(states.has(AtspiState::focused));
-  EXPECT_FALSE(states.has(AtspiState::editable));
 }
 
 TEST(AtspiRoles, TheLetterOfAMenuItemComesFromAnyToolkitsBinding) {

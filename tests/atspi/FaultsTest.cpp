@@ -6,59 +6,54 @@ namespace {
 using Faults = AtspiFixture;
 
 TEST_F(Faults, AProgramThatHangsDoesNotDisturbTheOthers) {
-  DesktopProgram hanging(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Hanging"),
-                                        QStringLiteral("--text"), QStringLiteral("asleep")});
+  DesktopProgram hanging(textTarget(), {"--window-title", "Hanging", "--text", "asleep"});
   frontmostProcessId = hanging.processId();
-  waitForWindow(QStringLiteral("Hanging"));
+  waitForWindow("Hanging");
   hanging.signal(SIGSTOP);
 
   const auto values = std::make_shared<QStringList>();
   const auto readFocus = [values](AccessibilityTree& tree) {
-    const auto focus = tree.element(tree.systemWideElement(), QStringLiteral("AXFocusedUIElement"));
-    values->append(tree.text(focus, QStringLiteral("AXValue")).value_or(QStringLiteral("none")));
+    const auto focus = tree.element(tree.systemWideElement(), "AXFocusedUIElement");
+    values->append(tree.text(focus, "AXValue").value_or("none"));
   };
   for (int i = 0; i < 3; ++i) visit(readFocus, std::chrono::milliseconds(400));
-  EXPECT_FALSE(values->contains(QStringLiteral("asleep")));
+  EXPECT_FALSE(values->contains("asleep"));
 
   {
-    DesktopProgram awake(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Awake"),
-                                        QStringLiteral("--text"), QStringLiteral("here")});
+    DesktopProgram awake(textTarget(), {"--window-title", "Awake", "--text", "here"});
     frontmostProcessId = awake.processId();
-    EXPECT_EQ(waitForWindow(QStringLiteral("Awake")).value, QStringLiteral("here"));
+    EXPECT_EQ(waitForWindow("Awake").value, "here");
     // Also when nobody says which process is frontmost, and all programs have to be asked.
     frontmostProcessId.reset();
-    EXPECT_EQ(waitForWindow(QStringLiteral("Awake")).value, QStringLiteral("here"));
+    EXPECT_EQ(waitForWindow("Awake").value, "here");
   }
   hanging.signal(SIGCONT);
   frontmostProcessId = hanging.processId();
-  EXPECT_EQ(waitForWindow(QStringLiteral("Hanging")).value, QStringLiteral("asleep"));
+  EXPECT_EQ(waitForWindow("Hanging").value, "asleep");
 }
 
 TEST_F(Faults, TheFocusOfAProgramBehindIsNotReturned) {
-  DesktopProgram behind(textTarget(), {QStringLiteral("--window-title"), QStringLiteral("Behind")});
-  waitForWindow(QStringLiteral("Behind"));
+  DesktopProgram behind(textTarget(), {"--window-title", "Behind"});
+  waitForWindow("Behind");
   // A terminal that the accessibility bus doesn't know.
-  DesktopProgram xterm(QStringLiteral("xterm"), {QStringLiteral("-title"), QStringLiteral("In front")});
+  DesktopProgram xterm("xterm", {"-title", "In front"});
   EXPECT_TRUE(becomes([&] { return !seeFocus().exists; }));
   frontmostProcessId = xterm.processId();
   EXPECT_FALSE(seeFocus().exists);
 }
 
 TEST_F(Faults, AFocusedElementThatDiesGivesNothing) {
-  auto dying = std::make_unique<DesktopProgram>(
-      textTarget(), QStringList{QStringLiteral("--window-title"), QStringLiteral("Dying"), QStringLiteral("--text"),
-                                QStringLiteral("x")});
-  waitForWindow(QStringLiteral("Dying"));
+  auto dying = std::make_unique<DesktopProgram>(textTarget(), QStringList{"--window-title", "Dying", "--text", "x"});
+  waitForWindow("Dying");
   const auto value = std::make_shared<std::optional<QString>>();
   auto* const program = dying.get();
   visit([value, program](AccessibilityTree& tree) {
-    const auto focus = tree.element(tree.systemWideElement(), QStringLiteral("AXFocusedUIElement"));
+    const auto focus = tree.element(tree.systemWideElement(), "AXFocusedUIElement");
     EXPECT_TRUE(focus != nullptr);
     program->signal(SIGKILL);
-    while (tree.text(focus, QStringLiteral("AXRole")).has_value() && tree.text(focus, QStringLiteral("AXTitle")) &&
-           !tree.isOutOfTime()) {
+    while (tree.text(focus, "AXRole").has_value() && tree.text(focus, "AXTitle") && !tree.isOutOfTime()) {
     }
-    *value = tree.text(focus, QStringLiteral("AXValue"));
+    *value = tree.text(focus, "AXValue");
   });
   EXPECT_EQ(*value, std::nullopt);
   dying.reset();

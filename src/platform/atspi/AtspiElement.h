@@ -23,6 +23,7 @@ class AtspiElement final : public AccessibilityElement {
   mutable std::optional<AtspiStates> states;
   mutable std::optional<QStringList> interfaces;
   mutable std::optional<QMap<QString, QString>> attributes;
+  mutable std::optional<bool> isHidden;  // shows other characters than it has
   // Asked for ahead, not read yet.
   mutable std::optional<QDBusPendingCall> roleCall;
   mutable std::optional<QDBusPendingCall> stateCall;

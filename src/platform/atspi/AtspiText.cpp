@@ -12,9 +12,31 @@ constexpr QChar objectCharacter(0xFFFC);
 
 }  // namespace
 
+bool AtspiText::isHidden(const AtspiElement& element) {
+  const AtspiRole role = objects_.role(element);
+  if (role == AtspiRole::passwordText) return true;
+  if (role != AtspiRole::text && role != AtspiRole::entry) return false;
+  if (!element.isHidden) element.isHidden = showsDots(element);
+  return *element.isHidden;
+}
+
+// "GetText" tells what was typed, "GetStringAtOffset" what is drawn.
+bool AtspiText::showsDots(const AtspiElement& element) {
+  constexpr QChar usualDot(0x25CF);
+  constexpr quint32 paragraph = 4;
+  if (objects_.attributes(element).value(QStringLiteral("toolkit")) != QLatin1String("GTK")) return false;
+  if (objects_.states(element).has(AtspiState::multiLine)) return false;
+  const auto drawn = objects_.caller().call(element.reference, textInterface, "GetStringAtOffset", {0, paragraph});
+  const QString shown = drawn && !drawn->isEmpty() ? drawn->first().toString() : QString();
+  if (shown.isEmpty() || shown.count(shown.front()) != shown.size()) return false;
+  if (shown.front() == usualDot) return true;
+  const auto typed = objects_.caller().call(element.reference, textInterface, "GetText", {0, 1});
+  return typed && !typed->isEmpty() && !shown.startsWith(typed->first().toString());
+}
+
 bool AtspiText::isReadable(const AtspiElement& element) {
-  return objects_.role(element) != AtspiRole::passwordText && objects_.role(element) != AtspiRole::unknown &&
-         objects_.hasInterface(element, textInterface);
+  return objects_.role(element) != AtspiRole::unknown && objects_.hasInterface(element, textInterface) &&
+         !isHidden(element);
 }
 
 std::optional<QString> AtspiText::content(const AtspiElement& element) {

@@ -6,11 +6,15 @@
 
 namespace quillmere {
 
-// Reads the text of objects, never that of a password field. Accessibility thread.
+// Reads the text of objects, never that of a password field or of another that doesn't show what it has. Accessibility
+// thread.
 class AtspiText {
  public:
   explicit AtspiText(AtspiObjects& objects) : objects_(objects) {}
 
+  // A password field, or a field of GTK 4 that was told to show dots: it has the role of any other field and gives its
+  // real text to whoever asks. While such a field is empty nothing tells it from others.
+  bool isHidden(const AtspiElement& element);
   // The content; of a long one the first 20,000 characters, of a terminal the last ones. Parts that are objects of
   // their own (paragraphs of an editor in a web page) are read too. Nothing where there is no text interface.
   std::optional<QString> content(const AtspiElement& element);
@@ -20,6 +24,7 @@ class AtspiText {
  private:
   std::optional<QString> range(const AtspiElement& element, int begin, int end, int& budget);
   std::optional<QString> selectionOf(const AtspiElement& element, int& budget);
+  bool showsDots(const AtspiElement& element);
   bool isReadable(const AtspiElement& element);
 
   AtspiObjects& objects_;

@@ -70,7 +70,10 @@ std::optional<QString> AtspiTree::text(const AccessibilityElementPtr& element, c
     if (nature.role == AtspiRole::filler && nature.states.has(AtspiState::active)) return QStringLiteral("AXWindow");
     return axRole(nature);
   }
-  if (attribute == QLatin1String("AXSubrole")) return nonEmpty(axSubrole(objects_.role(*at)));
+  if (attribute == QLatin1String("AXSubrole")) {
+    if (texts_.isHidden(*at)) return axSubrole(AtspiRole::passwordText);
+    return nonEmpty(axSubrole(objects_.role(*at)));
+  }
   if (attribute == QLatin1String("AXTitle")) return title(*at);
   if (attribute == QLatin1String("AXDescription")) {
     const auto description = caller_.property(at->reference, accessible, "Description");
