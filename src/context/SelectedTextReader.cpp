@@ -120,10 +120,12 @@ Task<std::optional<QString>> SelectedTextReader::copyAndRestore(qint64 processId
   // An item may act without saying that it did, so the pasteboard alone tells.
   for (Duration waited{}; pasteboard_.changeCount() == countBefore && waited < copyLimit; waited += pollInterval)
     co_await sleepFor(pollInterval);
-  if (pasteboard_.changeCount() == countBefore) co_return std::nullopt;
+  // What this process has put there meanwhile is a dictated text, neither a selection nor to be taken away.
+  if (pasteboard_.changeCount() == countBefore || pasteboard_.ownsContents()) co_return std::nullopt;
   auto reading = pasteboard_.string();
   std::optional<QString> text = co_await std::move(reading);
-  if (!pasteboard_.write(saved)) logger_.error("The pasteboard can't be given back its contents");
+  if (!pasteboard_.ownsContents() && !pasteboard_.write(saved))
+    logger_.error("The pasteboard can't be given back its contents");
   co_return text;
 }
 

@@ -9,7 +9,7 @@
 namespace quillmere {
 namespace {
 
-const QString children = QStringLiteral("AXChildren");
+const QString children = "AXChildren";
 
 class GathererTest : public testing::Test {
  protected:
@@ -30,49 +30,44 @@ class GathererTest : public testing::Test {
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};
 };
 
-TEST_F(GathererTest, WithoutAnApplication) {
-  const auto context = gather();
-  EXPECT_EQ(context.appName, QLatin1String("Unknown"));
+TEST_F(GathererTest, WithoutAnApplicationOrPermissionOnlyTheTablesSpeak) {
+  auto context = gather();
+  EXPECT_EQ(context.appName, "Unknown");
   EXPECT_TRUE(context.bundleId.isEmpty());
-  EXPECT_EQ(context.category, QLatin1String("Application"));
-  EXPECT_EQ(context.contextQuality, QLatin1String("Limited"));
-}
+  EXPECT_EQ(context.category, "Application");
 
-TEST_F(GathererTest, WithoutPermissionOnlyTheTablesSpeak) {
   isFrontmost("org.mozilla.firefox", "Firefox");
   accessibility.trusted = false;
-  accessibility.focus(make("AXTextField")->with(QStringLiteral("AXValue"), QStringLiteral("secret")));
-  const auto context = gather();
-  EXPECT_EQ(context.appName, QLatin1String("Firefox"));
-  EXPECT_EQ(context.category, QLatin1String("Web Browser"));
-  EXPECT_EQ(context.description, QLatin1String("Privacy-focused open source web browser"));
+  accessibility.limits.clear();
+  accessibility.focus(make("AXTextField")->with("AXValue", "secret"));
+  context = gather();
+  EXPECT_EQ(context.appName, "Firefox");
+  EXPECT_EQ(context.category, "Web Browser");
+  EXPECT_EQ(context.description, "Privacy-focused open source web browser");
   EXPECT_EQ(context.browserTabTitle, std::nullopt);
   EXPECT_EQ(context.focusedElement, FocusedElementInfo());
-  EXPECT_EQ(context.textInputFormat, QLatin1String("text"));
-  EXPECT_EQ(context.contextQuality, QLatin1String("Limited"));
+  EXPECT_EQ(context.contextQuality, "Limited");
   EXPECT_TRUE(accessibility.limits.empty());
 }
 
 TEST_F(GathererTest, AFieldInABrowser) {
   isFrontmost("com.google.Chrome");
   const auto field = make("AXTextField")
-                         ->with(QStringLiteral("AXTitle"), QStringLiteral("To"))
-                         ->with(QStringLiteral("AXValue"), QStringLiteral("https://example.org"))
-                         ->with(QStringLiteral("AXRoleDescription"), QStringLiteral("entry"))
-                         ->with(QStringLiteral("AXSelectedText"), QStringLiteral("unused"))
-                         ->with(QStringLiteral("AXPlaceholderValue"), QStringLiteral("Address"));
+                         ->with("AXTitle", "To")
+                         ->with("AXValue", "https://example.org")
+                         ->with("AXRoleDescription", "entry")
+                         ->with("AXSelectedText", "unused")
+                         ->with("AXPlaceholderValue", "Address");
   accessibility.focus(field);
-  auto window = make("AXWindow")->with(QStringLiteral("AXTitle"), QStringLiteral("Window - Google Chrome"));
-  window->child(
-      make("AXGroup")->child(make("AXWebArea")->with(QStringLiteral("AXTitle"), QStringLiteral("Mail - Chrome"))));
+  auto window = make("AXWindow")->with("AXTitle", "Window - Google Chrome");
+  window->child(make("AXGroup")->child(make("AXWebArea")->with("AXTitle", "Mail - Chrome")));
   accessibility.addApplication(77, window);
   const auto context = gather();
-  EXPECT_EQ(context.browserTabTitle, QStringLiteral("Mail"));
-  const FocusedElementInfo expected{QStringLiteral("AXTextField"), QStringLiteral("To"), QStringLiteral("entry"),
-                                    QStringLiteral("https://example.org"), QStringLiteral("Address")};
+  EXPECT_EQ(context.browserTabTitle, "Mail");
+  const FocusedElementInfo expected{"AXTextField", "To", "entry", "https://example.org", "Address"};
   EXPECT_EQ(context.focusedElement, expected);
-  EXPECT_EQ(context.textInputFormat, QLatin1String("url"));
-  EXPECT_EQ(context.contextQuality, QLatin1String("Full"));
+  EXPECT_EQ(context.textInputFormat, "url");
+  EXPECT_EQ(context.contextQuality, "Full");
   EXPECT_EQ(accessibility.limits, std::vector<Duration>{std::chrono::milliseconds(400)});
 }
 
@@ -86,10 +81,9 @@ TEST_F(GathererTest, TheTabTitleFallsBackToTheWindow) {
   for (const Case& each : cases) {
     isFrontmost("com.apple.Safari");
     auto inner = make("AXWebArea");
-    if (each.page) inner->with(QStringLiteral("AXTitle"), QString::fromLatin1(each.page));
+    if (each.page) inner->with("AXTitle", QString::fromLatin1(each.page));
     for (int i = each.depth; i > 2; --i) inner = make("AXGroup")->child(inner);
-    accessibility.addApplication(
-        77, make("AXWindow")->with(QStringLiteral("AXTitle"), QStringLiteral("Window - Safari"))->child(inner));
+    accessibility.addApplication(77, make("AXWindow")->with("AXTitle", "Window - Safari")->child(inner));
     EXPECT_EQ(gather().browserTabTitle, QString::fromLatin1(each.expected)) << each.depth;
   }
   // Only browsers have tabs.
@@ -99,51 +93,46 @@ TEST_F(GathererTest, TheTabTitleFallsBackToTheWindow) {
 
 TEST_F(GathererTest, AWebAreaTellsWhatItHoldsInside) {
   isFrontmost("com.microsoft.VSCode");
-  const auto area = make("AXWebArea")
-                        ->with(QStringLiteral("AXSelectedText"), QStringLiteral("selected"))
-                        ->with(QStringLiteral("AXTitle"), QStringLiteral("not this"));
+  const auto area = make("AXWebArea")->with("AXSelectedText", "selected")->with("AXTitle", "not this");
   accessibility.focus(area);
   FocusedElementInfo expected;
-  expected.role = QStringLiteral("AXWebArea");
-  expected.description = QStringLiteral("Web content area");
-  expected.value = QStringLiteral("selected");
+  expected.role = "AXWebArea";
+  expected.description = "Web content area";
+  expected.value = "selected";
   EXPECT_EQ(gather().focusedElement, expected);
 
-  const auto inner = node()->with(QStringLiteral("AXTitle"), QStringLiteral("Editor"));
-  area->pointing(QStringLiteral("AXFocusedUIElement"), inner);
-  expected.role = QStringLiteral("AXWebContent");
-  expected.title = QStringLiteral("Editor");
+  const auto inner = node()->with("AXTitle", "Editor");
+  area->pointing("AXFocusedUIElement", inner);
+  expected.role = "AXWebContent";
+  expected.title = "Editor";
   EXPECT_EQ(gather().focusedElement, expected);
 
-  inner->with(QStringLiteral("AXRole"), QStringLiteral("AXTextArea"))
-      ->with(QStringLiteral("AXValue"), QStringLiteral(""))
-      ->with(QStringLiteral("AXDescription"), QStringLiteral("Code"))
-      ->with(QStringLiteral("AXPlaceholderValue"), QStringLiteral("p"));
-  const FocusedElementInfo full{QStringLiteral("AXTextArea"), QStringLiteral("Editor"), QStringLiteral("Code"),
-                                QString(QLatin1String("")), QStringLiteral("p")};
+  inner->with("AXRole", "AXTextArea")
+      ->with("AXValue", "")
+      ->with("AXDescription", "Code")
+      ->with("AXPlaceholderValue", "p");
+  const FocusedElementInfo full{"AXTextArea", "Editor", "Code", QString(""), "p"};
   EXPECT_EQ(gather().focusedElement, full);
 }
 
 TEST_F(GathererTest, WithoutAFocusTheWindowIsSearched) {
   isFrontmost("org.gnome.gedit");
   // A field, though a group that takes a value comes first.
-  auto settable = make("AXGroup")
-                      ->with(QStringLiteral("AXValue"), QStringLiteral("in the group"))
-                      ->settable(QStringLiteral("AXValue"));
+  auto settable = make("AXGroup")->with("AXValue", "in the group")->settable("AXValue");
   auto window = make("AXWindow")
                     ->child(make("AXGroup")->child(make("AXStaticText"))->child(settable))
-                    ->child(make("AXTextField")->with(QStringLiteral("AXValue"), QStringLiteral("in the field")));
+                    ->child(make("AXTextField")->with("AXValue", "in the field"));
   accessibility.addApplication(77, window);
-  EXPECT_EQ(gather().focusedElement.value, QStringLiteral("in the group"));
+  EXPECT_EQ(gather().focusedElement.value, "in the group");
   settable->settableAttributes.clear();
   const auto found = gather().focusedElement;
-  EXPECT_EQ(found.role, QStringLiteral("AXTextField"));
-  EXPECT_EQ(found.value, QStringLiteral("in the field"));
+  EXPECT_EQ(found.role, "AXTextField");
+  EXPECT_EQ(found.value, "in the field");
 
   // A page wins over fields, and the first window serves when none is focused.
-  window->child(make("AXWebArea")->with(QStringLiteral("AXSelectedText"), QStringLiteral("chosen")));
+  window->child(make("AXWebArea")->with("AXSelectedText", "chosen"));
   accessibility.tree.applications.value(77)->elements.clear();
-  EXPECT_EQ(gather().focusedElement.value, QStringLiteral("chosen"));
+  EXPECT_EQ(gather().focusedElement.value, "chosen");
   accessibility.tree.applications.value(77)->lists.clear();
   EXPECT_EQ(gather().focusedElement, FocusedElementInfo());
 }
@@ -168,40 +157,40 @@ TEST_F(GathererTest, AProgramThatHangsLeavesTheFieldsEmpty) {
   const TimePoint begin = executor.now();
   {
     const auto context = gather();
-    EXPECT_EQ(context.appName, QLatin1String("Chrome"));
+    EXPECT_EQ(context.appName, "Chrome");
     EXPECT_EQ(context.focusedElement, FocusedElementInfo());
-    EXPECT_EQ(context.contextQuality, QLatin1String("Limited"));
+    EXPECT_EQ(context.contextQuality, "Limited");
   }
   EXPECT_EQ(executor.now() - begin, std::chrono::milliseconds(500));
   // The work still runs when the program wakes up, long after the one who asked.
-  accessibility.focus(make("AXTextField")->with(QStringLiteral("AXValue"), QStringLiteral("late")));
+  accessibility.focus(make("AXTextField")->with("AXValue", "late"));
   ASSERT_EQ(accessibility.late.size(), 1u);
   accessibility.late.front()(accessibility.tree);
 }
 
 TEST_F(GathererTest, WhatWasReadBeforeTheTimeWasUpIsKept) {
   isFrontmost("com.google.Chrome");
-  accessibility.focus(make("AXTextField")->with(QStringLiteral("AXValue"), QStringLiteral("kept")));
-  accessibility.addApplication(77, make("AXWindow")->with(QStringLiteral("AXTitle"), QStringLiteral("Tab")));
+  accessibility.focus(make("AXTextField")->with("AXValue", "kept"));
+  accessibility.addApplication(77, make("AXWindow")->with("AXTitle", "Tab"));
   accessibility.tree.readsUntilOutOfTime = 9;
   const auto context = gather();
-  EXPECT_EQ(context.focusedElement.value, QStringLiteral("kept"));
+  EXPECT_EQ(context.focusedElement.value, "kept");
   EXPECT_EQ(context.browserTabTitle, std::nullopt);
-  EXPECT_EQ(context.contextQuality, QLatin1String("Partial"));
+  EXPECT_EQ(context.contextQuality, "Partial");
 }
 
 TEST(PromptBlock, TagsOfAFullContext) {
   ApplicationContext context;
-  context.appName = QStringLiteral("Firefox");
-  context.bundleId = QStringLiteral("org.mozilla.firefox");
-  context.category = QStringLiteral("Web Browser");
-  context.description = QStringLiteral("A browser");
-  context.browserTabTitle = QString(QLatin1String(""));
-  context.focusedElement.role = QStringLiteral("AXTextAXField");
-  context.focusedElement.title = QStringLiteral("Subject");
+  context.appName = "Firefox";
+  context.bundleId = "org.mozilla.firefox";
+  context.category = "Web Browser";
+  context.description = "A browser";
+  context.browserTabTitle = QString("");
+  context.focusedElement.role = "AXTextAXField";
+  context.focusedElement.title = "Subject";
   context.focusedElement.value = QString(100, QLatin1Char('x'));
-  context.textInputFormat = QStringLiteral("text");
-  context.contextQuality = QStringLiteral("Partial");
+  context.textInputFormat = "text";
+  context.contextQuality = "Partial";
   const QString head = QStringLiteral(
       "<APPLICATION_CONTEXT>\n<APP>Firefox</APP>\n<TAB></TAB>\n<CATEGORY>Web Browser</CATEGORY>\n"
       "<DESCRIPTION>A browser</DESCRIPTION>\n<TEXT_FORMAT>text</TEXT_FORMAT>\n");
@@ -210,7 +199,7 @@ TEST(PromptBlock, TagsOfAFullContext) {
                 QString(100, QLatin1Char('x')) + QStringLiteral("</FOCUSED_CONTENT>\n</APPLICATION_CONTEXT>"));
 
   // A hundred and one characters, each of several code units.
-  const QString family = QString::fromUtf8("👨‍👩‍👧");
+  const QString family = "👨‍👩‍👧";
   context.focusedElement.value = family.repeated(101);
   context.focusedElement.title.reset();
   EXPECT_EQ(ApplicationContextGatherer::promptBlock(context),
@@ -219,9 +208,9 @@ TEST(PromptBlock, TagsOfAFullContext) {
 
   context.browserTabTitle.reset();
   context.focusedElement = {};
-  context.focusedElement.value = QString(QLatin1String(""));
+  context.focusedElement.value = QString("");
   EXPECT_EQ(ApplicationContextGatherer::promptBlock(context),
-            QString(head).remove(QStringLiteral("<TAB></TAB>\n")) + QStringLiteral("</APPLICATION_CONTEXT>"));
+            QString(head).remove("<TAB></TAB>\n") + QStringLiteral("</APPLICATION_CONTEXT>"));
 }
 
 }  // namespace

@@ -18,9 +18,8 @@ class SelectedTextTest : public testing::Test {
     application.processId = 5;
     workspace.frontmost = application;
     ClipboardItemData image;
-    image.types = QStringList{QStringLiteral("image/png"), QStringLiteral("text/uri-list")};
-    image.data = {{QStringLiteral("image/png"), QByteArray("\x89PNG\0x", 6)},
-                  {QStringLiteral("text/uri-list"), "file:///a"}};
+    image.types = QStringList{"image/png", "text/uri-list"};
+    image.data = {{"image/png", QByteArray("\x89PNG\0x", 6)}, {"text/uri-list", "file:///a"}};
     before = {image};
     pasteboard.copyElsewhere(before);
   }
@@ -28,25 +27,24 @@ class SelectedTextTest : public testing::Test {
   // A menu bar File, Edit, ... whose Copy item copies the text, after a while.
   FakeAccessibilityNode::Ptr copyItem(const QString& title, const QString& character, const QString& text,
                                       Duration after = {}) {
-    auto item = node(QStringLiteral("AXMenuItem"))
-                    ->with(QStringLiteral("AXTitle"), title)
-                    ->with(QStringLiteral("AXEnabled"), QStringLiteral("true"));
-    if (!character.isNull()) item->with(QStringLiteral("AXMenuItemCmdChar"), character);
-    return item->doing(QStringLiteral("AXPress"), [this, text, after] {
+    auto item = node("AXMenuItem")->with("AXTitle", title)->with("AXEnabled", "true");
+    if (character.size() > 1)
+      item->with("AXIdentifier", character);
+    else if (!character.isNull())
+      item->with("AXMenuItemCmdChar", character);
+    return item->doing("AXPress", [this, text, after] {
       executor.startTimer(after, [this, text] { pasteboard.copyElsewhere(text); });
       return true;
     });
   }
   void setMenus(const std::vector<std::pair<QString, FakeAccessibilityNode::Ptr>>& menus) {
-    auto bar = node(QStringLiteral("AXMenuBar"));
+    auto bar = node("AXMenuBar");
     for (const auto& [title, item] : menus) {
-      auto menu = node(QStringLiteral("AXMenu"))->with(QStringLiteral("AXTitle"), title);
-      if (item)
-        menu->child(node(QStringLiteral("AXMenuItem"))->with(QStringLiteral("AXTitle"), QStringLiteral("Cut")))
-            ->child(item);
+      auto menu = node("AXMenu")->with("AXTitle", title);
+      if (item) menu->child(node("AXMenuItem")->with("AXTitle", "Cut"))->child(item);
       bar->child(menu);
     }
-    accessibility.addApplication(5, node(QStringLiteral("AXWindow")), bar);
+    accessibility.addApplication(5, node("AXWindow"), bar);
   }
   std::optional<QString> capture() { return runTask(executor, service.capture()); }
 
@@ -61,15 +59,13 @@ class SelectedTextTest : public testing::Test {
 };
 
 TEST_F(SelectedTextTest, ByAccessibilityTheClipboardIsNotTouched) {
-  accessibility.focus(node(QStringLiteral("AXTextArea"))
-                          ->with(QStringLiteral("AXSelectedText"), QString::fromUtf8("naïve 👩‍🚀")));
+  accessibility.focus(node("AXTextArea")->with("AXSelectedText", "naïve 👩‍🚀"));
   setMenus({{"File", nullptr}, {"Edit", copyItem("Copy", "C", "other")}});
   const quint64 count = pasteboard.changeCount();
-  EXPECT_EQ(capture(), QString::fromUtf8("naïve 👩‍🚀"));
-  EXPECT_EQ(service.lastCapturedText(), QString::fromUtf8("naïve 👩‍🚀"));
+  EXPECT_EQ(capture(), "naïve 👩‍🚀");
+  EXPECT_EQ(service.lastCapturedText(), "naïve 👩‍🚀");
   EXPECT_EQ(pasteboard.changeCount(), count);
-  EXPECT_EQ(log->publicLines(), QStringList({QStringLiteral("Attempting to get selected text"),
-                                             QStringLiteral("Captured selected text: 7 chars")}));
+  EXPECT_EQ(log->publicLines(), QStringList({"Attempting to get selected text", "Captured selected text: 7 chars"}));
   service.forget();
   EXPECT_EQ(service.lastCapturedText(), std::nullopt);
 }
@@ -77,7 +73,7 @@ TEST_F(SelectedTextTest, ByAccessibilityTheClipboardIsNotTouched) {
 TEST_F(SelectedTextTest, ByTheCopyItemTheClipboardIsGivenBack) {
   struct Case {
     const char* name;
-    QString menu, title, character;
+    QString menu, title, character;  // or an identifier
     bool isFound;
   };
   const Case cases[] = {
@@ -87,6 +83,7 @@ TEST_F(SelectedTextTest, ByTheCopyItemTheClipboardIsGivenBack) {
       {"no shortcut readable", "Edit", "Copy", QString(), true},
       {"another shortcut", "Edit", "Copy", "D", false},
       {"another word", "Edit", "Copy Link", "C", false},
+      {"identifier", "Edit", "Etwas", "copy:", true},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.name);
@@ -95,24 +92,17 @@ TEST_F(SelectedTextTest, ByTheCopyItemTheClipboardIsGivenBack) {
               {each.menu, copyItem(each.title, each.character, "selected", std::chrono::milliseconds(120))}});
     EXPECT_EQ(capture(), each.isFound ? std::optional(QStringLiteral("selected")) : std::nullopt);
     EXPECT_EQ(pasteboard.contents, before);
-    EXPECT_TRUE(log->contains(QStringLiteral("AXUI returned empty text, trying menu action copy")));
-    EXPECT_EQ(log->contains(QStringLiteral("Successfully got non-empty text via menu action copy")), each.isFound);
-    EXPECT_EQ(log->contains(QStringLiteral("All methods to get selected text have failed or returned empty text")),
-              !each.isFound);
+    EXPECT_TRUE(log->contains("AXUI returned empty text, trying menu action copy"));
+    EXPECT_EQ(log->contains("Successfully got non-empty text via menu action copy"), each.isFound);
+    EXPECT_EQ(log->contains("All methods to get selected text have failed or returned empty text"), !each.isFound);
   }
-}
-
-TEST_F(SelectedTextTest, AnItemIsTakenByItsIdentifierToo) {
-  setMenus({{"Edit",
-             copyItem("Etwas", QString(), "selected")->with(QStringLiteral("AXIdentifier"), QStringLiteral("copy:"))}});
-  EXPECT_EQ(capture(), QStringLiteral("selected"));
 }
 
 TEST_F(SelectedTextTest, WhatIsNotSelectedOverwritesTheLastOne) {
   setMenus({{"Edit", copyItem("Copy", "C", "first")}});
-  EXPECT_EQ(capture(), QStringLiteral("first"));
+  EXPECT_EQ(capture(), "first");
   // Disabled: nothing is selected.
-  setMenus({{"Edit", copyItem("Copy", "C", "second")->with(QStringLiteral("AXEnabled"), QStringLiteral("false"))}});
+  setMenus({{"Edit", copyItem("Copy", "C", "second")->with("AXEnabled", "false")}});
   EXPECT_EQ(capture(), std::nullopt);
   EXPECT_EQ(service.lastCapturedText(), std::nullopt);
   EXPECT_EQ(accessibility.tree.performedActions.size(), 1);
@@ -126,17 +116,23 @@ TEST_F(SelectedTextTest, AnItemThatCopiesNothingIsWaitedForHalfASecond) {
   EXPECT_EQ(pasteboard.contents, before);
 }
 
-TEST_F(SelectedTextTest, AnEmptyClipboardIsEmptyAgain) {
+// A short dictation whose text is pasted while the copy is still under way.
+TEST_F(SelectedTextTest, ADictatedTextIsNeitherTakenForTheSelectionNorTakenAway) {
+  setMenus({{"Edit", copyItem("Copy", "C", "too late", std::chrono::seconds(3))}});
+  executor.startTimer(std::chrono::milliseconds(100), [this] { pasteboard.writeText("dictated", true); });
+  EXPECT_EQ(capture(), std::nullopt);
+  EXPECT_EQ(pasteboard.plainText(), "dictated");
+
   pasteboard.copyElsewhere(ClipboardItems());
   setMenus({{"Edit", copyItem("Copy", "C", "selected")}});
-  EXPECT_EQ(capture(), QStringLiteral("selected"));
-  EXPECT_TRUE(pasteboard.contents.empty());
+  pasteboard.readTakes = std::chrono::milliseconds(100);
+  executor.startTimer(std::chrono::milliseconds(150), [this] { pasteboard.writeText("dictated", true); });
+  capture();
+  EXPECT_EQ(pasteboard.plainText(), "dictated");
 }
 
 TEST_F(SelectedTextTest, PasswordsAreNeverCopied) {
-  accessibility.focus(node(QStringLiteral("AXTextField"))
-                          ->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField"))
-                          ->with(QStringLiteral("AXSelectedText"), QStringLiteral("secret")));
+  accessibility.focus(node("AXTextField")->with("AXSubrole", "AXSecureTextField")->with("AXSelectedText", "secret"));
   setMenus({{"Edit", copyItem("Copy", "C", "secret")}});
   EXPECT_EQ(capture(), std::nullopt);
   EXPECT_TRUE(accessibility.tree.performedActions.isEmpty());
@@ -152,9 +148,8 @@ TEST_F(SelectedTextTest, WithoutPermissionNothingIsAsked) {
 TEST_F(SelectedTextTest, AProgramThatHangsIsAnErrorInTheLogOnly) {
   accessibility.hangs = true;
   EXPECT_EQ(capture(), std::nullopt);
-  EXPECT_TRUE(log->contains(QStringLiteral("Failed to get text via AXUI: the application does not answer")));
-  EXPECT_EQ(log->lines(LogLevel::debug),
-            QStringList(QStringLiteral("Failed to get selected text: the application does not answer")));
+  EXPECT_TRUE(log->contains("Failed to get text via AXUI: the application does not answer"));
+  EXPECT_EQ(log->lines(LogLevel::debug), QStringList("Failed to get selected text: the application does not answer"));
 }
 
 TEST_F(SelectedTextTest, ACancelAtAnyMomentGivesTheClipboardBack) {

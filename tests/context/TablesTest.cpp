@@ -18,32 +18,20 @@ TEST(ApplicationTables, CategoryAndDescriptionByIdentifier) {
   };
   const Case cases[] = {
       {"org.mozilla.firefox", false, "Web Browser", "Privacy-focused open source web browser"},
-      {"company.thebrowser.Arc", false, "Web Browser", "Modern browser with space-based organization"},
       {"com.vivaldi.Vivaldi", false, "Web Browser", "Web browsing application"},
       {"com.microsoft.VSCode", true, "Code Editor", "Lightweight but powerful source code editor"},
-      {"com.cursor.ide", true, "Code Editor", "AI-powered code editor based on VS Code"},
       {"dev.zed.Zed", true, "Code Editor", "Source code editing application"},
       {"com.tinyspeck.slackmacgap", false, "Communication", "Team communication and collaboration platform"},
-      {"com.apple.mail", false, "Email Client", "Email management application"},
-      {"com.evernote.Evernote", false, "Note Taking", "Note-taking and organization application"},
       {"com.microsoft.Word", false, "Word Processor", "Document creation and editing application"},
-      {"com.microsoft.Powerpoint", false, "Presentation", "Desktop application"},
-      {"com.google.sheets", false, "Spreadsheet", "Desktop application"},
       {"com.apple.dt.Xcode", false, "IDE", "Apple's integrated development environment for macOS"},
       {"net.kovidgoyal.kitty", false, "Terminal", "Command-line interface application"},
       {"", false, "Application", "Desktop application"},
-      {"com.example.unknown", false, "Application", "Desktop application"},
       // A browser stays one, whoever calls it an editor.
       {"com.google.Chrome", true, "Web Browser", "A fast, secure, and free web browser built for the modern web"},
       // Case counts in the identifiers of the tables, not in those of this desktop.
       {"com.microsoft.word", false, "Application", "Desktop application"},
       {"org.gnome.TextEditor", false, "Code Editor", "Source code editing application"},
-      {"Thunderbird", false, "Email Client", "Email management application"},
-      {"org.kde.konsole", false, "Terminal", "Command-line interface application"},
       {"org.kde.konsole.desktop", false, "Terminal", "Command-line interface application"},
-      {"libreoffice-writer", false, "Word Processor", "Document creation and editing application"},
-      {"md.obsidian.Obsidian", false, "Note Taking", "Note-taking and organization application"},
-      {"org.telegram.desktop", false, "Communication", "Communication and messaging application"},
       {"jetbrains-clion", false, "IDE", "Desktop application"},
   };
   for (const Case& each : cases) {
@@ -58,13 +46,10 @@ TEST(TextTraits, OneBrowserNameIsCutOffATitle) {
   const std::pair<const char*, const char*> cases[] = {
       {"News - Google Chrome", "News"},
       {"News — Microsoft Edge", "News"},
-      {"Safari - Chrome", "Safari"},
       {"A - Safari - Chrome", "A - Safari"},
       {"A - Chrome - Google Chrome", "A - Chrome"},
       {"News - Mozilla Firefox", "News - Mozilla Firefox"},
       {" - Brave", ""},
-      {"- Brave", "- Brave"},
-      {"News - google chrome", "News - google chrome"},
   };
   for (const auto& [title, cleaned] : cases)
     EXPECT_EQ(cleanedTabTitle(QString::fromUtf8(title)), QString::fromUtf8(cleaned)) << title;
@@ -81,11 +66,9 @@ TEST(TextTraits, FormatOfWhatIsWritten) {
   const Case cases[] = {
       {"https://a.b/class", nullptr, nullptr, "Email Client", "url"},
       {" https://a.b", nullptr, nullptr, "Email Client", "email"},
-      {"file:///tmp", nullptr, nullptr, "Application", "url"},
       {"We went to class", "AXTextArea", nullptr, "Email Client", "code"},
       {"Class of 1999", nullptr, nullptr, "Application", "text"},
       {"as if ", nullptr, nullptr, "Application", "code"},
-      {"as if", nullptr, nullptr, "Application", "text"},
       {"me@home", nullptr, nullptr, "Application", "text"},
       {"me@home.org", nullptr, nullptr, "Terminal", "email"},
       {"", "AXTextField", "Address and search bar", "Web Browser", "url"},
@@ -93,9 +76,7 @@ TEST(TextTraits, FormatOfWhatIsWritten) {
       {nullptr, "AXTextArea", "Search", "Web Browser", "text"},
       {nullptr, "AXTextField", nullptr, "Web Browser", "text"},
       {nullptr, "AXTextField", "Search", "Terminal", "command"},
-      {nullptr, nullptr, nullptr, "Code Editor", "code"},
       {nullptr, nullptr, nullptr, "IDE", "code"},
-      {nullptr, nullptr, nullptr, "Email Client", "email"},
       {nullptr, nullptr, nullptr, "Note Taking", "markdown"},
       {nullptr, nullptr, nullptr, "Word Processor", "text"},
   };
@@ -111,29 +92,28 @@ TEST(TextTraits, FormatOfWhatIsWritten) {
 }
 
 TEST(TextTraits, QualityCountsWhatIsNotBlank) {
-  const std::optional<QString> none, blank = QStringLiteral(" \n\u00a0"), some = QStringLiteral("x");
-  EXPECT_EQ(contextQuality(some, some), QLatin1String("Full"));
-  EXPECT_EQ(contextQuality(some, blank), QLatin1String("Partial"));
-  EXPECT_EQ(contextQuality(none, some), QLatin1String("Partial"));
-  EXPECT_EQ(contextQuality(blank, none), QLatin1String("Limited"));
+  const std::optional<QString> none, blank = " \n\u00a0", some = "x";
+  EXPECT_EQ(contextQuality(some, some), "Full");
+  EXPECT_EQ(contextQuality(some, blank), "Partial");
+  EXPECT_EQ(contextQuality(none, some), "Partial");
+  EXPECT_EQ(contextQuality(blank, none), "Limited");
 }
 
 TEST(ElectronAppDetector, UnknownOnesAreLoggedOnce) {
   const auto log = std::make_shared<RecordingLogSink>();
   ElectronAppDetector detector{Logging(log)};
-  EXPECT_TRUE(detector.isElectronEditor(QStringLiteral("com.microsoft.VSCode")));
-  EXPECT_FALSE(detector.isElectronEditor(QStringLiteral("com.microsoft.vscode")));
-  EXPECT_FALSE(detector.isElectronEditor(QStringLiteral("com.apple.dt.Xcode")));
-  EXPECT_FALSE(detector.isElectronEditor(QStringLiteral("com.jetbrains.WebStorm")));
+  EXPECT_TRUE(detector.isElectronEditor("com.microsoft.VSCode"));
+  EXPECT_FALSE(detector.isElectronEditor("com.microsoft.vscode"));
+  EXPECT_FALSE(detector.isElectronEditor("com.apple.dt.Xcode"));
+  EXPECT_FALSE(detector.isElectronEditor("com.jetbrains.WebStorm"));
   EXPECT_FALSE(detector.isElectronEditor(QString()));
   EXPECT_TRUE(log->lines().isEmpty());
-  for (int i = 0; i < 2; ++i) EXPECT_TRUE(detector.isElectronEditor(QStringLiteral("com.electron.notes")));
-  EXPECT_TRUE(detector.isElectronEditor(QStringLiteral("com.todesktop.")));
-  EXPECT_EQ(log->publicLines(),
-            QStringList({QStringLiteral("📱 Detected potential Electron editor: com.electron.notes"),
-                         QStringLiteral("   Consider adding to knownElectronEditors if confirmed"),
-                         QStringLiteral("📱 Detected potential Electron editor: com.todesktop."),
-                         QStringLiteral("   Consider adding to knownElectronEditors if confirmed")}));
+  for (int i = 0; i < 2; ++i) EXPECT_TRUE(detector.isElectronEditor("com.electron.notes"));
+  EXPECT_TRUE(detector.isElectronEditor("com.todesktop."));
+  EXPECT_EQ(log->publicLines(), QStringList({"📱 Detected potential Electron editor: com.electron.notes",
+                                             "   Consider adding to knownElectronEditors if confirmed",
+                                             "📱 Detected potential Electron editor: com.todesktop.",
+                                             "   Consider adding to knownElectronEditors if confirmed"}));
 }
 
 TEST(CopyMenuItem, WordsAreFoundUnderMnemonicsAndShortcuts) {
@@ -142,8 +122,8 @@ TEST(CopyMenuItem, WordsAreFoundUnderMnemonicsAndShortcuts) {
     EXPECT_TRUE(isWordForCopy(QString::fromUtf8(title))) << title;
   for (const char* title : {"Copy Link", "Copy…", "", "Cut", "Copyright"})
     EXPECT_FALSE(isWordForCopy(QString::fromUtf8(title))) << title;
-  EXPECT_TRUE(isWordForEdit(QStringLiteral("&Bearbeiten")));
-  EXPECT_FALSE(isWordForEdit(QStringLiteral("File")));
+  EXPECT_TRUE(isWordForEdit("&Bearbeiten"));
+  EXPECT_FALSE(isWordForEdit("File"));
 }
 
 }  // namespace
