@@ -118,48 +118,35 @@ constexpr auto latched = MonitorState::latchActive;
 constexpr auto unlatching = MonitorState::unlatchPending;
 
 const Gesture gestures[] = {
-    {"HoldLong", control, "0+ 1800- 9000.", "down@250 up@1800", idle},
     {"HoldJustTooLongForTheLock", control, "0+ 1751- 9000.", "down@250 up@1751", idle},
     {"HoldOfExactlyTheWindowLocks", control, "0+ 1750- 9000.", "down@250", latched},
-    {"ShortHoldLocks", control, "0+ 300- 9000.", "down@250", latched},
     {"ReleaseAtActivationLocks", control, "0+ 250- 9000.", "down@250", latched},
     {"QuickTap", control, "0+ 249- 9000.", "down@349 up@1749", idle},
-    {"NothingBeforeTheDelayedStart", control, "0+ 100- 199.", "", active},
     {"TapTap", control, "0+ 100- 400+ 500- 9000.", "down@200", latched},
     {"TapTapBeforeTheDelayedStart", control, "0+ 50- 90+ 120- 9000.", "down@150", latched},
     {"SecondPressHoldsOffTheEndOfTheWindow", control, "0+ 100- 1590+ 1700- 9000.", "down@200 up@1700", idle},
     {"SecondReleaseAtExactlyTheWindowLocks", control, "0+ 100- 1590+ 1600- 9000.", "down@200", latched},
     {"SecondPressAfterTheWindowIsANewGesture", control, "0+ 100- 1700+ 1800- 1850.", "down@200 up@1600", active},
-    {"BounceAfterTheLock", control, "0+ 300- 1299+ 1299- 9000.", "down@250", latched},
-    {"UnlockBeginsOneSecondAfterTheLock", control, "0+ 300- 1300+", "down@250", unlatching},
+    {"UnlockBeginsOneSecondAfterTheLock", control, "0+ 300- 1299+ 1299- 1300+", "down@250", unlatching},
     {"IgnoredPressAndReleaseDoNotCountAsATap", control, "0+ 300- 1200+ 1400- 2000+ 2100- 9000.", "down@250", latched},
     {"TwoTapsUnlock", control, "0+ 300- 2000+ 2100- 2500+ 2600- 9000.", "down@250 up@2600", idle},
     {"SecondTapMayBeHeldBeyondTheTimer", control, "0+ 300- 2000+ 2100- 2500+ 3599-", "down@250 up@3599", idle},
     {"UnlockAfterTheTimerBeginsAnew", control, "0+ 300- 2000+ 2100- 2500+ 3601- 9000.", "down@250", latched},
     {"OneTapFallsBackToTheLock", control, "0+ 300- 2000+ 2100- 3600.", "down@250", latched},
-    {"OneTapWaits", control, "0+ 300- 2000+ 2100- 3599.", "down@250", unlatching},
-    {"AfterTheFallBackTwoTapsUnlock", control, "0+ 300- 2000+ 2100- 5000+ 5100- 5200+ 5300- 9000.", "down@250 up@5300",
-     idle},
     {"ALongPressWhileLockedIsTheFirstTap", control, "0+ 300- 2000+ 8000- 8100+ 8200-", "down@250 up@8200", idle},
 
     {"KeyDuringActivation", control, "0+ 100k 200- 9000.", "interference@100", idle},
     {"KeyDuringTheHold", control, "0+ 500k 600- 9000.", "down@250 interference@500", idle},
     {"KeyBetweenTapAndDelayedStart", control, "0+ 100- 150k 9000.", "interference@150", idle},
     {"KeyInTheWindowOfATap", control, "0+ 100- 900k 9000.", "down@200 interference@900", idle},
-    {"KeyWhileIdle", control, "0k 100k", "", idle},
     {"KeysAreFreeWhileLocked", control, "0+ 300- 1000k 2000m 2100k 2200M 9000.", "down@250", latched},
     {"KeysAreFreeWhileUnlocking", control, "0+ 300- 2000+ 2050k 2100- 2200k 2300+ 2400-", "down@250 up@2400", idle},
     {"OtherModifierFirstThenTheKey", control, "0m 100+ 500M 600-", "down@350", latched},
-    {"OtherModifierDuringActivation", control, "0+ 100m 200- 300M 9000.", "interference@100", idle},
     {"OtherModifierDuringTheHold", control, "0+ 500m 600- 700M 9000.", "down@250 interference@500", idle},
-    {"OptionSpoilsControl", control, "0+ 500o 600-", "down@250 interference@500", idle},
     {"OptionSpoilsFn", fn, "0+ 500o 600-", "down@325 interference@500", idle},
     {"TheOtherOptionDoesNotSpoilTheLeftOne", left, "0+ 500o 600O 1000-", "down@250", latched},
-    {"TheOtherOptionDoesNotSpoilTheRightOne", right, "0+ 500o 600O 2000-", "down@250 up@2000", idle},
-    {"TheOtherOptionIsNotTheKey", left, "0o 1000O", "", idle},
     {"SuperSpoilsTheRightOption", right, "0+ 100m", "interference@100", idle},
-    {"AfterAnInterferenceTheHeldKeyDoesNotCount", control, "0+ 500m 600M 3000- 9000.", "down@250 interference@500",
-     idle},
+    {"TheOtherOptionIsNotTheKey", left, "0o 1000O", "", idle},
     {"AChordWhoseOtherModifierGoesFirstRecordsNothing", control, "0+ 100m 150k 300M 3000- 9000.", "interference@100",
      idle},
     {"AfterAChordTheKeyCountsOnceItWasLetGo", control, "0+ 100m 150k 300M 900- 1000+ 3000-",
@@ -171,15 +158,12 @@ const Gesture gestures[] = {
     {"FnLetGoJustBeforeAKeyCountsAsLetGo", fn, "0+ 1000- 1030k 2000+ 4500- 9000.",
      "down@325 interference@1030 down@2325 up@4575", idle},
 
-    {"FnHold", fn, "0+ 2000- 9000.", "down@325 up@2075", idle},
     {"FnFlickersDuringTheHold", fn, "0+ 1000- 1074+ 2000- 9000.", "down@325 up@2075", idle},
     {"FnLetGoFor75msIsAReleaseAndLocks", fn, "0+ 1000- 1075+ 9000.", "down@325", latched},
     {"FnFlickerFromIdle", fn, "0+ 74- 9000.", "", idle},
-    {"FnTwoQuickTapsLock", fn, "0+ 100- 400+ 500- 9000.", "down@275", latched},
     {"FnTapsOfTheLatchAreSeenAtOnce", fn, "0+ 500- 2000+ 2010- 2020+ 2030- 9000.", "down@325 up@2030", idle},
 
     {"DoublePressOffHold", control, "0d 0+ 300- 9000.", "down@250 up@300", idle},
-    {"DoublePressOffLongHold", control, "0d 0+ 3000- 9000.", "down@250 up@3000", idle},
     {"DoublePressOffQuickTap", control, "0d 0+ 200- 9000.", "", idle},
 
     {"SuspensionDuringActivationDropsTheTimer", control, "0+ 100s 9000.", "", waiting},
@@ -194,11 +178,8 @@ const Gesture gestures[] = {
     {"ResetDuringActivationDoesNothing", control, "0+ 100i 400.", "down@250", active},
     {"ResetDuringTheHold", control, "0+ 500i 600- 9000.", "down@250", idle},
     {"ResetWhileLockedMakesTheNextPressAStart", control, "0+ 300- 400i 500+ 3000-", "down@250 down@750 up@3000", idle},
-    {"ResetInTheWindowOfATap", control, "0+ 100- 150i 9000.", "", idle},
     {"ResetWhileUnlocking", control, "0+ 300- 2000+ 2100- 2200i 9000.", "down@250", idle},
 
-    {"StopDuringActivation", control, "0+ 100z 9000.", "", idle},
-    {"StopWhileLocked", control, "0+ 300- 400z 3000+ 3100- 9000.", "down@250", idle},
     {"StopEndsASuspension", control, "0s 10z 20a 100+ 2500-", "down@350 up@2500", idle},
     {"StartForgetsTheGesture", control, "0+ 300- 400a 500+ 3000-", "down@250 down@750 up@3000", idle},
 };
@@ -206,98 +187,83 @@ const Gesture gestures[] = {
 INSTANTIATE_TEST_SUITE_P(All, BareModifierGestures, testing::ValuesIn(gestures),
                          [](const auto& test) { return test.param.name; });
 
-TEST(BareModifierKeyMonitor, WritesDownALockAndAnUnlock) {
-  Desk desk;
-  desk.play(QStringLiteral("0+ 100- 400+ 500- 900+ 950- 2000+ 2100- 3600. 4000+ 4100- 4500+ 4600- 4700z"));
-  EXPECT_EQ(
-      desk.log->lines(),
-      QStringList({QStringLiteral("BareModifierKeyMonitor started for control using CGEventTap"),
-                   QStringLiteral("Double-tap delayed recording start triggered"),
-                   QStringLiteral("Double tap lock confirmed"),
-                   QStringLiteral("Ignoring keyDown - too soon after lock (400ms < 1000ms)"),
-                   QStringLiteral("Double tap unlock: first tap complete, waiting for second"),
-                   QStringLiteral("Unlock timeout - going back to locked mode"),
-                   QStringLiteral("Double tap unlock: first tap complete, waiting for second"),
-                   QStringLiteral("Double tap unlock confirmed"), QStringLiteral("BareModifierKeyMonitor stopped")}));
+// "message; name=value; ...", without the key and the category, which are the same in all.
+QStringList crumbsOf(const Desk& desk, const char* category) {
   QStringList crumbs;
   for (const Breadcrumb& crumb : desk.reporting.breadcrumbs) {
-    EXPECT_EQ(crumb.category, QStringLiteral("ptt.doubletap"));
-    EXPECT_EQ(crumb.data.value(QStringLiteral("mode")), QStringLiteral("control"));
+    if (crumb.category != QLatin1String(category)) continue;
+    EXPECT_EQ(crumb.data.value("mode"), "control");
     crumbs << crumb.message;
     for (auto datum = crumb.data.begin(); datum != crumb.data.end(); ++datum)
-      if (datum.key() != QLatin1String("mode"))
-        crumbs.back() += QStringLiteral("; %1=%2").arg(datum.key(), datum.value().toString());
+      if (datum.key() != "mode") crumbs.back() += QStringLiteral("; %1=%2").arg(datum.key(), datum.value().toString());
   }
-  EXPECT_EQ(
-      crumbs,
-      QStringList({QStringLiteral("Double-tap first tap detected; doublePressInterval=1.5; doubleTapStartDelay=0.1; "
-                                  "newState=pttActive; previousState=waitingForActivation"),
-                   QStringLiteral("Double-tap lock confirmed; timeSinceFirstTap=0.4; withinInterval=true"),
-                   QStringLiteral("Bounce protection: ignoring early unlock attempt; minimumLockDurationMs=1000; "
-                                  "timeSinceLockMs=400"),
-                   QStringLiteral("Double-tap unlock first tap detected; doublePressInterval=1.5; "
-                                  "previousState=unlatchPending"),
-                   QStringLiteral("Unlock timeout - no second tap detected; doublePressInterval=1.5; "
-                                  "outcome=backToLocked; timeSinceFirstTap=1.5"),
-                   QStringLiteral("Double-tap unlock first tap detected; doublePressInterval=1.5; "
-                                  "previousState=unlatchPending"),
-                   QStringLiteral("Double-tap unlock confirmed; timeSinceFirstTap=0.5; withinInterval=true")}));
+  return crumbs;
+}
+
+TEST(BareModifierKeyMonitor, WritesDownALockAndAnUnlock) {
+  Desk desk;
+  desk.play("0+ 100- 400+ 500- 900+ 950- 2000+ 2100- 3600. 4000+ 4100- 4500+ 4600- 4700z");
+  const QStringList lines{"BareModifierKeyMonitor started for control using CGEventTap",
+                          "Double-tap delayed recording start triggered",
+                          "Double tap lock confirmed",
+                          "Ignoring keyDown - too soon after lock (400ms < 1000ms)",
+                          "Double tap unlock: first tap complete, waiting for second",
+                          "Unlock timeout - going back to locked mode",
+                          "Double tap unlock: first tap complete, waiting for second",
+                          "Double tap unlock confirmed",
+                          "BareModifierKeyMonitor stopped"};
+  EXPECT_EQ(desk.log->lines(), lines);
+  const QString unlock = "Double-tap unlock first tap detected; doublePressInterval=1.5; previousState=unlatchPending";
+  const QStringList crumbs{
+      "Double-tap first tap detected; doublePressInterval=1.5; doubleTapStartDelay=0.1; newState=pttActive; "
+      "previousState=waitingForActivation",
+      "Double-tap lock confirmed; timeSinceFirstTap=0.4; withinInterval=true",
+      "Bounce protection: ignoring early unlock attempt; minimumLockDurationMs=1000; timeSinceLockMs=400",
+      unlock,
+      "Unlock timeout - no second tap detected; doublePressInterval=1.5; outcome=backToLocked; timeSinceFirstTap=1.5",
+      unlock,
+      "Double-tap unlock confirmed; timeSinceFirstTap=0.5; withinInterval=true"};
+  EXPECT_EQ(crumbsOf(desk, "ptt.doubletap"), crumbs);
 }
 
 TEST(BareModifierKeyMonitor, WritesDownWhyARecordingEnds) {
   struct Case {
     const char* script;
-    const char* message;
     const char* category;
-    std::vector<std::pair<const char*, QVariant>> data;
-    const char* line;  // null: none
+    const char* crumb;
+    const char* line;
   };
   const Case cases[] = {
-      {"0+ 2000-",
-       "Single tap release - stopping recording",
-       "ptt.doubletap",
-       {{"reason", QStringLiteral("tooSlow")}, {"timeSinceFirstTap", 1.75}, {"doublePressInterval", 1.5}},
-       nullptr},
-      {"0d 0+ 500-",
-       "Single tap release - stopping recording",
-       "ptt.doubletap",
-       {{"reason", QStringLiteral("doublePressDisabled")}, {"timeSinceFirstTap", 0.25}},
-       nullptr},
-      {"0+ 100- 1600.",
-       "Latch timeout - no second tap detected",
-       "ptt.doubletap",
-       {{"outcome", QStringLiteral("stoppingRecording")}, {"timeSinceFirstTap", 1.5}},
-       nullptr},
-      {"0+ 500k",
-       "Interference detected while PTT active",
-       "ptt.interference",
-       {{"previousState", QStringLiteral("pttActive")}, {"outcome", QStringLiteral("stoppingRecording")}},
+      {"0+ 2000-", "ptt.doubletap",
+       "Single tap release - stopping recording; doublePressInterval=1.5; reason=tooSlow; timeSinceFirstTap=1.75", ""},
+      {"0d 0+ 500-", "ptt.doubletap",
+       "Single tap release - stopping recording; doublePressInterval=1.5; reason=doublePressDisabled; "
+       "timeSinceFirstTap=0.25",
+       ""},
+      {"0+ 100- 1600.", "ptt.doubletap",
+       "Latch timeout - no second tap detected; doublePressInterval=1.5; outcome=stoppingRecording; "
+       "timeSinceFirstTap=1.5",
+       ""},
+      {"0+ 500k", "ptt.interference",
+       "Interference detected while PTT active; outcome=stoppingRecording; previousState=pttActive",
        "BareModifierKeyMonitor interference while active - stopping PTT"},
-      {"0+ 100k",
-       "Interference detected during activation",
-       "ptt.interference",
-       {{"previousState", QStringLiteral("waitingForActivation")}, {"outcome", QStringLiteral("cancelled")}},
+      {"0+ 100k", "ptt.interference",
+       "Interference detected during activation; outcome=cancelled; previousState=waitingForActivation",
        "BareModifierKeyMonitor interference during activation - cancelling PTT start"},
   };
   for (const Case& each : cases) {
-    SCOPED_TRACE(each.script);
     Desk desk;
     desk.play(QString::fromLatin1(each.script));
-    ASSERT_FALSE(desk.reporting.breadcrumbs.empty());
-    const Breadcrumb& crumb = desk.reporting.breadcrumbs.back();
-    EXPECT_EQ(crumb.message, QString::fromLatin1(each.message));
-    EXPECT_EQ(crumb.category, QString::fromLatin1(each.category));
-    for (const auto& [name, value] : each.data) EXPECT_EQ(crumb.data.value(QString::fromLatin1(name)), value) << name;
-    if (each.line) {
-      EXPECT_TRUE(desk.log->contains(QString::fromLatin1(each.line)));
-    }
+    const QStringList crumbs = crumbsOf(desk, each.category);
+    EXPECT_EQ(crumbs.value(crumbs.size() - 1), QLatin1String(each.crumb));
+    EXPECT_TRUE(desk.log->contains(QString::fromLatin1(each.line))) << each.script;
   }
 }
 
 TEST(BareModifierKeyMonitor, LeavesNoBreadcrumbsWithoutTheUsersLeave) {
   Desk desk;
   desk.reporting.isOn = false;
-  desk.play(QStringLiteral("0+ 100- 400+ 500-"));
+  desk.play("0+ 100- 400+ 500-");
   EXPECT_TRUE(desk.reporting.breadcrumbs.empty());
 }
 
@@ -319,24 +285,24 @@ TEST(BareModifierKeyMonitor, SaysThatTheKeyboardCanNotBeWatched) {
 
 TEST(BareModifierKeyMonitor, OwnKeystrokesThatArriveLateAreStillThoseOfTheSuspension) {
   Desk desk;
-  desk.play(QStringLiteral("0+ 300- 400s"));
+  desk.play("0+ 300- 400s");
   ASSERT_EQ(desk.monitor.state(), MonitorState::latchActive);
   desk.keyboard.onTheirWay = {{ModifierEvent::Kind::flagsChanged, modifierFlags::control},
                               {ModifierEvent::Kind::keyDown, modifierFlags::control},
                               {ModifierEvent::Kind::flagsChanged, 0}};
-  desk.play(QStringLiteral("2000r 9000."));
+  desk.play("2000r 9000.");
   EXPECT_TRUE(desk.keyboard.onTheirWay.empty());
   EXPECT_EQ(desk.monitor.state(), MonitorState::latchActive);
-  EXPECT_EQ(desk.signalled, QStringList{QStringLiteral("down@250")});
+  EXPECT_EQ(desk.signalled, QStringList{"down@250"});
 }
 
 TEST(BareModifierKeyMonitor, AHandlerMayResetOrStopTheMonitor) {
   Desk desk;
   desk.monitor.setOnModifierDown([&] { desk.monitor.resetToIdle(); });
-  desk.play(QStringLiteral("0+ 300."));
+  desk.play("0+ 300.");
   EXPECT_EQ(desk.monitor.state(), MonitorState::idle);
   desk.monitor.setOnModifierDown([&] { desk.monitor.stop(); });
-  desk.play(QStringLiteral("400- 500+ 900- 9000."));
+  desk.play("400- 500+ 900- 9000.");
   EXPECT_FALSE(desk.monitor.isMonitoring());
   EXPECT_EQ(desk.executor.timerCount(), 0u);
 }

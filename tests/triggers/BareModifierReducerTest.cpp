@@ -21,13 +21,6 @@ Reducer::State stateOf(MonitorState monitor, bool isPressed = false) {
   return state;
 }
 
-std::vector<Reducer::Signal> signalsOf(const Reducer::Step& step) {
-  std::vector<Reducer::Signal> all;
-  for (const Reducer::Effect& effect : step.effects)
-    if (const auto* signal = std::get_if<Reducer::Signal>(&effect)) all.push_back(*signal);
-  return all;
-}
-
 // The application's loop may come late to a timer: what counts is the state and the time it finds.
 TEST(BareModifierReducer, TimersThatFireInAStateTheyWereNotMadeForChangeNothing) {
   struct Case {
@@ -63,46 +56,15 @@ TEST(BareModifierReducer, ALateActivationOpensTheWindowWhenItComes) {
   EXPECT_EQ(release.state.monitor, MonitorState::latchActive);
 }
 
-TEST(BareModifierReducer, TheWindowIsMeasuredToTheNanosecond) {
-  struct Case {
-    MonitorState from;
-    Duration at;
-    MonitorState to;
-  };
-  for (const auto& [from, at, to] : {Case{MonitorState::pttActive, 1500ms, MonitorState::latchActive},
-                                     Case{MonitorState::pttActive, 1500ms + 1ns, MonitorState::idle},
-                                     Case{MonitorState::unlatchPending, 1500ms, MonitorState::idle},
-                                     Case{MonitorState::unlatchPending, 1500ms + 1ns, MonitorState::latchActive}}) {
-    const auto step =
-        Reducer::step(stateOf(from, true), ModifierEvent{ModifierEvent::Kind::flagsChanged, 0}, zero + at);
-    EXPECT_EQ(step.state.monitor, to);
-    EXPECT_EQ(signalsOf(step).empty(), to == MonitorState::latchActive);
-  }
-  for (const auto& [from, at, to] : {Case{MonitorState::latchActive, 1s - 1ns, MonitorState::latchActive},
-                                     Case{MonitorState::latchActive, 1s, MonitorState::unlatchPending}}) {
-    const auto step = Reducer::step(
-        stateOf(from), ModifierEvent{ModifierEvent::Kind::flagsChanged, modifierFlags::control}, zero + at);
-    EXPECT_EQ(step.state.monitor, to);
-    EXPECT_TRUE(step.state.isModifierPressed);
-  }
-}
-
+// Only when the loop comes late to the timer that ends the window.
 TEST(BareModifierReducer, AnUnlockThatIsTooSlowSaysSo) {
   const auto step = Reducer::step(stateOf(MonitorState::unlatchPending, true),
                                   ModifierEvent{ModifierEvent::Kind::flagsChanged, 0}, zero + 1750ms);
+  EXPECT_EQ(step.state.monitor, MonitorState::latchActive);
   ASSERT_EQ(step.effects.size(), 3u);
-  EXPECT_EQ(std::get<Reducer::CancelTimer>(step.effects[0]).timer, Timer::latch);
   EXPECT_EQ(std::get<LogRecord>(step.effects[1]).publicText(),
-            QStringLiteral("Double tap unlock too slow (1.750000s) - resetting to locked"));
-  EXPECT_EQ(std::get<Breadcrumb>(step.effects[2]).message, QStringLiteral("Double-tap unlock failed - too slow"));
-  EXPECT_EQ(std::get<Breadcrumb>(step.effects[2]).data.value(QStringLiteral("timeSinceFirstTap")), 1.75);
-}
-
-TEST(BareModifierReducer, WithoutAKeyToWatchNothingCounts) {
-  Reducer::State state = stateOf(MonitorState::pttActive);
-  state.currentMode.reset();
-  for (const auto kind : {ModifierEvent::Kind::keyDown, ModifierEvent::Kind::flagsChanged})
-    EXPECT_EQ(Reducer::step(state, ModifierEvent{kind, ~0u}, zero).state, state);
+            "Double tap unlock too slow (1.750000s) - resetting to locked");
+  EXPECT_EQ(std::get<Breadcrumb>(step.effects[2]).message, "Double-tap unlock failed - too slow");
 }
 
 }  // namespace
