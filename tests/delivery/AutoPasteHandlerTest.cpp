@@ -116,8 +116,8 @@ class TextInputServiceTest : public DeliveryFixture {
 };
 
 TEST_F(TextInputServiceTest, APieceIsPastedAndThePlainTextIsBackAtOnce) {
-  pasteboard.copyElsewhere(QStringLiteral("mine"));
-  EXPECT_TRUE(type(QStringLiteral("né👍🏽")));
+  pasteboard.copyElsewhere("mine");
+  EXPECT_TRUE(type("né👍🏽"));
   EXPECT_EQ(keys.strokes, QStringList{"control+55"});
   EXPECT_EQ(clipboardText(), "mine");
   EXPECT_TRUE(pasteboard.writes.front().isConcealed);
@@ -145,9 +145,9 @@ TEST_F(TextInputServiceTest, WhatCannotBePastedIsNotPastedAndTheClipboardIsBack)
     accessibility.trusted = keys.available = pasteboard.isFetchedWhenExpected = true;
     keys.failure.reset();
     keys.strokes.clear();
-    pasteboard.copyElsewhere(QStringLiteral("mine"));
+    pasteboard.copyElsewhere("mine");
     one.arrange();
-    EXPECT_FALSE(type(QStringLiteral("piece"))) << one.name;
+    EXPECT_FALSE(type("piece")) << one.name;
     EXPECT_EQ(keys.strokes.size(), one.strokes) << one.name;
     EXPECT_EQ(clipboardText(), "mine") << one.name;
   }
@@ -156,12 +156,12 @@ TEST_F(TextInputServiceTest, WhatCannotBePastedIsNotPastedAndTheClipboardIsBack)
 TEST_F(TextInputServiceTest, ACancelGivesTheClipboardBackAndNewerContentsStay) {
   pasteboard.isFetchedWhenExpected = false;
   for (const bool isCopied : {false, true}) {
-    pasteboard.copyElsewhere(QStringLiteral("mine"));
+    pasteboard.copyElsewhere("mine");
     TaskScope scope(executor);
-    auto typing = scope.spawn(service.pasteText(QStringLiteral("piece")));
+    auto typing = scope.spawn(service.pasteText("piece"));
     executor.advance(100ms);
     EXPECT_EQ(clipboardText(), "piece");
-    if (isCopied) pasteboard.copyElsewhere(QStringLiteral("newer"));
+    if (isCopied) pasteboard.copyElsewhere("newer");
     typing.cancel();
     executor.advance(2s);
     EXPECT_EQ(clipboardText(), isCopied ? "newer" : "mine");

@@ -24,21 +24,21 @@ class DeliveryFixture : public testing::Test {
   DeliveryFixture() {
     workspace.setFrontmost(application(targetPID, "org.example.editor"));
     workspace.applications.push_back(application(otherPID, "org.example.other"));
-    accessibility.focus(node(QStringLiteral("AXTextField")));
+    accessibility.focus(node("AXTextField"));
     pasteboard.copyElsewhere(original);
   }
 
   static RunningApplication application(qint64 processId, const char* bundleId) {
-    return {processId, QString::fromLatin1(bundleId), QStringLiteral("Name"), QStringLiteral("Title"), false};
+    return {processId, QString::fromLatin1(bundleId), "Name", "Title", false};
   }
   static FakeAccessibilityNode::Ptr passwordField() {
-    return node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField"));
+    return node("AXTextField")->with("AXSubrole", "AXSecureTextField");
   }
   void putInFront(const char* bundleId) { workspace.setFrontmost(application(targetPID, bundleId)); }
 
   AccessibilityHelperHooks hooks() {
     AccessibilityHelperHooks all;
-    all.isElectronEditor = [](const QString& bundleId) { return bundleId == QLatin1String("com.microsoft.VSCode"); };
+    all.isElectronEditor = [](const QString& bundleId) { return bundleId == "com.microsoft.VSCode"; };
     all.segmentText = [this](const QString&, const std::vector<ProcessedTag>&) { return segments; };
     all.openUrl = [this](const QString& url) { openedUrls.append(url); };
     return all;
@@ -49,14 +49,14 @@ class DeliveryFixture : public testing::Test {
                                std::optional<qint64> target = targetPID) {
     return runTask(executor, helper.smartPaste(text, std::move(tags), target)).kind;
   }
-  QString clipboardText() const { return pasteboard.plainText().value_or(QStringLiteral("(no text)")); }
+  QString clipboardText() const { return pasteboard.plainText().value_or("(no text)"); }
   bool isOriginalBack() const { return pasteboard.contents == original; }
 
   static ClipboardItems imageAndFileName() {
     ClipboardItemData item;
-    item.types = {QStringLiteral("image/png"), QStringLiteral("text/uri-list")};
-    item.data.insert(QStringLiteral("image/png"), QByteArray("\x89PNG\0\xff", 6));
-    item.data.insert(QStringLiteral("text/uri-list"), QByteArrayLiteral("file:///tmp/a%20b.png\r\n"));
+    item.types = {"image/png", "text/uri-list"};
+    item.data.insert("image/png", QByteArray("\x89PNG\0\xff", 6));
+    item.data.insert("text/uri-list", QByteArrayLiteral("file:///tmp/a%20b.png\r\n"));
     return {item};
   }
 

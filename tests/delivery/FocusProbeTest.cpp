@@ -8,49 +8,49 @@
 namespace quillmere {
 namespace {
 
-const FocusQuery query{7, QStringLiteral("org.example.editor")};
-const FocusQuery deepQuery{7, QStringLiteral("com.microsoft.VSCode")};
+const FocusQuery query{7, "org.example.editor"};
+const FocusQuery deepQuery{7, "com.microsoft.VSCode"};
 
 // A chain of groups with the element at its end.
 FakeAccessibilityNode::Ptr nested(int levels, FakeAccessibilityNode::Ptr inner) {
-  for (int i = 0; i < levels; ++i) inner = node(QStringLiteral("AXGroup"))->child(inner);
+  for (int i = 0; i < levels; ++i) inner = node("AXGroup")->child(inner);
   return inner;
 }
 
 FakeAccessibilityNode::Ptr withChildren(int plain, const FakeAccessibilityNode::Ptr& last) {
-  auto parent = node(QStringLiteral("AXSplitGroup"));
-  for (int i = 0; i < plain; ++i) parent->child(node(QStringLiteral("AXButton")));
+  auto parent = node("AXSplitGroup");
+  for (int i = 0; i < plain; ++i) parent->child(node("AXButton"));
   return parent->child(last);
 }
 
 TEST(FocusProbe, AnElementTakesTextByItsRoleOrItsSettableValue) {
-  const QString value = QStringLiteral("AXValue");
+  const QString value = "AXValue";
   const struct {
     FakeAccessibilityNode::Ptr element;
     bool isEditable;
   } cases[] = {
-      {node(QStringLiteral("AXTextField")), true},
-      {node(QStringLiteral("AXTextArea")), true},
-      {node(QStringLiteral("AXComboBox")), true},
-      {node(QStringLiteral("AXSearchField")), true},
-      {node(QStringLiteral("AXButton")), false},
-      {node(QStringLiteral("AXSlider"))->settable(value), true},
-      {node(QStringLiteral("AXWebArea")), false},
-      {node(QStringLiteral("AXWebArea"))->settable(value), true},
-      {node(QStringLiteral("AXGroup")), false},
-      {node(QStringLiteral("AXGroup"))->settable(QStringLiteral("AXSelectedText")), false},
-      {node(QStringLiteral("AXGroup"))->pointing(QStringLiteral("AXEditableAncestor"), node()), true},
+      {node("AXTextField"), true},
+      {node("AXTextArea"), true},
+      {node("AXComboBox"), true},
+      {node("AXSearchField"), true},
+      {node("AXButton"), false},
+      {node("AXSlider")->settable(value), true},
+      {node("AXWebArea"), false},
+      {node("AXWebArea")->settable(value), true},
+      {node("AXGroup"), false},
+      {node("AXGroup")->settable("AXSelectedText"), false},
+      {node("AXGroup")->pointing("AXEditableAncestor", node()), true},
       {node()->settable(value), false},  // no role, no verdict
   };
   for (const auto& one : cases) {
     FakeAccessibilityTree tree;
     EXPECT_EQ(isEditableElement(tree, one.element, Logger()), one.isEditable)
-        << one.element->texts.value(QStringLiteral("AXRole")).toStdString();
+        << one.element->texts.value("AXRole").toStdString();
   }
 }
 
 TEST(FocusProbe, TheSearchEndsAtItsDepthAndAtTheTwentyFifthChild) {
-  const auto field = node(QStringLiteral("AXTextField"));
+  const auto field = node("AXTextField");
   const struct {
     const char* name;
     FakeAccessibilityNode::Ptr focused;
@@ -65,15 +65,15 @@ TEST(FocusProbe, TheSearchEndsAtItsDepthAndAtTheTwentyFifthChild) {
     FakeAccessibility accessibility;
     accessibility.focus(one.focused);
     // A field elsewhere doesn't count once something has the focus.
-    accessibility.addApplication(7, node(QStringLiteral("AXWindow"))->child(field));
+    accessibility.addApplication(7, node("AXWindow")->child(field));
     EXPECT_EQ(isTextInputFocused(accessibility.tree, one.query, Logger()), one.isFound) << one.name;
   }
 }
 
 TEST(FocusProbe, WithoutAFocusedElementTheWindowsAreSearched) {
-  const auto field = node(QStringLiteral("AXTextField"));
-  const auto window = [&](int levels) { return node(QStringLiteral("AXWindow"))->child(nested(levels, field)); };
-  const auto empty = node(QStringLiteral("AXWindow"));
+  const auto field = node("AXTextField");
+  const auto window = [&](int levels) { return node("AXWindow")->child(nested(levels, field)); };
+  const auto empty = node("AXWindow");
   const struct {
     const char* name;
     FakeAccessibilityNode::Ptr focusedWindow;
@@ -89,9 +89,9 @@ TEST(FocusProbe, WithoutAFocusedElementTheWindowsAreSearched) {
   };
   for (const auto& one : cases) {
     FakeAccessibilityTree tree;
-    if (one.focusedWindow) tree.systemWide->pointing(QStringLiteral("AXFocusedWindow"), one.focusedWindow);
-    const auto app = node(QStringLiteral("AXApplication"));
-    for (const auto& each : one.windows) app->child(each, QStringLiteral("AXWindows"));
+    if (one.focusedWindow) tree.systemWide->pointing("AXFocusedWindow", one.focusedWindow);
+    const auto app = node("AXApplication");
+    for (const auto& each : one.windows) app->child(each, "AXWindows");
     tree.applications.insert(7, app);
     EXPECT_EQ(isTextInputFocused(tree, query, Logger()), one.isFound) << one.name;
   }
@@ -100,10 +100,10 @@ TEST(FocusProbe, WithoutAFocusedElementTheWindowsAreSearched) {
 TEST(FocusProbe, OnlyASecureSubroleIsSecure) {
   FakeAccessibility accessibility;
   EXPECT_FALSE(isSecureFieldFocused(accessibility.tree));
-  const auto field = node(QStringLiteral("AXTextField"));
+  const auto field = node("AXTextField");
   accessibility.focus(field);
   EXPECT_FALSE(isSecureFieldFocused(accessibility.tree));
-  field->texts.insert(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField"));
+  field->texts.insert("AXSubrole", "AXSecureTextField");
   EXPECT_TRUE(isSecureFieldFocused(accessibility.tree));
   accessibility.tree.readsUntilOutOfTime = 1;  // the subrole comes too late
   accessibility.tree.reads = 0;
@@ -112,7 +112,7 @@ TEST(FocusProbe, OnlyASecureSubroleIsSecure) {
 
 TEST(FocusProbe, ATreeWithoutAnEndIsLeftWhenTheTimeIsUp) {
   FakeAccessibility accessibility;
-  const auto endless = node(QStringLiteral("AXGroup"));
+  const auto endless = node("AXGroup");
   for (int i = 0; i < 25; ++i) endless->child(endless);
   accessibility.focus(endless);
   accessibility.tree.readsUntilOutOfTime = 100;

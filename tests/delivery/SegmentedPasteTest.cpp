@@ -16,7 +16,7 @@ class SegmentedPasteTest : public DeliveryFixture {
   }
   static std::vector<ProcessedTag> matched() {
     ProcessedTag tag;
-    tag.matchedFile = QStringLiteral("/src/main.cpp");
+    tag.matchedFile = "/src/main.cpp";
     return {tag};
   }
   QStringList written() const {

@@ -8,12 +8,12 @@ using Kind = SmartPasteResult::Kind;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const QString text = QStringLiteral("Grüße 👋");
+const QString text = "Grüße 👋";
 
 using SmartPasteTest = DeliveryFixture;
 
 TEST_F(SmartPasteTest, EveryKindOfTargetGetsTheKeystrokeThatFitsOrNone) {
-  const auto button = node(QStringLiteral("AXButton"));
+  const auto button = node("AXButton");
   const struct {
     const char* name;
     const char* bundleId;
@@ -105,7 +105,7 @@ TEST_F(SmartPasteTest, AFocusThatComesLateIsSeenAtTheSecondLook) {
     auto pasting = scope.spawn(helper.smartPaste(text, {}, targetPID));
     executor.advance(290ms);
     EXPECT_THAT(keys.strokes, IsEmpty());
-    if (isThereInTheEnd) accessibility.focus(node(QStringLiteral("AXTextArea")));
+    if (isThereInTheEnd) accessibility.focus(node("AXTextArea"));
     executor.advance(10ms);
     EXPECT_THAT(keys.strokes, ElementsAre("control+55")) << "180 ms and the retry of 120 ms";
     EXPECT_TRUE(lines->contains("✅ Focus became ready after short retry"));
@@ -183,7 +183,7 @@ TEST_F(SmartPasteTest, WhatTheUserCopiedMeanwhileIsNotTouched) {
     helper.endRecordingSession();
     paste(text);
     executor.advance(5s);
-    pasteboard.copyElsewhere(QStringLiteral("newer"));
+    pasteboard.copyElsewhere("newer");
     executor.advance(60s);
     EXPECT_EQ(clipboardText(), "newer");
     EXPECT_TRUE(lines->contains("📋 Another program has taken the clipboard - nothing to restore"));
@@ -194,14 +194,14 @@ TEST_F(SmartPasteTest, WhatTheUserCopiedMeanwhileIsNotTouched) {
 TEST_F(SmartPasteTest, ASecondDictationWithinTheDelayStillGivesBackTheUsersOwn) {
   begin();
   helper.endRecordingSession();
-  paste(QStringLiteral("one"));
+  paste("one");
   executor.advance(4s);
   begin();
   EXPECT_TRUE(lines->contains("❌ Cancelled pending clipboard restoration"));
   executor.advance(20s);
   EXPECT_EQ(clipboardText(), "one") << "the first restore must not land in the second recording";
   helper.endRecordingSession();
-  paste(QStringLiteral("two"));
+  paste("two");
   executor.advance(9s);
   EXPECT_EQ(clipboardText(), "two");
   executor.advance(2s);
@@ -239,12 +239,12 @@ TEST_F(SmartPasteTest, ADictationThatPastesNothingLeavesTheRestoreOfTheOneBefore
 TEST_F(SmartPasteTest, WhatWasCopiedBetweenTwoDictationsIsWhatComesBack) {
   begin();
   helper.endRecordingSession();
-  paste(QStringLiteral("one"));
+  paste("one");
   executor.advance(4s);
-  pasteboard.copyElsewhere(QStringLiteral("between"));
+  pasteboard.copyElsewhere("between");
   begin();
   helper.endRecordingSession();
-  paste(QStringLiteral("two"));
+  paste("two");
   executor.advance(11s);
   EXPECT_EQ(clipboardText(), "between");
 }
@@ -290,12 +290,12 @@ TEST_F(SmartPasteTest, TheSelectionThatATerminalPastedFromComesBack) {
   for (const bool hasSelection : {true, false}) {
     putInFront("xterm");
     pasteboard.copyElsewhere(original);
-    if (hasSelection) pasteboard.selectElsewhere(QStringLiteral("marked"));
+    if (hasSelection) pasteboard.selectElsewhere("marked");
     begin();
     helper.endRecordingSession();
     EXPECT_EQ(paste(text), Kind::success);
     EXPECT_EQ(pasteboard.selection, text);
-    if (!hasSelection) pasteboard.selectElsewhere(QStringLiteral("marked later"));
+    if (!hasSelection) pasteboard.selectElsewhere("marked later");
     executor.advance(11s);
     EXPECT_TRUE(isOriginalBack());
     EXPECT_EQ(pasteboard.selection, hasSelection ? "marked" : "marked later");
@@ -343,7 +343,7 @@ TEST_F(SmartPasteTest, WaitingForTheRestoreEndsWhenItIsDoneOrWaitsForTheUser) {
 // --- a paste by hand
 
 TEST_F(SmartPasteTest, ACopyByHandGivesThePlainTextBack) {
-  pasteboard.copyElsewhere(QStringLiteral("mine"));
+  pasteboard.copyElsewhere("mine");
   pasteboard.isFetchedWhenExpected = false;
   runTask(executor, helper.copyTextManually(text));
   EXPECT_EQ(pasteboard.writes.back(), (FakePasteboard::Write{text, true, false}));
@@ -355,14 +355,14 @@ TEST_F(SmartPasteTest, ACopyByHandGivesThePlainTextBack) {
 }
 
 TEST_F(SmartPasteTest, CopiesByHandAndDictationsGiveBackTheUsersOwnInTheEnd) {
-  pasteboard.copyElsewhere(QStringLiteral("mine"));
-  runTask(executor, helper.copyTextManually(QStringLiteral("first")));
+  pasteboard.copyElsewhere("mine");
+  runTask(executor, helper.copyTextManually("first"));
   executor.advance(1s);
-  runTask(executor, helper.copyTextManually(QStringLiteral("second")));
+  runTask(executor, helper.copyTextManually("second"));
   executor.advance(1s);
   begin();
   helper.endRecordingSession();
-  EXPECT_EQ(paste(QStringLiteral("third")), Kind::success);
+  EXPECT_EQ(paste("third"), Kind::success);
   executor.advance(11s);
   EXPECT_EQ(clipboardText(), "mine");
 
