@@ -42,6 +42,12 @@ class MediaReader {
   virtual std::optional<qint64> nominalFrames() const = 0;
   // At most maxFrames (> 0) frames; none at the end. After an error or the end every further call gives the end.
   virtual Result<AudioBlock, MediaError> read(qint64 maxFrames) = 0;
+  // Goes on at this frame, or a little before it where the format has no such place. False where it can't; reading then
+  // goes on as before.
+  virtual bool seek(qint64 frame) {
+    (void)frame;
+    return false;
+  }
 };
 
 // Opens local files, and nothing but local files, whatever their names or contents say. Any thread.

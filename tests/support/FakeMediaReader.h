@@ -24,6 +24,7 @@ struct FakeMediaFile {
   std::optional<std::pair<qint64, AudioStreamFormat>> changeAt;
   double duration = 0;
   std::function<void()> onRead;  // on the reading thread, before each read
+  bool canSeek = false;
 };
 
 class FakeMediaReader final : public MediaReader {
@@ -63,6 +64,11 @@ class FakeMediaReader final : public MediaReader {
     fill(format, count);
     position_ += count;
     return AudioBlock{format, planes_, count};
+  }
+
+  bool seek(qint64 frame) override {
+    if (file_.canSeek) position_ = frame;
+    return file_.canSeek;
   }
 
   qint64 largestRequest = 0;

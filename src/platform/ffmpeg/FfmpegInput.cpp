@@ -80,6 +80,12 @@ int FfmpegInput::readPacket(AVPacket& packet) {
   }
 }
 
+bool FfmpegInput::seek(double seconds) {
+  const qint64 start = stream_->start_time == AV_NOPTS_VALUE ? 0 : stream_->start_time;
+  const auto time = start + qint64(seconds / av_q2d(stream_->time_base));
+  return av_seek_frame(format_.get(), stream_->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
 std::optional<double> FfmpegInput::statedSeconds() const {
   if (stream_->duration != AV_NOPTS_VALUE && stream_->duration > 0)
     return double(stream_->duration) * av_q2d(stream_->time_base);

@@ -20,6 +20,8 @@ class FfmpegInput {
   const AVCodec& codec() const { return *codec_; }
   // Reads the next packet of the track: 0, AVERROR_EOF at the end, or the error.
   int readPacket(AVPacket& packet);
+  // The next packet is the one of this time, or one a little before it.
+  bool seek(double seconds);
 
   // As the file states it. Nothing when it says nothing.
   std::optional<double> statedSeconds() const;

@@ -96,6 +96,13 @@ Result<AudioBlock, MediaError> FfmpegMediaReader::read(qint64 maxFrames) {
   return AudioBlock{frameFormat_, planes_, count};
 }
 
+bool FfmpegMediaReader::seek(qint64 frame) {
+  if (frame < 0 || !(format_.sampleRate > 0) || !input_->seek(double(frame) / format_.sampleRate)) return false;
+  avcodec_flush_buffers(decoder_.get());
+  hasFrame_ = isDraining_ = isAtEnd_ = false;
+  return true;
+}
+
 int FfmpegMediaReader::decodeNext() {
   for (;;) {
     int code = avcodec_receive_frame(decoder_.get(), frame_.get());

@@ -18,6 +18,7 @@ class FfmpegMediaReader final : public MediaReader {
   AudioStreamFormat format() const override { return format_; }
   std::optional<qint64> nominalFrames() const override;
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override;
+  bool seek(qint64 frame) override;
 
  private:
   FfmpegMediaReader() = default;

@@ -48,4 +48,8 @@ Result<AudioBlock, MediaError> PlainWaveReader::read(qint64 maxFrames) {
   return AudioBlock{format(), {&plane_, 1}, count};
 }
 
+bool PlainWaveReader::seek(qint64 frame) {
+  return sf_seek(file_, frame, SF_SEEK_SET) == frame;
+}
+
 }  // namespace quillmere

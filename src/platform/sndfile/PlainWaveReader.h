@@ -21,6 +21,7 @@ class PlainWaveReader final : public MediaReader {
   }
   std::optional<qint64> nominalFrames() const override { return frames_; }
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override;
+  bool seek(qint64 frame) override;
 
   double durationSeconds() const { return double(frames_) / sampleRate; }
 
