@@ -55,7 +55,7 @@ struct Stepper {
       const QString message = R::errorText(event.lastTranscription);
       return closed(state, {R::ReportError{message, AppState::isCriticalMessage(event.lastTranscription)}});
     }
-    state.isLoading = state.isPostProcessing = state.isRetrying = false;
+    state.isLoading = state.isPostProcessing = false;
     state.transcribedText = event.lastTranscription;
     state.showTranscription = true;
     state.showSuccessState = true;
@@ -131,7 +131,8 @@ OverlayContent RecordingDialogReducer::content(const RecordingDialogState& state
     if (state.showCopiedFeedback) return {Kind::pasted, localizedText("recording.dialog.copied"), {}};
     if (data.transcriptionPasteFailed && isTextOnClipboard)
       return {Kind::onClipboard, localizedText("recording.dialog.onClipboard"), {}};
-    if (data.transcriptionPasteFailed || data.pendingRetryAudioPath)
+    // What was transcribed once more isn't pasted.
+    if (data.transcriptionPasteFailed || state.isRetrying)
       return {Kind::ready, localizedText("recording.dialog.ready"), {}};
     // The text is on its way to the field.
     return {Kind::working, localizedText("recording.dialog.pasting"), {}};

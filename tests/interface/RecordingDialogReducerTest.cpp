@@ -167,6 +167,9 @@ TEST(RecordingDialogReducer, ShowsTheQuestionAboveEverything) {
   EXPECT_EQ(R::content(success, idle, esc, true), (OverlayContent{Kind::working, QStringLiteral("Pasting…"), {}}));
   EXPECT_EQ(R::content(success, failed, esc, true).kind, Kind::onClipboard);
   EXPECT_EQ(R::content(success, failed, esc, false).kind, Kind::ready);
+  S again = success;
+  again.isRetrying = true;
+  EXPECT_EQ(R::content(again, idle, esc, true).kind, Kind::ready) << "nothing pastes it";
   for (AppStateData data : {idle, recording, failed}) {
     data.showCancelConfirmation = true;
     for (const S& state : {S{}, success, loading}) EXPECT_EQ(R::content(state, data, esc, true).kind, Kind::question);

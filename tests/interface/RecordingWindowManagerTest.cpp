@@ -52,6 +52,16 @@ struct Fixture {
   void become() {
     change([](AppStateData& data) { data.recordingState.kind = S{}; });
   }
+  // A text comes out of what ran.
+  void arrive(bool isPasteFailed = false) {
+    become<RecordingState::Transcribing>();
+    change([&](AppStateData& data) {
+      data.lastTranscription = QStringLiteral("Hello");
+      data.recordingState.kind = RecordingState::Idle{};
+      data.pendingRetryAudioPath.reset();
+      data.transcriptionPasteFailed = isPasteFailed;
+    });
+  }
   Kind kind() const { return panel.contents.back().kind; }
 };
 
@@ -66,10 +76,7 @@ TEST(RecordingWindowManager, ShowsADictationFromStartToPaste) {
   EXPECT_FLOAT_EQ(f.panel.verticalScale, 0.1F * 0.75F + 0.25F);
   f.become<RecordingState::Transcribing>();
   EXPECT_EQ(f.kind(), Kind::working);
-  f.change([](AppStateData& data) {
-    data.lastTranscription = QStringLiteral("Hello");
-    data.recordingState.kind = RecordingState::Idle{};
-  });
+  f.arrive();
   EXPECT_EQ(f.kind(), Kind::working);
   f.change([](AppStateData& data) { data.showRecordingDialog = false; });
   EXPECT_EQ(f.kind(), Kind::pasted);
@@ -82,11 +89,7 @@ TEST(RecordingWindowManager, ShowsADictationFromStartToPaste) {
 TEST(RecordingWindowManager, ANewDictationReplacesTheWordOfTheLast) {
   Fixture f;
   f.show();
-  f.become<RecordingState::Transcribing>();
-  f.change([](AppStateData& data) {
-    data.lastTranscription = QStringLiteral("Hello");
-    data.recordingState.kind = RecordingState::Idle{};
-  });
+  f.arrive();
   f.change([](AppStateData& data) { data.showRecordingDialog = false; });
   f.change([](AppStateData& data) { data.lastTranscription.clear(); });
   f.show();
@@ -179,11 +182,7 @@ TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
 TEST(RecordingWindowManager, KeepsTheTextOfAFailedPasteToBeCopied) {
   Fixture f;
   f.show();
-  f.become<RecordingState::Transcribing>();
-  f.change([](AppStateData& data) {
-    data.lastTranscription = QStringLiteral("Hello");
-    data.recordingState.kind = RecordingState::Idle{};
-  });
+  f.arrive();
   f.change([](AppStateData& data) { data.transcriptionPasteFailed = true; });
   EXPECT_EQ(f.kind(), Kind::ready);
   f.panel.handlers.onCopy();
@@ -194,15 +193,21 @@ TEST(RecordingWindowManager, KeepsTheTextOfAFailedPasteToBeCopied) {
   EXPECT_EQ(f.panel.open(), 0);
 }
 
+TEST(RecordingWindowManager, WhatIsTranscribedOnceMoreWaitsToBeCopied) {
+  Fixture f;
+  f.change([](AppStateData& data) {
+    data.pendingRetryAudioPath = QStringLiteral("/kept.wav");
+    data.recordingState.kind = RecordingState::Transcribing{};
+    data.showRecordingDialog = true;
+  });
+  f.arrive();
+  EXPECT_EQ(f.kind(), Kind::ready) << "nobody pastes it";
+}
+
 TEST(RecordingWindowManager, AWaitingTextLeavesInTheEnd) {
   Fixture f;
   f.show();
-  f.become<RecordingState::Transcribing>();
-  f.change([](AppStateData& data) {
-    data.lastTranscription = QStringLiteral("Hello");
-    data.recordingState.kind = RecordingState::Idle{};
-    data.transcriptionPasteFailed = true;
-  });
+  f.arrive(true);
   f.executor.advance(11s);
   EXPECT_EQ(f.panel.open(), 1);
   f.executor.advance(2s);
