@@ -34,3 +34,11 @@ endif()
 
 add_custom_target(quillmere_vad_model ALL DEPENDS "${QUILLMERE_VAD_MODEL_FILE}")
 install(FILES "${QUILLMERE_VAD_MODEL_FILE}" DESTINATION ${CMAKE_INSTALL_DATADIR}/quillmere/models)
+
+# A short recording of speech, public domain: the first run measures the speed of this machine with it. Without the
+# engine's source it is left out, and nothing is measured.
+set(speech_sample "${PROJECT_SOURCE_DIR}/third_party/src/whisper.cpp/samples/jfk.mp3")
+if(EXISTS "${speech_sample}")
+  configure_file("${speech_sample}" "${PROJECT_BINARY_DIR}/models/speech-sample.mp3" COPYONLY)
+  install(FILES "${speech_sample}" DESTINATION ${CMAKE_INSTALL_DATADIR}/quillmere/models RENAME speech-sample.mp3)
+endif()

@@ -1,12 +1,15 @@
 #include "interface/FirstRunViewModel.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/async/Await.h"
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
+#include "interface/HistoryText.h"
 #include "interface/MicrophoneViewModel.h"
 #include "interface/ShortcutsViewModel.h"
+#include "interface/SpeechSpeed.h"
 #include "models/WhisperModelManager.h"
 #include "ports/DefaultsStore.h"
 #include "storage/PersistenceController.h"
@@ -29,6 +32,8 @@ FirstRunViewModel::FirstRunViewModel(Services services, FirstRunIntents intents)
   services_.appState.update([&](AppStateData& data) { data.onboardingCurrentStep = stored; });
   subscriptions_.push_back(services_.appState.observe([this](const AppStateData&) { stateChanged(); }));
   subscriptions_.push_back(services_.models.observeDownloadedModels([this](const auto&) { takeArrivedModel(); }));
+  subscriptions_.push_back(
+      services_.models.observeDownloadingModels([this](const QSet<QString>& names) { takeDownloads(names); }));
   subscriptions_.push_back(services_.models.observeErrorMessage([this](const std::optional<QString>& message) {
     modelProblem_ = message.value_or(QString());
     Q_EMIT changed();
@@ -66,11 +71,47 @@ void FirstRunViewModel::setActive(bool isActive) {
   if (isActive == isActive_) return;
   isActive_ = isActive;
   updateProbe();
+  updateMeasurement();
   Q_EMIT changed();
 }
 
 void FirstRunViewModel::updateProbe() {
   services_.microphone.setProbing(isActive_ && isShown() && step() == microphoneStep);
+}
+
+void FirstRunViewModel::updateMeasurement() {
+  const bool isQuiet = services_.appState.data().recordingState.is<RecordingState::Idle>();
+  QString model, file;
+  if (services_.speed && isActive_ && isShown() && step() == modelStep && isQuiet) {
+    model = chosenModel();
+    const auto here = services_.models.findDownloaded(model);
+    if (here && here->url && !secondsPerMinute_.contains(model))
+      file = here->url->toLocalFile();
+    else
+      model.clear();
+  }
+  if (model == measuredModel_) return;
+  measuring_.cancel();
+  measuredModel_ = model;
+  if (!model.isEmpty()) measuring_ = scope_.spawn(measure(model, file));
+}
+
+Task<void> FirstRunViewModel::measure(QString model, QString file) {
+  auto measuring = services_.speed->secondsPerMinute(std::move(file));
+  const std::optional<double> seconds = co_await std::move(measuring);
+  secondsPerMinute_[model] = seconds;
+  measuredModel_.clear();
+  Q_EMIT changed();
+}
+
+QString FirstRunViewModel::speedText() const {
+  const QString model = chosenModel();
+  if (!measuredModel_.isEmpty() && measuredModel_ == model) return localizedText("firstRun.model.measuring");
+  const auto found = secondsPerMinute_.find(model);
+  const auto here = services_.models.findDownloaded(model);
+  if (found == secondsPerMinute_.end() || !found->second || !here) return {};
+  return localizedText("firstRun.model.speed", durationText(std::max(1.0, std::round(*found->second))),
+                       here->displayName);
 }
 
 void FirstRunViewModel::stateChanged() {
@@ -83,6 +124,7 @@ void FirstRunViewModel::stateChanged() {
   if (isTrial) scope_.spawn(later(intents_.cancelDictation));
   if (isTrying() && !data.lastTranscription.isEmpty()) heardText_ = data.lastTranscription;
   updateProbe();
+  updateMeasurement();
   Q_EMIT changed();
 }
 
@@ -144,13 +186,25 @@ void FirstRunViewModel::chooseModel(const QString& name) {
   for (const WhisperCppModel& model : services_.models.availableModels()) {
     if (model.name != name) continue;
     awaitedModel_ = name;
-    if (!services_.models.downloadingModels().contains(name)) scope_.spawn(services_.models.download(model));
+    isDownloadSeen_ = services_.models.downloadingModels().contains(name);
+    if (!isDownloadSeen_) scope_.spawn(services_.models.download(model));
   }
   Q_EMIT changed();
 }
 
 void FirstRunViewModel::takeArrivedModel() {
   if (awaitedModel_ && services_.models.findDownloaded(*awaitedModel_)) useLocally(*std::exchange(awaitedModel_, {}));
+  updateMeasurement();
+  Q_EMIT changed();
+}
+
+// A download that ended without its model is over.
+void FirstRunViewModel::takeDownloads(const QSet<QString>& names) {
+  if (!awaitedModel_) return;
+  if (names.contains(*awaitedModel_))
+    isDownloadSeen_ = true;
+  else if (isDownloadSeen_ && !services_.models.findDownloaded(*awaitedModel_))
+    awaitedModel_.reset();
   Q_EMIT changed();
 }
 
@@ -173,6 +227,7 @@ void FirstRunViewModel::useLocally(const QString& modelName) {
   if (!mode || services_.persistence.hasChanges()) modelProblem_ = localizedText("models.use.notSaved");
   services_.appState.switchToLocalDefault();
   if (intents_.modelChosen && mode) intents_.modelChosen(mode);
+  updateMeasurement();
   Q_EMIT changed();
 }
 

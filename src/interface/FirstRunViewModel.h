@@ -1,7 +1,9 @@
 #pragma once
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <functional>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -17,6 +19,7 @@ class DefaultsStore;
 class MicrophoneViewModel;
 class PersistenceController;
 class ShortcutsViewModel;
+class SpeechSpeed;
 class WhisperModelManager;
 
 // What the first run asks the dictation to do. Empty functions are left out. Main thread.
@@ -39,6 +42,7 @@ class FirstRunViewModel final : public QObject {
   Q_PROPERTY(bool hasLit READ hasLit NOTIFY changed)
   Q_PROPERTY(QString chosenModel READ chosenModel NOTIFY changed)
   Q_PROPERTY(QString modelProblem READ modelProblem NOTIFY changed)
+  Q_PROPERTY(QString speedText READ speedText NOTIFY changed)
   Q_PROPERTY(QString heardText READ heardText NOTIFY changed)
   Q_PROPERTY(QString tryProblem READ tryProblem NOTIFY changed)
  public:
@@ -52,6 +56,7 @@ class FirstRunViewModel final : public QObject {
     MicrophoneViewModel& microphone;
     ShortcutsViewModel& shortcuts;
     Executor& executor;
+    SpeechSpeed* speed = nullptr;
   };
   FirstRunViewModel(Services services, FirstRunIntents intents);
 
@@ -68,6 +73,9 @@ class FirstRunViewModel final : public QObject {
   // The model that the local mode has or gets when it is here.
   QString chosenModel() const;
   QString modelProblem() const { return modelProblem_; }
+  // How fast this computer writes with the chosen model, once it is here. Measured while the step is looked at and
+  // nothing is dictated.
+  QString speedText() const;
   QString heardText() const { return heardText_; }
   // Why nothing can be tried now; empty otherwise.
   QString tryProblem() const;
@@ -91,8 +99,11 @@ class FirstRunViewModel final : public QObject {
   void setStep(int step);
   void stateChanged();
   void takeArrivedModel();
+  void takeDownloads(const QSet<QString>& names);
   void useLocally(const QString& modelName);
   void updateProbe();
+  void updateMeasurement();
+  Task<void> measure(QString model, QString file);
   bool isLocalModeReady() const;
 
   Services services_;
@@ -101,7 +112,11 @@ class FirstRunViewModel final : public QObject {
   bool isRecording_ = false;
   bool hasLit_ = false;
   std::optional<QString> awaitedModel_;
+  bool isDownloadSeen_ = false;  // of the awaited model
   QString modelProblem_;
+  std::map<QString, std::optional<double>> secondsPerMinute_;  // of models that were measured
+  QString measuredModel_;                                      // now; empty: none
+  TaskHandle<void> measuring_;
   QString heardText_;
   std::vector<Subscription> subscriptions_;
   TaskScope scope_;  // last: its tasks use the fields above

@@ -261,6 +261,11 @@ void HistoryModel::play(const QString& id) {
     services_.notices->showToast(localizedText("history.audio.missing"), false);
 }
 
+QString HistoryModel::audioFile(const QString& id) const {
+  const TranscriptPtr transcript = find(id);
+  return transcript && hasAudio(*transcript) ? *transcript->audioFilePath : QString();
+}
+
 void HistoryModel::retry(const QString& id) {
   const TranscriptPtr transcript = find(id);
   if (!transcript || !services_.retry || retrying_.contains(*transcript->id)) return;

@@ -88,6 +88,8 @@ class HistoryModel final : public QAbstractListModel {
   Q_INVOKABLE void copy(const QString& id);
   Q_INVOKABLE void paste(const QString& id);
   Q_INVOKABLE void play(const QString& id);
+  // Where the recording of a row lies; empty without one.
+  Q_INVOKABLE QString audioFile(const QString& id) const;
   Q_INVOKABLE void retry(const QString& id);
   // The row and its recording.
   Q_INVOKABLE void remove(const QString& id);

@@ -1,7 +1,9 @@
 #include "interface/ModesViewModel.h"
 
 #include <QSet>
+#include <algorithm>
 
+#include "base/text/Folding.h"
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "models/WhisperModelManager.h"
@@ -18,7 +20,9 @@ QVariantMap choice(const QString& value, const QString& text) {
 
 QString languageName(const QString& code) {
   if (code.isEmpty() || code == QLatin1String("auto")) return localizedText("modes.language.auto");
-  return LanguageData::displayName(code).value_or(code);
+  const QString key = QStringLiteral("language.") + code;
+  const QString name = localizedText(key);
+  return name == key ? LanguageData::displayName(code).value_or(code) : name;
 }
 
 QString idText(const Mode& mode) {
@@ -180,9 +184,19 @@ QVariantList ModesViewModel::modelChoices(const QString& present) const {
 }
 
 QVariantList ModesViewModel::languageChoices() const {
+  struct Language {
+    QString sortKey, code, name;
+  };
+  std::vector<Language> languages;
+  for (const auto& language : LanguageData::allLanguages()) {
+    const QString name = languageName(language.code);
+    languages.push_back({foldedForSearch(name), language.code, name});
+  }
+  // As the user's language sorts them, behind the automatic choice, which stands first.
+  std::stable_sort(languages.begin() + 1, languages.end(),
+                   [](const Language& a, const Language& b) { return a.sortKey < b.sortKey; });
   QVariantList choices;
-  for (const auto& language : LanguageData::allLanguages())
-    choices << choice(language.code, languageName(language.code));
+  for (const Language& language : languages) choices << choice(language.code, language.name);
   return choices;
 }
 

@@ -11,8 +11,9 @@ namespace quillmere {
 namespace {
 
 constexpr qint64 windowFrames = 256;
+constexpr qint64 jumpFrames = 4096;  // a shorter way is read through
 
-// Reads forward only and keeps the newest window, which is all that rising positions need.
+// Keeps the newest window, which is all that rising positions need.
 class MediaWaveformSource final : public WaveformSource {
  public:
   MediaWaveformSource(std::unique_ptr<MediaReader> reader, qint64 length)
@@ -21,6 +22,10 @@ class MediaWaveformSource final : public WaveformSource {
   qint64 length() const override { return length_; }
 
   std::optional<std::vector<float>> read(qint64 frame, qint64 count) override {
+    if (frame - end_ > jumpFrames && !isOver_ && reader_->seek(frame)) {
+      kept_.clear();
+      keptFrom_ = end_ = frame;
+    }
     while (end_ < frame + count && !isOver_) {
       const auto block = reader_->read(std::max<qint64>(windowFrames, std::min<qint64>(frame + count - end_, 65'536)));
       if (!block) {

@@ -1,8 +1,11 @@
 #pragma once
+#include <gtest/gtest.h>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImage>
 #include <QTemporaryDir>
 
 #include "app/desktop/DesktopInterface.h"
@@ -18,6 +21,7 @@
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeGlobalShortcuts.h"
 #include "support/FakeHttpDownloader.h"
+#include "support/FakeMediaReader.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
 #include "support/TestTexts.h"
@@ -27,7 +31,9 @@ namespace quillmere {
 // The interface over a store in memory, with a history and models to look at.
 class DesktopFixture {
  public:
-  explicit DesktopFixture(const QString& language = QStringLiteral("en"), bool hasHistory = true, bool hasTray = false)
+  // `downloader` and `hub`: where models come from; default: nothing does.
+  explicit DesktopFixture(const QString& language = QStringLiteral("en"), bool hasHistory = true, bool hasTray = false,
+                          HttpDownloader* downloader = nullptr, const QString& hub = {})
       : texts(language), clock(QDateTime(QDate(2026, 3, 12), QTime(15, 0), QTimeZone::utc())) {
     const QDir models(folder.filePath(QStringLiteral("models")));
     models.mkpath(QStringLiteral("."));
@@ -36,7 +42,10 @@ class DesktopFixture {
     base.close();
     WhisperModelManagerConfiguration configuration;
     configuration.modelsDirectory = models.path();
-    manager = std::make_unique<WhisperModelManager>(configuration, downloader, executor, pool, Logging(log));
+    configuration.checksums.clear();
+    if (downloader) configuration.hubBaseUrl = [hub] { return hub; };
+    manager = std::make_unique<WhisperModelManager>(configuration, downloader ? *downloader : noDownloads, executor,
+                                                    pool, Logging(log));
     manager->scanForModels();
     ModeData mode;
     mode.name = QStringLiteral("Default");
@@ -75,6 +84,8 @@ class DesktopFixture {
         QTimeZone::utc()};
     services.devices = &devices;
     services.recorders = &recorders;
+    services.mediaReaders = &mediaReaders;
+    services.workers = &pool;
     services.shortcuts = &shortcuts;
     services.shortcutStore = &shortcutStore;
     interface = std::make_unique<DesktopInterface>(std::move(services), std::move(intents),
@@ -108,6 +119,12 @@ class DesktopFixture {
     failed->audioFilePath = folder.filePath(QStringLiteral("kept.wav"));
     QFile audio(*failed->audioFilePath);
     if (audio.open(QIODevice::WriteOnly)) audio.write("RIFF");
+    FakeMediaFile sound;
+    sound.frames = 48 * 16000;
+    sound.nominalFrames = sound.frames;
+    sound.canSeek = true;
+    sound.sample = [](qint64 frame) { return 0.3F * float(std::abs(std::sin(double(frame) / 30000))); };
+    mediaReaders.files[*failed->audioFilePath] = sound;
     add(QStringLiteral("The quarterly figures are in docs/q3/report.md; I changed the second table and left the totals "
                        "alone."),
         now.addDays(-1).addSecs(7500), standard, 9)
@@ -148,12 +165,24 @@ class DesktopFixture {
     return true;
   }
 
+  // Leaves a picture of the window for people to look at.
+  static QImage keepPicture(QQuickWindow* window, const QString& name) {
+    QString path = qEnvironmentVariable("QUILLMERE_PICTURES");
+    if (path.isEmpty())
+      path = qEnvironmentVariable("QUILLMERE_BUILD_DIR", QDir::tempPath()) + QStringLiteral("/test-output/pictures");
+    QDir().mkpath(path);
+    const QImage image = window->grabWindow();
+    EXPECT_TRUE(image.save(QStringLiteral("%1/%2.png").arg(path, name))) << qPrintable(path);
+    return image;
+  }
+
   QTemporaryDir folder;
   TestTexts texts;
   ManualExecutor executor;
   FixedClock clock;
   FakeDefaultsStore defaults;
-  FakeHttpDownloader downloader;
+  FakeHttpDownloader noDownloads;
+  FakeMediaReaderFactory mediaReaders;
   DesktopNotices notices;
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   WorkerPool pool{1};

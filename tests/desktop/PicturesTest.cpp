@@ -5,7 +5,7 @@
 #include <QSet>
 
 #include "base/text/LocalizedText.h"
-#include "desktop/DesktopFixture.h"
+#include "desktop/Keyboard.h"
 
 namespace quillmere {
 namespace {
@@ -19,21 +19,11 @@ struct PictureCase {
 
 class Pictures : public testing::TestWithParam<PictureCase> {
  protected:
-  QString folder() const {
-    QString path = qEnvironmentVariable("QUILLMERE_PICTURES");
-    if (path.isEmpty())
-      path = qEnvironmentVariable("QUILLMERE_BUILD_DIR", QDir::tempPath()) + QStringLiteral("/test-output/pictures");
-    QDir().mkpath(path);
-    return path;
-  }
-
   QImage keep(QQuickWindow* window, const QString& name) {
-    const QImage image = window->grabWindow();
-    EXPECT_FALSE(image.isNull()) << qPrintable(name);
-    const QString file = QStringLiteral("%1/%2-%3-%4.png")
-                             .arg(folder(), name, QString::fromLatin1(GetParam().language),
-                                  GetParam().isDark ? QStringLiteral("dark") : QStringLiteral("light"));
-    EXPECT_TRUE(image.save(file)) << qPrintable(file);
+    const QImage image = DesktopFixture::keepPicture(
+        window, QStringLiteral("%1-%2-%3")
+                    .arg(name, QString::fromLatin1(GetParam().language),
+                         GetParam().isDark ? QStringLiteral("dark") : QStringLiteral("light")));
     QSet<QRgb> colors;
     for (int y = 0; y < image.height(); y += 2)
       for (int x = 0; x < image.width(); x += 2) colors.insert(image.pixel(x, y));
@@ -59,6 +49,12 @@ TEST_P(Pictures, OfTheMainWindow) {
   const QImage history = keep(window, QStringLiteral("history"));
   EXPECT_EQ(history.pixelColor(history.width() - 3, history.height() - 3), f.interface->qml().theme().ground());
 
+  for (QQuickItem* item : itemsOf(window))
+    if (item->property("expandedId").isValid())
+      item->setProperty("expandedId", f.interface->history().index(1).data(HistoryModel::idRole));
+  ASSERT_TRUE(f.settleUntil([&] { return f.interface->waveform().waveformSamples().size() > 1; }));
+  f.settle();
+  keep(window, QStringLiteral("history-recording"));
   f.interface->history().setSearchText(QStringLiteral("quarterly"));
   f.executor.advance(std::chrono::milliseconds(300));
   f.settle();

@@ -1,40 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <QAccessible>
-#include <QGuiApplication>
-#include <QKeyEvent>
-#include <QQuickItem>
 #include <QScreen>
 
 #include "app/desktop/IconPainter.h"
 #include "app/desktop/OverlayPlace.h"
-#include "desktop/DesktopFixture.h"
+#include "desktop/Keyboard.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::chrono_literals;
 
-void collect(QQuickItem* item, QList<QQuickItem*>& items) {
-  if (!item->isVisible()) return;
-  items << item;
-  for (QQuickItem* child : item->childItems()) collect(child, items);
-}
-
-QList<QQuickItem*> itemsOf(QQuickWindow* window) {
-  QList<QQuickItem*> items;
-  collect(window->contentItem(), items);
-  return items;
-}
-
 bool isControl(const QQuickItem* item) {
   return item->inherits("QQuickAbstractButton") || item->inherits("QQuickTextField") ||
          item->inherits("QQuickSwitch") || item->activeFocusOnTab();
-}
-
-QString accessibleName(QQuickItem* item) {
-  QAccessibleInterface* const interface = QAccessible::queryAccessibleInterface(item);
-  return interface ? interface->text(QAccessible::Name) : QString();
 }
 
 // Every control that is there has a name for a screen reader; gives how many there were.
@@ -48,13 +27,6 @@ int expectNames(QQuickWindow* window, const char* where) {
         << item->mapToScene({}).y();
   }
   return controls;
-}
-
-void press(QWindow* window, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
-  for (const auto type : {QEvent::ShortcutOverride, QEvent::KeyPress, QEvent::KeyRelease}) {
-    QKeyEvent event(type, key, modifiers, text);
-    QCoreApplication::sendEvent(window, &event);
-  }
 }
 
 TEST(Windows, EveryControlHasAName) {
@@ -131,15 +103,13 @@ TEST(Windows, LocalKeysAnswerTheQuestion) {
   f.settle();
   f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
   f.settle();
-  press(f.interface->mainWindow().window(), Qt::Key_Escape);
-  f.settle();
+  press(f, Qt::Key_Escape);
   EXPECT_FALSE(f.state.data().showCancelConfirmation);
   EXPECT_TRUE(f.interface->isWindowVisible()) << "the key was for the question";
   EXPECT_EQ(f.stops, 0);
   f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
   f.settle();
-  press(f.interface->mainWindow().window(), Qt::Key_Enter);
-  f.settle();
+  press(f, Qt::Key_Enter);
   EXPECT_EQ(f.stops, 1);
 }
 
@@ -173,57 +143,61 @@ TEST(Windows, MainWindowRemembersItsPlaceAndPage) {
 
 TEST(Windows, HistoryIsWorkedByKeyboard) {
   DesktopFixture f;
-  f.interface->showWindow(QStringLiteral("models"));
-  f.settle();
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  window->requestActivate();
-  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
-  press(window, Qt::Key_F, Qt::ControlModifier);
-  f.settle();
+  QQuickWindow* const window = activeWindow(f, QStringLiteral("models"));
+  ASSERT_NE(window, nullptr);
+  press(f, Qt::Key_F, Qt::ControlModifier);
   EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("history"));
-  for (const QChar c : QStringLiteral("figures"))
-    press(window, Qt::Key_A + (c.unicode() - u'a'), Qt::NoModifier, QString(c));
+  type(f, QStringLiteral("figures"));
   f.executor.advance(300ms);
   f.settle();
   EXPECT_EQ(f.interface->history().searchText(), QStringLiteral("figures"));
   EXPECT_EQ(f.interface->history().totalCount(), 1);
-  press(window, Qt::Key_Down);
-  f.settle();
-  press(window, Qt::Key_C, Qt::ControlModifier);
-  f.settle();
+  press(f, Qt::Key_Down);
+  press(f, Qt::Key_C, Qt::ControlModifier);
   ASSERT_EQ(f.copied.size(), 1);
   EXPECT_TRUE(f.copied[0].startsWith(QStringLiteral("The quarterly figures")));
   // Delete asks first, and the answer at hand is no.
-  press(window, Qt::Key_Delete);
-  f.settle();
+  press(f, Qt::Key_Delete);
   ASSERT_NE(window->activeFocusItem(), nullptr);
   EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Cancel"));
-  press(window, Qt::Key_Return);
+  press(f, Qt::Key_Return);
   f.executor.advance(300ms);
   f.settle();
   EXPECT_EQ(f.store->countTranscripts(), 5);
   // Escape: first the search, then the window.
-  press(window, Qt::Key_Escape);
+  press(f, Qt::Key_Escape);
   f.executor.advance(300ms);
   f.settle();
   EXPECT_EQ(f.interface->history().searchText(), QString());
   EXPECT_EQ(f.interface->history().totalCount(), 5);
   EXPECT_TRUE(f.interface->isWindowVisible());
-  press(window, Qt::Key_Escape);
-  f.settle();
+  press(f, Qt::Key_Escape);
   EXPECT_FALSE(f.interface->isWindowVisible());
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
-// Goes on with Tab until the control of that name has the keyboard.
-bool tabTo(DesktopFixture& f, const QString& name) {
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  for (int i = 0; i < 60; ++i) {
-    if (window->activeFocusItem() && accessibleName(window->activeFocusItem()) == name) return true;
-    press(window, Qt::Key_Tab);
-    f.settle();
-  }
-  return false;
+// A recording that is opened shows how loud it is.
+TEST(Windows, HistoryDrawsARecording) {
+  DesktopFixture f;
+  QQuickWindow* const window = activeWindow(f);
+  ASSERT_NE(window, nullptr);
+  const auto bars = [&] {
+    for (QQuickItem* item : itemsOf(window))
+      if (accessibleName(item) == QStringLiteral("How loud the recording is")) return item;
+    return static_cast<QQuickItem*>(nullptr);
+  };
+  press(f, Qt::Key_F, Qt::ControlModifier);
+  press(f, Qt::Key_Down);
+  press(f, Qt::Key_Return);
+  EXPECT_EQ(bars(), nullptr) << "the first has no recording";
+  press(f, Qt::Key_Down);
+  press(f, Qt::Key_Return);
+  ASSERT_TRUE(f.settleUntil([&] { return bars() != nullptr; }));
+  EXPECT_EQ(bars()->childItems().size(), WaveformVisualizer::barCount + 1) << "the bars, and what repeats them";
+  EXPECT_GT(bars()->width(), 300);
+  press(f, Qt::Key_Return);
+  EXPECT_EQ(bars(), nullptr);
+  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
 TEST(Windows, FirstRunIsWorkedByKeyboard) {
@@ -238,133 +212,105 @@ TEST(Windows, FirstRunIsWorkedByKeyboard) {
   EXPECT_TRUE(f.interface->microphone().hasHeard());
   ASSERT_NE(window->activeFocusItem(), nullptr);
   EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Continue")) << "at hand from the start";
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->firstRun()->step(), 1);
   EXPECT_TRUE(f.recorders.running.empty());
   ASSERT_TRUE(tabTo(f, QStringLiteral("Continue")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   // Pages behind the first run can't be reached.
-  press(window, Qt::Key_Comma, Qt::ControlModifier);
-  press(window, Qt::Key_F, Qt::ControlModifier);
-  f.settle();
+  press(f, Qt::Key_Comma, Qt::ControlModifier);
+  press(f, Qt::Key_F, Qt::ControlModifier);
   EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("history"));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Choose keys: Start and stop dictating")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   f.shortcuts.enterCombination(KeyCombination::parse(QStringLiteral("Ctrl+Alt+D")));
   f.settle();
   EXPECT_EQ(f.interface->shortcuts()->toggleKeys(), QStringLiteral("Ctrl+Alt+D"));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Continue")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   ASSERT_TRUE(tabTo(f, QStringLiteral("Field to dictate into")));
-  press(window, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
+  press(f, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Dictate")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.trials, 1);
   EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Field to dictate into"))
       << "where the text goes";
   EXPECT_TRUE(f.interface->isTryingDictation());
   // Escape puts the window away; the first run is still to be finished.
-  press(window, Qt::Key_Escape);
-  f.settle();
+  press(f, Qt::Key_Escape);
   EXPECT_FALSE(f.interface->isWindowVisible());
   EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
   f.interface->showWindow();
   window->requestActivate();
   ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Finish")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_TRUE(f.state.data().hasCompletedOnboarding);
-  press(window, Qt::Key_Comma, Qt::ControlModifier);
-  f.settle();
+  press(f, Qt::Key_Comma, Qt::ControlModifier);
   EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("settings"));
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
 TEST(Windows, SettingsAreWorkedByKeyboard) {
   DesktopFixture f;
-  f.interface->showWindow(QStringLiteral("settings"));
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  window->requestActivate();
-  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
+  QQuickWindow* const window = activeWindow(f, QStringLiteral("settings"));
+  ASSERT_NE(window, nullptr);
   ASSERT_TRUE(tabTo(f, QStringLiteral("Cut silence before it becomes text")));
-  press(window, Qt::Key_Space);
-  f.settle();
+  press(f, Qt::Key_Space);
   EXPECT_FALSE(f.settings.general().enableVAD());
   f.settings.general().setEnableVAD(true);
   f.settle();
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_FALSE(f.settings.general().enableVAD()) << "the switch had followed the change from outside";
   ASSERT_TRUE(tabTo(f, QStringLiteral("Other sound while dictating")));
-  press(window, Qt::Key_Down);
-  f.settle();
+  press(f, Qt::Key_Down);
   EXPECT_EQ(f.settings.audio().mediaControlMode(), MediaControlMode::muteAudio);
   ASSERT_TRUE(tabTo(f, QStringLiteral("Microphone")));
-  press(window, Qt::Key_Down);
-  f.settle();
+  press(f, Qt::Key_Down);
   EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), QStringLiteral("usb"));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Seconds until then")));
   // What has the keyboard is in sight.
   const QRectF place = window->activeFocusItem()->mapRectToScene(window->activeFocusItem()->boundingRect());
   EXPECT_TRUE(QRectF(0, 0, window->width(), window->height()).contains(place));
-  press(window, Qt::Key_A, Qt::ControlModifier);
-  press(window, Qt::Key_3, Qt::NoModifier, QStringLiteral("3"));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_A, Qt::ControlModifier);
+  press(f, Qt::Key_3, Qt::NoModifier, QStringLiteral("3"));
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.settings.clipboardRestoreDelaySeconds(), 3);
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
 TEST(Windows, ModesAndWordsAreWorkedByKeyboard) {
   DesktopFixture f;
-  f.interface->showWindow(QStringLiteral("modes"));
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  window->requestActivate();
-  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
-  const auto type = [&](const QString& text) {
-    for (const QChar c : text) press(window, Qt::Key_unknown, Qt::NoModifier, QString(c));
-  };
+  QQuickWindow* const window = activeWindow(f, QStringLiteral("modes"));
+  ASSERT_NE(window, nullptr);
   ASSERT_TRUE(tabTo(f, QStringLiteral("New mode")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Name"));
   EXPECT_GE(expectNames(window, "mode editor"), 6);
-  type(QStringLiteral("Default"));
-  press(window, Qt::Key_Return);
-  f.settle();
+  type(f, QStringLiteral("Default"));
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->modes().count(), 2) << "the name is taken";
-  press(window, Qt::Key_A, Qt::ControlModifier);
-  type(QStringLiteral("Letters"));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_A, Qt::ControlModifier);
+  type(f, QStringLiteral("Letters"));
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->modes().count(), 3);
   // Delete asks first, and the answer at hand is no.
   ASSERT_TRUE(tabTo(f, QStringLiteral("Delete the mode Letters")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Cancel"));
-  press(window, Qt::Key_Escape);
-  f.settle();
+  press(f, Qt::Key_Escape);
   EXPECT_TRUE(f.interface->isWindowVisible());
   EXPECT_EQ(f.interface->modes().count(), 3);
 
   f.interface->mainWindow().setPage(QStringLiteral("vocabulary"));
   f.settle();
   ASSERT_TRUE(tabTo(f, QStringLiteral("Word")));
-  type(QStringLiteral("Zug"));
-  press(window, Qt::Key_Return);
-  f.settle();
+  type(f, QStringLiteral("Zug"));
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->vocabulary().count(), 1);
   EXPECT_GE(expectNames(window, "vocabulary"), 5);
   ASSERT_TRUE(tabTo(f, QStringLiteral("Remove Zug")));
-  press(window, Qt::Key_Return);
-  f.settle();
+  press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->vocabulary().count(), 0);
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }

@@ -1,26 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-
-#include "core/AppState.h"
+#include "audio/AudioConverter.h"
 #include "core/ShortcutStore.h"
 #include "interface/FirstRunViewModel.h"
+#include "interface/InterfaceFixture.h"
 #include "interface/MicrophoneViewModel.h"
 #include "interface/SettingsViewModel.h"
 #include "interface/ShortcutsViewModel.h"
-#include "models/WhisperModelManager.h"
+#include "interface/SpeechSpeed.h"
 #include "recording/AudioDeviceManager.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
 #include "support/FakeAudioDevices.h"
 #include "support/FakeAudioRecorder.h"
-#include "support/FakeDefaultsStore.h"
+#include "support/FakeAudioResampler.h"
 #include "support/FakeGlobalShortcuts.h"
-#include "support/FakeHttpDownloader.h"
-#include "support/FakeUserNotices.h"
-#include "support/ManualExecutor.h"
-#include "support/TestTexts.h"
+#include "support/FakeMediaReader.h"
+#include "support/FakeSpeechEngine.h"
 
 namespace quillmere {
 namespace {
@@ -29,59 +23,39 @@ using namespace std::chrono_literals;
 
 const QString toggleName = QStringLiteral("toggleRecordingWithTranscription");
 
-struct Fixture {
-  TestTexts texts;
-  ManualExecutor executor;
-  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
-  QTemporaryDir folder;
-  FakeDefaultsStore defaults;
-  FakeUserNotices notices;
-  SettingsManager settings{defaults, StandardFolders{}, Logging()};
-  std::unique_ptr<PersistenceController> store =
-      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging())).value();
-  AppState state{executor, defaults, &settings, nullptr, Logging()};
+struct Fixture : InterfaceFixture {
   FakeAudioDevices audio;
   FakeAudioRecorderFactory recorders;
   AudioDeviceManager devices{audio, executor, nullptr, Logging()};
   FakeGlobalShortcuts shortcuts;
   ShortcutStore shortcutStore{defaults, shortcuts, nullptr, Logging()};
-  FakeHttpDownloader downloader;
-  WorkerPool pool{1};
-  WhisperModelManager models{configuration(), downloader, executor, pool, Logging()};
   int cancels = 0;
   QStringList chosen;
 
   Fixture() {
     state.setPersistenceController(store.get());
-    ModeData cloud;
-    cloud.name = QStringLiteral("Default");
-    cloud.model = QStringLiteral("cloud");
-    state.selectMode(*store->createMode(cloud), false);
+    state.selectMode(*makeMode("Default", "cloud"), false);
     audio.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"), QStringLiteral("USB microphone"))};
     audio.defaultUid = QStringLiteral("usb");
     devices.scanDevices(DeviceScanReason::initialBootstrap);
     shortcutStore.start();
   }
-  WhisperModelManagerConfiguration configuration() {
-    WhisperModelManagerConfiguration configuration;
-    configuration.modelsDirectory = folder.path();
-    return configuration;
-  }
-  void install(const QString& name) {
-    QFile file(folder.filePath(QStringLiteral("ggml-%1.bin").arg(name)));
-    if (file.open(QIODevice::WriteOnly)) file.resize(1000);
-    file.close();
-    models.scanForModels();
-  }
   MicrophoneViewModel microphone{{settings, &devices, &recorders, &executor}, Logging()};
   ShortcutsViewModel keys{{settings, shortcutStore, shortcuts, executor, defaults, {}, {}}};
+  FakeSpeechEngine engine;
+  FakeMediaReaderFactory readers;
+  FakeAudioResamplerFactory resamplers;
+  WorkerPool speechPool{1};
+  AudioConverter converter{readers, resamplers, speechPool, Logging()};
+  SpeechSpeed speed{{engine, converter, speechPool, executor, QStringLiteral("/speech.mp3")}};
   std::unique_ptr<FirstRunViewModel> firstRun;
   FirstRunViewModel& show() {
     FirstRunIntents intents;
     intents.cancelDictation = [this] { ++cancels; };
     intents.modelChosen = [this](const ModePtr& mode) { chosen << *mode->model; };
     firstRun = std::make_unique<FirstRunViewModel>(
-        FirstRunViewModel::Services{state, defaults, *store, models, microphone, keys, executor}, std::move(intents));
+        FirstRunViewModel::Services{state, defaults, *store, models, microphone, keys, executor, &speed},
+        std::move(intents));
     state.update([](AppStateData& data) { data.showOnboarding = true; });
     firstRun->setActive(true);
     return *firstRun;
@@ -230,6 +204,64 @@ TEST(FirstRun, AChosenModelIsUsedWhenItHasArrived) {
   f.state.update([](AppStateData& data) { data.lastTranscription = QStringLiteral("Hello there."); });
   EXPECT_TRUE(firstRun.isStepDone());
   EXPECT_EQ(firstRun.heardText(), QStringLiteral("Hello there."));
+}
+
+TEST(FirstRun, SaysHowFastThisMachineIs) {
+  Fixture f;
+  FakeMediaFile speech;
+  speech.frames = speech.nominalFrames.emplace(11 * 48000);
+  f.readers.files[QStringLiteral("/speech.mp3")] = speech;
+  // The run that is held has no end to wait for.
+  const auto until = [&](const std::function<bool()>& condition) {
+    while (!condition()) {
+      f.executor.runReady();
+      std::this_thread::yield();
+    }
+  };
+  f.engine.brokenFiles = {QStringLiteral("ggml-tiny.bin")};
+  for (const char* model : {"tiny", "base", "small"}) f.install(QString::fromLatin1(model));
+  FirstRunViewModel& firstRun = f.show();
+  f.executor.advance(1s);
+  EXPECT_EQ(f.engine.loads(), QStringList()) << "not before its step";
+  firstRun.chooseModel(QStringLiteral("base"));
+  f.engine.holdRuns(true);
+  f.goTo(FirstRunViewModel::modelStep);
+  until([&] { return f.engine.runs().size() == 1; });
+  EXPECT_TRUE(firstRun.speedText().startsWith(QStringLiteral("Measuring")));
+  // A dictation has the machine to itself, and what was broken off is measured anew.
+  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  EXPECT_EQ(firstRun.speedText(), QString());
+  until([&] { return f.engine.interruptedRuns() == 1; });
+  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Idle{}; });
+  until([&] { return f.engine.runs().size() == 2; });
+  f.executor.advance(2s);
+  f.engine.holdRuns(false);
+  until([&] { return !firstRun.speedText().startsWith(QStringLiteral("Measuring")); });
+  EXPECT_EQ(firstRun.speedText(),
+            QStringLiteral("This computer writes one minute of speech in about 4\u00A0s with Base "
+                           "(Multilingual). Measured just now."));
+  // Once a model, and nothing is said of one that can't be loaded.
+  firstRun.chooseModel(QStringLiteral("tiny"));
+  until([&] { return f.engine.loads().size() == 3 && firstRun.speedText().isEmpty(); });
+  firstRun.chooseModel(QStringLiteral("base"));
+  EXPECT_TRUE(firstRun.speedText().contains(QStringLiteral("4\u00A0s")));
+  EXPECT_EQ(f.engine.runs().size(), 2U);
+  f.firstRun.reset();
+}
+
+TEST(FirstRun, ADownloadThatFailsIsNotWaitedFor) {
+  Fixture f;
+  f.downloader.answer = [](const HttpDownloadRequest&) { return FakeHttpAnswer{.statusCode = 404}; };
+  FirstRunViewModel& firstRun = f.show();
+  f.goTo(FirstRunViewModel::modelStep);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    firstRun.chooseModel(QStringLiteral("base"));
+    EXPECT_EQ(firstRun.chosenModel(), QStringLiteral("base"));
+    f.executor.runUntil([&] { return !firstRun.modelProblem().isEmpty() && f.models.downloadingModels().isEmpty(); });
+    EXPECT_EQ(firstRun.chosenModel(), QString());
+    EXPECT_FALSE(firstRun.tryProblem().contains(QStringLiteral("downloaded"))) << qPrintable(firstRun.tryProblem());
+  }
+  EXPECT_EQ(f.downloader.requests.size(), 2U);
 }
 
 TEST(FirstRun, AShortcutPressedHereIsOnlyATrial) {

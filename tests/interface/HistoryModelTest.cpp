@@ -2,19 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-
-#include "core/AppState.h"
+#include "interface/InterfaceFixture.h"
 #include "providers/Transcriber.h"
 #include "providers/TranscriptionRetryController.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
-#include "support/FakeDefaultsStore.h"
-#include "support/FakeUserNotices.h"
-#include "support/ManualExecutor.h"
-#include "support/RecordingLogSink.h"
-#include "support/TestTexts.h"
 
 namespace quillmere {
 namespace {
@@ -39,19 +29,9 @@ class ScriptedTranscriber final : public Transcriber {
   void cancelTranscription() override {}
 };
 
-struct Fixture {
-  TestTexts texts;
-  ManualExecutor executor;
-  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
-  FakeDefaultsStore defaults;
-  FakeUserNotices notices;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
-  std::unique_ptr<PersistenceController> store =
-      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
-  AppState state{executor, defaults, nullptr, nullptr, Logging(log)};
+struct Fixture : InterfaceFixture {
   ScriptedTranscriber transcriber;
   TranscriptionRetryController retry{*store, nullptr, nullptr, clock, Logging(log)};
-  QTemporaryDir folder;
   QStringList copied, played;
   bool hasFiles = true;
   std::unique_ptr<HistoryModel> model;
@@ -186,9 +166,11 @@ TEST(HistoryModel, SaysWhyARecordingFailedAndThatItIsKept) {
   EXPECT_TRUE(f.at(0, HistoryModel::retryRole).toBool());
   EXPECT_EQ(f.at(0, HistoryModel::reasonRole).toString(), QStringLiteral("no luck. The recording is safe."));
   EXPECT_EQ(f.at(0, HistoryModel::textRole).toString(), QString());
+  EXPECT_TRUE(f.model->audioFile(f.id(0)).endsWith(QStringLiteral("kept.wav")));
   f.hasFiles = false;
   EXPECT_FALSE(f.at(0, HistoryModel::retryRole).toBool());
   EXPECT_EQ(f.at(0, HistoryModel::reasonRole).toString(), QStringLiteral("no luck."));
+  EXPECT_EQ(f.model->audioFile(f.id(0)), QString());
   f.model->retry(f.id(0));
   f.model->play(f.id(0));
   EXPECT_EQ(f.notices.toasts.size(), 2U);

@@ -2,46 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
+#include <algorithm>
 
-#include "core/AppState.h"
+#include "interface/InterfaceFixture.h"
 #include "interface/VocabularyModel.h"
-#include "models/WhisperModelManager.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
-#include "support/FakeDefaultsStore.h"
-#include "support/FakeHttpDownloader.h"
-#include "support/ManualExecutor.h"
-#include "support/TestTexts.h"
 
 namespace quillmere {
 namespace {
 
-struct Fixture {
-  TestTexts texts;
-  ManualExecutor executor;
-  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
-  QTemporaryDir folder;
-  FakeDefaultsStore defaults;
-  SettingsManager settings{defaults, StandardFolders{}, Logging()};
-  std::unique_ptr<PersistenceController> store =
-      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging())).value();
-  AppState state{executor, defaults, &settings, nullptr, Logging()};
-  FakeHttpDownloader downloader;
-  WorkerPool pool{1};
-  WhisperModelManager models{configuration(), downloader, executor, pool, Logging()};
-
-  WhisperModelManagerConfiguration configuration() {
-    for (const char* name : {"base", "tiny.en"}) {
-      QFile file(folder.filePath(QStringLiteral("ggml-%1.bin").arg(QLatin1String(name))));
-      if (file.open(QIODevice::WriteOnly)) file.resize(1000);
-    }
-    WhisperModelManagerConfiguration configuration;
-    configuration.modelsDirectory = folder.path();
-    return configuration;
+struct Fixture : InterfaceFixture {
+  explicit Fixture(const QString& language = QStringLiteral("en")) : InterfaceFixture(language) {
+    for (const char* name : {"base", "tiny.en"}) install(QString::fromLatin1(name));
   }
-  Fixture() { models.scanForModels(); }
 };
 
 QVariantMap values(const char* name, const char* model = "base", const char* language = "auto") {
@@ -106,6 +78,19 @@ TEST(ModesViewModel, OffersWhatIsHereAndWhatIsSet) {
   EXPECT_EQ(modes.languageChoices()[0].toMap()[QStringLiteral("value")], QStringLiteral("auto"));
   for (const QVariant& preset : modes.presetChoices())
     EXPECT_FALSE(preset.toMap()[QStringLiteral("text")].toString().startsWith(QStringLiteral("modes.")));
+}
+
+TEST(ModesViewModel, NamesLanguagesInTheUsersLanguage) {
+  Fixture f(QStringLiteral("de"));
+  ModesViewModel modes({*f.store, f.settings, f.state, f.models}, Logging());
+  QStringList names;
+  for (const QVariant& language : modes.languageChoices()) names << language.toMap()[QStringLiteral("text")].toString();
+  for (const char* name : {"Deutsch", "Französisch", "Englisch (USA)"})
+    EXPECT_TRUE(names.contains(QString::fromUtf8(name))) << name;
+  EXPECT_FALSE(names.contains(QStringLiteral("German")));
+  // Sorted as it is read: Ä, Ö and Ü among A, O and U, and the automatic choice in front.
+  EXPECT_EQ(names.indexOf(QStringLiteral("Färöisch")), names.indexOf(QStringLiteral("Finnisch")) - 1);
+  EXPECT_EQ(names[0], QStringLiteral("Jede Sprache"));
 }
 
 TEST(VocabularyModel, AddsChangesAndRemoves) {

@@ -1,42 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-
-#include "core/AppState.h"
 #include "interface/AppStateViewModel.h"
 #include "interface/DownloadEstimate.h"
+#include "interface/InterfaceFixture.h"
 #include "interface/ModelsViewModel.h"
-#include "models/WhisperModelManager.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
-#include "support/FakeDefaultsStore.h"
-#include "support/FakeHttpDownloader.h"
-#include "support/FakeUserNotices.h"
-#include "support/ManualExecutor.h"
-#include "support/TestTexts.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::chrono_literals;
 
-struct Fixture {
-  TestTexts texts;
-  ManualExecutor executor;
-  FixedClock clock{QDateTime(QDate(2026, 3, 12), QTime(12, 0), QTimeZone::utc())};
-  FakeDefaultsStore defaults;
-  FakeUserNotices notices;
-  std::unique_ptr<PersistenceController> store =
-      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging())).value();
-  AppState state{executor, defaults, nullptr, nullptr, Logging()};
-  ModePtr mode(const char* name) {
-    ModeData data;
-    data.name = QString::fromLatin1(name);
-    data.model = QStringLiteral("base");
-    return store->createMode(data);
-  }
-};
+using Fixture = InterfaceFixture;
 
 TEST(AppStateViewModel, SaysInWordsWhatTheTrayShows) {
   Fixture f;
@@ -62,11 +36,11 @@ TEST(AppStateViewModel, SaysInWordsWhatTheTrayShows) {
 
 TEST(AppStateViewModel, ListsAndSelectsModes) {
   Fixture f;
-  const ModePtr first = f.mode("One");
+  const ModePtr first = f.makeMode("One");
   AppStateViewModel app(f.state, f.store.get(), {});
   int changes = 0;
   QObject::connect(&app, &AppStateViewModel::modesChanged, &app, [&] { ++changes; });
-  const ModePtr second = f.mode("Two");
+  const ModePtr second = f.makeMode("Two");
   f.store->save();
   EXPECT_GE(changes, 1);
   app.selectMode(second->id->toString(QUuid::WithoutBraces));
@@ -104,76 +78,61 @@ TEST(DownloadEstimate, FollowsTheSpeedOfTheLastSeconds) {
 }
 
 struct ModelsFixture : Fixture {
-  QTemporaryDir folder;
-  FakeHttpDownloader downloader;
-  WorkerPool pool{1};
-  std::unique_ptr<WhisperModelManager> manager;
   std::vector<ModePtr> chosen;
-  std::unique_ptr<ModelsViewModel> models;
-  ModePtr selected = mode("One");
+  ModePtr selected = makeMode("One");
+  std::unique_ptr<ModelsViewModel> list;
 
   explicit ModelsFixture(const QByteArray& content = {}) {
     state.selectMode(*selected, false);
-    WhisperModelManagerConfiguration configuration;
-    configuration.modelsDirectory = folder.path();
-    configuration.checksums.clear();
     downloader.answer = [content](const HttpDownloadRequest& request) {
       if (content.isEmpty()) return FakeHttpAnswer{.statusCode = 404};
       FakeHttpAnswer answer = FakeHttpDownloader::serve(request, content, "\"e\"");
       answer.pieceDelay = 100ms;
       return answer;
     };
-    manager = std::make_unique<WhisperModelManager>(configuration, downloader, executor, pool, Logging());
-    models = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{
-        *manager, executor, &state, store.get(), &notices, [this](ModePtr m) { chosen.push_back(std::move(m)); }});
-  }
-  void place(const char* file) {
-    QFile model(folder.filePath(QString::fromLatin1(file)));
-    ASSERT_TRUE(model.open(QIODevice::WriteOnly));
-    model.resize(1'000'000);
-    model.close();
-    manager->scanForModels();
+    list = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{
+        models, executor, &state, store.get(), &notices, [this](ModePtr m) { chosen.push_back(std::move(m)); }});
   }
   QVariant of(const char* name, int role) const {
-    for (int i = 0; i < models->rowCount(); ++i)
-      if (models->data(models->index(i), ModelsViewModel::nameRole) == QString::fromLatin1(name))
-        return models->data(models->index(i), role);
+    for (int i = 0; i < list->rowCount(); ++i)
+      if (list->data(list->index(i), ModelsViewModel::nameRole) == QString::fromLatin1(name))
+        return list->data(list->index(i), role);
     return {};
   }
 };
 
 TEST(ModelsViewModel, ShowsTheCatalogueAndWhatIsHere) {
   ModelsFixture f;
-  EXPECT_EQ(f.models->rowCount(), 11);
-  EXPECT_FALSE(f.models->hasModel());
+  EXPECT_EQ(f.list->rowCount(), 11);
+  EXPECT_FALSE(f.list->hasModel());
   EXPECT_FALSE(f.of("base", ModelsViewModel::downloadedRole).toBool());
   EXPECT_TRUE(f.of("base", ModelsViewModel::activeRole).toBool());
   int changes = 0;
-  QObject::connect(f.models.get(), &QAbstractItemModel::dataChanged, f.models.get(), [&] { ++changes; });
-  f.place("ggml-small.bin");
+  QObject::connect(f.list.get(), &QAbstractItemModel::dataChanged, f.list.get(), [&] { ++changes; });
+  f.install(QStringLiteral("small"));
   EXPECT_GE(changes, 1);
-  EXPECT_TRUE(f.models->hasModel());
-  f.models->use(QStringLiteral("tiny"));
+  EXPECT_TRUE(f.list->hasModel());
+  f.list->use(QStringLiteral("tiny"));
   EXPECT_TRUE(f.of("base", ModelsViewModel::activeRole).toBool()) << "not here";
-  f.models->use(QStringLiteral("small"));
+  f.list->use(QStringLiteral("small"));
   EXPECT_TRUE(f.of("small", ModelsViewModel::activeRole).toBool());
   EXPECT_EQ(f.chosen, std::vector<ModePtr>{f.selected});
   EXPECT_EQ(f.store->fetchMode(f.state.data().selectedModeId)->model, QStringLiteral("small"));
-  f.models->remove(QStringLiteral("small"));
+  f.list->remove(QStringLiteral("small"));
   f.executor.runUntilIdle();
   EXPECT_FALSE(f.of("small", ModelsViewModel::downloadedRole).toBool());
 }
 
 TEST(ModelsViewModel, DownloadsWithProgressAndTimeLeft) {
   ModelsFixture f(QByteArray(4'000'000, 'x'));
-  f.models->download(QStringLiteral("tiny"));
-  f.models->download(QStringLiteral("tiny"));
+  f.list->download(QStringLiteral("tiny"));
+  f.list->download(QStringLiteral("tiny"));
   f.executor.runUntil([&] { return f.of("tiny", ModelsViewModel::downloadingRole).toBool(); });
   EXPECT_EQ(f.of("tiny", ModelsViewModel::progressTextRole).toString(), QStringLiteral("Connecting…"));
   f.executor.runUntil(
       [&] { return f.of("tiny", ModelsViewModel::progressTextRole).toString().contains(QStringLiteral("left")); });
   EXPECT_GT(f.of("tiny", ModelsViewModel::progressRole).toDouble(), 0);
-  f.models->cancel(QStringLiteral("tiny"));
+  f.list->cancel(QStringLiteral("tiny"));
   f.executor.runUntil([&] { return !f.of("tiny", ModelsViewModel::downloadingRole).toBool(); });
   EXPECT_TRUE(f.of("tiny", ModelsViewModel::partialRole).toBool());
   EXPECT_EQ(f.downloader.requests.size(), 1U);
@@ -181,7 +140,7 @@ TEST(ModelsViewModel, DownloadsWithProgressAndTimeLeft) {
 
 TEST(ModelsViewModel, SaysWhyADownloadFailed) {
   ModelsFixture f;
-  f.models->download(QStringLiteral("tiny"));
+  f.list->download(QStringLiteral("tiny"));
   f.executor.runUntil([&] { return !f.notices.toasts.empty(); });
   EXPECT_FALSE(f.notices.toasts[0].first.isEmpty());
   EXPECT_FALSE(f.of("tiny", ModelsViewModel::downloadingRole).toBool());

@@ -2,6 +2,7 @@
 
 #include "interface/WaveformCache.h"
 #include "interface/WaveformSamples.h"
+#include "interface/WaveformVisualizer.h"
 #include "support/FakeMediaReader.h"
 #include "support/RecordingLogSink.h"
 #include "support/RunTask.h"
@@ -62,6 +63,23 @@ TEST(Waveform, ReadsFilesThatComeInBlocks) {
   const auto bars = waveformSamples(readers, QStringLiteral("/a.wav"), 100, Logger());
   ASSERT_EQ(bars.size(), 100U);
   for (size_t i = 0; i < 100; ++i) EXPECT_NEAR(bars[i], i < 50 ? 0.0F : 0.6F, 0.001F) << i;
+  // A long one is only looked into.
+  file.canSeek = true;
+  file.frames = file.duration = 40'000'000;
+  file.nominalFrames = 40'000'000;
+  qint64 made = 0;
+  file.sample = [&made](qint64 frame) {
+    ++made;
+    return frame >= 20'000'000 ? 0.2F : 0.0F;
+  };
+  readers.files[QStringLiteral("/long.wav")] = file;
+  const auto few = waveformSamples(readers, QStringLiteral("/long.wav"), 4, Logger());
+  ASSERT_EQ(few.size(), 4U);
+  for (size_t i = 0; i < 4; ++i) EXPECT_NEAR(few[i], i < 2 ? 0.0F : 0.6F, 0.001F) << i;
+  EXPECT_LE(made, 4 * 256 * 2) << "of two channels";
+  file.canSeek = false;
+  file.frames = file.duration = 40'000;
+  file.nominalFrames = 40'000;
 
   file.readErrorAt = 10'000;
   readers.files[QStringLiteral("/broken.wav")] = file;
@@ -92,6 +110,31 @@ TEST(Waveform, KeepsTheLastHundred) {
   EXPECT_FALSE(cache.contains(QStringLiteral("/missing"), 10));
   EXPECT_EQ(log->publicLines(),
             QStringList{QStringLiteral("Error loading audio file for waveform: No such file or directory")});
+}
+
+TEST(Waveform, ShowsTheFileThatWasAskedForLast) {
+  ManualExecutor executor;
+  WorkerPool pool(1);
+  FakeMediaReaderFactory readers;
+  FakeMediaFile file;
+  file.frames = 1000;
+  file.nominalFrames = 1000;
+  readers.files[QStringLiteral("/a.wav")] = file;
+  file.sample = [](qint64) { return 0.1F; };
+  readers.files[QStringLiteral("/b.wav")] = file;
+  WaveformCache cache(readers, pool, Logging());
+  WaveformVisualizer visualizer(&cache, executor);
+  visualizer.setAudioFilePath(QStringLiteral("/a.wav"));
+  executor.runReady();
+  visualizer.setAudioFilePath(QStringLiteral("/b.wav"));
+  executor.runUntil([&] { return !visualizer.waveformSamples().isEmpty(); });
+  EXPECT_EQ(visualizer.waveformSamples().size(), WaveformVisualizer::barCount);
+  EXPECT_NEAR(visualizer.waveformSamples()[0].toDouble(), 0.3, 0.001);
+  visualizer.setAudioFilePath(QStringLiteral("/missing.wav"));
+  EXPECT_TRUE(visualizer.waveformSamples().isEmpty()) << "not the last one's";
+  visualizer.setAudioFilePath({});
+  executor.runUntilIdle();
+  EXPECT_TRUE(visualizer.waveformSamples().isEmpty());
 }
 
 }  // namespace

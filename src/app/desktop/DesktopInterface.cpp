@@ -13,9 +13,9 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
   overlayBridge_ = std::make_unique<OverlayBridge>();
   qml_ = std::make_unique<DesktopQml>(options.usesPortal, services_.logging);
   overlayWindow_ =
-      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("OverlayWindow"), overlayPlace, intents_.isComposited);
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("OverlayWindow"), overlayPlace, intents_.screen);
   errorToastWindow_ =
-      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.isComposited);
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.screen);
   // Above an error that is still being read.
   const auto modeToastPlace = [this](const QRect& available, const QSize& size) {
     const QPoint place = toastPlace(available, size);
@@ -23,7 +23,7 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
     return place - QPoint(0, errorToastWindow_->window()->height() + toastGap);
   };
   modeToastWindow_ =
-      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), modeToastPlace, intents_.isComposited);
+      std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), modeToastPlace, intents_.screen);
   errorToast_ = std::make_unique<ToastWindow>(*errorToastWindow_);
   modeToast_ = std::make_unique<ToastWindow>(*modeToastWindow_);
   errorToasts_ = std::make_unique<InlineErrorToastManager>(*errorToast_, services_.executor);
@@ -35,11 +35,15 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
       HistoryModel::Services{services_.persistence, services_.appState, services_.executor, services_.clock,
                              services_.retry, errorToasts_.get()},
       intents_.history, services_.locale, services_.timeZone, services_.logging);
+  if (services_.mediaReaders && services_.workers)
+    waveformCache_ = std::make_unique<WaveformCache>(*services_.mediaReaders, *services_.workers, services_.logging);
+  waveform_ = std::make_unique<WaveformVisualizer>(waveformCache_.get(), services_.executor);
   models_ = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{services_.models, services_.executor,
                                                                         &services_.appState, &services_.persistence,
                                                                         errorToasts_.get(), intents_.modelChosen});
   qml_->provide(QStringLiteral("App"), app_.get());
   qml_->provide(QStringLiteral("History"), history_.get());
+  qml_->provide(QStringLiteral("Waveform"), waveform_.get());
   qml_->provide(QStringLiteral("Models"), models_.get());
   qml_->provide(QStringLiteral("Overlay"), overlayBridge_.get());
   modes_ = std::make_unique<ModesViewModel>(
@@ -54,9 +58,12 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
     shortcuts_ = std::make_unique<ShortcutsViewModel>(ShortcutsViewModel::Services{
         services_.settings, *services_.shortcutStore, *services_.shortcuts, services_.executor, services_.defaults,
         services_.canSeeKey, services_.isTrustedForAccessibility});
+    if (services_.engine && services_.converter && services_.workers && !services_.speechSample.isEmpty())
+      speechSpeed_ = std::make_unique<SpeechSpeed>(SpeechSpeed::Services{
+          *services_.engine, *services_.converter, *services_.workers, services_.executor, services_.speechSample});
     firstRun_ = std::make_unique<FirstRunViewModel>(
         FirstRunViewModel::Services{services_.appState, services_.defaults, services_.persistence, services_.models,
-                                    *microphone_, *shortcuts_, services_.executor},
+                                    *microphone_, *shortcuts_, services_.executor, speechSpeed_.get()},
         intents_.firstRun);
   }
   qml_->provide(QStringLiteral("Modes"), modes_.get());

@@ -23,15 +23,21 @@
 #include "interface/RecordingWindowManager.h"
 #include "interface/SettingsViewModel.h"
 #include "interface/ShortcutsViewModel.h"
+#include "interface/SpeechSpeed.h"
 #include "interface/VocabularyModel.h"
+#include "interface/WaveformCache.h"
+#include "interface/WaveformVisualizer.h"
 
 namespace quillmere {
 
 class AudioDeviceManager;
 class AudioRecorderFactory;
 class GlobalShortcuts;
+class AudioConverter;
 class KeyInterceptor;
+class MediaReaderFactory;
 class ShortcutStore;
+class SpeechEngine;
 
 // What the windows work with. Everything outlives the interface; the pointers may be null.
 struct DesktopInterfaceServices {
@@ -52,6 +58,11 @@ struct DesktopInterfaceServices {
   AudioRecorderFactory* recorders = nullptr;  // for the level that the settings show
   GlobalShortcuts* shortcuts = nullptr;       // without these two there is no page of shortcuts
   ShortcutStore* shortcutStore = nullptr;
+  MediaReaderFactory* mediaReaders = nullptr;  // without these two no recording is drawn
+  WorkerPool* workers = nullptr;
+  SpeechEngine* engine = nullptr;  // with the next two, the first run tells how fast it is
+  AudioConverter* converter = nullptr;
+  QString speechSample = {};
   std::function<bool(ModifierKey)> canSeeKey = {};
   std::function<bool()> isTrustedForAccessibility = {};
 };
@@ -64,7 +75,7 @@ struct DesktopIntents {
   std::function<void(const QString& path)> openFolder;
   std::function<void(ModePtr)> modelChosen;
   std::function<void()> quit;
-  std::function<bool()> isComposited;  // default: yes
+  FloatingWindow::Screen screen;
 };
 
 struct DesktopInterfaceOptions {
@@ -101,6 +112,7 @@ class DesktopInterface {
   UserNotices& notices() { return *errorToasts_; }
   AppStateViewModel& app() { return *app_; }
   HistoryModel& history() { return *history_; }
+  WaveformVisualizer& waveform() { return *waveform_; }
   ModelsViewModel& models() { return *models_; }
   ModesViewModel& modes() { return *modes_; }
   VocabularyModel& vocabulary() { return *vocabulary_; }
@@ -120,12 +132,15 @@ class DesktopInterface {
   DesktopIntents intents_;
   std::unique_ptr<AppStateViewModel> app_;
   std::unique_ptr<HistoryModel> history_;
+  std::unique_ptr<WaveformCache> waveformCache_;
+  std::unique_ptr<WaveformVisualizer> waveform_;
   std::unique_ptr<ModelsViewModel> models_;
   std::unique_ptr<ModesViewModel> modes_;
   std::unique_ptr<VocabularyModel> vocabulary_;
   std::unique_ptr<MicrophoneViewModel> microphone_;
   std::unique_ptr<SettingsViewModel> settings_;
   std::unique_ptr<ShortcutsViewModel> shortcuts_;
+  std::unique_ptr<SpeechSpeed> speechSpeed_;
   std::unique_ptr<FirstRunViewModel> firstRun_;
   std::unique_ptr<OverlayBridge> overlayBridge_;
   std::unique_ptr<DesktopQml> qml_;

@@ -9,8 +9,8 @@
 
 namespace quillmere {
 
-FloatingWindow::FloatingWindow(DesktopQml& qml, QString fileName, Place place, std::function<bool()> isComposited)
-    : qml_(qml), fileName_(std::move(fileName)), place_(std::move(place)), isComposited_(std::move(isComposited)) {
+FloatingWindow::FloatingWindow(DesktopQml& qml, QString fileName, Place place, Screen screen)
+    : qml_(qml), fileName_(std::move(fileName)), place_(std::move(place)), screen_(std::move(screen)) {
   connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &FloatingWindow::followScreen);
   connect(qGuiApp, &QGuiApplication::screenAdded, this, &FloatingWindow::followScreen);
   connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingWindow::followScreen);
@@ -60,6 +60,7 @@ void FloatingWindow::show() {
     lastWidth_ = window_->width();
     place();
     cut();
+    if (screen_.keepOnAllDesktops) screen_.keepOnAllDesktops(window_->winId());
     window_->show();
   }
   window_->raise();
@@ -87,7 +88,7 @@ void FloatingWindow::place() {
 
 void FloatingWindow::cut() {
   if (!window_) return;
-  if (!isComposited_ || isComposited_()) {
+  if (!screen_.isComposited || screen_.isComposited()) {
     window_->setMask({});
     return;
   }

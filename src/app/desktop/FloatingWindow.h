@@ -15,8 +15,14 @@ class FloatingWindow final : public QObject {
  public:
   using Place = std::function<QPoint(const QRect& available, const QSize& size)>;
 
-  // `isComposited`: whether the screen mixes translucent windows; without it the window is cut to its round shape.
-  FloatingWindow(DesktopQml& qml, QString fileName, Place place, std::function<bool()> isComposited);
+  struct Screen {
+    // Whether translucent windows are mixed; without it the window is cut to its round shape. Default: yes.
+    std::function<bool()> isComposited = {};
+    // Called before the window is shown, each time.
+    std::function<void(WId)> keepOnAllDesktops = {};
+  };
+
+  FloatingWindow(DesktopQml& qml, QString fileName, Place place, Screen screen);
   ~FloatingWindow() override;
 
   void prepare();
@@ -38,7 +44,7 @@ class FloatingWindow final : public QObject {
   DesktopQml& qml_;
   const QString fileName_;
   const Place place_;
-  const std::function<bool()> isComposited_;
+  const Screen screen_;
   std::unique_ptr<QQuickWindow> window_;
   bool isShown_ = false;
   int lastWidth_ = 0;

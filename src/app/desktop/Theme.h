@@ -37,6 +37,9 @@ class Theme final : public QObject {
   Q_PROPERTY(int strong READ strong NOTIFY changed)
   Q_PROPERTY(int title READ title NOTIFY changed)
   Q_PROPERTY(int display READ display NOTIFY changed)
+  // On the pill, whose height is fixed, and on toasts, which grow.
+  Q_PROPERTY(int pillText READ pillText NOTIFY changed)
+  Q_PROPERTY(int toastText READ toastText NOTIFY changed)
   Q_PROPERTY(QString monoFamily READ monoFamily CONSTANT)
   // Motion in milliseconds; 0 where the desktop asks for none.
   Q_PROPERTY(int answer READ answer NOTIFY changed)
@@ -76,6 +79,8 @@ class Theme final : public QObject {
   int strong() const { return scaled(15); }
   int title() const { return scaled(20); }
   int display() const { return scaled(28); }
+  int pillText() const { return qMin(toastText(), 15); }
+  int toastText() const { return scaled(12); }
   QString monoFamily() const { return QStringLiteral("monospace"); }
   int answer() const { return hasAnimations() ? 120 : 0; }
   int move() const { return hasAnimations() ? 200 : 0; }

@@ -14,6 +14,16 @@ ColumnLayout {
         }
         Chip { text: qsTrId("firstRun.model.private") }
     }
+    Text {
+        Layout.fillWidth: true
+        visible: text !== ""
+        text: FirstRun.speedText
+        font.pixelSize: Theme.body
+        color: Theme.dim
+        wrapMode: Text.Wrap
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
     Repeater {
         model: Models
         delegate: ModelOption {

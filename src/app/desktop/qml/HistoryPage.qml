@@ -9,6 +9,8 @@ FocusScope {
     property string expandedId
     property string askedId  // the row that asks whether to delete it
 
+    onExpandedIdChanged: Waveform.audioFilePath = History.audioFile(expandedId)
+
     function startSearch() {
         search.forceActiveFocus()
         search.selectAll()

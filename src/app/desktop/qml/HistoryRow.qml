@@ -147,7 +147,7 @@ FocusScope {
                             id: menu
                             SelectMenuItem {
                                 text: row.isExpanded ? qsTrId("history.collapse") : qsTrId("history.expand")
-                                visible: row.fullText !== ""
+                                visible: row.fullText !== "" || row.hasAudio
                                 onTriggered: row.toggleExpanded()
                             }
                             SelectMenuItem {
@@ -163,6 +163,13 @@ FocusScope {
                         }
                     }
                 }
+            }
+            WaveformBars {
+                Layout.fillWidth: true
+                Layout.topMargin: 2
+                visible: row.isExpanded && samples.length > 0
+                samples: row.isExpanded ? Waveform.waveformSamples : []
+                name: qsTrId("history.waveform")
             }
             RowLayout {
                 Layout.fillWidth: true

@@ -74,7 +74,7 @@ Window {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
                 text: window.kind === "live" ? Overlay.text : Overlay.durationText
-                font.pixelSize: 11
+                font.pixelSize: Theme.pillText - 1
                 color: Theme.overlayDim
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
@@ -115,7 +115,7 @@ Window {
             anchors.verticalCenter: parent.verticalCenter
             visible: window.isWide
             text: Overlay.text
-            font.pixelSize: 12
+            font.pixelSize: Theme.pillText
             color: Theme.overlayText
             elide: Text.ElideRight
             Accessible.ignored: true
@@ -148,7 +148,7 @@ Window {
             anchors.verticalCenter: parent.verticalCenter
             visible: window.kind === "working" && Overlay.keyText !== ""
             text: Overlay.keyText
-            pixelSize: 10
+            pixelSize: Theme.pillText - 2
             foreground: Theme.overlayText
             face: "transparent"
             edge: Theme.overlayLine

@@ -13,7 +13,6 @@ T.AbstractButton {
     implicitHeight: 26
     focusPolicy: Qt.NoFocus
     hoverEnabled: true
-    font.pixelSize: 12
     Accessible.role: Accessible.Button
     Accessible.name: text === "" ? keyText : text
     contentItem: Item {
@@ -22,7 +21,7 @@ T.AbstractButton {
             visible: control.keyText !== ""
             anchors.verticalCenter: parent.verticalCenter
             text: control.keyText
-            pixelSize: 10
+            pixelSize: Theme.pillText - 2
             foreground: Theme.overlayText
             face: control.hovered ? Theme.overlayLine : "transparent"
             edge: Theme.overlayLine
@@ -32,7 +31,7 @@ T.AbstractButton {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: control.text
-            font.pixelSize: 12
+            font.pixelSize: Theme.pillText
             font.underline: control.hovered
             color: Theme.overlayText
             Accessible.ignored: true

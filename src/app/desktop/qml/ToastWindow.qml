@@ -52,7 +52,7 @@ Window {
             anchors.verticalCenter: parent.verticalCenter
             text: window.message
             textFormat: Text.PlainText
-            font.pixelSize: 12
+            font.pixelSize: Theme.toastText
             color: Theme.overlayText
             wrapMode: window.kind === "mode" ? Text.NoWrap : Text.Wrap
             elide: window.kind === "mode" ? Text.ElideRight : Text.ElideNone
