@@ -48,7 +48,7 @@ TEST_F(PushToTalkOnX11, TwoTapsLockAndTwoMoreUnlockWhateverIsTypedMeanwhile) {
   monitor->setSuspended(false);
   pause(50ms);
   EXPECT_EQ(monitor->state(), MonitorState::latchActive);
-  EXPECT_EQ(trace, QStringLiteral("d"));
+  EXPECT_EQ(trace, "d");
   keys->tap({XKB_KEY_Control_L});
   keys->tap({XKB_KEY_Control_L});
   EXPECT_TRUE(waitForTrace("du"));

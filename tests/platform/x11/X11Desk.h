@@ -121,7 +121,7 @@ class X11Desk : public testing::Test {
     QString reason;
     server = XvfbServer::start(reason);
     if (!server) {
-      if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty()) GTEST_SKIP() << qPrintable(reason);
+      if (QStandardPaths::findExecutable("Xvfb").isEmpty()) GTEST_SKIP() << qPrintable(reason);
       FAIL() << qPrintable(reason);
     }
     keys = std::make_unique<XtestKeys>(server->displayName());
@@ -129,8 +129,7 @@ class X11Desk : public testing::Test {
   }
   bool setLayout(const QStringList& arguments) {
     QProcess process;
-    process.start(QStringLiteral("setxkbmap"),
-                  QStringList{QStringLiteral("-display"), server->displayName()} + arguments);
+    process.start("setxkbmap", QStringList{"-display", server->displayName()} + arguments);
     return process.waitForFinished(60000) && process.exitCode() == 0;
   }
 

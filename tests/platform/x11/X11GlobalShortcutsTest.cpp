@@ -10,8 +10,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QString toggle = QStringLiteral("toggle");
-const QString cancel = QStringLiteral("cancel");
+const QString toggle = "toggle";
+const QString cancel = "cancel";
 constexpr uint16_t controlAlt = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
 
 KeyCombination combination(const char* text) {
@@ -72,7 +72,7 @@ TEST_F(X11GlobalShortcutsTest, ReactWhateverLocksAreOn) {
     if (lock != XKB_KEY_VoidSymbol) keys->tap({lock});
     other->takeKeys();
     keys->tap({XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_d});
-    expected += QStringLiteral("tT");
+    expected += "tT";
     EXPECT_TRUE(waitForTrace(expected.toLatin1())) << qPrintable(trace);
     const std::vector<int> seen = other->takeKeys();
     EXPECT_EQ(std::count(seen.begin(), seen.end(), keys->codeOf(XKB_KEY_d)), 0);
@@ -93,7 +93,7 @@ TEST_F(X11GlobalShortcutsTest, AHeldKeyIsPressedOnce) {
   ASSERT_TRUE(shortcuts->setShortcut(toggle, combination("Pause")));
   keys->press(XKB_KEY_Pause);
   pause(1200ms);  // longer than the keyboard waits before it repeats
-  EXPECT_EQ(trace, QStringLiteral("t"));
+  EXPECT_EQ(trace, "t");
   keys->release(XKB_KEY_Pause);
   EXPECT_TRUE(waitForTrace("tT"));
 }
@@ -107,7 +107,7 @@ TEST_F(X11GlobalShortcutsTest, AKeyThatCannotBeHadIsRefusedAndTheFormerOneStays)
   ASSERT_TRUE(other->grabKey(controlAlt | XCB_MOD_MASK_2, keys->codeOf(XKB_KEY_e)));
   const auto refused = shortcuts->setShortcut(toggle, combination("Ctrl+Alt+E"));
   ASSERT_FALSE(refused);
-  EXPECT_EQ(refused.error().description, QStringLiteral("Another program already uses Ctrl+Alt+E."));
+  EXPECT_EQ(refused.error().description, "Another program already uses Ctrl+Alt+E.");
   EXPECT_EQ(shortcuts->shortcut(toggle), combination("Ctrl+Alt+D"));
   OtherProgram third(server->displayName());
   EXPECT_FALSE(third.isTaken(controlAlt, keys->codeOf(XKB_KEY_e)));
@@ -160,7 +160,7 @@ TEST_F(X11GlobalShortcutsTest, StayWithTheirLetterThroughLayouts) {
         [&] { return other->isTaken(controlAlt, code) && !other->isTaken(controlAlt, code == d ? h : d); });
   };
   ASSERT_TRUE(isOnlyOn(d));
-  ASSERT_TRUE(setLayout({QStringLiteral("us"), QStringLiteral("-variant"), QStringLiteral("dvorak")}));
+  ASSERT_TRUE(setLayout({"us", "-variant", "dvorak"}));
   EXPECT_TRUE(isOnlyOn(h));
   const auto tapWithControlAlt = [this](uint8_t code) {
     keys->press(XKB_KEY_Control_L);
@@ -173,15 +173,15 @@ TEST_F(X11GlobalShortcutsTest, StayWithTheirLetterThroughLayouts) {
   tapWithControlAlt(h);
   EXPECT_TRUE(waitForTrace("tT"));
   // No Latin letters at all.
-  ASSERT_TRUE(setLayout({QStringLiteral("ru"), QStringLiteral("-variant"), QString()}));
+  ASSERT_TRUE(setLayout({"ru", "-variant", QString()}));
   EXPECT_TRUE(isOnlyOn(d));
   // Latin letters on the first layout only, then on none but the second.
-  ASSERT_TRUE(setLayout({QStringLiteral("us,ru"), QStringLiteral("-variant"), QStringLiteral("dvorak,")}));
+  ASSERT_TRUE(setLayout({"us,ru", "-variant", "dvorak,"}));
   EXPECT_TRUE(isOnlyOn(h));
   other->lockLayout(1);
   tapWithControlAlt(h);
   EXPECT_TRUE(waitForTrace("tTtT"));
-  ASSERT_TRUE(setLayout({QStringLiteral("us,us"), QStringLiteral("-variant"), QStringLiteral("dvorak,")}));
+  ASSERT_TRUE(setLayout({"us,us", "-variant", "dvorak,"}));
   other->lockLayout(1);
   EXPECT_TRUE(isOnlyOn(d));
   other->lockLayout(0);
@@ -221,15 +221,14 @@ TEST_F(X11GlobalShortcutsTest, RecordTheNextKey) {
 
 TEST_F(X11GlobalShortcutsTest, RecordLatinLettersOnALayoutWithoutThem) {
   const uint8_t d = keys->codeOf(XKB_KEY_d);
-  ASSERT_TRUE(setLayout({QStringLiteral("ru")}));
+  ASSERT_TRUE(setLayout({"ru"}));
   record();
   ASSERT_TRUE(isRecording());
   keys->press(XKB_KEY_Control_L);
   keys->pressCode(d);
   keys->releaseCode(d);
   keys->release(XKB_KEY_Control_L);
-  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{QStringLiteral("Ctrl+D")}; }))
-      << qPrintable(recorded.join(u' '));
+  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{"Ctrl+D"}; })) << qPrintable(recorded.join(u' '));
 }
 
 TEST_F(X11GlobalShortcutsTest, ALaterRecordingTakesOver) {
@@ -240,7 +239,7 @@ TEST_F(X11GlobalShortcutsTest, ALaterRecordingTakesOver) {
   ASSERT_TRUE(isRecording());
   keys->tap({XKB_KEY_F7});
   EXPECT_TRUE(waitUntil([&] { return recorded.size() == 2; }));
-  EXPECT_EQ(recorded, QStringList({QStringLiteral("none"), QStringLiteral("F7")}));
+  EXPECT_EQ(recorded, QStringList({"none", "F7"}));
 }
 
 TEST_F(X11GlobalShortcutsTest, ARecordingWaitsForAMenuToGiveTheKeyboardBack) {
@@ -250,7 +249,7 @@ TEST_F(X11GlobalShortcutsTest, ARecordingWaitsForAMenuToGiveTheKeyboardBack) {
   other->ungrabKeyboard();
   ASSERT_TRUE(isRecording());
   keys->tap({XKB_KEY_F7});
-  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{QStringLiteral("F7")}; }));
+  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{"F7"}; }));
 }
 
 TEST_F(X11GlobalShortcutsTest, TheEndOfTheServerEndsTheReactionsOnly) {
@@ -258,7 +257,7 @@ TEST_F(X11GlobalShortcutsTest, TheEndOfTheServerEndsTheReactionsOnly) {
   record();
   ASSERT_TRUE(isRecording());
   server->kill();
-  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{QStringLiteral("none")}; }));
+  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{"none"}; }));
   EXPECT_FALSE(shortcuts->isAvailable());
   EXPECT_EQ(shortcuts->shortcut(toggle), combination("Pause"));
   EXPECT_FALSE(shortcuts->setShortcut(toggle, combination("F9")));
@@ -268,13 +267,13 @@ TEST_F(X11GlobalShortcutsTest, TheEndOfTheServerEndsTheReactionsOnly) {
 
 TEST(X11GlobalShortcuts, WithoutADisplayNothingIsAvailable) {
   const TestTexts texts;
-  X11GlobalShortcuts shortcuts(Logging(), QStringLiteral(":64999"));
+  X11GlobalShortcuts shortcuts(Logging(), ":64999");
   EXPECT_FALSE(shortcuts.isAvailable());
   shortcuts.setHandlers(toggle, {[] {}, nullptr});
   const auto refused = shortcuts.setShortcut(toggle, combination("Pause"));
   ASSERT_FALSE(refused);
   EXPECT_EQ(refused.error().description,
-            QStringLiteral("Global shortcuts need an X display. The X display \":64999\" can't be reached."));
+            "Global shortcuts need an X display. The X display \":64999\" can't be reached.");
 }
 
 }  // namespace

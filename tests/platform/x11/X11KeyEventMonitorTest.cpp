@@ -90,7 +90,7 @@ TEST_F(X11KeyEventMonitorTest, KnowsWhatWasDownBeforeItWatched) {
 }
 
 TEST_F(X11KeyEventMonitorTest, AltGrIsTheRightOptionKey) {
-  ASSERT_TRUE(setLayout({QStringLiteral("de")}));
+  ASSERT_TRUE(setLayout({"de"}));
   ASSERT_TRUE(start());
   keys->tap({XKB_KEY_ISO_Level3_Shift});
   EXPECT_EQ(take().front(), (ModifierEvent{Kind::flagsChanged, rightOption | option}));
@@ -99,7 +99,7 @@ TEST_F(X11KeyEventMonitorTest, AltGrIsTheRightOptionKey) {
 TEST_F(X11KeyEventMonitorTest, FollowsTheLayout) {
   ASSERT_TRUE(start());
   const uint8_t capsLock = keys->codeOf(XKB_KEY_Caps_Lock);
-  ASSERT_TRUE(setLayout({QStringLiteral("us"), QStringLiteral("-option"), QStringLiteral("ctrl:nocaps")}));
+  ASSERT_TRUE(setLayout({"us", "-option", "ctrl:nocaps"}));
   EXPECT_TRUE(waitUntil([&] {
     keys->pressCode(capsLock);
     keys->releaseCode(capsLock);

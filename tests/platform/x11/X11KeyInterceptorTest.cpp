@@ -31,7 +31,7 @@ TEST_F(X11KeyInterceptorTest, TakesItsKeysAndLetsTheOthersThrough) {
   for (const uint32_t symbol : {XKB_KEY_a, XKB_KEY_Return, XKB_KEY_KP_Enter, XKB_KEY_space, XKB_KEY_Escape, XKB_KEY_b})
     keys->tap({symbol});
   EXPECT_TRUE(waitUntil([&] { return trace.size() >= 3; }));
-  EXPECT_EQ(trace, QStringLiteral("RRE"));
+  EXPECT_EQ(trace, "RRE");
   EXPECT_EQ(other->takeKeys(), codesOf({XKB_KEY_a, XKB_KEY_space, XKB_KEY_b}));
 }
 
@@ -42,7 +42,7 @@ TEST_F(X11KeyInterceptorTest, TakesThemWithAnyModifiersAndLocks) {
   keys->tap({XKB_KEY_Caps_Lock});
   keys->tap({XKB_KEY_Escape});
   keys->tap({XKB_KEY_Shift_L, XKB_KEY_Control_L, XKB_KEY_Return});
-  EXPECT_TRUE(waitUntil([&] { return trace == QStringLiteral("RER"); })) << qPrintable(trace);
+  EXPECT_TRUE(waitUntil([&] { return trace == "RER"; })) << qPrintable(trace);
 }
 
 TEST_F(X11KeyInterceptorTest, AHeldKeyCountsOnce) {
@@ -52,7 +52,7 @@ TEST_F(X11KeyInterceptorTest, AHeldKeyCountsOnce) {
   keys->release(XKB_KEY_Escape);
   keys->tap({XKB_KEY_Return});
   EXPECT_TRUE(waitUntil([&] { return trace.contains(u'R'); }));
-  EXPECT_EQ(trace, QStringLiteral("ER"));
+  EXPECT_EQ(trace, "ER");
 }
 
 TEST_F(X11KeyInterceptorTest, GivesEverythingBackAtItsEnd) {
@@ -76,7 +76,7 @@ TEST_F(X11KeyInterceptorTest, AFunctionMayStopIt) {
   EXPECT_TRUE(waitUntil([&] { return !trace.isEmpty(); }));
   keys->tap({XKB_KEY_Escape});
   EXPECT_EQ(other->takeKeys(), codesOf({XKB_KEY_Escape}));
-  EXPECT_EQ(trace, QStringLiteral("E"));
+  EXPECT_EQ(trace, "E");
 }
 
 TEST_F(X11KeyInterceptorTest, LeavesOthersTheCombinationsThatTheyHave) {
@@ -87,7 +87,7 @@ TEST_F(X11KeyInterceptorTest, LeavesOthersTheCombinationsThatTheyHave) {
   keys->tap({XKB_KEY_Control_L, XKB_KEY_Escape});
   EXPECT_TRUE(waitUntil([&] { return !trace.isEmpty(); }));
   EXPECT_EQ(windowManager.takeKeys(), codesOf({XKB_KEY_Escape}));
-  EXPECT_EQ(trace, QStringLiteral("E"));
+  EXPECT_EQ(trace, "E");
 }
 
 TEST_F(X11KeyInterceptorTest, TakesNothingWhenAnotherProgramHasAPlainKey) {

@@ -73,7 +73,7 @@ TEST_F(X11KeySynthesizerTest, AServerThatDiesLetsStrokesFail) {
   EXPECT_FALSE(synthesizer->press(55, KeySynthesizer::Modifier::control));
   EXPECT_FALSE(synthesizer->isAvailable());
   EXPECT_EQ(synthesizer->keyCodeForLetter(QLatin1Char('v')), std::nullopt);
-  EXPECT_FALSE(X11KeySynthesizer::open(QStringLiteral(":4711")));
+  EXPECT_FALSE(X11KeySynthesizer::open(":4711"));
 }
 
 }  // namespace

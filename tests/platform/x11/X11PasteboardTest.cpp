@@ -24,7 +24,7 @@ class X11PasteboardTest : public X11Desk {
   void SetUp() override {
     X11Desk::SetUp();
     if (!server) return;
-    if (QStandardPaths::findExecutable(QStringLiteral("xclip")).isEmpty()) GTEST_SKIP() << "xclip is not installed";
+    if (QStandardPaths::findExecutable("xclip").isEmpty()) GTEST_SKIP() << "xclip is not installed";
     auto opened = X11Pasteboard::open(executor, server->displayName());
     ASSERT_TRUE(opened);
     pasteboard = std::move(opened).value();
@@ -46,7 +46,7 @@ class X11PasteboardTest : public X11Desk {
     data.write(bytes);
     data.close();
     owners.push_back(std::make_unique<QProcess>());
-    owners.back()->start(QStringLiteral("xclip"),
+    owners.back()->start("xclip",
                          {"-display", server->displayName(), "-quiet", "-selection", "clipboard", "-t", target, file});
     EXPECT_TRUE(owners.back()->waitForStarted());
     EXPECT_TRUE(waitUntil([&] { return pasteboard->changeCount() > before; }));
@@ -55,8 +55,7 @@ class X11PasteboardTest : public X11Desk {
   // What another program gets; no event loop of the main thread runs in here.
   QByteArray readElsewhere(const QString& target) {
     QProcess reader;
-    reader.start(QStringLiteral("xclip"),
-                 {"-display", server->displayName(), "-o", "-selection", "clipboard", "-t", target});
+    reader.start("xclip", {"-display", server->displayName(), "-o", "-selection", "clipboard", "-t", target});
     EXPECT_TRUE(reader.waitForFinished(60000));
     return reader.readAllStandardOutput();
   }
@@ -94,7 +93,7 @@ TEST_F(X11PasteboardTest, WhatAnotherProgramHadComesBackByteForByte) {
     const ClipboardItems saved = items();
     ASSERT_EQ(saved.size(), 1u) << one.target;
     EXPECT_EQ(saved.front().data.value(one.target), one.bytes) << one.target;
-    EXPECT_THAT(saved.front().types, Not(Contains(QStringLiteral("TARGETS"))));
+    EXPECT_THAT(saved.front().types, Not(Contains("TARGETS")));
     ASSERT_TRUE(pasteboard->writeText("dictated", true));
     EXPECT_EQ(readElsewhere("UTF8_STRING"), "dictated");
     ASSERT_TRUE(pasteboard->write(saved));
@@ -105,14 +104,14 @@ TEST_F(X11PasteboardTest, WhatAnotherProgramHadComesBackByteForByte) {
 }
 
 TEST_F(X11PasteboardTest, ATextIsOfferedUnderEveryUsualTypeAndCanBeHidden) {
-  const QString text = QStringLiteral("Grüße 👋");
+  const QString text = "Grüße 👋";
   pasteboard->writeText(text, true);
   for (const char* target : {"text/plain;charset=utf-8", "UTF8_STRING", "text/plain", "TEXT"})
     EXPECT_EQ(readElsewhere(target), text.toUtf8()) << target;
   EXPECT_EQ(readElsewhere("STRING"), text.toLatin1());
   EXPECT_EQ(readElsewhere("x-kde-passwordManagerHint"), "secret");
   pasteboard->writeText(text, false);
-  EXPECT_THAT(targetsElsewhere(), Not(Contains(QStringLiteral("x-kde-passwordManagerHint"))));
+  EXPECT_THAT(targetsElsewhere(), Not(Contains("x-kde-passwordManagerHint")));
   const QString longText(3'000'000, QChar(0xe4));
   pasteboard->writeText(longText, true);
   EXPECT_EQ(readElsewhere("UTF8_STRING"), longText.toUtf8());
@@ -163,7 +162,7 @@ TEST_F(X11PasteboardTest, FetchesAreToldFromThoseOfClipboardManagers) {
   auto waiting = scope.spawn(pasteboard->waitForFetch(30s));
   owners.push_back(std::make_unique<QProcess>());
   owners.back()->setStandardOutputFile(QProcess::nullDevice());
-  owners.back()->start(QStringLiteral("xclip"), {"-display", server->displayName(), "-o", "-selection", "clipboard"});
+  owners.back()->start("xclip", {"-display", server->displayName(), "-o", "-selection", "clipboard"});
   ASSERT_TRUE(waitUntil([&] { return waiting.isDone(); }));
   EXPECT_TRUE(pasteboard->wasFetched());
   EXPECT_TRUE(runTaskInLoop(executor, pasteboard->waitForFetch(0ms)));
@@ -218,7 +217,7 @@ TEST_F(X11PasteboardTest, AServerThatDiesEndsEverythingQuietly) {
   EXPECT_FALSE(pasteboard->ownsContents());
   EXPECT_FALSE(pasteboard->writeText("two", true));
   EXPECT_EQ(items(), ClipboardItems{});
-  EXPECT_FALSE(X11Pasteboard::open(executor, QStringLiteral(":4711")));
+  EXPECT_FALSE(X11Pasteboard::open(executor, ":4711"));
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ TEST_F(X11WorkspaceTest, ApplicationsAreSeenToComeAndToTakeTheFront) {
   const auto front = *workspace->frontmostApplication();
   EXPECT_EQ(front.bundleId, "xterm");
   EXPECT_EQ(front.localizedName, "XTerm");
-  EXPECT_EQ(front.windowTitle, QStringLiteral("first"));
+  EXPECT_EQ(front.windowTitle, "first");
   EXPECT_FALSE(front.isThisApplication);
   EXPECT_EQ(launched.front().processId, first);
 
@@ -79,7 +79,7 @@ TEST_F(X11WorkspaceTest, ApplicationsAreSeenToComeAndToTakeTheFront) {
   EXPECT_TRUE(waitUntil([&] { return isInFront(second); }));
   EXPECT_EQ(launched.size(), 2u);
 
-  EXPECT_EQ(workspace->runningApplication(first)->windowTitle, QStringLiteral("first"));
+  EXPECT_EQ(workspace->runningApplication(first)->windowTitle, "first");
   EXPECT_TRUE(workspace->forceTerminate(second));
   EXPECT_TRUE(waitUntil([&] { return !workspace->runningApplication(second) && isInFront(first); }));
   EXPECT_FALSE(workspace->activate(second));
@@ -120,7 +120,7 @@ TEST_F(X11WorkspaceTest, TheWindowThatWasActiveLastComesBack) {
   ASSERT_TRUE(waitUntil([&] { return isInFront(terminal); }));
   ASSERT_TRUE(workspace->activate(999999));
   ASSERT_TRUE(waitUntil([&] { return isInFront(999999); }));
-  EXPECT_EQ(workspace->frontmostApplication()->windowTitle, QStringLiteral("zwei 会议"));
+  EXPECT_EQ(workspace->frontmostApplication()->windowTitle, "zwei 会议");
   EXPECT_EQ(std::count_if(launched.begin(), launched.end(), [](const auto& one) { return one.processId == 999999; }),
             1);
 }
@@ -131,7 +131,7 @@ TEST_F(X11WorkspaceTest, AServerThatDiesLeavesAnEmptyDesktop) {
   server->kill();
   EXPECT_EQ(workspace->frontmostApplication(), std::nullopt);
   EXPECT_FALSE(workspace->activate(terminal));
-  EXPECT_FALSE(X11Workspace::open({}, 1, {}, QStringLiteral(":4711")));
+  EXPECT_FALSE(X11Workspace::open({}, 1, {}, ":4711"));
 }
 
 }  // namespace

@@ -10,13 +10,10 @@ using XcbConnectionTest = X11Desk;
 TEST(XcbConnection, SaysWhyADisplayCanNotBeReached) {
   const QByteArray present = qgetenv("DISPLAY");
   qunsetenv("DISPLAY");
-  EXPECT_EQ(XcbConnection::open().error().description,
-            QStringLiteral("There is no X display: the variable DISPLAY is not set."));
+  EXPECT_EQ(XcbConnection::open().error().description, "There is no X display: the variable DISPLAY is not set.");
   if (!present.isNull()) qputenv("DISPLAY", present);
-  EXPECT_EQ(XcbConnection::open(QStringLiteral(":64999")).error().description,
-            QStringLiteral("The X display \":64999\" can't be reached."));
-  EXPECT_EQ(XcbConnection::open(QStringLiteral("nonsense")).error().description,
-            QStringLiteral("\"nonsense\" is not the name of an X display."));
+  EXPECT_EQ(XcbConnection::open(":64999").error().description, "The X display \":64999\" can't be reached.");
+  EXPECT_EQ(XcbConnection::open("nonsense").error().description, "\"nonsense\" is not the name of an X display.");
 }
 
 TEST_F(XcbConnectionTest, DeliversEventsThatArrivedWhileAReplyWasWaitedFor) {
