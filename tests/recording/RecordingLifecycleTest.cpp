@@ -157,48 +157,35 @@ TEST_F(RecordingLifecycleTest, AFileThatGrowsLateIsWaitedFor) {
 TEST_F(RecordingLifecycleTest, TheLadderOfTheConversion) {
   struct Case {
     int failures;
-    int attempts;
+    bool isExportable;
     std::chrono::milliseconds waited;
+    const char* line;
   };
-  const Case cases[] = {{0, 1, 0ms}, {1, 2, 100ms}, {4, 5, 1500ms}};
-  recorders.bytesAtStop = 26214400;
+  const Case cases[] = {{0, true, 0ms, "Compressed to M4A 16000Hz 1ch @ 64 kbps (attempt 1): "},
+                        {1, true, 100ms, "(attempt 2): "},
+                        {4, true, 1500ms, "(attempt 5): "},
+                        {5, true, 1500ms, "M4A conversion failed after 5 attempts"},
+                        {5, false, 1500ms, "All M4A conversion methods failed - keeping oversized WAV"}};
+  recorders.bytesAtStop = 26214400 + 5000000;
   for (const Case& one : cases) {
+    SCOPED_TRACE(one.line);
     encoder.failures = one.failures;
+    encoder.canExport = one.isExportable;
     encoder.settings.clear();
     ASSERT_TRUE(start());
     executor.advance(2s);
     const TimePoint before = executor.now();
     const auto result = stop();
-    EXPECT_EQ(result->path, inRecordings(m4a));
-    EXPECT_EQ(int(encoder.settings.size()), one.attempts);
+    const QString name = one.isExportable ? m4a : wav;
+    EXPECT_EQ(result->path, inRecordings(name));
+    EXPECT_EQ(result->session->audioFilePath, inRecordings(name));
+    EXPECT_EQ(kept(), QStringList{name});
+    EXPECT_EQ(int(encoder.settings.size()), std::min(one.failures + 1, 5));
     EXPECT_EQ(executor.now() - before, one.waited);
-    EXPECT_TRUE(
-        log->contains(QStringLiteral("Compressed to M4A 16000Hz 1ch @ 64 kbps (attempt %1): ").arg(one.attempts)));
-    EXPECT_EQ(kept(), QStringList{m4a});
-    QFile::remove(inRecordings(m4a));
+    EXPECT_TRUE(log->contains(QString::fromUtf8(one.line)));
+    EXPECT_EQ(result->conversionWarning.value_or(QString()).contains(QStringLiteral("29 MB")), !one.isExportable);
+    QFile::remove(inRecordings(name));
   }
-}
-
-TEST_F(RecordingLifecycleTest, TheFallbackComesAfterFiveAttemptsAndTheWavStaysAfterAll) {
-  recorders.bytesAtStop = 26214400 + 5000000;
-  encoder.failures = 5;
-  RecordingStopResult result = record();
-  EXPECT_EQ(result.path, inRecordings(m4a));
-  EXPECT_FALSE(result.conversionWarning);
-  EXPECT_EQ(breadcrumbs(QStringLiteral("AVAssetExportSession fallback succeeded for large WAV")), 1);
-  EXPECT_EQ(kept(), QStringList{m4a});
-  QFile::remove(inRecordings(m4a));
-
-  encoder.failures = 5;
-  encoder.exportStatus = MediaExportSession::Status::failed;
-  result = record();
-  EXPECT_EQ(result.path, inRecordings(wav));
-  EXPECT_TRUE(result.conversionWarning.value_or(QString()).contains(QStringLiteral("29 MB")));
-  EXPECT_EQ(kept(), QStringList{wav});
-  EXPECT_EQ(result.session->audioFilePath, inRecordings(wav));
-  EXPECT_TRUE(log->contains(QStringLiteral("M4A conversion failed after 5 attempts")));
-  EXPECT_TRUE(
-      log->contains(QStringLiteral("All M4A conversion methods failed - keeping oversized WAV to prevent data loss")));
 }
 
 TEST_F(RecordingLifecycleTest, AFileThatCantBeReadIsReportedAndKept) {
