@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <cmath>
 
+#include "support/ScriptedWhisperModel.h"
+
 namespace quillmere {
 
 // The built command line, run as a user runs it, in a home of its own that goes with this object.
@@ -26,19 +28,19 @@ class CommandLineProgram {
   CommandLineProgram() : environment_(QProcessEnvironment::systemEnvironment()) {
     for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "QUILLMERE_MODEL_HUB", "XDG_DOCUMENTS_DIR"})
       environment_.remove(QString::fromLatin1(name));
-    environment_.insert(QStringLiteral("LANG"), QStringLiteral("C.UTF-8"));
-    environment_.insert(QStringLiteral("HOME"), home_.path());
-    environment_.insert(QStringLiteral("XDG_DATA_HOME"), home_.filePath(QStringLiteral("data")));
-    environment_.insert(QStringLiteral("XDG_CONFIG_HOME"), home_.filePath(QStringLiteral("config")));
-    environment_.insert(QStringLiteral("XDG_STATE_HOME"), home_.filePath(QStringLiteral("state")));
-    environment_.insert(QStringLiteral("TMPDIR"), home_.filePath(QStringLiteral("tmp")));
-    QDir(home_.path()).mkpath(QStringLiteral("tmp"));
+    environment_.insert("LANG", "C.UTF-8");
+    environment_.insert("HOME", home_.path());
+    environment_.insert("XDG_DATA_HOME", home_.filePath("data"));
+    environment_.insert("XDG_CONFIG_HOME", home_.filePath("config"));
+    environment_.insert("XDG_STATE_HOME", home_.filePath("state"));
+    environment_.insert("TMPDIR", home_.filePath("tmp"));
+    QDir(home_.path()).mkpath("tmp");
   }
 
-  static QString path() { return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/src/app/quillmere"); }
+  static QString path() { return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere"; }
   QString file(const QString& name) const { return home_.filePath(name); }
-  QString recordings() const { return file(QStringLiteral("Documents/quillmere/recordings")); }
-  QString store() const { return file(QStringLiteral("data/quillmere/Quillmere.sqlite")); }
+  QString recordings() const { return file("Documents/quillmere/recordings"); }
+  QString store() const { return file("data/quillmere/Quillmere.sqlite"); }
   QProcessEnvironment& environment() { return environment_; }
 
   // Starts without waiting; the caller ends the process.
@@ -62,6 +64,13 @@ class CommandLineProgram {
     process.waitForFinished();
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError(),
             process.exitStatus() == QProcess::CrashExit};
+  }
+
+  // Installs a scripted model under the name "scripted".
+  void installModel(const ScriptedWhisperModel::Options& options = {}) const {
+    ASSERT_TRUE(ScriptedWhisperModel::write(file("scripted.bin"), options));
+    const Output imported = run({"models", "import", file("scripted.bin"), "-q"});
+    ASSERT_EQ(imported.out, QByteArray("scripted\n")) << imported.err.constData();
   }
 
   QStringList filesIn(const QString& folder) const { return QDir(folder).entryList(QDir::Files | QDir::Hidden); }

@@ -1,13 +1,9 @@
 #include "CommandLineProgram.h"
 
 #include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QFileInfo>
-#include <QThread>
-
-#include "support/ScriptedWhisperModel.h"
 
 namespace quillmere {
 namespace {
@@ -16,58 +12,47 @@ using Output = CommandLineProgram::Output;
 
 class CommandLineProgramTest : public ::testing::Test {
  protected:
-  // A model that says `text`, installed under the name "scripted".
-  void installModel(ScriptedWhisperModel::Options options = {}) {
-    const QString path = program.file(QStringLiteral("scripted.bin"));
-    ASSERT_TRUE(ScriptedWhisperModel::write(path, options));
-    const Output imported = program.run({"models", "import", path, "-q"});
-    ASSERT_EQ(imported.code, 0) << imported.err.constData();
-    ASSERT_EQ(imported.out, QByteArray("scripted\n"));
-  }
-  void installSlowModel() {
+  // Starts on ten minutes that no model is done with soon, and waits until the history has a row.
+  void startLongRun(QProcess& process) {
     ScriptedWhisperModel::Options slow;
     slow.width = 384;
     slow.heads = 6;
     slow.encoderLayers = 24;
-    installModel(slow);
+    program.installModel(slow);
+    program.write("long.wav", CommandLineProgram::tone(600));
+    program.start(process, {"transcribe", "long.wav"});
+    for (int i = 0; i < 200 && process.state() == QProcess::Running && transcriptLines().isEmpty(); ++i)
+      process.waitForFinished(50);
+    ASSERT_FALSE(transcriptLines().isEmpty()) << process.readAllStandardError().constData();
   }
   QStringList transcriptLines() {
     return QString::fromUtf8(program.run({"history"}).out).split(u'\n', Qt::SkipEmptyParts);
   }
-  void installFastModelInstead() {
-    ASSERT_EQ(program.run({"models", "delete", "scripted"}).code, 0);
-    ScriptedWhisperModel::Options fast;
-    fast.text = "Second attempt.";
-    installModel(fast);
-  }
-  // Waits until the history has a row or the process is over.
-  bool waitForRow(QProcess& process) {
-    for (int i = 0; i < 200 && process.state() == QProcess::Running; ++i) {
-      process.waitForFinished(50);
-      if (!transcriptLines().isEmpty()) return true;
-    }
-    return false;
+  void expectNoTrace() {
+    EXPECT_EQ(transcriptLines(), QStringList());
+    EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+    EXPECT_TRUE(QDir(program.file("tmp")).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
   }
 
   CommandLineProgram program;
 };
 
 TEST_F(CommandLineProgramTest, TranscribesAFileAndKeepsItInTheHistory) {
-  installModel();
-  program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(2));
+  program.installModel();
+  program.write("talk.wav", CommandLineProgram::tone(2));
   const Output text = program.run({"transcribe", "talk.wav"});
   EXPECT_EQ(text.code, 0) << text.err.constData();
   EXPECT_EQ(text.out, QByteArray("Hello there, this is a scripted transcript.\n"));
   EXPECT_EQ(text.err, QByteArray()) << "nothing but the result belongs into a pipe";
 
   const Output json = program.run({"transcribe", "talk.wav", "--model", "scripted", "--language", "en", "--json"});
-  EXPECT_EQ(json.json()["text"].toString(), QStringLiteral("Hello there, this is a scripted transcript."));
+  EXPECT_EQ(json.json()["text"].toString(), "Hello there, this is a scripted transcript.");
   EXPECT_NEAR(json.json()["durationSeconds"].toDouble(), 2.0, 0.05);
-  EXPECT_EQ(json.json()["provider"].toString(), QStringLiteral("Local Whisper"));
+  EXPECT_EQ(json.json()["provider"].toString(), "Local Whisper");
 
   const QString id = json.json()["transcriptId"].toString();
   const Output row = program.run({"history", "show", id.left(8), "--json"});
-  EXPECT_EQ(row.json()["status"].toString(), QStringLiteral("completed"));
+  EXPECT_EQ(row.json()["status"].toString(), "completed");
   const QString copy = row.json()["audioFile"].toString();
   EXPECT_TRUE(QFileInfo::exists(copy)) << copy.toStdString();
   EXPECT_EQ(transcriptLines().size(), 2);
@@ -82,37 +67,32 @@ TEST_F(CommandLineProgramTest, TranscribesAFileAndKeepsItInTheHistory) {
 }
 
 TEST_F(CommandLineProgramTest, LeavesNoTraceWithoutHistory) {
-  installModel();
-  program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(1));
+  program.installModel();
+  program.write("talk.wav", CommandLineProgram::tone(1));
   EXPECT_EQ(program.run({"transcribe", "talk.wav", "--no-history"}).out,
             QByteArray("Hello there, this is a scripted transcript.\n"));
   const Output piped = program.run({"transcribe", "-", "--no-history"}, CommandLineProgram::tone(1));
   EXPECT_EQ(piped.out, QByteArray("Hello there, this is a scripted transcript.\n")) << piped.err.constData();
-  EXPECT_EQ(transcriptLines(), QStringList());
-  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
-  EXPECT_TRUE(
-      QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+  expectNoTrace();
 }
 
 TEST_F(CommandLineProgramTest, RefusesUnusableInputWithOneSentenceAndLeavesNothingBehind) {
-  installModel();
-  program.write(QStringLiteral("empty.wav"), QByteArray());
-  program.write(QStringLiteral("text.wav"), "This is no sound at all.\n");
-  program.write(QStringLiteral("header.wav"), CommandLineProgram::tone(0));
-  program.write(QStringLiteral("cut.m4a"), QByteArray("\0\0\0\x20"
-                                                      "ftypM4A \0\0\0\0M4A mp42isom\0\0\0\0",
-                                                      32) +
-                                               QByteArray(5000, 'x'));
-  program.write(QStringLiteral("secret.wav"), CommandLineProgram::tone(1));
-  QDir(program.file(QString())).mkdir(QStringLiteral("folder"));
-  const QStringList inputs{QStringLiteral("missing.wav"), QStringLiteral("folder"),
-                           QStringLiteral("empty.wav"),   QStringLiteral("text.wav"),
-                           QStringLiteral("header.wav"),  QStringLiteral("cut.m4a"),
-                           QStringLiteral("/dev/null"),   QStringLiteral("no\nsuch \"file\"")};
+  program.installModel();
+  program.write("empty.wav", QByteArray());
+  program.write("text.wav", "This is no sound at all.\n");
+  program.write("header.wav", CommandLineProgram::tone(0));
+  program.write("cut.m4a", QByteArray("\0\0\0\x20"
+                                      "ftypM4A \0\0\0\0M4A mp42isom\0\0\0\0",
+                                      32) +
+                               QByteArray(5000, 'x'));
+  program.write("secret.wav", CommandLineProgram::tone(1));
+  QDir(program.file(QString())).mkdir("folder");
+  const QStringList inputs{"missing.wav", "folder",  "empty.wav", "text.wav",
+                           "header.wav",  "cut.m4a", "/dev/null", "no\nsuch \"file\""};
   for (const QString& input : inputs) {
     for (const bool isWithHistory : {true, false}) {
       QStringList arguments{"transcribe", input};
-      if (!isWithHistory) arguments << QStringLiteral("--no-history");
+      if (!isWithHistory) arguments << "--no-history";
       const Output output = program.run(arguments);
       EXPECT_EQ(output.code, 3) << input.toStdString() << ": " << output.err.constData();
       EXPECT_EQ(output.out, QByteArray()) << input.toStdString();
@@ -121,14 +101,11 @@ TEST_F(CommandLineProgramTest, RefusesUnusableInputWithOneSentenceAndLeavesNothi
       EXPECT_FALSE(output.wasKilled);
     }
   }
-  EXPECT_EQ(transcriptLines(), QStringList());
-  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
-  EXPECT_TRUE(
-      QDir(program.file(QStringLiteral("tmp"))).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+  expectNoTrace();
 }
 
 TEST_F(CommandLineProgramTest, TakesFilesOfAnyName) {
-  installModel();
+  program.installModel();
   const QByteArray names[] = {"with blanks and 'quotes' \".wav",
                               "line\nbreak.wav",
                               "caf\xe9 no utf8.wav",
@@ -151,7 +128,7 @@ TEST_F(CommandLineProgramTest, TakesFilesOfAnyName) {
       for (const char c : name) script += "\\x" + QByteArray(1, c).toHex();
       script += "' > name.txt; exec \"" + CommandLineProgram::path().toUtf8() + "\" transcribe " + option +
                 " -- \"$(cat name.txt)\"";
-      shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), QString::fromUtf8(script)});
+      shell.start("bash", {"-c", QString::fromUtf8(script)});
       const Output output = CommandLineProgram::finish(shell);
       EXPECT_EQ(output.code, 0) << name.constData() << ": " << output.err.constData();
       EXPECT_TRUE(output.out.contains("Hello there")) << name.constData();
@@ -161,8 +138,8 @@ TEST_F(CommandLineProgramTest, TakesFilesOfAnyName) {
 }
 
 TEST_F(CommandLineProgramTest, SeveralFilesGoOnBehindAFailure) {
-  installModel();
-  program.write(QStringLiteral("one.wav"), CommandLineProgram::tone(1));
+  program.installModel();
+  program.write("one.wav", CommandLineProgram::tone(1));
   const Output output = program.run({"transcribe", "one.wav", "missing.wav", "one.wav", "--json"});
   EXPECT_EQ(output.code, 3);
   const auto lines = output.out.trimmed().split('\n');
@@ -173,7 +150,7 @@ TEST_F(CommandLineProgramTest, SeveralFilesGoOnBehindAFailure) {
 }
 
 TEST_F(CommandLineProgramTest, SaysWhichModelIsMissingBeforeItTouchesTheFile) {
-  program.write(QStringLiteral("talk.wav"), CommandLineProgram::tone(1));
+  program.write("talk.wav", CommandLineProgram::tone(1));
   const Output none = program.run({"transcribe", "talk.wav"});
   EXPECT_EQ(none.code, 4);
   EXPECT_TRUE(none.err.contains("quillmere models download base")) << none.err.constData();
@@ -184,60 +161,55 @@ TEST_F(CommandLineProgramTest, SaysWhichModelIsMissingBeforeItTouchesTheFile) {
   EXPECT_TRUE(cloud.err.contains("Quillmere Cloud")) << cloud.err.constData();
   EXPECT_EQ(program.run({"transcribe", "talk.wav", "--language", "klingon"}).code, 2);
   EXPECT_EQ(program.run({"transcribe", "talk.wav", "--mode", "no such mode"}).code, 2);
-  EXPECT_EQ(transcriptLines(), QStringList());
-  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+  expectNoTrace();
 }
 
 TEST_F(CommandLineProgramTest, InterruptLeavesNothingBehind) {
-  installSlowModel();
-  program.write(QStringLiteral("long.wav"), CommandLineProgram::tone(600));
   QProcess process;
-  program.start(process, {"transcribe", "long.wav"});
-  ASSERT_TRUE(waitForRow(process)) << process.readAllStandardError().constData();
+  startLongRun(process);
   ::kill(pid_t(process.processId()), SIGINT);
   const Output output = CommandLineProgram::finish(process);
   EXPECT_EQ(output.code, 130) << output.err.constData();
   EXPECT_EQ(output.out, QByteArray());
-  EXPECT_EQ(transcriptLines(), QStringList());
-  EXPECT_EQ(program.filesIn(program.recordings()), QStringList());
+  expectNoTrace();
 }
 
 TEST_F(CommandLineProgramTest, AKilledRunLeavesAStoreThatOpensAndARowInProcessing) {
-  installSlowModel();
-  program.write(QStringLiteral("long.wav"), CommandLineProgram::tone(600));
   QProcess process;
-  program.start(process, {"transcribe", "long.wav"});
-  ASSERT_TRUE(waitForRow(process)) << process.readAllStandardError().constData();
+  startLongRun(process);
   process.kill();
   process.waitForFinished();
   const Output rows = program.run({"history", "--json"});
   EXPECT_EQ(rows.code, 0) << rows.err.constData();
-  EXPECT_EQ(rows.json()["status"].toString(), QStringLiteral("processing"));
+  EXPECT_EQ(rows.json()["status"].toString(), "processing");
   EXPECT_TRUE(QFileInfo::exists(rows.json()["audioFile"].toString()));
 
   // What was said is not lost: the kept audio can be transcribed once more.
-  installFastModelInstead();
+  ASSERT_EQ(program.run({"models", "delete", "scripted"}).code, 0);
+  ScriptedWhisperModel::Options fast;
+  fast.text = "Second attempt.";
+  program.installModel(fast);
   const Output retried = program.run({"history", "retry", rows.json()["id"].toString()});
   EXPECT_EQ(retried.code, 0) << retried.err.constData();
   EXPECT_TRUE(retried.out.contains("Second attempt")) << retried.out.constData();
-  EXPECT_EQ(program.run({"history", "--json"}).json()["status"].toString(), QStringLiteral("completed"));
+  EXPECT_EQ(program.run({"history", "--json"}).json()["status"].toString(), "completed");
 }
 
 TEST_F(CommandLineProgramTest, TheSettingsPageOfTheDocumentationIsTheProgramsOwn) {
-  QFile page(qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/docs/settings.md"));
+  QFile page(qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + "/docs/settings.md");
   ASSERT_TRUE(page.open(QIODevice::ReadOnly));
   EXPECT_EQ(program.run({"settings", "describe"}).out, page.readAll())
       << "write it anew: quillmere settings describe > docs/settings.md";
 }
 
 TEST_F(CommandLineProgramTest, TheManualPageKnowsEveryCommandAndOption) {
-  QFile page(qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/docs/quillmere.1"));
+  QFile page(qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + "/docs/quillmere.1");
   ASSERT_TRUE(page.open(QIODevice::ReadOnly));
   const QString manual = QString::fromUtf8(page.readAll()).remove(u'\\');
   const QString fish = QString::fromUtf8(program.run({"completion", "fish"}).out);
   int options = 0;
   for (const QString& line : fish.split(u'\n')) {
-    const qsizetype at = line.indexOf(QStringLiteral(" -l "));
+    const qsizetype at = line.indexOf(" -l ");
     if (at < 0) continue;
     const QString option = QStringLiteral("--") + line.mid(at + 4).section(u' ', 0, 0);
     EXPECT_TRUE(manual.contains(option)) << option.toStdString();
@@ -257,7 +229,7 @@ TEST_F(CommandLineProgramTest, SettingsModesAndVocabularyAreKept) {
   EXPECT_EQ(program.run({"modes", "add", "Letters", "--language", "pt_br", "--model", "base"}).code, 0);
   EXPECT_EQ(program.run({"modes", "add", "letters"}).code, 1) << "the name is taken, in any case";
   EXPECT_EQ(program.run({"modes", "edit", "LETTERS", "--name", "Briefe"}).code, 0);
-  EXPECT_EQ(program.run({"modes", "show", "Briefe", "--json"}).json()["language"].toString(), QStringLiteral("pt-BR"));
+  EXPECT_EQ(program.run({"modes", "show", "Briefe", "--json"}).json()["language"].toString(), "pt-BR");
   EXPECT_EQ(program.run({"modes", "use", "Briefe"}).code, 0);
   EXPECT_TRUE(program.run({"modes", "show", "Briefe", "--json"}).json()["isSelected"].toBool());
   EXPECT_EQ(program.run({"modes", "delete", "Briefe"}).code, 0);
@@ -267,7 +239,7 @@ TEST_F(CommandLineProgramTest, SettingsModesAndVocabularyAreKept) {
 
   EXPECT_EQ(program.run({"vocabulary", "add", " quill mere ", "Quillmere"}).code, 0);
   EXPECT_EQ(program.run({"vocabulary", "add", "QUILL MERE"}).code, 1);
-  EXPECT_EQ(program.run({"vocabulary", "--json"}).json()["word"].toString(), QStringLiteral("quill mere"));
+  EXPECT_EQ(program.run({"vocabulary", "--json"}).json()["word"].toString(), "quill mere");
   EXPECT_EQ(program.run({"vocabulary", "remove", "Quill Mere"}).code, 0);
   EXPECT_EQ(program.run({"vocabulary"}).out, QByteArray());
 }
@@ -276,9 +248,8 @@ TEST_F(CommandLineProgramTest, AForeignOrDamagedStoreIsReportedAndLeftAsItIs) {
   program.run({"history"});
   for (const QByteArray& content : {QByteArray("this is no database, but somebody's notes\n").repeated(100),
                                     QByteArray("SQLite format 3\0", 16) + QByteArray(4080, 'x')}) {
-    for (const QString& tail : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
-      QFile::remove(program.store() + tail);
-    program.write(QStringLiteral("data/quillmere/Quillmere.sqlite"), content);
+    for (const char* tail : {"", "-wal", "-shm"}) QFile::remove(program.store() + tail);
+    program.write("data/quillmere/Quillmere.sqlite", content);
     for (const QStringList& command : {QStringList{"history"}, QStringList{"vocabulary", "add", "word"}}) {
       const Output output = program.run(command);
       EXPECT_EQ(output.code, 5);
@@ -293,13 +264,13 @@ TEST_F(CommandLineProgramTest, AForeignOrDamagedStoreIsReportedAndLeftAsItIs) {
 }
 
 TEST_F(CommandLineProgramTest, AFolderServesAsAModelHub) {
-  QDir(program.file(QString())).mkdir(QStringLiteral("hub"));
-  program.write(QStringLiteral("hub/ggml-tiny.bin"), "not the model at all");
-  program.environment().insert(QStringLiteral("QUILLMERE_MODEL_HUB"), program.file(QStringLiteral("hub")));
+  QDir(program.file(QString())).mkdir("hub");
+  program.write("hub/ggml-tiny.bin", "not the model at all");
+  program.environment().insert("QUILLMERE_MODEL_HUB", program.file("hub"));
   const Output wrong = program.run({"models", "download", "tiny"});
   EXPECT_EQ(wrong.code, 6);
   EXPECT_EQ(wrong.err.count('\n'), 1) << wrong.err.constData();
-  EXPECT_EQ(program.filesIn(program.file(QStringLiteral("data/quillmere/models"))), QStringList());
+  EXPECT_EQ(program.filesIn(program.file("data/quillmere/models")), QStringList());
   EXPECT_EQ(program.run({"models", "download", "base"}).code, 6) << "the hub doesn't have it";
   EXPECT_EQ(program.run({"models", "download", "nonsense"}).code, 2);
 }

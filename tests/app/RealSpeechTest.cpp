@@ -11,18 +11,17 @@ namespace {
 class RealSpeechTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    clip =
-        qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + QStringLiteral("/third_party/src/whisper.cpp/samples/jfk.mp3");
+    clip = qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + "/third_party/src/whisper.cpp/samples/jfk.mp3";
     ASSERT_TRUE(QFileInfo::exists(clip)) << "third_party/fetch.sh brings the clip";
     folder = qEnvironmentVariable("QUILLMERE_STARTER_FOLDER");
     if (!folder.isEmpty()) return;
-    ASSERT_NE(qEnvironmentVariable("CI"), QStringLiteral("true")) << "real speech is never left out there";
+    ASSERT_NE(qEnvironmentVariable("CI"), "true") << "real speech is never left out there";
     GTEST_SKIP() << "QUILLMERE_STARTER_FOLDER does not name the starter model's folder; scripts/test.sh sets it";
   }
   QString makeWithFfmpeg(const QString& name, const QStringList& options) {
     const QString path = program.file(name);
-    QStringList arguments{QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), clip};
-    EXPECT_EQ(QProcess::execute(QStringLiteral("ffmpeg"), arguments + options + QStringList{path}), 0);
+    QStringList arguments{"-v", "error", "-i", clip};
+    EXPECT_EQ(QProcess::execute("ffmpeg", arguments + options + QStringList{path}), 0);
     return path;
   }
   static double errorRate(const QByteArray& text) {
@@ -38,10 +37,10 @@ TEST_F(RealSpeechTest, TheImportedStarterModelUnderstandsSpeechInAnyContainer) {
   ASSERT_EQ(imported.code, 0) << imported.err.constData();
   EXPECT_EQ(imported.out, QByteArray("tiny.en\n")) << "it is the catalogue's own model, to the last bit";
 
-  const QString film = makeWithFfmpeg(QStringLiteral("film.mp4"), {"-f", "lavfi", "-i", "color=c=blue:s=64x64:r=5:d=11",
-                                                                   "-map", "0:a", "-map", "1:v", "-shortest"});
-  const QString wide = makeWithFfmpeg(QStringLiteral("wide.wav"), {"-ar", "192000", "-ac", "6"});
-  const QString opus = makeWithFfmpeg(QStringLiteral("talk.opus"), {"-c:a", "libopus"});
+  const QString film = makeWithFfmpeg(
+      "film.mp4", {"-f", "lavfi", "-i", "color=c=blue:s=64x64:r=5:d=11", "-map", "0:a", "-map", "1:v", "-shortest"});
+  const QString wide = makeWithFfmpeg("wide.wav", {"-ar", "192000", "-ac", "6"});
+  const QString opus = makeWithFfmpeg("talk.opus", {"-c:a", "libopus"});
   for (const QString& file : {clip, film, wide, opus}) {
     const auto output = program.run({"transcribe", file});
     EXPECT_EQ(output.code, 0) << file.toStdString() << ": " << output.err.constData();

@@ -1,7 +1,6 @@
 #include <QFileInfo>
 
 #include "CommandLineProgram.h"
-#include "support/ScriptedWhisperModel.h"
 #include "support/SpeechClip.h"
 #include "support/WordErrorRate.h"
 
@@ -18,12 +17,7 @@ class SilenceTrimmingTest : public ::testing::Test {
     QByteArray header = CommandLineProgram::tone(0);
     qToLittleEndian(quint32(36 + pcm.size()), header.data() + 4);
     qToLittleEndian(quint32(pcm.size()), header.data() + 40);
-    program.write(QStringLiteral("long.wav"), header + pcm);
-  }
-  void installScriptedModel() {
-    const QString path = program.file(QStringLiteral("scripted.bin"));
-    ASSERT_TRUE(ScriptedWhisperModel::write(path, {}));
-    ASSERT_EQ(program.run({"models", "import", path, "-q"}).code, 0);
+    program.write("long.wav", header + pcm);
   }
   QJsonObject row() { return program.run({"history", "--json"}).json(); }
 
@@ -31,12 +25,12 @@ class SilenceTrimmingTest : public ::testing::Test {
 };
 
 TEST_F(SilenceTrimmingTest, TheHistoryRemembersTheTrimmedFile) {
-  installScriptedModel();
+  program.installModel();
   const auto done = program.run({"transcribe", "long.wav"});
   ASSERT_EQ(done.code, 0) << done.err.constData();
   const QString trimmed = row()["trimmedAudioFile"].toString();
   const QString original = row()["audioFile"].toString();
-  EXPECT_EQ(trimmed, QString(original).replace(QStringLiteral(".wav"), QStringLiteral("_trimmed.wav")));
+  EXPECT_EQ(trimmed, QString(original).replace(".wav", "_trimmed.wav"));
   EXPECT_EQ(row()["durationSeconds"].toDouble(), 37);
   EXPECT_EQ(QFileInfo(original).size(), 44 + 37 * 32000) << "the recording itself is left alone";
   const double seconds = double(QFileInfo(trimmed).size() - 44) / 32000;
@@ -45,27 +39,27 @@ TEST_F(SilenceTrimmingTest, TheHistoryRemembersTheTrimmedFile) {
 }
 
 TEST_F(SilenceTrimmingTest, SwitchedOffOrShortLeavesTheRecordingAlone) {
-  installScriptedModel();
-  program.write(QStringLiteral("short.wav"), CommandLineProgram::tone(3));
+  program.installModel();
+  program.write("short.wav", CommandLineProgram::tone(3));
   ASSERT_EQ(program.run({"transcribe", "short.wav"}).code, 0);
   ASSERT_EQ(program.run({"settings", "set", "enableVAD", "false"}).code, 0);
   const auto done = program.run({"transcribe", "long.wav"});
   ASSERT_EQ(done.code, 0) << done.err.constData();
   EXPECT_EQ(row()["durationSeconds"].toDouble(), 37);
-  EXPECT_FALSE(row().contains(QStringLiteral("trimmedAudioFile")));
+  EXPECT_FALSE(row().contains("trimmedAudioFile"));
   EXPECT_EQ(program.filesIn(program.recordings()).size(), 2);
 }
 
 TEST_F(SilenceTrimmingTest, TheWordsAreStillThere) {
   const QString folder = qEnvironmentVariable("QUILLMERE_STARTER_FOLDER");
   if (folder.isEmpty()) {
-    ASSERT_NE(qEnvironmentVariable("CI"), QStringLiteral("true")) << "real speech is never left out there";
+    ASSERT_NE(qEnvironmentVariable("CI"), "true") << "real speech is never left out there";
     GTEST_SKIP() << "QUILLMERE_STARTER_FOLDER does not name the starter model's folder; scripts/test.sh sets it";
   }
   ASSERT_EQ(program.run({"models", "import", folder}).code, 0);
   const auto done = program.run({"transcribe", "long.wav"});
   ASSERT_EQ(done.code, 0) << done.err.constData();
-  EXPECT_TRUE(row().contains(QStringLiteral("trimmedAudioFile")));
+  EXPECT_TRUE(row().contains("trimmedAudioFile"));
   EXPECT_LE(wordErrorRate(wordsOf(QString::fromLatin1(clipWords)), wordsOf(QString::fromUtf8(done.out))), 0.1)
       << done.out.constData();
 }

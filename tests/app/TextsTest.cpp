@@ -1,6 +1,7 @@
 #include "app/texts/Texts.h"
 
 #include "base/text/LocalizedText.h"
+#include "storage/SettingsTable.h"
 #include "support/TestTexts.h"
 
 namespace quillmere {
@@ -56,9 +57,13 @@ TEST(TextsTest, InstallsAndTakesAway) {
   EXPECT_EQ(localizedText("common.cancel"), "Cancel");
 }
 
-TEST(TextsTest, AKeyWithoutATextShowsItself) {
-  const TestTexts base;
-  EXPECT_EQ(localizedText("no.such.key", "argument"), "no.such.key");
+TEST(TextsTest, EverySettingIsDescribedInEveryLanguage) {
+  for (const char* language : {"en", "de"}) {
+    const TestTexts texts{QString(language)};
+    EXPECT_EQ(localizedText("no.such.key", "argument"), "no.such.key");
+    for (const SettingDefinition& definition : settingsTable)
+      EXPECT_NE(localizedText(definition.descriptionKey()), definition.descriptionKey()) << language;
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "audio/SampleConversion.h"
+#include "bench/ProcessTiming.h"
 #include "platform/ffmpeg/FfmpegAudioResamplerFactory.h"
 #include "platform/ffmpeg/FfmpegMediaReaderFactory.h"
 #include "support/SampleMedia.h"
@@ -28,11 +29,6 @@ double secondsOf(F work) {
   const auto start = std::chrono::steady_clock::now();
   work();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
 }
 
 // A voice-like mixture: cheap to make and not silent.

@@ -13,65 +13,30 @@ using namespace std::chrono_literals;
 // for by events; nothing here depends on how long they really take.
 namespace {
 
-class Host {
- public:
-  virtual ~Host() = default;
-  virtual Executor& executor() = 0;
-  virtual void runUntil(const std::function<bool()>& condition) = 0;
-};
-
-class ManualHost final : public Host {
- public:
-  Executor& executor() override { return executor_; }
-  void runUntil(const std::function<bool()>& condition) override { executor_.runUntil(condition); }
-
- private:
-  ManualExecutor executor_;
-};
-
-class QtHost final : public Host {
- public:
-  Executor& executor() override { return executor_; }
-  void runUntil(const std::function<bool()>& condition) override {
+class ExecutorContract : public testing::TestWithParam<std::unique_ptr<Executor> (*)()> {
+ protected:
+  ManualExecutor* manual() { return dynamic_cast<ManualExecutor*>(own.get()); }
+  void runUntil(const std::function<bool()>& condition) {
+    if (manual()) return manual()->runUntil(condition);
     QEventLoop loop;
     bool isHanging = false;
-    QTimer::singleShot(60s, &loop, [&] {
-      isHanging = true;
-      loop.quit();
-    });
+    QTimer::singleShot(60s, &loop, [&] { isHanging = true; });
     while (!condition() && !isHanging) loop.processEvents(QEventLoop::WaitForMoreEvents);
     if (isHanging) throw std::logic_error("the condition never holds");
   }
-
- private:
-  QtExecutor executor_;
-};
-
-struct HostKind {
-  const char* name;
-  std::unique_ptr<Host> (*make)();
-};
-
-class ExecutorContract : public testing::TestWithParam<HostKind> {
- protected:
   template <typename T>
   T run(Task<T> task) {
-    auto strand = std::make_shared<detail::StrandOf<T>>(executor, std::move(task));
-    const detail::StrandGuard guard(strand);
-    strand->claim();
-    strand->start();
-    host->runUntil([&] { return strand->isOver(); });
-    return strand->outcome().take();
+    return manual() ? runTask(*manual(), std::move(task)) : runTaskInLoop(executor, std::move(task));
   }
   void runUntilCount(size_t count) {
-    host->runUntil([&] { return trace.size() >= count; });
+    runUntil([&] { return trace.size() >= count; });
   }
   std::function<void()> note(int number) {
     return [this, number] { trace.push_back(number); };
   }
 
-  std::unique_ptr<Host> host = GetParam().make();
-  Executor& executor = host->executor();
+  std::unique_ptr<Executor> own = GetParam()();
+  Executor& executor = *own;
   std::vector<int> trace;
 };
 
@@ -115,7 +80,7 @@ TEST_P(ExecutorContract, TimersAreNeverEarlyAndTheClockNeverGoesBack) {
     const TimePoint before = executor.now();
     TimePoint fired = before - 1h;
     executor.startTimer(delay, [&] { fired = executor.now(); });
-    host->runUntil([&] { return fired >= before; });
+    runUntil([&] { return fired >= before; });
     EXPECT_GE(fired - before, delay);
   }
 }
@@ -157,10 +122,10 @@ TEST_P(ExecutorContract, FunctionsAreLetGoWhenTheyHaveRunOrWereCancelled) {
   const auto cancelled = executor.startTimer(1h, [held] {});
   executor.cancelTimer(cancelled);
   runUntilCount(2);
-  host->runUntil([&] { return held.use_count() == 1; });
+  runUntil([&] { return held.use_count() == 1; });
   executor.post([held] {});
   executor.startTimer(1h, [held] {});
-  host.reset();
+  own.reset();
   EXPECT_EQ(held.use_count(), 1) << "what is queued at the end is dropped";
 }
 
@@ -184,7 +149,7 @@ TEST_P(ExecutorContract, PostsOfOtherThreadsArriveInTheirOrder) {
       executor.post([&] { executor.externalWorkEnded(); });
     });
   }
-  host->runUntil([&] { return arrived == threadCount * postCount; });
+  runUntil([&] { return arrived == threadCount * postCount; });
   for (auto& thread : threads) thread.join();
   EXPECT_TRUE(isOrdered);
   EXPECT_TRUE(isOwnThread);
@@ -230,16 +195,17 @@ TEST_P(ExecutorContract, ACancelEndsARunningOffload) {
   auto handle = scope.spawn(offload(pool, spin));
   executor.startTimer(1ms, [&] { handle.cancel(); });
   // The virtual clock stands still while a worker works, so the timer is fired by hand there.
-  if (auto* manual = dynamic_cast<ManualExecutor*>(&executor)) manual->advance(1ms);
-  host->runUntil([&] { return handle.isDone(); });
+  if (manual()) manual()->advance(1ms);
+  runUntil([&] { return handle.isDone(); });
   EXPECT_THROW(run(handle.join()), Cancelled);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    On, ExecutorContract,
-    testing::Values(HostKind{"ManualExecutor",
-                             []() -> std::unique_ptr<Host> { return std::make_unique<ManualHost>(); }},
-                    HostKind{"QtExecutor", []() -> std::unique_ptr<Host> { return std::make_unique<QtHost>(); }}),
-    [](const auto& test) { return std::string(test.param.name); });
+template <typename E>
+std::unique_ptr<Executor> make() {
+  return std::make_unique<E>();
+}
+
+INSTANTIATE_TEST_SUITE_P(On, ExecutorContract, testing::Values(&make<ManualExecutor>, &make<QtExecutor>),
+                         [](const auto& test) { return test.index == 0 ? "ManualExecutor" : "QtExecutor"; });
 
 }  // namespace

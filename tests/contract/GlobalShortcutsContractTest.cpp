@@ -1,5 +1,4 @@
-#include <QEventLoop>
-#include <QTimer>
+#include <qtestsupport_core.h>
 
 #include "base/async/Async.h"
 #include "platform/qt/QtExecutor.h"
@@ -27,7 +26,7 @@ class FakeDesktop final : public Desktop {
   GlobalShortcuts& shortcuts() override { return shortcuts_; }
   void tap(const KeyCombination& keys) override {
     if (shortcuts_.isRecordingCombination()) {
-      const bool isEscape = keys == KeyCombination{.key = QStringLiteral("Escape")};
+      const bool isEscape = keys == KeyCombination{.key = "Escape"};
       return shortcuts_.enterCombination(isEscape ? std::nullopt : std::optional(keys));
     }
     for (const char* name : {"first", "second"}) {
@@ -104,15 +103,7 @@ class GlobalShortcutsContract : public testing::TestWithParam<Kind> {
     const QString down = QString::fromLatin1(letter);
     return {[this, down] { trace += down; }, [this, down] { trace += down.toUpper(); }};
   }
-  bool waitUntil(const std::function<bool()>& condition) {
-    QEventLoop loop;
-    bool isHanging = false;
-    QTimer::singleShot(std::chrono::minutes(2), &loop, [&] { isHanging = true; });
-    QTimer look;
-    look.start(std::chrono::milliseconds(10));
-    while (!condition() && !isHanging) loop.processEvents(QEventLoop::WaitForMoreEvents);
-    return condition();
-  }
+  static bool waitUntil(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 120'000); }
   // Taps a key that nobody disables, too, so that all that came before it is through.
   QString traceOf(const char* text) {
     trace.clear();
@@ -130,8 +121,8 @@ class GlobalShortcutsContract : public testing::TestWithParam<Kind> {
     return scope.spawn(body(*this));
   }
 
-  const QString first = QStringLiteral("first");
-  const QString second = QStringLiteral("second");
+  const QString first = "first";
+  const QString second = "second";
   TestTexts texts;
   QtExecutor executor;
   std::unique_ptr<Desktop> desktop;
@@ -149,17 +140,17 @@ TEST_P(GlobalShortcutsContract, AShortcutReactsWhileItHasAKeyAndIsEnabled) {
   shortcuts().setHandlers(first, noting("f"));
   EXPECT_EQ(traceOf("Ctrl+Alt+D"), QString());
   ASSERT_TRUE(shortcuts().setShortcut(first, keys("Ctrl+Alt+D")));
-  EXPECT_EQ(traceOf("Ctrl+Alt+D"), QStringLiteral("fF"));
+  EXPECT_EQ(traceOf("Ctrl+Alt+D"), "fF");
   EXPECT_EQ(traceOf("Ctrl+D"), QString());
   shortcuts().setEnabled(first, false);
   EXPECT_EQ(traceOf("Ctrl+Alt+D"), QString());
   ASSERT_TRUE(shortcuts().setShortcut(first, keys("Ctrl+D")));
   EXPECT_EQ(traceOf("Ctrl+D"), QString());
   shortcuts().setEnabled(first, true);
-  EXPECT_EQ(traceOf("Ctrl+D"), QStringLiteral("fF"));
+  EXPECT_EQ(traceOf("Ctrl+D"), "fF");
   EXPECT_EQ(traceOf("Ctrl+Alt+D"), QString());
   shortcuts().setHandlers(first, noting("g"));
-  EXPECT_EQ(traceOf("Ctrl+D"), QStringLiteral("gG"));
+  EXPECT_EQ(traceOf("Ctrl+D"), "gG");
   ASSERT_TRUE(shortcuts().setShortcut(first, std::nullopt));
   EXPECT_EQ(shortcuts().shortcut(first), std::nullopt);
   EXPECT_EQ(traceOf("Ctrl+D"), QString());
@@ -172,9 +163,9 @@ TEST_P(GlobalShortcutsContract, AKeyBelongsToOneName) {
   ASSERT_TRUE(shortcuts().setShortcut(first, keys("Ctrl+D")));
   const auto refused = shortcuts().setShortcut(first, keys("F9"));
   ASSERT_FALSE(refused);
-  EXPECT_TRUE(refused.error().description.contains(QStringLiteral("F9")));
+  EXPECT_TRUE(refused.error().description.contains("F9"));
   EXPECT_EQ(shortcuts().shortcut(first), keys("Ctrl+D"));
-  EXPECT_EQ(traceOf("Ctrl+D"), QStringLiteral("fF"));
+  EXPECT_EQ(traceOf("Ctrl+D"), "fF");
   EXPECT_TRUE(shortcuts().setShortcut(first, keys("Ctrl+D")));
 }
 

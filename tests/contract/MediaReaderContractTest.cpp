@@ -28,14 +28,14 @@ struct FakeSide : Side {
     made.sample = &ramp;
   }
   MediaReaderFactory& readers() override { return factory; }
-  QString file() override { return QStringLiteral("/music/ramp.wav"); }
+  QString file() override { return "/music/ramp.wav"; }
   FakeMediaReaderFactory factory;
 };
 
 struct RealSide : Side {
   MediaReaderFactory& readers() override { return factory; }
   QString file() override {
-    return media.write(QStringLiteral("ramp.wav"),
+    return media.write("ramp.wav",
                        SampleMedia::wav(48000, 2, frameTotal, [](qint64 frame, int) { return double(ramp(frame)); }));
   }
   SampleMedia media;
@@ -61,22 +61,13 @@ class MediaReaderContract : public ::testing::TestWithParam<std::tuple<const cha
   std::unique_ptr<Side> side;
 };
 
-TEST_P(MediaReaderContract, describesTheFile) {
-  const auto reader = open();
-  ASSERT_TRUE(reader);
-  EXPECT_EQ(reader->format().sampleRate, 48000);
-  EXPECT_EQ(reader->format().channelCount, 2);
-  EXPECT_EQ(reader->format().kind, AudioStreamFormat::SampleKind::signed16);
-  EXPECT_FALSE(reader->format().isPlanar);
-  EXPECT_EQ(reader->trackDescription().sampleRate, 48000);
-  EXPECT_EQ(reader->trackDescription().channelCount, 2);
-  EXPECT_EQ(reader->nominalFrames(), frameTotal);
-}
-
 TEST_P(MediaReaderContract, givesEveryFrameOnceInOrderWhateverIsAskedFor) {
   for (const qint64 most : {qint64(1), qint64(7), qint64(1000), qint64(1) << 40}) {
     const auto reader = open();
     ASSERT_TRUE(reader);
+    EXPECT_EQ(reader->format(), (AudioStreamFormat{48000, 2, AudioStreamFormat::SampleKind::signed16, false, 0}));
+    EXPECT_EQ(reader->trackDescription().channelCount, 2);
+    EXPECT_EQ(reader->nominalFrames(), frameTotal);
     qint64 position = 0;
     for (;;) {
       const auto block = reader->read(most);
@@ -100,20 +91,8 @@ TEST_P(MediaReaderContract, givesEveryFrameOnceInOrderWhateverIsAskedFor) {
   }
 }
 
-TEST_P(MediaReaderContract, readersOfOneFileAreIndependent) {
-  const auto one = open();
-  const auto other = open();
-  ASSERT_TRUE(one && other);
-  ASSERT_TRUE(one->read(500));
-  std::int16_t first = 1;
-  const auto block = other->read(1);
-  ASSERT_TRUE(block);
-  std::memcpy(&first, block->planes[0], 2);
-  EXPECT_EQ(first, 0);
-}
-
 TEST_P(MediaReaderContract, missingFilesAndLengths) {
-  const auto missing = side->readers().open(QStringLiteral("/no/such/file.wav"), std::get<1>(GetParam()));
+  const auto missing = side->readers().open("/no/such/file.wav", std::get<1>(GetParam()));
   ASSERT_FALSE(missing);
   EXPECT_EQ(missing.error().kind, MediaError::Kind::cannotOpen);
   EXPECT_FALSE(missing.error().description.isEmpty());
@@ -122,7 +101,7 @@ TEST_P(MediaReaderContract, missingFilesAndLengths) {
   const auto length = side->readers().durationSeconds(side->file(), stop);
   ASSERT_TRUE(length);
   EXPECT_NEAR(*length, frameTotal / 48000.0, 1e-4);
-  EXPECT_FALSE(side->readers().durationSeconds(QStringLiteral("/no/such/file.wav"), stop));
+  EXPECT_FALSE(side->readers().durationSeconds("/no/such/file.wav", stop));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sides, MediaReaderContract,

@@ -68,7 +68,7 @@ TYPED_TEST(PasteboardContract, ItemsComeAndGoWhole) {
   EXPECT_EQ(this->items(), ClipboardItems{});
   this->clipboard.copyElsewhere(this->imageItems());
   EXPECT_EQ(this->items(), this->imageItems());
-  EXPECT_EQ(runTaskInLoop(this->clipboard.executor, ours.string()), QStringLiteral("ü"));
+  EXPECT_EQ(runTaskInLoop(this->clipboard.executor, ours.string()), "ü");
   ASSERT_TRUE(ours.writeText("words", true));
   EXPECT_EQ(this->clipboard.pasteElsewhere(), "words");
   ASSERT_TRUE(ours.write(this->imageItems()));

@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
-#include <thread>
 
 #include "base/async/Async.h"
 #include "support/RunTask.h"
@@ -37,7 +36,7 @@ TEST(QtExecutor, ANestedEventLoopServesWhatIsQueuedBehindTheRunningFunction) {
   });
   executor.post([&] { trace += u'b'; });
   processUntil([&] { return trace.endsWith(u'e'); });
-  EXPECT_EQ(trace, QStringLiteral("abcde"));
+  EXPECT_EQ(trace, "abcde");
 }
 
 TEST(QtExecutor, ANestedLoopInsideATimerServesTheOtherTimers) {
@@ -52,65 +51,45 @@ TEST(QtExecutor, ANestedLoopInsideATimerServesTheOtherTimers) {
   });
   executor.startTimer(1ms, [&] { trace += u'b'; });
   processUntil([&] { return trace.endsWith(u'c'); });
-  EXPECT_EQ(trace, QStringLiteral("abc"));
+  EXPECT_EQ(trace, "abc");
 }
 
-TEST(QtExecutor, FunctionsThatKeepPostingLetQtsOwnEventsThrough) {
-  QtExecutor executor;
-  bool isDone = false;
-  std::function<void()> again = [&] {
-    if (!isDone) executor.post(again);
-  };
-  executor.post(again);
-  QTimer::singleShot(0, QCoreApplication::instance(), [&] { isDone = true; });
-  processUntil([&] { return isDone; });
-  EXPECT_TRUE(isDone);
-}
-
-TEST(QtExecutor, TimersThatRestartThemselvesWithoutDelayLetQtsOwnEventsThrough) {
-  QtExecutor executor;
-  bool isDone = false;
-  std::function<void()> again = [&] {
-    if (!isDone) executor.startTimer(0ms, again);
-  };
-  executor.startTimer(0ms, again);
-  QTimer::singleShot(0, QCoreApplication::instance(), [&] { isDone = true; });
-  processUntil([&] { return isDone; });
-  EXPECT_TRUE(isDone);
-}
-
-TEST(QtExecutor, APostFromAnotherThreadWakesASleepingLoop) {
-  QtExecutor executor;
-  Completion<int> completion;
-  std::thread thread([&executor, completion] { executor.post([completion]() mutable { completion.resolve(3); }); });
-  EXPECT_EQ(runTaskInLoop(executor, completion.wait()), 3);
-  thread.join();
+TEST(QtExecutor, WhatStartsItselfAgainWithoutDelayLetsQtsOwnEventsThrough) {
+  for (const bool isTimer : {false, true}) {
+    QtExecutor executor;
+    bool isDone = false;
+    std::function<void()> again = [&] {
+      if (isDone) return;
+      if (isTimer)
+        executor.startTimer(0ms, again);
+      else
+        executor.post(again);
+    };
+    again();
+    QTimer::singleShot(0, QCoreApplication::instance(), [&] { isDone = true; });
+    processUntil([&] { return isDone; });
+    EXPECT_TRUE(isDone);
+  }
 }
 
 TEST(QtExecutorDeathTest, AnExceptionEndsTheProgramWithItsMessage) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto loop = [](const std::function<void(QtExecutor&)>& start) {
+  const auto run = [](auto start) {
     QtExecutor executor;
-    start(executor);
+    TaskScope scope(executor);
+    start(executor, scope);
     QEventLoop events;
     QTimer::singleShot(10s, &events, &QEventLoop::quit);
     events.exec();
   };
-  EXPECT_DEATH(loop([](QtExecutor& executor) { executor.post([] { throw std::runtime_error("very broken"); }); }),
-               "very broken");
+  EXPECT_DEATH(
+      run([](Executor& executor, TaskScope&) { executor.post([] { throw std::runtime_error("very broken"); }); }),
+      "very broken");
   const auto failing = []() -> Task<void> {
     co_await yieldNow();
     throw std::runtime_error("task broken");
   };
-  EXPECT_DEATH(
-      {
-        QtExecutor executor;
-        TaskScope scope(executor);
-        scope.spawn(failing());
-        QEventLoop events;
-        events.exec();
-      },
-      "task broken");
+  EXPECT_DEATH(run([&](Executor&, TaskScope& scope) { scope.spawn(failing()); }), "task broken");
 }
 
 }  // namespace

@@ -54,14 +54,10 @@ class Writer {
     }
     text(name);
     QByteArray data(count * (isHalf ? 2 : 4), '\0');
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if (isHalf) {
-        const qfloat16 number(values[i]);
-        std::memcpy(data.data() + i * 2, &number, 2);
-      } else {
-        std::memcpy(data.data() + i * 4, &values[i], 4);
-      }
-    }
+    if (isHalf)
+      qFloatToFloat16(reinterpret_cast<qfloat16*>(data.data()), values.data(), static_cast<qsizetype>(values.size()));
+    else if (!values.empty())
+      std::memcpy(data.data(), values.data(), values.size() * 4);
     out_.append(data);
   }
   QByteArray take() { return std::move(out_); }

@@ -29,9 +29,7 @@ TEST(SharedRotatingFileSink, ALineCutShortSpoilsNoLaterOne) {
     std::signal(SIGXFSZ, SIG_IGN);
     int failures = 0;
     SharedRotatingFileSink sink(
-        {.folder = home.path(), .baseName = QStringLiteral("x"), .retryMs = 0, .onFailure = [&](const QString&) {
-           ++failures;
-         }});
+        {.folder = home.path(), .baseName = "x", .retryMs = 0, .onFailure = [&](const QString&) { ++failures; }});
     sink.set_formatter(std::make_unique<spdlog::pattern_formatter>("%v"));
     const auto say = [&](const char* text) { sink.log(spdlog::details::log_msg("c", spdlog::level::info, text)); };
     say("first");
@@ -47,7 +45,7 @@ TEST(SharedRotatingFileSink, ALineCutShortSpoilsNoLaterOne) {
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFEXITED(status));
   EXPECT_EQ(WEXITSTATUS(status), 1);  // said once
-  QFile file(SharedRotatingFileSink::filePath(home.path(), QStringLiteral("x"), 0));
+  QFile file(SharedRotatingFileSink::filePath(home.path(), "x", 0));
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   EXPECT_EQ(file.readAll(), QByteArray("first\n0123\nlater\nlast\n"));
 }

@@ -1,15 +1,14 @@
 #include "platform/qt/QtDefaultsStore.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
 #include <thread>
 
+#include "support/SecondProcess.h"
 #include "support/WithoutPrivileges.h"
 
 namespace quillmere {
@@ -30,39 +29,26 @@ class QtDefaultsStoreTest : public testing::Test {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
   }
-  std::unique_ptr<QProcess> start(const QString& name) const {
-    auto process = std::make_unique<QProcess>();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DEFAULTS_PATH", path);
-    environment.insert("WRITER_NAME", name);
-    process->setProcessEnvironment(environment);
-    process->setProcessChannelMode(QProcess::MergedChannels);
-    process->start(QCoreApplication::applicationFilePath(),
-                   {"--gtest_also_run_disabled_tests", "--gtest_filter=DefaultsHelper.DISABLED_Writer"});
-    EXPECT_TRUE(process->waitForStarted());
-    return process;
-  }
 };
 
 constexpr int keysEach = 20;
 
-// The work of another process: see start().
 TEST(DefaultsHelper, DISABLED_Writer) {
-  QtDefaultsStore store(qEnvironmentVariable("DEFAULTS_PATH"));
-  const QString name = qEnvironmentVariable("WRITER_NAME");
+  QtDefaultsStore store(SecondProcess::path());
+  const QString name = SecondProcess::name();
   for (int i = 0; i < keysEach; ++i) ASSERT_TRUE(store.setValue(name + QString::number(i), i % 2 == 0));
   for (int i = 0; i < keysEach; i += 2) ASSERT_TRUE(store.setValue(name + QString::number(i), false));
 }
 
 TEST_F(QtDefaultsStoreTest, ProcessesThatWriteDifferentKeysLoseNothing) {
-  auto a = start("a"), b = start("b"), c = start("c");
-  for (const auto& process : {a.get(), b.get(), c.get()}) {
-    EXPECT_TRUE(process->waitForFinished(120'000));
-    EXPECT_EQ(process->exitCode(), 0) << process->readAll().toStdString();
-  }
+  const QString writer = "DefaultsHelper.DISABLED_Writer";
+  SecondProcess a(writer, path, "a"), b(writer, path, "b"), c(writer, path, "c");
+  for (SecondProcess* process : {&a, &b, &c}) process->expectSuccess();
   const QtDefaultsStore store(path);
   EXPECT_EQ(store.keys().size(), 3 * keysEach);
   for (const QString& key : store.keys()) EXPECT_EQ(store.value(key), false) << key.toStdString();
+  EXPECT_EQ(QDir(QFileInfo(path).absolutePath()).entryList(QDir::Files | QDir::Hidden), QStringList{"quillmere.conf"});
+  EXPECT_EQ(QFile::permissions(path) & (QFile::WriteGroup | QFile::WriteOther), QFile::Permissions());
 }
 
 TEST_F(QtDefaultsStoreTest, AFileWrittenByHand) {
@@ -105,16 +91,6 @@ TEST_F(QtDefaultsStoreTest, WritesOfOthersAreReadAtOnceWithoutAnEventLoop) {
   }
   QFile::remove(path);
   EXPECT_FALSE(reader.value("key").isValid());
-}
-
-TEST_F(QtDefaultsStoreTest, TwoStoresOfOneProcessTakeTurnsInPlace) {
-  QtDefaultsStore a(path), b(path);
-  for (int i = 0; i < 50; ++i) {
-    a.setValue("a", i);
-    b.setValue("b", i);
-    ASSERT_EQ(a.value("b"), i);
-    ASSERT_EQ(b.value("a"), i);
-  }
 }
 
 TEST_F(QtDefaultsStoreTest, TheEventLoopHearsOfChangesOfOthers) {
@@ -183,13 +159,6 @@ TEST_F(QtDefaultsStoreTest, WhatTheDiskRefusesStaysReadable) {
   EXPECT_TRUE(store.setValue("other", 1));  // what was refused goes along
   const QtDefaultsStore again(path);
   EXPECT_EQ(again.keys(), QStringList({"enableVAD", "other"}));
-}
-
-TEST_F(QtDefaultsStoreTest, NothingIsLeftBesideTheFile) {
-  QtDefaultsStore store(path);
-  store.setValue("a", 1);
-  EXPECT_EQ(QDir(QFileInfo(path).absolutePath()).entryList(QDir::Files | QDir::Hidden), QStringList{"quillmere.conf"});
-  EXPECT_EQ(QFile::permissions(path) & (QFile::WriteGroup | QFile::WriteOther), QFile::Permissions());
 }
 
 }  // namespace

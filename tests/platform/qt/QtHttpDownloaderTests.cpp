@@ -44,7 +44,7 @@ Task<Fetched> fetch(HttpDownloader& downloader, HttpDownloadRequest request, Dur
 
 class QtHttpDownloaderTest : public testing::Test {
  protected:
-  Fetched get(const QString& path = QStringLiteral("/file")) {
+  Fetched get(const QString& path = "/file") {
     HttpDownloadRequest request;
     request.url = server.url(path);
     return runTaskInLoop(executor, fetch(downloader, request));
@@ -60,7 +60,7 @@ class QtHttpDownloaderTest : public testing::Test {
   }
 
   QtExecutor executor;
-  QtHttpDownloader downloader{QStringLiteral("1.2.3")};
+  QtHttpDownloader downloader{"1.2.3"};
   Server server{[](const QByteArray&) { return Server::Reply{Server::response("200 OK", "", "hello")}; }};
 };
 

@@ -1,11 +1,12 @@
 #include "platform/qt/QtNetworkStatus.h"
 
+#include <qtestsupport_core.h>
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QEventLoop>
-#include <QProcess>
-#include <QTimer>
+
+#include "support/SessionBus.h"
 
 namespace quillmere {
 namespace {
@@ -20,45 +21,30 @@ class NetworkManagerDouble final : public QDBusVirtualObject {
   std::function<void()> onAsked;
   QString introspect(const QString&) const override { return {}; }
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
-    if (message.member() != u"Get" || message.arguments().value(1) != QStringLiteral("State")) return false;
+    if (message.member() != u"Get" || message.arguments().value(1) != "State") return false;
     connection.send(message.createReply(QVariant::fromValue(QDBusVariant(state))));
     if (onAsked) onAsked();
     return true;
   }
 };
 
-// A message bus of the test's own.
 class QtNetworkStatusTest : public testing::Test {
  protected:
   void SetUp() override {
-    daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address", "--address=unix:tmpdir=/tmp"});
-    ASSERT_TRUE(daemon.waitForStarted()) << "dbus-daemon is needed";
-    ASSERT_TRUE(daemon.waitForReadyRead());
-    address = QString::fromLatin1(daemon.readLine()).trimmed();
+    ASSERT_TRUE(bus.start()) << "dbus-daemon is needed";
     service = connect("service");
     ASSERT_TRUE(service.registerVirtualObject(objectPath, &manager));
   }
   void TearDown() override {
     for (const QString& name : names) QDBusConnection::disconnectFromBus(name);
-    daemon.kill();
-    daemon.waitForFinished();
   }
   QDBusConnection connect(const char* role) {
     names << QStringLiteral("%1-%2").arg(role).arg(names.size());
-    return QDBusConnection::connectToBus(address, names.last());
+    return QDBusConnection::connectToBus(bus.address(), names.last());
   }
   // Waits for a value; a wrong one ends in a failure after ten seconds.
   void expectOnline(const QtNetworkStatus& status, bool isOnline) {
-    QEventLoop loop;
-    QTimer poll, limit;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-      if (status.isOnline() == isOnline) loop.quit();
-    });
-    QObject::connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
-    poll.start(1);
-    limit.start(10'000);
-    loop.exec();
-    EXPECT_EQ(status.isOnline(), isOnline);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return status.isOnline() == isOnline; }, 10'000)) << isOnline;
   }
   void announce(uint state) {
     manager.state = state;
@@ -67,8 +53,7 @@ class QtNetworkStatusTest : public testing::Test {
     service.send(signal);
   }
 
-  QProcess daemon;
-  QString address;
+  SessionBus bus;
   QStringList names;
   NetworkManagerDouble manager;
   QDBusConnection service{QString()};

@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <QFile>
-#include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QThread>
-#include <QtEndian>
 
 #include <chrono>
 #include <cmath>
@@ -14,7 +11,6 @@
 
 #include "support/RecordingLogSink.h"
 #include "support/ScriptedWhisperModel.h"
-#include "support/WordErrorRate.h"
 
 namespace quillmere {
 namespace {
@@ -36,7 +32,7 @@ SpeechRunParameters inLanguage(const char* language) {
 
 class WhisperSpeechEngineTest : public testing::Test {
  protected:
-  QString write(const QByteArray& content, const QString& name = QStringLiteral("model.bin")) {
+  QString write(const QByteArray& content, const QString& name = "model.bin") {
     QFile file(folder_.filePath(name));
     EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     return file.fileName();
@@ -82,6 +78,7 @@ TEST_F(WhisperSpeechEngineTest, transcribesTheScript) {
     options.isEnglishOnly = isEnglishOnly;
     const auto context = load(options);
     ASSERT_TRUE(context);
+    EXPECT_TRUE(log_->contains("loading model"));
     for (int again = 0; again < 2; ++again) {
       ASSERT_TRUE(context->run(hum(3), inLanguage("en"), goOn_));
       EXPECT_EQ(textOf(*context), ' ' + options.text);
@@ -137,7 +134,7 @@ TEST_F(WhisperSpeechEngineTest, saysNothingWithoutSamplesAndFailsOnAnUnknownLang
   EXPECT_TRUE(context->run({}, inLanguage("en"), goOn_));
   EXPECT_EQ(context->segmentCount(), 0);
   EXPECT_FALSE(context->run(hum(2), inLanguage("xx"), goOn_));
-  EXPECT_TRUE(log_->contains(QStringLiteral("does not know this language: xx")));
+  EXPECT_TRUE(log_->contains("does not know this language: xx"));
   // Far below the length of one frame.
   EXPECT_TRUE(context->run(hum(0.01), inLanguage("en"), goOn_));
 }
@@ -193,12 +190,12 @@ TEST_F(WhisperSpeechEngineTest, refusesFilesThatAreNoModels) {
     QString path;
     QString key;
   } cases[] = {
-      {folder_.filePath(QStringLiteral("absent.bin")), QStringLiteral("models.file.error.missing")},
-      {folder_.path(), QStringLiteral("models.file.error.unreadable")},
-      {write({}, QStringLiteral("empty.bin")), QStringLiteral("models.file.error.empty")},
-      {write("hello", QStringLiteral("text.bin")), QStringLiteral("models.file.error.foreign")},
-      {write(whole.left(whole.size() - 3), QStringLiteral("cut.bin")), QStringLiteral("models.file.error.truncated")},
-      {write(whole.left(4), QStringLiteral("magic.bin")), QStringLiteral("models.file.error.truncated")},
+      {folder_.filePath("absent.bin"), "models.file.error.missing"},
+      {folder_.path(), "models.file.error.unreadable"},
+      {write({}, "empty.bin"), "models.file.error.empty"},
+      {write("hello", "text.bin"), "models.file.error.foreign"},
+      {write(whole.left(whole.size() - 3), "cut.bin"), "models.file.error.truncated"},
+      {write(whole.left(4), "magic.bin"), "models.file.error.truncated"},
   };
   for (const auto& [path, key] : cases) {
     const auto loaded = engine_.load(path);
@@ -233,42 +230,6 @@ TEST_F(WhisperSpeechEngineTest, refusesEveryModelOnAProcessorThatLacksSomething)
   const auto loaded = engine.load(write(ScriptedWhisperModel::bytes({})));
   ASSERT_FALSE(loaded);
   EXPECT_EQ(loaded.error().description, *engine.unsupportedProcessor());
-}
-
-TEST_F(WhisperSpeechEngineTest, logsThroughTheSinkOnly) {
-  testing::internal::CaptureStderr();
-  ASSERT_TRUE(load({}));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_TRUE(log_->contains(QStringLiteral("loading model")));
-}
-
-// --- the starter model on real speech
-
-std::vector<float> readWave(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return {};
-  const QByteArray content = file.readAll();
-  std::vector<float> samples;
-  for (qsizetype at = content.indexOf("data") + 8; at + 1 < content.size(); at += 2) {
-    samples.push_back(static_cast<float>(qFromLittleEndian<qint16>(content.constData() + at)) / 32768.0f);
-  }
-  return samples;
-}
-
-TEST_F(WhisperSpeechEngineTest, understandsRealSpeechWithTheStarterModel) {
-  const QString model = qEnvironmentVariable("QUILLMERE_STARTER_MODEL");
-  if (model.isEmpty()) GTEST_SKIP() << "QUILLMERE_STARTER_MODEL does not name a model file";
-  const QString source = qEnvironmentVariable("QUILLMERE_SOURCE_DIR", QStringLiteral("."));
-  const auto samples = readWave(source + QStringLiteral("/third_party/src/whisper.cpp/bindings/go/samples/jfk.wav"));
-  ASSERT_GT(samples.size(), 160000u);
-  auto loaded = engine_.load(model);
-  ASSERT_TRUE(loaded) << qPrintable(loaded.error().description);
-  SpeechRunParameters parameters = inLanguage("en");
-  parameters.threads = std::clamp(QThread::idealThreadCount() - 2, 1, 4);
-  ASSERT_TRUE(loaded.value()->run(std::make_shared<const std::vector<float>>(samples), parameters, goOn_));
-  const QByteArray text = textOf(**loaded);
-  EXPECT_LE(wordErrorRate(wordsOf(QString::fromLatin1(clipWords)), wordsOf(QString::fromUtf8(text))), 0.1)
-      << text.constData();
 }
 
 }  // namespace

@@ -85,10 +85,10 @@ TEST_F(WhisperVoiceActivityModelTest, RefusesEveryOtherFile) {
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   const QByteArray whole = file.readAll();
   ASSERT_EQ(whole.size(), 885098);
-  const QString speechModel = folder.filePath(QStringLiteral("speech.bin"));
+  const QString speechModel = folder.filePath("speech.bin");
   ASSERT_TRUE(ScriptedWhisperModel::write(speechModel, {}));
   const auto write = [&](const QByteArray& bytes) {
-    QFile out(folder.filePath(QStringLiteral("model.bin")));
+    QFile out(folder.filePath("model.bin"));
     EXPECT_TRUE(out.open(QIODevice::WriteOnly) && out.write(bytes) == bytes.size());
     return out.fileName();
   };
@@ -97,7 +97,7 @@ TEST_F(WhisperVoiceActivityModelTest, RefusesEveryOtherFile) {
 
   EXPECT_FALSE(model.load(speechModel));
   EXPECT_FALSE(model.load(folder.path()));
-  EXPECT_FALSE(model.load(folder.filePath(QStringLiteral("missing.bin"))));
+  EXPECT_FALSE(model.load(folder.filePath("missing.bin")));
   for (const QByteArray& bytes :
        {QByteArray(), whole.left(50), whole.left(500000), whole.chopped(1), whole + 'x', flipped})
     EXPECT_FALSE(model.load(write(bytes))) << bytes.size();
