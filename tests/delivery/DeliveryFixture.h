@@ -49,6 +49,11 @@ class DeliveryFixture : public testing::Test {
                                std::optional<qint64> target = targetPID) {
     return runTask(executor, helper.smartPaste(text, std::move(tags), target)).kind;
   }
+  SmartPasteResult::Kind dictate(const QString& text) {
+    begin();
+    helper.endRecordingSession();
+    return paste(text);
+  }
   QString clipboardText() const { return pasteboard.plainText().value_or("(no text)"); }
   bool isOriginalBack() const { return pasteboard.contents == original; }
 

@@ -163,9 +163,7 @@ TEST_F(SmartPasteTest, AFailedChordFallsBackAndAFailedFallbackFails) {
 
 TEST_F(SmartPasteTest, ATextThatNobodyFetchedStaysUntilSomebodyDoes) {
   pasteboard.isFetchedWhenExpected = false;
-  begin();
-  helper.endRecordingSession();
-  EXPECT_EQ(paste(text), Kind::notFetched);
+  EXPECT_EQ(dictate(text), Kind::notFetched);
   executor.advance(3600s);
   EXPECT_EQ(clipboardText(), text);
   pasteboard.fetch();
@@ -179,9 +177,7 @@ TEST_F(SmartPasteTest, WhatTheUserCopiedMeanwhileIsNotTouched) {
   for (const bool isFetched : {true, false}) {
     pasteboard.copyElsewhere(original);
     pasteboard.isFetchedWhenExpected = isFetched;
-    begin();
-    helper.endRecordingSession();
-    paste(text);
+    dictate(text);
     executor.advance(5s);
     pasteboard.copyElsewhere("newer");
     executor.advance(60s);
@@ -192,9 +188,7 @@ TEST_F(SmartPasteTest, WhatTheUserCopiedMeanwhileIsNotTouched) {
 }
 
 TEST_F(SmartPasteTest, ASecondDictationWithinTheDelayStillGivesBackTheUsersOwn) {
-  begin();
-  helper.endRecordingSession();
-  paste("one");
+  dictate("one");
   executor.advance(4s);
   begin();
   EXPECT_TRUE(lines->contains("❌ Cancelled pending clipboard restoration"));
@@ -237,14 +231,10 @@ TEST_F(SmartPasteTest, ADictationThatPastesNothingLeavesTheRestoreOfTheOneBefore
 }
 
 TEST_F(SmartPasteTest, WhatWasCopiedBetweenTwoDictationsIsWhatComesBack) {
-  begin();
-  helper.endRecordingSession();
-  paste("one");
+  dictate("one");
   executor.advance(4s);
   pasteboard.copyElsewhere("between");
-  begin();
-  helper.endRecordingSession();
-  paste("two");
+  dictate("two");
   executor.advance(11s);
   EXPECT_EQ(clipboardText(), "between");
 }
@@ -291,9 +281,7 @@ TEST_F(SmartPasteTest, TheSelectionThatATerminalPastedFromComesBack) {
     putInFront("xterm");
     pasteboard.copyElsewhere(original);
     if (hasSelection) pasteboard.selectElsewhere("marked");
-    begin();
-    helper.endRecordingSession();
-    EXPECT_EQ(paste(text), Kind::success);
+    EXPECT_EQ(dictate(text), Kind::success);
     EXPECT_EQ(pasteboard.selection, text);
     if (!hasSelection) pasteboard.selectElsewhere("marked later");
     executor.advance(11s);
@@ -324,18 +312,14 @@ TEST_F(SmartPasteTest, ACancelAtAnyMomentGivesTheClipboardBack) {
 }
 
 TEST_F(SmartPasteTest, WaitingForTheRestoreEndsWhenItIsDoneOrWaitsForTheUser) {
-  begin();
-  helper.endRecordingSession();
-  paste(text);
+  dictate(text);
   const TimePoint start = executor.now();
   runTask(executor, helper.waitForRestore());
   EXPECT_GE(executor.now() - start, Duration(9s));
   EXPECT_TRUE(isOriginalBack());
 
   pasteboard.isFetchedWhenExpected = false;
-  begin();
-  helper.endRecordingSession();
-  EXPECT_EQ(paste(text), Kind::notFetched);
+  EXPECT_EQ(dictate(text), Kind::notFetched);
   runTask(executor, helper.waitForRestore());
   EXPECT_EQ(clipboardText(), text);
 }
@@ -360,18 +344,14 @@ TEST_F(SmartPasteTest, CopiesByHandAndDictationsGiveBackTheUsersOwnInTheEnd) {
   executor.advance(1s);
   runTask(executor, helper.copyTextManually("second"));
   executor.advance(1s);
-  begin();
-  helper.endRecordingSession();
-  EXPECT_EQ(paste("third"), Kind::success);
+  EXPECT_EQ(dictate("third"), Kind::success);
   executor.advance(11s);
   EXPECT_EQ(clipboardText(), "mine");
 
   // Not fetched, so the dialog offers to copy it again.
   pasteboard.copyElsewhere(original);
   pasteboard.isFetchedWhenExpected = false;
-  begin();
-  helper.endRecordingSession();
-  EXPECT_EQ(paste(text), Kind::notFetched);
+  EXPECT_EQ(dictate(text), Kind::notFetched);
   executor.advance(60s);
   runTask(executor, helper.copyTextManually(text));
   executor.advance(5s);

@@ -34,10 +34,7 @@ X11Workspace::X11Workspace(std::unique_ptr<XcbConnection> connection, Identify i
     : connection_(std::move(connection)),
       identify_(std::move(identify)),
       thisProcessId_(thisProcessId),
-      hideOwnWindows_(std::move(hideOwnWindows)),
-      frontmostObservers_(std::make_shared<std::map<quint64, std::shared_ptr<std::function<void()>>>>()),
-      launchObservers_(
-          std::make_shared<std::map<quint64, std::shared_ptr<std::function<void(const RunningApplication&)>>>>()) {
+      hideOwnWindows_(std::move(hideOwnWindows)) {
   xcb_connection_t* const raw = connection_->raw();
   const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
   ownWindow_ = xcb_generate_id(raw);
@@ -92,20 +89,21 @@ void X11Workspace::hideThisApplication() {
   if (hideOwnWindows_) hideOwnWindows_();
 }
 
-Subscription X11Workspace::observeFrontmost(std::function<void()> observer) {
+template <typename F>
+Subscription X11Workspace::add(const Observers<F>& observers, F observer) {
   const quint64 id = ++lastObserver_;
-  frontmostObservers_->emplace(id, std::make_shared<std::function<void()>>(std::move(observer)));
-  return Subscription([all = std::weak_ptr(frontmostObservers_), id] {
-    if (const auto observers = all.lock()) observers->erase(id);
+  observers->emplace(id, std::make_shared<F>(std::move(observer)));
+  return Subscription([all = std::weak_ptr(observers), id] {
+    if (const auto present = all.lock()) present->erase(id);
   });
 }
 
+Subscription X11Workspace::observeFrontmost(std::function<void()> observer) {
+  return add(frontmostObservers_, std::move(observer));
+}
+
 Subscription X11Workspace::observeLaunches(std::function<void(const RunningApplication&)> observer) {
-  const quint64 id = ++lastObserver_;
-  launchObservers_->emplace(id, std::make_shared<std::function<void(const RunningApplication&)>>(std::move(observer)));
-  return Subscription([all = std::weak_ptr(launchObservers_), id] {
-    if (const auto observers = all.lock()) observers->erase(id);
-  });
+  return add(launchObservers_, std::move(observer));
 }
 
 bool X11Workspace::forceTerminate(qint64 processId) {

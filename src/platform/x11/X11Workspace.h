@@ -33,11 +33,17 @@ class X11Workspace final : public Workspace {
   bool forceTerminate(qint64 processId) override;
 
  private:
+  using FrontmostObserver = std::function<void()>;
+  using LaunchObserver = std::function<void(const RunningApplication&)>;
   template <typename F>
-  using Observers = std::shared_ptr<std::map<quint64, std::shared_ptr<F>>>;
+  using ObserverMap = std::map<quint64, std::shared_ptr<F>>;
+  template <typename F>
+  using Observers = std::shared_ptr<ObserverMap<F>>;
 
   X11Workspace(std::unique_ptr<XcbConnection> connection, Identify identify, qint64 thisProcessId,
                std::function<void()> hideOwnWindows);
+  template <typename F>
+  Subscription add(const Observers<F>& observers, F observer);
   void handle(const xcb_generic_event_t& event);
   void activeWindowChanged();
   void rememberActiveWindow();
@@ -63,8 +69,8 @@ class X11Workspace final : public Workspace {
   std::map<qint64, xcb_window_t> lastActiveWindow_;
   std::vector<xcb_window_t> knownWindows_;
   std::set<qint64> knownProcesses_;
-  Observers<std::function<void()>> frontmostObservers_;
-  Observers<std::function<void(const RunningApplication&)>> launchObservers_;
+  Observers<FrontmostObserver> frontmostObservers_ = std::make_shared<ObserverMap<FrontmostObserver>>();
+  Observers<LaunchObserver> launchObservers_ = std::make_shared<ObserverMap<LaunchObserver>>();
   quint64 lastObserver_ = 0;
   Subscription events_;
 };
