@@ -55,7 +55,7 @@ bool FirstRunViewModel::isStepDone() const {
     case microphoneStep:
       return services_.microphone.hasHeard();
     case modelStep:
-      return isLocalModeReady() || !services_.models.downloadedModels().empty();
+      return awaitedModel_ || isLocalModeReady() || !services_.models.downloadedModels().empty();
     case shortcutStep:
       return services_.shortcuts.hasTrigger();
     default:
@@ -205,6 +205,7 @@ void FirstRunViewModel::takeDownloads(const QSet<QString>& names) {
     isDownloadSeen_ = true;
   else if (isDownloadSeen_ && !services_.models.findDownloaded(*awaitedModel_))
     awaitedModel_.reset();
+  updateMeasurement();
   Q_EMIT changed();
 }
 

@@ -195,6 +195,7 @@ TEST(FirstRun, AChosenModelIsUsedWhenItHasArrived) {
   EXPECT_EQ(firstRun.chosenModel(), QStringLiteral("small"));
   firstRun.chooseModel(QStringLiteral("base"));
   EXPECT_EQ(firstRun.chosenModel(), QStringLiteral("base"));
+  EXPECT_TRUE(firstRun.isStepDone()) << "it goes on while the next steps are gone through";
   f.goTo(FirstRunViewModel::tryStep);
   EXPECT_TRUE(firstRun.tryProblem().contains(QStringLiteral("downloaded")));
   EXPECT_EQ(f.store->fetchMode(QString::fromLatin1(localDefaultModeId)), nullptr);

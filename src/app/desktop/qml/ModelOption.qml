@@ -35,9 +35,11 @@ T.RadioButton {
             ColumnLayout {
                 Layout.fillWidth: true
                 spacing: 4
-                RowLayout {
+                // A layout would miss what changes in the chip while the option is hidden.
+                Row {
                     spacing: 8
                     Text {
+                        anchors.verticalCenter: parent.verticalCenter
                         text: control.text
                         font.pixelSize: Theme.body
                         font.weight: Font.DemiBold
@@ -45,7 +47,6 @@ T.RadioButton {
                         Accessible.ignored: true
                     }
                     Chip { text: control.isDownloaded ? qsTrId("firstRun.model.here") : control.sizeText }
-                    Item { Layout.fillWidth: true }
                 }
                 Text {
                     Layout.fillWidth: true
