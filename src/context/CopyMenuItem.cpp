@@ -62,7 +62,7 @@ bool isWordForCopy(const QString& title) {
       "Копировать", "Копіювати", "Копиране",  "Копирај",   "Kopiraj",   "Αντιγραφή", "Kopyala", "コピー",
       "复制",       "拷贝",      "複製",      "拷貝",      "복사",      "복사하기",  "نسخ",     "העתק",
       "העתקה",      "คัดลอก",     "สำเนา",     "Sao chép",  "Salin",     "कॉपी करें",   "کپی",     "رونوشت",
-      "Kopeeri",    "Kopēt",     "Kopijuoti", "Còpia",     "Kopiatu",   "প্রতিলিপি",  "நகலெடு",  "Kopiraj",
+      "Kopeeri",    "Kopēt",     "Kopijuoti", "Còpia",     "Kopiatu",   "প্রতিলিপি",  "நகலெடு",
   });
   return words.contains(plainTitle(title));
 }

@@ -32,7 +32,7 @@ TEST(ApplicationTables, CategoryAndDescriptionByIdentifier) {
       {"com.microsoft.word", false, "Application", "Desktop application"},
       {"org.gnome.TextEditor", false, "Code Editor", "Source code editing application"},
       {"org.kde.konsole.desktop", false, "Terminal", "Command-line interface application"},
-      {"jetbrains-clion", false, "IDE", "Desktop application"},
+      {"jetbrains-rustrover", false, "IDE", "Desktop application"},
   };
   for (const Case& each : cases) {
     const QString id = QString::fromLatin1(each.bundleId);
