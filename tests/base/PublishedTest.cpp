@@ -45,18 +45,6 @@ TEST(Published, AnObserverThatIsEndedByAnEarlierOneIsNotCalled) {
   EXPECT_EQ(calls, 0);
 }
 
-TEST(Published, ANewcomerHearsLaterValuesOnly) {
-  Published<int> value(0);
-  std::vector<int> seen;
-  Subscription newcomer;
-  const auto host = value.observe([&](int now) {
-    if (now == 1) newcomer = value.observe([&](int late) { seen.push_back(late); });
-  });
-  value.set(1);
-  value.set(2);
-  EXPECT_EQ(seen, (std::vector<int>{2}));
-}
-
 TEST(Published, AnObserverMayDestroyTheOwner) {
   auto value = std::make_unique<Published<QString>>("a");
   QStringList seen;

@@ -4,33 +4,26 @@ namespace quillmere {
 namespace {
 
 TEST(KeyCombination, TextsAreReadAndWrittenInOneForm) {
-  const std::pair<QString, QString> cases[] = {{"Ctrl+Alt+D", "Ctrl+Alt+D"},
-                                               {"super + shift+alt+CONTROL+d", "Ctrl+Alt+Shift+Super+D"},
-                                               {"Option+Windows+D", "Alt+Super+D"},
-                                               {"d", "D"},
-                                               {"Win+f9", "Super+F9"},
-                                               {"Meta+F35", "Super+F35"},
-                                               {"F", "F"},
-                                               {"Pause", "Pause"},
-                                               {"ctrl+SPACE", "Ctrl+space"},
-                                               {"Ctrl+7", "Ctrl+7"},
-                                               {"Ctrl+.", "Ctrl+period"},
-                                               {"Ctrl++", "Ctrl+plus"},
-                                               {"+", "plus"},
-                                               {"Ctrl + +", "Ctrl+plus"},
-                                               {"Ctrl+-", "Ctrl+minus"},
-                                               {"esc", "Escape"},
-                                               {"Alt+enter", "Alt+Return"},
-                                               {"Page_up", "Page_Up"},
-                                               {"Ctrl+Ctrl+D", "Ctrl+D"},
-                                               {"D+Ctrl", "Ctrl+D"},
-                                               {"Ctrl+ö", "Ctrl+Ö"},
-                                               {"Ctrl+Ö", "Ctrl+Ö"},
-                                               {"Alt+ß", "Alt+ß"},
-                                               {"XF86AudioRecord", "XF86AudioRecord"},
-                                               {"Ctrl+KP_Enter", "Ctrl+KP_Enter"},
-                                               {"Ctrl+Cyrillic_ve", "Ctrl+Cyrillic_ve"},
-                                               {"Ctrl+U20AC", "Ctrl+U20AC"}};
+  std::vector<std::pair<QString, QString>> cases = {{"super + shift+alt+CONTROL+d", "Ctrl+Alt+Shift+Super+D"},
+                                                    {"Option+Windows+D", "Alt+Super+D"},
+                                                    {"d", "D"},
+                                                    {"Win+f9", "Super+F9"},
+                                                    {"Meta+F35", "Super+F35"},
+                                                    {"ctrl+SPACE", "Ctrl+space"},
+                                                    {"Ctrl+.", "Ctrl+period"},
+                                                    {"Ctrl++", "Ctrl+plus"},
+                                                    {"+", "plus"},
+                                                    {"Ctrl + +", "Ctrl+plus"},
+                                                    {"Ctrl+-", "Ctrl+minus"},
+                                                    {"esc", "Escape"},
+                                                    {"Alt+enter", "Alt+Return"},
+                                                    {"Page_up", "Page_Up"},
+                                                    {"Ctrl+Ctrl+D", "Ctrl+D"},
+                                                    {"D+Ctrl", "Ctrl+D"},
+                                                    {"Ctrl+ö", "Ctrl+Ö"}};
+  for (const char* same : {"Ctrl+Alt+D", "F", "Pause", "Ctrl+7", "Ctrl+Ö", "Alt+ß", "XF86AudioRecord", "Ctrl+KP_Enter",
+                           "Ctrl+Cyrillic_ve", "Ctrl+U20AC"})
+    cases.emplace_back(same, same);
   for (const auto& [text, written] : cases) {
     const auto combination = KeyCombination::parse(text);
     ASSERT_TRUE(combination) << qPrintable(text);

@@ -6,27 +6,19 @@ namespace {
 using M = WhisperModel;
 
 TEST(WhisperModelTest, LenientNames) {
-  const std::pair<const char*, std::optional<M>> cases[] = {
-      {"large-v3_turbo", M::largeV3Turbo},
-      {"whisper-large-v3-turbo-custom", M::largeV3Turbo},
-      {"ggml-base.en", M::baseEn},
-      {"ggml-Medium.EN.bin", M::mediumEn},
-      {"tiny-small.en", M::tinyEn},  // the order of the tests decides
-      {"base-tiny", M::tiny},
-      {"my-large-v2", M::largeV2},
-      {"large_v2", M::largeV2},
-      {"LARGE-V3", M::largeV3},
-      {"large_v3", M::largeV3},  // through the last rule
-      {"large", M::largeV3},
-      {"large.en", M::largeV3},       // there is no English-only one
-      {"base-large-v3", M::largeV3},  // a large name wins over the small ones
-      {"Tiny", M::tiny},
-      {"parakeet-tdt-0.6b-v3", std::nullopt},
-      {"cloud", std::nullopt},
-      {"", std::nullopt},
+  const std::pair<std::optional<M>, std::vector<const char*>> cases[] = {
+      {M::largeV3Turbo, {"large-v3_turbo", "whisper-large-v3-turbo-custom"}},
+      {M::baseEn, {"ggml-base.en"}},
+      {M::mediumEn, {"ggml-Medium.EN.bin"}},
+      {M::tinyEn, {"tiny-small.en"}},  // the order of the tests decides
+      {M::tiny, {"base-tiny", "Tiny"}},
+      {M::largeV2, {"my-large-v2", "large_v2"}},
+      // "large_v3" through the last rule; there is no English-only one; a large name wins over the small ones.
+      {M::largeV3, {"LARGE-V3", "large_v3", "large", "large.en", "base-large-v3"}},
+      {std::nullopt, {"parakeet-tdt-0.6b-v3", "cloud", ""}},
   };
-  for (const auto& [text, expected] : cases)
-    EXPECT_EQ(lenientWhisperModel(QString::fromLatin1(text)), expected) << text;
+  for (const auto& [expected, texts] : cases)
+    for (const char* text : texts) EXPECT_EQ(lenientWhisperModel(text), expected) << text;
   for (const M model : allCases<M>()) EXPECT_EQ(lenientWhisperModel(rawValue(model)), model);
 }
 
@@ -35,17 +27,6 @@ TEST(WhisperModelTest, FileNamesAreMatchedExactly) {
   EXPECT_EQ(fileName(M::largeV3Turbo), "ggml-large-v3-turbo.bin");
   for (const char* other : {"ggml-large-v3_turbo.bin", "ggml-tiny.BIN", "ggml-tiny", "tiny", ""})
     EXPECT_EQ(whisperModelForFileName(QString::fromLatin1(other)), std::nullopt) << other;
-}
-
-TEST(WhisperModelTest, ChecksumsAreDistinctAndWellFormed) {
-  QSet<QString> seen;
-  for (const M model : allCases<M>()) {
-    const QString sum = expectedSha256(model);
-    EXPECT_EQ(sum.size(), 64);
-    EXPECT_EQ(QByteArray::fromHex(sum.toLatin1()).toHex(), sum.toLatin1());
-    seen.insert(sum);
-  }
-  EXPECT_EQ(seen.size(), 11);
 }
 
 TEST(WhisperModelTest, AnOverrideChangesOneNameAndNoOther) {

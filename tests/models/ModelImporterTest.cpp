@@ -155,7 +155,7 @@ TEST_F(ModelImporterTest, refusesWhatIsNoModelAndLeavesNothing) {
     change(options);
     return CTranslate2Folder::modelBytes(model(), options);
   };
-  const auto model = [&](const char* before, const char* after) {
+  const auto weights = [&](const char* before, const char* after) {
     return folder(QByteArray(whole).replace(before, after), words);
   };
   const auto vocabulary = [&](const char* before, const char* after) {
@@ -178,17 +178,17 @@ TEST_F(ModelImporterTest, refusesWhatIsNoModelAndLeavesNothing) {
       {"absent", path("absent.bin"), "models.file.error.missing"},
       {"empty file", write("empty.bin", {}), "models.file.error.empty"},
       {"text", write("text.bin", "hello"), "models.file.error.foreign"},
-      {"cut file", write("cut.bin", quillmere::model().left(1000000)), "models.file.error.truncated"},
+      {"cut file", write("cut.bin", model().left(1000000)), "models.file.error.truncated"},
       {"folder without model.bin", hollow, "models.import.error.folderForeign"},
-      {"model.bin is a ggml file", folder(quillmere::model(), words), "models.import.error.folderForeign"},
+      {"model.bin is a ggml file", folder(model(), words), "models.import.error.folderForeign"},
       {"older format", folder(with([](auto& o) { o.version = 5; }), words), "models.import.error.folderVersion"},
       {"8-bit weights", folder(with([](auto& o) { o.isQuantised = true; }), words), "models.import.error.quantised"},
       {"no vocabulary", wordless, "models.import.error.vocabularyMissing"},
       {"cut model.bin", folder(whole.left(whole.size() / 2), words), "models.file.error.truncated"},
-      {"a tensor is missing", model("encoder/layer_0/ffn/linear_1/bias", "encoder/layer_0/ffn/linear_x/bias"),
+      {"a tensor is missing", weights("encoder/layer_0/ffn/linear_1/bias", "encoder/layer_0/ffn/linear_x/bias"),
        "models.file.error.damaged"},
       {"a layer is missing",
-       model("coder/layer_0/self_attention/linear_0/w", "coder/layer_1/self_attention/linear_0/w"),
+       weights("coder/layer_0/self_attention/linear_0/w", "coder/layer_1/self_attention/linear_0/w"),
        "models.file.error.damaged"},
       {"no heads", withHeads(0), "models.file.error.damaged"},
       {"33 heads", withHeads(33), "models.file.error.damaged"},

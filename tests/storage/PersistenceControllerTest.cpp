@@ -203,28 +203,27 @@ TEST_F(PersistenceControllerTest, TranscriptsByBeginningOfTheIdentifier) {
   const TranscriptPtr a = add("abcd1234-5678-4abc-8def-000000000001");
   const TranscriptPtr b = add("abcd1234-ffff-4abc-8def-000000000002");
   const TranscriptPtr c = add("ffffffff-0000-4abc-8def-000000000003");
-  struct Case {
-    const char* typed;
+  const struct {
     TranscriptPtr expected;
     int matches;
+    QStringList typed;
+  } cases[] = {
+      {a,
+       1,
+       {"abcd1234-5678-4abc-8def-000000000001", "{ABCD1234-5678-4ABC-8DEF-000000000001}",
+        "abcd123456784abc8def000000000001", "abcd12345"}},
+      {b, 1, {" ABCD1234-F "}},
+      {c, 1, {"ffff"}},
+      {nullptr, 2, {"abcd1234"}},
+      // "abc" is too little to mean one.
+      {nullptr, 0, {"abc", "abce", "abcd1234-5678-4abc-8def-0000000000012", "last", "ffff' OR 1=1 --", ""}},
   };
-  const Case cases[] = {{"abcd1234-5678-4abc-8def-000000000001", a, 1},
-                        {"{ABCD1234-5678-4ABC-8DEF-000000000001}", a, 1},
-                        {"abcd123456784abc8def000000000001", a, 1},
-                        {"abcd12345", a, 1},
-                        {" ABCD1234-F ", b, 1},
-                        {"ffff", c, 1},
-                        {"abcd1234", nullptr, 2},
-                        {"abc", nullptr, 0},  // too little to mean one
-                        {"abce", nullptr, 0},
-                        {"abcd1234-5678-4abc-8def-0000000000012", nullptr, 0},
-                        {"last", nullptr, 0},
-                        {"ffff' OR 1=1 --", nullptr, 0},
-                        {"", nullptr, 0}};
-  for (const Case& c2 : cases) {
-    const auto found = store->findTranscript(c2.typed);
-    EXPECT_EQ(found ? found.value() : nullptr, c2.expected) << c2.typed;
-    EXPECT_EQ(found ? 1 : found.error().matchCount, c2.matches) << c2.typed;
+  for (const auto& [expected, matches, texts] : cases) {
+    for (const QString& typed : texts) {
+      const auto found = store->findTranscript(typed);
+      EXPECT_EQ(found ? found.value() : nullptr, expected) << typed.toStdString();
+      EXPECT_EQ(found ? 1 : found.error().matchCount, matches) << typed.toStdString();
+    }
   }
 }
 
