@@ -50,38 +50,23 @@ class Desk {
     const unsigned own = BareModifierReducer::flagMask(key_) | (isOption ? modifierFlags::option : 0);
     const unsigned otherSide = modifierFlags::option | (key_ == ModifierKey::leftOption ? modifierFlags::rightOption
                                                                                         : modifierFlags::leftOption);
-    switch (action.unicode()) {
-      case u'+':
-        return set(own, true);
-      case u'-':
-        return set(own, false);
-      case u'k':
-        return keyboard.pressKey();
-      case u'm':
-        return set(modifierFlags::command, true);
-      case u'M':
-        return set(modifierFlags::command, false);
-      case u'o':
-        return set(otherSide, true);
-      case u'O':
-        return set(otherSide, false);
-      case u's':
-        return monitor.setSuspended(true);
-      case u'r':
-        return monitor.setSuspended(false);
-      case u'i':
-        return monitor.resetToIdle();
-      case u'd':
-        return monitor.setDoublePressEnabled(false);
-      case u'z':
-        return monitor.stop();
-      case u'a':
-        return monitor.start(key_);
-      case u'.':
-        return;
-      default:
-        FAIL() << "no such step";
-    }
+    const std::map<QChar, std::function<void()>> actions{
+        {u'+', [&] { set(own, true); }},
+        {u'-', [&] { set(own, false); }},
+        {u'k', [&] { keyboard.pressKey(); }},
+        {u'm', [&] { set(modifierFlags::command, true); }},
+        {u'M', [&] { set(modifierFlags::command, false); }},
+        {u'o', [&] { set(otherSide, true); }},
+        {u'O', [&] { set(otherSide, false); }},
+        {u's', [&] { monitor.setSuspended(true); }},
+        {u'r', [&] { monitor.setSuspended(false); }},
+        {u'i', [&] { monitor.resetToIdle(); }},
+        {u'd', [&] { monitor.setDoublePressEnabled(false); }},
+        {u'z', [&] { monitor.stop(); }},
+        {u'a', [&] { monitor.start(key_); }},
+        {u'.', [] {}},
+    };
+    actions.at(action)();
   }
 
   const ModifierKey key_;
