@@ -30,11 +30,12 @@ TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
       {"Quota Exceeded", true},        {"The network is down", false}, {"", false}};
   for (const auto& [message, isCritical] : messages) {
     AppStateFixture f;
-    f.state.showError(QString::fromLatin1(message));
     f.state.showNotice(QString::fromLatin1(message));
+    EXPECT_EQ(f.state.data().errorMessage, std::nullopt);
+    f.state.showError(QString::fromLatin1(message));
     ASSERT_EQ(f.notices.toasts.size(), 2U);
-    EXPECT_EQ(f.notices.toasts[0].second, isCritical) << message;
-    EXPECT_FALSE(f.notices.toasts[1].second) << message;
+    EXPECT_FALSE(f.notices.toasts[0].second) << message;
+    EXPECT_EQ(f.notices.toasts[1].second, isCritical) << message;
     EXPECT_EQ(f.state.data().errorMessage, QString::fromLatin1(message));
     EXPECT_FALSE(f.state.data().showErrorAlert);
   }
@@ -51,15 +52,6 @@ TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
     EXPECT_EQ(f.notices.toasts[0].second, isCritical) << qPrintable(classify(error).code);
     EXPECT_EQ(f.state.data().errorMessage, localizedDescription(error));
   }
-}
-
-TEST(AppState, RecordsWithoutShowing) {
-  AppStateFixture f;
-  f.state.showNotice(QStringLiteral("note"));
-  EXPECT_EQ(f.state.data().errorMessage, std::nullopt);
-  f.state.recordError(QStringLiteral("quiet"));
-  EXPECT_EQ(f.state.data().errorMessage, QStringLiteral("quiet"));
-  EXPECT_EQ(f.notices.toasts.size(), 1U);
 }
 
 TEST(AppState, TakesAnErrorFromAnotherThread) {
@@ -93,35 +85,6 @@ TEST(AppState, EveryObserverSeesEveryChangeInOrder) {
   const QStringList expected{QStringLiteral("1"), QStringLiteral("12"), QStringLiteral("123")};
   EXPECT_EQ(first, expected);
   EXPECT_EQ(second, expected);
-}
-
-TEST(AppState, RemembersTheSection) {
-  AppStateFixture f;
-  EXPECT_EQ(f.state.data().selectedNavigationItem, NavigationItem::home);
-  f.state.selectNavigationItem(NavigationItem::history);
-  AppState next(f.executor, f.defaults, nullptr, nullptr, Logging());
-  EXPECT_EQ(next.data().selectedNavigationItem, NavigationItem::history);
-  f.defaults.setValue(QStringLiteral("lastNavigationItem"), QStringLiteral("Nowhere"));
-  AppState last(f.executor, f.defaults, nullptr, nullptr, Logging());
-  EXPECT_EQ(last.data().selectedNavigationItem, NavigationItem::home);
-}
-
-TEST(AppState, LogsTheCourseOfARecordingWithoutItsText) {
-  AppStateFixture f;
-  f.state.update([](AppStateData& d) { d.recordingState = {RecordingState::Recording{}}; });
-  f.state.update([](AppStateData& d) { d.streamingText = QStringLiteral("x"); });
-  f.state.update([](AppStateData& d) { d.recordingState = {RecordingState::Complete{QStringLiteral("my secret")}}; });
-  EXPECT_EQ(f.log->count(QStringLiteral("Started recording")), 1);
-  EXPECT_FALSE(f.log->publicLines().join(QLatin1Char('\n')).contains(QStringLiteral("secret")));
-}
-
-TEST(AppState, SelectsAMode) {
-  AppStateFixture f;
-  Mode mode;
-  mode.id = QUuid::fromString(QStringLiteral("{00000000-0000-0000-0000-000000000002}"));
-  f.state.selectMode(mode, true);
-  EXPECT_EQ(f.state.data().selectedModeId, QStringLiteral("00000000-0000-0000-0000-000000000002"));
-  EXPECT_EQ(f.state.data().selectedModeName, QStringLiteral("Default"));
 }
 
 }  // namespace

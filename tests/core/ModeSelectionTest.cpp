@@ -43,6 +43,9 @@ TEST(ModeSelectionTest, CyclesThroughWhatWorksNow) {
   f.add("Cloud", "Cloud");
   f.add("Rewritten in the cloud", "base", PostProcessingMode::cloud);
   f.add("Rewritten here", "small", PostProcessingMode::local);
+  f.state.selectMode(Mode(), false);
+  EXPECT_EQ(f.state.data().selectedModeName, "Default");  // of one without a name
+  EXPECT_EQ(f.settings.currentModeId(), "");
   EXPECT_EQ(f.cycle(), "Local");  // what is selected isn't among them: the first
   EXPECT_EQ(f.cycle(), "Cloud");
   EXPECT_EQ(f.cycle(), "Rewritten in the cloud");
@@ -86,16 +89,6 @@ TEST(ModeSelectionTest, SwitchesToTheLocalDefault) {
   EXPECT_EQ(f.state.data().selectedModeId, localDefaultModeId);
   EXPECT_EQ(f.settings.currentModeId(), localDefaultModeId);
   EXPECT_FALSE(f.state.data().showLocalModeSuggestion);
-}
-
-TEST(ModeSelectionTest, SelectingStoresOnlyWhenAsked) {
-  ModeFixture f;
-  const auto mode = f.add("Letters");
-  f.state.selectMode(*mode, false);
-  EXPECT_EQ(f.state.data().selectedModeName, "Letters");
-  EXPECT_EQ(f.settings.currentModeId(), "");
-  f.state.selectMode(*mode, true);
-  EXPECT_EQ(f.settings.currentModeId(), f.idOf(mode));
 }
 
 TEST(ModeSelectionTest, TheModeOfTheLastRun) {
@@ -174,8 +167,22 @@ TEST(MissingKeyAlertTest, NamesEveryProviderOnceWithWhatItIsNeededFor) {
 
 // --- what else the state remembers and logs
 
+TEST(AppStateObserversTest, TheSectionAndTheFirstRunAreRemembered) {
+  TriggerFixture f;
+  EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
+  f.state.setHasCompletedOnboarding(true);
+  f.state.selectNavigationItem(NavigationItem::history);
+  const AppState next(f.executor, f.defaults, nullptr, nullptr, f.logging);
+  EXPECT_TRUE(next.data().hasCompletedOnboarding);
+  EXPECT_EQ(next.data().selectedNavigationItem, NavigationItem::history);
+  f.defaults.setValue("lastNavigationItem", "Nowhere");
+  const AppState last(f.executor, f.defaults, nullptr, nullptr, f.logging);
+  EXPECT_EQ(last.data().selectedNavigationItem, NavigationItem::home);
+}
+
 TEST(AppStateObserversTest, ASearchIsLoggedWhenTheTypingRests) {
   TriggerFixture f;
+  f.state.update([](AppStateData& d) { d.recordingState = {RecordingState::Complete{"my secret"}}; });
   const auto type = [&](const QString& text) {
     f.state.update([&](AppStateData& data) { data.historySearchQuery = text; });
   };
@@ -188,7 +195,8 @@ TEST(AppStateObserversTest, ASearchIsLoggedWhenTheTypingRests) {
   f.executor.advance(1ms);
   EXPECT_EQ(f.log->lines().count("Searching history for: inv"), 1);
   EXPECT_EQ(f.log->lines().count("Searching history for: in"), 0);
-  EXPECT_FALSE(f.log->publicLines().join('\n').contains("inv"));
+  EXPECT_EQ(f.log->lines().count("Completed with text: my secret"), 1);
+  for (const char* said : {"inv", "secret"}) EXPECT_FALSE(f.log->publicLines().join('\n').contains(said));
 
   {
     AppState other(f.executor, f.defaults, nullptr, nullptr, f.logging);
@@ -196,15 +204,6 @@ TEST(AppStateObserversTest, ASearchIsLoggedWhenTheTypingRests) {
   }
   f.executor.advance(1s);
   EXPECT_EQ(f.log->lines().count("Searching history for: left behind"), 0);
-}
-
-TEST(AppStateObserversTest, OnboardingIsRemembered) {
-  TriggerFixture f;
-  EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
-  f.state.setHasCompletedOnboarding(true);
-  EXPECT_TRUE(f.state.data().hasCompletedOnboarding);
-  const AppState next(f.executor, f.defaults, nullptr, nullptr, f.logging);
-  EXPECT_TRUE(next.data().hasCompletedOnboarding);
 }
 
 }  // namespace

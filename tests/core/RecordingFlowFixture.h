@@ -2,7 +2,6 @@
 #include <QDir>
 #include <QTemporaryDir>
 
-#include "audio/VADProcessing.h"
 #include "context/ApplicationContextGatherer.h"
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
@@ -21,52 +20,22 @@
 #include "recording/SimpleRecorder.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
-#include "support/FakeAccessibility.h"
-#include "support/FakeAudioDevices.h"
-#include "support/FakeAudioRecorder.h"
-#include "support/FakeDefaultsStore.h"
-#include "support/FakeErrorReporting.h"
-#include "support/FakeFileEvents.h"
-#include "support/FakeGlobalShortcuts.h"
-#include "support/FakeKeySynthesizer.h"
-#include "support/FakeMediaEncoder.h"
-#include "support/FakeMediaPlayback.h"
-#include "support/FakeMicrophoneAuthorization.h"
-#include "support/FakeNetworkStatus.h"
-#include "support/FakeOutputVolume.h"
-#include "support/FakePasteboard.h"
-#include "support/FakePowerActivity.h"
+#include "support/FakeDesktop.h"
 #include "support/FakeProviders.h"
-#include "support/FakeUserNotices.h"
-#include "support/FakeWorkspace.h"
 #include "support/ManualExecutor.h"
 #include "support/PlainSamples.h"
 #include "support/RecordingLogSink.h"
-#include "support/TestTexts.h"
 
 namespace quillmere {
 
-// Trims what it is told to, or nothing.
-class FakeVADProcessing final : public VADProcessing {
- public:
-  std::optional<QString> trimmedPath;
-  Duration takes{0};
-  std::vector<bool> wasEnabled;
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString) override {
-    wasEnabled.push_back(isEnabled);
-    if (takes > Duration::zero()) co_await sleepFor(takes);
-    VADProcessingResult result;
-    result.originalAudioPath = audioPath;
-    result.finalAudioPath = trimmedPath.value_or(audioPath);
-    result.wasProcessed = isEnabled;
-    if (trimmedPath) result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 1};
-    co_return result;
-  }
+// What the platform made up below may still hold.
+struct VirtualTime {
+  ManualExecutor executor;
 };
 
 // The flow over the real recording, delivery and context classes; only the platform and the transcription are made up.
 // A text field of another application has the keyboard. Nothing is converted to M4A unless a test says so.
-struct RecordingFlowFixture {
+struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   enum class Store { inMemory, onDisk };
   explicit RecordingFlowFixture(Store store = Store::inMemory)
       : storeAt(store == Store::onDisk ? std::optional(folder.filePath(QStringLiteral("store.sqlite")))
@@ -167,33 +136,12 @@ struct RecordingFlowFixture {
     return pasted;
   }
 
-  TestTexts texts;
   QTemporaryDir folder;
   const PersistenceController::Location storeAt;
-  ManualExecutor executor;
-  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   Logging logging{log};
-  FakeDefaultsStore defaults;
-  FakeErrorReporting reporting;
-  FakeUserNotices notices;
-  FakeNetworkStatus network;
   FakeApiKeys keys;
-  FakeAudioRecorderFactory recorders;
-  FakeAudioDevices devices;
-  FakeOutputVolume outputVolume;
-  FakeMediaPlayback playback;
-  FakeMicrophoneAuthorization authorization;
-  FakePowerActivity powerActivity;
-  FakeFileEvents fileEvents;
-  FakeWorkspace workspace;
-  FakePasteboard pasteboard;
-  FakeKeySynthesizer keyboard;
-  FakeAccessibility accessibility;
-  FakeGlobalShortcuts shortcuts;
   PlainSamples samples;
-  FakeMediaEncoder encoder;
-  FakeVADProcessing vad;
   ScriptedTranscriber transcriber;
   bool recoversFolder = false;
   RunningApplication editor{42, QStringLiteral("org.example.Editor"), QStringLiteral("Editor"),
@@ -203,8 +151,7 @@ struct RecordingFlowFixture {
 
   WorkerPool workers{1, QStringLiteral("conversion")};
   SettingsManager settings{defaults, folders, logging, &reporting};
-  std::unique_ptr<PersistenceController> persistence =
-      std::move(*PersistenceController::open(storeAt, clock, logging));
+  std::unique_ptr<PersistenceController> persistence = std::move(*PersistenceController::open(storeAt, clock, logging));
   AppState appState{executor, defaults, &settings, &notices, logging};
   AudioFileConverter converter{samples, encoder, workers, logging};
   AudioDeviceManager deviceManager{devices, executor, &reporting, logging};
@@ -217,7 +164,7 @@ struct RecordingFlowFixture {
                                logging};
   FileWatcher watcher{fileEvents, &reporting, logging};
   PowerActivityManager power{powerActivity, logging};
-  AccessibilityHelper helper{{pasteboard, keyboard, workspace, accessibility, &settings, executor}, {}, logging};
+  AccessibilityHelper helper{{pasteboard, keySynthesizer, workspace, accessibility, &settings, executor}, {}, logging};
   AutoPasteHandler autoPaste{helper, executor, {}, logging};
   ElectronAppDetector electron{logging};
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};

@@ -2,7 +2,6 @@
 #include <QDir>
 
 #include "audio/AudioFileConverter.h"
-#include "audio/VADProcessing.h"
 #include "core/AppState.h"
 #include "core/AudioRecordingManager.h"
 #include "core/ShortcutNames.h"
@@ -14,42 +13,15 @@
 #include "recording/RecordingLifecycle.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
-#include "support/FakeAccessibility.h"
-#include "support/FakeAudioDevices.h"
-#include "support/FakeAudioRecorder.h"
-#include "support/FakeDefaultsStore.h"
-#include "support/FakeErrorReporting.h"
-#include "support/FakeFileEvents.h"
-#include "support/FakeGlobalShortcuts.h"
+#include "support/FakeDesktop.h"
 #include "support/FakeKeyEventMonitor.h"
-#include "support/FakeKeySynthesizer.h"
-#include "support/FakeMediaEncoder.h"
-#include "support/FakeMediaPlayback.h"
-#include "support/FakeMicrophoneAuthorization.h"
-#include "support/FakeNetworkStatus.h"
-#include "support/FakeOutputVolume.h"
-#include "support/FakePasteboard.h"
-#include "support/FakePowerActivity.h"
-#include "support/FakeUserNotices.h"
-#include "support/FakeWorkspace.h"
 #include "support/LocalEngineFixture.h"
-#include "support/TestTexts.h"
 #include "triggers/BareModifierKeyMonitor.h"
 
 namespace quillmere {
 
-class NoTrimming final : public VADProcessing {
- public:
-  Task<VADProcessingResult> process(QString audioPath, double, bool, QString) override {
-    VADProcessingResult result;
-    result.originalAudioPath = audioPath;
-    result.finalAudioPath = audioPath;
-    co_return result;
-  }
-};
-
 // The whole recording side over its real classes; the platform and the speech engine are made up.
-struct RecordingManagerFixture : LocalEngineFixture {
+struct RecordingManagerFixture : LocalEngineFixture, FakeDesktop {
   RecordingManagerFixture() {
     settings.storage().setRecordingsFolder(folder.filePath(QStringLiteral("recordings")));
     settings.storage().setStoreAsM4A(false);
@@ -79,10 +51,11 @@ struct RecordingManagerFixture : LocalEngineFixture {
   }
 
   void makeManager() {
-    const AudioRecordingPorts ports{recorders, devices,    output, playback,      authorization, power,    events,
-                                    workspace, pasteboard, keys,   accessibility, keyboard,      shortcuts};
+    const AudioRecordingPorts ports{recorders,     devices,    outputVolume, playback,   authorization,
+                                    powerActivity, fileEvents, workspace,    pasteboard, keySynthesizer,
+                                    accessibility, keyboard,   shortcuts};
     AudioRecordingServices use{executor,  clock,   defaults,      settings, *store,  state,
-                               *pipeline, samples, fileConverter, trimming, network, folders};
+                               *pipeline, samples, fileConverter, vad,      network, folders};
     use.errorReporting = &reporting;
     manager = std::make_unique<AudioRecordingManager>(ports, use, AudioRecordingHooks(), logging);
   }
@@ -98,34 +71,12 @@ struct RecordingManagerFixture : LocalEngineFixture {
   }
   int said(const QString& line) const { return int(log->lines().count(line)); }
 
-  TestTexts texts;
-  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
-  FakeErrorReporting reporting;
-  FakeDefaultsStore defaults;
-  FakeUserNotices notices;
-  FakeNetworkStatus network;
   StandardFolders folders{folder.filePath("data"), folder.filePath("Documents"), folder.filePath("Downloads"),
                           folder.filePath("tmp")};
   SettingsManager settings{defaults, folders, logging};
   AppState state{executor, defaults, &settings, &notices, logging};
-  FakeMediaEncoder encoder;
   AudioFileConverter fileConverter{samples, encoder, files, logging};
-  NoTrimming trimming;
-
-  FakeAudioRecorderFactory recorders;
-  FakeAudioDevices devices;
-  FakeOutputVolume output;
-  FakeMediaPlayback playback;
-  FakeMicrophoneAuthorization authorization;
-  FakePowerActivity power;
-  FakeFileEvents events;
-  FakeWorkspace workspace;
-  FakePasteboard pasteboard;
-  FakeKeySynthesizer keys;
-  FakeAccessibility accessibility;
   FakeKeyEventMonitor keyboard;
-  FakeGlobalShortcuts shortcuts;
-
   std::unique_ptr<PersistenceController> store;
   std::unique_ptr<VocabularyProcessor> vocabulary;
   std::unique_ptr<TranscriptionProviderRouter> router;

@@ -23,7 +23,6 @@ TEST(RecordingTranscriptionFlow, CarriesADictationFromThePressToTheCursor) {
   EXPECT_TRUE(f.isCancelShortcutOn());
   EXPECT_EQ(f.powerActivity.held(), 1);
   EXPECT_TRUE(f.flow->currentRecordingAttemptId().has_value());
-  EXPECT_EQ(f.autoPaste.previousFrontmostPID(), 42);
   EXPECT_EQ(f.flow->previousFrontmostBundleID(), QStringLiteral("org.example.Editor"));
   f.executor.advance(2s);
   ASSERT_TRUE(f.flow->capturedApplicationContext().has_value());
@@ -39,12 +38,10 @@ TEST(RecordingTranscriptionFlow, CarriesADictationFromThePressToTheCursor) {
   EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
   const TranscriptPtr row = f.rows().front();
   EXPECT_EQ(row->mode, QStringLiteral("Letters"));
-  EXPECT_EQ(row->transcribedText, QStringLiteral("Hello there."));
   EXPECT_EQ(row->transcriptionProvider, QStringLiteral("Scripted"));
   EXPECT_DOUBLE_EQ(*row->duration, 2.0);
   EXPECT_EQ(f.pastedTexts(), QStringList{QStringLiteral("Hello there. ")});  // the space is in the paste only
   EXPECT_FALSE(f.state().showRecordingDialog);
-  EXPECT_FALSE(f.state().transcriptionPasteFailed);
   EXPECT_FALSE(f.isCancelShortcutOn());
   EXPECT_EQ(f.powerActivity.held(), 0);
   EXPECT_FALSE(f.flow->currentRecordingAttemptId().has_value());
@@ -97,6 +94,10 @@ TEST(RecordingTranscriptionFlow, ShowsTheDialogBeforeAndMeasuresEveryStepOfTheSt
 
 TEST(RecordingTranscriptionFlow, OnlyTheNewestOfTwoQuickPressesActs) {
   RecordingFlowFixture f;
+  f.flow->toggleRecording(std::nullopt, true, RecordingTriggerSource::uiButton);
+  f.settle();
+  EXPECT_FALSE(f.state().showRecordingDialog);  // nothing to be stopped
+  f.makeFlow();
   f.press(RecordingTriggerSource::uiButton);
   f.press(RecordingTriggerSource::pushToTalk);
   f.executor.runReady();
@@ -160,15 +161,6 @@ TEST(RecordingTranscriptionFlow, APressDuringTheTranscriptionRecordsBesideIt) {
   EXPECT_EQ(f.pastedTexts().size(), 2);
 }
 
-TEST(RecordingTranscriptionFlow, StopOnlyWhileNothingRunsDoesNothing) {
-  RecordingFlowFixture f;
-  f.flow->toggleRecording(std::nullopt, true, RecordingTriggerSource::uiButton);
-  f.settle();
-  EXPECT_TRUE(f.recorders.paths.isEmpty());
-  EXPECT_FALSE(f.state().showRecordingDialog);
-  EXPECT_TRUE(f.rows().empty());
-}
-
 TEST(RecordingTranscriptionFlow, CancellingTheCallerEndsTheWaitAndNotTheWork) {
   RecordingFlowFixture f;
   TaskScope callers(f.executor);
@@ -213,6 +205,12 @@ TEST(RecordingTranscriptionFlow, CancelThrowsAwayUpToFifteenSecondsAndAsksAbove)
       f.executor.advance(1s);
       EXPECT_FALSE(f.state().showCancelConfirmation);
       EXPECT_TRUE(f.lifecycle.isRecording().get());
+      f.flow->cancelFromShortcut();
+      ASSERT_TRUE(f.state().showCancelConfirmation);
+      f.press();  // the question goes with the recording it is about
+      f.settle();
+      EXPECT_FALSE(f.state().showCancelConfirmation);
+      EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
       continue;
     }
     EXPECT_EQ(f.stateLabel(), "idle");
@@ -224,17 +222,6 @@ TEST(RecordingTranscriptionFlow, CancelThrowsAwayUpToFifteenSecondsAndAsksAbove)
     EXPECT_FALSE(f.shortcuts.release(shortcutNames::cancelRecording));
     EXPECT_TRUE(f.log->contains(QStringLiteral("❌ Recording cancelled - stopped transcription")));
   }
-}
-
-TEST(RecordingTranscriptionFlow, TheQuestionGoesWithTheRecordingItIsAbout) {
-  RecordingFlowFixture f;
-  f.record(20s);
-  f.flow->cancelFromShortcut();
-  ASSERT_TRUE(f.state().showCancelConfirmation);
-  f.press();
-  f.settle();
-  EXPECT_FALSE(f.state().showCancelConfirmation);
-  EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
 }
 
 TEST(RecordingTranscriptionFlow, CancelDuringTheTranscriptionShowsNoError) {

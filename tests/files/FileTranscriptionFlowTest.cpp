@@ -8,6 +8,8 @@
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeMediaEncoder.h"
 #include "support/FakeMediaReader.h"
+#include "support/FakeProviders.h"
+#include "support/FakeVADProcessing.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
 #include "support/RunTask.h"
@@ -18,46 +20,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Outcome = FileTranscriptionOutcome;
-
-// Answers at once, or when the test lets it.
-class FakeTranscriber final : public Transcriber {
- public:
-  Result<TranscriptionResult, AnyError> answer = TranscriptionResult();
-  bool waits = false;
-  int cancels = 0;
-  std::vector<TranscriptionRequest> requests;
-
-  Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
-    requests.push_back(std::move(request));
-    if (waits) co_await sleepFor(24h);
-    co_return answer;
-  }
-  void cancelTranscription() override { ++cancels; }
-};
-
-class FakeTrimming final : public VADProcessing {
- public:
-  std::optional<QString> trimmedPath;
-  double seenDuration = 0;
-  bool wasEnabled = false;
-  QString prefix;
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
-                                    QString logPrefix) override {
-    seenDuration = durationSeconds;
-    wasEnabled = isEnabled;
-    prefix = logPrefix;
-    VADProcessingResult result;
-    result.originalAudioPath = result.finalAudioPath = audioPath;
-    if (trimmedPath) {
-      QFile file(*trimmedPath);
-      EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-      result.wasProcessed = true;
-      result.finalAudioPath = *trimmedPath;
-      result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 3};
-    }
-    co_return result;
-  }
-};
 
 class FakePresenter final : public FileTranscriptionPresenter {
  public:
@@ -79,9 +41,9 @@ class FileTranscriptionFlowTest : public ::testing::Test {
  protected:
   FileTranscriptionFlowTest() {
     defaults.setValue(QStringLiteral("recordingsFolder"), recordings());
-    pipeline.answer->text = QStringLiteral("Polished.");
-    pipeline.answer->rawText = QStringLiteral("raw");
-    pipeline.answer->provider = QStringLiteral("Local Whisper");
+    pipeline.result.text = QStringLiteral("Polished.");
+    pipeline.result.rawText = QStringLiteral("raw");
+    pipeline.result.provider = QStringLiteral("Local Whisper");
     persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
     settings = std::make_unique<SettingsManager>(
         defaults, StandardFolders{home.path(), home.path(), home.path(), home.path()}, logging);
@@ -125,22 +87,23 @@ class FileTranscriptionFlowTest : public ::testing::Test {
   std::unique_ptr<PersistenceController> persistence;
   std::unique_ptr<SettingsManager> settings;
   FakeTranscriber pipeline;
-  FakeTrimming trimming;
+  FakeVADProcessing trimming;
   FakePresenter presenter;
   FakePicker picker;
   std::unique_ptr<FileTranscriptionFlow> flow;
 };
 
 TEST_F(FileTranscriptionFlowTest, CopiesTranscribesAndStores) {
-  pipeline.answer->wasPostProcessed = true;
-  pipeline.answer->postProcessingProvider = QStringLiteral("openai");
+  pipeline.result.wasPostProcessed = true;
+  pipeline.result.postProcessingProvider = QStringLiteral("openai");
+  trimming.trimmedPath = home.filePath(QStringLiteral("trimmed.wav"));
   auto mode = std::make_shared<Mode>();
   mode->name = QStringLiteral("Letters");
   mode->model = QStringLiteral("base");
   const Outcome outcome = run(input(QStringLiteral("talk.mp3")), mode);
   ASSERT_EQ(outcome.kind, Outcome::Kind::completed);
   EXPECT_EQ(outcome.audioDurationSeconds, 12.5);
-  EXPECT_EQ(pipeline.requests.at(0).audioPath, copyOf(QStringLiteral("talk.mp3")));
+  EXPECT_EQ(pipeline.requests.at(0).audioPath, *trimming.trimmedPath);
   EXPECT_EQ(pipeline.requests.at(0).mode, mode);
   ASSERT_EQ(rows().size(), 1u);
   const TranscriptPtr row = rows().front();
@@ -152,13 +115,14 @@ TEST_F(FileTranscriptionFlowTest, CopiesTranscribesAndStores) {
   EXPECT_EQ(row->mode, QStringLiteral("Letters"));
   EXPECT_EQ(row->duration, 12.5);
   EXPECT_EQ(row->audioFilePath, copyOf(QStringLiteral("talk.mp3")));
+  EXPECT_EQ(row->trimmedAudioFilePath, trimming.trimmedPath);
   EXPECT_EQ(kept(), QStringList{QStringLiteral("imported_1700000000_talk.mp3")});
   EXPECT_TRUE(QFile::exists(home.filePath(QStringLiteral("talk.mp3")))) << "the original stays";
   EXPECT_EQ(presenter.shown, 1);
   EXPECT_EQ(presenter.historyOpened, 1);
   EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState());
-  EXPECT_EQ(trimming.prefix, QStringLiteral("FileImport"));
-  EXPECT_TRUE(trimming.wasEnabled);
+  EXPECT_EQ(trimming.calls.at(0).prefix, QStringLiteral("FileImport"));
+  EXPECT_TRUE(trimming.calls.at(0).isEnabled);
   EXPECT_TRUE(log->contains(QStringLiteral("✅ File transcription completed: talk.mp3")));
 }
 
@@ -171,14 +135,6 @@ TEST_F(FileTranscriptionFlowTest, TwoFilesOfOneNameWithinASecondKeepTheirOwnCopi
   EXPECT_EQ(run(file).kind, Outcome::Kind::completed);
   EXPECT_EQ(kept().size(), 2);
   EXPECT_NE(rows().at(0)->audioFilePath, rows().at(1)->audioFilePath);
-}
-
-TEST_F(FileTranscriptionFlowTest, TranscribesTheTrimmedFileAndRemembersBoth) {
-  trimming.trimmedPath = recordings() + QStringLiteral("/imported_trimmed.wav");
-  EXPECT_EQ(run(input(QStringLiteral("talk.wav"))).kind, Outcome::Kind::completed);
-  EXPECT_EQ(pipeline.requests.at(0).audioPath, *trimming.trimmedPath);
-  EXPECT_EQ(rows().front()->trimmedAudioFilePath, trimming.trimmedPath);
-  EXPECT_EQ(rows().front()->audioFilePath, copyOf(QStringLiteral("talk.wav")));
 }
 
 TEST_F(FileTranscriptionFlowTest, PullsTheSoundOutOfAVideo) {
@@ -228,21 +184,18 @@ TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
     EXPECT_EQ(kept(), QStringList()) << row.file;
     EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState()) << row.file;
   }
+  QDir(recordings()).removeRecursively();
+  QFile obstacle(recordings());
+  ASSERT_TRUE(obstacle.open(QIODevice::WriteOnly));
+  const Outcome outcome = run(flac);
+  EXPECT_TRUE(outcome.refusal && outcome.refusal->is<E::CopyFailed>());
   EXPECT_TRUE(rows().empty());
-  EXPECT_EQ(presenter.alerts.size(), std::size(table));
+  EXPECT_EQ(presenter.alerts.size(), std::size(table) + 1);
   EXPECT_TRUE(pipeline.requests.empty());
 }
 
-TEST_F(FileTranscriptionFlowTest, AFolderThatCannotBeWrittenIsACopyFailure) {
-  QFile obstacle(recordings());
-  ASSERT_TRUE(obstacle.open(QIODevice::WriteOnly));
-  const Outcome outcome = run(input(QStringLiteral("talk.wav")));
-  ASSERT_TRUE(outcome.refusal);
-  EXPECT_TRUE(outcome.refusal->is<FileTranscriptionError::CopyFailed>());
-}
-
 TEST_F(FileTranscriptionFlowTest, AFailedTranscriptionKeepsTheRowAndTheSound) {
-  pipeline.answer = Failed{AnyError(TranscriptionError{TranscriptionError::ModelNotDownloaded{}})};
+  pipeline.error = AnyError(TranscriptionError{TranscriptionError::ModelNotDownloaded{}});
   const Outcome outcome = run(input(QStringLiteral("talk.wav")));
   EXPECT_EQ(outcome.kind, Outcome::Kind::failed);
   ASSERT_EQ(rows().size(), 1u);
@@ -253,7 +206,7 @@ TEST_F(FileTranscriptionFlowTest, AFailedTranscriptionKeepsTheRowAndTheSound) {
 }
 
 TEST_F(FileTranscriptionFlowTest, CancelDuringTranscriptionRemovesTheCopyAndLeavesTheRow) {
-  pipeline.waits = true;
+  pipeline.neverEnds = true;
   trimming.trimmedPath = recordings() + QStringLiteral("/imported_trimmed.wav");
   TaskScope scope(executor);
   auto handle = scope.spawn(flow->transcribe(input(QStringLiteral("talk.wav")), nullptr));
@@ -270,7 +223,7 @@ TEST_F(FileTranscriptionFlowTest, CancelDuringTranscriptionRemovesTheCopyAndLeav
   EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState());
 
   // A later run is not touched by the old cancel.
-  pipeline.waits = false;
+  pipeline.neverEnds = false;
   EXPECT_EQ(run(input(QStringLiteral("next.wav"))).kind, Outcome::Kind::completed);
 }
 
@@ -300,7 +253,7 @@ TEST_F(FileTranscriptionFlowTest, ACancelAtAnyTurnLeavesNoCopyWithoutARow) {
 }
 
 TEST_F(FileTranscriptionFlowTest, OneFileAtATime) {
-  pipeline.waits = true;
+  pipeline.neverEnds = true;
   TaskScope scope(executor);
   auto first = scope.spawn(flow->transcribe(input(QStringLiteral("one.wav")), nullptr));
   executor.runUntil([&] { return !pipeline.requests.empty(); });
@@ -321,15 +274,6 @@ TEST_F(FileTranscriptionFlowTest, ThePickerStartsTheFlowOrDoesNothing) {
   flow->selectAndTranscribeFile(nullptr);
   executor.runUntil([&] { return presenter.historyOpened == 1; });
   EXPECT_EQ(rows().size(), 1u);
-}
-
-TEST_F(FileTranscriptionFlowTest, WithoutAPipelineTheRowSaysSo) {
-  FileTranscriptionFlow::Dependencies use{executor, clock, workers, *persistence, *settings, converter};
-  FileTranscriptionFlow bare(use, logging);
-  const Outcome outcome = runTask(executor, bare.transcribe(input(QStringLiteral("talk.wav")), nullptr));
-  ASSERT_TRUE(outcome.transcript);
-  EXPECT_EQ(outcome.transcript->text, QStringLiteral("Error: Transcription manager unavailable"));
-  EXPECT_EQ(outcome.transcript->status, QStringLiteral("completed"));
 }
 
 }  // namespace

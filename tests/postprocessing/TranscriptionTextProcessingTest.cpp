@@ -130,21 +130,17 @@ TEST(SegmentTextTest, CutsAtTheTags) {
   EXPECT_EQ(P::segmentText("see @a", {tag(4, 60)}), segments({{Kind::text, "see "}, {Kind::fileReference, "@a"}}));
 }
 
-TEST(SegmentTextTest, TagsWithoutAFileOrARangeTakeNoPart) {
+TEST(SegmentTextTest, BadRangesAreDroppedAndLogged) {
+  const auto sink = std::make_shared<RecordingLogSink>();
+  const Logger logger(sink, QString::fromLatin1(P::logCategory));
   ProcessedTag withoutFile = tag(0, 2);
   withoutFile.matchedFile.reset();
   ProcessedTag withoutRange = tag(0, 2);
   withoutRange.replacementRange.reset();
-  EXPECT_EQ(P::segmentText("@a b", {withoutFile, withoutRange}), segments({{Kind::text, "@a b"}}));
-}
-
-TEST(SegmentTextTest, BadRangesAreDroppedAndLogged) {
-  const auto sink = std::make_shared<RecordingLogSink>();
-  const Logger logger(sink, QString::fromLatin1(P::logCategory));
-  const auto result = P::segmentText(
-      "see @a and",
-      {tag(4, 6, "good"), tag(5, 8, "overlap"), tag(6, 6, "empty"), tag(9, 7, "reversed"), tag(40, 50, "beyond")},
-      logger);
+  const auto result = P::segmentText("see @a and",
+                                     {withoutFile, withoutRange, tag(4, 6, "good"), tag(5, 8, "overlap"),
+                                      tag(6, 6, "empty"), tag(9, 7, "reversed"), tag(40, 50, "beyond")},
+                                     logger);
   EXPECT_EQ(result, segments({{Kind::text, "see "}, {Kind::fileReference, "@a"}, {Kind::text, " and"}}));
   EXPECT_TRUE(sink->contains("⚠️ [TextSegmentation] Skipping overlapping range for replacement: overlap"));
   for (const char* name : {"empty", "reversed", "beyond"})
