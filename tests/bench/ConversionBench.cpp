@@ -41,7 +41,7 @@ double sample(qint64 frame, int channel) {
 
 int main() {
   const SampleMedia media;
-  const QString source = media.write(QStringLiteral("source.wav"), SampleMedia::wav(rate, 2, rate * seconds, &sample));
+  const QString source = media.write("source.wav", SampleMedia::wav(rate, 2, rate * seconds, &sample));
   const FfmpegLog log{Logging()};
   FfmpegMediaReaderFactory readers(log);
   FfmpegAudioResamplerFactory resamplers(log);
@@ -57,9 +57,7 @@ int main() {
     }));
     bool isDone = false;
     program.push_back(secondsOf([&] {
-      isDone = media.ffmpeg({QStringLiteral("-i"), QStringLiteral("source.wav"), QStringLiteral("-ac"),
-                             QStringLiteral("1"), QStringLiteral("-ar"), QStringLiteral("16000"), QStringLiteral("-f"),
-                             QStringLiteral("f32le"), QStringLiteral("out.raw")});
+      isDone = media.ffmpeg({"-i", "source.wav", "-ac", "1", "-ar", "16000", "-f", "f32le", "out.raw"});
     }));
     if (!isDone || count != size_t(seconds * 16000)) {
       std::fprintf(stderr, "the conversion failed\n");

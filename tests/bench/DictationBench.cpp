@@ -129,11 +129,11 @@ std::vector<Dictation> dictate(Application& application, TextField& field, bool 
 // When the engine was done, again and again, from the application's log.
 std::vector<QDateTime> decodingEnds() {
   std::vector<QDateTime> ends;
-  QFile log(qEnvironmentVariable("XDG_STATE_HOME") + QStringLiteral("/quillmere/logs/quillmere.log"));
+  QFile log(qEnvironmentVariable("XDG_STATE_HOME") + "/quillmere/logs/quillmere.log");
   if (!log.open(QIODevice::ReadOnly)) return ends;
   for (const QByteArray& line : log.readAll().split('\n')) {
     const QJsonObject entry = QJsonDocument::fromJson(line).object();
-    if (entry["message"].toString().startsWith(QStringLiteral("📝 Raw transcription")))
+    if (entry["message"].toString().startsWith("📝 Raw transcription"))
       ends.push_back(QDateTime::fromString(entry["time"].toString(), Qt::ISODateWithMs));
   }
   return ends;
@@ -185,7 +185,7 @@ QMap<qint64, qint64> threadTicks(qint64 process) {
   QMap<qint64, qint64> ticks;
   const QDir tasks(QStringLiteral("/proc/%1/task").arg(process));
   for (const QString& name : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-    QFile file(tasks.filePath(name + QStringLiteral("/stat")));
+    QFile file(tasks.filePath(name + "/stat"));
     if (name.toLongLong() == process || !file.open(QIODevice::ReadOnly)) continue;
     const QByteArray line = file.readAll();
     // Behind the name, which may hold anything: state is field 3, user and system time are fields 14 and 15.
@@ -244,12 +244,11 @@ Row measureStarts(Application& application, const char* what, const QStringList&
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
     const auto begin = Steady::now();
-    process.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/src/app/quillmere-desktop"),
-                  arguments);
+    process.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere-desktop", arguments);
     const bool isReady = asked([&] { return !application.status().isEmpty(); });
     if (isReady && round > 0) row.values.push_back(since(begin));
     pause(300);
-    Application::command({QStringLiteral("quit")});
+    Application::command({"quit"});
     if (!process.waitForFinished(20000)) {
       process.kill();
       process.waitForFinished();
@@ -271,13 +270,12 @@ std::vector<Row> measureMemory(Application& application) {
   Row resident{"idle resident memory without a model", "MB", {}, 120};
   Row proportional{"  its share (PSS)", "MB", {}};
   Row shown{"  resident after the window was shown", "MB", {}};
-  Application::command({QStringLiteral("modes"), QStringLiteral("edit"), QStringLiteral("Default"),
-                        QStringLiteral("--model"), QStringLiteral("base")});
-  for (int round = 0; round < 3 && application.start({QStringLiteral("--hidden")}); ++round) {
+  Application::command({"modes", "edit", "Default", "--model", "base"});
+  for (int round = 0; round < 3 && application.start({"--hidden"}); ++round) {
     pause(4000);
     resident.values.push_back(memoryMegabytes(application.processId(), "Rss"));
     proportional.values.push_back(memoryMegabytes(application.processId(), "Pss"));
-    Application::command({QStringLiteral("show")});
+    Application::command({"show"});
     pause(3000);
     shown.values.push_back(memoryMegabytes(application.processId(), "Rss"));
     application.quit();
@@ -290,8 +288,7 @@ bool prepareEnvironment(const QString& build) {
   qputenv("QUILLMERE_BUILD_DIR", build.toUtf8());
   if (qEnvironmentVariableIsEmpty("QUILLMERE_SOURCE_DIR")) qputenv("QUILLMERE_SOURCE_DIR", source.toUtf8());
   if (qEnvironmentVariableIsEmpty("QUILLMERE_STARTER_MODEL")) {
-    QDirIterator files(source + QStringLiteral("/build/starter/data"), {QStringLiteral("ggml-tiny.en.bin")},
-                       QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(source + "/build/starter/data", {"ggml-tiny.en.bin"}, QDir::Files, QDirIterator::Subdirectories);
     if (files.hasNext()) qputenv("QUILLMERE_STARTER_MODEL", files.next().toUtf8());
   }
   if (qEnvironmentVariableIsEmpty("DESKTOP_FOLDER")) {
@@ -304,7 +301,7 @@ bool prepareEnvironment(const QString& build) {
     return false;
   }
   qputenv("QUILLMERE_STARTER_MODEL", model.absoluteFilePath().toUtf8());  // a link will stand in another folder
-  if (!QFileInfo(build + QStringLiteral("/src/app/quillmere-desktop")).isExecutable()) {
+  if (!QFileInfo(build + "/src/app/quillmere-desktop").isExecutable()) {
     std::fprintf(stderr, "there is no quillmere-desktop below %s\n", qPrintable(build));
     return false;
   }
@@ -316,14 +313,14 @@ bool prepareEnvironment(const QString& build) {
 int main(int argc, char** argv) {
   QCoreApplication program(argc, argv);
   const QStringList arguments = QCoreApplication::arguments();
-  const QString build = QFileInfo(arguments.value(1, QCoreApplication::applicationDirPath() + QStringLiteral("/../..")))
-                            .canonicalFilePath();
+  const QString build =
+      QFileInfo(arguments.value(1, QCoreApplication::applicationDirPath() + "/../..")).canonicalFilePath();
   if (!prepareEnvironment(build)) return 2;
   if (arguments.size() > 2) rounds = std::max(1, arguments[2].toInt());
   std::printf("%s, %d rounds\n", qPrintable(build), rounds);
 
   Application application;
-  if (!application.start({QStringLiteral("--hidden")})) {
+  if (!application.start({"--hidden"})) {
     std::fprintf(stderr, "the application does not start:\n%s\n", application.errors().constData());
     return 1;
   }
@@ -333,7 +330,7 @@ int main(int argc, char** argv) {
   add(measureDictations(application, stopToDecodingMs));
   add(measureCancels(application, stopToDecodingMs));
   application.quit();
-  add({measureStarts(application, "start to ready tray", {QStringLiteral("--hidden")}, 400)});
+  add({measureStarts(application, "start to ready tray", {"--hidden"}, 400)});
   add({measureStarts(application, "  with the window", {}, 0)});
   add(measureMemory(application));
   print(rows);

@@ -52,18 +52,16 @@ int main(int argc, char** argv) {
   options.mayStartServer = false;
   PulseConnection connection(executor, Logging(), options);
   PulseAudioDevices devices(connection);
-  PulseAudioRecorderFactory factory(connection, devices);
   runTaskInLoop(executor, devices.waitUntilReady());
 
   int number = 0;
   for (const bool isPrepared : {true, false}) {
     std::vector<double> first, running, stopping;
     for (int round = 0; round < rounds; ++round) {
+      PulseAudioRecorderFactory factory(connection, devices);  // a fresh one has no stream
       if (isPrepared) {
         factory.prepare();
         waitUntil([&] { return factory.isPrepared(); });
-      } else {
-        factory.release();
       }
       const auto recorder = factory.createRecorder();
       const auto called = std::chrono::steady_clock::now();

@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
   QFile clip(QString::fromLocal8Bit(argv[4]));
   if (!clip.open(QIODevice::ReadOnly)) return 2;
   const QByteArray wav = clip.readAll();
-  const QString longPath = home.filePath(QStringLiteral("ten-minutes.wav"));
+  const QString longPath = home.filePath("ten-minutes.wav");
   QFile longClip(longPath);
   if (!longClip.open(QIODevice::WriteOnly) || longClip.write(repeated(wav, 600)) < 0) return 2;
   longClip.close();
@@ -79,8 +79,8 @@ int main(int argc, char** argv) {
   for (const auto& [title, file] :
        {std::pair{"clip", std::string(argv[4])}, std::pair{"ten minutes", longPath.toStdString()}}) {
     const std::vector<std::string> ours{argv[1], "transcribe", file, "--model", model, "--language", "en", "--quiet"};
-    const std::vector<std::string> theirs{argv[2], "-m",  model, "-f",  file,  "-l",  "en", "-t",  threads, "-bs",
-                                          "1",     "-bo", "5",   "-tp", "0.2", "-np"};
+    const std::vector<std::string> theirs{argv[2], "-m",  model, "-f",  file, "-l",  "en",  "-t",
+                                          threads, "-bs", "1",   "-bo", "5",  "-tp", "0.2", "-np"};
     compare(title, ours, theirs, file == argv[4] ? rounds : 1);
   }
   std::vector<double> start;
