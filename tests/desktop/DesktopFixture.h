@@ -146,6 +146,10 @@ class DesktopFixture {
       QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
   }
+  void change(const std::function<void(AppStateData&)>& function) {
+    state.update(function);
+    settle();
+  }
   // A voice at the microphone, which is never as loud as it was a moment before.
   void speak() {
     for (int i = 0; i < 8; ++i) {

@@ -31,21 +31,34 @@ class Pictures : public testing::TestWithParam<PictureCase> {
     return image;
   }
 
-  void setScheme(DesktopFixture& f) {
-    f.interface->qml().appearance().take(QStringLiteral("org.freedesktop.appearance"), QStringLiteral("color-scheme"),
-                                         GetParam().isDark ? 1U : 2U);
-    f.interface->qml().appearance().take(QStringLiteral("org.gnome.desktop.interface"),
-                                         QStringLiteral("enable-animations"), false);
+  DesktopFixture& make(bool hasHistory = true) {
+    fixture_ = std::make_unique<DesktopFixture>(QString::fromLatin1(GetParam().language), hasHistory);
+    DesktopAppearance& appearance = fixture_->interface->qml().appearance();
+    appearance.take(QStringLiteral("org.freedesktop.appearance"), QStringLiteral("color-scheme"),
+                    GetParam().isDark ? 1U : 2U);
+    appearance.take(QStringLiteral("org.gnome.desktop.interface"), QStringLiteral("enable-animations"), false);
+    return *fixture_;
   }
+  QQuickWindow* show(DesktopFixture& f) {
+    f.interface->showWindow();
+    f.settle();
+    QQuickWindow* const window = f.interface->mainWindow().window();
+    EXPECT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
+    return window;
+  }
+  void TearDown() override {
+    EXPECT_EQ(fixture_->log->lines(LogLevel::warning), QStringList());
+    EXPECT_EQ(fixture_->log->lines(LogLevel::error), QStringList());
+  }
+
+ private:
+  std::unique_ptr<DesktopFixture> fixture_;
 };
 
 TEST_P(Pictures, OfTheMainWindow) {
-  DesktopFixture f(QString::fromLatin1(GetParam().language));
-  setScheme(f);
-  f.interface->showWindow();
-  f.settle();
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
+  DesktopFixture& f = make();
+  QQuickWindow* const window = show(f);
+  ASSERT_NE(window, nullptr);
   const QImage history = keep(window, QStringLiteral("history"));
   EXPECT_EQ(history.pixelColor(history.width() - 3, history.height() - 3), f.interface->qml().theme().ground());
 
@@ -55,35 +68,22 @@ TEST_P(Pictures, OfTheMainWindow) {
   ASSERT_TRUE(f.settleUntil([&] { return f.interface->waveform().waveformSamples().size() > 1; }));
   f.settle();
   keep(window, QStringLiteral("history-recording"));
-  f.interface->history().setSearchText(QStringLiteral("quarterly"));
-  f.executor.advance(std::chrono::milliseconds(300));
-  f.settle();
-  keep(window, QStringLiteral("search"));
-  f.interface->history().setSearchText(QStringLiteral("no such words"));
-  f.executor.advance(std::chrono::milliseconds(300));
-  f.settle();
-  keep(window, QStringLiteral("no-hits"));
-
-  f.interface->mainWindow().setPage(QStringLiteral("models"));
-  f.settle();
-  keep(window, QStringLiteral("models"));
-  window->resize(720, 480);
-  f.settle();
-  keep(window, QStringLiteral("models-small"));
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
-  EXPECT_EQ(f.log->lines(LogLevel::error), QStringList());
+  for (const auto& [words, name] : {std::pair("quarterly", "search"), std::pair("no such words", "no-hits")}) {
+    f.interface->history().setSearchText(QString::fromLatin1(words));
+    f.executor.advance(std::chrono::milliseconds(300));
+    f.settle();
+    keep(window, QString::fromLatin1(name));
+  }
 }
 
 TEST_P(Pictures, OfTheOtherPages) {
-  DesktopFixture f(QString::fromLatin1(GetParam().language));
-  setScheme(f);
+  DesktopFixture& f = make();
   f.shortcutStore.setKeys(QStringLiteral("toggleRecordingWithTranscription"), KeyCombination::parse("Ctrl+Alt+D"));
   f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
   f.store->addVocabularyItem(QStringLiteral("Quillmere"));
   f.store->addVocabularyItem(QStringLiteral("q three"), QStringLiteral("Q3"));
-  f.interface->showWindow();
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
+  QQuickWindow* const window = show(f);
+  ASSERT_NE(window, nullptr);
   for (const QVariant& entry : f.interface->mainWindow().pages()) {
     const QString page = entry.toMap()[QStringLiteral("key")].toString();
     f.interface->mainWindow().setPage(page);
@@ -93,16 +93,13 @@ TEST_P(Pictures, OfTheOtherPages) {
       keep(window, page + (size.width() == 720 ? QStringLiteral("-small") : QString()));
     }
   }
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
 TEST_P(Pictures, OfTheFirstRun) {
-  DesktopFixture f(QString::fromLatin1(GetParam().language), false);
-  setScheme(f);
+  DesktopFixture& f = make(false);
   f.state.update([](AppStateData& data) { data.showOnboarding = true; });
-  f.interface->showWindow();
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
+  QQuickWindow* const window = show(f);
+  ASSERT_NE(window, nullptr);
   f.interface->firstRun()->setActive(true);
   f.settle();
   f.speak();
@@ -116,21 +113,17 @@ TEST_P(Pictures, OfTheFirstRun) {
   window->resize(720, 480);
   f.settle();
   keep(window, QStringLiteral("first-run-small"));
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
 TEST_P(Pictures, OfAnEmptyHistory) {
-  DesktopFixture f(QString::fromLatin1(GetParam().language), false);
-  setScheme(f);
-  f.interface->showWindow();
-  f.settle();
-  ASSERT_NE(f.interface->mainWindow().window(), nullptr);
-  keep(f.interface->mainWindow().window(), QStringLiteral("history-empty"));
+  DesktopFixture& f = make(false);
+  QQuickWindow* const window = show(f);
+  ASSERT_NE(window, nullptr);
+  keep(window, QStringLiteral("history-empty"));
 }
 
 TEST_P(Pictures, OfTheOverlay) {
-  DesktopFixture f(QString::fromLatin1(GetParam().language));
-  setScheme(f);
+  DesktopFixture& f = make();
   f.interface->warmUp();
   QQuickWindow* const window = f.interface->overlayWindow().window();
   ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
@@ -141,44 +134,45 @@ TEST_P(Pictures, OfTheOverlay) {
     EXPECT_LE(window->width(), 360);
     keep(window, QStringLiteral("overlay-") + QString::fromLatin1(name));
   };
-  const auto change = [&](const std::function<void(AppStateData&)>& function) {
-    f.state.update(function);
-    f.settle();
-  };
-  change([](AppStateData& data) { data.showRecordingDialog = true; });
+  f.change([](AppStateData& data) { data.showRecordingDialog = true; });
   EXPECT_TRUE(window->isVisible());
   take("starting");
-  change([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
   for (int i = 0; i < 30; ++i) f.interface->setLiveMetrics(0.8F, 7.2);
   take("recording");
-  change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
   take("question");
-  change([](AppStateData& data) { data.showCancelConfirmation = false; });
-  change([](AppStateData& data) { data.recordingState.kind = RecordingState::Transcribing{}; });
+  const auto scaleText = [&](double scale) {
+    f.interface->qml().appearance().take(QStringLiteral("org.gnome.desktop.interface"),
+                                         QStringLiteral("text-scaling-factor"), scale);
+  };
+  scaleText(2.0);
+  take("question-large");
+  scaleText(1.0);
+  f.change([](AppStateData& data) { data.showCancelConfirmation = false; });
+  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::Transcribing{}; });
   take("transcribing");
-  change([](AppStateData& data) { data.recordingState.kind = RecordingState::PostProcessing{}; });
+  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::PostProcessing{}; });
   take("postprocessing");
-  change([](AppStateData& data) {
+  f.change([](AppStateData& data) {
     data.recordingState.kind = RecordingState::Idle{};
     data.lastTranscription = QStringLiteral("Hello");
   });
-  change([](AppStateData& data) { data.transcriptionPasteFailed = true; });
+  f.change([](AppStateData& data) { data.transcriptionPasteFailed = true; });
   take("on-clipboard");
   f.isTextOnClipboard = false;
-  change([](AppStateData& data) { data.errorMessage = QStringLiteral("x"); });
+  f.change([](AppStateData& data) { data.errorMessage = QStringLiteral("x"); });
   take("ready");
-  change([](AppStateData& data) { data.transcriptionPasteFailed = false; });
-  change([](AppStateData& data) { data.showRecordingDialog = false; });
+  f.change([](AppStateData& data) { data.transcriptionPasteFailed = false; });
+  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
   take("pasted");
   f.executor.advance(std::chrono::milliseconds(900));
   f.settle();
   EXPECT_FALSE(window->isVisible());
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
 TEST_P(Pictures, OfTheToasts) {
-  DesktopFixture f(QString::fromLatin1(GetParam().language));
-  setScheme(f);
+  DesktopFixture& f = make();
   f.interface->notices().showToast(localizedText("recording.dialog.error.offline"), false);
   f.settle();
   keep(f.interface->errorToastWindow().window(), QStringLiteral("toast"));

@@ -54,26 +54,12 @@ TEST(Windows, EveryControlHasAName) {
     f.settle();
   }
   f.interface->hideWindow();
-  f.state.update([](AppStateData& data) {
+  f.change([](AppStateData& data) {
     data.showRecordingDialog = true;
     data.showCancelConfirmation = true;
   });
-  f.settle();
   EXPECT_GE(expectNames(f.interface->overlayWindow().window(), "overlay"), 2);
   QAccessible::setActive(false);
-}
-
-TEST(Windows, PillsNeverTakeTheKeyboard) {
-  DesktopFixture f;
-  f.interface->warmUp();
-  f.interface->notices().showToast(QStringLiteral("x"), false);
-  for (QQuickWindow* window : {f.interface->overlayWindow().window(), f.interface->errorToastWindow().window()}) {
-    ASSERT_NE(window, nullptr);
-    EXPECT_TRUE(window->flags() & Qt::WindowDoesNotAcceptFocus);
-    EXPECT_TRUE(window->flags() & Qt::WindowStaysOnTopHint);
-    EXPECT_EQ(window->flags() & Qt::WindowType_Mask, Qt::Tool);
-    for (QQuickItem* item : itemsOf(window)) EXPECT_FALSE(item->activeFocusOnTab());
-  }
 }
 
 TEST(Windows, PillStandsInTheMiddleAboveTheEdge) {
@@ -82,13 +68,10 @@ TEST(Windows, PillStandsInTheMiddleAboveTheEdge) {
   EXPECT_EQ(toastPlace(QRect(0, 0, 1920, 1040), QSize(360, 60)), QPoint(780, 892));
 
   DesktopFixture f;
-  f.state.update([](AppStateData& data) { data.showRecordingDialog = true; });
-  f.settle();
+  f.change([](AppStateData& data) { data.showRecordingDialog = true; });
   QQuickWindow* const window = f.interface->overlayWindow().window();
   const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-  EXPECT_EQ(window->geometry().center().x(), QRect(overlayPlace(screen, window->size()), window->size()).center().x());
-  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
-  f.settle();
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
   EXPECT_GT(window->width(), 200);
   EXPECT_EQ(window->position(), overlayPlace(screen, window->size())) << "grows about its middle";
 }
@@ -96,19 +79,16 @@ TEST(Windows, PillStandsInTheMiddleAboveTheEdge) {
 TEST(Windows, LocalKeysAnswerTheQuestion) {
   DesktopFixture f;  // without an interceptor
   f.interface->showWindow();
-  f.state.update([](AppStateData& data) {
+  f.change([](AppStateData& data) {
     data.showRecordingDialog = true;
     data.recordingState.kind = RecordingState::Recording{};
   });
-  f.settle();
-  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
-  f.settle();
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
   press(f, Qt::Key_Escape);
   EXPECT_FALSE(f.state.data().showCancelConfirmation);
   EXPECT_TRUE(f.interface->isWindowVisible()) << "the key was for the question";
   EXPECT_EQ(f.stops, 0);
-  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
-  f.settle();
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
   press(f, Qt::Key_Enter);
   EXPECT_EQ(f.stops, 1);
 }
