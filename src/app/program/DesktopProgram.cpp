@@ -35,8 +35,11 @@ DesktopProgram::~DesktopProgram() {
 std::optional<int> DesktopProgram::start() {
   ControlService::Actions actions;
   actions.toggle = [this](const QString& mode) {
-    if (!services_ || !(mode.isEmpty() || selectMode(mode))) return;
-    services_->session->audioManager->toggleRecording(std::nullopt, false, RecordingTriggerSource::shortcut);
+    if (!services_) return;
+    AudioRecordingManager& recording = *services_->session->audioManager;
+    // A mode that isn't there begins nothing, but what runs can be stopped all the same.
+    if (!mode.isEmpty() && !selectMode(mode) && !recording.isRecordingNow()) return;
+    recording.toggleRecording(std::nullopt, false, RecordingTriggerSource::shortcut);
   };
   actions.cancel = [this] {
     if (services_) services_->session->audioManager->cancelFromShortcut();
