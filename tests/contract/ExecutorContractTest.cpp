@@ -15,7 +15,7 @@ namespace {
 
 class ExecutorContract : public testing::TestWithParam<std::unique_ptr<Executor> (*)()> {
  protected:
-  ManualExecutor* manual() { return dynamic_cast<ManualExecutor*>(own.get()); }
+  ManualExecutor* manual() { return dynamic_cast<ManualExecutor*>(owned.get()); }
   void runUntil(const std::function<bool()>& condition) {
     if (manual()) return manual()->runUntil(condition);
     QEventLoop loop;
@@ -35,8 +35,8 @@ class ExecutorContract : public testing::TestWithParam<std::unique_ptr<Executor>
     return [this, number] { trace.push_back(number); };
   }
 
-  std::unique_ptr<Executor> own = GetParam()();
-  Executor& executor = *own;
+  std::unique_ptr<Executor> owned = GetParam()();
+  Executor& executor = *owned;
   std::vector<int> trace;
 };
 
@@ -125,7 +125,7 @@ TEST_P(ExecutorContract, FunctionsAreLetGoWhenTheyHaveRunOrWereCancelled) {
   runUntil([&] { return held.use_count() == 1; });
   executor.post([held] {});
   executor.startTimer(1h, [held] {});
-  own.reset();
+  owned.reset();
   EXPECT_EQ(held.use_count(), 1) << "what is queued at the end is dropped";
 }
 
