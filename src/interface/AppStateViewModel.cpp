@@ -1,10 +1,8 @@
 #include "interface/AppStateViewModel.h"
 
-#include <cmath>
 #include <tuple>
 
 #include "base/text/LocalizedText.h"
-#include "interface/HistoryText.h"
 #include "storage/PersistenceController.h"
 
 namespace quillmere {
@@ -14,7 +12,7 @@ AppStateViewModel::AppStateViewModel(AppState& appState, PersistenceController* 
   readModes();
   // Much of the state is nothing that is shown here, the search as it is typed for example.
   const auto shown = [](const AppStateData& data) {
-    return std::tuple(data.recordingState, data.selectedModeId, data.selectedModeName, data.errorMessage);
+    return std::tuple(data.recordingState, data.selectedModeId, data.selectedModeName);
   };
   observation_ = appState_.observe([this, shown, last = shown(appState_.data())](const AppStateData& data) mutable {
     if (data.selectedModeId != selectedModeId_) readModes();
@@ -43,10 +41,6 @@ void AppStateViewModel::readModes() {
   if (modes == modes_) return;
   modes_ = modes;
   Q_EMIT modesChanged();
-}
-
-QString AppStateViewModel::recordingState() const {
-  return appState_.data().recordingState.diagnosticLabel();
 }
 
 bool AppStateViewModel::isWorking() const {
@@ -88,10 +82,6 @@ QString AppStateViewModel::statusText() const {
   return localizedText("app.status.ready", modeName());
 }
 
-QString AppStateViewModel::durationText() const {
-  return clockText(duration_);
-}
-
 QString AppStateViewModel::microphoneName() const {
   return microphoneName_.isEmpty() ? localizedText("app.microphone.none") : microphoneName_;
 }
@@ -115,14 +105,10 @@ QString AppStateViewModel::shortcutSentenceEnd() const {
   return triggerKind_ == TriggerKind::none ? QString() : localizedText("app.shortcut.end");
 }
 
-void AppStateViewModel::setLiveMetrics(float level, double durationSeconds) {
-  if (level != level_) {
-    level_ = level;
-    Q_EMIT levelChanged();
-  }
-  const bool isOtherSecond = std::floor(durationSeconds) != std::floor(duration_);
-  duration_ = durationSeconds;
-  if (isOtherSecond) Q_EMIT durationChanged();
+void AppStateViewModel::setLevel(float level) {
+  if (level == level_) return;
+  level_ = level;
+  Q_EMIT levelChanged();
 }
 
 void AppStateViewModel::setMicrophone(const QString& name, bool isAvailable) {

@@ -3,7 +3,6 @@
 #include <QString>
 #include <QVariantList>
 #include <functional>
-#include <optional>
 
 #include "base/Subscription.h"
 #include "core/AppState.h"
@@ -11,34 +10,26 @@
 namespace quillmere {
 
 class PersistenceController;
-class RecordingWindowManager;
-class SettingsManager;
 
 // What the interface asks the dictation to do. Empty functions are left out. Main thread.
 struct AppIntents {
   std::function<void()> toggleRecording;
   std::function<void()> cancelRecording;
-  std::function<void()> transcribeFile;          // asks for a file; empty: the program can't
-  std::function<void()> openPermissionSettings;  // where the microphone is allowed
+  std::function<void()> transcribeFile;  // asks for a file; empty: the program can't
 };
 
 // The application state as pages, tray and overlay show it. Follows AppState; the rest is told by the setters. Main
 // thread; everything outlives it.
 class AppStateViewModel final : public QObject {
   Q_OBJECT
-  Q_PROPERTY(QString recordingState READ recordingState NOTIFY stateChanged)
   Q_PROPERTY(bool isRecording READ isRecording NOTIFY stateChanged)
   Q_PROPERTY(bool isWorking READ isWorking NOTIFY stateChanged)
   Q_PROPERTY(QString statusText READ statusText NOTIFY stateChanged)
   Q_PROPERTY(QString trayState READ trayStateName NOTIFY stateChanged)
-  Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY stateChanged)
-  Q_PROPERTY(QString modeId READ modeId NOTIFY stateChanged)
   Q_PROPERTY(QString modeName READ modeName NOTIFY stateChanged)
   Q_PROPERTY(QVariantList modes READ modes NOTIFY modesChanged)
   Q_PROPERTY(QString modelText READ modelText NOTIFY stateChanged)
   Q_PROPERTY(qreal level READ level NOTIFY levelChanged)
-  Q_PROPERTY(qreal duration READ duration NOTIFY durationChanged)
-  Q_PROPERTY(QString durationText READ durationText NOTIFY durationChanged)
   Q_PROPERTY(QString microphoneName READ microphoneName NOTIFY surroundingsChanged)
   Q_PROPERTY(QString shortcutText READ shortcutText NOTIFY surroundingsChanged)
   Q_PROPERTY(QString shortcutSentenceStart READ shortcutSentenceStart NOTIFY surroundingsChanged)
@@ -51,21 +42,16 @@ class AppStateViewModel final : public QObject {
 
   AppStateViewModel(AppState& appState, PersistenceController* persistence, AppIntents intents);
 
-  QString recordingState() const;
   bool isRecording() const { return is<RecordingState::Recording>(); }
   bool isWorking() const;
   // One sentence on what the program does now.
   QString statusText() const;
   TrayState trayState() const;
   QString trayStateName() const;
-  QString errorMessage() const { return appState_.data().errorMessage.value_or(QString()); }
-  QString modeId() const { return appState_.data().selectedModeId; }
   QString modeName() const { return appState_.data().selectedModeName; }
   QVariantList modes() const { return modes_; }  // {id, name, isSelected}
   QString modelText() const { return modelText_; }
   qreal level() const { return level_; }
-  qreal duration() const { return duration_; }
-  QString durationText() const;
   QString microphoneName() const;
   QString shortcutText() const { return shortcutText_; }
   // "Hold <key> to dictate" around the key.
@@ -74,7 +60,7 @@ class AppStateViewModel final : public QObject {
   bool canTranscribeFile() const { return bool(intents_.transcribeFile); }
 
   // --- what AppState doesn't know
-  void setLiveMetrics(float level, double durationSeconds);
+  void setLevel(float level);
   // No name: none is there.
   void setMicrophone(const QString& name, bool isAvailable);
   void setModel(const QString& text, bool isAvailable);
@@ -89,7 +75,6 @@ class AppStateViewModel final : public QObject {
   void stateChanged();
   void modesChanged();
   void levelChanged();
-  void durationChanged();
   void surroundingsChanged();
 
  private:
@@ -105,7 +90,6 @@ class AppStateViewModel final : public QObject {
   QVariantList modes_;
   QString selectedModeId_;
   float level_ = 0;
-  double duration_ = 0;
   QString microphoneName_;
   bool isMicrophoneAvailable_ = true;
   QString modelText_;

@@ -5,11 +5,7 @@
 #include "base/text/Graphemes.h"
 
 namespace quillmere {
-namespace {
-
 using namespace std::chrono_literals;
-
-}  // namespace
 
 InlineErrorToastManager::InlineErrorToastManager(ToastPanel& panel, Executor& executor)
     : panel_(panel), executor_(executor) {}

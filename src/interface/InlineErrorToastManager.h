@@ -16,7 +16,6 @@ class InlineErrorToastManager final : public UserNotices {
 
   void showToast(const QString& message, bool isCritical) override;
   void dismiss();
-  bool isShown() const { return timer_ != 0; }
 
   static Duration readingTime(const QString& message, bool isCritical);
 

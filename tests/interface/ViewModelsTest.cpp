@@ -53,16 +53,6 @@ TEST(AppStateViewModel, ListsAndSelectsModes) {
   EXPECT_EQ(app.modeName(), QStringLiteral("Two"));
 }
 
-TEST(AppStateViewModel, TellsTheTimeOnceASecond) {
-  Fixture f;
-  AppStateViewModel app(f.state, nullptr, {});
-  int seconds = 0;
-  QObject::connect(&app, &AppStateViewModel::durationChanged, &app, [&] { ++seconds; });
-  for (int i = 0; i <= 100; ++i) app.setLiveMetrics(0.5F, i * 0.033);
-  EXPECT_EQ(seconds, 3);
-  EXPECT_EQ(app.durationText(), QStringLiteral("0:03"));
-}
-
 TEST(DownloadEstimate, FollowsTheSpeedOfTheLastSeconds) {
   const TimePoint start{};
   DownloadEstimate estimate;

@@ -125,7 +125,7 @@ void DesktopInterface::warmUp() {
 }
 
 void DesktopInterface::setLiveMetrics(float level, double durationSeconds) {
-  app_->setLiveMetrics(level, durationSeconds);
+  app_->setLevel(level);
   recordingWindows_->setLiveMetrics(level, durationSeconds);
 }
 
