@@ -4,32 +4,19 @@
 
 #include <thread>
 
-#include "support/FakeDefaultsStore.h"
-#include "support/FakeUserNotices.h"
-#include "support/ManualExecutor.h"
-#include "support/RecordingLogSink.h"
-#include "support/TestTexts.h"
+#include "core/TriggerFixture.h"
 
 namespace quillmere {
 namespace {
 
 using E = TranscriptionError;
 
-struct AppStateFixture {
-  TestTexts texts;
-  ManualExecutor executor;
-  FakeDefaultsStore defaults;
-  FakeUserNotices notices;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
-  AppState state{executor, defaults, nullptr, &notices, Logging(log)};
-};
-
 TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
   const std::vector<std::pair<const char*, bool>> messages{
       {"Your api KEY is wrong", true}, {"401 Unauthorized", true},     {"Insufficient Credits left", true},
       {"Quota Exceeded", true},        {"The network is down", false}, {"", false}};
   for (const auto& [message, isCritical] : messages) {
-    AppStateFixture f;
+    TriggerFixture f;
     f.state.showNotice(QString::fromLatin1(message));
     EXPECT_EQ(f.state.data().errorMessage, std::nullopt);
     f.state.showError(QString::fromLatin1(message));
@@ -46,7 +33,7 @@ TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
                                                {E{E::RateLimited{}}, false},
                                                {E{E::StreamingInterrupted{}}, false}};
   for (const auto& [error, isCritical] : errors) {
-    AppStateFixture f;
+    TriggerFixture f;
     f.state.showTranscriptionError(error);
     ASSERT_EQ(f.notices.toasts.size(), 1U);
     EXPECT_EQ(f.notices.toasts[0].second, isCritical) << qPrintable(classify(error).code);
@@ -55,7 +42,7 @@ TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
 }
 
 TEST(AppState, TakesAnErrorFromAnotherThread) {
-  AppStateFixture f;
+  TriggerFixture f;
   std::thread([&] { f.state.showError(QStringLiteral("from afar")); }).join();
   EXPECT_TRUE(f.notices.toasts.empty());
   f.executor.runUntilIdle();
@@ -69,7 +56,7 @@ TEST(AppState, TakesAnErrorFromAnotherThread) {
 }
 
 TEST(AppState, EveryObserverSeesEveryChangeInOrder) {
-  AppStateFixture f;
+  TriggerFixture f;
   QStringList first;
   QStringList second;
   const auto a = f.state.observe([&](const AppStateData& data) {

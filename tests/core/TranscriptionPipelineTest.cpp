@@ -415,14 +415,8 @@ TEST(TranscriptionPipeline, CanBeCancelledAtEveryPoint) {
 TEST(TranscriptionPipeline, ALocalDecodeEndsAtOnceWithACancelAndWithThePipeline) {
   PipelineFixture f;
   f.engine.holdRuns(true);
-  const auto runUntilRuns = [&f](size_t count) {
-    while (f.engine.runs().size() < count) {
-      f.executor.runReady();
-      std::this_thread::yield();
-    }
-  };
   auto handle = f.start(nullptr);
-  runUntilRuns(1);
+  f.runUntilRuns(1);
   const TimePoint start = f.executor.now();
   f.pipeline->cancelTranscription();
   EXPECT_EQ(f.end(handle), QStringLiteral("cancelled"));
@@ -431,7 +425,7 @@ TEST(TranscriptionPipeline, ALocalDecodeEndsAtOnceWithACancelAndWithThePipeline)
   {
     TaskScope caller(f.executor);
     (void)caller.spawn(f.pipeline->transcribeWithDetails(f.request(nullptr)));
-    runUntilRuns(2);
+    f.runUntilRuns(2);
   }
   f.pipeline.reset();
   f.provider.reset();

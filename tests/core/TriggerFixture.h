@@ -30,8 +30,6 @@ class FakeDictationControl final : public DictationControl {
   bool isRecordingNow() const override { return isRecording; }
   double liveRecordingDuration() const override { return duration; }
   void configurePushToTalk() override { calls << QStringLiteral("configure"); }
-
-  QStringList takeCalls() { return std::exchange(calls, {}); }
 };
 
 // What triggers stand on: settings, state and shortcuts without a platform.

@@ -231,21 +231,13 @@ struct Running {
   TaskHandle<Result<QString, AnyError>> handle;
 };
 
-// Runs what is ready, and lets workers go on, until the run has begun.
-void runUntilRuns(LocalEngineFixture& f, size_t count) {
-  while (f.engine.runs().size() < count) {
-    f.executor.runReady();
-    std::this_thread::yield();
-  }
-}
-
 TEST(LibWhisperProvider, CancelBreaksARunningDecodeOff) {
   for (const bool isCallersCancel : {false, true}) {
     LocalEngineFixture f;
     f.engine.holdRuns(true);
     Running running(f);
     running.start();
-    runUntilRuns(f, 1);
+    f.runUntilRuns(1);
     if (isCallersCancel)
       running.handle.cancel();
     else
@@ -287,7 +279,7 @@ TEST(LibWhisperProvider, ANewerCallEndsTheOlderOne) {
   f.engine.holdRuns(true);
   Running older(f);
   older.start();
-  runUntilRuns(f, 1);
+  f.runUntilRuns(1);
   Running newer(f);
   newer.start();
   f.executor.runReady();
@@ -302,7 +294,7 @@ TEST(LibWhisperProvider, ALoadWaitsForTheRunAndForOtherLoads) {
   f.engine.holdRuns(true);
   Running running(f);
   running.start();
-  runUntilRuns(f, 1);
+  f.runUntilRuns(1);
   auto tiny = running.scope.spawn(f.provider->loadModel(QStringLiteral("tiny")));
   auto cancelled = running.scope.spawn(f.provider->loadModel(QStringLiteral("medium")));
   auto small = running.scope.spawn(f.provider->loadModel(QStringLiteral("small")));

@@ -52,10 +52,6 @@ class FakeSpeechEngine final : public SpeechEngine {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return loads_.size() >= count; });
   }
-  void waitForRuns(size_t count) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return runs_.size() >= count; });
-  }
   QStringList loads() const {
     const std::lock_guard lock(mutex_);
     return loads_;

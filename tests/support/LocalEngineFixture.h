@@ -46,6 +46,14 @@ struct LocalEngineFixture {
     return runTask(executor, provider->transcribe(audioPath, std::move(language), nullptr, std::move(vocabulary)));
   }
 
+  // Runs what is ready, and lets workers go on, until so many runs have begun.
+  void runUntilRuns(size_t count) {
+    while (engine.runs().size() < count) {
+      executor.runReady();
+      std::this_thread::yield();
+    }
+  }
+
   QTemporaryDir folder;
   ManualExecutor executor;
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
