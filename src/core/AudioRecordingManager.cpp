@@ -175,7 +175,8 @@ Task<void> AudioRecordingManager::configure() {
 
 // At the start of a session its accessibility bus may need a moment; that is no missing permission yet.
 Task<void> AudioRecordingManager::waitForAccessibility() {
-  if (!PushToTalk::needsAccessibility(services_.settings.pushToTalkMode())) co_return;
+  const auto key = PushToTalk::modifierOf(services_.settings.pushToTalkMode());
+  if (!key || !modifierMonitor_->canSee(*key)) co_return;
   const TimePoint end = services_.executor.now() + accessibilityPatience;
   while (!accessibilityHelper_->isTrusted() && services_.executor.now() < end) co_await sleepFor(accessibilityPace);
 }

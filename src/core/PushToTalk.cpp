@@ -13,24 +13,6 @@ namespace {
 
 const QString pushToTalkShortcut = QString::fromLatin1(shortcutNames::pushToTalk);
 
-std::optional<ModifierKey> modifierOf(PushToTalkMode mode) {
-  switch (mode) {
-    case PushToTalkMode::fn:
-      return ModifierKey::fn;
-    case PushToTalkMode::control:
-      return ModifierKey::control;
-    case PushToTalkMode::leftOption:
-      return ModifierKey::leftOption;
-    case PushToTalkMode::rightOption:
-      return ModifierKey::rightOption;
-    case PushToTalkMode::disabled:
-    case PushToTalkMode::custom:
-    case PushToTalkMode::usbPedal:
-      break;
-  }
-  return std::nullopt;
-}
-
 QString pedalText(const QString& deviceId) {
   return deviceId.isEmpty() ? QStringLiteral("any") : deviceId;
 }
@@ -45,8 +27,8 @@ bool PushToTalk::isConcernedBy(const QString& settingKey) {
          settingKey == QLatin1String("selectedPedalDeviceId");
 }
 
-bool PushToTalk::needsAccessibility(PushToTalkMode mode) {
-  return modifierOf(mode).has_value();
+std::optional<ModifierKey> PushToTalk::modifierOf(PushToTalkMode mode) {
+  return fromRawValue<ModifierKey>(rawValue(mode));  // they go by the names of their keys
 }
 
 void PushToTalk::configure() {

@@ -49,8 +49,8 @@ class PushToTalk {
   void setPedalMonitoring(PedalMonitoring pedal) { pedal_ = std::move(pedal); }
   // Whether a change of this setting asks for configure().
   static bool isConcernedBy(const QString& settingKey);
-  // Whether the mode watches a bare modifier key.
-  static bool needsAccessibility(PushToTalkMode mode);
+  // The bare modifier key that the mode watches; such a mode needs the accessibility bus.
+  static std::optional<ModifierKey> modifierOf(PushToTalkMode mode);
 
  private:
   void startBareModifier(PushToTalkMode mode, ModifierKey key);

@@ -137,6 +137,8 @@ class RecordingTranscriptionFlow final {
   void clearAttempt();
   void enableCancelShortcut();
   void disableCancelShortcut();
+  // Of a dictation that pastes nothing: what the clipboard held before goes back. Left to a newer recording, if any.
+  void endClipboardSession();
   QString attemptText() const;
   void leaveBreadcrumb(const QString& message, const QString& category, ReportLevel level, const QVariantMap& data);
 

@@ -65,6 +65,7 @@ void RecordingTranscriptionFlow::deliver(const std::shared_ptr<Dictation>& dicta
       data.transcriptionPasteFailed = true;
       data.showRecordingDialog = true;
     });
+    endClipboardSession();
     publishTimings(*dictation);
   } else {
     QString text = result.text;
@@ -125,6 +126,7 @@ void RecordingTranscriptionFlow::endSilently() {
   disableCancelShortcut();
   logger_.info("❌ Transcription cancelled (no error shown)");
   use_.powerActivityManager.end();
+  endClipboardSession();
 }
 
 void RecordingTranscriptionFlow::failTranscription(const Dictation& dictation, const AnyError& error) {
@@ -153,6 +155,7 @@ void RecordingTranscriptionFlow::failTranscription(const Dictation& dictation, c
   keepFailedTranscript(dictation.transcript, description, failedTranscriptText(description));
   disableCancelShortcut();
   use_.powerActivityManager.end();
+  endClipboardSession();
 }
 
 void RecordingTranscriptionFlow::keepFailedTranscript(const TranscriptPtr& transcript, const QString& reason,

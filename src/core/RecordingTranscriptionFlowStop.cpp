@@ -71,9 +71,10 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   if (!result || !result->path) {
     setRecordingState({RecordingState::Idle{}});
     disableCancelShortcut();
-    if (result && result->interruption && use_.appState != nullptr)
+    if (result && !cancelled && use_.appState != nullptr)
       use_.appState->showNotice(localizedDescription(AudioError{AudioError::Kind::fileNotReadable, QString()}));
     use_.powerActivityManager.end();
+    endClipboardSession();
     clearAttempt();
     co_return;
   }
@@ -269,6 +270,7 @@ void RecordingTranscriptionFlow::failBeforeTranscription(const Dictation& dictat
                                                                         dictation.modeName, dictation.audioPath);
   keepFailedTranscript(transcript, reason, text);
   use_.powerActivityManager.end();
+  endClipboardSession();
   use_.selectedTextService.forget();
   clearAttempt();
 }
@@ -282,6 +284,7 @@ void RecordingTranscriptionFlow::endCancelled() {
   disableCancelShortcut();
   logger_.info("❌ Recording cancelled - stopped transcription");
   use_.powerActivityManager.end();
+  endClipboardSession();
   use_.selectedTextService.forget();
   clearAttempt();
 }

@@ -18,10 +18,6 @@ QStringList offeredNames(const SettingsManager& settings) {
   return names;
 }
 
-std::optional<ModifierKey> modifierOf(PushToTalkMode mode) {
-  return fromRawValue<ModifierKey>(rawValue(mode));
-}
-
 }  // namespace
 
 ShortcutsViewModel::ShortcutsViewModel(Services services)
@@ -97,7 +93,7 @@ QVariantList ShortcutsViewModel::pushToTalkChoices() const {
   QVariantList choices;
   const PushToTalkMode present = services_.settings.pushToTalkMode();
   for (const PushToTalkMode mode : allCases<PushToTalkMode>()) {
-    const auto key = modifierOf(mode);
+    const auto key = PushToTalk::modifierOf(mode);
     bool isOffered = mode != PushToTalkMode::usbPedal;
     if (key) isOffered = services_.canSee ? services_.canSee(*key) : *key != ModifierKey::fn;
     if (isOffered || mode == present)
@@ -124,12 +120,11 @@ void ShortcutsViewModel::setDoublePressEnabled(bool isEnabled) {
 }
 
 bool ShortcutsViewModel::isModifierHeld() const {
-  return modifierOf(services_.settings.pushToTalkMode()).has_value();
+  return PushToTalk::modifierOf(services_.settings.pushToTalkMode()).has_value();
 }
 
 QString ShortcutsViewModel::pushToTalkProblem() const {
-  if (PushToTalk::needsAccessibility(services_.settings.pushToTalkMode()) && services_.isTrustedForAccessibility &&
-      !services_.isTrustedForAccessibility())
+  if (isModifierHeld() && services_.isTrustedForAccessibility && !services_.isTrustedForAccessibility())
     return localizedText("shortcuts.pushToTalk.noAccessibility");
   return {};
 }

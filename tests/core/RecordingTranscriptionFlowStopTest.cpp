@@ -262,6 +262,51 @@ TEST(RecordingStop, ATextThatIsNotPastedStaysInTheDialog) {
 
 // --- failures of the transcription
 
+// The second of two quick dictations holds back what the first would have given back, until its own end.
+TEST(RecordingStop, WhatPastesNothingGivesTheClipboardBackToo) {
+  using Steps = std::function<void(RecordingFlowFixture&)>;
+  const std::pair<const char*, Steps> cases[] = {
+      {"cancelled while recording", [](RecordingFlowFixture& f) { f.flow->cancelFromShortcut(); }},
+      {"cancelled while transcribing",
+       [](RecordingFlowFixture& f) {
+         f.press();
+         f.executor.advance(100ms);
+         f.flow->cancelFromShortcut();
+       }},
+      {"failed",
+       [](RecordingFlowFixture& f) {
+         f.transcriber.answer = Failed{AnyError(AudioError{AudioError::Kind::noAudioTrack, QString()})};
+         f.press();
+       }},
+      {"not to be pasted",
+       [](RecordingFlowFixture& f) {
+         f.settings.setPasteResultText(false);
+         f.press();
+       }},
+      {"file gone", [](RecordingFlowFixture& f) {
+         f.recorders.bytesAtStop.reset();
+         QFile::remove(f.recorders.paths.back());
+         f.press();
+       }}};
+  for (const auto& [name, steps] : cases) {
+    SCOPED_TRACE(name);
+    RecordingFlowFixture f;
+    f.pasteboard.copyElsewhere(QStringLiteral("mine"));
+    f.record();
+    f.press();
+    f.executor.advance(1s);
+    ASSERT_EQ(f.pasteboard.plainText(), QStringLiteral("Hello there. "));
+    f.clock.set(f.clock.now().addSecs(2));
+    f.record();
+    steps(f);
+    f.settle();
+    EXPECT_EQ(f.stateLabel(), "idle");
+    EXPECT_EQ(f.pastedTexts().size(), 1);
+    f.executor.advance(12s);
+    EXPECT_EQ(f.pasteboard.plainText(), QStringLiteral("mine"));
+  }
+}
+
 TEST(RecordingStop, FailuresReachTheRowTheDialogAndTheToast) {
   struct Case {
     const char* name;

@@ -8,6 +8,7 @@ class AbsentKeyEventMonitor final : public KeyEventMonitor {
  public:
   bool start(std::function<void(const ModifierEvent&)>) override { return false; }
   void stop() override {}
+  bool canSee(ModifierKey) const override { return false; }
 };
 
 }  // namespace quillmere
