@@ -137,6 +137,7 @@ TEST(DoctorTest, SaysWhatIsMissing) {
     wasSet ? qputenv(c.variable, before) : qunsetenv(c.variable);
     EXPECT_EQ(result.code, c.code) << result.out.toStdString() << result.err.toStdString();
     EXPECT_EQ(verdicts(result.out).value(c.check), c.verdict) << result.out.toStdString();
+    EXPECT_EQ(verdicts(result.out).value("accessibility"), "ok") << result.out.toStdString();
   }
 }
 
