@@ -5,7 +5,6 @@
 #include <QJsonDocument>
 
 #include "e2e/Application.h"
-#include "e2e/Clipboard.h"
 #include "e2e/Eventually.h"
 #include "e2e/Microphone.h"
 #include "e2e/TextField.h"
@@ -100,12 +99,9 @@ TEST(DictateTest, TypesIntoTheFieldWithTheKeyboard) {
   ASSERT_TRUE(field.isReady());
   Microphone microphone;
   microphone.start();
-  Clipboard clipboard;
-  ASSERT_TRUE(clipboard.own("UTF8_STRING", "mine"));
   const auto result = Application::command({"dictate", "-q", "--seconds", "5", "--type"});
   EXPECT_EQ(result.code, 0) << result.err.toStdString();
   EXPECT_TRUE(wordsOf(field.eventualText()).contains("fellow"));
-  EXPECT_EQ(Clipboard::read("UTF8_STRING"), "mine");
 }
 
 TEST(DoctorTest, FindsTheDesktopWell) {

@@ -117,9 +117,6 @@ TEST(DeliveryTest, TwoDictationsWithinTheDelayGiveTheFirstClipboardBack) {
   ASSERT_TRUE(application.dictate(2.2));
   ASSERT_TRUE(eventually([&] { return wordsOf(field.text()).size() >= 6; })) << field.text().toStdString();
   EXPECT_TRUE(eventually([&] { return Clipboard::read(plainText) == before; }));
-  // No clipboard manager runs here, and what was given back is there beyond the end of who gave it.
-  EXPECT_TRUE(application.quit());
-  EXPECT_EQ(Clipboard::read(plainText), before);
 }
 
 TEST(DeliveryTest, WithoutAFieldTheTextStaysOnTheClipboard) {

@@ -7,7 +7,6 @@
 #include <cstdio>
 
 #include "app/session/ApplicationStatus.h"
-#include "app/session/ClipboardHolder.h"
 #include "base/text/LocalizedText.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ShortcutNames.h"
@@ -310,8 +309,6 @@ Task<void> DesktopProgram::shutDown() {
   co_await std::move(stopping);
   recording.accessibilityHelper().restoreNow();
   services_->base->persistence->save();
-  auto handingOver = handOverClipboard(*services_->session->pasteboard);
-  co_await std::move(handingOver);
   QCoreApplication::quit();
 }
 

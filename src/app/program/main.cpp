@@ -5,7 +5,6 @@
 #include "app/Version.h"
 #include "app/desktop/DesktopQml.h"
 #include "app/program/DesktopProgram.h"
-#include "app/session/ClipboardHolder.h"
 #include "app/texts/Texts.h"
 #include "base/text/LocalizedText.h"
 #include "platform/x11/DisplayProbe.h"
@@ -60,6 +59,5 @@ int run(int argc, char** argv) {
 
 // The application in the tray.
 int main(int argc, char** argv) {
-  if (const auto code = quillmere::holdClipboard(argc, argv)) return *code;
   return quillmere::isDisplayReachable() ? quillmere::run(argc, argv) : quillmere::sayThatThereIsNoDisplay(argc, argv);
 }

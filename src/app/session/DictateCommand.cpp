@@ -9,7 +9,6 @@
 #include "app/cli/ModeChoice.h"
 #include "app/cli/TranscriptJson.h"
 #include "app/composition.h"
-#include "app/session/ClipboardHolder.h"
 #include "app/session/SessionCommands.h"
 #include "app/session/SessionServices.h"
 #include "base/async/Async.h"
@@ -288,8 +287,6 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   if (options.isTyped) {
     auto restoring = session->audioManager->accessibilityHelper().waitForRestore();
     co_await std::move(restoring);
-    auto handingOver = handOverClipboard(*session->pasteboard);
-    co_await std::move(handingOver);
   }
   if (options.isWithoutHistory) services.persistence->deleteTranscript(row);
   if (services.persistence->hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});

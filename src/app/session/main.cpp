@@ -1,9 +1,7 @@
 #include "app/cli/CommandLineMain.h"
-#include "app/session/ClipboardHolder.h"
 #include "app/session/SessionCommands.h"
 
 int main(int argc, char** argv) {
-  if (const auto code = quillmere::holdClipboard(argc, argv)) return *code;
   quillmere::SessionCommands commands;
   commands.dictate = quillmere::runDictate;
   commands.doctor = quillmere::runDoctor;
