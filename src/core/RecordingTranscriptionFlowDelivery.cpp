@@ -6,7 +6,7 @@
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "core/SpokenFileTags.h"
+#include "projects/SpokenFileTags.h"
 #include "core/TranscriptOutcome.h"
 #include "delivery/AutoPasteHandler.h"
 #include "postprocessing/TranscriptionTextProcessing.h"

@@ -8,7 +8,7 @@
 #include "core/AppState.h"
 #include "core/RecordingStartSnapshot.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "core/SpokenFileTags.h"
+#include "projects/SpokenFileTags.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "ports/ErrorReporting.h"

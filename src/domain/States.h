@@ -69,6 +69,9 @@ struct RecordingState {
   bool operator==(const RecordingState&) const = default;
 };
 
+// Why the newest dictation ended without a text and without an error; shown for a moment.
+enum class DictationNotice { none, tooShort, nothingHeard };
+
 struct StreamingConnectionState {
   enum class Kind { idle, connecting, ready, streaming, disconnecting, error };
   Kind kind = Kind::idle;

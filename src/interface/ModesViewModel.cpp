@@ -7,7 +7,7 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "models/WhisperModelManager.h"
-#include "providers/catalogs/LanguageData.h"
+#include "domain/catalogs/LanguageData.h"
 #include "storage/ModeDeletion.h"
 #include "storage/PersistenceController.h"
 

@@ -8,7 +8,7 @@
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ScriptedTranscriber.h"
 #include "core/ShortcutNames.h"
-#include "core/SpokenFileTags.h"
+#include "projects/SpokenFileTags.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "recording/AudioDeviceManager.h"

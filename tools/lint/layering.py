@@ -3,6 +3,8 @@ import os
 
 # Room -> rooms it may include besides itself. A room that isn't in the table may be included by nobody.
 _PORTS = "base domain ports"
+_UP_TO_TRANSCRIPTS = (" diagnostics storage audio recording models postprocessing triggers delivery context engine keys projects"
+                      " prompts providers rewriting health streaming transcripts")
 ROOMS = {
     "base": "",
     "domain": "base",
@@ -16,14 +18,19 @@ ROOMS = {
     "triggers": _PORTS + " storage",
     "delivery": _PORTS + " storage",
     "context": _PORTS + " storage",
-    "streaming": _PORTS + " storage audio",
-    "engine": _PORTS + " audio",
-    "providers": _PORTS + " storage audio models postprocessing engine context",
-    "files": _PORTS + " storage audio models postprocessing providers",
-    "core": _PORTS + " diagnostics storage audio recording models postprocessing triggers delivery context streaming"
-            " engine providers files",
-    "interface": _PORTS + " diagnostics storage audio recording models postprocessing triggers delivery context streaming"
-                 " engine providers files core",
+    "engine": _PORTS,
+    "keys": _PORTS + " storage",
+    "projects": _PORTS + " storage context",
+    "prompts": _PORTS + " storage context projects",
+    "providers": _PORTS + " storage audio models postprocessing engine context keys",
+    "rewriting": _PORTS + " storage models postprocessing context keys projects prompts",
+    "health": _PORTS + " storage keys",
+    "streaming": _PORTS + " storage audio keys",
+    "transcripts": _PORTS + " diagnostics storage audio recording models postprocessing context keys projects prompts"
+                   " engine providers rewriting health",
+    "files": _PORTS + " storage audio models postprocessing providers transcripts",
+    "core": _PORTS + _UP_TO_TRANSCRIPTS + " files",
+    "interface": _PORTS + _UP_TO_TRANSCRIPTS + " files core",
     "platform/qt": _PORTS,
     "platform/linux": _PORTS,
     "platform/ffmpeg": _PORTS,

@@ -4,7 +4,7 @@
 #include "app/composition.h"
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
-#include "providers/catalogs/LanguageData.h"
+#include "domain/catalogs/LanguageData.h"
 #include "storage/ModeDeletion.h"
 
 namespace quillmere {

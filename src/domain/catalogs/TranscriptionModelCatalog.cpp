@@ -1,4 +1,4 @@
-#include "providers/catalogs/TranscriptionModelCatalog.h"
+#include "domain/catalogs/TranscriptionModelCatalog.h"
 
 namespace quillmere {
 namespace {

@@ -1,7 +1,7 @@
-#include "providers/catalogs/STTCatalog.h"
+#include "domain/catalogs/STTCatalog.h"
 
-#include "providers/catalogs/LanguageData.h"
-#include "providers/catalogs/TranscriptionModelCatalog.h"
+#include "domain/catalogs/LanguageData.h"
+#include "domain/catalogs/TranscriptionModelCatalog.h"
 
 namespace quillmere {
 namespace {

@@ -1,9 +1,9 @@
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
-#include "providers/catalogs/LanguageData.h"
-#include "providers/catalogs/PostProcessingModelCatalog.h"
-#include "providers/catalogs/STTCatalog.h"
-#include "providers/catalogs/TranscriptionModelCatalog.h"
+#include "domain/catalogs/LanguageData.h"
+#include "domain/catalogs/PostProcessingModelCatalog.h"
+#include "domain/catalogs/STTCatalog.h"
+#include "domain/catalogs/TranscriptionModelCatalog.h"
 #include "support/TestTexts.h"
 
 namespace quillmere {

@@ -1,4 +1,4 @@
-#include "providers/catalogs/PostProcessingModelCatalog.h"
+#include "domain/catalogs/PostProcessingModelCatalog.h"
 
 #include "base/text/LocalizedText.h"
 

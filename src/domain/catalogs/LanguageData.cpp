@@ -1,4 +1,4 @@
-#include "providers/catalogs/LanguageData.h"
+#include "domain/catalogs/LanguageData.h"
 
 #include "domain/ModeData.h"
 
