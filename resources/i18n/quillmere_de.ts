@@ -359,6 +359,7 @@
 <message id="cli.help.history.search.text"><translation>Gesuchte Wörter; jedes darf ein Wortanfang sein</translation></message>
 <message id="cli.help.history.limit"><translation>Wie viele höchstens</translation></message>
 <message id="cli.help.history.offset"><translation>Wie viele zuvor übergehen</translation></message>
+<message id="cli.help.history.discarded"><translation>Nur verworfene Aufnahmen; sie verschwinden nach 24 Stunden</translation></message>
 <message id="cli.help.history.show"><translation>Den Text von Transkripten ausgeben</translation></message>
 <message id="cli.help.history.delete"><translation>Transkripte und ihre Audiodateien löschen</translation></message>
 <message id="cli.help.history.retry"><translation>Die aufbewahrte Aufnahme eines Transkripts erneut transkribieren</translation></message>

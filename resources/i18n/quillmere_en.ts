@@ -359,6 +359,7 @@
 <message id="cli.help.history.search.text"><translation>Words to look for; every word may be the beginning of one</translation></message>
 <message id="cli.help.history.limit"><translation>How many at most</translation></message>
 <message id="cli.help.history.offset"><translation>How many to pass over first</translation></message>
+<message id="cli.help.history.discarded"><translation>Only recordings that were thrown away; they go after 24 hours</translation></message>
 <message id="cli.help.history.show"><translation>Print the text of transcripts</translation></message>
 <message id="cli.help.history.delete"><translation>Delete transcripts and their audio files</translation></message>
 <message id="cli.help.history.retry"><translation>Transcribe the kept audio of a transcript once more</translation></message>

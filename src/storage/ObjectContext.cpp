@@ -151,8 +151,8 @@ std::vector<std::shared_ptr<E>> ObjectContext::pendingInserts() const {
 }
 
 template <typename E>
-qint64 ObjectContext::pendingRemovalCount() const {
-  return static_cast<qint64>(registries_->of<E>().removedRows.size());
+const std::unordered_set<qint64>& ObjectContext::pendingRemovals() const {
+  return registries_->of<E>().removedRows;
 }
 
 // --- reading
@@ -513,7 +513,7 @@ Result<void, PlatformError> ObjectContext::save() {
   template void ObjectContext::remove<E>(const std::shared_ptr<E>&);                           \
   template qint64 ObjectContext::rowId<E>(const std::shared_ptr<E>&) const;                    \
   template std::vector<std::shared_ptr<E>> ObjectContext::pendingInserts<E>() const;           \
-  template qint64 ObjectContext::pendingRemovalCount<E>() const;                               \
+  template const std::unordered_set<qint64>& ObjectContext::pendingRemovals<E>() const;        \
   template std::vector<std::pair<qint64, E>> ObjectContext::readRows<E>(SQLite::Statement&);   \
   template std::shared_ptr<E> ObjectContext::materialise<E>(qint64, const E&);                 \
   template Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchRows<E>( \

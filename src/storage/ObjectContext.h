@@ -45,8 +45,9 @@ class ObjectContext {
   Result<std::vector<std::shared_ptr<E>>, PlatformError> fetchRows(const std::vector<qint64>& rowIds);
   template <typename E>
   std::vector<std::shared_ptr<E>> pendingInserts() const;
+  // The rows that the next save deletes.
   template <typename E>
-  qint64 pendingRemovalCount() const;
+  const std::unordered_set<qint64>& pendingRemovals() const;
   // 0 for an object without a row.
   template <typename E>
   qint64 rowId(const std::shared_ptr<E>& object) const;

@@ -238,14 +238,14 @@ Subscription PersistenceController::observeChanges(std::function<void(const Stor
 // --- transcripts
 
 TranscriptPtr PersistenceController::createTranscript(double duration, const std::optional<QString>& modeName,
-                                                      const std::optional<QString>& audioPath) {
+                                                      const std::optional<QString>& audioPath, const QString& status) {
   const TranscriptPtr transcript = insertTranscript();
-  transcript->text = processingPlaceholder;
+  if (status == TranscriptStatus::processing) transcript->text = processingPlaceholder;
   transcript->date = clock_.now();
   transcript->duration = duration;
   transcript->mode = modeName;
   transcript->audioFilePath = audioPath;
-  transcript->status = "processing";
+  transcript->status = status;
   save();
   return transcript;
 }
@@ -302,16 +302,19 @@ bool PersistenceController::deleteTranscripts(const std::vector<TranscriptPtr>& 
 }
 
 std::vector<TranscriptPtr> PersistenceController::fetchTranscripts(int limit, int offset,
-                                                                   const std::optional<QString>& search) {
-  return fetchTranscriptPage(limit, offset, search).transcripts;
+                                                                   const std::optional<QString>& search,
+                                                                   HistoryFilter filter) {
+  return fetchTranscriptPage(limit, offset, search, filter).transcripts;
 }
 
-TranscriptPage PersistenceController::fetchTranscriptPage(int limit, int offset, const std::optional<QString>& search) {
+TranscriptPage PersistenceController::fetchTranscriptPage(int limit, int offset, const std::optional<QString>& search,
+                                                          HistoryFilter filter) {
   const SearchQuery query = parseSearch(search.value_or(QString()));
   // Rows that a failed save couldn't write yet are part of the history all the same: the newest part.
   std::vector<TranscriptPtr> pending;
   for (const TranscriptPtr& transcript : context_->pendingInserts<Transcript>())
-    if (query.isEmpty() || matchesSearch(*transcript, query)) pending.insert(pending.begin(), transcript);
+    if (passesFilter(*transcript, filter) && (query.isEmpty() || matchesSearch(*transcript, query)))
+      pending.insert(pending.begin(), transcript);
   const auto pendingCount = static_cast<qint64>(pending.size());
   const qint64 wanted = limit < 0 ? std::numeric_limits<int>::max() : limit;
   qint64 skip = std::max(offset, 0);
@@ -324,18 +327,19 @@ TranscriptPage PersistenceController::fetchTranscriptPage(int limit, int offset,
 
   std::optional<PlatformError> error;
   std::vector<TranscriptPtr> stored;
-  if (query.isEmpty()) {
-    auto count = context_->fetchNumber("SELECT count(*) FROM Transcript");
-    if (count)
-      page.totalCount = *count - context_->pendingRemovalCount<Transcript>();
+  const auto filtered = FilteredRows::read(*context_, filter);
+  if (!filtered) {
+    error = filtered.error();
+  } else if (query.isEmpty()) {
+    if (auto count = filtered->count(*context_))
+      page.totalCount = *count;
     else
       error = count.error();
-    auto rows = context_->fetch<Transcript>(std::string(newestFirst) + " LIMIT ? OFFSET ?", storedLimit, storedOffset);
-    if (rows)
+    if (auto rows = context_->fetch<Transcript>(pageClause(filter), storedLimit, storedOffset))
       stored = std::move(rows).value();
     else
       error = rows.error();
-  } else if (auto matches = TranscriptMatches::find(*context_, query); !matches) {
+  } else if (auto matches = TranscriptMatches::find(*context_, query, *filtered); !matches) {
     error = matches.error();
   } else {
     page.totalCount = matches->count();
@@ -353,8 +357,8 @@ TranscriptPage PersistenceController::fetchTranscriptPage(int limit, int offset,
   return page;
 }
 
-qint64 PersistenceController::countTranscripts(const std::optional<QString>& search) {
-  return fetchTranscriptPage(0, 0, search).totalCount;
+qint64 PersistenceController::countTranscripts(const std::optional<QString>& search, HistoryFilter filter) {
+  return fetchTranscriptPage(0, 0, search, filter).totalCount;
 }
 
 TranscriptPtr PersistenceController::fetchTranscript(const QString& id) {
@@ -401,16 +405,6 @@ std::vector<TranscriptPtr> PersistenceController::fetchTranscriptsBefore(const Q
   auto found = valueOrReport(context_->fetch<Transcript>(std::string("WHERE date < ? ") + newestFirst, date),
                              "Failed to fetch transcripts: %{public}@", "Failed to fetch transcripts");
   std::erase_if(found, [&](const TranscriptPtr& transcript) { return !transcript->date || *transcript->date >= date; });
-  return found;
-}
-
-std::vector<TranscriptPtr> PersistenceController::fetchTranscriptsOfMode(const ModePtr& mode) {
-  if (!mode) return {};
-  auto found = valueOrReport(
-      context_->fetch<Transcript>(std::string("WHERE modeRelationship = ? ") + newestFirst, context_->rowId(mode)),
-      "Failed to fetch transcripts: %{public}@", "Failed to fetch transcripts");
-  appendPending(*context_, found);
-  std::erase_if(found, [&](const TranscriptPtr& transcript) { return transcript->modeRelationship != mode; });
   return found;
 }
 
@@ -520,20 +514,14 @@ Result<ModePtr, LookupFailure> PersistenceController::fetchModeByName(const QStr
   return Failed{LookupFailure{Kind::ambiguous, count, localizedText("modes.lookup.ambiguous", name, count)}};
 }
 
-ModePtr PersistenceController::insertMode() {
-  Mode mode;
-  mode.id = QUuid::createUuid();
-  return context_->insert(std::move(mode));
-}
-
 ModePtr PersistenceController::saveMode(const ModeData& data) {
   ModePtr mode;
   change([&] {
     if (!data.id.isNull()) mode = fetchMode(data.id);
     if (!mode) {
       const qint16 sortOrder = nextSortOrder(fetchAllModes());
-      mode = insertMode();
-      if (!data.id.isNull()) mode->id = data.id;
+      mode = context_->insert<Mode>();
+      mode->id = data.id.isNull() ? QUuid::createUuid() : data.id;
       mode->createdDate = clock_.now();
       mode->isSystemProvided = false;
       mode->sortOrder = sortOrder;

@@ -14,6 +14,7 @@
 #include "domain/Errors.h"
 #include "domain/ModeData.h"
 #include "ports/ErrorReporting.h"
+#include "storage/HistoryFilter.h"
 
 namespace quillmere {
 
@@ -87,8 +88,10 @@ class PersistenceController {
   [[nodiscard]] Subscription observeChanges(std::function<void(const StoreChange&)> observer);
 
   // --- transcripts
+  // A saved row with the placeholder as its text; one that doesn't begin as "processing" has no text.
   TranscriptPtr createTranscript(double duration, const std::optional<QString>& modeName,
-                                 const std::optional<QString>& audioPath);
+                                 const std::optional<QString>& audioPath,
+                                 const QString& status = TranscriptStatus::processing);
   void setTrimmedAudioPath(const TranscriptPtr& transcript, const QString& path);
   void updateTranscriptAudioPath(const TranscriptPtr& transcript, const QString& path);
   // Removes the row and its audio files.
@@ -96,17 +99,19 @@ class PersistenceController {
   bool deleteTranscripts(const std::vector<TranscriptPtr>& transcripts);
   // Newest first. A negative limit means all. `search`: every word must begin a word of the texts or of the mode's
   // name, in any case and without regard to accents; scripts without blanks and inner parts of words match too.
-  std::vector<TranscriptPtr> fetchTranscripts(int limit, int offset = 0, const std::optional<QString>& search = {});
+  std::vector<TranscriptPtr> fetchTranscripts(int limit, int offset = 0, const std::optional<QString>& search = {},
+                                              HistoryFilter filter = HistoryFilter::kept);
   // The same with the number of all matches.
-  TranscriptPage fetchTranscriptPage(int limit, int offset = 0, const std::optional<QString>& search = {});
-  qint64 countTranscripts(const std::optional<QString>& search = {});
+  TranscriptPage fetchTranscriptPage(int limit, int offset = 0, const std::optional<QString>& search = {},
+                                     HistoryFilter filter = HistoryFilter::kept);
+  qint64 countTranscripts(const std::optional<QString>& search = {}, HistoryFilter filter = HistoryFilter::kept);
+  // The rest finds discarded rows too.
   // Full identifier (with or without braces and dashes); nothing for a text that isn't one.
   TranscriptPtr fetchTranscript(const QString& id);
   // Full identifier or its beginning, at least four hexadecimal digits, as a person types it.
   Result<TranscriptPtr, LookupFailure> findTranscript(const QString& idOrPrefix);
   std::vector<TranscriptPtr> fetchTranscriptsWithStatus(const QString& status);
   std::vector<TranscriptPtr> fetchTranscriptsBefore(const QDateTime& date);
-  std::vector<TranscriptPtr> fetchTranscriptsOfMode(const ModePtr& mode);
   TranscriptPtr fetchTranscriptOfSession(const RecordingSessionPtr& session);
   // A new row with an id, written by the next save().
   TranscriptPtr insertTranscript();
@@ -114,8 +119,8 @@ class PersistenceController {
   // --- recording sessions
   RecordingSessionPtr insertRecordingSession();
   RecordingSessionPtr fetchRecordingSession(const QUuid& id);
-  std::vector<RecordingSessionPtr> fetchUnfinishedRecordingSessions();  // no endTime, oldest first
-  std::vector<RecordingSessionPtr> fetchRecordingSessionsWithStatus(const QString& status);     // oldest first
+  std::vector<RecordingSessionPtr> fetchUnfinishedRecordingSessions();                       // no endTime, oldest first
+  std::vector<RecordingSessionPtr> fetchRecordingSessionsWithStatus(const QString& status);  // oldest first
   std::vector<RecordingSessionPtr> fetchAllRecordingSessions();
   void deleteRecordingSession(const RecordingSessionPtr& session);
 
@@ -132,9 +137,8 @@ class PersistenceController {
   ModePtr createMode(const ModeData& data);
   // The row only; storage/ModeDeletion.h cares for settings and selection too.
   Result<void, LastModeRefusal> deleteMode(const ModePtr& mode);
-  // Renumbers: these first, in this order, the others behind them in their present order.
+  // Renumbers: these first, in this order, then the others in their present order.
   void setModeOrder(const std::vector<QUuid>& order);
-  ModePtr insertMode();
 
   // --- vocabulary
   bool addVocabularyItem(const QString& word, const std::optional<QString>& replacement = {});
