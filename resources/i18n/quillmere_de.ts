@@ -645,6 +645,9 @@
 <message id="recording.error.startCancelled"><translation>Die Aufnahme wurde nicht begonnen.</translation></message>
 <message id="recording.error.streamingUnavailable"><translation>Das Live-Diktat steht noch nicht zur Verfügung.</translation></message>
 <message id="audio.error.microphoneInUse"><translation>Das Mikrofon wird von einer anderen Anwendung benutzt.</translation></message>
+<message id="recording.error.noInternet"><translation>Es besteht keine Internetverbindung. Die Aufnahme liegt im Verlauf bereit.</translation></message>
+<message id="recording.error.fileUnreadable"><translation>Die Aufnahme ließ sich nicht lesen. Ihre Datei bleibt im Aufnahmeordner.</translation></message>
+<message id="recording.notice.nothingHeard"><translation>Es war nichts zu hören.</translation></message>
 <message id="recording.notice.microphoneGone"><translation>Das Mikrofon ist weg. %1 behalten.</translation></message>
 <message id="recording.notice.microphoneGone.tooShort"><translation>Das Mikrofon ist weg. Die Aufnahme war zu kurz.</translation></message>
 <message id="recording.notice.soundServerGone"><translation>Der Sound-Server ist beendet. %1 behalten.</translation></message>

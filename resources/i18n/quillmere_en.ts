@@ -645,6 +645,9 @@
 <message id="recording.error.startCancelled"><translation>The recording was not started.</translation></message>
 <message id="recording.error.streamingUnavailable"><translation>Live dictation is not available yet.</translation></message>
 <message id="audio.error.microphoneInUse"><translation>The microphone is in use by another application.</translation></message>
+<message id="recording.error.noInternet"><translation>There is no internet connection. The recording is kept in the history.</translation></message>
+<message id="recording.error.fileUnreadable"><translation>The recording could not be read. Its file is kept in the recordings folder.</translation></message>
+<message id="recording.notice.nothingHeard"><translation>Nothing was heard.</translation></message>
 <message id="recording.notice.microphoneGone"><translation>Microphone gone. Kept %1.</translation></message>
 <message id="recording.notice.microphoneGone.tooShort"><translation>Microphone gone. The recording was too short to keep.</translation></message>
 <message id="recording.notice.soundServerGone"><translation>The sound server stopped. Kept %1.</translation></message>

@@ -1,12 +1,10 @@
 #include "core/AppState.h"
 
 #include <algorithm>
-#include <array>
 #include <type_traits>
 #include <utility>
 
 #include "base/text/LocalizedText.h"
-#include "core/TranscriptionPipeline.h"
 #include "domain/ModeTypes.h"
 #include "ports/DefaultsStore.h"
 #include "ports/NetworkStatus.h"
@@ -76,32 +74,20 @@ QStringList providerLines(const std::vector<MissingAPIKey>& missing) {
 
 }  // namespace
 
-AppState::AppState(Executor& executor, DefaultsStore& defaults, SettingsManager* settings, UserNotices* notices,
-                   const Logging& logging)
-    : executor_(executor),
-      defaults_(defaults),
-      settings_(settings),
-      notices_(notices),
+AppState::AppState(Dependencies dependencies, const Logging& logging)
+    : use_(std::move(dependencies)),
       logger_(logging.logger(QStringLiteral("AppState"))),
       mainThread_(std::this_thread::get_id()) {
-  latest_.hasCompletedOnboarding = flagSetting(defaults_, onboardingKey());
+  latest_.hasCompletedOnboarding = flagSetting(use_.defaults, onboardingKey());
   data_.set(latest_);
   subscriptions_.push_back(observe([this](const AppStateData& data) { logRecordingState(data.recordingState); }));
   subscriptions_.push_back(observe([this](const AppStateData& data) { searchQueryChanged(data.historySearchQuery); }));
-  subscriptions_.push_back(observe([this, last = latest_.selectedModeId](const AppStateData& data) mutable {
-    if (std::exchange(last, data.selectedModeId) != data.selectedModeId) prepareModel(data.selectedModeId);
-  }));
-  if (const auto stored = fromRawValue<NavigationItem>(defaults_.value(navigationKey()).toString()))
+  if (const auto stored = fromRawValue<NavigationItem>(use_.defaults.value(navigationKey()).toString()))
     update([&](AppStateData& data) { data.selectedNavigationItem = *stored; });
 }
 
 AppState::~AppState() {
-  executor_.cancelTimer(searchTimer_);
-}
-
-void AppState::setTranscriptionPipeline(TranscriptionPipeline* pipeline) {
-  preparation_.reset();
-  pipeline_ = pipeline;
+  use_.executor.cancelTimer(searchTimer_);
 }
 
 void AppState::logRecordingState(const RecordingState& state) {
@@ -118,21 +104,10 @@ void AppState::logRecordingState(const RecordingState& state) {
 void AppState::searchQueryChanged(const QString& query) {
   if (query == searchQuery_) return;
   searchQuery_ = query;
-  executor_.cancelTimer(searchTimer_);
+  use_.executor.cancelTimer(searchTimer_);
   // Words that are looked for were said once: they stay private too.
   searchTimer_ =
-      executor_.startTimer(searchQuietTime, [this] { logger_.info("Searching history for: %s", searchQuery_); });
-}
-
-void AppState::prepareModel(const QString& modeId) {
-  if (pipeline_ == nullptr || persistence_ == nullptr || preparedModeId_ == modeId) return;
-  preparedModeId_ = modeId;
-  const ModePtr mode = persistence_->fetchMode(modeId);
-  if (!mode) return;
-  logger_.info("Mode changed: %{public}s → model: %{public}s. Preparing model…", nameOf(*mode),
-               mode->model.value_or(QStringLiteral("base")));
-  preparation_ = std::make_unique<TaskScope>(executor_);
-  preparation_->spawn(pipeline_->prepareModel(mode));
+      use_.executor.startTimer(searchQuietTime, [this] { logger_.info("Searching history for: %s", searchQuery_); });
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {
@@ -144,41 +119,27 @@ Subscription AppState::observe(std::function<void(const AppStateData&)> observer
   return data_.observe(std::move(observer));
 }
 
-bool AppState::isCriticalMessage(const QString& message) {
-  static constexpr std::array marks{"API key", "unauthorized", "invalid api key", "insufficient credits",
-                                    "quota exceeded"};
-  for (const char* mark : marks)
-    if (message.contains(QLatin1String(mark), Qt::CaseInsensitive)) return true;
-  return false;
-}
-
-bool AppState::isCriticalError(const TranscriptionError& error) {
-  using E = TranscriptionError;
-  return error.is<E::ApiKeyMissing>() || error.is<E::Unauthorized>() || error.is<E::InsufficientCredits>() ||
-         error.is<E::QuotaExceeded>();
-}
-
-void AppState::showError(const QString& message) {
+void AppState::showError(const QString& message, bool isCritical) {
   if (std::this_thread::get_id() == mainThread_) {
-    showErrorNow(message, isCriticalMessage(message));
+    showErrorNow(message, isCritical);
     return;
   }
-  executor_.post([this, message, alive = std::weak_ptr<bool>(isAlive_)] {
-    if (!alive.expired()) showErrorNow(message, isCriticalMessage(message));
+  use_.executor.post([this, message, isCritical, alive = std::weak_ptr<bool>(isAlive_)] {
+    if (!alive.expired()) showErrorNow(message, isCritical);
   });
 }
 
 void AppState::showErrorNow(const QString& message, bool isCritical) {
   recordError(message);
-  if (notices_ != nullptr) notices_->showToast(message, isCritical);
+  use_.notices.showToast(message, isCritical);
 }
 
 void AppState::showNotice(const QString& message) {
-  if (notices_ != nullptr) notices_->showToast(message, false);
+  use_.notices.showToast(message, false);
 }
 
 void AppState::showTranscriptionError(const TranscriptionError& error) {
-  showErrorNow(localizedDescription(error), isCriticalError(error));
+  showErrorNow(localizedDescription(error), isCritical(AnyError(error)));
 }
 
 void AppState::recordError(const QString& message) {
@@ -194,15 +155,13 @@ void AppState::restoreMode(const Mode& mode) {
     data.selectedModeId = id;
     data.selectedModeName = nameOf(mode);
   });
-  // The very first selection counts as a change, even where it is the mode that stands there from the beginning.
-  prepareModel(id);
 }
 
 void AppState::selectMode(const Mode& mode, bool persist) {
   restoreMode(mode);
-  if (persist && settings_ != nullptr) {
-    settings_->setCurrentModeId(latest_.selectedModeId);
-    settings_->setCurrentMode(latest_.selectedModeName);
+  if (persist) {
+    use_.settings.setCurrentModeId(latest_.selectedModeId);
+    use_.settings.setCurrentMode(latest_.selectedModeName);
   }
   logger_.info("📝 Selected mode: %s (persist: %{bool}d)", nameOf(mode), persist);
 }
@@ -218,21 +177,18 @@ bool AppState::cycleToNextMode() {
   const auto next = here == modes.end() || std::next(here) == modes.end() ? modes.begin() : std::next(here);
   selectMode(**next, true);
   logger_.info("🔄 Cycled to mode: %s", nameOf(**next));
-  if (showModeChangeToast_) showModeChangeToast_(nameOf(**next));
+  if (use_.showModeChange) use_.showModeChange(nameOf(**next));
   return true;
 }
 
 std::vector<ModePtr> AppState::availableModes() const {
-  if (persistence_ == nullptr) return {};
-  std::vector<ModePtr> modes = persistence_->fetchAllModes();
-  if (network_ != nullptr && !network_->isOnline())
-    std::erase_if(modes, [](const ModePtr& mode) { return needsNetwork(*mode); });
+  std::vector<ModePtr> modes = use_.persistence.fetchAllModes();
+  if (!use_.network.isOnline()) std::erase_if(modes, [](const ModePtr& mode) { return needsNetwork(*mode); });
   return modes;
 }
 
 void AppState::switchToLocalDefault() {
-  const ModePtr mode =
-      persistence_ != nullptr ? persistence_->fetchMode(QString::fromLatin1(localDefaultModeId)) : nullptr;
+  const ModePtr mode = use_.persistence.fetchMode(QString::fromLatin1(localDefaultModeId));
   if (!mode) {
     logger_.warning("Local default mode not found");
     return;
@@ -262,12 +218,12 @@ QString AppState::apiKeyAlertMessage() const {
 
 void AppState::selectNavigationItem(NavigationItem item) {
   update([&](AppStateData& data) { data.selectedNavigationItem = item; });
-  defaults_.setValue(navigationKey(), rawValue(item));
+  use_.defaults.setValue(navigationKey(), rawValue(item));
 }
 
 void AppState::setHasCompletedOnboarding(bool value) {
   update([&](AppStateData& data) { data.hasCompletedOnboarding = value; });
-  defaults_.setValue(onboardingKey(), value);
+  use_.defaults.setValue(onboardingKey(), value);
 }
 
 }  // namespace quillmere

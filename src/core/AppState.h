@@ -2,13 +2,11 @@
 #include <QString>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
-#include "base/async/TaskScope.h"
 #include "base/log/Logger.h"
 #include "core/AppStateData.h"
 #include "domain/Entities.h"
@@ -20,33 +18,32 @@ class DefaultsStore;
 class NetworkStatus;
 class PersistenceController;
 class SettingsManager;
-class TranscriptionPipeline;
 class UserNotices;
 
 // The one observable state of the application. Made and used on the main thread, showError() apart. Observers see every
 // value in order; a change made while they are being told follows the one under way.
 class AppState {
  public:
-  // `settings` and `notices` may be null. All arguments outlive this object.
-  AppState(Executor& executor, DefaultsStore& defaults, SettingsManager* settings, UserNotices* notices,
-           const Logging& logging);
+  // All outlive the state.
+  struct Dependencies {
+    Executor& executor;
+    DefaultsStore& defaults;
+    SettingsManager& settings;
+    PersistenceController& persistence;
+    const NetworkStatus& network;
+    UserNotices& notices;
+    // Shows the name of the mode that cycleToNextMode() chose; may be empty.
+    std::function<void(const QString& modeName)> showModeChange = {};
+  };
+  AppState(Dependencies dependencies, const Logging& logging);
   ~AppState();
-
-  // What is made later, or not at all. Each may be null and has to be taken away before it goes.
-  void setSettingsManager(SettingsManager* settings) { settings_ = settings; }
-  // With a pipeline and a store, selecting a mode prepares its model.
-  void setTranscriptionPipeline(TranscriptionPipeline* pipeline);
-  void setPersistenceController(PersistenceController* persistence) { persistence_ = persistence; }
-  void setNetworkStatus(const NetworkStatus* network) { network_ = network; }
-  // Shows the name of the mode that cycleToNextMode() chose.
-  void setModeChangeToast(std::function<void(const QString& modeName)> show) { showModeChangeToast_ = std::move(show); }
 
   const AppStateData& data() const { return data_.get(); }
   void update(const std::function<void(AppStateData&)>& change);
   [[nodiscard]] Subscription observe(std::function<void(const AppStateData&)> observer);
 
-  // Any thread. Critical where the message speaks of a key, an account or a quota.
-  void showError(const QString& message);
+  // Any thread. Critical: nothing works before the user has looked after it.
+  void showError(const QString& message, bool isCritical = false);
   void showNotice(const QString& message);
   void showTranscriptionError(const TranscriptionError& error);
   // Keeps the message without showing it.
@@ -67,34 +64,21 @@ class AppState {
   QString apiKeyAlertTitle() const;
   QString apiKeyAlertMessage() const;
 
-  static bool isCriticalMessage(const QString& message);
-  static bool isCriticalError(const TranscriptionError& error);
-
  private:
   void showErrorNow(const QString& message, bool isCritical);
   void logRecordingState(const RecordingState& state);
   void searchQueryChanged(const QString& query);
-  void prepareModel(const QString& modeId);
 
-  Executor& executor_;
-  DefaultsStore& defaults_;
-  SettingsManager* settings_;
-  UserNotices* notices_;
+  Dependencies use_;
   Logger logger_;
   std::thread::id mainThread_;
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   AppStateData latest_;  // with the changes that observers haven't been told of yet
   Published<AppStateData> data_;
-  TranscriptionPipeline* pipeline_ = nullptr;
-  PersistenceController* persistence_ = nullptr;
-  const NetworkStatus* network_ = nullptr;
-  std::function<void(const QString&)> showModeChangeToast_;
   RecordingState loggedState_;
   QString searchQuery_;
   Executor::TimerId searchTimer_ = 0;
-  std::optional<QString> preparedModeId_;
   std::vector<Subscription> subscriptions_;
-  std::unique_ptr<TaskScope> preparation_;  // of the newest mode's model; last: its task uses the fields above
 };
 
 }  // namespace quillmere

@@ -10,6 +10,7 @@
 #include "recording/MusicBlocker.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/ModelPreparation.h"
 
 namespace quillmere {
 namespace {
@@ -26,14 +27,12 @@ ApplicationLaunch::ApplicationLaunch(Services services, const Logging& logging)
 
 ApplicationLaunch::~ApplicationLaunch() {
   for (const auto timer : timers_) services_.executor.cancelTimer(timer);
-  services_.appState.setTranscriptionPipeline(nullptr);
 }
 
 void ApplicationLaunch::start() {
   if (std::exchange(isStarted_, true)) return;
   startTime_ = services_.executor.now();
   if (services_.settings.general().blockAppleMusic()) blockMusic(true);
-  wire();
   followSettings();
   scope_.spawn(bootstrapModels());
   scheduleWindows();
@@ -41,31 +40,30 @@ void ApplicationLaunch::start() {
 }
 
 Task<void> ApplicationLaunch::run() {
-  // Before anything can begin a recording: its row would look like an orphan.
-  auto recovery = services_.audioManager.recoveryManager().recoverOrphanedRecordings();
-  co_await std::move(recovery);
-  auto configuring = services_.audioManager.configure();
-  co_await std::move(configuring);
+  co_await services_.audioManager.configure();
   services_.hotkeys.setupGlobalHotkeys();
   if (services_.shortcuts != nullptr) services_.shortcuts->start();
   services_.settings.storage().ensureAppFolder();
   services_.settings.storage().ensureRecordingsFolder();
   isReady_.set(true);
   if (services_.windows.onReady) services_.windows.onReady(services_.executor.now() - startTime_);
+  scope_.spawn(recover());
 }
 
-// Selecting the mode begins to load its model.
+// Beside the shortcuts, which don't wait for it: it knows a recording that runs from one that nobody finishes.
+Task<void> ApplicationLaunch::recover() {
+  co_await services_.recovery.recoverOrphanedRecordings();
+}
+
+// The model of the selected mode is loaded before anybody speaks, also where the mode is the one that stands there from
+// the beginning.
 Task<void> ApplicationLaunch::bootstrapModels() {
   co_await throwIfCancelled();
   loadSavedMode(services_.settings, services_.persistence, services_.appState, logger_);
+  const auto prepare = [this](const AppStateData& data) { services_.models.modeSelected(data.selectedModeId); };
+  prepare(services_.appState.data());
+  selectedMode_ = services_.appState.observe(prepare);
   didBootstrapModels_.set(true);
-}
-
-void ApplicationLaunch::wire() {
-  services_.appState.setSettingsManager(&services_.settings);
-  services_.appState.setPersistenceController(&services_.persistence);
-  services_.appState.setNetworkStatus(&services_.network);
-  services_.appState.setTranscriptionPipeline(&services_.pipeline);
 }
 
 void ApplicationLaunch::followSettings() {

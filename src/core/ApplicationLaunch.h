@@ -11,19 +11,19 @@ namespace quillmere {
 
 class AppState;
 class AudioRecordingManager;
+class CrashRecoveryManager;
 class GlobalHotkeys;
+class ModelPreparation;
 class MusicBlocker;
-class NetworkStatus;
 class PersistenceController;
 class SettingsManager;
 class ShortcutStore;
-class TranscriptionPipeline;
 
 // What the launch does to the windows. Each may be empty.
 struct LaunchWindows {
-  std::function<void()> onOrderOutWindow;                   // 0.1 s after the launch, for a start without the window
-  std::function<void()> onShowOnboarding;                   // 0.5 s after the launch of an application not set up yet
-  std::function<void(Duration sinceStart)> onReady;         // the shortcuts work
+  std::function<void()> onOrderOutWindow;            // 0.1 s after the launch, for a start without the window
+  std::function<void()> onShowOnboarding;            // 0.5 s after the launch of an application not set up yet
+  std::function<void(Duration sinceStart)> onReady;  // the shortcuts work
 };
 
 // The one pass through the start of the desktop application, over objects that are already built. No step can stop the
@@ -35,10 +35,10 @@ class ApplicationLaunch {
     Executor& executor;
     AppState& appState;
     AudioRecordingManager& audioManager;
-    TranscriptionPipeline& pipeline;
+    CrashRecoveryManager& recovery;
+    ModelPreparation& models;
     SettingsManager& settings;
     PersistenceController& persistence;
-    const NetworkStatus& network;
     GlobalHotkeys& hotkeys;
     ShortcutStore* shortcuts = nullptr;
     MusicBlocker* musicBlocker = nullptr;
@@ -56,8 +56,8 @@ class ApplicationLaunch {
 
  private:
   Task<void> run();
+  Task<void> recover();
   Task<void> bootstrapModels();
-  void wire();
   void followSettings();
   void blockMusic(bool isBlocked);
   void scheduleWindows();
@@ -71,6 +71,7 @@ class ApplicationLaunch {
   Published<bool> isReady_;
   std::vector<Executor::TimerId> timers_;
   Subscription settingsChanges_;
+  Subscription selectedMode_;
   TaskScope scope_;  // last: its tasks use the fields above
 };
 

@@ -29,7 +29,7 @@ void GlobalHotkeys::setupGlobalHotkeys() {
   onKeyUp(shortcutNames::changeMode, &GlobalHotkeys::changeMode);
   onKeyUp(shortcutNames::toggleMiniWindow, &GlobalHotkeys::toggleMiniWindow);
   onKeyUp(shortcutNames::toggleMainWindow, &GlobalHotkeys::toggleMainWindow);
-  if (services_.dictation != nullptr) services_.dictation->configurePushToTalk();
+  if (services_.configurePushToTalk) services_.configurePushToTalk();
   logger_.info("✅ Global hotkeys setup complete");
 }
 

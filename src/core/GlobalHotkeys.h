@@ -24,6 +24,7 @@ class GlobalHotkeys {
     DictationControl* dictation = nullptr;
     AppState* appState = nullptr;
     SettingsManager* settings = nullptr;
+    std::function<void()> configurePushToTalk = {};
     std::function<void()> toggleMiniWindow = {};
     std::function<bool()> toggleMainWindow = {};  // whether the window is shown now
   };

@@ -112,24 +112,15 @@ void PushToTalk::modifierDown(const QString& mode) {
   leaveBreadcrumb(QStringLiteral("PTT onModifierDown callback - starting recording"),
                   {{QStringLiteral("mode"), mode}, {QStringLiteral("isRecording"), false}});
   logger_.info("⌨️ Bare modifier %s start signal received - starting recording", mode);
-  toggle();
+  services_.dictation.holdBegan();
 }
 
 void PushToTalk::modifierUp(const QString& mode) {
-  if (isHeld()) {
-    logger_.info("🚫 Bare modifier stop signal while toggle shortcut held - ignoring");
-    return;
-  }
-  if (!services_.dictation.isRecordingNow()) {
-    logger_.info("🚫 Bare modifier stop signal but not recording - ignoring");
-    return;
-  }
   leaveBreadcrumb(QStringLiteral("PTT onModifierUp callback - stopping recording"),
                   {{QStringLiteral("mode"), mode},
-                   {QStringLiteral("isRecording"), true},
                    {QStringLiteral("recordingDuration"), services_.dictation.liveRecordingDuration()}});
   logger_.info("⌨️ Bare modifier %s stop signal received", mode);
-  toggle();
+  services_.dictation.holdEnded();
 }
 
 void PushToTalk::interference() {
@@ -138,7 +129,7 @@ void PushToTalk::interference() {
     return;
   }
   logger_.info("⚠️ Other key pressed while modifier held - cancelling recording");
-  if (services_.dictation.isRecordingNow()) services_.dictation.cancelFromShortcut();
+  services_.dictation.interference();
 }
 
 void PushToTalk::customPress() {
@@ -151,18 +142,12 @@ void PushToTalk::customPress() {
     return;
   }
   logger_.info("⌨️ Push to Talk (custom) pressed - starting recording");
-  toggle();
+  services_.dictation.holdBegan();
 }
 
 void PushToTalk::customRelease() {
-  if (!services_.dictation.isRecordingNow()) {
-    logger_.info("🚫 Push to Talk released but not recording - ignoring");
-    return;
-  }
   logger_.info("⌨️ Push to Talk (custom) released");
-  logger_.info("⌨️ Push to Talk (custom) released - stopping recording (%ss)",
-               QString::number(services_.dictation.liveRecordingDuration(), 'f', 2));
-  toggle();
+  services_.dictation.holdEnded();
 }
 
 void PushToTalk::pedalDown(const QString& deviceId) {
@@ -171,25 +156,19 @@ void PushToTalk::pedalDown(const QString& deviceId) {
                   {{QStringLiteral("mode"), rawValue(PushToTalkMode::usbPedal)},
                    {QStringLiteral("isRecording"), false},
                    {QStringLiteral("deviceId"), pedalText(deviceId)}});
-  toggle();
+  services_.dictation.holdBegan();
 }
 
 void PushToTalk::pedalUp(const QString& deviceId) {
-  if (isHeld() || !services_.dictation.isRecordingNow()) return;
   leaveBreadcrumb(QStringLiteral("USB pedal onPedalUp callback - stopping recording"),
                   {{QStringLiteral("mode"), rawValue(PushToTalkMode::usbPedal)},
-                   {QStringLiteral("isRecording"), true},
                    {QStringLiteral("recordingDuration"), services_.dictation.liveRecordingDuration()},
                    {QStringLiteral("deviceId"), pedalText(deviceId)}});
-  toggle();
+  services_.dictation.holdEnded();
 }
 
 bool PushToTalk::isHeld() const {
   return services_.appState != nullptr && services_.appState->data().isToggleRecordingShortcutHeld;
-}
-
-void PushToTalk::toggle() {
-  services_.dictation.toggleRecording(std::nullopt, false, RecordingTriggerSource::pushToTalk);
 }
 
 void PushToTalk::leaveBreadcrumb(const QString& message, const QVariantMap& data) const {

@@ -25,9 +25,8 @@ struct PedalMonitoring {
   std::function<void()> stop;
 };
 
-// Ties the key that is held to talk to the dictation: one mode at a time, by the settings. A press and a release are
-// the same operation; guards tell them apart. Signals are handled in a later turn of the executor, on the state of that
-// moment. Main thread.
+// Ties the key that is held to talk to the dictation: one mode at a time, by the settings. A release
+// ends what its press began, however soon it comes. Signals are handled in a later turn of the executor. Main thread.
 class PushToTalk {
  public:
   // All outlive this object; the pointers may be null.
@@ -67,7 +66,6 @@ class PushToTalk {
   void pedalUp(const QString& deviceId);
 
   bool isHeld() const;
-  void toggle();
   void leaveBreadcrumb(const QString& message, const QVariantMap& data) const;
   std::function<void()> later(std::function<void()> handler);
 

@@ -4,274 +4,274 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "core/ShortcutNames.h"
-#include "core/TranscriptOutcome.h"
-#include "delivery/AccessibilityHelper.h"
 #include "ports/ErrorReporting.h"
 #include "ports/GlobalShortcuts.h"
-#include "providers/Transcriber.h"
-#include "recording/PowerActivityManager.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"
-#include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::chrono_literals;
+using R = PressReducer;
 
-constexpr double askBeforeCancelSeconds = 15.0;
-constexpr auto shutDownLimit = 10s;  // for a stop that is under way; behind it the recovery takes over
-
-// Tells the waiting side also when the frame goes without having run to its end.
-class EndSignal {
- public:
-  explicit EndSignal(Completion<> end) : end_(std::move(end)) {}
-  EndSignal(const EndSignal&) = delete;
-  EndSignal& operator=(const EndSignal&) = delete;
-  ~EndSignal() { end_.resolve(); }
-
- private:
-  Completion<> end_;
-};
-
-Task<void> runAndTell(Task<void> work, Completion<> end) {
-  const EndSignal signal(std::move(end));
-  co_await std::move(work);
-}
+constexpr auto shutDownLimit = 10s;
 
 }  // namespace
 
-RecordingTranscriptionFlow::RecordingTranscriptionFlow(RecordingTranscriptionFlowServices services,
-                                                       const Logging& logging)
+RecordingTranscriptionFlow::RecordingTranscriptionFlow(DictationServices services, const Logging& logging)
     : use_(std::move(services)),
       logger_(logging.logger(QStringLiteral("RecordingTranscriptionFlow"))),
       scope_(use_.executor) {
-  use_.recordingLifecycle.setOnInterrupted([this](const AudioRecorder::Interruption&) { onInterrupted(); });
+  use_.recordingLifecycle.setOnInterrupted([this](const AudioRecorder::Interruption&) {
+    handle(R::RecorderEnded{state_.newest}, pressNow(RecordingTriggerSource::autoStop));
+  });
   use_.sessionManager.setTracksUntilSettled(true);
 }
 
 RecordingTranscriptionFlow::~RecordingTranscriptionFlow() {
   use_.recordingLifecycle.setOnInterrupted(nullptr);
-  if (hasRegisteredCancelShortcut_) use_.globalShortcuts->setHandlers(shortcutNames::cancelRecording, {});
+  if (isCancelKeyOn_) use_.globalShortcuts.setHandlers(shortcutNames::cancelRecording, {});
 }
 
-// --- presses
+// --- what the user does
 
 void RecordingTranscriptionFlow::toggleRecording(std::optional<QString> modeName, bool stopOnly,
                                                  RecordingTriggerSource trigger) {
-  if (isShutDown_) return;
-  if (toggleTask_) {
-    leaveBreadcrumb(QStringLiteral("Recording toggle cancelled previous request"), QStringLiteral("audio.toggle"),
-                    ReportLevel::info,
-                    {{QStringLiteral("stopOnly"), stopOnly},
-                     {QStringLiteral("wasRecording"), isRecording()},
-                     {QStringLiteral("wasStreamingActive"), isStreamingActive()},
-                     {QStringLiteral("trigger"), rawValue(trigger)},
-                     {QStringLiteral("attemptId"), attemptText()}});
-    currentRecordingTriggerSource_ = trigger;
-    toggleTask_->cancel.cancel();
-  } else {
-    currentRecordingTriggerSource_ = trigger;
-  }
-  toggleTask_ = std::make_shared<Toggle>();
-  toggleTask_->pressedAt = use_.executor.now();
-  scope_.spawn(runToggle(toggleTask_, std::move(modeName), stopOnly));
+  const bool isFirst = !waitingPress_;
+  if (!isFirst) logger_.info("Toggle task cancelled before execution");
+  waitingPress_ = pressNow(trigger);
+  waitingPress_->modeName = std::move(modeName);
+  waitingPress_->stopOnly = stopOnly;
+  static constexpr auto later = [](RecordingTranscriptionFlow& self) -> Task<void> {
+    const auto press = std::exchange(self.waitingPress_, std::nullopt);
+    if (press) self.act(*press);
+    co_return;
+  };
+  if (isFirst) scope_.spawn(later(*this));
 }
 
-Task<void> RecordingTranscriptionFlow::runToggle(std::shared_ptr<Toggle> toggle, std::optional<QString> modeName,
-                                                 bool stopOnly) {
-  if (toggle->cancel.isCancelled()) {
-    logger_.info("Toggle task cancelled before execution");
-    co_return;
-  }
-  const QString mode = modeName ? *modeName : selectedModeName(QStringLiteral("Default"));
-  if (isRecording() || isStreamingActive()) {
-    if (toggle->cancel.isCancelled()) {
-      logger_.info("Toggle task cancelled before stop operation");
-      co_return;
-    }
-    auto stopping = stop(mode, stopOnly, toggle->cancel.token(), toggle->pressedAt);
-    co_await std::move(stopping);
-    co_return;
-  }
-  if (stopOnly) co_return;  // there is nothing to stop
-  if (toggle->cancel.isCancelled()) {
-    logger_.info("Toggle task cancelled before start operation");
-    co_return;
-  }
-  auto starting = start(mode, toggle->pressedAt);
-  co_await std::move(starting);
+void RecordingTranscriptionFlow::act(const Press& press) {
+  if (press.stopOnly)
+    handle(R::Discard{}, press);
+  else if (!isStreamingRefused())
+    handle(R::Press{}, press);
+}
+
+void RecordingTranscriptionFlow::holdBegan() {
+  handle(R::HoldBegan{}, pressNow(RecordingTriggerSource::pushToTalk));
+}
+
+void RecordingTranscriptionFlow::holdEnded() {
+  handle(R::HoldEnded{}, pressNow(RecordingTriggerSource::pushToTalk));
+}
+
+void RecordingTranscriptionFlow::interference() {
+  handle(R::Interference{cancelKey()}, pressNow(RecordingTriggerSource::pushToTalk));
 }
 
 void RecordingTranscriptionFlow::cancelFromShortcut() {
-  if (use_.appState == nullptr) return;
-  const AppStateData& state = use_.appState->data();
-  if (state.showCancelConfirmation) {
-    updateState([](AppStateData& data) { data.showCancelConfirmation = false; });
-    logger_.info("↩️ Dismissed cancel confirmation, continuing recording");
-    return;
-  }
-  if (state.recordingState.is<RecordingState::Transcribing>() ||
-      state.recordingState.is<RecordingState::PostProcessing>()) {
-    logger_.info("❌ Cancelled transcription/processing via shortcut");
-    if (use_.transcriptionPipeline != nullptr) use_.transcriptionPipeline->cancelTranscription();
-    if (toggleTask_) toggleTask_->cancel.cancel();
-    updateState([](AppStateData& data) {
-      data.lastTranscription.clear();
-      data.recordingState = {RecordingState::Idle{}};
-      data.showRecordingDialog = false;
-      data.isStreamingShortcutTriggered = false;
-    });
-    disableCancelShortcut();
-    return;
-  }
-  if (use_.recordingLifecycle.recordingDuration().get() > askBeforeCancelSeconds) {
-    updateState([](AppStateData& data) { data.showCancelConfirmation = true; });
-    return;
-  }
-  toggleRecording(std::nullopt, true, RecordingTriggerSource::cancelShortcut);
-  updateState([](AppStateData& data) {
-    data.showRecordingDialog = false;
-    data.isStreamingShortcutTriggered = false;
-  });
-  logger_.info("❌ Cancelled recording via shortcut");
+  const bool wasAsking = state_.isQuestionUp;
+  handle(cancelKey(), pressNow(RecordingTriggerSource::cancelShortcut));
+  if (wasAsking) logger_.info("↩️ Dismissed cancel confirmation, continuing recording");
 }
 
-// --- what callers await
-
-Task<void> RecordingTranscriptionFlow::startRecording(QString modeName) {
-  return runToItsEnd(start(std::move(modeName), use_.executor.now()));
+R::CancelKey RecordingTranscriptionFlow::cancelKey() const {
+  // Without the pill there is nobody to ask.
+  return {use_.recordingLifecycle.recordingDuration().get(), use_.settingsManager.general().showRecordingWindow()};
 }
 
-Task<void> RecordingTranscriptionFlow::stopRecording(QString modeName, bool cancelled) {
-  return runToItsEnd(stop(std::move(modeName), cancelled, CancelToken(), use_.executor.now()));
-}
-
-Task<void> RecordingTranscriptionFlow::retryPendingTranscription() {
-  return runToItsEnd(retry());
-}
-
-Task<void> RecordingTranscriptionFlow::shutDown() {
-  return runToItsEnd(finishEverything());
-}
-
-Task<void> RecordingTranscriptionFlow::runToItsEnd(Task<void> work) {
-  Completion<> end;
-  scope_.spawn(runAndTell(std::move(work), end));
-  auto waiting = end.wait();
-  co_await std::move(waiting);
-}
-
-// --- ends that nobody asked for
-
-void RecordingTranscriptionFlow::onInterrupted() {
-  scope_.spawn(finishInterruptedRecording());
-}
-
-Task<void> RecordingTranscriptionFlow::finishInterruptedRecording() {
-  if (!isRecording() || isShutDown_) co_return;  // a press came first; its stop tells the user
-  currentRecordingTriggerSource_ = RecordingTriggerSource::autoStop;
-  auto stopping = stop(selectedModeName(QStringLiteral("Default")), false, CancelToken(), use_.executor.now());
-  co_await std::move(stopping);
-}
-
-Task<void> RecordingTranscriptionFlow::finishEverything() {
-  isShutDown_ = true;
-  if (isRecording()) scope_.spawn(keepUntranscribed(std::make_shared<StopUnderWay>(*this)));
-  // A stop that is under way gives its audio a transcript before it begins to transcribe.
-  if (stopsUnderWay_ > 0) {
-    Completion<> noneLeft;
-    noStopsLeft_.push_back(noneLeft);
-    auto waiting = withTimeout(shutDownLimit, noneLeft.wait());
-    co_await std::move(waiting);
-  }
-  const auto unfinished = unfinished_;
-  if (!unfinished.empty() && use_.transcriptionPipeline != nullptr) use_.transcriptionPipeline->cancelTranscription();
-  for (const TranscriptPtr& transcript : unfinished) keepAsClosed(transcript);
-  use_.powerActivityManager.end();
-}
-
-Task<void> RecordingTranscriptionFlow::keepUntranscribed(std::shared_ptr<StopUnderWay>) {
-  const QString mode = selectedModeName(QStringLiteral("Default"));
-  auto stopping = use_.recordingLifecycle.stopRecording();
-  const auto result = co_await std::move(stopping);
-  if (result && result->path && result->duration >= minimumDurationSeconds)
-    keepAsClosed(use_.sessionManager.createTranscript(result->session, result->duration, mode, *result->path));
-  else if (result)
-    use_.sessionManager.settleSession(result->session);
-  setRecordingState({RecordingState::Idle{}});
-  disableCancelShortcut();
-}
-
-void RecordingTranscriptionFlow::keepAsClosed(const TranscriptPtr& transcript) {
-  const QString reason = localizedText("recording.error.closedBeforeTranscription");
-  keepFailedTranscript(transcript, reason, failedTranscriptText(reason));
-}
-
-// --- what all parts share
-
-void RecordingTranscriptionFlow::updateState(const std::function<void(AppStateData&)>& change) {
-  if (use_.appState != nullptr) use_.appState->update(change);
-}
-
-void RecordingTranscriptionFlow::setRecordingState(RecordingState state) {
-  updateState([&state](AppStateData& data) { data.recordingState = state; });
-}
-
-void RecordingTranscriptionFlow::endClipboardSession() {
-  if (!isRecording()) use_.accessibilityHelper.endRecordingSession();
-}
-
-QString RecordingTranscriptionFlow::selectedModeName(const QString& otherwise) const {
-  return use_.appState != nullptr ? use_.appState->data().selectedModeName : otherwise;
-}
-
-ModePtr RecordingTranscriptionFlow::modeNamed(const QString& name) {
-  for (ModePtr& mode : use_.persistence.fetchAllModes())
-    if (mode->name == name) return std::move(mode);
-  return use_.persistence.fetchDefaultMode();
-}
-
-QString RecordingTranscriptionFlow::recordingsFolder() const {
-  if (use_.settingsManager == nullptr) return {};
-  const QString folder = use_.settingsManager->storage().recordingsFolder();
-  if (!folder.isEmpty()) return folder;
-  return use_.settingsManager->folders().documents + QStringLiteral("/Recordings");
-}
-
-bool RecordingTranscriptionFlow::isRecording() const {
+bool RecordingTranscriptionFlow::isRecordingNow() const {
   return use_.recordingLifecycle.isRecording().get();
 }
 
-void RecordingTranscriptionFlow::clearAttempt() {
-  currentRecordingAttemptId_.reset();
-  currentRecordingTriggerSource_ = RecordingTriggerSource::unknown;
+double RecordingTranscriptionFlow::liveRecordingDuration() const {
+  return use_.recordingLifecycle.recordingDuration().get();
 }
 
-void RecordingTranscriptionFlow::enableCancelShortcut() {
-  if (use_.globalShortcuts == nullptr) return;
-  if (!hasRegisteredCancelShortcut_) {
+RecordingTranscriptionFlow::Press RecordingTranscriptionFlow::pressNow(RecordingTriggerSource trigger) const {
+  return {std::nullopt, false, trigger, use_.executor.now()};
+}
+
+// Live dictation isn't there yet: a start by its shortcut says so.
+bool RecordingTranscriptionFlow::isStreamingRefused() {
+  if (!use_.appState.data().isStreamingShortcutTriggered) return false;
+  use_.appState.update([](AppStateData& data) { data.isStreamingShortcutTriggered = false; });
+  if (state_.phase == R::Phase::starting || state_.phase == R::Phase::recording) return false;  // it stops
+  logger_.warning("📡 Streaming shortcut detected - live dictation is not available");
+  use_.appState.showError(localizedText("recording.error.streamingUnavailable"), false);
+  return true;
+}
+
+// --- what follows
+
+void RecordingTranscriptionFlow::handle(const R::Event& event, const Press& press) {
+  // The pill's own buttons answer the question in the application's state.
+  if (!use_.appState.data().showCancelConfirmation) state_.isQuestionUp = false;
+  const R::Step step = R::step(state_, event);
+  state_ = step.state;
+  for (const R::Effect& effect : step.effects) perform(effect, press);
+  publish();
+}
+
+void RecordingTranscriptionFlow::perform(const R::Effect& effect, const Press& press) {
+  using Kind = R::Effect::Kind;
+  if (effect.kind == Kind::begin) {
+    begin(effect.id, press);
+    return;
+  }
+  const DictationPtr dictation = find(effect.id);
+  if (!dictation) return;
+  if (effect.kind != Kind::stop) use_.appState.update([](AppStateData& data) { data.showRecordingDialog = false; });
+  switch (effect.kind) {
+    case Kind::stop:
+      dictation->end(Dictation::Ending::transcribe, press.at);
+      break;
+    case Kind::discard:
+      dictation->end(Dictation::Ending::discard, press.at);
+      logger_.info("❌ Cancelled recording via shortcut");
+      break;
+    case Kind::cancelTranscription:
+      dictation->cancelTranscription();
+      logger_.info("❌ Cancelled transcription/processing via shortcut");
+      break;
+    case Kind::begin:
+      break;
+  }
+}
+
+void RecordingTranscriptionFlow::begin(R::DictationId number, const Press& press) {
+  isRewriting_ = false;
+  use_.appState.update([](AppStateData& data) {
+    data.lastTranscription.clear();
+    data.streamingText.clear();
+    data.pendingRetryAudioPath.reset();
+    data.transcriptionPasteFailed = false;
+    data.dictationNotice = DictationNotice::none;
+    data.dictationError.reset();
+    data.lastPaste = PasteOutcome::none;
+    data.showRecordingDialog = true;
+  });
+  Dictation::Beginning beginning{number, press.trigger, press.modeName, press.at};
+  auto dictation = std::make_shared<Dictation>(use_, *this, std::move(beginning), logger_);
+  dictations_.push_back(dictation);
+  scope_.spawn(carry(std::move(dictation)));
+}
+
+Task<void> RecordingTranscriptionFlow::carry(DictationPtr dictation) {
+  co_await dictation->run();
+  ended(dictation);
+}
+
+void RecordingTranscriptionFlow::ended(const DictationPtr& dictation) {
+  if (dictation->finalTimings()) lastTimings_.set(dictation->finalTimings());
+  const bool isPillOver = isNewest(*dictation) && !dictation->leavesPill();
+  std::erase(dictations_, dictation);
+  if (isPillOver) use_.appState.update([](AppStateData& data) { data.showRecordingDialog = false; });
+  handle(R::Ended{dictation->number()}, pressNow(RecordingTriggerSource::unknown));
+  if (dictations_.empty())
+    for (Completion<>& waiting : std::exchange(waitingForNone_, {})) waiting.resolve();
+}
+
+RecordingTranscriptionFlow::DictationPtr RecordingTranscriptionFlow::find(R::DictationId number) const {
+  for (const DictationPtr& dictation : dictations_)
+    if (dictation->number() == number) return dictation;
+  return nullptr;
+}
+
+// --- DictationHost
+
+bool RecordingTranscriptionFlow::isNewest(const Dictation& dictation) const {
+  return dictation.number() == state_.newest;
+}
+
+void RecordingTranscriptionFlow::recorderRuns(const Dictation& dictation) {
+  if (isNewest(dictation)) newestTarget_ = dictation.target();
+  handle(R::Running{dictation.number()}, pressNow(dictation.trigger()));
+}
+
+void RecordingTranscriptionFlow::recorderEnded(const Dictation& dictation) {
+  handle(R::RecorderEnded{dictation.number()}, pressNow(RecordingTriggerSource::autoStop));
+}
+
+void RecordingTranscriptionFlow::transcribes(const Dictation& dictation) {
+  handle(R::Transcribing{dictation.number()}, pressNow(dictation.trigger()));
+}
+
+void RecordingTranscriptionFlow::rewrites(const Dictation& dictation) {
+  if (!isNewest(dictation)) return;
+  isRewriting_ = true;
+  publish();
+}
+
+void RecordingTranscriptionFlow::hasText(const Dictation& dictation) {
+  handle(R::Ended{dictation.number()}, pressNow(dictation.trigger()));
+}
+
+void RecordingTranscriptionFlow::show(const Dictation& dictation, const std::function<void(AppStateData&)>& change) {
+  if (isNewest(dictation)) use_.appState.update(change);
+}
+
+void RecordingTranscriptionFlow::compressLater(const QString& path, const TranscriptPtr& row) {
+  scope_.spawn(use_.recordingLifecycle.convertInBackground(path, row));
+}
+
+// --- what is to be seen
+
+void RecordingTranscriptionFlow::publish() {
+  RecordingState shown{RecordingState::Idle{}};
+  switch (state_.phase) {
+    case R::Phase::recording:
+    case R::Phase::finishing:
+      shown = {RecordingState::Recording{}};
+      break;
+    case R::Phase::transcribing:
+      shown = isRewriting_ ? RecordingState{RecordingState::PostProcessing{}}
+                           : RecordingState{RecordingState::Transcribing{}};
+      break;
+    default:
+      break;
+  }
+  switchCancelKey(R::isCancelKeyOn(state_));
+  use_.appState.update([&](AppStateData& data) {
+    data.recordingState = shown;
+    data.showCancelConfirmation = state_.isQuestionUp;
+  });
+}
+
+void RecordingTranscriptionFlow::switchCancelKey(bool isOn) {
+  if (isCancelKeyOn_ == isOn || (!isOn && !isCancelKeyOn_)) return;
+  if (!isCancelKeyOn_) {
     GlobalShortcuts::Handlers handlers;
     handlers.onKeyUp = [this] { cancelFromShortcut(); };
-    use_.globalShortcuts->setHandlers(shortcutNames::cancelRecording, std::move(handlers));
-    hasRegisteredCancelShortcut_ = true;
+    use_.globalShortcuts.setHandlers(shortcutNames::cancelRecording, std::move(handlers));
   }
-  use_.globalShortcuts->setEnabled(shortcutNames::cancelRecording, true);
+  isCancelKeyOn_ = isOn;
+  use_.globalShortcuts.setEnabled(shortcutNames::cancelRecording, isOn);
 }
 
-void RecordingTranscriptionFlow::disableCancelShortcut() {
-  if (use_.globalShortcuts != nullptr) use_.globalShortcuts->setEnabled(shortcutNames::cancelRecording, false);
+// --- the end of the application
+
+Task<void> RecordingTranscriptionFlow::shutDown() {
+  Completion<> end;
+  static constexpr auto runAndTell = [](RecordingTranscriptionFlow& self, Completion<> told) -> Task<void> {
+    co_await self.closeEverything();
+    told.resolve();
+  };
+  scope_.spawn(runAndTell(*this, end));
+  co_await end.wait();
 }
 
-QString RecordingTranscriptionFlow::attemptText() const {
-  return currentRecordingAttemptId_.value_or(QStringLiteral("none"));
-}
-
-void RecordingTranscriptionFlow::leaveBreadcrumb(const QString& message, const QString& category, ReportLevel level,
-                                                 const QVariantMap& data) {
-  if (use_.errorReporting == nullptr || !use_.errorReporting->isEnabled()) return;
-  use_.errorReporting->addBreadcrumb({message, category, level, data});
+Task<void> RecordingTranscriptionFlow::closeEverything() {
+  waitingPress_.reset();
+  handle(R::Closing{}, pressNow(RecordingTriggerSource::unknown));
+  const auto underWay = dictations_;
+  for (const DictationPtr& dictation : underWay) dictation->close();
+  if (dictations_.empty()) co_return;
+  Completion<> none;
+  waitingForNone_.push_back(none);
+  co_await withTimeout(shutDownLimit, none.wait());
 }
 
 }  // namespace quillmere

@@ -11,51 +11,45 @@ namespace {
 
 using E = TranscriptionError;
 
-TEST(AppState, KnowsWhichErrorsTheUserHasToActOn) {
-  const std::vector<std::pair<const char*, bool>> messages{
-      {"Your api KEY is wrong", true}, {"401 Unauthorized", true},     {"Insufficient Credits left", true},
-      {"Quota Exceeded", true},        {"The network is down", false}, {"", false}};
-  for (const auto& [message, isCritical] : messages) {
-    TriggerFixture f;
-    f.state.showNotice(QString::fromLatin1(message));
-    EXPECT_EQ(f.state.data().errorMessage, std::nullopt);
-    f.state.showError(QString::fromLatin1(message));
-    ASSERT_EQ(f.notices.toasts.size(), 2U);
-    EXPECT_FALSE(f.notices.toasts[0].second) << message;
-    EXPECT_EQ(f.notices.toasts[1].second, isCritical) << message;
-    EXPECT_EQ(f.state.data().errorMessage, QString::fromLatin1(message));
-    EXPECT_FALSE(f.state.data().showErrorAlert);
-  }
-  const std::vector<std::pair<E, bool>> errors{{E{E::ApiKeyMissing{}}, true},
-                                               {E{E::Unauthorized{}}, true},
-                                               {E{E::InsufficientCredits{1, 2}}, true},
-                                               {E{E::QuotaExceeded{QStringLiteral("X"), {}}}, true},
-                                               {E{E::RateLimited{}}, false},
-                                               {E{E::StreamingInterrupted{}}, false}};
-  for (const auto& [error, isCritical] : errors) {
-    TriggerFixture f;
-    f.state.showTranscriptionError(error);
-    ASSERT_EQ(f.notices.toasts.size(), 1U);
-    EXPECT_EQ(f.notices.toasts[0].second, isCritical) << qPrintable(classify(error).code);
-    EXPECT_EQ(f.state.data().errorMessage, localizedDescription(error));
-  }
+TEST(AppStateTest, ToldAsCriticalIsWhatTheUserHasToActOn) {
+  const std::vector<std::pair<AnyError, bool>> errors{
+      {E{E::ApiKeyMissing{}}, true},
+      {E{E::Unauthorized{}}, true},
+      {E{E::InsufficientCredits{1, 2}}, true},
+      {E{E::QuotaExceeded{QStringLiteral("X"), {}}}, true},
+      {HostedCloudError{HostedCloudError::Kind::insufficientCredits, {}}, true},
+      {HostedCloudError{HostedCloudError::Kind::serverFailure, {}}, false},
+      {E{E::RateLimited{}}, false},
+      {PlatformError{}, false}};
+  for (const auto& [error, expected] : errors)
+    EXPECT_EQ(isCritical(error), expected) << qPrintable(classify(error).code);
+  TriggerFixture f;
+  f.state.showTranscriptionError(E{E::Unauthorized{}});
+  f.state.showError(QStringLiteral("bad"));
+  f.state.showNotice(QStringLiteral("well"));
+  ASSERT_EQ(f.notices.toasts.size(), 3U);
+  EXPECT_TRUE(f.notices.toasts[0].second);
+  EXPECT_FALSE(f.notices.toasts[1].second);
+  EXPECT_FALSE(f.notices.toasts[2].second);
+  EXPECT_EQ(f.state.data().errorMessage, QStringLiteral("bad"));  // a notice is none
 }
 
-TEST(AppState, TakesAnErrorFromAnotherThread) {
+TEST(AppStateTest, TakesAnErrorFromAnotherThread) {
   TriggerFixture f;
   std::thread([&] { f.state.showError(QStringLiteral("from afar")); }).join();
   EXPECT_TRUE(f.notices.toasts.empty());
   f.executor.runUntilIdle();
   EXPECT_EQ(f.notices.toasts.size(), 1U);
 
-  auto gone = std::make_unique<AppState>(f.executor, f.defaults, nullptr, &f.notices, Logging());
+  auto gone = std::make_unique<AppState>(
+      AppState::Dependencies{f.executor, f.defaults, f.settings, *f.store, f.network, f.notices}, Logging());
   std::thread([&] { gone->showError(QStringLiteral("too late")); }).join();
   gone.reset();
   f.executor.runUntilIdle();
   EXPECT_EQ(f.notices.toasts.size(), 1U);
 }
 
-TEST(AppState, EveryObserverSeesEveryChangeInOrder) {
+TEST(AppStateTest, EveryObserverSeesEveryChangeInOrder) {
   TriggerFixture f;
   QStringList first;
   QStringList second;

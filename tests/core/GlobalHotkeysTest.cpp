@@ -106,22 +106,17 @@ TEST(GlobalHotkeysTest, Streaming) {
 
 TEST(GlobalHotkeysTest, ChangesTheModeWhenThereIsOne) {
   HotkeysFixture f;
-  QStringList toasts;
-  f.state.setModeChangeToast([&](const QString& name) { toasts << name; });
   f.hotkeys.setupGlobalHotkeys();
   f.press(names::changeMode);
   f.release(names::changeMode);
-  EXPECT_EQ(toasts, QStringList());
+  EXPECT_EQ(f.modeToasts, QStringList());
 
-  const FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
-  const auto store = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, f.logging));
   ModeData data;
   data.name = "Letters";
-  store->createMode(data);
-  f.state.setPersistenceController(store.get());
+  f.store->createMode(data);
   f.press(names::changeMode);
   f.release(names::changeMode);
-  EXPECT_EQ(toasts, QStringList{"Letters"});  // once, whoever shows it
+  EXPECT_EQ(f.modeToasts, QStringList{"Letters"});  // once, whoever shows it
   EXPECT_TRUE(f.log->contains("🔄 Cycled to mode: Letters via keyboard shortcut"));
 }
 

@@ -11,12 +11,6 @@ namespace {
 using namespace std::chrono_literals;
 
 struct ModeFixture : TriggerFixture {
-  ModeFixture() {
-    store = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
-    state.setPersistenceController(store.get());
-    state.setNetworkStatus(&network);
-    state.setModeChangeToast([this](const QString& name) { toasts << name; });
-  }
   ModePtr add(const QString& name, const QString& model = "base",
               PostProcessingMode postProcessing = PostProcessingMode::off, const QString& id = {}) {
     ModeData data;
@@ -30,11 +24,6 @@ struct ModeFixture : TriggerFixture {
   }
   static QString idOf(const ModePtr& mode) { return mode->id->toString(QUuid::WithoutBraces); }
   QString cycle() { return state.cycleToNextMode() ? state.data().selectedModeName : QStringLiteral("-"); }
-
-  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
-  std::unique_ptr<PersistenceController> store;
-  FakeNetworkStatus network;
-  QStringList toasts;
 };
 
 TEST(ModeSelectionTest, CyclesThroughWhatWorksNow) {
@@ -51,7 +40,7 @@ TEST(ModeSelectionTest, CyclesThroughWhatWorksNow) {
   EXPECT_EQ(f.cycle(), "Rewritten in the cloud");
   EXPECT_EQ(f.cycle(), "Rewritten here");
   EXPECT_EQ(f.cycle(), "Local");
-  EXPECT_EQ(f.toasts.size(), 5);
+  EXPECT_EQ(f.modeToasts.size(), 5);
   EXPECT_EQ(f.settings.currentModeId(), f.idOf(first));
   EXPECT_EQ(f.settings.currentMode(), "Local");
   EXPECT_TRUE(f.log->contains("🔄 Cycled to mode: Local"));
@@ -70,12 +59,10 @@ TEST(ModeSelectionTest, StaysWhereNothingWorks) {
   f.add("Rewritten in the cloud", "base", PostProcessingMode::cloud);
   f.network.online = false;
   EXPECT_EQ(f.cycle(), "-");
-  EXPECT_TRUE(f.toasts.isEmpty());
+  EXPECT_TRUE(f.modeToasts.isEmpty());
   EXPECT_TRUE(f.notices.toasts.empty());
   EXPECT_EQ(f.state.data().selectedModeName, "Default");
   EXPECT_TRUE(f.log->contains("No available modes to cycle through in current network state"));
-  f.state.setPersistenceController(nullptr);
-  EXPECT_EQ(f.cycle(), "-");
 }
 
 TEST(ModeSelectionTest, SwitchesToTheLocalDefault) {

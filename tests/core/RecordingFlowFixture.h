@@ -5,12 +5,13 @@
 #include "context/ApplicationContextGatherer.h"
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
+#include "core/FakeModeReadiness.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ScriptedTranscriber.h"
 #include "core/ShortcutNames.h"
-#include "projects/SpokenFileTags.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
+#include "projects/SpokenFileTags.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/FileWatcher.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -21,10 +22,10 @@
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "support/FakeDesktop.h"
-#include "support/FakeProviders.h"
 #include "support/ManualExecutor.h"
 #include "support/PlainSamples.h"
 #include "support/RecordingLogSink.h"
+#include "transcripts/PipelineTranscriptRoad.h"
 
 namespace quillmere {
 
@@ -47,7 +48,6 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     data.name = QStringLiteral("Letters");
     mode = persistence->createMode(data);
     appState.selectMode(*mode, false);
-    transcriber.appState = &appState;
     devices.list = {FakeAudioDevices::microphone(7, QStringLiteral("mic.usb"), QStringLiteral("Desk microphone"))};
     devices.defaultUid = QStringLiteral("mic.usb");
     deviceManager.scanDevices(DeviceScanReason::initialBootstrap);
@@ -60,23 +60,15 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     makeFlow();
   }
 
-  RecordingTranscriptionFlowServices services() {
-    RecordingTranscriptionFlowServices use{executor,  lifecycle,    sessions,  deviceManager, permission,
-                                           power,     watcher,      autoPaste, helper,        gatherer,
-                                           selection, *persistence, workspace, network};
-    use.vadProcessingService = &vad;
-    use.globalShortcuts = &shortcuts;
-    use.apiKeys = &keys;
-    use.errorReporting = &reporting;
+  DictationServices services() {
+    DictationServices use{executor, appState,  lifecycle, sessions,  deviceManager, permission,
+                          power,    watcher,   autoPaste, gatherer,  selection,     *persistence,
+                          settings, workspace, road,      readiness, shortcuts,     reporting};
     use.recoverRecordingsFolder = [this] { return answerRecovery(recoversFolder); };
-    use.transcriptionPipeline = &transcriber;
-    use.transcriptionState = [this] { return transcriber.state; };
-    use.settingsManager = &settings;
-    use.appState = &appState;
     return use;
   }
   // Another flow in the place of the one there is; `change` takes away or adds what it works with.
-  void makeFlow(const std::function<void(RecordingTranscriptionFlowServices&)>& change = {}) {
+  void makeFlow(const std::function<void(DictationServices&)>& change = {}) {
     auto use = services();
     if (change) change(use);
     flow.reset();
@@ -120,12 +112,6 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     for (const auto& [text, isCritical] : notices.toasts) shown << text;
     return shown;
   }
-  std::vector<Breadcrumb> breadcrumbs(const QString& message) const {
-    std::vector<Breadcrumb> found;
-    for (const Breadcrumb& each : reporting.breadcrumbs)
-      if (each.message == message) found.push_back(each);
-    return found;
-  }
   bool isCancelShortcutOn() const {
     return shortcuts.hasHandlers(shortcutNames::cancelRecording) && shortcuts.isEnabled(shortcutNames::cancelRecording);
   }
@@ -140,7 +126,7 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   const PersistenceController::Location storeAt;
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   Logging logging{log};
-  FakeApiKeys keys;
+  FakeModeReadiness readiness;
   PlainSamples samples;
   ScriptedTranscriber transcriber;
   bool recoversFolder = false;
@@ -152,7 +138,7 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   WorkerPool workers{1, QStringLiteral("conversion")};
   SettingsManager settings{defaults, folders, logging, &reporting};
   std::unique_ptr<PersistenceController> persistence = std::move(*PersistenceController::open(storeAt, clock, logging));
-  AppState appState{executor, defaults, &settings, &notices, logging};
+  AppState appState{{executor, defaults, settings, *persistence, network, notices}, logging};
   AudioFileConverter converter{samples, encoder, workers, logging};
   AudioDeviceManager deviceManager{devices, executor, &reporting, logging};
   MicrophonePermissionManager permission{authorization, &reporting};
@@ -170,6 +156,7 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};
   SelectedTextReader reader{workspace, accessibility, pasteboard, logging};
   SelectedTextService selection{accessibility, reader, logging};
+  PipelineTranscriptRoad road{{clock, *persistence, settings, vad, transcriber}, logging};
   ModePtr mode;
   std::unique_ptr<RecordingTranscriptionFlow> flow;
 };

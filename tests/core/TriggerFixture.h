@@ -4,10 +4,12 @@
 #include "core/AppState.h"
 #include "core/DictationControl.h"
 #include "core/ShortcutNames.h"
+#include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeErrorReporting.h"
 #include "support/FakeGlobalShortcuts.h"
+#include "support/FakeNetworkStatus.h"
 #include "support/FakeUserNotices.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
@@ -27,9 +29,11 @@ class FakeDictationControl final : public DictationControl {
                  (modeName ? QStringLiteral(" ") + *modeName : QString());
   }
   void cancelFromShortcut() override { calls << QStringLiteral("cancel"); }
+  void holdBegan() override { calls << QStringLiteral("hold"); }
+  void holdEnded() override { calls << QStringLiteral("release"); }
+  void interference() override { calls << QStringLiteral("interference"); }
   bool isRecordingNow() const override { return isRecording; }
   double liveRecordingDuration() const override { return duration; }
-  void configurePushToTalk() override { calls << QStringLiteral("configure"); }
 };
 
 // What triggers stand on: settings, state and shortcuts without a platform.
@@ -47,7 +51,14 @@ struct TriggerFixture {
   StandardFolders folders{home.filePath("data"), home.filePath("Documents"), home.filePath("Downloads"),
                           home.filePath("tmp")};
   SettingsManager settings{defaults, folders, logging};
-  AppState state{executor, defaults, &settings, &notices, logging};
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
+  std::unique_ptr<PersistenceController> store =
+      std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+  FakeNetworkStatus network;
+  QStringList modeToasts;
+  AppState state{
+      {executor, defaults, settings, *store, network, notices, [this](const QString& name) { modeToasts << name; }},
+      logging};
 
   void setHeld(bool isHeld) {
     state.update([isHeld](AppStateData& data) { data.isToggleRecordingShortcutHeld = isHeld; });

@@ -22,6 +22,7 @@
 #include "support/FakeGlobalShortcuts.h"
 #include "support/FakeHttpDownloader.h"
 #include "support/FakeMediaReader.h"
+#include "support/FakeNetworkStatus.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
 #include "support/TestTexts.h"
@@ -54,7 +55,6 @@ class DesktopFixture {
     mode.name = QStringLiteral("E-mail & notes");
     const ModePtr mail = store->createMode(mode);
     state.selectMode(*standard, false);
-    state.setPersistenceController(store.get());
     if (hasHistory) addHistory(standard, mail);
     inputs.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"),
                                                 language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon")
@@ -193,7 +193,8 @@ class DesktopFixture {
   SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
   std::unique_ptr<PersistenceController> store =
       std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
-  AppState state{executor, defaults, &settings, &notices, Logging(log)};
+  FakeNetworkStatus network;
+  AppState state{{executor, defaults, settings, *store, network, notices}, Logging(log)};
   TranscriptionRetryController retry{*store, &settings, nullptr, clock, Logging(log)};
   std::unique_ptr<WhisperModelManager> manager;
   FakeAudioDevices inputs;

@@ -33,7 +33,6 @@ struct Fixture : InterfaceFixture {
   QStringList chosen;
 
   Fixture() {
-    state.setPersistenceController(store.get());
     state.selectMode(*makeMode("Default", "cloud"), false);
     audio.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"), QStringLiteral("USB microphone"))};
     audio.defaultUid = QStringLiteral("usb");

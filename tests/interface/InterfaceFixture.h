@@ -8,6 +8,7 @@
 #include "storage/SettingsManager.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeHttpDownloader.h"
+#include "support/FakeNetworkStatus.h"
 #include "support/FakeUserNotices.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
@@ -27,7 +28,8 @@ struct InterfaceFixture {
   SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
   std::unique_ptr<PersistenceController> store =
       std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
-  AppState state{executor, defaults, &settings, nullptr, Logging(log)};
+  FakeNetworkStatus network;
+  AppState state{{executor, defaults, settings, *store, network, notices}, Logging(log)};
   FakeHttpDownloader downloader;
   WorkerPool pool{1};
   WhisperModelManager models{configuration(), downloader, executor, pool, Logging(log)};

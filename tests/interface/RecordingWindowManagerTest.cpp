@@ -4,9 +4,11 @@
 
 #include "core/AppState.h"
 #include "interface/RecordingDialog.h"
+#include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeKeyInterceptor.h"
+#include "support/FakeNetworkStatus.h"
 #include "support/FakeRecordingPanel.h"
 #include "support/FakeUserNotices.h"
 #include "support/ManualExecutor.h"
@@ -26,7 +28,11 @@ struct Fixture {
   FakeUserNotices notices;
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
-  AppState state{executor, defaults, &settings, &notices, Logging(log)};
+  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
+  std::unique_ptr<PersistenceController> store =
+      std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log)));
+  FakeNetworkStatus network;
+  AppState state{{executor, defaults, settings, *store, network, notices}, Logging(log)};
   FakeKeyInterceptor keys;
   FakePanelRecord panel;
   QStringList calls;

@@ -36,13 +36,13 @@ std::optional<int> DesktopProgram::start() {
   ControlService::Actions actions;
   actions.toggle = [this](const QString& mode) {
     if (!services_) return;
-    AudioRecordingManager& recording = *services_->session->audioManager;
+    DictationControl& dictation = *services_->session->dictation->flow;
     // A mode that isn't there begins nothing, but what runs can be stopped all the same.
-    if (!mode.isEmpty() && !selectMode(mode) && !recording.isRecordingNow()) return;
-    recording.toggleRecording(std::nullopt, false, RecordingTriggerSource::shortcut);
+    if (!mode.isEmpty() && !selectMode(mode) && !dictation.isRecordingNow()) return;
+    dictation.toggleRecording(std::nullopt, false, RecordingTriggerSource::shortcut);
   };
   actions.cancel = [this] {
-    if (services_) services_->session->audioManager->cancelFromShortcut();
+    if (services_) services_->session->dictation->flow->cancelFromShortcut();
   };
   actions.status = [this] { return status(); };
   actions.showWindow = [this] {
@@ -114,23 +114,24 @@ DesktopWindows DesktopProgram::windowActions() {
 
 DesktopIntents DesktopProgram::intents() {
   SessionServices& session = *services_->session;
-  AudioRecordingManager& recording = *session.audioManager;
+  DictationParts& parts = *session.dictation;
+  DictationControl& recording = *parts.flow;
   Services& base = *services_->base;
   DesktopIntents intents;
   intents.app.toggleRecording = [&recording, &base] {
     recording.toggleRecording(base.appState->data().selectedModeName, false, RecordingTriggerSource::uiButton);
   };
   intents.app.cancelRecording = [&recording] { recording.cancelFromShortcut(); };
-  intents.history.copyText = [&session](const QString& text) { session.pasteboard->writeText(text, false); };
+  intents.history.copyText = [&session](const QString& text) { session.display.pasteboard->writeText(text, false); };
   intents.history.pasteText = [this](const QString& text) { pasteFromHistory(text); };
   intents.history.playAudio = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   intents.dialog.stopRecording = [&recording] {
     recording.toggleRecording(std::nullopt, true, RecordingTriggerSource::uiButton);
   };
-  intents.dialog.cancelTranscription = [&base] { base.pipeline->cancelTranscription(); };
+  intents.dialog.cancelTranscription = [&recording] { recording.cancelFromShortcut(); };
   intents.dialog.copyText = intents.history.copyText;
-  intents.dialog.isTextOnClipboard = [&recording] {
-    switch (recording.autoPasteHandler().lastOutcome().get()) {
+  intents.dialog.isTextOnClipboard = [&base] {
+    switch (base.appState->data().lastPaste) {
       case PasteOutcome::notFetched:
       case PasteOutcome::noTarget:
       case PasteOutcome::secureField:
@@ -150,7 +151,7 @@ DesktopIntents DesktopProgram::intents() {
   intents.firstRun.cancelDictation = [&recording] { recording.cancelFromShortcut(); };
   intents.openFolder = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   intents.modelChosen = [this, &base](ModePtr mode) {
-    (void)scope_->spawn(base.pipeline->prepareModel(std::move(mode)));
+    base.modelPreparation->prepare(std::move(mode));
     showModelState();
   };
   intents.firstRun.modelChosen = intents.modelChosen;
@@ -169,10 +170,10 @@ void DesktopProgram::buildInterface() {
                                *base.modelManager, *base.executor,    *base.clock,    base.logging};
   use.notices = &notices_;
   use.retry = base.retryHandler.get();
-  use.interceptor = services_->session->keyInterceptor.get();
-  AudioRecordingManager& recording = *services_->session->audioManager;
-  use.devices = &recording.deviceManager();
-  use.recorders = services_->session->recorders.get();
+  use.interceptor = services_->session->display.keyInterceptor.get();
+  DictationParts& parts = *services_->session->dictation;
+  use.devices = parts.devices.get();
+  use.recorders = services_->session->sound->recorders.get();
   use.mediaReaders = base.mediaReaders.get();
   use.workers = base.fileWorkers.get();
   use.engine = base.speechEngine.get();
@@ -181,32 +182,34 @@ void DesktopProgram::buildInterface() {
     if (const QFileInfo sample(folder + QStringLiteral("/speech-sample.mp3"));
         use.speechSample.isEmpty() && sample.isFile())
       use.speechSample = sample.filePath();
-  use.shortcuts = services_->session->shortcuts.get();
+  use.shortcuts = services_->session->display.shortcuts.get();
   use.shortcutStore = services_->shortcutStore.get();
-  use.canSeeKey = [&recording](ModifierKey key) { return recording.bareModifierKeyMonitor().canSee(key); };
-  use.isTrustedForAccessibility = [&recording] { return recording.accessibilityHelper().isTrusted(); };
+  use.canSeeKey = [&parts](ModifierKey key) { return parts.modifierMonitor->canSee(key); };
+  use.isTrustedForAccessibility = [this] { return services_->session->display.accessibility->isTrusted(); };
   interface_ = std::make_unique<DesktopInterface>(std::move(use), intents());
   ShortcutsViewModel* const shortcuts = interface_->shortcuts();
   QObject::connect(shortcuts, &ShortcutsViewModel::changed, shortcuts, [this] { showSurroundings(); });
 }
 
 void DesktopProgram::followRecording() {
-  AudioRecordingManager& recording = *services_->session->audioManager;
-  RecordingLiveMetrics& metrics = recording.liveMetrics();
+  DictationParts& parts = *services_->session->dictation;
+  RecordingLiveMetrics& metrics = parts.manager->liveMetrics();
   const auto tell = [this, &metrics] {
     interface_->setLiveMetrics(metrics.audioLevel.get(), metrics.recordingDuration.get());
   };
   subscriptions_.push_back(metrics.audioLevel.observe([tell](float) { tell(); }));
   subscriptions_.push_back(metrics.recordingDuration.observe([tell](double) { tell(); }));
-  subscriptions_.push_back(recording.showPermissionDeniedAlert().observe([this, &recording](bool isShown) {
+  MicrophonePermissionManager& permission = *parts.permission;
+  subscriptions_.push_back(permission.showPermissionDeniedAlert().observe([this, &permission](bool isShown) {
     if (!isShown) return;
     // In a later turn: whoever raised it may do so once more.
-    QTimer::singleShot(0, &storeTimer_, [this, &recording] {
-      recording.permissionManager().setShowPermissionDeniedAlert(false);
+    QTimer::singleShot(0, &storeTimer_, [this, &permission] {
+      permission.setShowPermissionDeniedAlert(false);
       showToast(localizedText("audio.error.permissionDenied"), true);
     });
   }));
-  subscriptions_.push_back(recording.activeInputDeviceName().observe([this](const QString&) { showSurroundings(); }));
+  subscriptions_.push_back(
+      parts.devices->activeInputDeviceName().observe([this](const QString&) { showSurroundings(); }));
   subscriptions_.push_back(services_->base->settings->observeChanges([this](const QString&) { showSurroundings(); }));
   subscriptions_.push_back(
       services_->base->persistence->observeChanges([this](const StoreChange&) { showModelState(); }));
@@ -219,17 +222,17 @@ void DesktopProgram::followRecording() {
 }
 
 void DesktopProgram::followWorkspace() {
-  Workspace& workspace = *services_->session->workspace;
+  Workspace& workspace = *services_->session->display.workspace;
   subscriptions_.push_back(workspace.observeFrontmost([this, &workspace] {
     const auto application = workspace.frontmostApplication();
-    if (application && !application->isThisApplication) lastOtherApplication_ = application->processId;
+    if (application && !application->isThisApplication) lastOtherApplication_ = application;
   }));
 }
 
 void DesktopProgram::showSurroundings() {
-  AudioRecordingManager& recording = *services_->session->audioManager;
-  interface_->app().setMicrophone(recording.activeInputDeviceName().get(),
-                                  recording.activeInputDeviceIdentifier().get().has_value());
+  AudioDeviceManager& devices = *services_->session->dictation->devices;
+  interface_->app().setMicrophone(devices.activeInputDeviceName().get(),
+                                  devices.activeInputDeviceIdentifier().get().has_value());
   using Kind = AppStateViewModel::TriggerKind;
   const auto pushToTalk = services_->base->settings->pushToTalkMode();
   const auto keysOf = [this](const char* name) {
@@ -271,14 +274,11 @@ void DesktopProgram::pasteFromHistory(const QString& text) {
 }
 
 Task<void> DesktopProgram::pasteIntoLastApplication(QString text) {
-  AudioRecordingManager& recording = *services_->session->audioManager;
-  auto saving = recording.accessibilityHelper().beginRecordingSession();
-  co_await std::move(saving);
-  recording.autoPasteHandler().setPreviousFrontmostPID(lastOtherApplication_);
-  auto pasting = recording.autoPasteHandler().paste(std::move(text), std::vector<ProcessedTag>{});
-  const bool isPasted = co_await std::move(pasting);
-  recording.accessibilityHelper().endRecordingSession();
-  if (!isPasted) showToast(localizedText("history.paste.onClipboard"), false);
+  PasteRequest request;
+  request.text = std::move(text);
+  request.target = lastOtherApplication_;
+  const PasteOutcome outcome = co_await services_->session->dictation->autoPaste->paste(std::move(request));
+  if (outcome != PasteOutcome::pasted) showToast(localizedText("history.paste.onClipboard"), false);
 }
 
 void DesktopProgram::showToast(const QString& message, bool isCritical) {
@@ -290,7 +290,7 @@ void DesktopProgram::showToast(const QString& message, bool isCritical) {
 QString DesktopProgram::status() {
   // Nothing is there before the start is over; an empty answer says that.
   if (!services_ || !services_->launch->isReady().get()) return {};
-  return applicationStatus(*services_->base->appState, *services_->session->audioManager, lastNotice_);
+  return applicationStatus(*services_->base->appState, *services_->session->dictation, lastNotice_);
 }
 
 void DesktopProgram::quit() {
@@ -304,10 +304,9 @@ void DesktopProgram::quit() {
 }
 
 Task<void> DesktopProgram::shutDown() {
-  AudioRecordingManager& recording = *services_->session->audioManager;
-  auto stopping = recording.shutDown();
-  co_await std::move(stopping);
-  recording.accessibilityHelper().restoreNow();
+  DictationParts& parts = *services_->session->dictation;
+  co_await parts.flow->shutDown();
+  parts.autoPaste->restoreNow();
   services_->base->persistence->save();
   QCoreApplication::quit();
 }

@@ -3,11 +3,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "app/compose/DictationParts.h"
 #include "core/AppState.h"
-#include "core/AudioRecordingManager.h"
 #include "core/DictationTimings.h"
-#include "core/RecordingTranscriptionFlow.h"
-#include "delivery/AutoPasteHandler.h"
 
 namespace quillmere {
 namespace {
@@ -55,18 +53,18 @@ QJsonObject timingsObject(const std::optional<DictationTimings>& timings) {
 
 }  // namespace
 
-QString applicationStatus(const AppState& state, AudioRecordingManager& recording, const QString& lastNotice) {
+QString applicationStatus(const AppState& state, DictationParts& parts, const QString& lastNotice) {
   const AppStateData& data = state.data();
   const QJsonObject status{{"state", data.recordingState.diagnosticLabel()},
-                           {"seconds", recording.liveRecordingDuration()},
+                           {"seconds", parts.flow->liveRecordingDuration()},
                            {"mode", data.selectedModeName},
-                           {"microphone", recording.activeInputDeviceName().get()},
+                           {"microphone", parts.devices->activeInputDeviceName().get()},
                            {"asksWhetherToCancel", data.showCancelConfirmation},
                            {"error", data.errorMessage.value_or(QString())},
                            {"notice", lastNotice},
                            {"text", data.lastTranscription},
-                           {"paste", word(recording.autoPasteHandler().lastOutcome().get())},
-                           {"timings", timingsObject(recording.recordingTranscriptionFlow().lastTimings().get())}};
+                           {"paste", word(data.lastPaste)},
+                           {"timings", timingsObject(parts.flow->lastTimings().get())}};
   return QString::fromUtf8(QJsonDocument(status).toJson(QJsonDocument::Compact));
 }
 

@@ -4,11 +4,11 @@
 namespace quillmere {
 
 class AppState;
-class AudioRecordingManager;
+struct DictationParts;
 
 // What the running application does now, as one JSON object: state, seconds (of the recording), mode, microphone,
 // asksWhetherToCancel, error and notice (the last ones shown), text (of the last dictation), paste (how it arrived),
 // timings (milliseconds of its steps, named after the fields of DictationTimings).
-QString applicationStatus(const AppState& state, AudioRecordingManager& recording, const QString& lastNotice);
+QString applicationStatus(const AppState& state, DictationParts& parts, const QString& lastNotice);
 
 }  // namespace quillmere

@@ -2,13 +2,6 @@
 
 namespace quillmere {
 
-DesktopServices::~DesktopServices() {
-  if (!base || !base->appState) return;
-  // The state goes after those that it points to.
-  base->appState->setTranscriptionPipeline(nullptr);
-  base->appState->setModeChangeToast({});
-}
-
 Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(UserNotices& notices,
                                                                             const DesktopWindows& windows) {
   auto services = std::make_unique<DesktopServices>();
@@ -16,48 +9,47 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
   ServiceOptions options;
   options.processName = QStringLiteral("quillmere-desktop");
   options.notices = &notices;
+  options.showModeChange = windows.showModeChange;
   auto base = makeServices(options);
   if (!base) return Failed{base.error()};
   s.base = std::move(*base);
-
   AppState& state = *s.base->appState;
-  state.setPersistenceController(s.base->persistence.get());
-  state.setNetworkStatus(s.base->network.get());
-  state.setTranscriptionPipeline(s.base->pipeline.get());
-  state.setModeChangeToast(windows.showModeChange);
+  const Logging& logging = s.base->logging;
 
-  prepareRecordingsFolder(s.base->settings->storage());
-  s.folderQuestion =
-      s.base->settings->storage().observeChanges([&storage = s.base->settings->storage()](const QString&) {
-        if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
-      });
+  StorageSettingsManager& storage = s.base->settings->storage();
+  prepareRecordingsFolder(storage);
+  s.folderQuestion = storage.observeChanges([&storage](const QString&) {
+    if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+  });
 
-  SessionOptions session;
-  session.hasTriggers = true;
-  session.hideWindows = windows.hideAll;
-  session.hooks = windows.hooks;
-  s.session = makeSessionServices(*s.base, session);
-  s.shortcutStore = std::make_unique<ShortcutStore>(*s.base->defaults, *s.session->shortcuts, &state, s.base->logging);
-  GlobalHotkeys::Services hotkeys{*s.base->executor, *s.session->shortcuts};
-  hotkeys.dictation = s.session->audioManager.get();
+  DisplayPorts::Options display;
+  display.hasTriggers = true;
+  display.hideWindows = windows.hideAll;
+  s.session = makeSessionServices(*s.base, display, windows.hooks);
+  DictationParts& parts = *s.session->dictation;
+  GlobalShortcuts& shortcuts = *s.session->display.shortcuts;
+  s.shortcutStore = std::make_unique<ShortcutStore>(*s.base->defaults, shortcuts, &state, logging);
+  GlobalHotkeys::Services hotkeys{*s.base->executor, shortcuts};
+  hotkeys.dictation = parts.flow.get();
   hotkeys.appState = &state;
   hotkeys.settings = s.base->settings.get();
+  hotkeys.configurePushToTalk = [&parts] { parts.pushToTalk->configure(); };
   hotkeys.toggleMiniWindow = windows.toggleMiniWindow;
   hotkeys.toggleMainWindow = windows.toggleMainWindow;
-  s.hotkeys = std::make_unique<GlobalHotkeys>(std::move(hotkeys), s.base->logging);
-  s.musicBlocker = std::make_unique<MusicBlocker>(*s.session->workspace, s.base->logging);
+  s.hotkeys = std::make_unique<GlobalHotkeys>(std::move(hotkeys), logging);
+  s.musicBlocker = std::make_unique<MusicBlocker>(*s.session->display.workspace, logging);
   ApplicationLaunch::Services launch{*s.base->executor,
                                      state,
-                                     *s.session->audioManager,
-                                     *s.base->pipeline,
+                                     *parts.manager,
+                                     *parts.recovery,
+                                     *s.base->modelPreparation,
                                      *s.base->settings,
                                      *s.base->persistence,
-                                     *s.base->network,
                                      *s.hotkeys,
                                      s.shortcutStore.get(),
                                      s.musicBlocker.get(),
                                      windows.launch};
-  s.launch = std::make_unique<ApplicationLaunch>(std::move(launch), s.base->logging);
+  s.launch = std::make_unique<ApplicationLaunch>(std::move(launch), logging);
   return services;
 }
 

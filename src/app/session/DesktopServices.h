@@ -18,13 +18,11 @@ struct DesktopWindows {
   std::function<bool()> toggleMainWindow;  // whether it is shown now
   std::function<void(const QString& modeName)> showModeChange;
   LaunchWindows launch;
-  AudioRecordingHooks hooks;
+  DictationHooks hooks;
 };
 
-// The whole graph of the desktop application, without its windows. Main thread.
+// The whole graph of the desktop application, without its windows; it goes in the reverse order. Main thread.
 struct DesktopServices {
-  ~DesktopServices();
-
   std::unique_ptr<Services> base;
   Subscription folderQuestion;
   std::unique_ptr<SessionServices> session;

@@ -36,16 +36,12 @@ const char* word(DoctorFinding::Verdict verdict) {
 }  // namespace
 
 Task<int> runDoctor(CommandContext context, DoctorOptions options) {
-  const auto session = makeSessionServices(context.services, SessionOptions{});
-  DoctorPatient patient{*session->devices,
-                        *session->recorders,
-                        *session->accessibility,
-                        *context.services.modelManager,
-                        *context.services.speechEngine,
-                        *context.services.settings};
-  if (session->hasDisplay()) {
-    patient.pasteboard = session->pasteboard.get();
-    patient.keys = session->keySynthesizer.get();
+  const auto session = makeSessionServices(context.services, {}, {});
+  DoctorPatient patient{*session->sound->devices,       *session->sound->recorders,     *session->display.accessibility,
+                        *context.services.modelManager, *context.services.speechEngine, *context.services.settings};
+  if (session->display.isPresent) {
+    patient.pasteboard = session->display.pasteboard.get();
+    patient.keys = session->display.keySynthesizer.get();
     patient.displayName = qEnvironmentVariable("DISPLAY");
   }
   patient.isWaylandSession = qEnvironmentVariable("XDG_SESSION_TYPE") == QStringLiteral("wayland");

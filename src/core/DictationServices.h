@@ -1,24 +1,20 @@
 #pragma once
-#include <QString>
 #include <functional>
 
 #include "base/async/Task.h"
-#include "domain/States.h"
 
 namespace quillmere {
 
-class AccessibilityHelper;
 class AppState;
 class ApplicationContextGatherer;
 class AudioDeviceManager;
 class AutoPasteHandler;
-class CloudProviderAPIKeyProviding;
 class ErrorReporting;
 class Executor;
 class FileWatcher;
 class GlobalShortcuts;
 class MicrophonePermissionManager;
-class NetworkStatus;
+class ModeReadiness;
 class PersistenceController;
 class PowerActivityManager;
 class RecordingLifecycle;
@@ -26,13 +22,13 @@ class RecordingSessionManager;
 class SelectedTextService;
 class SettingsManager;
 class SpokenFileTags;
-class Transcriber;
-class VADProcessing;
+class TranscriptRoad;
 class Workspace;
 
-// What the flow works with. Everything outlives the flow; pointers and functions may be null.
-struct RecordingTranscriptionFlowServices {
+// What a dictation works with. Everything outlives the flow.
+struct DictationServices {
   Executor& executor;
+  AppState& appState;
   RecordingLifecycle& recordingLifecycle;
   RecordingSessionManager& sessionManager;
   AudioDeviceManager& deviceManager;
@@ -40,23 +36,18 @@ struct RecordingTranscriptionFlowServices {
   PowerActivityManager& powerActivityManager;
   FileWatcher& fileWatcher;
   AutoPasteHandler& autoPasteHandler;
-  AccessibilityHelper& accessibilityHelper;
   ApplicationContextGatherer& contextGatherer;
   SelectedTextService& selectedTextService;
   PersistenceController& persistence;
+  SettingsManager& settingsManager;
   Workspace& workspace;
-  const NetworkStatus& network;
-  VADProcessing* vadProcessingService = nullptr;
-  GlobalShortcuts* globalShortcuts = nullptr;
-  const CloudProviderAPIKeyProviding* apiKeys = nullptr;
-  ErrorReporting* errorReporting = nullptr;
-  SpokenFileTags* fileTags = nullptr;
-  // Asks the user for another recordings folder; true when a usable one was chosen.
+  TranscriptRoad& road;
+  const ModeReadiness& readiness;
+  GlobalShortcuts& globalShortcuts;
+  ErrorReporting& errorReporting;
+  SpokenFileTags* fileTags = nullptr;  // null where no project is known
+  // Asks the user for another recordings folder; true when a usable one was chosen. Empty: nobody is asked.
   std::function<Task<bool>()> recoverRecordingsFolder = {};
-  Transcriber* transcriptionPipeline = nullptr;
-  std::function<TranscriptionState()> transcriptionState = {};  // of the pipeline, now
-  SettingsManager* settingsManager = nullptr;
-  AppState* appState = nullptr;
 };
 
 }  // namespace quillmere
