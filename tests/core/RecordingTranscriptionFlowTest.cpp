@@ -76,7 +76,9 @@ TEST(RecordingTranscriptionFlowTest, LooksIntoOtherProgramsOnlyForSomebodyWhoRea
     f.settle();
     ASSERT_EQ(f.transcriber.calls.size(), 1u);
     EXPECT_EQ(f.transcriber.calls[0].applicationContext.has_value(), isRewritten);
-    if (isRewritten) EXPECT_EQ(f.transcriber.calls[0].applicationContext->appName, QStringLiteral("Editor"));
+    if (isRewritten) {
+      EXPECT_EQ(f.transcriber.calls[0].applicationContext->appName, QStringLiteral("Editor"));
+    }
   }
 }
 
