@@ -14,6 +14,7 @@
 #include "core/TranscriptionPipeline.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
+#include "domain/ModeData.h"
 #include "ports/DefaultsStore.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/AudioSessionManager.h"
@@ -41,7 +42,7 @@ AudioRecordingManager::AudioRecordingManager(const AudioRecordingPorts& ports, c
       services_(services),
       logger_(logging.logger(QStringLiteral("AudioRecordingManager"))),
       scope_(services.executor) {
-  buildRecording(hooks, logging);
+  buildRecording(logging);
   modifierMonitor_ =
       std::make_unique<BareModifierKeyMonitor>(ports_.keyEvents, services_.executor, services_.errorReporting, logging);
   buildDelivery(hooks, logging);
@@ -54,24 +55,31 @@ AudioRecordingManager::~AudioRecordingManager() {
   if (defaultsObserver_) services_.defaults.removeObserver(*defaultsObserver_);
 }
 
-void AudioRecordingManager::buildRecording(const AudioRecordingHooks& hooks, const Logging& logging) {
+void AudioRecordingManager::buildRecording(const Logging& logging) {
   const AudioRecordingServices& s = services_;
   permission_ = std::make_unique<MicrophonePermissionManager>(ports_.microphoneAuthorization, s.errorReporting);
-  deviceManager_ = std::make_unique<AudioDeviceManager>(ports_.devices, s.executor, s.errorReporting, logging);
-  session_ = std::make_unique<RecordingSessionManager>(s.persistence, s.clock, logging);
+  deviceManager_ =
+      std::make_unique<AudioDeviceManager>(ports_.devices, s.settings.audio(), s.executor, s.errorReporting, logging);
+  session_ = std::make_unique<RecordingSessionManager>(s.persistence, s.clock, ports_.processLocks, logging);
   recorder_ = std::make_unique<SimpleRecorder>(ports_.recorders, s.executor, logging);
   audioSession_ = std::make_unique<AudioSessionManager>(ports_.outputVolume, ports_.mediaPlayback, s.clock, logging);
-  RecordingLifecycle::Dependencies lifecycle{s.executor,     s.clock,         *recorder_, s.audioFileConverter,
-                                             s.mediaReaders, *deviceManager_, *session_,  *audioSession_,
-                                             s.persistence,  s.folders};
-  lifecycle.reporting = s.errorReporting;
+  RecordingEnvironment::Dependencies environment{s.executor,     ports_.devices,     ports_.outputVolume,
+                                                 *audioSession_, s.settings.audio(), ports_.processLocks};
+  environment_ = std::make_unique<RecordingEnvironment>(environment, logging);
+  RecordingFinisher::Dependencies finisher{s.audioFileConverter, s.mediaReaders, *session_, s.persistence,
+                                           s.errorReporting};
+  finisher.keepsLargeWav = [&persistence = s.persistence, &state = s.appState] {
+    const ModePtr mode = persistence.fetchMode(state.data().selectedModeId);
+    return mode && providerTypeOfModel(mode->model.value_or(QString())) == ProviderType::local;
+  };
+  finisher_ = std::make_unique<RecordingFinisher>(std::move(finisher), logging);
+  RecordingLifecycle::Dependencies lifecycle{s.executor,    s.clock,    *recorder_, *deviceManager_, *session_,
+                                             *environment_, *finisher_, s.settings, s.errorReporting};
   lifecycle_ = std::make_unique<RecordingLifecycle>(lifecycle, logging);
-  lifecycle_->setSettingsManager(&s.settings);
   fileWatcher_ = std::make_unique<FileWatcher>(ports_.fileEvents, s.errorReporting, logging);
   power_ = std::make_unique<PowerActivityManager>(ports_.powerActivity, logging);
-  CrashRecoveryManager::Dependencies recovery{s.persistence, s.audioFileConverter, s.mediaReaders, s.clock,
-                                              s.folders,     hooks.isFileInUse};
-  recovery.reporting = s.errorReporting;
+  CrashRecoveryManager::Dependencies recovery{s.persistence,  *session_, ports_.processLocks, s.audioFileConverter,
+                                              s.mediaReaders, s.clock,   s.folders,           s.errorReporting};
   recovery_ = std::make_unique<CrashRecoveryManager>(recovery, logging);
 }
 
@@ -147,23 +155,8 @@ void AudioRecordingManager::bindState() {
 }
 
 Task<void> AudioRecordingManager::configure() {
-  deviceManager_->setOnSelectedDeviceInvalidated([this](const AudioDevice& lost) {
-    logger_.info("Clearing persisted microphone preference for missing device: %{public}s", lost.name);
-    services_.settings.audio().setSelectedMicrophoneId(QString());
-  });
-  auto waiting = deviceManager_->waitUntilReady();
-  const bool isSoundServerThere = co_await std::move(waiting);
+  co_await deviceManager_->waitUntilReady();
   deviceManager_->scanDevices(DeviceScanReason::initialBootstrap);
-  if (isSoundServerThere) {
-    auto restoring = restoreSavedMicrophone();
-    co_await std::move(restoring);
-  } else {
-    // Without a sound server nobody knows whether the microphone is still there.
-    untilDevicesCome_ = deviceManager_->availableDevices().observe([this](const std::vector<AudioDevice>&) {
-      scope_.spawn(restoreSavedMicrophone());
-      untilDevicesCome_.reset();
-    });
-  }
   followSettings();
   recorder_->prepare();
   auto connecting = waitForAccessibility();
@@ -181,28 +174,6 @@ Task<void> AudioRecordingManager::waitForAccessibility() {
   while (!accessibilityHelper_->isTrusted() && services_.executor.now() < end) co_await sleepFor(accessibilityPace);
 }
 
-const AudioDevice* AudioRecordingManager::attachedDevice(const QString& idOrUid) {
-  const auto& devices = availableDevices().get();
-  const auto found = std::find_if(devices.begin(), devices.end(), [&](const AudioDevice& device) {
-    return device.id == idOrUid || device.uid == idOrUid;
-  });
-  return found == devices.end() ? nullptr : &*found;
-}
-
-Task<void> AudioRecordingManager::restoreSavedMicrophone() {
-  const QString saved = services_.settings.audio().selectedMicrophoneId();
-  if (saved.isEmpty()) co_return;
-  const AudioDevice* const device = attachedDevice(saved);
-  if (device == nullptr) {
-    logger_.info("Saved microphone not found on launch, clearing preference: %{public}s", saved);
-    services_.settings.audio().setSelectedMicrophoneId(QString());
-    co_return;
-  }
-  logger_.info("Restoring saved microphone selection on launch: %{public}s", device->name);
-  auto selecting = deviceManager_->selectDevice(*device);
-  co_await std::move(selecting);
-}
-
 void AudioRecordingManager::followSettings() {
   if (defaultsObserver_) services_.defaults.removeObserver(*defaultsObserver_);
   defaultsObserver_ = services_.defaults.addObserver([this](const QString& key) { settingChanged(key); });
@@ -211,12 +182,6 @@ void AudioRecordingManager::followSettings() {
 void AudioRecordingManager::settingChanged(const QString& key) {
   // Only what concerns it: setting push-to-talk up anew would lose the release of a key that is held.
   if (PushToTalk::isConcernedBy(key)) configurePushToTalk();
-  if (key != QLatin1String("selectedMicrophoneId")) return;
-  const QString chosen = services_.settings.audio().selectedMicrophoneId();
-  if (chosen.isEmpty())
-    setSelectedDevice(std::nullopt);
-  else if (const AudioDevice* const device = attachedDevice(chosen))
-    setSelectedDevice(*device);
 }
 
 void AudioRecordingManager::toggleRecording(std::optional<QString> modeName, bool stopOnly,
@@ -245,8 +210,7 @@ void AudioRecordingManager::setPedalMonitoring(PedalMonitoring pedal) {
 }
 
 void AudioRecordingManager::setSelectedDevice(const std::optional<AudioDevice>& device) {
-  if (device == selectedDevice().get()) return;
-  scope_.spawn(deviceManager_->selectDevice(device));
+  deviceManager_->selectDevice(device);
 }
 
 bool AudioRecordingManager::isRecordingNow() const {

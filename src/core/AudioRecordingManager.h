@@ -49,6 +49,9 @@ class Pasteboard;
 class PersistenceController;
 class PowerActivity;
 class PowerActivityManager;
+class ProcessLocks;
+class RecordingEnvironment;
+class RecordingFinisher;
 class RecordingLifecycle;
 class RecordingSessionManager;
 class RecordingTranscriptionFlow;
@@ -79,6 +82,7 @@ struct AudioRecordingPorts {
   Accessibility& accessibility;
   KeyEventMonitor& keyEvents;
   GlobalShortcuts& shortcuts;
+  ProcessLocks& processLocks;
 };
 
 // What a dictation works with. Everything outlives the manager; pointers may be null.
@@ -104,8 +108,6 @@ struct AudioRecordingServices {
 struct AudioRecordingHooks {
   // Asks the user for another recordings folder; true when a usable one was chosen.
   std::function<Task<bool>()> recoverRecordingsFolder;
-  // Whether a live process records into that file.
-  std::function<bool(const QString& path)> isFileInUse;
   // Cuts a text at its file references; without it the text is pasted in one piece.
   std::function<std::vector<PasteSegment>(const QString& text, const std::vector<ProcessedTag>& tags)> segmentText;
   std::function<void(const QString& url)> openUrl;
@@ -122,8 +124,8 @@ class AudioRecordingManager final : public DictationControl {
   AudioRecordingManager(const AudioRecordingManager&) = delete;
   AudioRecordingManager& operator=(const AudioRecordingManager&) = delete;
 
-  // Once, at start-up: waits for the sound server's first list (2 s at most), takes the saved microphone up again,
-  // follows the settings and arms the triggers.
+  // Once, at start-up: waits for the sound server's first list (2 s at most), follows the settings and arms the
+  // triggers.
   Task<void> configure();
 
   // --- intents
@@ -166,12 +168,10 @@ class AudioRecordingManager final : public DictationControl {
   BareModifierKeyMonitor& bareModifierKeyMonitor() { return *modifierMonitor_; }
 
  private:
-  void buildRecording(const AudioRecordingHooks& hooks, const Logging& logging);
+  void buildRecording(const Logging& logging);
   void buildDelivery(const AudioRecordingHooks& hooks, const Logging& logging);
   void buildFlow(const AudioRecordingHooks& hooks, const Logging& logging);
   void bindState();
-  const AudioDevice* attachedDevice(const QString& idOrUid);
-  Task<void> restoreSavedMicrophone();
   Task<void> waitForAccessibility();
   void followSettings();
   void settingChanged(const QString& key);
@@ -187,6 +187,8 @@ class AudioRecordingManager final : public DictationControl {
   std::unique_ptr<RecordingSessionManager> session_;
   std::unique_ptr<SimpleRecorder> recorder_;
   std::unique_ptr<AudioSessionManager> audioSession_;
+  std::unique_ptr<RecordingEnvironment> environment_;
+  std::unique_ptr<RecordingFinisher> finisher_;
   std::unique_ptr<RecordingLifecycle> lifecycle_;
   std::unique_ptr<FileWatcher> fileWatcher_;
   std::unique_ptr<PowerActivityManager> power_;
@@ -202,7 +204,6 @@ class AudioRecordingManager final : public DictationControl {
   std::unique_ptr<PushToTalk> pushToTalk_;
   bool isConfigured_ = false;
   std::optional<int> defaultsObserver_;
-  Subscription untilDevicesCome_;
   std::vector<Subscription> subscriptions_;
   TaskScope scope_;  // last: its tasks use the fields above
 };

@@ -48,7 +48,6 @@ RecordingTranscriptionFlow::RecordingTranscriptionFlow(RecordingTranscriptionFlo
       logger_(logging.logger(QStringLiteral("RecordingTranscriptionFlow"))),
       scope_(use_.executor) {
   use_.recordingLifecycle.setOnInterrupted([this](const AudioRecorder::Interruption&) { onInterrupted(); });
-  use_.sessionManager.setTracksUntilSettled(true);
 }
 
 RecordingTranscriptionFlow::~RecordingTranscriptionFlow() {
@@ -196,7 +195,7 @@ Task<void> RecordingTranscriptionFlow::keepUntranscribed(std::shared_ptr<StopUnd
   const QString mode = selectedModeName(QStringLiteral("Default"));
   auto stopping = use_.recordingLifecycle.stopRecording();
   const auto result = co_await std::move(stopping);
-  if (result && result->path && result->duration >= minimumDurationSeconds)
+  if (result && result->path)
     keepAsClosed(use_.sessionManager.createTranscript(result->session, result->duration, mode, *result->path));
   else if (result)
     use_.sessionManager.settleSession(result->session);

@@ -26,6 +26,7 @@
 namespace quillmere {
 
 struct AppStateData;
+struct RecordingStopResult;
 
 // One dictation from trigger to pasted text: decides what a press means, starts the recorder first and looks at keys,
 // storage and context behind it, and takes a finished recording through trimming, transcription, storing and pasting.
@@ -41,8 +42,6 @@ struct AppStateData;
 class RecordingTranscriptionFlow final {
  public:
   // A recording below one of them is thrown away.
-  static constexpr double minimumDurationSeconds = 1.0;
-  static constexpr qint64 minimumFileSizeBytes = 5000;
 
   RecordingTranscriptionFlow(RecordingTranscriptionFlowServices services, const Logging& logging);
   // Ends every task where it waits. A recorder that runs is its lifecycle's to end; see shutDown().
@@ -156,8 +155,7 @@ class RecordingTranscriptionFlow final {
 
   // --- from the stop to a text
   Task<void> stop(QString modeName, bool cancelled, CancelToken press, TimePoint pressedAt);
-  void discard(const Dictation& dictation, qint64 fileSizeBytes,
-               const std::optional<AudioRecorder::Interruption>& interruption);
+  void discard(const QString& modeName, const RecordingStopResult& result);
   Task<FileWait> waitUntilReadable(QString path, CancelToken press);
   void failUnreadable(const Dictation& dictation);
   void failWatching(const Dictation& dictation, const AnyError& error);

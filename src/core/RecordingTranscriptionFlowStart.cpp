@@ -8,12 +8,12 @@
 #include "core/AppState.h"
 #include "core/RecordingStartSnapshot.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "projects/SpokenFileTags.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "ports/ErrorReporting.h"
 #include "ports/NetworkStatus.h"
 #include "ports/Workspace.h"
+#include "projects/SpokenFileTags.h"
 #include "providers/MissingAPIKey.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -269,8 +269,6 @@ void RecordingTranscriptionFlow::failStart(const std::optional<AnyError>& error)
   use_.powerActivityManager.end();
   use_.accessibilityHelper.endRecordingSession();
 
-  // Never the row of another recording that runs meanwhile.
-  if (!isRecording()) use_.sessionManager.deleteCurrentSession();
   capturedApplicationContext_.reset();
   capturedSelectedText_.reset();
   previousFrontmostPID_.reset();

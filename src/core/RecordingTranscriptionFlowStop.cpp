@@ -64,10 +64,13 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   StopUnderWay underWay(*this);
   // The question whether to cancel is about the recording that ends here.
   updateState([](AppStateData& data) { data.showCancelConfirmation = false; });
-  if (cancelled && isRecording()) use_.sessionManager.discardSession(use_.sessionManager.currentRecordingSession());
   const Started started = std::exchange(started_, Started{});
-  auto stopping = use_.recordingLifecycle.stopRecording();
-  const auto result = co_await std::move(stopping);
+  const StopIntent intent = cancelled ? StopIntent::discard : StopIntent::keep;
+  const auto result = co_await use_.recordingLifecycle.stopRecording(intent);
+  if (result && result->isTooShort) {
+    discard(modeName, *result);
+    co_return;
+  }
   if (!result || !result->path) {
     setRecordingState({RecordingState::Idle{}});
     disableCancelShortcut();
@@ -89,12 +92,6 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   if (result->firstSampleAt && started.pressedAt)
     dictation->timings.triggerToFirstSample = *result->firstSampleAt - *started.pressedAt;
   const QString& path = dictation->audioPath;
-  const qint64 fileSizeBytes = sizeOf(path);
-  const bool isTooSmall = fileSizeBytes >= 0 && fileSizeBytes < minimumFileSizeBytes;
-  if (result->duration < minimumDurationSeconds || isTooSmall) {
-    discard(*dictation, fileSizeBytes, result->interruption);
-    co_return;
-  }
   if (result->conversionWarning) {
     logger_.warning("Audio compression failed: %{public}s - attempting transcription anyway",
                     *result->conversionWarning);
@@ -198,31 +195,19 @@ Task<RecordingTranscriptionFlow::FileWait> RecordingTranscriptionFlow::waitUntil
   co_return outcome;
 }
 
-void RecordingTranscriptionFlow::discard(const Dictation& dictation, qint64 fileSizeBytes,
-                                         const std::optional<AudioRecorder::Interruption>& interruption) {
-  const double duration = dictation.durationSeconds;
-  logger_.info("⏱️ Recording too short (%ss, %lld bytes) - discarding", QString::number(duration, 'f', 2),
-               fileSizeBytes);
-  leaveBreadcrumb(QStringLiteral("Recording discarded - too short"), QStringLiteral("audio.recording"),
-                  ReportLevel::info,
-                  {{QStringLiteral("recordingDurationMs"), qint64(duration * 1000)},
-                   {QStringLiteral("minimumDurationMs"), qint64(minimumDurationSeconds * 1000)},
-                   {QStringLiteral("minimumFileSizeBytes"), minimumFileSizeBytes},
-                   {QStringLiteral("fileSizeBytes"), fileSizeBytes},
-                   {QStringLiteral("discardedBy"),
-                    duration < minimumDurationSeconds ? QStringLiteral("duration") : QStringLiteral("file_size")},
-                   {QStringLiteral("mode"), dictation.modeName}});
-  if (QFile file(dictation.audioPath); file.exists() && !file.remove())
-    logger_.warning("The recording could not be deleted: %{public}s", file.errorString());
-  if (dictation.session) use_.persistence.deleteRecordingSession(dictation.session);
+void RecordingTranscriptionFlow::discard(const QString& modeName, const RecordingStopResult& result) {
+  logger_.info("⏱️ Recording too short (%ss) - discarding", QString::number(result.duration, 'f', 2));
+  leaveBreadcrumb(
+      QStringLiteral("Recording discarded - too short"), QStringLiteral("audio.recording"), ReportLevel::info,
+      {{QStringLiteral("recordingDurationMs"), qint64(result.duration * 1000)}, {QStringLiteral("mode"), modeName}});
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};
     data.isStreamingShortcutTriggered = false;
   });
   disableCancelShortcut();
   if (use_.appState != nullptr) {
-    if (interruption)
-      use_.appState->showNotice(interruptionNotice(interruption->kind, std::nullopt));
+    if (result.interruption)
+      use_.appState->showNotice(interruptionNotice(result.interruption->kind, std::nullopt));
     else
       use_.appState->showNotice(localizedDescription(AudioError{AudioError::Kind::recordingTooShort, QString()}));
   }

@@ -11,7 +11,7 @@
 #include "app/session/AbsentWorkspace.h"
 #include "platform/atspi/AtspiAccessibility.h"
 #include "platform/linux/ApplicationIdentity.h"
-#include "platform/linux/FileInUse.h"
+#include "platform/linux/FileLocks.h"
 #include "platform/linux/InotifyFileEvents.h"
 #include "platform/pulse/PulseAudioDevices.h"
 #include "platform/pulse/PulseAudioRecorderFactory.h"
@@ -43,6 +43,7 @@ void buildSound(SessionServices& s, Services& base) {
   s.mediaPlayback = std::make_unique<MprisMediaPlayback>(*s.sessionBus);
   s.powerActivity = std::make_unique<SessionPowerActivity>(*s.systemBus, *s.sessionBus);
   s.fileEvents = std::make_unique<InotifyFileEvents>();
+  s.processLocks = std::make_unique<FileLocks>(base.paths.dataFolder + QStringLiteral("/locks"));
 }
 
 // The parts of the display, all or none of them.
@@ -94,12 +95,11 @@ void buildRecording(SessionServices& s, Services& base, AudioRecordingHooks hook
   const AudioRecordingPorts ports{
       *s.recorders,     *s.devices,    *s.outputVolume, *s.mediaPlayback, *s.microphoneAuthorization,
       *s.powerActivity, *s.fileEvents, *s.workspace,    *s.pasteboard,    *s.keySynthesizer,
-      *s.accessibility, *s.keyEvents,  *s.shortcuts};
+      *s.accessibility, *s.keyEvents,  *s.shortcuts,    *s.processLocks};
   AudioRecordingServices services{
       *base.executor, *base.clock,         *base.defaults,      *base.settings,           *base.persistence,
       *base.appState, *base.pipeline,      *base.mediaReaders,  *base.audioFileConverter, *base.vadProcessingService,
       *base.network,  base.paths.standard, base.appLogger.get()};
-  hooks.isFileInUse = isFileInUse;
   s.audioManager = std::make_unique<AudioRecordingManager>(ports, services, std::move(hooks), base.logging);
 }
 

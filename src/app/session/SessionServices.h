@@ -18,6 +18,7 @@
 #include "ports/OutputVolume.h"
 #include "ports/Pasteboard.h"
 #include "ports/PowerActivity.h"
+#include "ports/ProcessLocks.h"
 #include "ports/Workspace.h"
 
 namespace quillmere {
@@ -31,7 +32,7 @@ struct SessionOptions {
   bool hasTriggers = false;
   // Takes this application's windows away before a paste.
   std::function<void()> hideWindows;
-  // What the recording side asks and shows; whether a file is in use is answered here.
+  // What the recording side asks and shows.
   AudioRecordingHooks hooks;
 };
 
@@ -53,6 +54,7 @@ struct SessionServices {
   std::unique_ptr<MediaPlayback> mediaPlayback;
   std::unique_ptr<PowerActivity> powerActivity;
   std::unique_ptr<FileEvents> fileEvents;
+  std::unique_ptr<ProcessLocks> processLocks;
   std::unique_ptr<Workspace> workspace;
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<KeySynthesizer> keySynthesizer;
