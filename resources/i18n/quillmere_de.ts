@@ -253,6 +253,7 @@
 <message id="settings.describe.soundEffectsVolume"><translation>Die Lautstärke dieser Töne.</translation></message>
 <message id="settings.describe.appFolderPath"><translation>Der Ordner für die Daten der Anwendung.</translation></message>
 <message id="settings.describe.recordingsFolder"><translation>Der Ordner für Audiodateien.</translation></message>
+<message id="settings.describe.borrowedVolumes"><translation>Lautstärken, die eine Aufnahme geändert hat und die zurückzugeben sind.</translation></message>
 <message id="settings.describe.documentsPermissionExplained"><translation>Ob der Zugriff auf den Dokumente-Ordner erklärt wurde.</translation></message>
 <message id="settings.describe.documentsAccessDenied"><translation>Ob sich der Dokumente-Ordner als unbenutzbar erwies.</translation></message>
 <message id="settings.describe.userChoseAlternateStorage"><translation>Ob ein anderer Ordner als der Dokumente-Ordner gewünscht wurde.</translation></message>
@@ -642,6 +643,7 @@
 <message id="recording.error.closedBeforeTranscription"><translation>Quillmere wurde beendet, bevor diese Aufnahme umgewandelt war.</translation></message>
 <message id="recording.error.documentsAccess"><translation>Quillmere kann nicht in den Aufnahmeordner schreiben. Bitte wählen Sie in den Einstellungen einen anderen.</translation></message>
 <message id="recording.error.modeMissing"><translation>Den gewählten Modus gibt es nicht mehr. Bitte wählen Sie einen anderen.</translation></message>
+<message id="recording.error.replaced"><translation>Eine andere Aufnahme begann, bevor diese umgewandelt war.</translation></message>
 <message id="recording.error.startCancelled"><translation>Die Aufnahme wurde nicht begonnen.</translation></message>
 <message id="recording.error.streamingUnavailable"><translation>Das Live-Diktat steht noch nicht zur Verfügung.</translation></message>
 <message id="audio.error.microphoneInUse"><translation>Das Mikrofon wird von einer anderen Anwendung benutzt.</translation></message>

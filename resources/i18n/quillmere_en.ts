@@ -253,6 +253,7 @@
 <message id="settings.describe.soundEffectsVolume"><translation>The volume of those sounds.</translation></message>
 <message id="settings.describe.appFolderPath"><translation>The folder for the application's data.</translation></message>
 <message id="settings.describe.recordingsFolder"><translation>The folder for audio files.</translation></message>
+<message id="settings.describe.borrowedVolumes"><translation>Volumes that a recording has changed and that are to be given back.</translation></message>
 <message id="settings.describe.documentsPermissionExplained"><translation>Whether the access to the documents folder has been explained.</translation></message>
 <message id="settings.describe.documentsAccessDenied"><translation>Whether the documents folder turned out to be unusable.</translation></message>
 <message id="settings.describe.userChoseAlternateStorage"><translation>Whether another folder than the documents folder was asked for.</translation></message>
@@ -642,6 +643,7 @@
 <message id="recording.error.closedBeforeTranscription"><translation>Quillmere was closed before this recording was transcribed.</translation></message>
 <message id="recording.error.documentsAccess"><translation>Quillmere cannot write to the recordings folder. Please choose another one in the settings.</translation></message>
 <message id="recording.error.modeMissing"><translation>The selected mode no longer exists. Please choose another one.</translation></message>
+<message id="recording.error.replaced"><translation>Another recording began before this one was transcribed.</translation></message>
 <message id="recording.error.startCancelled"><translation>The recording was not started.</translation></message>
 <message id="recording.error.streamingUnavailable"><translation>Live dictation is not available yet.</translation></message>
 <message id="audio.error.microphoneInUse"><translation>The microphone is in use by another application.</translation></message>

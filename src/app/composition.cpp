@@ -129,11 +129,12 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   s.voiceActivityModel = std::make_unique<WhisperVoiceActivityModel>(VADModelManager::sha256(), s.logging);
   s.downloader = std::make_unique<QtHttpDownloader>();
   s.audioWorkers = std::make_unique<WorkerPool>(1, QStringLiteral("audio.conversion"));
+  s.storageWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("audio.storage"));
   s.fileWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("files"));
   s.settings = std::make_unique<SettingsManager>(*s.defaults, s.paths.standard, s.logging, s.appLogger.get());
   s.audioConverter = std::make_unique<AudioConverter>(*s.mediaReaders, *s.resamplers, *s.audioWorkers, s.logging);
   s.audioFileConverter =
-      std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.audioWorkers, s.logging);
+      std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.storageWorkers, s.logging);
   buildSilenceTrimming(s);
   buildModels(s);
   if (!options.opensStore) return services;

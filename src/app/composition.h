@@ -72,7 +72,8 @@ struct Services {
   std::unique_ptr<SpeechEngine> speechEngine;
   std::unique_ptr<VoiceActivityModel> voiceActivityModel;  // loaded by the first recording that needs it
   std::unique_ptr<HttpDownloader> downloader;
-  std::unique_ptr<WorkerPool> audioWorkers;  // "audio.conversion"
+  std::unique_ptr<WorkerPool> audioWorkers;    // "audio.conversion"
+  std::unique_ptr<WorkerPool> storageWorkers;  // "audio.storage": compression; no decode waits for it
   std::unique_ptr<WorkerPool> fileWorkers;
   std::unique_ptr<SettingsManager> settings;
   std::unique_ptr<AudioConverter> audioConverter;

@@ -2,7 +2,7 @@
 
 #include "base/async/Await.h"
 #include "core/PushToTalk.h"
-#include "delivery/AccessibilityHelper.h"
+#include "delivery/AccessibilityPermission.h"
 #include "ports/DefaultsStore.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -42,7 +42,7 @@ void AudioRecordingManager::bindState() {
   });
   follow(use_.permission.hasMicrophonePermission(),
          [this](bool hasPermission) { use_.lifecycle.setHasMicrophonePermission(hasPermission); });
-  follow(use_.accessibility.accessibilityPermissionGranted(), [this](bool isGranted) {
+  follow(use_.accessibility.isGranted(), [this](bool isGranted) {
     if (isGranted && isConfigured_) use_.pushToTalk.configure();
   });
 }

@@ -10,7 +10,7 @@
 
 namespace quillmere {
 
-class AccessibilityHelper;
+class AccessibilityPermission;
 class AudioDeviceManager;
 class BareModifierKeyMonitor;
 class DefaultsStore;
@@ -35,7 +35,7 @@ class AudioRecordingManager final {
     RecordingLifecycle& lifecycle;
     BareModifierKeyMonitor& modifierMonitor;
     PushToTalk& pushToTalk;
-    AccessibilityHelper& accessibility;
+    AccessibilityPermission& accessibility;
   };
   AudioRecordingManager(const Parts& parts, const Logging& logging);
   ~AudioRecordingManager();

@@ -27,7 +27,6 @@ RecordingTranscriptionFlow::RecordingTranscriptionFlow(DictationServices service
   use_.recordingLifecycle.setOnInterrupted([this](const AudioRecorder::Interruption&) {
     handle(R::RecorderEnded{state_.newest}, pressNow(RecordingTriggerSource::autoStop));
   });
-  use_.sessionManager.setTracksUntilSettled(true);
 }
 
 RecordingTranscriptionFlow::~RecordingTranscriptionFlow() {
@@ -154,7 +153,8 @@ void RecordingTranscriptionFlow::begin(R::DictationId number, const Press& press
     data.showRecordingDialog = true;
   });
   Dictation::Beginning beginning{number, press.trigger, press.modeName, press.at};
-  auto dictation = std::make_shared<Dictation>(use_, *this, std::move(beginning), logger_);
+  DictationHost& host = *this;
+  auto dictation = std::make_shared<Dictation>(use_, host, std::move(beginning), logger_);
   dictations_.push_back(dictation);
   scope_.spawn(carry(std::move(dictation)));
 }

@@ -20,7 +20,7 @@ struct AudioInputDescription {
   int bitDepth = 0;
   bool isFloat = false;
   bool isMonitor = false;       // listens to an output: never a microphone
-  std::optional<float> volume;  // 0 to 1; none where the device has no volume of its own
+  std::optional<float> volume;  // 1 is 100 %, more where the user amplifies; none without a volume of its own
   bool isMuted = false;
   bool operator==(const AudioInputDescription&) const = default;
 };
@@ -34,10 +34,14 @@ class AudioDevices {
   virtual bool isConnected() const = 0;
   virtual std::vector<AudioInputDescription> inputs() const = 0;
   virtual std::optional<QString> defaultInputUid() const = 0;
+  // Which input the recordings of this program take while it is there; nothing: the default one. What other programs
+  // use is not changed.
+  virtual void preferInput(std::optional<QString> uid) = 0;
+  // What a recording takes now: the preferred input, else the default one.
+  virtual std::optional<QString> captureInputUid() const = 0;
   // Completes when the first list has arrived or the server can't be reached (then false), within 2 s.
   virtual Task<bool> waitUntilReady() = 0;
   // False when the server refused or doesn't know the device. Within 1 s.
-  virtual Task<bool> setDefaultInput(QString uid) = 0;
   virtual Task<bool> setInputVolume(QString uid, float scalar) = 0;
   [[nodiscard]] virtual Subscription observe(std::function<void(Change)> observer) = 0;
 };

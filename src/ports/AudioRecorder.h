@@ -11,9 +11,9 @@
 
 namespace quillmere {
 
-// One capture of the default input into a WAV file: 16 kHz, one channel, 16-bit integers. The file's header is valid at
-// every moment and what is older than 100 ms stands in the file, so that a killed process leaves a playable recording.
-// Main thread. Destroying a running recorder ends the capture and completes the file.
+// One capture of AudioDevices::captureInputUid() into a WAV file: 16 kHz, one channel, 16-bit integers. The file's
+// header is valid at every moment and what is older than 100 ms stands in the file, so that a killed process leaves a
+// playable recording. Main thread. Destroying a running recorder ends the capture and completes the file.
 class AudioRecorder {
  public:
   // The capture ended without stop(): the microphone or the sound server went away, or the disk is full. The file is
@@ -27,7 +27,7 @@ class AudioRecorder {
   virtual ~AudioRecorder() = default;
   // Creates the file and starts the capture; returns when the capture runs. Once. An error's domain is "audio" where
   // the sound server refused and "filesystem" where the file could not be made, its description a clear sentence.
-  // A cancel ends the capture again.
+  // A cancel ends the capture again and leaves no file.
   virtual Task<Result<void, PlatformError>> record(QString path) = 0;
   // Ends the capture, writes what is still under way and completes the file. Harmless when nothing runs. Not cancelled.
   virtual Task<void> stop() = 0;

@@ -9,7 +9,7 @@ class MicrophoneAuthorization {
   enum class Status { notDetermined, restricted, denied, authorized, unknown };
   virtual ~MicrophoneAuthorization() = default;
   virtual Status status() const = 0;
-  // Asks the user where the platform does that; true when access was granted.
+  // Asks the user or the platform anew, also after a refusal; true when access was granted.
   virtual Task<bool> requestAccess() = 0;
 };
 

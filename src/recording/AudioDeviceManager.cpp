@@ -17,9 +17,10 @@ qint64 millisecondsBetween(TimePoint from, TimePoint to) {
 
 }  // namespace
 
-AudioDeviceManager::AudioDeviceManager(AudioDevices& devices, Executor& executor, ErrorReporting* reporting,
-                                       const Logging& logging)
+AudioDeviceManager::AudioDeviceManager(AudioDevices& devices, AudioSettingsManager& settings, Executor& executor,
+                                       ErrorReporting* reporting, const Logging& logging)
     : devices_(devices),
+      settings_(settings),
       helper_(devices),
       executor_(executor),
       reporting_(reporting),
@@ -29,13 +30,13 @@ AudioDeviceManager::AudioDeviceManager(AudioDevices& devices, Executor& executor
   listener_ = devices_.observe([this](AudioDevices::Change change) { changed(change); });
   log_.info("Registered CoreAudio listener for %s changes", "device list");
   log_.info("Registered CoreAudio listener for %s changes", "default input");
+  choices_ = settings_.observeChanges([this](const QString& key) {
+    if (key == QLatin1String("selectedMicrophoneId")) followChoice();
+  });
+  followChoice();
 }
 
 AudioDeviceManager::~AudioDeviceManager() = default;
-
-void AudioDeviceManager::setOnSelectedDeviceInvalidated(std::function<void(const AudioDevice&)> callback) {
-  onSelectedDeviceInvalidated_ = std::move(callback);
-}
 
 void AudioDeviceManager::changed(AudioDevices::Change change) {
   const DeviceScanReason reason =
@@ -51,36 +52,64 @@ Task<bool> AudioDeviceManager::waitUntilReady() {
   return devices_.waitUntilReady();
 }
 
-void AudioDeviceManager::tellInvalidated(const AudioDevice& lost) {
-  static constexpr auto tell = [](AudioDeviceManager& self, AudioDevice device) -> Task<void> {
-    if (const auto callback = self.onSelectedDeviceInvalidated_) callback(device);
-    co_return;
-  };
-  scope_.spawn(tell(*this, lost));
+bool AudioDeviceManager::isThere(const std::optional<AudioDevice>& device) const {
+  const auto& available = availableDevices_.get();
+  return device && std::any_of(available.begin(), available.end(),
+                               [&](const AudioDevice& one) { return one.uid == device->uid; });
+}
+
+std::optional<AudioDevice> AudioDeviceManager::choice() const {
+  const QString id = settings_.selectedMicrophoneId();
+  if (id.isEmpty()) return std::nullopt;
+  for (const AudioDevice& device : availableDevices_.get())
+    if (device.uid == id) return device;
+  const auto& known = selectedDevice_.get();
+  return known && known->uid == id ? known : AudioDevice{id, id, id};
+}
+
+void AudioDeviceManager::followChoice() {
+  const std::optional<AudioDevice> chosen = choice();
+  if (chosen == selectedDevice_.get()) return;
+  selectedDevice_.set(chosen);
+  devices_.preferInput(chosen ? std::optional(chosen->uid) : std::nullopt);
+  refreshActiveDevice();
+  if (chosen)
+    log_.info("Selected input device: %s", chosen->name);
+  else
+    log_.info("Selected system default input device");
+}
+
+void AudioDeviceManager::selectDevice(const std::optional<AudioDevice>& device) {
+  settings_.setSelectedMicrophoneId(device ? device->uid : QString());
+}
+
+std::optional<AudioDevice> AudioDeviceManager::selectedDeviceInUse() const {
+  const auto& selected = selectedDevice_.get();
+  return selected && devices_.captureInputUid() == selected->uid ? selected : std::nullopt;
 }
 
 void AudioDeviceManager::scanDevices(DeviceScanReason reason) {
   const TimePoint start = executor_.now();
   log_.info("🔍 Scanning audio devices (reason=%{public}s)", rawValue(reason));
+  const bool wasThere = isThere(selectedDevice_.get());
   availableDevices_.set(helper_.listInputDevices());
   systemDefaultDeviceUID_.set(helper_.defaultInputDeviceUID());
+  selectedDevice_.set(choice());  // which may have got its name
 
-  if (const auto selected = selectedDevice_.get(); selected && devices_.isConnected()) {
-    const auto& available = availableDevices_.get();
-    const bool isThere = std::any_of(available.begin(), available.end(),
-                                     [&](const AudioDevice& device) { return device.uid == selected->uid; });
-    if (!isThere) {
-      log_.warning("Selected microphone %{public}s disappeared - reverting to system default", selected->name);
-      selectedDevice_.set(std::nullopt);
-      if (reporting_ && reporting_->isEnabled())
-        reporting_->addBreadcrumb({QStringLiteral("Selected audio device invalidated"),
-                                   QStringLiteral("audio.devices"),
-                                   ReportLevel::warning,
-                                   {{QStringLiteral("activeDeviceName"), activeInputDeviceName_.get()},
-                                    {QStringLiteral("selectedDeviceName"), selected->name},
-                                    {QStringLiteral("selectedDeviceUID"), selected->uid}}});
-      tellInvalidated(*selected);
-    }
+  if (const auto selected = selectedDevice_.get(); wasThere && devices_.isConnected() && !isThere(selected)) {
+    log_.warning("Selected microphone %{public}s disappeared - reverting to system default", selected->name);
+    if (reporting_ && reporting_->isEnabled())
+      reporting_->addBreadcrumb({QStringLiteral("Selected audio device invalidated"),
+                                 QStringLiteral("audio.devices"),
+                                 ReportLevel::warning,
+                                 {{QStringLiteral("activeDeviceName"), activeInputDeviceName_.get()},
+                                  {QStringLiteral("selectedDeviceName"), selected->name},
+                                  {QStringLiteral("selectedDeviceUID"), selected->uid}}});
+  } else if (selected && !wasThere && isThere(selected)) {
+    if (reason == DeviceScanReason::initialBootstrap)
+      log_.info("Restoring saved microphone selection on launch: %{public}s", selected->name);
+    else
+      log_.info("Selected microphone %{public}s is back", selected->name);
   }
   refreshActiveDevice();
 
@@ -100,75 +129,16 @@ void AudioDeviceManager::scanDevices(DeviceScanReason reason) {
 }
 
 void AudioDeviceManager::refreshActiveDevice() {
-  const auto selected = selectedDevice_.get();
-  std::optional<quint32> active;
-  if (selected) active = helper_.deviceID(selected->uid);
-  if (!active) active = helper_.defaultInputDeviceID();
+  const auto active = helper_.description(devices_.captureInputUid());
   if (!active) {
     inputVolumeScalar_.set(std::nullopt);
     activeInputDeviceIdentifier_.set(std::nullopt);
     activeInputDeviceName_.set(defaultName());
     return;
   }
-  inputVolumeScalar_.set(helper_.inputVolume(*active));
-  activeInputDeviceIdentifier_.set(helper_.deviceUID(*active));
-  QString name = selected ? selected->name : defaultName();
-  if (const auto readable = helper_.deviceName(*active)) name = *readable;
-  activeInputDeviceName_.set(name);
-}
-
-Task<void> AudioDeviceManager::selectDevice(std::optional<AudioDevice> device) {
-  selectedDevice_.set(device);
-  refreshActiveDevice();
-  if (device)
-    log_.info("Selected input device: %s", device->name);
-  else
-    log_.info("Selected system default input device");
-  auto applying = applySelectedDevice();
-  co_await std::move(applying);
-}
-
-Task<bool> AudioDeviceManager::applySelectedDevice() {
-  const auto selected = selectedDevice_.get();
-  if (!selected) co_return true;
-  if (!helper_.deviceID(selected->uid)) {
-    log_.warning(
-        "⚠️ Unable to resolve AudioDeviceID for UID: %s - device may have disconnected, falling back to system "
-        "default",
-        selected->uid);
-    if (!devices_.isConnected()) co_return false;  // nobody knows whether it has gone
-    selectedDevice_.set(std::nullopt);
-    if (const auto callback = onSelectedDeviceInvalidated_) callback(*selected);
-    scanDevices(DeviceScanReason::manual);
-    co_return false;
-  }
-  const auto current = helper_.defaultInputDeviceUID();
-  if (!current) {
-    log_.warning("⚠️ Unable to read current default input device");
-    co_return false;
-  }
-  if (*current == selected->uid) co_return true;
-  auto switching = helper_.setDefaultInputDevice(selected->uid);
-  const bool isSwitched = co_await std::move(switching);
-  if (isSwitched)
-    log_.info("🎚️ Switched system default input to: %s", selected->name);
-  else
-    log_.warning("⚠️ Failed to switch system default input to: %s", selected->name);
-  co_return isSwitched;
-}
-
-Task<void> AudioDeviceManager::restoreInputVolume(float value) {
-  const auto device = helper_.defaultInputDeviceID();
-  if (!device) {
-    log_.warning("Restore mic volume failed - unable to get system default device ID");
-    co_return;
-  }
-  auto setting = helper_.setInputVolumeScalar(*device, value);
-  const bool isSet = co_await std::move(setting);
-  if (isSet)
-    log_.info("Restored microphone input volume to %{public}s", QString::asprintf("%.0f%%", double(value) * 100));
-  else
-    log_.warning("Restore mic volume failed - unable to set volume");
+  inputVolumeScalar_.set(active->volume ? std::optional(std::clamp(*active->volume, 0.0F, 1.0F)) : std::nullopt);
+  activeInputDeviceIdentifier_.set(active->uid);
+  activeInputDeviceName_.set(active->name.isEmpty() ? defaultName() : active->name);
 }
 
 }  // namespace quillmere

@@ -1,14 +1,14 @@
 #pragma once
 #include <QDateTime>
-#include <QStringList>
 #include <optional>
+
+#include "ports/OutputVolume.h"
 
 namespace quillmere {
 
 // What a recording has changed for other programs.
 struct AudioEnvironmentState {
-  std::optional<float> originalVolume;  // 0 to 100; none when nothing was muted
-  QStringList pausedApps;               // always empty
+  std::optional<OutputLevel> originalLevel;  // none when nothing was muted
   QDateTime timestamp;
   bool didPauseMedia = false;
 };

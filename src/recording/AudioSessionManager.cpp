@@ -1,6 +1,6 @@
 #include "recording/AudioSessionManager.h"
 
-#include <cmath>
+#include <algorithm>
 
 namespace quillmere {
 
@@ -15,47 +15,53 @@ QString AudioSessionManager::secondsSince(const QDateTime& time) const {
   return QString::number(double(time.msecsTo(clock_.now())) / 1000, 'f', 1);
 }
 
-Task<AudioEnvironmentState> AudioSessionManager::prepareMutedEnvironment() {
+Task<AudioEnvironmentState> AudioSessionManager::prepareMutedEnvironment(Claim claim) {
   log_.info("🔇 Muting system audio for recording");
   AudioEnvironmentState state;
   state.timestamp = clock_.now();
-  auto reading = outputVolume_.volume();
-  const auto volume = co_await std::move(reading);
-  if (!volume) {
-    log_.error("AppleScript error getting volume: %@", volume.error().description);
+  const auto level = co_await outputVolume_.level();
+  if (!level) {
+    log_.error("AppleScript error getting volume: %@", level.error().description);
     log_.error("Failed to get system volume");
     log_.error("  ✗ Failed to mute system volume");
     co_return state;
   }
-  auto muting = outputVolume_.setVolume(0);
-  const auto muted = co_await std::move(muting);
+  const std::optional<OutputLevel> original = claim(*level);
+  if (!original) {
+    log_.info("  Another recording has muted %{public}s", level->name);
+    co_return state;
+  }
+  OutputLevel silent = *level;
+  std::fill(silent.channels.begin(), silent.channels.end(), 0);
+  const auto muted = co_await outputVolume_.setLevel(silent);
   if (!muted) {
     log_.error("AppleScript error setting volume: %@", muted.error().description);
     log_.error("Failed to mute system volume");
     log_.error("  ✗ Failed to mute system volume");
     co_return state;
   }
-  log_.info("  ✓ System volume saved (%s%%) and muted", QString::number(double(*volume), 'f', 0));
+  log_.info("  ✓ System volume saved (%s%%) and muted", QString::number(original->percent()));
   log_.info("  ✓ Audio muted for recording");
-  state.originalVolume = float(*volume);
+  state.originalLevel = original;
   state.timestamp = clock_.now();
   co_return state;
 }
 
-Task<void> AudioSessionManager::restoreAudioEnvironment(AudioEnvironmentState state) {
+Task<bool> AudioSessionManager::restoreAudioEnvironment(AudioEnvironmentState state) {
   log_.info("🔊 Restoring system audio");
-  if (state.originalVolume) {
-    const int percent = int(std::lround(*state.originalVolume));
-    auto writing = outputVolume_.setVolume(percent);
-    const auto written = co_await std::move(writing);
-    if (written) {
-      log_.info("  ✓ System volume restored to %s%%", QString::number(percent));
+  bool isRestored = true;
+  if (state.originalLevel) {
+    const auto written = co_await outputVolume_.setLevel(*state.originalLevel);
+    isRestored = written.hasValue();
+    if (isRestored) {
+      log_.info("  ✓ System volume restored to %s%%", QString::number(state.originalLevel->percent()));
     } else {
       log_.error("AppleScript error setting volume: %@", written.error().description);
       log_.error("  ✗ Failed to restore system volume");
     }
   }
   log_.info("  ✓ Audio restored after %ss", secondsSince(state.timestamp));
+  co_return isRestored;
 }
 
 Task<AudioEnvironmentState> AudioSessionManager::pauseMedia() {
@@ -68,8 +74,7 @@ Task<AudioEnvironmentState> AudioSessionManager::pauseMedia() {
   AudioEnvironmentState state;
   state.timestamp = clock_.now();
   state.didPauseMedia = true;
-  auto pausing = mediaPlayback_.pause();
-  co_await std::move(pausing);
+  co_await mediaPlayback_.pause();
   didPauseMediaDuringRecording_ = true;
   log_.info("  ✓ Media playback paused");
   co_return state;
@@ -82,8 +87,7 @@ Task<void> AudioSessionManager::resumeMedia(std::optional<AudioEnvironmentState>
   }
   log_.info("▶️ Resuming media playback after recording");
   didPauseMediaDuringRecording_ = false;
-  auto playing = mediaPlayback_.play();
-  co_await std::move(playing);
+  co_await mediaPlayback_.play();
   if (state)
     log_.info("  ✓ Media playback resumed after %ss", secondsSince(state->timestamp));
   else

@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <optional>
 
 #include "base/Clock.h"
@@ -17,9 +18,12 @@ class AudioSessionManager {
   AudioSessionManager(OutputVolume& outputVolume, MediaPlayback& mediaPlayback, const Clock& clock,
                       const Logging& logging);
 
-  // A state without an original volume: muting failed.
-  Task<AudioEnvironmentState> prepareMutedEnvironment();
-  Task<void> restoreAudioEnvironment(AudioEnvironmentState state);
+  // `claim` is asked before anything is changed: it gets what the default output stands at and says what is to be given
+  // back to it later, or nothing to leave it alone. A state without an original level: nothing was muted.
+  using Claim = std::function<std::optional<OutputLevel>(const OutputLevel& current)>;
+  Task<AudioEnvironmentState> prepareMutedEnvironment(Claim claim);
+  // Onto the output that was muted. False where that failed.
+  Task<bool> restoreAudioEnvironment(AudioEnvironmentState state);
   Task<AudioEnvironmentState> pauseMedia();
   // Does nothing unless pauseMedia() came before.
   Task<void> resumeMedia(std::optional<AudioEnvironmentState> state);

@@ -5,8 +5,8 @@
 #include <filesystem>
 
 #include "base/async/Await.h"
+#include "base/async/Offload.h"
 #include "base/text/LocalizedText.h"
-#include "recording/RecordingSessionManager.h"
 
 namespace quillmere {
 namespace {
@@ -59,35 +59,55 @@ void CrashRecoveryManager::leaveBreadcrumb(const QString& message, ReportLevel l
     use_.reporting->addBreadcrumb({message, QStringLiteral("audio.recovery"), level, data});
 }
 
+std::vector<CrashRecoveryManager::Orphan> CrashRecoveryManager::claimOrphans() {
+  auto sessions = use_.persistence.fetchUnfinishedRecordingSessions();
+  for (const char* status : {RecordingSessionManager::unsettledStatus, RecordingSessionManager::discardedStatus})
+    for (const auto& session : use_.persistence.fetchRecordingSessionsWithStatus(QString::fromLatin1(status)))
+      if (std::find(sessions.begin(), sessions.end(), session) == sessions.end()) sessions.push_back(session);
+  std::vector<Orphan> orphans;
+  for (const RecordingSessionPtr& session : sessions) {
+    auto lock = use_.locks.take(RecordingSessionManager::lockName(*session));
+    if (!lock)
+      log_.info("Session %s belongs to a living process, leaving it alone", idText(session));
+    else
+      orphans.push_back({session, idText(session), std::move(lock)});
+  }
+  // What its owner, or another recovery, has done with a row before it let go of it.
+  std::erase_if(orphans, [this](const Orphan& orphan) {
+    if (!orphan.session->id) return false;
+    const auto stored = use_.persistence.fetchRecordingSession(*orphan.session->id);
+    return !stored || (stored->endTime && !stored->status);
+  });
+  return orphans;
+}
+
 Task<std::vector<RecoveredRecording>> CrashRecoveryManager::recoverOrphanedRecordings() {
   Executor& executor = co_await currentExecutor();
   const TimePoint start = executor.now();
   std::vector<RecoveredRecording> recovered;
-  const auto sessions = use_.persistence.fetchUnfinishedRecordingSessions();
-  recoverUnsettled(recovered);
-  const auto unsettledCount = qint64(recovered.size());
-  if (sessions.empty()) {
+  std::vector<Orphan> orphans = claimOrphans();
+  if (orphans.empty()) {
     log_.info("No orphaned recordings found");
     co_return recovered;
   }
-  log_.info("Found %ld orphaned session(s)", qint64(sessions.size()));
+  log_.info("Found %ld orphaned session(s)", qint64(orphans.size()));
 
-  for (const RecordingSessionPtr& session : sessions) {
+  for (Orphan& orphan : orphans) {
+    co_await yieldNow();
     const TimePoint attemptStart = executor.now();
-    const QString sessionId = idText(session);
-    auto handling = handle(session, sessionId, recovered);
-    const Outcome outcome = co_await std::move(handling);
+    const Outcome outcome = co_await handle(orphan, recovered);
+    orphan.lock.reset();
     const qint64 took = millisecondsBetween(attemptStart, executor.now());
     if (took >= slowAttemptMs)
       leaveBreadcrumb(QStringLiteral("Slow crash recovery attempt"), ReportLevel::warning,
-                      {{QStringLiteral("sessionId"), sessionId},
+                      {{QStringLiteral("sessionId"), orphan.sessionId},
                        {QStringLiteral("durationMs"), took},
                        {QStringLiteral("outcome"), outcomeText(outcome)}});
   }
   use_.persistence.save();
 
-  const auto recoveredCount = qint64(recovered.size()) - unsettledCount;
-  const qint64 otherCount = qint64(sessions.size()) - recoveredCount;
+  const auto recoveredCount = qint64(recovered.size());
+  const qint64 otherCount = qint64(orphans.size()) - recoveredCount;
   const qint64 took = millisecondsBetween(start, executor.now());
   log_.info("Orphaned recording recovery complete: %ld recovered, %ld failed/deleted in %ldms", recoveredCount,
             otherCount, took);
@@ -99,23 +119,25 @@ Task<std::vector<RecoveredRecording>> CrashRecoveryManager::recoverOrphanedRecor
   co_return recovered;
 }
 
-// Recordings that were finished, but whose process ended before they had a place in the history.
-void CrashRecoveryManager::recoverUnsettled(std::vector<RecoveredRecording>& recovered) {
-  const auto sessions =
-      use_.persistence.fetchRecordingSessionsWithStatus(QString::fromLatin1(RecordingSessionManager::unsettledStatus));
-  if (sessions.empty()) return;
-  for (const RecordingSessionPtr& session : sessions) {
-    session->status.reset();
-    if (!session->audioFilePath || !QFileInfo(*session->audioFilePath).isFile()) continue;
-    if (!addToHistory(session, *session->audioFilePath)) continue;
-    log_.info("Session %s had no transcript yet, adding it to the history", idText(session));
-    recovered.push_back({session, *session->audioFilePath});
+// A recording that was finished, but whose process ended before it had a place in the history.
+CrashRecoveryManager::Outcome CrashRecoveryManager::addUnsettled(const Orphan& orphan,
+                                                                 std::vector<RecoveredRecording>& recovered) {
+  const RecordingSessionPtr& session = orphan.session;
+  const QString path = session->audioFilePath.value_or(QString());
+  if (!QFileInfo(path).isFile() || use_.persistence.fetchTranscriptOfSession(session)) {
+    use_.sessionManager.settleSession(session);
+    return Outcome::skipped;
   }
-  use_.persistence.save();
+  log_.info("Session %s had no transcript yet, adding it to the history", orphan.sessionId);
+  use_.sessionManager.createFailedTranscript(session, localizedText("recording.recovered.reason"));
+  recovered.push_back({session, path});
+  return Outcome::recovered;
 }
 
-Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(RecordingSessionPtr session, QString sessionId,
+Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(const Orphan& orphan,
                                                                  std::vector<RecoveredRecording>& recovered) {
+  const RecordingSessionPtr session = orphan.session;
+  const QString sessionId = orphan.sessionId;
   if (!session->audioFilePath || session->audioFilePath->isEmpty()) {
     use_.persistence.deleteRecordingSession(session);
     leaveBreadcrumb(QStringLiteral("Deleted orphaned session without audio path"), ReportLevel::info,
@@ -123,15 +145,12 @@ Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(RecordingSessio
     co_return Outcome::deletedMissingPath;
   }
   const QString path = *session->audioFilePath;
-  if (use_.isFileInUse && use_.isFileInUse(path)) {
-    log_.info("Session %s is being recorded by another process, leaving it alone", sessionId);
-    co_return Outcome::skipped;
-  }
   if (session->status == QLatin1String(RecordingSessionManager::discardedStatus)) {
     log_.info("Session %s was thrown away by its user, deleting", sessionId);
     discard(session, path);
     co_return Outcome::deletedDiscarded;
   }
+  if (session->endTime) co_return addUnsettled(orphan, recovered);
   const QVariantMap place{{QStringLiteral("sessionId"), sessionId}, {QStringLiteral("path"), path}};
   const QString extension = QFileInfo(path).suffix().toLower();
   if (extension == QStringLiteral("caf")) {
@@ -152,8 +171,7 @@ Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(RecordingSessio
     co_return Outcome::deletedUnrecoverable;
   }
   log_.info("Attempting to recover session %{public}s", sessionId);
-  auto recovering = recoverSession(session, path);
-  const auto final = co_await std::move(recovering);
+  const auto final = co_await recoverSession(session, path);
   if (!final) {
     leaveBreadcrumb(QStringLiteral("Recovery conversion failed"), ReportLevel::warning,
                     {{QStringLiteral("sessionId"), sessionId}, {QStringLiteral("rawPath"), path}});
@@ -201,30 +219,27 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
     log_.error("Cannot read WAV file for recovery: %s", properties.error().description);
     co_return std::nullopt;
   }
-  auto measuring = use_.audioFileConverter.durationSeconds(path);
-  const auto measured = co_await std::move(measuring);
+  const auto measured = co_await use_.audioFileConverter.durationSeconds(path);
   const double stated = properties->sampleRate > 0 ? double(properties->frames) / properties->sampleRate : 0;
   const double duration = measured.valueOr(stated);
 
   const bool isLarge = size >= wavToM4AThreshold;
   const QString format = isLarge ? QStringLiteral("m4a") : QStringLiteral("wav");
   const QString target = folder + u'/' + stem + u'.' + format;
+  const bool isInPlace = path == target;
+  if (!isInPlace) QFile::remove(target);
   if (isLarge) {
-    auto converting = use_.audioFileConverter.convertAudioToAAC(path, target);
-    const auto converted = co_await std::move(converting);
+    const auto converted = co_await use_.audioFileConverter.convertAudioToAAC(path, target);
     if (!converted) {
       log_.error("Failed to recover M4A: %s", localizedDescription(converted.error()));
       leaveFailure(session, path, converted.error());
       co_return std::nullopt;
     }
-  } else if (path != target) {
-    QFile::remove(target);
-    QFile file(path);
-    // A folder that has become read-only lets nothing go; a copy saves the recording all the same.
-    if (!file.rename(target) && !QFile::copy(path, target)) {
-      const AnyError error = PlatformError{QStringLiteral("filesystem"), int(file.error()), file.errorString()};
-      log_.error("Failed to recover WAV: %s", localizedDescription(error));
-      leaveFailure(session, path, error);
+  } else if (!isInPlace) {
+    const auto kept = co_await keepAs(path, target);
+    if (!kept) {
+      log_.error("Failed to recover WAV: %s", localizedDescription(kept.error()));
+      leaveFailure(session, path, kept.error());
       co_return std::nullopt;
     }
   }
@@ -235,15 +250,13 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
   session->sampleRate = properties->sampleRate;
   session->channelCount = qint16(properties->channelCount);
   session->audioFormat = format;
-  addToHistory(session, target);
-  // Saved at once: what follows may take minutes, and a row must not name a file that was moved away.
-  const bool isSaved = use_.persistence.save();
-  if (isLarge) {
-    if (isSaved) QFile::remove(path);
+  // Saved at once, and before the raw file goes: a row never names a file that is not there.
+  use_.sessionManager.createFailedTranscript(session, localizedText("recording.recovered.reason"));
+  if (use_.persistence.save() && !isInPlace) QFile::remove(path);
+  if (isLarge)
     log_.info("✅ Recovered M4A: %s (%ss, converted from %lldKB WAV)", target, secondsText(duration), size / 1024);
-  } else {
+  else
     log_.info("✅ Recovered WAV: %s (%ss, %lldKB)", target, secondsText(duration), size / 1024);
-  }
   leaveBreadcrumb(QStringLiteral("Recovered recording"), ReportLevel::info,
                   {{QStringLiteral("sessionId"), idText(session)},
                    {QStringLiteral("rawPath"), path},
@@ -253,18 +266,20 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
   co_return target;
 }
 
-bool CrashRecoveryManager::addToHistory(const RecordingSessionPtr& session, const QString& path) {
-  if (use_.persistence.fetchTranscriptOfSession(session)) return false;
-  const QString reason = localizedText("recording.recovered.reason");
-  const TranscriptPtr transcript = use_.persistence.insertTranscript();
-  transcript->date = session->startTime.value_or(use_.clock.now());
-  transcript->duration = session->durationInSeconds;
-  transcript->audioFilePath = path;
-  transcript->status = QStringLiteral("failed");
-  transcript->failedReason = reason;
-  transcript->text = reason;
-  transcript->recordingSession = session;
-  return true;
+// Under both names for now. A copy serves where links don't reach: another disk, or a file system without them.
+Task<Result<void, AnyError>> CrashRecoveryManager::keepAs(QString path, QString target) {
+  std::error_code failure;
+  std::filesystem::create_hard_link(QFile::encodeName(path).toStdString(), QFile::encodeName(target).toStdString(),
+                                    failure);
+  if (!failure) co_return Result<void, AnyError>();
+  WorkerPool copier(1, QStringLiteral("recovery"));
+  auto copying = offload(copier, [path, target](const StopFlag&) -> QString {
+    QFile file(path);
+    return file.copy(target) ? QString() : file.errorString();
+  });
+  const QString problem = co_await std::move(copying);
+  if (problem.isEmpty()) co_return Result<void, AnyError>();
+  co_return Failed{AnyError(PlatformError{QStringLiteral("filesystem"), failure.value(), problem})};
 }
 
 }  // namespace quillmere

@@ -1,6 +1,5 @@
 #pragma once
 #include <QString>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -10,7 +9,9 @@
 #include "base/log/Logger.h"
 #include "ports/ErrorReporting.h"
 #include "ports/MediaReader.h"
+#include "ports/ProcessLocks.h"
 #include "recording/AudioFileProperties.h"
+#include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/StandardFolders.h"
 
@@ -21,19 +22,20 @@ struct RecoveredRecording {
   QString path;  // its final file
 };
 
-// Saves what a killed process left of its recordings, once per launch. A recovered recording gets a row in the history,
-// so that it can be transcribed from there. Main thread; long conversions suspend. What fails is tried again at the
-// next launch; a cancel leaves the rest for then.
+// Saves what killed processes left of their recordings. Runs beside live recordings of this process and of others: it
+// touches only rows that it could lock, so of two recoveries at once each takes what the other does not. A recovered
+// recording gets a row in the history, so that it can be transcribed from there. Main thread; what takes long suspends.
+// What fails is tried again at the next launch; a cancel leaves the rest for then.
 class CrashRecoveryManager {
  public:
   struct Dependencies {
     PersistenceController& persistence;
+    RecordingSessionManager& sessionManager;
+    ProcessLocks& locks;
     AudioFileConverter& audioFileConverter;
     MediaReaderFactory& mediaReaders;
     const Clock& clock;
     StandardFolders folders;
-    // Whether a live process records into that file; such a session is nobody's orphan.
-    std::function<bool(const QString& path)> isFileInUse = {};
     ErrorReporting* reporting = nullptr;
   };
 
@@ -54,14 +56,20 @@ class CrashRecoveryManager {
     deletedUnrecoverable,
     conversionFailed
   };
+  // A row without a living owner, which is ours until the lock goes.
+  struct Orphan {
+    RecordingSessionPtr session;
+    QString sessionId;
+    std::unique_ptr<ProcessLocks::Lock> lock;
+  };
   static QString outcomeText(Outcome outcome);
 
-  Task<Outcome> handle(RecordingSessionPtr session, QString sessionId, std::vector<RecoveredRecording>& recovered);
+  std::vector<Orphan> claimOrphans();
+  Task<Outcome> handle(const Orphan& orphan, std::vector<RecoveredRecording>& recovered);
+  Outcome addUnsettled(const Orphan& orphan, std::vector<RecoveredRecording>& recovered);
   Task<std::optional<QString>> recoverSession(RecordingSessionPtr session, QString path);
+  Task<Result<void, AnyError>> keepAs(QString path, QString target);
   bool isRecoverable(const QString& path) const;
-  void recoverUnsettled(std::vector<RecoveredRecording>& recovered);
-  // False when it has a transcript already.
-  bool addToHistory(const RecordingSessionPtr& session, const QString& path);
   void discard(const RecordingSessionPtr& session, const QString& path);
   void leaveFailure(const RecordingSessionPtr& session, const QString& path, const AnyError& error);
   void leaveBreadcrumb(const QString& message, ReportLevel level, const QVariantMap& data);

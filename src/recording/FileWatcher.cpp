@@ -49,8 +49,7 @@ Task<Result<void, FileWatcherError>> FileWatcher::waitForFirstWrite(QString path
   log_.info("FileWatcher: Started watching %{public}s", path);
   // A write between the look at the size and the watch would never be told.
   if (isWritten()) written.resolve();
-  auto waiting = withTimeout(timeout, written.wait());
-  const bool isInTime = co_await std::move(waiting);
+  const bool isInTime = co_await withTimeout(timeout, written.wait());
   if (isInTime) {
     log_.info("FileWatcher: Received write event for %{public}s", path);
     co_return Result<void, FileWatcherError>();

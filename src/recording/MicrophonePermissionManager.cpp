@@ -56,7 +56,14 @@ void MicrophonePermissionManager::leaveBreadcrumb(const QString& message, Report
         {message, QStringLiteral("audio.permission"), level, {{QStringLiteral("status"), status}}});
 }
 
+void MicrophonePermissionManager::grant() {
+  hasMicrophonePermission_.set(true);
+  errorMessage_.set(QString());
+}
+
 Task<bool> MicrophonePermissionManager::requestPermission() {
+  // Whoever was refused may have been allowed since.
+  if (authorization_.status() == Status::denied) co_await authorization_.requestAccess();
   switch (authorization_.status()) {
     case Status::denied:
     case Status::restricted:
@@ -65,8 +72,7 @@ Task<bool> MicrophonePermissionManager::requestPermission() {
                       permissionStatus());
       co_return false;
     case Status::authorized:
-      hasMicrophonePermission_.set(true);
-      errorMessage_.set(QString());
+      grant();
       leaveBreadcrumb(QStringLiteral("Microphone permission already authorized"), ReportLevel::info,
                       permissionStatus());
       co_return true;
@@ -77,17 +83,14 @@ Task<bool> MicrophonePermissionManager::requestPermission() {
       break;
   }
   leaveBreadcrumb(QStringLiteral("Microphone permission prompt shown"), ReportLevel::info, permissionStatus());
-  auto question = authorization_.requestAccess();
-  const bool isGranted = co_await std::move(question);
+  const bool isGranted = co_await authorization_.requestAccess();
   leaveBreadcrumb(QStringLiteral("Microphone permission prompt resolved"), ReportLevel::info,
                   isGranted ? QStringLiteral("authorized") : QStringLiteral("denied"));
-  if (!isGranted) {
+  if (isGranted)
+    grant();
+  else
     refuse(true);
-    co_return false;
-  }
-  hasMicrophonePermission_.set(true);
-  errorMessage_.set(QString());
-  co_return true;
+  co_return isGranted;
 }
 
 }  // namespace quillmere

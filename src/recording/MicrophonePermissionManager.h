@@ -21,13 +21,14 @@ class MicrophonePermissionManager {
 
   // Looks without asking the user.
   void refreshPermission();
-  // Asks where nobody was asked yet. True: the microphone may be used. A cancel while the question is up changes
-  // nothing.
+  // Asks where nobody was asked yet, and anew after a refusal. True: the microphone may be used. A cancel while the
+  // question is up changes nothing.
   Task<bool> requestPermission();
   // "not_determined", "restricted", "denied", "authorized" or "unknown"
   QString permissionStatus() const;
 
  private:
+  void grant();
   void refuse(bool showsAlert);
   void leaveBreadcrumb(const QString& message, ReportLevel level, const QString& status);
 

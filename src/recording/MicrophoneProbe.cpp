@@ -30,8 +30,7 @@ void MicrophoneProbe::stop() {
 
 Task<void> MicrophoneProbe::listen() {
   for (;;) {
-    auto listening = listenOnce();
-    if (!co_await std::move(listening)) co_await sleepFor(retryPace);
+    if (!co_await listenOnce()) co_await sleepFor(retryPace);
   }
 }
 
@@ -47,16 +46,14 @@ Task<bool> MicrophoneProbe::listenOnce() {
   const Subscription levels = recorder.audioLevel().observe([this](float level) {
     if (isRunning_) level_.set(level);
   });
-  auto starting = recorder.start(folder.filePath(QStringLiteral("level.wav")));
-  const auto started = co_await std::move(starting);
+  const auto started = co_await recorder.start(folder.filePath(QStringLiteral("level.wav")));
   if (!started) {
     problem_.set(localizedDescription(started.error()));
     co_return false;
   }
   if (!isInterrupted) problem_.set(QString());
   for (int look = 0; look < looksPerFile && !isInterrupted; ++look) co_await sleepFor(lookPace);
-  auto stopping = recorder.stop();
-  co_await std::move(stopping);
+  co_await recorder.stop();
   co_return !isInterrupted;
 }
 

@@ -8,8 +8,8 @@
 
 namespace quillmere {
 
-// Listens to the default microphone without keeping anything, so that its level can be shown. Main thread. The factory
-// and the executor outlive it; its death ends the listening.
+// Listens to the microphone that recordings take without keeping anything, so that its level can be shown. Main thread.
+// The factory and the executor outlive it; its death ends the listening.
 class MicrophoneProbe {
  public:
   MicrophoneProbe(AudioRecorderFactory& recorders, Executor& executor, const Logging& logging);

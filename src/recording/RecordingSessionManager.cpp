@@ -5,14 +5,24 @@
 namespace quillmere {
 
 RecordingSessionManager::RecordingSessionManager(PersistenceController& persistence, const Clock& clock,
-                                                 const Logging& logging)
-    : persistence_(persistence), clock_(clock), log_(logging.logger(QStringLiteral("RecordingSessionManager"))) {}
+                                                 ProcessLocks& locks, const Logging& logging)
+    : persistence_(persistence),
+      clock_(clock),
+      locks_(locks),
+      log_(logging.logger(QStringLiteral("RecordingSessionManager"))) {}
+
+QString RecordingSessionManager::lockName(const RecordingSession& session) {
+  return QStringLiteral("recording-") + session.id.value_or(QUuid()).toString(QUuid::WithoutBraces);
+}
 
 RecordingSessionPtr RecordingSessionManager::createSession(const std::optional<QString>& deviceId,
                                                            const QString& deviceName, double sampleRate,
                                                            int channelCount, const QString& audioFormat,
-                                                           const std::optional<QString>& audioFilePath) {
+                                                           const QString& audioFilePath) {
   const RecordingSessionPtr session = persistence_.insertRecordingSession();
+  auto lock = locks_.take(lockName(*session));
+  if (!lock) log_.warning("The recording could not be locked: another program that starts now may take it for lost");
+  held_[*session->id] = std::move(lock);
   session->startTime = clock_.now();
   session->deviceId = deviceId;
   session->deviceName = deviceName;
@@ -21,7 +31,6 @@ RecordingSessionPtr RecordingSessionManager::createSession(const std::optional<Q
   session->audioFormat = audioFormat;
   session->audioFilePath = audioFilePath;
   persistence_.save();
-  currentRecordingSession_ = session;
   log_.info("📝 Created recording session: %s", session->id->toString(QUuid::WithoutBraces));
   return session;
 }
@@ -31,50 +40,61 @@ bool RecordingSessionManager::completeSession(const RecordingSessionPtr& session
   session->audioFilePath = path;
   session->durationInSeconds = duration;
   session->endTime = clock_.now();
-  const bool isWanted = session->status != QLatin1String(discardedStatus);
-  session->status.reset();
-  if (tracksUntilSettled_ && isWanted) session->status = QString::fromLatin1(unsettledStatus);
+  if (session->status != QLatin1String(discardedStatus)) session->status = QString::fromLatin1(unsettledStatus);
   const bool isSaved = persistence_.save();
-  if (session == currentRecordingSession_) currentRecordingSession_.reset();
   log_.info("✅ Updated recording session: duration=%ss, path=%s", QString::number(duration), path);
   return isSaved;
 }
 
-void RecordingSessionManager::settleSession(const RecordingSessionPtr& session) {
-  if (!session || session->status != QLatin1String(unsettledStatus)) return;
-  session->status.reset();
-  persistence_.save();
-}
-
 void RecordingSessionManager::discardSession(const RecordingSessionPtr& session) {
-  if (!session) return;
-  if (session->endTime) return settleSession(session);
   session->status = QString::fromLatin1(discardedStatus);
   persistence_.save();
 }
 
 TranscriptPtr RecordingSessionManager::createTranscript(const RecordingSessionPtr& session, double duration,
                                                         const std::optional<QString>& modeName,
-                                                        const std::optional<QString>& audioPath) {
-  if (session) session->status.reset();  // written together with the new row
-  const TranscriptPtr transcript = persistence_.createTranscript(duration, modeName, audioPath);
-  if (session) {
-    transcript->recordingSession = session;
-    persistence_.save();
-  }
+                                                        const std::optional<QString>& audioPath,
+                                                        const QString& status) {
+  const TranscriptPtr transcript = persistence_.insertTranscript();
+  if (status == QLatin1String("processing")) transcript->text = processingPlaceholder;
+  transcript->date = clock_.now();
+  transcript->duration = duration;
+  transcript->mode = modeName;
+  transcript->audioFilePath = audioPath;
+  transcript->status = status;
+  transcript->recordingSession = session;
+  if (session) session->status.reset();
+  persistence_.save();
+  if (session) releaseSession(session);
   return transcript;
 }
 
-RecordingSessionPtr RecordingSessionManager::takeCurrentSession() {
-  return std::exchange(currentRecordingSession_, nullptr);
+TranscriptPtr RecordingSessionManager::createFailedTranscript(const RecordingSessionPtr& session,
+                                                              const QString& reason) {
+  const TranscriptPtr transcript = persistence_.insertTranscript();
+  transcript->date = session->startTime.value_or(clock_.now());
+  transcript->duration = session->durationInSeconds;
+  transcript->audioFilePath = session->audioFilePath;
+  transcript->status = QStringLiteral("failed");
+  transcript->failedReason = reason;
+  transcript->text = reason;
+  transcript->recordingSession = session;
+  session->status.reset();
+  persistence_.save();
+  releaseSession(session);
+  return transcript;
 }
 
-void RecordingSessionManager::deleteCurrentSession() {
-  const RecordingSessionPtr session = takeCurrentSession();
-  if (!session || session->endTime) {
-    log_.info("No current session to delete");
-    return;
+void RecordingSessionManager::settleSession(const RecordingSessionPtr& session) {
+  if (!session) return;
+  if (session->endTime) {
+    session->status.reset();
+    persistence_.save();
   }
+  releaseSession(session);
+}
+
+void RecordingSessionManager::deleteSession(const RecordingSessionPtr& session) {
   if (session->audioFilePath) {
     if (QFile::remove(*session->audioFilePath))
       log_.info("Deleted incomplete audio file: %s", *session->audioFilePath);
@@ -82,8 +102,12 @@ void RecordingSessionManager::deleteCurrentSession() {
       log_.info("Could not delete incomplete audio file (may not exist): %s", *session->audioFilePath);
   }
   persistence_.deleteRecordingSession(session);
-  persistence_.save();
+  releaseSession(session);
   log_.info("🗑️ Deleted incomplete recording session");
+}
+
+void RecordingSessionManager::releaseSession(const RecordingSessionPtr& session) {
+  if (session->id) held_.erase(*session->id);
 }
 
 }  // namespace quillmere

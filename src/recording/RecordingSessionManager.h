@@ -1,51 +1,59 @@
 #pragma once
 #include <QString>
+#include <QUuid>
+#include <map>
+#include <memory>
 #include <optional>
 
 #include "base/Clock.h"
 #include "base/log/Logger.h"
+#include "ports/ProcessLocks.h"
 #include "storage/PersistenceController.h"
 
 namespace quillmere {
 
-// The row of the recording that runs. It stands in the store from the first moment, so that a killed process leaves a
-// trace. Main thread.
+// The rows of recordings. A row stands in the store from the first moment, so that a killed process leaves a trace, and
+// is locked before that: what is not settled and not locked belongs to no living process. A completed recording stays
+// marked until it is settled, that is until it has its place in the history or needs none. Main thread.
 class RecordingSessionManager {
  public:
-  RecordingSessionManager(PersistenceController& persistence, const Clock& clock, const Logging& logging);
+  RecordingSessionManager(PersistenceController& persistence, const Clock& clock, ProcessLocks& locks,
+                          const Logging& logging);
 
-  const RecordingSessionPtr& currentRecordingSession() const { return currentRecordingSession_; }
-  // A new, saved row, which becomes the current one.
+  // A new, saved and locked row.
   RecordingSessionPtr createSession(const std::optional<QString>& deviceId, const QString& deviceName,
                                     double sampleRate, int channelCount, const QString& audioFormat,
-                                    const std::optional<QString>& audioFilePath = {});
-  // With this on, a completed session is marked until it is settled, in the same save: a process that is killed before
-  // its recording reached the history then gets it back at the next launch. Off at first.
-  void setTracksUntilSettled(bool value) { tracksUntilSettled_ = value; }
+                                    const QString& audioFilePath);
+  // True when it is saved. It awaits being settled.
+  bool completeSession(const RecordingSessionPtr& session, const QString& path, double duration);
+  // Nobody wants this recording: it never comes back by itself, wherever its process is killed; unless it is settled,
+  // the next recovery removes it with its file. Saved.
+  void discardSession(const RecordingSessionPtr& session);
   // The history's row of a finished recording. The save that writes it settles the session, so that a killed process
   // leaves either the row or a session that awaits one. `session` may be null.
   TranscriptPtr createTranscript(const RecordingSessionPtr& session, double duration,
-                                 const std::optional<QString>& modeName, const std::optional<QString>& audioPath);
+                                 const std::optional<QString>& modeName, const std::optional<QString>& audioPath,
+                                 const QString& status = QStringLiteral("processing"));
+  // A row that tells `reason` and offers another try, for a completed recording that nobody is going to transcribe now.
+  TranscriptPtr createFailedTranscript(const RecordingSessionPtr& session, const QString& reason);
   // The recording ends without a row in the history. Saved.
   void settleSession(const RecordingSessionPtr& session);
-  // Nobody wants this recording: from now on it never comes back, wherever its process is killed. Saved.
-  void discardSession(const RecordingSessionPtr& session);
-  static constexpr const char* unsettledStatus = "awaiting_transcript";
-  static constexpr const char* discardedStatus = "discarded";  // of a session that is not completed yet
+  // Removes the row and its file.
+  void deleteSession(const RecordingSessionPtr& session);
+  // Leaves a row that can't be completed to the next recovery.
+  void releaseSession(const RecordingSessionPtr& session);
 
-  // True when it is saved.
-  bool completeSession(const RecordingSessionPtr& session, const QString& path, double duration);
-  // For an attempt that failed: removes its file and its row. A session that was completed is never touched.
-  void deleteCurrentSession();
-  // The row belongs to a recording that is being finished; deleteCurrentSession() can't reach it any more.
-  RecordingSessionPtr takeCurrentSession();
+  static constexpr const char* unsettledStatus = "awaiting_transcript";
+  static constexpr const char* discardedStatus = "discarded";
+  // The name of the lock that the owner of the row has.
+  static QString lockName(const RecordingSession& session);
 
  private:
   PersistenceController& persistence_;
   const Clock& clock_;
+  ProcessLocks& locks_;
   Logger log_;
-  RecordingSessionPtr currentRecordingSession_;
-  bool tracksUntilSettled_ = false;
+  std::map<QUuid, std::unique_ptr<ProcessLocks::Lock>> held_;
 };
 
 }  // namespace quillmere

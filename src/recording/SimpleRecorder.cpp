@@ -53,8 +53,7 @@ Task<Result<void, AnyError>> SimpleRecorder::start(QString path) {
       *early = std::move(interruption);
   });
   recordCalledAt_ = executor_.now();
-  auto recording = recorder->record(path);
-  const auto started = co_await std::move(recording);
+  const auto started = co_await recorder->record(path);
   if (!started) {
     if (started.error().description.isEmpty()) {
       log_.error("AVAudioRecorder.record() returned false");
@@ -92,8 +91,7 @@ Task<void> SimpleRecorder::stop() {
   isRecording_.set(false);
   audioLevel_.set(0.0F);
   if (recorder) {
-    auto stopping = shielded(recorder->stop());
-    co_await std::move(stopping);
+    co_await shielded(recorder->stop());
     if (const auto latency = recorder->firstSampleLatency()) firstSampleAt_ = recordCalledAt_ + *latency;
   }
   log_.info("SimpleRecorder stopped recording");

@@ -22,6 +22,9 @@ class AudioSettingsManager final : public SettingsChannel {
   bool setSoundTheme(SoundTheme value) { return set<"soundTheme">(rawValue(value)); }
   double soundEffectsVolume() const { return get<"soundEffectsVolume">(); }
   bool setSoundEffectsVolume(double value) { return set<"soundEffectsVolume">(value); }
+  // What recordings have taken from devices and not given back yet; see recording/BorrowedVolumes.
+  QString borrowedVolumes() const { return get<"borrowedVolumes">(); }
+  bool setBorrowedVolumes(const QString& value) { return set<"borrowedVolumes">(value); }
 };
 
 }  // namespace quillmere

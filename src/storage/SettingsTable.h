@@ -152,6 +152,7 @@ inline constexpr std::array settingsTable = [] {
       flag(G::audio, "enableSoundEffects", true, registered),
       choice<SoundTheme>(G::audio, "soundTheme", "Classic", registered),
       real(G::audio, "soundEffectsVolume", 0.5, 0.0, 1.0, registered),
+      internal(sensitive(text(G::audio, "borrowedVolumes", ""))),
 
       folder("appFolderPath", &appFolderDefault),
       folder("recordingsFolder", &recordingsFolderDefault),

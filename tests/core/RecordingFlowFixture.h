@@ -53,7 +53,6 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     deviceManager.scanDevices(DeviceScanReason::initialBootstrap);
     permission.refreshPermission();
     lifecycle.setHasMicrophonePermission(true);
-    lifecycle.setSettingsManager(&settings);
     workspace.frontmost = editor;
     accessibility.addApplication(editor.processId, node(QStringLiteral("AXWindow")));
     accessibility.focus(node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXValue"), QString()));
@@ -140,14 +139,16 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   std::unique_ptr<PersistenceController> persistence = std::move(*PersistenceController::open(storeAt, clock, logging));
   AppState appState{{executor, defaults, settings, *persistence, network, notices}, logging};
   AudioFileConverter converter{samples, encoder, workers, logging};
-  AudioDeviceManager deviceManager{devices, executor, &reporting, logging};
+  AudioDeviceManager deviceManager{devices, settings.audio(), executor, &reporting, logging};
   MicrophonePermissionManager permission{authorization, &reporting};
-  RecordingSessionManager sessions{*persistence, clock, logging};
+  RecordingSessionManager sessions{*persistence, clock, processLocks, logging};
   SimpleRecorder recorder{recorders, executor, logging};
   AudioSessionManager audioSession{outputVolume, playback, clock, logging};
-  RecordingLifecycle lifecycle{{executor, clock, recorder, converter, samples, deviceManager, sessions, audioSession,
-                                *persistence, folders, &reporting},
-                               logging};
+  RecordingEnvironment environment{{executor, devices, outputVolume, audioSession, settings.audio(), processLocks},
+                                   logging};
+  RecordingFinisher finisher{{converter, samples, sessions, *persistence, &reporting}, logging};
+  RecordingLifecycle lifecycle{
+      {executor, clock, recorder, deviceManager, sessions, environment, finisher, settings, &reporting}, logging};
   FileWatcher watcher{fileEvents, &reporting, logging};
   PowerActivityManager power{powerActivity, logging};
   AccessibilityHelper helper{{pasteboard, keySynthesizer, workspace, accessibility, &settings, executor}, {}, logging};

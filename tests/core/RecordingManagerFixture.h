@@ -51,9 +51,9 @@ struct RecordingManagerFixture : LocalEngineFixture, FakeDesktop {
   }
 
   void makeManager() {
-    const AudioRecordingPorts ports{recorders,     devices,    outputVolume, playback,   authorization,
-                                    powerActivity, fileEvents, workspace,    pasteboard, keySynthesizer,
-                                    accessibility, keyboard,   shortcuts};
+    const AudioRecordingPorts ports{recorders,     devices,    outputVolume, playback,    authorization,
+                                    powerActivity, fileEvents, workspace,    pasteboard,  keySynthesizer,
+                                    accessibility, keyboard,   shortcuts,    processLocks};
     AudioRecordingServices use{executor,  clock,   defaults,      settings, *store,  state,
                                *pipeline, samples, fileConverter, vad,      network, folders};
     use.errorReporting = &reporting;

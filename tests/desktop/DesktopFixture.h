@@ -199,7 +199,7 @@ class DesktopFixture {
   std::unique_ptr<WhisperModelManager> manager;
   FakeAudioDevices inputs;
   FakeAudioRecorderFactory recorders;
-  AudioDeviceManager devices{inputs, executor, nullptr, Logging(log)};
+  AudioDeviceManager devices{inputs, settings.audio(), executor, nullptr, Logging(log)};
   FakeGlobalShortcuts shortcuts;
   ShortcutStore shortcutStore{defaults, shortcuts, &state, Logging(log)};
   int toggles = 0, cancels = 0, stops = 0, trials = 0;

@@ -26,7 +26,7 @@ const QString toggleName = QStringLiteral("toggleRecordingWithTranscription");
 struct Fixture : InterfaceFixture {
   FakeAudioDevices audio;
   FakeAudioRecorderFactory recorders;
-  AudioDeviceManager devices{audio, executor, nullptr, Logging()};
+  AudioDeviceManager devices{audio, settings.audio(), executor, nullptr, Logging()};
   FakeGlobalShortcuts shortcuts;
   ShortcutStore shortcutStore{defaults, shortcuts, nullptr, Logging()};
   int cancels = 0;

@@ -15,54 +15,14 @@
 namespace quillmere {
 namespace {
 
-class AudioSessionManagerTest : public ::testing::Test {
- protected:
+TEST(AudioSessionManagerTest, PausesAndResumesOnce) {
   ManualExecutor executor;
-  FixedClock clock{QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC)};
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
+  const FixedClock clock(QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC));
   FakeOutputVolume output;
   FakeMediaPlayback playback;
-  AudioSessionManager manager{output, playback, clock, Logging(log)};
-  const PlatformError refusal{QStringLiteral("audio"), 1, QStringLiteral("no server")};
-};
-
-TEST_F(AudioSessionManagerTest, MutesAndGivesBack) {
-  for (const int volume : {65, 100, 0}) {
-    output.current = volume;
-    output.written.clear();
-    log->clear();
-    const auto state = runTask(executor, manager.prepareMutedEnvironment());
-    EXPECT_EQ(state.originalVolume, float(volume));
-    clock.set(clock.now().addMSecs(2500));
-    runTask(executor, manager.restoreAudioEnvironment(state));
-    EXPECT_EQ(output.written, (std::vector{0, volume}));
-    EXPECT_EQ(log->lines(), (QStringList{"🔇 Muting system audio for recording",
-                                         QStringLiteral("  ✓ System volume saved (%1%) and muted").arg(volume),
-                                         "  ✓ Audio muted for recording", "🔊 Restoring system audio",
-                                         QStringLiteral("  ✓ System volume restored to %1%").arg(volume),
-                                         "  ✓ Audio restored after 2.5s"}));
-  }
-  EXPECT_EQ(playback.pauses, 0);
-}
-
-TEST_F(AudioSessionManagerTest, FailedMutingChangesNothingLater) {
-  output.readError = refusal;
-  auto state = runTask(executor, manager.prepareMutedEnvironment());
-  EXPECT_FALSE(state.originalVolume);
-  output.readError.reset();
-  output.writeError = refusal;
-  state = runTask(executor, manager.prepareMutedEnvironment());
-  EXPECT_FALSE(state.originalVolume);
-  EXPECT_EQ(log->count(QStringLiteral("  ✗ Failed to mute system volume")), 2);
-  output.writeError.reset();
-  runTask(executor, manager.restoreAudioEnvironment(state));
-  EXPECT_TRUE(output.written.empty());
-}
-
-TEST_F(AudioSessionManagerTest, PausesAndResumesOnce) {
+  AudioSessionManager manager(output, playback, clock, Logging());
   runTask(executor, manager.resumeMedia(std::nullopt));
-  EXPECT_EQ(playback.plays, 0);
-  EXPECT_TRUE(log->contains(QStringLiteral("  Skipping resume - media was not paused by us")));
+  EXPECT_EQ(playback.plays, 0) << "not what somebody else has paused";
   for (int round = 0; round < 2; ++round) {
     const auto state = runTask(executor, manager.pauseMedia());
     EXPECT_TRUE(state.didPauseMedia);
@@ -73,7 +33,7 @@ TEST_F(AudioSessionManagerTest, PausesAndResumesOnce) {
   }
   EXPECT_EQ(playback.plays, 2);
   EXPECT_EQ(playback.listens, 1);
-  EXPECT_TRUE(output.written.empty());
+  EXPECT_EQ(output.writes, 0);
 }
 
 TEST(MusicBlockerTest, EndsTheTwoPlayersAndNothingElse) {

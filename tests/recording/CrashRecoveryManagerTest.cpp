@@ -6,11 +6,13 @@
 namespace quillmere {
 namespace {
 
+using namespace std::chrono_literals;
+
 class CrashRecoveryManagerTest : public RecordingFixture {
  protected:
   CrashRecoveryManagerTest() { QDir().mkpath(recordings()); }
 
-  // A row without an end, with a raw file of that size behind it (-1: no file).
+  // A row without an end that names a raw file of that size (-1: no file).
   RecordingSessionPtr orphan(const std::optional<QString>& name, qint64 bytes) {
     const RecordingSessionPtr session = persistence->insertRecordingSession();
     session->startTime = clock.now().addSecs(-60 + qint64(++orphans_));
@@ -19,16 +21,21 @@ class CrashRecoveryManagerTest : public RecordingFixture {
     if (name && bytes >= 0) FakeAudioRecorderFactory::fill(inRecordings(*name), bytes);
     return session;
   }
+  // A recovery of the process with these locks.
+  struct Program {
+    Program(CrashRecoveryManagerTest& test, ProcessLocks& its)
+        : sessions(*test.persistence, test.clock, its, test.logging),
+          manager({*test.persistence, sessions, its, test.converter, test.media, test.clock, test.folders(),
+                   &test.reporting},
+                  test.logging) {}
+    RecordingSessionManager sessions;
+    CrashRecoveryManager manager;
+  };
   std::vector<RecoveredRecording> recover() {
-    CrashRecoveryManager::Dependencies use{*persistence, converter, media, clock, folders()};
-    use.isFileInUse = [this](const QString& path) {
-      EXPECT_TRUE(mayBeUnsaved || !persistence->hasChanges()) << "the row of a moved file is saved before the next one";
-      return path == inUse;
-    };
-    use.reporting = &reporting;
-    CrashRecoveryManager manager(use, logging);
-    auto recovered = runTask(executor, manager.recoverOrphanedRecordings());
+    Program program(*this, otherLocks);
+    auto recovered = runTask(otherExecutor, program.manager.recoverOrphanedRecordings());
     EXPECT_FALSE(persistence->hasChanges());
+    EXPECT_TRUE(otherLocks.held().empty());
     return recovered;
   }
   QString target(const RecordingSessionPtr& session, const char* extension) const {
@@ -39,8 +46,8 @@ class CrashRecoveryManagerTest : public RecordingFixture {
     return persistence->fetchRecordingSession(*session->id) != nullptr;
   }
 
-  QString inUse;
-  bool mayBeUnsaved = true;
+  FakeProcessLocks otherLocks{locks.machine()};
+  ManualExecutor otherExecutor;
 
  private:
   int orphans_ = 0;
@@ -72,10 +79,6 @@ TEST_F(CrashRecoveryManagerTest, WhatCantBeSavedGoesWithItsRow) {
     }
   }
   EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
-  log->clear();
-  recover();
-  EXPECT_EQ(log->lines(), QStringList{QStringLiteral("No orphaned recordings found")});
-
   media.openError = MediaError::Kind::cannotOpen;
   const RecordingSessionPtr damaged = orphan(QStringLiteral(".incomplete_c.wav"), 50000);
   recover();
@@ -119,7 +122,6 @@ TEST_F(CrashRecoveryManagerTest, AFailedConversionIsTriedAgainAndHoldsNobodyUp) 
   const RecordingSessionPtr large = orphan(QStringLiteral(".incomplete_1.wav"), 26214400);
   const RecordingSessionPtr small = orphan(QStringLiteral(".incomplete_2.wav"), 5000);
   encoder.failures = 1;
-  mayBeUnsaved = false;
   auto recovered = recover();
   ASSERT_EQ(recovered.size(), 2u);
   EXPECT_EQ(recovered[1].session, small);
@@ -129,8 +131,6 @@ TEST_F(CrashRecoveryManagerTest, AFailedConversionIsTriedAgainAndHoldsNobodyUp) 
   EXPECT_EQ(breadcrumbs(QStringLiteral("Recovery failed")), 1);
   EXPECT_EQ(breadcrumbs(QStringLiteral("Recovery conversion failed")), 1);
   EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 2u);
-  EXPECT_TRUE(
-      log->contains(QStringLiteral("Orphaned recording recovery complete: 2 recovered, 1 failed/deleted in 0ms")));
   recovered = recover();
   ASSERT_EQ(recovered.size(), 1u);
   EXPECT_EQ(recovered[0].path, target(large, "m4a"));
@@ -158,33 +158,84 @@ TEST_F(CrashRecoveryManagerTest, FoldersThatCantBeWritten) {
   QFile::setPermissions(recordings(), QFile::Permissions(0x7777));
 }
 
-TEST_F(CrashRecoveryManagerTest, WhatIsStillRecordedStaysAndWhatItsUserThrewAwayGoes) {
-  const RecordingSessionPtr live = orphan(QStringLiteral(".incomplete_live.wav"), 60);
-  const RecordingSessionPtr unwanted = orphan(QStringLiteral(".incomplete_1.wav"), 50000);
-  inUse = inRecordings(QStringLiteral(".incomplete_live.wav"));
-  sessions->discardSession(unwanted);
+// At no moment from the row to the history does a recovery, of this process or of another, take a living recording.
+TEST_F(CrashRecoveryManagerTest, LivingRecordingsAreLeftAlone) {
+  recorders.startTakes = recorders.stopTakes = 20ms;
+  recorders.bytesAtStop = CrashRecoveryManager::wavToM4AThreshold;  // and a conversion
+  Program itself(*this, locks);
+  TaskScope scope(executor);
+  auto starting = scope.spawn(lifecycle.startRecording());
+  TaskHandle<std::optional<RecordingStopResult>> stopping;
+  int moments = 0;
+  for (bool isStopping = false; !isStopping || !stopping.isDone(); ++moments) {
+    if (!executor.runOne()) executor.advance(10ms);
+    const QStringList before = kept();
+    EXPECT_TRUE(recover().empty());
+    EXPECT_TRUE(runTask(otherExecutor, itself.manager.recoverOrphanedRecordings()).empty());
+    for (const QString& name : before) EXPECT_TRUE(kept().contains(name)) << qPrintable(name);
+    ASSERT_EQ(persistence->fetchAllRecordingSessions().size(), recorders.paths.isEmpty() ? 0u : 1u) << moments;
+    if (lifecycle.isRecording().get() && lifecycle.recordingDuration().get() > 1.2 && !isStopping) {
+      isStopping = true;
+      stopping = scope.spawn(lifecycle.stopRecording());
+    }
+  }
+  EXPECT_GT(moments, 30);
+  const auto result = runTask(executor, stopping.join());
+  EXPECT_TRUE(recover().empty()) << "it awaits its row";
+  EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
+  // Killed now.
+  locks.kill();
+  const auto recovered = recover();
+  ASSERT_EQ(recovered.size(), 1u);
+  EXPECT_EQ(recovered[0].path, result->path);
+}
+
+TEST_F(CrashRecoveryManagerTest, OfTwoRecoveriesEachTakesWhatTheOtherDoesNot) {
+  for (int i = 0; i < 4; ++i)
+    orphan(QStringLiteral(".incomplete_%1.wav").arg(i), i == 1 ? CrashRecoveryManager::wavToM4AThreshold : 9000);
+  Program first(*this, locks), second(*this, otherLocks);
+  TaskScope scope(executor);
+  auto one = scope.spawn(first.manager.recoverOrphanedRecordings());
+  auto other = scope.spawn(second.manager.recoverOrphanedRecordings());
+  executor.runUntil([&] { return one.isDone() && other.isDone(); });
+  EXPECT_EQ(runTask(executor, one.join()).size() + runTask(executor, other.join()).size(), 4u);
+  EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 4u);
+  EXPECT_TRUE(kept().isEmpty());
+}
+
+TEST_F(CrashRecoveryManagerTest, WhatItsUserThrewAwayGoesAtEveryStage) {
+  const auto started = runTask(executor, lifecycle.startRecording());
+  executor.advance(2s);
+  for (const bool isFinished : {false, true}) {
+    if (isFinished)
+      ASSERT_TRUE(stop(StopIntent::discard)->path);
+    else
+      sessions.discardSession(started->session);
+    EXPECT_TRUE(recover().empty());
+    EXPECT_TRUE(isRowThere(started->session)) << "its process lives";
+  }
+  locks.kill();
   EXPECT_TRUE(recover().empty());
-  EXPECT_TRUE(isRowThere(live) && !live->endTime);
-  EXPECT_FALSE(isRowThere(unwanted));
-  EXPECT_EQ(kept(), QStringList{QStringLiteral(".incomplete_live.wav")});
+  EXPECT_FALSE(isRowThere(started->session));
+  EXPECT_TRUE(kept().isEmpty());
   EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
 }
 
-TEST_F(CrashRecoveryManagerTest, AFinishedRecordingWithoutTranscriptComesBackOnlyUntilItIsSettled) {
-  sessions->setTracksUntilSettled(true);
-  const auto finished = [&](const QString& name) {
-    FakeAudioRecorderFactory::fill(inRecordings(name), 9000);
-    const auto session = sessions->createSession({}, QStringLiteral("Mic"), 16000, 1, QStringLiteral("WAV"));
-    EXPECT_TRUE(sessions->completeSession(session, inRecordings(name), 2.5));
+TEST_F(CrashRecoveryManagerTest, AFinishedRecordingComesBackUntilItIsSettled) {
+  const auto finished = [&](const char* name) {
+    const QString path = inRecordings(QString::fromLatin1(name));
+    FakeAudioRecorderFactory::fill(path, 9000);
+    const auto session = sessions.createSession({}, QStringLiteral("Mic"), 16000, 1, QStringLiteral("WAV"), path);
+    EXPECT_TRUE(sessions.completeSession(session, path, 2.5));
     return session;
   };
-  const auto lost = finished(QStringLiteral("recording_1.wav"));
-  sessions->settleSession(finished(QStringLiteral("recording_2.wav")));
-  sessions->discardSession(finished(QStringLiteral("recording_5.wav")));
-  const auto transcribed = finished(QStringLiteral("recording_3.wav"));
-  persistence->createTranscript(2.5, {}, transcribed->audioFilePath)->recordingSession = transcribed;
-  finished(QStringLiteral("recording_4.wav"));
+  const auto lost = finished("recording_1.wav");
+  sessions.settleSession(finished("recording_2.wav"));
+  const auto transcribed = finished("recording_3.wav");
+  sessions.createTranscript(transcribed, 2.5, {}, transcribed->audioFilePath);
+  finished("recording_4.wav");
   QFile::remove(inRecordings(QStringLiteral("recording_4.wav")));
+  locks.kill();
 
   const auto recovered = recover();
   ASSERT_EQ(recovered.size(), 1u);

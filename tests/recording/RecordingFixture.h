@@ -13,6 +13,7 @@
 #include "support/FakeMediaEncoder.h"
 #include "support/FakeMediaPlayback.h"
 #include "support/FakeOutputVolume.h"
+#include "support/FakeProcessLocks.h"
 #include "support/ManualExecutor.h"
 #include "support/PlainSamples.h"
 #include "support/RecordingLogSink.h"
@@ -21,19 +22,17 @@
 
 namespace quillmere {
 
-// Everything a recording needs, with the store in memory and the files in a folder of its own.
+// The recording side over a made-up platform, with the store in memory and the files in a folder of its own.
 class RecordingFixture : public ::testing::Test {
  protected:
   RecordingFixture() {
     defaults.setValue(QStringLiteral("recordingsFolder"), recordings());
     defaults.setValue(QStringLiteral("mediaControlMode"), QStringLiteral("off"));
     defaults.setValue(QStringLiteral("autoIncreaseMicVolume"), false);
-    persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
-    settings = std::make_unique<SettingsManager>(defaults, folders(), logging);
     devices.list = {
         FakeAudioDevices::microphone(7, QStringLiteral("usb-mic"), QStringLiteral("Desk Microphone"), 1.0F)};
     devices.defaultUid = QStringLiteral("usb-mic");
-    sessions = std::make_unique<RecordingSessionManager>(*persistence, clock, logging);
+    lifecycle.setHasMicrophonePermission(true);
   }
 
   StandardFolders folders() const { return {home.path(), documents(), home.path(), home.path()}; }
@@ -48,6 +47,26 @@ class RecordingFixture : public ::testing::Test {
     return int(std::count_if(reporting.breadcrumbs.begin(), reporting.breadcrumbs.end(),
                              [&](const Breadcrumb& one) { return one.message == message; }));
   }
+  void setMediaControl(const char* mode) {
+    defaults.setValue(QStringLiteral("mediaControlMode"), QString::fromLatin1(mode));
+  }
+  void raiseMicrophone() { defaults.setValue(QStringLiteral("autoIncreaseMicVolume"), true); }
+
+  bool start() { return runTask(executor, lifecycle.startRecording()).hasValue(); }
+  std::optional<RecordingStopResult> stop(StopIntent intent = StopIntent::keep) {
+    return runTask(executor, lifecycle.stopRecording(intent));
+  }
+  // A whole recording.
+  RecordingStopResult record(Duration length = std::chrono::seconds(2)) {
+    EXPECT_TRUE(start());
+    executor.advance(length);
+    auto result = stop();
+    EXPECT_TRUE(result);
+    return result.value_or(RecordingStopResult());
+  }
+
+  const QString wav = QStringLiteral("recording_1700000000.wav");
+  const QString m4a = QStringLiteral("recording_1700000000.m4a");
 
   TestTexts texts;
   QTemporaryDir home;
@@ -65,9 +84,18 @@ class RecordingFixture : public ::testing::Test {
   FakeOutputVolume output;
   FakeMediaPlayback playback;
   FakeAudioRecorderFactory recorders;
-  std::unique_ptr<PersistenceController> persistence;
-  std::unique_ptr<SettingsManager> settings;
-  std::unique_ptr<RecordingSessionManager> sessions;
+  FakeProcessLocks locks;
+  std::unique_ptr<PersistenceController> persistence =
+      std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
+  SettingsManager settings{defaults, folders(), logging};
+  RecordingSessionManager sessions{*persistence, clock, locks, logging};
+  SimpleRecorder recorder{recorders, executor, logging};
+  AudioDeviceManager deviceManager{devices, settings.audio(), executor, &reporting, logging};
+  AudioSessionManager audioSession{output, playback, clock, logging};
+  RecordingEnvironment environment{{executor, devices, output, audioSession, settings.audio(), locks}, logging};
+  RecordingFinisher finisher{{converter, media, sessions, *persistence, &reporting}, logging};
+  RecordingLifecycle lifecycle{
+      {executor, clock, recorder, deviceManager, sessions, environment, finisher, settings, &reporting}, logging};
 };
 
 }  // namespace quillmere

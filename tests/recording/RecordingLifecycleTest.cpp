@@ -10,34 +10,17 @@ using Interruption = AudioRecorder::Interruption;
 
 class RecordingLifecycleTest : public RecordingFixture {
  protected:
-  RecordingLifecycleTest() {
-    lifecycle.setSettingsManager(settings.get());
-    lifecycle.setHasMicrophonePermission(true);
+  // Nothing is left of an attempt, and the next one works.
+  void expectNoTrace() {
+    EXPECT_FALSE(lifecycle.isRecording().get());
+    EXPECT_TRUE(recorders.running.empty());
+    EXPECT_TRUE(persistence->fetchAllRecordingSessions().empty());
+    EXPECT_TRUE(kept().isEmpty()) << qPrintable(kept().join(u' '));
+    EXPECT_EQ(output.percent(), 65);
+    EXPECT_EQ(playback.playing, 1);
+    EXPECT_EQ(devices.list[0].volume, 1.0F);
+    EXPECT_TRUE(settings.audio().borrowedVolumes().isEmpty());
   }
-
-  Result<void, AnyError> start() { return runTask(executor, lifecycle.startRecording()); }
-  std::optional<RecordingStopResult> stop() { return runTask(executor, lifecycle.stopRecording()); }
-  // A whole recording of two seconds.
-  RecordingStopResult record() {
-    EXPECT_TRUE(start());
-    executor.advance(2s);
-    auto result = stop();
-    EXPECT_TRUE(result);
-    return result.value_or(RecordingStopResult());
-  }
-  void setMediaControl(const char* mode) {
-    defaults.setValue(QStringLiteral("mediaControlMode"), QString::fromLatin1(mode));
-  }
-  const QString wav = QStringLiteral("recording_1700000000.wav");
-  const QString m4a = QStringLiteral("recording_1700000000.m4a");
-
-  SimpleRecorder recorder{recorders, executor, logging};
-  AudioDeviceManager deviceManager{devices, executor, &reporting, logging};
-  AudioSessionManager audioSession{output, playback, clock, logging};
-  RecordingLifecycle lifecycle{
-      RecordingLifecycle::Dependencies{executor, clock, recorder, converter, media, deviceManager, *sessions,
-                                       audioSession, *persistence, folders(), &reporting},
-      logging};
 };
 
 TEST_F(RecordingLifecycleTest, TheRowStandsInTheStoreBeforeTheFirstSample) {
@@ -53,20 +36,20 @@ TEST_F(RecordingLifecycleTest, TheRowStandsInTheStoreBeforeTheFirstSample) {
   EXPECT_EQ(rows[0]->deviceId, std::nullopt);
   EXPECT_EQ(rows[0]->audioFormat, QStringLiteral("WAV PCM 16000Hz 1ch"));
   EXPECT_FALSE(persistence->hasChanges());
+  EXPECT_TRUE(locks.isTaken(RecordingSessionManager::lockName(*rows[0])));
   EXPECT_FALSE(lifecycle.isRecording().get());
   executor.advance(10ms);
   EXPECT_TRUE(lifecycle.isRecording().get());
-  EXPECT_EQ(sessions->currentRecordingSession(), rows[0]);
-  EXPECT_TRUE(log->contains(QStringLiteral("Started recording to file: .incomplete_")));
 }
 
 TEST_F(RecordingLifecycleTest, ARecordingBecomesAFileARowAndAResult) {
-  runTask(executor, deviceManager.selectDevice(AudioDevice{"usb-mic", "Desk Microphone", "usb-mic"}));
+  deviceManager.selectDevice(AudioDevice{"usb-mic", "Desk Microphone", "usb-mic"});
   std::vector<bool> states;
   const auto watching = lifecycle.isRecording().observe([&](bool on) { states.push_back(on); });
   recorders.firstSample = 15ms;
   const TimePoint begin = executor.now();
-  ASSERT_TRUE(start());
+  const auto started = runTask(executor, lifecycle.startRecording());
+  ASSERT_TRUE(started);
   executor.advance(100ms);
   EXPECT_FLOAT_EQ(lifecycle.audioLevel().get(), 0.5F);
   executor.advance(950ms);
@@ -79,170 +62,111 @@ TEST_F(RecordingLifecycleTest, ARecordingBecomesAFileARowAndAResult) {
   EXPECT_EQ(result->path, inRecordings(wav));
   EXPECT_EQ(result->firstSampleAt, begin + 15ms);
   EXPECT_EQ(kept(), QStringList{wav});
-  EXPECT_EQ(lifecycle.lastRecordingURL().get(), result->path);
   EXPECT_EQ(lifecycle.recordingDuration().get(), 0);
   EXPECT_EQ(lifecycle.audioLevel().get(), 0);
   EXPECT_EQ(states, (std::vector{true, false}));
   ASSERT_TRUE(result->session);
+  EXPECT_EQ(result->session, started->session);
   EXPECT_TRUE(result->session->endTime);
   EXPECT_EQ(result->session->audioFilePath, inRecordings(wav));
   EXPECT_EQ(result->session->durationInSeconds, result->duration);
   EXPECT_EQ(result->session->deviceId, QStringLiteral("usb-mic"));
-  EXPECT_FALSE(persistence->hasChanges());
-  EXPECT_TRUE(log->contains(QStringLiteral("WAV file size (62KB) is under 25MB - using WAV: ") + wav));
-  EXPECT_FALSE(log->contains(QStringLiteral("checks"))) << "ready at the first look";
   EXPECT_EQ(executor.timerCount(), 0u);
   EXPECT_FALSE(stop()) << "nothing runs any more";
+
+  EXPECT_TRUE(locks.isTaken(RecordingSessionManager::lockName(*result->session))) << "it awaits its row";
+  const TranscriptPtr row = sessions.createTranscript(result->session, 1.05, QStringLiteral("Mail"), result->path);
+  EXPECT_EQ(row->recordingSession, result->session);
+  EXPECT_EQ(row->text, QString::fromLatin1(processingPlaceholder));
+  EXPECT_FALSE(result->session->status);
+  EXPECT_FALSE(persistence->hasChanges());
+  EXPECT_TRUE(locks.held().empty());
 }
 
 TEST_F(RecordingLifecycleTest, NothingChangesWithoutPermissionOrFolder) {
   setMediaControl("muteAudio");
   lifecycle.setHasMicrophonePermission(false);
-  auto started = start();
+  auto started = runTask(executor, lifecycle.startRecording());
   ASSERT_FALSE(started);
   EXPECT_EQ(std::get<AudioError>(started.error()).kind, AudioError::Kind::noPermission);
 
   lifecycle.setHasMicrophonePermission(true);
   defaults.remove(QStringLiteral("recordingsFolder"));  // Documents: the user has to be asked first
   const TimePoint before = executor.now();
-  started = start();
+  started = runTask(executor, lifecycle.startRecording());
   ASSERT_FALSE(started);
   EXPECT_EQ(std::get<AudioError>(started.error()).kind, AudioError::Kind::recordingFailed);
   EXPECT_EQ(executor.now() - before, 120s);
-  EXPECT_TRUE(output.written.empty());
+  EXPECT_EQ(output.writes, 0);
   EXPECT_TRUE(recorders.paths.isEmpty());
-  EXPECT_TRUE(persistence->fetchAllRecordingSessions().empty());
+  expectNoTrace();
 }
 
-TEST_F(RecordingLifecycleTest, WithoutSettingsItRecordsIntoDocuments) {
-  lifecycle.setSettingsManager(nullptr);
-  EXPECT_EQ(record().path, documents() + QStringLiteral("/Recordings/") + wav);
-}
-
-TEST_F(RecordingLifecycleTest, TheSizeDecidesWhatBecomesOfTheFile) {
+TEST_F(RecordingLifecycleTest, WhatIsTooShortLeavesNothing) {
   struct Case {
-    qint64 bytes;
-    bool isM4A;
+    Duration length;
+    std::optional<qint64> bytes;
     bool isTooShort;
   };
-  const Case cases[] = {{4999, false, true}, {5000, false, false}, {26214399, false, false}, {26214400, true, false}};
+  const Case cases[] = {{999ms, 64044, true},
+                        {1000ms, 4999, true},
+                        {1000ms, 5000, false},
+                        {999ms, std::nullopt, true},
+                        {1000ms, std::nullopt, false}};  // whoever waits for the file finds out
   for (const Case& one : cases) {
-    log->clear();
-    reporting.breadcrumbs.clear();
-    recorders.bytesAtStop = one.bytes;
-    const RecordingStopResult result = record();
-    const QString name = one.isM4A ? m4a : wav;
-    EXPECT_EQ(result.path, inRecordings(name)) << one.bytes;
-    EXPECT_EQ(kept(), QStringList{name}) << one.bytes;
-    EXPECT_EQ(log->contains(QStringLiteral("Raw audio file too small after 20 checks: 4999 bytes (minimum: 5000)")),
-              one.isTooShort);
-    EXPECT_EQ(breadcrumbs(QStringLiteral("Audio finalization error")), one.isTooShort);
-    EXPECT_EQ(result.session->audioFormat,
-              one.isM4A ? QStringLiteral("M4A AAC 16000Hz 1ch") : QStringLiteral("WAV PCM 16000Hz 1ch"));
-    EXPECT_TRUE(reporting.reports.empty()) << "too short is expected";
-    QFile::remove(inRecordings(name));
+    SCOPED_TRACE(one.bytes.value_or(-1));
+    recorders.bytesAtStart = recorders.bytesAtStop = one.bytes;
+    for (const StopIntent intent : {StopIntent::keep, StopIntent::discard}) {
+      ASSERT_TRUE(start());
+      executor.advance(one.length);
+      const auto result = stop(intent);
+      EXPECT_EQ(result->isTooShort, one.isTooShort);
+      EXPECT_EQ(result->path.has_value(), !one.isTooShort);
+      EXPECT_EQ(result->session != nullptr, !one.isTooShort);
+      EXPECT_TRUE(reporting.reports.empty() || !one.isTooShort) << "it is expected";
+      if (one.isTooShort) {
+        expectNoTrace();
+        EXPECT_TRUE(locks.held().empty());
+      } else {
+        sessions.deleteSession(result->session);
+      }
+    }
   }
 }
 
-TEST_F(RecordingLifecycleTest, AFileThatGrowsLateIsWaitedFor) {
-  recorders.bytesAtStop = 100;
-  ASSERT_TRUE(start());
+TEST_F(RecordingLifecycleTest, WhatIsThrownAwayIsMarkedBeforeTheRecorderStops) {
+  recorders.stopTakes = 50ms;
+  const auto started = runTask(executor, lifecycle.startRecording());
   executor.advance(2s);
-  executor.startTimer(120ms, [this] { FakeAudioRecorderFactory::fill(recorders.paths[0], 6000); });
-  const auto result = stop();
-  EXPECT_EQ(result->path, inRecordings(wav));
-  EXPECT_EQ(log->count(QStringLiteral("Raw audio file ready after 4 checks (6000 bytes)")), 1);
-}
-
-TEST_F(RecordingLifecycleTest, TheLadderOfTheConversion) {
-  struct Case {
-    int failures;
-    bool isExportable;
-    std::chrono::milliseconds waited;
-    const char* line;
-  };
-  const Case cases[] = {{0, true, 0ms, "Compressed to M4A 16000Hz 1ch @ 64 kbps (attempt 1): "},
-                        {1, true, 100ms, "(attempt 2): "},
-                        {4, true, 1500ms, "(attempt 5): "},
-                        {5, true, 1500ms, "M4A conversion failed after 5 attempts"},
-                        {5, false, 1500ms, "All M4A conversion methods failed - keeping oversized WAV"}};
-  recorders.bytesAtStop = 26214400 + 5000000;
-  for (const Case& one : cases) {
-    SCOPED_TRACE(one.line);
-    encoder.failures = one.failures;
-    encoder.canExport = one.isExportable;
-    encoder.settings.clear();
-    ASSERT_TRUE(start());
-    executor.advance(2s);
-    const TimePoint before = executor.now();
-    const auto result = stop();
-    const QString name = one.isExportable ? m4a : wav;
-    EXPECT_EQ(result->path, inRecordings(name));
-    EXPECT_EQ(result->session->audioFilePath, inRecordings(name));
-    EXPECT_EQ(kept(), QStringList{name});
-    EXPECT_EQ(int(encoder.settings.size()), std::min(one.failures + 1, 5));
-    EXPECT_EQ(executor.now() - before, one.waited);
-    EXPECT_TRUE(log->contains(QString::fromUtf8(one.line)));
-    EXPECT_EQ(result->conversionWarning.value_or(QString()).contains(QStringLiteral("29 MB")), !one.isExportable);
-    QFile::remove(inRecordings(name));
-  }
-}
-
-TEST_F(RecordingLifecycleTest, AFileThatCantBeReadIsReportedAndKept) {
-  media.openError = MediaError::Kind::cannotOpen;
-  const RecordingStopResult result = record();
-  EXPECT_EQ(result.path, inRecordings(wav));
-  EXPECT_EQ(kept(), QStringList{wav});
-  ASSERT_EQ(reporting.reports.size(), 1u);
-  EXPECT_EQ(reporting.reports[0].options.message, QStringLiteral("Audio finalization failed"));
-  const QVariantMap& extra = reporting.reports[0].options.extra;
-  EXPECT_EQ(extra.value(QStringLiteral("shortReason")), QStringLiteral("unknown"));
-  EXPECT_EQ(extra.value(QStringLiteral("rawSizeBytes")).toLongLong(), 64044);
-  EXPECT_EQ(result.session->audioFormat, QStringLiteral("WAV (unknown)"));
-}
-
-TEST_F(RecordingLifecycleTest, AFileThatCantBeRenamedIsLeftForTheRecovery) {
-  ASSERT_TRUE(start());
-  executor.advance(2s);
-  ASSERT_TRUE(QDir().mkpath(inRecordings(wav) + QStringLiteral("/in the way")));
-  const auto result = stop();
-  ASSERT_TRUE(result);
-  EXPECT_FALSE(result->path);
-  EXPECT_TRUE(QFile::exists(recorders.paths[0]));
-  EXPECT_EQ(persistence->fetchUnfinishedRecordingSessions().size(), 1u);
-  // The next attempt fails before it has a row; its clean-up must not reach the recording before it.
-  lifecycle.setHasMicrophonePermission(false);
-  EXPECT_FALSE(start());
-  sessions->deleteCurrentSession();
-  EXPECT_TRUE(QFile::exists(recorders.paths[0]));
-  EXPECT_EQ(persistence->fetchUnfinishedRecordingSessions().size(), 1u);
-}
-
-TEST_F(RecordingLifecycleTest, AnOlderRecordingOfTheSameSecondIsNotReplaced) {
-  record();
-  EXPECT_EQ(record().path, inRecordings(QStringLiteral("recording_1700000001.wav"))) << "the clock stands still here";
-  EXPECT_EQ(kept().size(), 2);
+  TaskScope scope(executor);
+  auto stopping = scope.spawn(lifecycle.stopRecording(StopIntent::discard));
+  executor.advance(10ms);
+  EXPECT_EQ(recorders.running.size(), 1u);
+  EXPECT_EQ(started->session->status, QString::fromLatin1(RecordingSessionManager::discardedStatus));
+  const auto result = runTask(executor, stopping.join());
+  EXPECT_EQ(result->path, inRecordings(wav)) << "the file is kept";
+  const TranscriptPtr row = sessions.createTranscript(result->session, 2, {}, result->path, "discarded");
+  EXPECT_EQ(row->status, QStringLiteral("discarded"));
+  EXPECT_FALSE(row->text) << "nobody transcribes it";
+  EXPECT_FALSE(result->session->status);
 }
 
 // --- starts and stops that meet
 
-TEST_F(RecordingLifecycleTest, AStartWhileOneRunsFinishesThatOne) {
-  sessions->setTracksUntilSettled(true);
+TEST_F(RecordingLifecycleTest, AStartWhileOneRunsFinishesThatOneIntoTheHistory) {
   ASSERT_TRUE(start());
   executor.advance(2s);
   clock.set(clock.now().addSecs(2));
   ASSERT_TRUE(start());
   EXPECT_TRUE(lifecycle.isRecording().get());
+  const auto rows = persistence->fetchTranscripts(-1);
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0]->status, QStringLiteral("failed"));
+  EXPECT_EQ(rows[0]->audioFilePath, inRecordings(wav));
   executor.advance(3s);
-  const auto result = stop();
-  EXPECT_NEAR(result->duration, 3, 1e-9);
+  EXPECT_NEAR(stop()->duration, 3, 1e-9);
   EXPECT_EQ(kept(), (QStringList{wav, QStringLiteral("recording_1700000002.wav")}));
   EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
-  EXPECT_EQ(persistence->fetchAllRecordingSessions().size(), 2u);
-  EXPECT_EQ(
-      persistence->fetchRecordingSessionsWithStatus(QString::fromLatin1(RecordingSessionManager::unsettledStatus)),
-      std::vector{result->session})
-      << "nobody gets the older one's result, so that nobody else could settle it";
 }
 
 TEST_F(RecordingLifecycleTest, TwoAtOnceTakeTurns) {
@@ -262,34 +186,86 @@ TEST_F(RecordingLifecycleTest, TwoAtOnceTakeTurns) {
   EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
 }
 
-TEST_F(RecordingLifecycleTest, AStartDuringALongConversionDoesNotWaitForIt) {
-  recorders.bytesAtStop = 26214400;
-  encoder.failures = 4;
-  ASSERT_TRUE(start());
-  executor.advance(2s);
+TEST_F(RecordingLifecycleTest, AFailedStartLeavesTheOneThatWaitsAlone) {
+  setMediaControl("muteAudio");
+  recorders.startTakes = 50ms;
+  recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("refused")};
   TaskScope scope(executor);
-  auto stopping = scope.spawn(lifecycle.stopRecording());
-  executor.runUntil([this] { return log->contains(QStringLiteral("M4A conversion attempt 1 failed")); });
-  recorders.bytesAtStop = 64044;
-  ASSERT_TRUE(start());
-  EXPECT_FALSE(stopping.isDone());
-  const QString second = sessions->currentRecordingSession()->audioFilePath.value();
-  const auto first = runTask(executor, stopping.join());
-  EXPECT_EQ(first->path, inRecordings(m4a));
+  auto first = scope.spawn(lifecycle.startRecording());
+  auto second = scope.spawn(lifecycle.startRecording());
+  executor.advance(60ms);
+  recorders.recordError.reset();
+  executor.advance(2s);
+  EXPECT_FALSE(runTask(executor, first.join()));
+  const auto started = runTask(executor, second.join());
+  ASSERT_TRUE(started);
   EXPECT_TRUE(lifecycle.isRecording().get());
-  EXPECT_EQ(sessions->currentRecordingSession()->audioFilePath, second) << "the finished one leaves it alone";
+  EXPECT_EQ(persistence->fetchAllRecordingSessions(), std::vector{started->session});
+  EXPECT_EQ(kept().size(), 1);
+  EXPECT_EQ(output.percent(), 0) << "muted by the second";
+  // Nor is one that runs touched by an attempt that fails before it has a row.
+  lifecycle.setHasMicrophonePermission(false);
+  EXPECT_FALSE(start());
+  EXPECT_TRUE(lifecycle.isRecording().get());
   EXPECT_TRUE(stop()->path);
+  EXPECT_EQ(output.percent(), 65);
 }
 
-TEST_F(RecordingLifecycleTest, ACancelNeverLeavesAStartOrAStopHalfDone) {
-  recorders.startTakes = recorders.stopTakes = 50ms;
-  TaskScope scope(executor);
-  auto starting = scope.spawn(lifecycle.startRecording());
-  executor.advance(10ms);
-  starting.cancel();
+TEST_F(RecordingLifecycleTest, AStartThatIsCancelledAtAnyMomentLeavesNoTrace) {
+  recorders.startTakes = 200ms;
+  output.takes = playback.takes = 40ms;
+  devices.volumeTakes = 30ms;
+  raiseMicrophone();
+  int cancelled = 0;
+  for (const char* mode : {"muteAudio", "pauseMedia"}) {
+    setMediaControl(mode);
+    for (int moment = 0;; ++moment) {
+      SCOPED_TRACE(QStringLiteral("%1, moment %2").arg(mode).arg(moment).toStdString());
+      TaskScope scope(executor);
+      auto starting = scope.spawn(lifecycle.startRecording());
+      for (int step = 0; step < moment && !starting.isDone(); ++step)
+        if (!executor.runOne()) executor.advance(10ms);
+      const bool isRunning = starting.isDone();
+      starting.cancel();
+      while (!starting.isDone())
+        if (!executor.runOne()) executor.advance(10ms);
+      if (isRunning) {
+        EXPECT_TRUE(lifecycle.isRecording().get()) << "a cancel that comes too late is none";
+        executor.advance(2s);
+        sessions.deleteSession(stop()->session);
+        break;
+      }
+      expectNoTrace();
+      ++cancelled;
+      if (HasFailure()) return;
+    }
+    executor.advance(1s);
+  }
+  EXPECT_GT(cancelled, 40);
+}
+
+TEST_F(RecordingLifecycleTest, AStartThatIsCancelledAtTheGateStopsWhatItWouldHaveReplacedAndNothingElse) {
+  ASSERT_TRUE(start());
   executor.advance(2s);
-  EXPECT_TRUE(starting.isDone());
-  EXPECT_TRUE(lifecycle.isRecording().get());
+  recorders.stopTakes = 100ms;
+  TaskScope scope(executor);
+  auto replacing = scope.spawn(lifecycle.startRecording());
+  auto waiting = scope.spawn(lifecycle.startRecording());
+  executor.advance(10ms);
+  replacing.cancel();
+  waiting.cancel();
+  executor.advance(1s);
+  EXPECT_TRUE(replacing.isDone() && waiting.isDone());
+  EXPECT_FALSE(lifecycle.isRecording().get());
+  EXPECT_EQ(kept(), QStringList{wav});
+  EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 1u);
+}
+
+TEST_F(RecordingLifecycleTest, ACancelledStopGoesToItsEnd) {
+  recorders.stopTakes = 50ms;
+  ASSERT_TRUE(start());
+  executor.advance(2s);
+  TaskScope scope(executor);
   auto stopping = scope.spawn(lifecycle.stopRecording());
   executor.advance(10ms);
   stopping.cancel();
@@ -297,6 +273,38 @@ TEST_F(RecordingLifecycleTest, ACancelNeverLeavesAStartOrAStopHalfDone) {
   EXPECT_TRUE(stopping.isDone());
   EXPECT_EQ(kept(), QStringList{wav});
   EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
+}
+
+TEST_F(RecordingLifecycleTest, AFailedStartPutsEverythingBack) {
+  recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("refused")};
+  raiseMicrophone();
+  for (const char* mode : {"muteAudio", "pauseMedia"}) {
+    setMediaControl(mode);
+    const auto started = runTask(executor, lifecycle.startRecording());
+    ASSERT_FALSE(started);
+    EXPECT_EQ(std::get<AudioError>(started.error()).reason, QStringLiteral("refused"));
+    expectNoTrace();
+  }
+  recorders.recordError.reset();
+  EXPECT_TRUE(record().path) << "and the next one works";
+}
+
+TEST_F(RecordingLifecycleTest, AStartDuringALongConversionDoesNotWaitForIt) {
+  recorders.bytesAtStop = RecordingFinisher::wavToM4AThresholdBytes;
+  encoder.failures = 4;
+  ASSERT_TRUE(start());
+  executor.advance(2s);
+  TaskScope scope(executor);
+  auto stopping = scope.spawn(lifecycle.stopRecording());
+  executor.runUntil([this] { return encoder.settings.size() == 1; });
+  recorders.bytesAtStop = 64044;
+  const auto second = runTask(executor, lifecycle.startRecording());
+  ASSERT_TRUE(second);
+  EXPECT_FALSE(stopping.isDone());
+  EXPECT_EQ(runTask(executor, stopping.join())->path, inRecordings(m4a));
+  EXPECT_TRUE(lifecycle.isRecording().get());
+  EXPECT_FALSE(second->session->endTime) << "the finished one leaves it alone";
+  EXPECT_TRUE(stop()->path);
 }
 
 // --- interruptions
@@ -328,165 +336,6 @@ TEST_F(RecordingLifecycleTest, AnInterruptionDuringTheStartIsToldWhenItRuns) {
   executor.advance(1s);
   EXPECT_EQ(whileRecording, std::vector{true});
   EXPECT_TRUE(stop()->interruption);
-}
-
-// --- what other programs play
-
-TEST_F(RecordingLifecycleTest, AFailedMuteDoesNotStopTheRecording) {
-  setMediaControl("muteAudio");
-  output.writeError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("no")};
-  ASSERT_TRUE(start());
-  EXPECT_TRUE(log->contains(QStringLiteral("Failed to mute audio environment, continuing recording")));
-  output.writeError.reset();
-  stop();
-  EXPECT_TRUE(output.written.empty());
-}
-
-TEST_F(RecordingLifecycleTest, SlowNeighboursDoNotHoldTheRecorderUp) {
-  struct Case {
-    const char* mode;
-    std::chrono::milliseconds startTakes;
-  };
-  for (const Case& one : {Case{"muteAudio", 300ms}, Case{"pauseMedia", 0ms}}) {
-    setMediaControl(one.mode);
-    output.takes = playback.takes = 800ms;
-    const TimePoint before = executor.now();
-    ASSERT_TRUE(start());
-    EXPECT_EQ(executor.now() - before, one.startTakes) << one.mode;
-    // Stopped before the answer has come: what comes late is put back all the same.
-    const auto result = stop();
-    EXPECT_TRUE(result->path);
-    EXPECT_LE(executor.now() - before, one.startTakes + 2300ms);
-    executor.advance(10s);
-    EXPECT_EQ(output.current, 65);
-    EXPECT_EQ(playback.playing, 1);
-    EXPECT_EQ(playback.paused, 0);
-  }
-}
-
-TEST_F(RecordingLifecycleTest, AQuickRestartNeverTakesSilenceForTheUsersVolume) {
-  setMediaControl("muteAudio");
-  output.takes = 200ms;
-  ASSERT_TRUE(start());
-  executor.advance(1s);
-  TaskScope scope(executor);
-  scope.spawn(lifecycle.stopRecording());
-  scope.spawn(lifecycle.startRecording());
-  executor.advance(5s);
-  EXPECT_TRUE(lifecycle.isRecording().get());
-  EXPECT_EQ(output.current, 0);
-  stop();
-  executor.advance(5s);
-  EXPECT_EQ(output.current, 65);
-}
-
-TEST_F(RecordingLifecycleTest, AFailedStartPutsEverythingBack) {
-  recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("refused")};
-  defaults.setValue(QStringLiteral("autoIncreaseMicVolume"), true);
-  for (const char* mode : {"muteAudio", "pauseMedia"}) {
-    setMediaControl(mode);
-    const auto started = start();
-    ASSERT_FALSE(started);
-    EXPECT_EQ(std::get<AudioError>(started.error()).reason, QStringLiteral("refused"));
-    EXPECT_FALSE(lifecycle.isRecording().get());
-    EXPECT_EQ(output.current, 65);
-    EXPECT_EQ(playback.playing, 1);
-    EXPECT_EQ(devices.list[0].volume, 1.0F);
-    sessions->deleteCurrentSession();
-    EXPECT_TRUE(persistence->fetchAllRecordingSessions().empty());
-    EXPECT_TRUE(kept().isEmpty());
-  }
-  recorders.recordError.reset();
-  EXPECT_TRUE(record().path) << "and the next one works";
-}
-
-TEST_F(RecordingLifecycleTest, TheMicrophonesVolumeIsRaisedAndGivenBack) {
-  struct Case {
-    std::optional<float> before;
-    const char* line;
-  };
-  const Case cases[] = {{1.0F, "🎚️ [ASYNC] SUCCESS - Volume changed from 100% → 90%"},
-                        {0.25F, "🎚️ [ASYNC] SUCCESS - Volume changed from 25% → 90%"},
-                        {std::nullopt, "🎚️ [ASYNC] Current volume: nil (unsupported)"}};
-  defaults.setValue(QStringLiteral("autoIncreaseMicVolume"), true);
-  for (const Case& one : cases) {
-    devices.list[0].volume = one.before;
-    devices.refusesVolume = !one.before;
-    devices.volumesSet.clear();
-    ASSERT_TRUE(start());
-    executor.advance(1s);
-    if (one.before) {
-      EXPECT_EQ(devices.list[0].volume, 0.9F);
-    }
-    EXPECT_TRUE(log->contains(QString::fromUtf8(one.line)));
-    stop();
-    executor.advance(1s);
-    EXPECT_EQ(devices.list[0].volume, one.before);
-    EXPECT_EQ(devices.volumesSet.size(), one.before ? 2u : 1u);
-  }
-}
-
-TEST_F(RecordingLifecycleTest, ARaiseThatEndsBehindTheStopIsUndoneToo) {
-  defaults.setValue(QStringLiteral("autoIncreaseMicVolume"), true);
-  devices.volumeTakes = 900ms;
-  const TimePoint before = executor.now();
-  ASSERT_TRUE(start());
-  EXPECT_EQ(executor.now(), before) << "nobody waits for the volume";
-  devices.volumeTakes = 0ms;
-  stop();
-  executor.advance(5s);
-  EXPECT_EQ(devices.list[0].volume, 1.0F);
-}
-
-// --- the conversion for storage
-
-class BackgroundConversionTest : public RecordingLifecycleTest {
- protected:
-  BackgroundConversionTest() {
-    QDir().mkpath(recordings());
-    transcript = persistence->createTranscript(2, QStringLiteral("Default"), path);
-    transcript->recordingSession = persistence->insertRecordingSession();
-    persistence->save();
-    FakeAudioRecorderFactory::fill(path, 64044);
-  }
-  void convert() { runTask(executor, lifecycle.convertInBackground(path, transcript)); }
-
-  QString path = inRecordings(wav);
-  TranscriptPtr transcript;
-};
-
-TEST_F(BackgroundConversionTest, TheRowsFollowTheFile) {
-  for (const int failures : {0, 1}) {
-    encoder.failures = failures;
-    FakeAudioRecorderFactory::fill(path, 64044);
-    convert();
-    EXPECT_EQ(kept(), QStringList{m4a});
-    EXPECT_EQ(transcript->audioFilePath, inRecordings(m4a));
-    EXPECT_EQ(transcript->recordingSession->audioFilePath, inRecordings(m4a));
-    EXPECT_FALSE(persistence->hasChanges());
-  }
-  EXPECT_EQ(breadcrumbs(QStringLiteral("Background WAV→M4A conversion succeeded")), 1);
-  EXPECT_EQ(breadcrumbs(QStringLiteral("Background WAV→M4A conversion succeeded (fallback)")), 1);
-}
-
-TEST_F(BackgroundConversionTest, AFailureKeepsTheWavAndOtherFilesAreLeftAlone) {
-  encoder.failures = 1;
-  encoder.canExport = false;
-  convert();
-  EXPECT_EQ(kept(), QStringList{wav});
-  EXPECT_EQ(transcript->audioFilePath, path);
-  EXPECT_EQ(breadcrumbs(QStringLiteral("Background WAV→M4A conversion failed (both methods)")), 1);
-  path = inRecordings(QStringLiteral("talk.flac"));
-  convert();
-  EXPECT_EQ(encoder.settings.size(), 1u);
-  EXPECT_TRUE(log->contains(QStringLiteral("Skipping background M4A conversion - file is not WAV: talk.flac")));
-}
-
-TEST_F(BackgroundConversionTest, ARecordingDeletedMeanwhileDoesNotComeBack) {
-  encoder.onOpen = [this] { QFile::remove(path); };
-  convert();
-  EXPECT_EQ(transcript->audioFilePath, path);
-  EXPECT_TRUE(kept().isEmpty()) << qPrintable(kept().join(u' '));
 }
 
 }  // namespace

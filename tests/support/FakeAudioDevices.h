@@ -13,11 +13,9 @@ class FakeAudioDevices final : public AudioDevices {
   std::vector<AudioInputDescription> list;
   std::optional<QString> defaultUid;
   bool isServerThere = true;
-  bool refusesDefault = false;
   bool refusesVolume = false;
   Duration volumeTakes = Duration::zero();
 
-  std::vector<QString> defaultsSet;
   std::vector<std::pair<QString, float>> volumesSet;
 
   static AudioInputDescription microphone(quint32 id, const QString& uid, const QString& name,
@@ -38,19 +36,14 @@ class FakeAudioDevices final : public AudioDevices {
   std::vector<AudioInputDescription> inputs() const override { return list; }
   std::optional<QString> defaultInputUid() const override { return defaultUid; }
   Task<bool> waitUntilReady() override { co_return isServerThere; }
-  Task<bool> setDefaultInput(QString uid) override {
-    defaultsSet.push_back(uid);
-    if (refusesDefault) co_return false;
-    defaultUid = uid;
-    tell(Change::defaultInput);
-    co_return true;
-  }
+  void preferInput(std::optional<QString> uid) override { preferred_ = std::move(uid); }
+  std::optional<QString> captureInputUid() const override { return find(preferred_) ? preferred_ : defaultUid; }
   Task<bool> setInputVolume(QString uid, float scalar) override {
     if (volumeTakes > Duration::zero()) co_await sleepFor(volumeTakes);
     volumesSet.emplace_back(uid, scalar);
-    if (refusesVolume) co_return false;
-    for (auto& input : list)
-      if (input.uid == uid) input.volume = scalar;
+    auto* const input = const_cast<AudioInputDescription*>(find(uid));
+    if (refusesVolume || !input) co_return false;
+    input->volume = scalar;
     co_return true;
   }
   Subscription observe(std::function<void(Change)> observer) override {
@@ -63,9 +56,28 @@ class FakeAudioDevices final : public AudioDevices {
     const auto observers = *observers_;
     for (const auto& [id, observer] : observers) observer(change);
   }
+  // The device goes, and comes back as it was left.
+  AudioInputDescription unplug(const QString& uid) {
+    const AudioInputDescription gone = *find(uid);
+    std::erase(list, gone);
+    if (defaultUid == uid) defaultUid = list.empty() ? std::nullopt : std::optional(list.front().uid);
+    tell(Change::deviceList);
+    return gone;
+  }
+  void plugIn(const AudioInputDescription& input) {
+    list.push_back(input);
+    tell(Change::deviceList);
+  }
   size_t observerCount() const { return observers_->size(); }
 
  private:
+  const AudioInputDescription* find(const std::optional<QString>& uid) const {
+    for (const auto& input : list)
+      if (input.uid == uid) return &input;
+    return nullptr;
+  }
+
+  std::optional<QString> preferred_;
   std::shared_ptr<std::map<int, std::function<void(Change)>>> observers_ =
       std::make_shared<std::map<int, std::function<void(Change)>>>();
   int lastId_ = 0;

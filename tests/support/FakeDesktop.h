@@ -14,6 +14,7 @@
 #include "support/FakeOutputVolume.h"
 #include "support/FakePasteboard.h"
 #include "support/FakePowerActivity.h"
+#include "support/FakeProcessLocks.h"
 #include "support/FakeUserNotices.h"
 #include "support/FakeVADProcessing.h"
 #include "support/FakeWorkspace.h"
@@ -35,6 +36,7 @@ struct FakeDesktop {
   FakeMediaPlayback playback;
   FakeMicrophoneAuthorization authorization;
   FakePowerActivity powerActivity;
+  FakeProcessLocks processLocks;
   FakeFileEvents fileEvents;
   FakeWorkspace workspace;
   FakePasteboard pasteboard;

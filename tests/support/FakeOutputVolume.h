@@ -1,31 +1,43 @@
 #pragma once
-#include <vector>
+#include <map>
 
 #include "base/async/Await.h"
 #include "ports/OutputVolume.h"
 
 namespace quillmere {
 
+// Outputs by their uid, with two channels each.
 class FakeOutputVolume final : public OutputVolume {
  public:
-  int current = 65;
+  std::map<QString, std::vector<double>> outputs{{QStringLiteral("speakers"), {0.65, 0.325}}};
+  QString defaultUid = QStringLiteral("speakers");
   std::optional<PlatformError> readError, writeError;
   Duration takes = Duration::zero();
-  std::vector<int> written;
+  int writes = 0;
 
-  Task<Result<int, PlatformError>> volume() override {
-    const int asked = current;
+  int percent(const QString& uid = QStringLiteral("speakers")) const {
+    return OutputLevel{uid, uid, outputs.at(uid)}.percent();
+  }
+
+  Task<Result<OutputLevel, PlatformError>> level(std::optional<QString> uid = {}) override {
+    const auto found = outputs.find(uid.value_or(defaultUid));
+    if (found == outputs.end()) co_return Failed{absent()};
+    const OutputLevel level{found->first, found->first.toUpper(), found->second};
     if (takes > Duration::zero()) co_await sleepFor(takes);
     if (readError) co_return Failed{*readError};
-    co_return asked;
+    co_return level;
   }
-  Task<Result<void, PlatformError>> setVolume(int percent) override {
+  Task<Result<void, PlatformError>> setLevel(OutputLevel level) override {
     if (takes > Duration::zero()) co_await sleepFor(takes);
     if (writeError) co_return Failed{*writeError};
-    written.push_back(percent);
-    current = percent;
+    if (!outputs.contains(level.uid)) co_return Failed{absent()};
+    ++writes;
+    outputs[level.uid] = level.channels;
     co_return Result<void, PlatformError>();
   }
+
+ private:
+  static PlatformError absent() { return {QStringLiteral("audio"), 5, QStringLiteral("No such entity")}; }
 };
 
 }  // namespace quillmere

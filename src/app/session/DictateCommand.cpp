@@ -24,8 +24,6 @@
 namespace quillmere {
 namespace {
 
-constexpr double minimumSeconds = 1.0;
-constexpr qint64 minimumBytes = 5000;
 constexpr float speechLevel = 0.25f;  // of the meter: -45 dB
 constexpr std::chrono::milliseconds meterPace{100};
 
@@ -112,10 +110,7 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
     co_return Failed{CommandFailure{session.audioManager->permissionManager().errorMessage().get(), exitFailure}};
   auto starting = lifecycle.startRecording();
   const auto started = co_await std::move(starting);
-  if (!started) {
-    session.audioManager->sessionManager().deleteCurrentSession();
-    co_return Failed{CommandFailure{localizedDescription(started.error()), exitFailure}};
-  }
+  if (!started) co_return Failed{CommandFailure{localizedDescription(started.error()), exitFailure}};
   Recording recording;
   recording.timings.triggerToRecorderRunning = executor.now() - triggered;
 
@@ -138,9 +133,7 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   context.onInterrupt = nullptr;
   context.terminal.clearStatus();
   recording.stoppedAt = executor.now();
-  RecordingSessionManager& sessions = session.audioManager->sessionManager();
-  if (isCancelled) sessions.discardSession(sessions.currentRecordingSession());
-  auto stopping = lifecycle.stopRecording();
+  auto stopping = lifecycle.stopRecording(isCancelled ? StopIntent::discard : StopIntent::keep);
   auto stopped = co_await std::move(stopping);
   lifecycle.setOnInterrupted({});
   context.onEnd = nullptr;
@@ -151,12 +144,10 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   recording.timings.stopToFileReady = executor.now() - recording.stoppedAt;
   if (stopped && stopped->firstSampleAt) recording.timings.triggerToFirstSample = *stopped->firstSampleAt - triggered;
   if (broken) context.terminal.err(broken->description);
-  if (!stopped || !stopped->path) co_return Failed{CommandFailure{localizedText("cli.dictate.nothing"), exitFailure}};
-  if (stopped->duration < minimumSeconds || QFileInfo(*stopped->path).size() < minimumBytes) {
-    forget(context.services, stopped);
+  if (stopped && stopped->isTooShort)
     co_return Failed{
         CommandFailure{localizedDescription(AudioError{AudioError::Kind::recordingTooShort, {}}), exitInput}};
-  }
+  if (!stopped || !stopped->path) co_return Failed{CommandFailure{localizedText("cli.dictate.nothing"), exitFailure}};
   recording.result = std::move(*stopped);
   recording.isEnded = isEnded;
   co_return recording;

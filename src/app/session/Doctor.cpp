@@ -62,6 +62,7 @@ Task<DoctorFinding> checkMicrophone(AudioDevices& devices, AudioRecorderFactory&
     co_return finding("microphone", Verdict::failed, localizedText("doctor.microphone.muted", input->name),
                       localizedText("doctor.microphone.mutedAdvice"));
   const QTemporaryDir folder;
+  devices.preferInput(input->uid);
   const auto recorder = recorders.create();
   auto recording = recorder->record(folder.filePath(QStringLiteral("level.wav")));
   const auto started = co_await std::move(recording);

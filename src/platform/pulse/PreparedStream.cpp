@@ -6,7 +6,7 @@ namespace quillmere {
 
 PreparedStream::PreparedStream(PulseConnection& connection, PulseAudioDevices& devices)
     : connection_(connection), devices_(devices) {
-  deviceSubscription_ = devices_.observeArrivals([this] { follow(); });
+  deviceSubscription_ = devices_.observeCaptureInput([this] { follow(); });
   stateSubscription_ = connection_.observeState([this](PulseConnection::State state) {
     if (state != PulseConnection::State::ready) drop();
   });
@@ -35,7 +35,7 @@ void PreparedStream::resume() {
 }
 
 void PreparedStream::follow() {
-  const std::optional<QString> source = devices_.defaultInputUid();
+  const std::optional<QString> source = devices_.captureInputUid();
   if ((stream_ || opening_) && source != source_) drop();
   if (isWanted_ && !isRecording_ && source && !stream_ && !opening_) open(*source);
 }

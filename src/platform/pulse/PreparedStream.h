@@ -4,8 +4,8 @@
 
 namespace quillmere {
 
-// A paused capture stream of the default source, kept ready after prepare(). A paused stream neither runs the
-// microphone nor keeps it from being suspended. Main thread.
+// A paused capture stream of the source that recordings take, kept ready after prepare(). A paused stream neither runs
+// the microphone nor keeps it from being suspended. Main thread.
 class PreparedStream {
  public:
   PreparedStream(PulseConnection& connection, PulseAudioDevices& devices);
@@ -15,7 +15,7 @@ class PreparedStream {
 
   void prepare();
   bool isReady() const { return stream_ != nullptr; }
-  // The stream, if there is one for the present default source. Afterwards none is kept until resume().
+  // The stream, if there is one for the present source. Afterwards none is kept until resume().
   std::shared_ptr<PulseStream> take();
   void resume();
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr Duration readyLimit = std::chrono::seconds(2);
 constexpr Duration requestLimit = std::chrono::milliseconds(600);
-constexpr Duration rereadLimit = std::chrono::milliseconds(300);
+constexpr Duration askLimit = std::chrono::milliseconds(300);
 
 QString property(const pa_source_info& source, const char* name) {
   return QString::fromUtf8(pa_proplist_gets(source.proplist, name));
@@ -47,8 +47,7 @@ AudioInputDescription describe(const pa_source_info& source) {
   input.isFloat = format == PA_SAMPLE_FLOAT32LE || format == PA_SAMPLE_FLOAT32BE;
   if (format == PA_SAMPLE_S24_32LE || format == PA_SAMPLE_S24_32BE) input.bitDepth = 24;
   input.isMonitor = source.monitor_of_sink != PA_INVALID_INDEX;
-  if (source.volume.channels > 0)
-    input.volume = std::clamp(float(pa_cvolume_max(&source.volume)) / float(PA_VOLUME_NORM), 0.0f, 1.0f);
+  if (source.volume.channels > 0) input.volume = float(pa_cvolume_max(&source.volume)) / float(PA_VOLUME_NORM);
   input.isMuted = source.mute != 0;
   return input;
 }
@@ -92,8 +91,18 @@ Subscription PulseAudioDevices::observe(std::function<void(Change)> observer) {
   return observers_.add(std::move(observer));
 }
 
-Subscription PulseAudioDevices::observeArrivals(std::function<void()> observer) {
-  return arrivalObservers_.add(std::move(observer));
+void PulseAudioDevices::preferInput(std::optional<QString> uid) {
+  if (std::exchange(preferred_, uid) != uid) captureObservers_.tell();
+}
+
+std::optional<QString> PulseAudioDevices::captureInputUid() const {
+  const auto isPreferred = [this](const AudioInputDescription& input) { return input.uid == preferred_; };
+  const bool isThere = std::any_of(snapshot_.inputs.begin(), snapshot_.inputs.end(), isPreferred);
+  return isThere ? preferred_ : defaultInputUid();
+}
+
+Subscription PulseAudioDevices::observeCaptureInput(std::function<void()> observer) {
+  return captureObservers_.add(std::move(observer));
 }
 
 void PulseAudioDevices::stateChanged(PulseConnection::State state) {
@@ -180,7 +189,7 @@ void PulseAudioDevices::arrived(Snapshot snapshot, bool isComplete) {
   const bool hasNewDefault = announced_.defaultSource != snapshot_.defaultSource;
   announced_ = snapshot_;
   const std::weak_ptr<int> alive = alive_;
-  arrivalObservers_.tell();
+  captureObservers_.tell();
   if (hasNewList && !alive.expired()) observers_.tell(Change::deviceList);
   if (hasNewDefault && !alive.expired()) observers_.tell(Change::defaultInput);
 }
@@ -193,33 +202,12 @@ Task<void> PulseAudioDevices::nextSnapshot() {
 
 Task<bool> PulseAudioDevices::waitUntilReady() {
   if (hasSnapshot_) co_return true;
-  auto connecting = connection_.waitUntilReady(readyLimit);
-  if (!co_await std::move(connecting)) co_return false;
+  if (!co_await connection_.waitUntilReady(readyLimit)) co_return false;
   if (hasSnapshot_) co_return true;
   if (!isReading_) refresh();
   auto reading = nextSnapshot();
-  auto task = withTimeout(readyLimit, std::move(reading));
-  co_await std::move(task);
+  co_await withTimeout(readyLimit, std::move(reading));
   co_return hasSnapshot_;
-}
-
-Task<bool> PulseAudioDevices::setDefaultInput(QString uid) {
-  auto requesting = connection_.request(
-      [name = uid.toUtf8()](pa_context* context, PulseConnection::SuccessCallback done, void* data) {
-        return pa_context_set_default_source(context, name.constData(), done, data);
-      },
-      requestLimit);
-  if (co_await std::move(requesting) != PA_OK) co_return false;
-  // Whoever records next must find the new default here.
-  refresh();
-  const TimePoint deadline = connection_.executor().now() + rereadLimit;
-  for (;;) {
-    auto reading = nextSnapshot();
-    auto task = withTimeout(deadline - connection_.executor().now(), std::move(reading));
-    const bool isInTime = co_await std::move(task);
-    if (!isInTime || snapshot_.defaultSource == uid || !hasSnapshot_) break;
-  }
-  co_return snapshot_.defaultSource == uid;
 }
 
 Task<bool> PulseAudioDevices::setInputVolume(QString uid, float scalar) {
@@ -238,21 +226,11 @@ Task<bool> PulseAudioDevices::setInputVolume(QString uid, float scalar) {
         context ? pa_context_get_source_info_by_name(context, name.constData(), source, reply.get()) : nullptr;
     PulseReply<std::optional<pa_cvolume>>::follow(operation, std::move(reply));
   });
-  auto waiting = asked.wait();
-  auto limited = withTimeout(rereadLimit, std::move(waiting));
-  const std::optional<std::optional<pa_cvolume>> answer = co_await std::move(limited);
+  const std::optional<std::optional<pa_cvolume>> answer = co_await withTimeout(askLimit, asked.wait());
   if (!answer || !*answer || (*answer)->channels == 0) co_return false;
   pa_cvolume volume = **answer;
-  const pa_volume_t before = pa_cvolume_max(&volume);
-  auto target = pa_volume_t(std::lround(std::clamp(scalar, 0.0f, 1.0f) * float(PA_VOLUME_NORM)));
-  const auto boosted = boosted_.find(uid);
-  if (target == PA_VOLUME_NORM && boosted != boosted_.end()) {
-    target = boosted->second;
-    boosted_.erase(boosted);
-  } else if (before > PA_VOLUME_NORM) {
-    boosted_[uid] = before;
-  }
-  pa_cvolume_scale(&volume, target);
+  const double target = std::clamp(double(scalar) * PA_VOLUME_NORM, 0.0, double(PA_VOLUME_MAX));
+  pa_cvolume_scale(&volume, pa_volume_t(std::lround(target)));
   auto requesting = connection_.request(
       [name = uid.toUtf8(), volume](pa_context* context, PulseConnection::SuccessCallback done, void* data) {
         return pa_context_set_source_volume_by_name(context, name.constData(), &volume, done, data);

@@ -1,6 +1,4 @@
 #pragma once
-#include <map>
-
 #include "platform/pulse/PulseConnection.h"
 #include "ports/AudioDevices.h"
 
@@ -18,12 +16,14 @@ class PulseAudioDevices final : public AudioDevices {
   std::vector<AudioInputDescription> inputs() const override { return snapshot_.inputs; }
   // None where all that the server has is the monitor of an output.
   std::optional<QString> defaultInputUid() const override;
+  void preferInput(std::optional<QString> uid) override;
+  std::optional<QString> captureInputUid() const override;
   Task<bool> waitUntilReady() override;
-  Task<bool> setDefaultInput(QString uid) override;
   Task<bool> setInputVolume(QString uid, float scalar) override;
   [[nodiscard]] Subscription observe(std::function<void(Change)> observer) override;
-  // Called for every list that arrives, also one without a Change.
-  [[nodiscard]] Subscription observeArrivals(std::function<void()> observer);
+  // Called when captureInputUid() may have changed: for every list that arrives, also one without a Change, and for
+  // another preference.
+  [[nodiscard]] Subscription observeCaptureInput(std::function<void()> observer);
 
  private:
   struct Snapshot {
@@ -47,10 +47,10 @@ class PulseAudioDevices final : public AudioDevices {
   bool hasSnapshot_ = false;
   bool isReading_ = false;
   bool isStale_ = false;
-  std::map<QString, quint32> boosted_;  // volumes above 100 % that were lowered here
+  std::optional<QString> preferred_;
   std::vector<Completion<>> readers_;
   Observers<Change> observers_;
-  Observers<> arrivalObservers_;
+  Observers<> captureObservers_;
   std::shared_ptr<int> alive_ = std::make_shared<int>();
   Subscription stateSubscription_;
   Subscription serverSubscription_;

@@ -48,7 +48,9 @@ class PulseAudioRecorder::StartGuard {
   StartGuard(const StartGuard&) = delete;
   StartGuard& operator=(const StartGuard&) = delete;
   ~StartGuard() {
-    if (recorder_ && !alive_.expired() && recorder_->phase_ == Phase::starting) recorder_->abandon();
+    if (!recorder_ || alive_.expired() || recorder_->phase_ != Phase::starting) return;
+    if (recorder_->file_) recorder_->file_->discard();
+    recorder_->abandon();
   }
   void dismiss() { recorder_ = nullptr; }
 
@@ -82,10 +84,8 @@ Task<Result<void, PlatformError>> PulseAudioRecorder::record(QString path) {
   meter_->startedAt = std::chrono::steady_clock::now();
   StartGuard guard(*this);
   makeFile(path);
-  auto capturing = startCapture();
-  const Result<void, PlatformError> captured = co_await std::move(capturing);
-  auto opening = opened_.wait();
-  const Result<void, PlatformError> opened = co_await std::move(opening);
+  const Result<void, PlatformError> captured = co_await startCapture();
+  const Result<void, PlatformError> opened = co_await opened_.wait();
   if (phase_ != Phase::starting) co_return Failed{soundError(PA_ERR_KILLED)};
   if (!captured || !opened) {
     file_->discard();
@@ -121,24 +121,26 @@ void PulseAudioRecorder::makeFile(const QString& path) {
 
 Task<Result<void, PlatformError>> PulseAudioRecorder::startCapture() {
   if (auto prepared = prepared_.take()) {
-    auto starting = startStream(std::move(prepared), std::nullopt);
-    const int error = co_await std::move(starting);
+    const int error = co_await startStream(std::move(prepared), std::nullopt);
     if (error == PA_OK) co_return Result<void, PlatformError>{};
     if (error == PA_ERR_TIMEOUT) co_return Failed{soundError(error)};  // a second stream would wait as long
     connection_.log().warning("The prepared stream did not start: %{public}s", pa_strerror(error));
   }
-  auto connecting = connection_.waitUntilReady(startLimit);
-  if (!co_await std::move(connecting)) co_return Failed{soundError(connection_.lastError())};
-  auto listing = devices_.waitUntilReady();
-  co_await std::move(listing);
-  const std::optional<QString> source = devices_.defaultInputUid();
+  if (!co_await connection_.waitUntilReady(startLimit)) co_return Failed{soundError(connection_.lastError())};
+  co_await devices_.waitUntilReady();
+  const std::optional<QString> source = devices_.captureInputUid();
   if (!source) co_return Failed{soundError(PA_ERR_NOENTITY)};
-  auto stream = std::make_shared<PulseStream>(connection_.api());
-  auto starting = startStream(std::move(stream), source);
-  const int error = co_await std::move(starting);
+  int error = co_await openStream(*source);
+  const std::optional<QString> other = devices_.defaultInputUid();
+  // Unplugged a moment ago, and the list does not say so yet.
+  if (error == PA_ERR_NOENTITY && other && other != source) error = co_await openStream(*other);
   if (error == PA_OK || error == PA_ERR_ACCESS) connection_.noteAccess(error == PA_OK);
   if (error != PA_OK) co_return Failed{soundError(error)};
   co_return Result<void, PlatformError>{};
+}
+
+Task<int> PulseAudioRecorder::openStream(QString source) {
+  return startStream(std::make_shared<PulseStream>(connection_.api()), std::move(source));
 }
 
 // Opens the stream first where a source is given.
@@ -173,9 +175,7 @@ Task<int> PulseAudioRecorder::startStream(std::shared_ptr<PulseStream> stream, s
         stream->start(samples, report, ended);
     });
   });
-  auto waiting = started.wait();
-  auto task = withTimeout(startLimit, std::move(waiting));
-  const std::optional<int> error = co_await std::move(task);
+  const std::optional<int> error = co_await withTimeout(startLimit, started.wait());
   co_return error.value_or(PA_ERR_TIMEOUT);
 }
 
@@ -184,14 +184,10 @@ Task<void> PulseAudioRecorder::stop() {
     abandon();
   } else if (phase_ == Phase::running) {
     phase_ = Phase::ending;
-    auto steps = stopSteps();
-    auto whole = shielded(std::move(steps));
-    co_await std::move(whole);
+    co_await shielded(stopSteps());
   } else if (phase_ == Phase::ending) {
     stopWaiters_.emplace_back();
-    auto waiting = stopWaiters_.back().wait();
-    auto whole = shielded(std::move(waiting));
-    co_await std::move(whole);
+    co_await shielded(stopWaiters_.back().wait());
   }
 }
 
@@ -201,20 +197,16 @@ Task<void> PulseAudioRecorder::stopSteps() {
   connection_.run([stream = stream_, executor, drained](pa_context*) {
     stream->drain([executor, drained] { executor->post([drained]() mutable { drained.resolve(); }); });
   });
-  auto waiting = drained.wait();
-  auto draining = withTimeout(drainLimit, std::move(waiting));
-  co_await std::move(draining);
+  co_await withTimeout(drainLimit, drained.wait());
   closeStream();
-  auto completing = completeFile();
-  co_await std::move(completing);
+  co_await completeFile();
   over();
 }
 
 Task<void> PulseAudioRecorder::completeFile() {
   file_->complete();
-  auto waiting = completed_.wait();
-  auto task = withTimeout(fileLimit, std::move(waiting));
-  if (!co_await std::move(task)) connection_.log().error("The recording's file is not complete after five seconds");
+  if (!co_await withTimeout(fileLimit, completed_.wait()))
+    connection_.log().error("The recording's file is not complete after five seconds");
 }
 
 void PulseAudioRecorder::interrupted(Interruption::Kind kind, QString reason) {
@@ -228,13 +220,11 @@ void PulseAudioRecorder::interrupted(Interruption::Kind kind, QString reason) {
 
 Task<void> PulseAudioRecorder::interrupt(Interruption::Kind kind, QString reason) {
   closeStream();
-  auto completing = completeFile();
-  co_await std::move(completing);
+  co_await completeFile();
   over();
   if (kind == Interruption::Kind::deviceGone) {
     // A server that ends takes its sources away first.
-    auto sleeping = sleepFor(serverEndLimit);
-    co_await std::move(sleeping);
+    co_await sleepFor(serverEndLimit);
     if (connection_.state() != PulseConnection::State::ready) kind = Interruption::Kind::serverGone;
   }
   Interruption told{kind, QString()};

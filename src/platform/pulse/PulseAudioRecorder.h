@@ -8,9 +8,9 @@
 
 namespace quillmere {
 
-// One recording of the default source. The stream ends with its source instead of moving to another; the samples go
-// from the library's thread to the file's own, so that a slow disk holds up nothing. The file is locked (flock) while
-// it grows. Threads and errors: see the port.
+// One recording of the source that AudioDevices names. The stream ends with its source instead of moving to another;
+// the samples go from the library's thread to the file's own, so that a slow disk holds up nothing. Threads and errors:
+// see the port.
 class PulseAudioRecorder final : public AudioRecorder {
  public:
   PulseAudioRecorder(PulseConnection& connection, PulseAudioDevices& devices, PreparedStream& prepared);
@@ -31,6 +31,7 @@ class PulseAudioRecorder final : public AudioRecorder {
 
   void makeFile(const QString& path);
   Task<Result<void, PlatformError>> startCapture();
+  Task<int> openStream(QString source);
   Task<int> startStream(std::shared_ptr<PulseStream> stream, std::optional<QString> source);
   Task<void> stopSteps();
   Task<void> interrupt(Interruption::Kind kind, QString reason);

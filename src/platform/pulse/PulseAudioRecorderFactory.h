@@ -5,8 +5,8 @@
 
 namespace quillmere {
 
-// Recorders of the default source. After the first prepare() a paused stream is kept ready for the next recording; it
-// follows the default source and the server's restarts. Outlives its recorders.
+// After the first prepare() a paused stream is kept ready for the next recording; it follows the source that recordings
+// take and the server's restarts. Outlives its recorders.
 class PulseAudioRecorderFactory final : public AudioRecorderFactory {
  public:
   PulseAudioRecorderFactory(PulseConnection& connection, PulseAudioDevices& devices)

@@ -79,9 +79,7 @@ Task<bool> PulseConnection::waitUntilReady(Duration limit) {
   if (state_ == State::ready) co_return true;
   retryNow();
   waiters_.emplace_back();
-  auto waiting = waiters_.back().wait();
-  auto task = withTimeout(limit, std::move(waiting));
-  const std::optional<bool> isReady = co_await std::move(task);
+  const std::optional<bool> isReady = co_await withTimeout(limit, waiters_.back().wait());
   co_return isReady.value_or(false);
 }
 
@@ -118,9 +116,7 @@ Task<int> PulseConnection::request(std::function<pa_operation*(pa_context*, Succ
     if (context && !operation) reply->value = pa_context_errno(context);
     PulseReply<int>::follow(operation, std::move(reply));
   });
-  auto waiting = completion.wait();
-  auto task = withTimeout(limit, std::move(waiting));
-  const std::optional<int> error = co_await std::move(task);
+  const std::optional<int> error = co_await withTimeout(limit, completion.wait());
   co_return error.value_or(PA_ERR_TIMEOUT);
 }
 

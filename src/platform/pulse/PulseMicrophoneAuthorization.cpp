@@ -18,9 +18,8 @@ MicrophoneAuthorization::Status PulseMicrophoneAuthorization::status() const {
 
 Task<bool> PulseMicrophoneAuthorization::requestAccess() {
   if (!connection_.isAccessDenied()) co_return true;
-  auto readying = devices_.waitUntilReady();
-  if (!co_await std::move(readying)) co_return !connection_.isAccessDenied();
-  const std::optional<QString> source = devices_.defaultInputUid();
+  if (!co_await devices_.waitUntilReady()) co_return !connection_.isAccessDenied();
+  const std::optional<QString> source = devices_.captureInputUid();
   if (!source) co_return !connection_.isAccessDenied();
   // A paused stream is refused as a running one is.
   auto stream = std::make_shared<PulseStream>(connection_.api());
@@ -31,9 +30,7 @@ Task<bool> PulseMicrophoneAuthorization::requestAccess() {
       executor->post([opened, error]() mutable { opened.resolve(error); });
     });
   });
-  auto waiting = opened.wait();
-  auto limited = withTimeout(probeLimit, std::move(waiting));
-  const std::optional<int> error = co_await std::move(limited);
+  const std::optional<int> error = co_await withTimeout(probeLimit, opened.wait());
   connection_.run([stream](pa_context*) { stream->close(); });
   if (error) connection_.noteAccess(*error != PA_ERR_ACCESS);
   co_return !connection_.isAccessDenied();

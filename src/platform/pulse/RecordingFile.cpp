@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sndfile.h>
-#include <sys/file.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,13 +24,9 @@ Failed<PlatformError> fileError(int code) {
   return Failed{PlatformError{QStringLiteral("filesystem"), code, QString::fromLocal8Bit(std::strerror(code))}};
 }
 
-// A new, locked file for its owner only; -1 with errno.
-int createLocked(const QString& path) {
-  const int descriptor =
-      ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  // Others see by the lock that the recording is still alive; a file system without locks is no reason to fail.
-  if (descriptor >= 0) ::flock(descriptor, LOCK_EX | LOCK_NB);
-  return descriptor;
+// A new file for its owner only; -1 with errno.
+int create(const QString& path) {
+  return ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
 }
 
 SNDFILE* wavOver(int descriptor, int mode) {
@@ -132,7 +127,7 @@ void RecordingFile::run() {
 }
 
 Result<void, PlatformError> RecordingFile::open() {
-  descriptor_ = createLocked(path_);
+  descriptor_ = create(path_);
   if (descriptor_ < 0) return fileError(errno);
   errno = 0;
   file_ = wavOver(descriptor_, SFM_WRITE);
@@ -166,7 +161,7 @@ Result<void, PlatformError> RecordingFile::write(std::span<const std::int16_t> s
 Result<void, PlatformError> RecordingFile::restorePlace() {
   if (::access(QFile::encodeName(path_).constData(), F_OK) == 0) return {};
   QDir().mkpath(QFileInfo(path_).path());
-  const int descriptor = createLocked(path_);
+  const int descriptor = create(path_);
   if (descriptor < 0) return fileError(errno);
   const bool isCopied = copyAll(descriptor_, descriptor) && ::lseek(descriptor, 0, SEEK_SET) == 0;
   SNDFILE* const file = isCopied ? wavOver(descriptor, SFM_RDWR) : nullptr;

@@ -17,9 +17,9 @@ struct sf_private_tag;
 namespace quillmere {
 
 // The growing WAV file of one recording and the thread that writes it: 16 kHz, one channel, 16-bit integers. The header
-// is right after every block, the file is for its owner only and locked (flock) while it is open. A file that was moved
-// or removed with its folder meanwhile is made again under its name, with everything that was written.
-// append() from one thread, the rest from the owner's. The callbacks come on the writing thread.
+// is right after every block, the file is for its owner only. A file that was moved or removed with its folder
+// meanwhile is made again under its name, with everything that was written. append() from one thread, the rest from the
+// owner's. The callbacks come on the writing thread.
 class RecordingFile {
  public:
   struct Callbacks {
