@@ -12,7 +12,7 @@
 #include "core/AppState.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/TranscriptionPipeline.h"
-#include "delivery/AccessibilityHelper.h"
+#include "delivery/AccessibilityPermission.h"
 #include "delivery/AutoPasteHandler.h"
 #include "ports/DefaultsStore.h"
 #include "recording/AudioDeviceManager.h"
@@ -77,21 +77,19 @@ void AudioRecordingManager::buildRecording(const AudioRecordingHooks& hooks, con
 
 void AudioRecordingManager::buildDelivery(const AudioRecordingHooks& hooks, const Logging& logging) {
   electronDetector_ = std::make_unique<ElectronAppDetector>(logging);
-  AccessibilityHelperHooks helperHooks;
-  helperHooks.isElectronEditor = [this](const QString& bundleId) {
+  accessibilityPermission_ =
+      std::make_unique<AccessibilityPermission>(ports_.accessibility, services_.executor, hooks.openUrl, logging);
+  AutoPasteHandlerHooks pasteHooks;
+  pasteHooks.paste.isElectronEditor = [this](const QString& bundleId) {
     return electronDetector_->isElectronEditor(bundleId);
   };
-  helperHooks.segmentText = hooks.segmentText;
-  helperHooks.openUrl = hooks.openUrl;
-  accessibilityHelper_ = std::make_unique<AccessibilityHelper>(
-      AccessibilityHelperServices{ports_.pasteboard, ports_.keySynthesizer, ports_.workspace, ports_.accessibility,
-                                  &services_.settings, services_.executor},
-      std::move(helperHooks), logging);
-  AutoPasteHandlerHooks pasteHooks;
+  pasteHooks.paste.segmentText = hooks.segmentText;
   pasteHooks.suspendKeyMonitor = [this](bool isSuspended) { modifierMonitor_->setSuspended(isSuspended); };
   pasteHooks.showAlert = hooks.showAccessibilityAlert;
-  autoPaste_ =
-      std::make_unique<AutoPasteHandler>(*accessibilityHelper_, services_.executor, std::move(pasteHooks), logging);
+  autoPaste_ = std::make_unique<AutoPasteHandler>(
+      AutoPasteServices{ports_.pasteboard, ports_.keySynthesizer, ports_.workspace, ports_.accessibility,
+                        *accessibilityPermission_, &services_.settings, services_.executor},
+      std::move(pasteHooks), logging);
   contextGatherer_ =
       std::make_unique<ApplicationContextGatherer>(ports_.workspace, ports_.accessibility, *electronDetector_);
   selectedTextReader_ =
@@ -100,11 +98,10 @@ void AudioRecordingManager::buildDelivery(const AudioRecordingHooks& hooks, cons
 }
 
 void AudioRecordingManager::buildFlow(const AudioRecordingHooks& hooks, const Logging& logging) {
-  RecordingTranscriptionFlowServices flow{services_.executor, *lifecycle_,      *session_,
-                                          *deviceManager_,    *permission_,     *power_,
-                                          *fileWatcher_,      *autoPaste_,      *accessibilityHelper_,
-                                          *contextGatherer_,  *selectedText_,   services_.persistence,
-                                          ports_.workspace,   services_.network};
+  RecordingTranscriptionFlowServices flow{
+      services_.executor, *lifecycle_, *session_,         *deviceManager_, *permission_,          *power_,
+      *fileWatcher_,      *autoPaste_, *contextGatherer_, *selectedText_,  services_.persistence, ports_.workspace,
+      services_.network};
   flow.vadProcessingService = &services_.vadProcessingService;
   flow.globalShortcuts = &ports_.shortcuts;
   flow.apiKeys = services_.apiKeys;
@@ -122,8 +119,8 @@ void AudioRecordingManager::buildFlow(const AudioRecordingHooks& hooks, const Lo
   pushToTalk.settings = &services_.settings;
   pushToTalk.appState = &services_.appState;
   pushToTalk.errorReporting = services_.errorReporting;
-  pushToTalk.isTrustedForAccessibility = [this] { return accessibilityHelper_->isTrusted(); };
-  pushToTalk.watchForAccessibility = [this] { accessibilityHelper_->startPermissionPolling(); };
+  pushToTalk.isTrustedForAccessibility = [this] { return accessibilityPermission_->isTrusted(); };
+  pushToTalk.watchForAccessibility = [this] { accessibilityPermission_->startPolling(); };
   pushToTalk_ = std::make_unique<PushToTalk>(std::move(pushToTalk), logging);
 }
 
@@ -141,7 +138,7 @@ void AudioRecordingManager::bindState() {
   follow(permission_->errorMessage(), [this](const QString& message) { errorMessage_.set(message); });
   follow(permission_->hasMicrophonePermission(),
          [this](bool hasPermission) { lifecycle_->setHasMicrophonePermission(hasPermission); });
-  follow(accessibilityHelper_->accessibilityPermissionGranted(), [this](bool isGranted) {
+  follow(accessibilityPermission_->isGranted(), [this](bool isGranted) {
     if (isGranted && isConfigured_) configurePushToTalk();
   });
 }
@@ -178,7 +175,7 @@ Task<void> AudioRecordingManager::waitForAccessibility() {
   const auto key = PushToTalk::modifierOf(services_.settings.pushToTalkMode());
   if (!key || !modifierMonitor_->canSee(*key)) co_return;
   const TimePoint end = services_.executor.now() + accessibilityPatience;
-  while (!accessibilityHelper_->isTrusted() && services_.executor.now() < end) co_await sleepFor(accessibilityPace);
+  while (!accessibilityPermission_->isTrusted() && services_.executor.now() < end) co_await sleepFor(accessibilityPace);
 }
 
 const AudioDevice* AudioRecordingManager::attachedDevice(const QString& idOrUid) {

@@ -19,7 +19,7 @@
 namespace quillmere {
 
 class Accessibility;
-class AccessibilityHelper;
+class AccessibilityPermission;
 class AppState;
 class ApplicationContextGatherer;
 class AudioDeviceManager;
@@ -162,7 +162,7 @@ class AudioRecordingManager final : public DictationControl {
   CrashRecoveryManager& recoveryManager() { return *recovery_; }
   PowerActivityManager& powerManager() { return *power_; }
   AutoPasteHandler& autoPasteHandler() { return *autoPaste_; }
-  AccessibilityHelper& accessibilityHelper() { return *accessibilityHelper_; }
+  AccessibilityPermission& accessibilityPermission() { return *accessibilityPermission_; }
   BareModifierKeyMonitor& bareModifierKeyMonitor() { return *modifierMonitor_; }
 
  private:
@@ -193,7 +193,7 @@ class AudioRecordingManager final : public DictationControl {
   std::unique_ptr<CrashRecoveryManager> recovery_;
   std::unique_ptr<BareModifierKeyMonitor> modifierMonitor_;
   std::unique_ptr<ElectronAppDetector> electronDetector_;
-  std::unique_ptr<AccessibilityHelper> accessibilityHelper_;
+  std::unique_ptr<AccessibilityPermission> accessibilityPermission_;
   std::unique_ptr<AutoPasteHandler> autoPaste_;
   std::unique_ptr<ApplicationContextGatherer> contextGatherer_;
   std::unique_ptr<SelectedTextReader> selectedTextReader_;

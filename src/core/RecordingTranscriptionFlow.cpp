@@ -5,7 +5,6 @@
 #include "core/AppState.h"
 #include "core/ShortcutNames.h"
 #include "core/TranscriptOutcome.h"
-#include "delivery/AccessibilityHelper.h"
 #include "ports/ErrorReporting.h"
 #include "ports/GlobalShortcuts.h"
 #include "providers/Transcriber.h"
@@ -217,10 +216,6 @@ void RecordingTranscriptionFlow::updateState(const std::function<void(AppStateDa
 
 void RecordingTranscriptionFlow::setRecordingState(RecordingState state) {
   updateState([&state](AppStateData& data) { data.recordingState = state; });
-}
-
-void RecordingTranscriptionFlow::endClipboardSession() {
-  if (!isRecording()) use_.accessibilityHelper.endRecordingSession();
 }
 
 QString RecordingTranscriptionFlow::selectedModeName(const QString& otherwise) const {

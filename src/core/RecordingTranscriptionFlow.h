@@ -22,6 +22,7 @@
 #include "domain/TranscriptionResult.h"
 #include "ports/AudioRecorder.h"
 #include "ports/CrashReporter.h"
+#include "ports/Workspace.h"
 
 namespace quillmere {
 
@@ -101,6 +102,7 @@ class RecordingTranscriptionFlow final {
     DictationTimings timings;
     ModePtr mode;
     TranscriptPtr transcript;
+    std::optional<RunningApplication> target;  // where the text goes
   };
   // How the wait for a finished file ended.
   struct FileWait {
@@ -138,7 +140,6 @@ class RecordingTranscriptionFlow final {
   void enableCancelShortcut();
   void disableCancelShortcut();
   // Of a dictation that pastes nothing: what the clipboard held before goes back. Left to a newer recording, if any.
-  void endClipboardSession();
   QString attemptText() const;
   void leaveBreadcrumb(const QString& message, const QString& category, ReportLevel level, const QVariantMap& data);
 

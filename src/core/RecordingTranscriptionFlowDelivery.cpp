@@ -6,10 +6,10 @@
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "projects/SpokenFileTags.h"
 #include "core/TranscriptOutcome.h"
 #include "delivery/AutoPasteHandler.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
+#include "projects/SpokenFileTags.h"
 #include "providers/Transcriber.h"
 #include "recording/PowerActivityManager.h"
 #include "storage/PersistenceController.h"
@@ -65,7 +65,6 @@ void RecordingTranscriptionFlow::deliver(const std::shared_ptr<Dictation>& dicta
       data.transcriptionPasteFailed = true;
       data.showRecordingDialog = true;
     });
-    endClipboardSession();
     publishTimings(*dictation);
   } else {
     QString text = result.text;
@@ -82,6 +81,7 @@ void RecordingTranscriptionFlow::deliver(const std::shared_ptr<Dictation>& dicta
     const ModePtr& mode = dictation->mode;
     const QString language = mode && mode->language ? *mode->language : QStringLiteral("en");
     text = TranscriptionTextProcessing::appendTrailingSpace(text, language);
+    if (previousFrontmostPID_) dictation->target = use_.workspace.runningApplication(*previousFrontmostPID_);
     scope_.spawn(paste(dictation, std::move(text), std::move(tags)));
   }
   logger_.info("✅ Transcription complete: %ld chars, %ld words", graphemeCount(result.text), wordCount(result.text));
@@ -89,10 +89,14 @@ void RecordingTranscriptionFlow::deliver(const std::shared_ptr<Dictation>& dicta
 
 Task<void> RecordingTranscriptionFlow::paste(std::shared_ptr<Dictation> dictation, QString text,
                                              std::vector<ProcessedTag> tags) {
-  auto pasting = use_.autoPasteHandler.paste(std::move(text), std::move(tags));
-  const bool wasPasted = co_await std::move(pasting);
-  if (wasPasted) {
+  PasteRequest request;
+  request.text = std::move(text);
+  request.tags = std::move(tags);
+  request.target = dictation->target;
+  const PasteOutcome outcome = co_await use_.autoPasteHandler.paste(std::move(request));
+  if (outcome == PasteOutcome::pasted) {
     updateState([](AppStateData& data) {
+      data.lastPaste = PasteOutcome::pasted;
       data.transcriptionPasteFailed = false;
       data.showRecordingDialog = false;
       data.isStreamingShortcutTriggered = false;
@@ -100,7 +104,8 @@ Task<void> RecordingTranscriptionFlow::paste(std::shared_ptr<Dictation> dictatio
     logger_.info("✅ Auto-paste successful - closing dialog");
     dictation->timings.decodedToPasted = use_.executor.now() - dictation->textAt;
   } else {
-    updateState([](AppStateData& data) {
+    updateState([outcome](AppStateData& data) {
+      data.lastPaste = outcome;
       data.transcriptionPasteFailed = true;
       data.showRecordingDialog = true;
     });
@@ -126,7 +131,6 @@ void RecordingTranscriptionFlow::endSilently() {
   disableCancelShortcut();
   logger_.info("❌ Transcription cancelled (no error shown)");
   use_.powerActivityManager.end();
-  endClipboardSession();
 }
 
 void RecordingTranscriptionFlow::failTranscription(const Dictation& dictation, const AnyError& error) {
@@ -155,7 +159,6 @@ void RecordingTranscriptionFlow::failTranscription(const Dictation& dictation, c
   keepFailedTranscript(dictation.transcript, description, failedTranscriptText(description));
   disableCancelShortcut();
   use_.powerActivityManager.end();
-  endClipboardSession();
 }
 
 void RecordingTranscriptionFlow::keepFailedTranscript(const TranscriptPtr& transcript, const QString& reason,

@@ -7,7 +7,6 @@
 
 namespace quillmere {
 
-class AccessibilityHelper;
 class AppState;
 class ApplicationContextGatherer;
 class AudioDeviceManager;
@@ -40,7 +39,6 @@ struct RecordingTranscriptionFlowServices {
   PowerActivityManager& powerActivityManager;
   FileWatcher& fileWatcher;
   AutoPasteHandler& autoPasteHandler;
-  AccessibilityHelper& accessibilityHelper;
   ApplicationContextGatherer& contextGatherer;
   SelectedTextService& selectedTextService;
   PersistenceController& persistence;

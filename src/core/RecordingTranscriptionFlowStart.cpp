@@ -9,8 +9,6 @@
 #include "core/RecordingStartSnapshot.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "projects/SpokenFileTags.h"
-#include "delivery/AccessibilityHelper.h"
-#include "delivery/AutoPasteHandler.h"
 #include "ports/ErrorReporting.h"
 #include "ports/NetworkStatus.h"
 #include "ports/Workspace.h"
@@ -153,7 +151,6 @@ void RecordingTranscriptionFlow::noteFrontmostApplication() {
     previousFrontmostPID_ = frontmost->processId;
     previousFrontmostBundleID_ = frontmost->bundleId;
   }
-  use_.autoPasteHandler.setPreviousFrontmostPID(previousFrontmostPID_);
 }
 
 // --- behind the running recorder
@@ -183,8 +180,6 @@ Task<void> RecordingTranscriptionFlow::validateInBackground(ModePtr mode, Prefli
     co_return;
   }
 
-  auto saving = use_.accessibilityHelper.beginRecordingSession();
-  co_await std::move(saving);
   auto gathering = use_.contextGatherer.gather();
   capturedApplicationContext_ = co_await std::move(gathering);
   auto reading = use_.selectedTextService.capture();
@@ -249,7 +244,6 @@ Task<void> RecordingTranscriptionFlow::failValidation(QString text) {
   if (use_.appState != nullptr) use_.appState->showError(text);
   use_.powerActivityManager.end();
   disableCancelShortcut();
-  use_.accessibilityHelper.endRecordingSession();
   clearAttempt();
 }
 
@@ -267,7 +261,6 @@ void RecordingTranscriptionFlow::failStart(const std::optional<AnyError>& error)
     reportFailedStart(*error);
   }
   use_.powerActivityManager.end();
-  use_.accessibilityHelper.endRecordingSession();
 
   // Never the row of another recording that runs meanwhile.
   if (!isRecording()) use_.sessionManager.deleteCurrentSession();

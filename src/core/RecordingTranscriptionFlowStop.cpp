@@ -9,7 +9,6 @@
 #include "core/AppState.h"
 #include "core/InterruptionNotice.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "delivery/AccessibilityHelper.h"
 #include "ports/ErrorReporting.h"
 #include "providers/Transcriber.h"
 #include "recording/FileWatcher.h"
@@ -74,8 +73,7 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
     if (result && !cancelled && use_.appState != nullptr)
       use_.appState->showNotice(localizedDescription(AudioError{AudioError::Kind::fileNotReadable, QString()}));
     use_.powerActivityManager.end();
-    endClipboardSession();
-    clearAttempt();
+      clearAttempt();
     co_return;
   }
 
@@ -227,7 +225,6 @@ void RecordingTranscriptionFlow::discard(const Dictation& dictation, qint64 file
       use_.appState->showNotice(localizedDescription(AudioError{AudioError::Kind::recordingTooShort, QString()}));
   }
   use_.powerActivityManager.end();
-  use_.accessibilityHelper.endRecordingSession();
   use_.selectedTextService.forget();
   clearAttempt();
 }
@@ -270,7 +267,6 @@ void RecordingTranscriptionFlow::failBeforeTranscription(const Dictation& dictat
                                                                         dictation.modeName, dictation.audioPath);
   keepFailedTranscript(transcript, reason, text);
   use_.powerActivityManager.end();
-  endClipboardSession();
   use_.selectedTextService.forget();
   clearAttempt();
 }
@@ -284,7 +280,6 @@ void RecordingTranscriptionFlow::endCancelled() {
   disableCancelShortcut();
   logger_.info("❌ Recording cancelled - stopped transcription");
   use_.powerActivityManager.end();
-  endClipboardSession();
   use_.selectedTextService.forget();
   clearAttempt();
 }

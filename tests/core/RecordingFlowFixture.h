@@ -8,9 +8,9 @@
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ScriptedTranscriber.h"
 #include "core/ShortcutNames.h"
-#include "projects/SpokenFileTags.h"
-#include "delivery/AccessibilityHelper.h"
+#include "delivery/AccessibilityPermission.h"
 #include "delivery/AutoPasteHandler.h"
+#include "projects/SpokenFileTags.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/FileWatcher.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -61,9 +61,8 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   }
 
   RecordingTranscriptionFlowServices services() {
-    RecordingTranscriptionFlowServices use{executor,  lifecycle,    sessions,  deviceManager, permission,
-                                           power,     watcher,      autoPaste, helper,        gatherer,
-                                           selection, *persistence, workspace, network};
+    RecordingTranscriptionFlowServices use{executor,  lifecycle, sessions,  deviceManager, permission, power,  watcher,
+                                           autoPaste, gatherer,  selection, *persistence,  workspace,  network};
     use.vadProcessingService = &vad;
     use.globalShortcuts = &shortcuts;
     use.apiKeys = &keys;
@@ -164,8 +163,11 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
                                logging};
   FileWatcher watcher{fileEvents, &reporting, logging};
   PowerActivityManager power{powerActivity, logging};
-  AccessibilityHelper helper{{pasteboard, keySynthesizer, workspace, accessibility, &settings, executor}, {}, logging};
-  AutoPasteHandler autoPaste{helper, executor, {}, logging};
+  AccessibilityPermission accessibilityPermission{accessibility, executor, {}, logging};
+  AutoPasteHandler autoPaste{
+      {pasteboard, keySynthesizer, workspace, accessibility, accessibilityPermission, &settings, executor},
+      {},
+      logging};
   ElectronAppDetector electron{logging};
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};
   SelectedTextReader reader{workspace, accessibility, pasteboard, logging};

@@ -10,7 +10,7 @@
 #include "base/text/LocalizedText.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ShortcutNames.h"
-#include "delivery/AccessibilityHelper.h"
+#include "delivery/AccessibilityPermission.h"
 #include "delivery/AutoPasteHandler.h"
 #include "platform/x11/X11FloatingWindows.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -121,7 +121,7 @@ DesktopIntents DesktopProgram::intents() {
     recording.toggleRecording(base.appState->data().selectedModeName, false, RecordingTriggerSource::uiButton);
   };
   intents.app.cancelRecording = [&recording] { recording.cancelFromShortcut(); };
-  intents.history.copyText = [&session](const QString& text) { session.pasteboard->writeText(text, false); };
+  intents.history.copyText = [&recording](const QString& text) { recording.autoPasteHandler().copyForUser(text); };
   intents.history.pasteText = [this](const QString& text) { pasteFromHistory(text); };
   intents.history.playAudio = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   intents.dialog.stopRecording = [&recording] {
@@ -129,17 +129,7 @@ DesktopIntents DesktopProgram::intents() {
   };
   intents.dialog.cancelTranscription = [&base] { base.pipeline->cancelTranscription(); };
   intents.dialog.copyText = intents.history.copyText;
-  intents.dialog.isTextOnClipboard = [&recording] {
-    switch (recording.autoPasteHandler().lastOutcome().get()) {
-      case PasteOutcome::notFetched:
-      case PasteOutcome::noTarget:
-      case PasteOutcome::secureField:
-      case PasteOutcome::noPermission:
-        return true;
-      default:
-        return false;
-    }
-  };
+  intents.dialog.isTextOnClipboard = [&base] { return isLeftOnClipboard(base.appState->data().lastPaste); };
   intents.dialog.cancelKey = [this]() -> QString {
     const auto keys = services_->shortcutStore->keys(QString::fromLatin1(shortcutNames::cancelRecording));
     return keys ? keys->text() : QString();
@@ -184,7 +174,7 @@ void DesktopProgram::buildInterface() {
   use.shortcuts = services_->session->shortcuts.get();
   use.shortcutStore = services_->shortcutStore.get();
   use.canSeeKey = [&recording](ModifierKey key) { return recording.bareModifierKeyMonitor().canSee(key); };
-  use.isTrustedForAccessibility = [&recording] { return recording.accessibilityHelper().isTrusted(); };
+  use.isTrustedForAccessibility = [&recording] { return recording.accessibilityPermission().isTrusted(); };
   interface_ = std::make_unique<DesktopInterface>(std::move(use), intents());
   ShortcutsViewModel* const shortcuts = interface_->shortcuts();
   QObject::connect(shortcuts, &ShortcutsViewModel::changed, shortcuts, [this] { showSurroundings(); });
@@ -272,13 +262,11 @@ void DesktopProgram::pasteFromHistory(const QString& text) {
 
 Task<void> DesktopProgram::pasteIntoLastApplication(QString text) {
   AudioRecordingManager& recording = *services_->session->audioManager;
-  auto saving = recording.accessibilityHelper().beginRecordingSession();
-  co_await std::move(saving);
-  recording.autoPasteHandler().setPreviousFrontmostPID(lastOtherApplication_);
-  auto pasting = recording.autoPasteHandler().paste(std::move(text), std::vector<ProcessedTag>{});
-  const bool isPasted = co_await std::move(pasting);
-  recording.accessibilityHelper().endRecordingSession();
-  if (!isPasted) showToast(localizedText("history.paste.onClipboard"), false);
+  PasteRequest request;
+  request.text = std::move(text);
+  if (lastOtherApplication_) request.target = services_->session->workspace->runningApplication(*lastOtherApplication_);
+  const PasteOutcome outcome = co_await recording.autoPasteHandler().paste(std::move(request));
+  if (outcome != PasteOutcome::pasted) showToast(localizedText("history.paste.onClipboard"), false);
 }
 
 void DesktopProgram::showToast(const QString& message, bool isCritical) {
@@ -307,7 +295,7 @@ Task<void> DesktopProgram::shutDown() {
   AudioRecordingManager& recording = *services_->session->audioManager;
   auto stopping = recording.shutDown();
   co_await std::move(stopping);
-  recording.accessibilityHelper().restoreNow();
+  recording.autoPasteHandler().restoreNow();
   services_->base->persistence->save();
   QCoreApplication::quit();
 }

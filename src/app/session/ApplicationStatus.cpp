@@ -65,7 +65,7 @@ QString applicationStatus(const AppState& state, AudioRecordingManager& recordin
                            {"error", data.errorMessage.value_or(QString())},
                            {"notice", lastNotice},
                            {"text", data.lastTranscription},
-                           {"paste", word(recording.autoPasteHandler().lastOutcome().get())},
+                           {"paste", word(data.lastPaste)},
                            {"timings", timingsObject(recording.recordingTranscriptionFlow().lastTimings().get())}};
   return QString::fromUtf8(QJsonDocument(status).toJson(QJsonDocument::Compact));
 }
