@@ -1,13 +1,16 @@
 #pragma once
 #include <functional>
-#include <optional>
-#include <vector>
+#include <memory>
 
-#include "base/Published.h"
 #include "base/async/Async.h"
+#include "base/async/SerialGate.h"
 #include "base/log/Logger.h"
-#include "delivery/AccessibilityHelper.h"
+#include "delivery/AccessibilityPermission.h"
+#include "delivery/ClipboardKeeper.h"
+#include "delivery/PasteCommand.h"
 #include "delivery/PasteOutcome.h"
+#include "delivery/PasteRequest.h"
+#include "delivery/SmartPaste.h"
 
 namespace quillmere {
 
@@ -20,40 +23,64 @@ struct AccessibilityAlert {
   std::function<void()> open;
 };
 
+// What a paste works with. Everything outlives the handler.
+struct AutoPasteServices {
+  Pasteboard& pasteboard;
+  KeySynthesizer& keys;
+  Workspace& workspace;
+  Accessibility& accessibility;
+  AccessibilityPermission& permission;
+  const SettingsManager* settings = nullptr;  // without it the clipboard isn't given back
+  Executor& executor;
+};
+
+// Each may be missing.
 struct AutoPasteHandlerHooks {
   std::function<void(bool isSuspended)> suspendKeyMonitor;  // synthetic keys must not look like the user's
   std::function<void(const AccessibilityAlert&)> showAlert;
+  SmartPasteHooks paste;
 };
 
-// What the recording flow pastes with. Main thread.
+// What a text is pasted with. Main thread.
 class AutoPasteHandler {
  public:
-  AutoPasteHandler(AccessibilityHelper& helper, Executor& executor, AutoPasteHandlerHooks hooks,
-                   const Logging& logging);
+  AutoPasteHandler(const AutoPasteServices& services, AutoPasteHandlerHooks hooks, const Logging& logging);
 
-  // True only if the target took the text; false leaves the text on the clipboard. A paste under way is cancelled
-  // first. A cancel of the caller cancels the paste and gives false.
-  Task<bool> paste(QString text, std::vector<ProcessedTag> processedTags);
+  // Pastes take turns in the order of the calls; none ends another, and nothing of a request is kept. Afterwards the
+  // window that had the focus gets it back when the target was another one. An empty or blank text does nothing.
+  // Whatever doesn't succeed leaves the text on the clipboard. A cancel of the caller ends only this paste, in its turn
+  // with the text left on the clipboard, before it with nothing done; the outcome is `cancelled`. The end of the caller
+  // does the same.
+  Task<PasteOutcome> paste(PasteRequest request);
 
-  // The application that was in front when the recording began.
-  void setPreviousFrontmostPID(std::optional<qint64> processId) { previousFrontmostPID_ = processId; }
-  std::optional<qint64> previousFrontmostPID() const { return previousFrontmostPID_; }
+  // What the user's clipboard holds, read ahead so that paste() needn't wait for a slow owner (up to 2 s). It may be
+  // null, when there is nothing to be saved now. Overlapping dictations each take their own; the text of one is never
+  // taken for the user's contents. A loan that nothing is pasted with just goes.
+  Task<std::shared_ptr<ClipboardLoan>> borrowClipboard() { return keeper_.borrow(); }
 
-  Published<PasteOutcome>& lastOutcome() { return lastOutcome_; }
+  // The user copies this text: it stays on the clipboard, and what a paste displaced is not given back any more. False
+  // when the clipboard can't be had.
+  bool copyForUser(const QString& text) { return keeper_.copyForUser(text); }
+
+  // Ends when no restore of the clipboard is pending, or only one that waits for somebody to fetch the text.
+  Task<void> waitForRestore() { return keeper_.waitForRestore(); }
+  // Gives back at once what was displaced: for the end of the program.
+  void restoreNow() { keeper_.restoreNow(); }
 
  private:
   class Suspension;
-  Task<SmartPasteResult> run(QString text, std::vector<ProcessedTag> processedTags,
-                             std::shared_ptr<Suspension> suspension);
-  Task<bool> finish(SmartPasteResult result, QString text);
-  void suspend(int change);
+  Task<PasteOutcome> run(PasteRequest request);
+  Task<void> refuseWithoutPermission(PasteRequest request);
+  void log(PasteOutcome outcome);
+  void suspend(bool isSuspended);
 
-  AccessibilityHelper& helper_;
+  AccessibilityPermission& permission_;
   AutoPasteHandlerHooks hooks_;
   Logger logger_;
-  std::optional<qint64> previousFrontmostPID_;
-  Published<PasteOutcome> lastOutcome_{PasteOutcome::none};
-  int suspensions_ = 0;
+  ClipboardKeeper keeper_;
+  PasteCommand command_;
+  SmartPaste smartPaste_;
+  SerialGate gate_;
   TaskScope scope_;
 };
 

@@ -7,6 +7,7 @@ namespace quillmere {
 namespace {
 
 constexpr int loggedTypes = 5;
+constexpr int readLimit = 3;  // of a clipboard that changes while it is read
 constexpr std::chrono::milliseconds fasterThanAnyUser{300};
 constexpr std::chrono::hours anyTime{24 * 365};
 
@@ -34,15 +35,6 @@ ClipboardItems withoutEmptyOnes(const ClipboardItems& items) {
   return kept;
 }
 
-ClipboardItems itemsOfText(const QString& text) {
-  ClipboardItemData item;
-  for (const char* type : {"text/plain;charset=utf-8", "UTF8_STRING", "text/plain"}) {
-    item.types.append(QLatin1String(type));
-    item.data.insert(QLatin1String(type), text.toUtf8());
-  }
-  return {item};
-}
-
 }  // namespace
 
 ClipboardKeeper::ClipboardKeeper(Pasteboard& pasteboard, const SettingsManager* settings, Executor& executor,
@@ -52,144 +44,94 @@ ClipboardKeeper::ClipboardKeeper(Pasteboard& pasteboard, const SettingsManager* 
       logger_(logging.logger(QStringLiteral("AccessibilityHelper"))),
       scope_(executor) {}
 
-Task<void> ClipboardKeeper::beginSession() {
-  logger_.info("🎙️ Starting recording session");
-  cancelRestore();
-  isInRecordingSession_ = true;
-  const bool isTextStillThere = isTextOnClipboard_ && pasteboard_.ownsContents();
-  const auto manualCopy = std::exchange(manualCopy_, std::nullopt);
-  if (cancelManualRestoration()) cancelledRule_ = RestoreRule::afterUserFetch;
-  if (isTextStillThere) {
-    // The user's own content is what was saved before that text.
-    if (manualCopy) originalClipboardData_ = itemsOfText(manualCopy->previous);
-    logger_.info(
-        "📋 The text of an earlier dictation is on the clipboard, keeping the %{public}ld item(s) saved before",
-        originalClipboardData_ ? qint64(originalClipboardData_->size()) : 0);
-    co_return;
-  }
-  isTextOnClipboard_ = false;
-  cancelledRule_.reset();
-  originalClipboardData_.reset();
-  auto reading = pasteboard_.items();
-  const ClipboardItems items = withoutEmptyOnes(co_await std::move(reading));
-  if (items.empty()) {
+Task<std::shared_ptr<ClipboardLoan>> ClipboardKeeper::borrow() {
+  // The text of an earlier dictation is not the user's own; what it displaced is known.
+  if (!isRestoreWanted() || isTextThere()) co_return nullptr;
+  const quint64 count = pasteboard_.changeCount();
+  ClipboardItems items = co_await read();
+  co_return std::make_shared<ClipboardLoan>(std::move(items), count);
+}
+
+Task<ClipboardItems> ClipboardKeeper::read() {
+  ClipboardItems items = withoutEmptyOnes(co_await pasteboard_.items());
+  if (items.empty())
     logger_.info("📋 Clipboard is empty, nothing to save");
-    co_return;
+  else
+    logger_.info("📋 Saved clipboard with %{public}ld item(s) containing types: %{public}s", items.size(),
+                 typesText(items));
+  co_return items;
+}
+
+Task<bool> ClipboardKeeper::lend(QString text, std::shared_ptr<ClipboardLoan> loan) {
+  const bool isDisplacedKnown = isTextThere();
+  std::optional<ClipboardItems> users;
+  if (!isDisplacedKnown && isRestoreWanted()) {
+    if (loan) users = loan->take(pasteboard_.changeCount());
+    for (int reads = 0; !users && reads < readLimit; ++reads) {
+      const quint64 count = pasteboard_.changeCount();
+      ClipboardItems items = co_await read();
+      if (count == pasteboard_.changeCount() || reads + 1 == readLimit) users = std::move(items);
+    }
   }
-  originalClipboardData_ = items;
-  logger_.info("📋 Saved clipboard with %{public}ld item(s) containing types: %{public}s", items.size(),
-               typesText(items));
-}
-
-void ClipboardKeeper::endSession() {
-  logger_.info("🛑 Ending recording session");
-  isInRecordingSession_ = false;
-  resumeRestore();
-}
-
-bool ClipboardKeeper::writeText(const QString& text) {
-  if (cancelManualRestoration()) manualCopy_.reset();
-  cancelRestore();
-  cancelledRule_.reset();
   if (!pasteboard_.writeText(text, true)) {
     logger_.error("❌ Could not write to the clipboard");
-    return false;
+    co_return false;
   }
+  cancelRestore();
   isTextOnClipboard_ = true;
+  if (!isDisplacedKnown) displaced_ = std::move(users);
+  co_return true;
+}
+
+bool ClipboardKeeper::copyForUser(const QString& text) {
+  if (!pasteboard_.writeText(text, false)) return false;
+  cancelRestore();
+  isTextOnClipboard_ = false;
+  displaced_.reset();
   return true;
 }
 
 void ClipboardKeeper::scheduleRestore(RestoreRule rule) {
-  if (!isRestoreWanted() || !originalClipboardData_) return;
+  if (!isRestoreWanted() || !displaced_ || displaced_->empty()) return;
   const Duration delay = restoreDelay();
   logger_.info("⏰ Scheduling clipboard restoration in %{public}f seconds (%{public}ld item(s))",
-               settings_->clipboardRestoreDelaySeconds(), originalClipboardData_->size());
+               settings_->clipboardRestoreDelaySeconds(), displaced_->size());
   cancelRestore();
-  cancelledRule_.reset();
-  activeRule_ = rule;
-  activeRestorationWorkItem_ = scope_.spawn(restoreLater(rule, delay));
+  restoration_ = scope_.spawn(restoreLater(rule, delay));
 }
 
-void ClipboardKeeper::cancelRestore() {
-  if (!isPending(activeRestorationWorkItem_)) return;
-  activeRestorationWorkItem_.cancel();
-  activeRestorationWorkItem_ = {};
-  cancelledRule_ = activeRule_;
+bool ClipboardKeeper::cancelRestore() {
+  if (!isPending(restoration_)) return false;
+  restoration_.cancel();
+  restoration_ = {};
   isRestoreHeld_ = false;
   logger_.info("❌ Cancelled pending clipboard restoration");
   settled();
-}
-
-void ClipboardKeeper::resumeRestore() {
-  if (!cancelledRule_ || !isTextOnClipboard_ || !pasteboard_.ownsContents()) return;
-  scheduleRestore(*cancelledRule_);
+  return true;
 }
 
 Task<void> ClipboardKeeper::waitForRestore() {
-  while ((isPending(activeRestorationWorkItem_) || isPending(manualRestoration_)) && !isRestoreHeld_) {
+  while (isPending(restoration_) && !isRestoreHeld_) {
     Completion<void> change;
     waitingForRestore_.push_back(change);
-    auto waiting = change.wait();
-    co_await std::move(waiting);
+    co_await change.wait();
   }
 }
 
 void ClipboardKeeper::restoreNow() {
-  const bool isOurs = pasteboard_.ownsContents();
-  resumeRestore();
-  if (isPending(activeRestorationWorkItem_)) {
-    activeRestorationWorkItem_.cancel();
-    activeRestorationWorkItem_ = {};
-    isRestoreHeld_ = false;
-    if (isOurs) restore();
-  }
-  if (cancelManualRestoration() && isOurs) restoreManualCopy();
-  settled();
-}
-
-Task<void> ClipboardKeeper::copyTextManually(QString text) {
-  if (!isRestoreWanted()) {
-    writeText(text);
-    co_return;
-  }
-  const bool isTextStillThere = isTextOnClipboard_ && pasteboard_.ownsContents();
-  if (isTextStillThere && (isPending(activeRestorationWorkItem_) || cancelledRule_)) {
-    // The text already took the user's place there; what was saved before it is what comes back.
-    if (writeText(text)) scheduleRestore(RestoreRule::afterUserFetch);
-    co_return;
-  }
-  std::optional<QString> previous;
-  if (isTextStillThere && manualCopy_) {
-    previous = manualCopy_->previous;
-  } else {
-    auto reading = pasteboard_.string();
-    previous = co_await std::move(reading);
-  }
-  if (!writeText(text) || !previous) co_return;
-  manualCopy_ = ManualCopy{*previous};
-  manualRestoration_ = scope_.spawn(restoreManualCopyLater(restoreDelay()));
+  cancelRestore();
+  if (isTextThere() && isRestoreWanted() && displaced_ && !displaced_->empty()) restore();
 }
 
 Task<void> ClipboardKeeper::restoreLater(RestoreRule rule, Duration delay) {
-  auto waiting = waitUntilDue(rule, delay);
-  const bool isDue = co_await std::move(waiting);
-  activeRestorationWorkItem_ = {};
+  const bool isDue = co_await waitUntilDue(rule, delay);
+  restoration_ = {};
   if (isDue) {
     restore();
   } else {
     isTextOnClipboard_ = false;
-    if (!isInRecordingSession_) originalClipboardData_.reset();
+    displaced_.reset();
   }
-  settled();
-}
-
-Task<void> ClipboardKeeper::restoreManualCopyLater(Duration delay) {
-  auto waiting = waitUntilDue(RestoreRule::afterUserFetch, delay);
-  const bool isDue = co_await std::move(waiting);
-  manualRestoration_ = {};
-  if (isDue) restoreManualCopy();
-  manualCopy_.reset();
-  isTextOnClipboard_ = false;
   settled();
 }
 
@@ -205,8 +147,7 @@ Task<bool> ClipboardKeeper::waitUntilDue(RestoreRule rule, Duration delay) {
     logger_.warning("⏸️ Nobody has fetched the text yet - it stays on the clipboard");
     isRestoreHeld_ = true;
     settled();
-    auto fetch = pasteboard_.waitForFetch(anyTime);
-    const bool isFetched = co_await std::move(fetch);
+    const bool isFetched = co_await pasteboard_.waitForFetch(anyTime);
     isRestoreHeld_ = false;
     if (isFetched) co_await sleepFor(restoreDelay());
   }
@@ -217,33 +158,13 @@ Task<bool> ClipboardKeeper::waitUntilDue(RestoreRule rule, Duration delay) {
 
 void ClipboardKeeper::restore() {
   isTextOnClipboard_ = false;
-  if (originalClipboardData_ && pasteboard_.write(*originalClipboardData_)) {
-    logger_.info("♻️ Restored original clipboard content (%{public}ld item(s) with types: %{public}s)",
-                 originalClipboardData_->size(), typesText(*originalClipboardData_));
-  } else {
-    logger_.warning("⚠️ Failed to restore clipboard content");
-  }
-  if (!isInRecordingSession_) originalClipboardData_.reset();
-  if (onRestored_) onRestored_();
-}
-
-void ClipboardKeeper::restoreManualCopy() {
-  const auto manualCopy = std::exchange(manualCopy_, std::nullopt);
-  isTextOnClipboard_ = false;
-  if (!manualCopy) return;
-  if (pasteboard_.writeText(manualCopy->previous, true))
-    logger_.info("♻️ Restored previous clipboard content (manual copy)");
+  const auto items = std::exchange(displaced_, std::nullopt);
+  if (pasteboard_.write(*items))
+    logger_.info("♻️ Restored original clipboard content (%{public}ld item(s) with types: %{public}s)", items->size(),
+                 typesText(*items));
   else
     logger_.warning("⚠️ Failed to restore clipboard content");
-}
-
-bool ClipboardKeeper::cancelManualRestoration() {
-  if (!isPending(manualRestoration_)) return false;
-  manualRestoration_.cancel();
-  manualRestoration_ = {};
-  isRestoreHeld_ = false;
-  settled();
-  return true;
+  if (onRestored_) onRestored_();
 }
 
 bool ClipboardKeeper::isRestoreWanted() const {

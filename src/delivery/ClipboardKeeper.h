@@ -1,19 +1,23 @@
 #pragma once
 #include <QString>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include "base/async/Async.h"
 #include "base/log/Logger.h"
+#include "delivery/ClipboardLoan.h"
 #include "ports/Pasteboard.h"
 #include "storage/SettingsManager.h"
 
 namespace quillmere {
 
-// Saves the user's clipboard before a dictation, lends it to the text, and gives it back after the configured delay.
-// Given back is only what is still ours to give: not when another program has copied something meanwhile, and, after a
-// text that waits to be pasted, not before somebody has fetched it (then the delay runs once more). Main thread.
-// Without settings nothing is restored. Destroying it drops a pending restore.
+// Puts texts in the place of what the user's clipboard holds, and gives that back after the configured delay. Texts
+// that follow each other within the delay displace it once. Given back is only what is still ours to give: not when
+// another program has copied something meanwhile, and, after a text that waits to be pasted, not before somebody has
+// fetched it (then the delay runs once more). Main thread. Without settings nothing is restored. Destroying it drops a
+// pending restore.
 class ClipboardKeeper {
  public:
   enum class RestoreRule {
@@ -24,42 +28,32 @@ class ClipboardKeeper {
 
   ClipboardKeeper(Pasteboard& pasteboard, const SettingsManager* settings, Executor& executor, const Logging& logging);
 
-  // Saves every item. When the text of an earlier dictation is still there, what was saved before that one is kept.
-  // Cancels a pending restore. A cancel leaves nothing saved.
-  Task<void> beginSession();
-  // When nothing was written in the session, a restore that its begin cancelled is scheduled again.
-  void endSession();
-  bool isInSession() const { return isInRecordingSession_; }
-  const std::optional<ClipboardItems>& originalClipboardData() const { return originalClipboardData_; }
+  // What the user's clipboard holds. Up to 2 s when its owner hangs; changes nothing.
+  Task<std::shared_ptr<ClipboardLoan>> borrow();
+  // Puts the text on the clipboard, hidden from clipboard managers, and drops a pending restore: the caller schedules
+  // the next one. What was there before comes from the loan, if it still holds (it may be null), else it is read. False
+  // when the clipboard can't be had: then everything is as it was. So it is after a cancel.
+  Task<bool> lend(QString text, std::shared_ptr<ClipboardLoan> loan);
+  // Whether the text of the last lend() is still there.
+  bool isTextThere() const { return isTextOnClipboard_ && pasteboard_.ownsContents(); }
+  // The user copies it himself: it stays, and nothing is given back.
+  bool copyForUser(const QString& text);
 
-  // Puts the text on the clipboard, hidden from clipboard managers.
-  bool writeText(const QString& text);
+  void scheduleRestore(RestoreRule rule);
+  // Until nothing is scheduled any more, or only a restore that waits for somebody to fetch the text.
+  Task<void> waitForRestore();
+  // Whatever was displaced, now: for the end of the program.
+  void restoreNow();
   // Called after every restore.
   void setOnRestored(std::function<void()> onRestored) { onRestored_ = std::move(onRestored); }
 
-  void scheduleRestore(RestoreRule rule);
-  void cancelRestore();
-  // Schedules again what was cancelled, if no text was written since.
-  void resumeRestore();
-  // Until nothing is scheduled any more, or only a restore that waits for somebody to fetch the text.
-  Task<void> waitForRestore();
-  // What is scheduled, now: for the end of the program.
-  void restoreNow();
-
-  // The text for a paste by hand; the plain text that was there comes back after the delay.
-  Task<void> copyTextManually(QString text);
-
  private:
-  struct ManualCopy {
-    QString previous;
-  };
+  Task<ClipboardItems> read();
   Task<void> restoreLater(RestoreRule rule, Duration delay);
-  Task<void> restoreManualCopyLater(Duration delay);
   // True when it may be restored, false when another program took the clipboard.
   Task<bool> waitUntilDue(RestoreRule rule, Duration delay);
   void restore();
-  void restoreManualCopy();
-  bool cancelManualRestoration();
+  bool cancelRestore();
   bool isRestoreWanted() const;
   Duration restoreDelay() const;
   void settled();
@@ -68,17 +62,12 @@ class ClipboardKeeper {
   const SettingsManager* const settings_;
   Logger logger_;
 
-  bool isInRecordingSession_ = false;
-  std::optional<ClipboardItems> originalClipboardData_;
-  std::optional<ManualCopy> manualCopy_;
-  bool isTextOnClipboard_ = false;  // what was written last is a text of ours, not the user's own
+  bool isTextOnClipboard_ = false;           // what was written last is a text of ours, not the user's own
+  std::optional<ClipboardItems> displaced_;  // by our texts, still to be given back
   std::function<void()> onRestored_;
   bool isRestoreHeld_ = false;  // due, but nobody has fetched the text
   std::vector<Completion<void>> waitingForRestore_;
-  TaskHandle<void> activeRestorationWorkItem_;
-  RestoreRule activeRule_ = RestoreRule::whenDue;
-  std::optional<RestoreRule> cancelledRule_;  // of a restore that was cancelled and has no successor
-  TaskHandle<void> manualRestoration_;
+  TaskHandle<void> restoration_;
   TaskScope scope_;
 };
 

@@ -9,13 +9,15 @@
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ScriptedTranscriber.h"
 #include "core/ShortcutNames.h"
-#include "delivery/AccessibilityHelper.h"
+#include "delivery/AccessibilityPermission.h"
 #include "delivery/AutoPasteHandler.h"
 #include "projects/SpokenFileTags.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/FileWatcher.h"
 #include "recording/MicrophonePermissionManager.h"
 #include "recording/PowerActivityManager.h"
+#include "recording/RecordingEnvironment.h"
+#include "recording/RecordingFinisher.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"
 #include "recording/SimpleRecorder.h"
@@ -151,8 +153,9 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
       {executor, clock, recorder, deviceManager, sessions, environment, finisher, settings, &reporting}, logging};
   FileWatcher watcher{fileEvents, &reporting, logging};
   PowerActivityManager power{powerActivity, logging};
-  AccessibilityHelper helper{{pasteboard, keySynthesizer, workspace, accessibility, &settings, executor}, {}, logging};
-  AutoPasteHandler autoPaste{helper, executor, {}, logging};
+  AccessibilityPermission accessibilityPermission{accessibility, executor, {}, logging};
+  AutoPasteHandler autoPaste{
+      {pasteboard, keySynthesizer, workspace, accessibility, accessibilityPermission, &settings, executor}, {}, logging};
   ElectronAppDetector electron{logging};
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};
   SelectedTextReader reader{workspace, accessibility, pasteboard, logging};

@@ -8,39 +8,20 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class AutoPasteHandlerTest : public DeliveryFixture {
- protected:
-  AutoPasteHandlerHooks handlerHooks() {
-    AutoPasteHandlerHooks all;
-    all.suspendKeyMonitor = [this](bool isSuspended) { suspensions.push_back(isSuspended); };
-    all.showAlert = [this](const AccessibilityAlert& alert) { alerts.push_back(alert); };
-    return all;
-  }
-  bool pasteNow(const QString& text) { return runTask(executor, handler.paste(text, {})); }
-
-  std::vector<bool> suspensions;
-  std::vector<AccessibilityAlert> alerts;
-  AutoPasteHandler handler{helper, executor, handlerHooks(), logging};
-};
+using AutoPasteHandlerTest = DeliveryFixture;
 
 TEST_F(AutoPasteHandlerTest, EveryEndHasItsOutcomeAndResumesTheMonitor) {
   const struct {
     const char* name;
     std::function<void()> arrange;
-    bool isPasted;
     PasteOutcome outcome;
-    const char* line;
   } cases[] = {
-      {"pasted", [] {}, true, PasteOutcome::pasted, "✅ Auto-paste successful"},
-      {"secure", [&] { accessibility.focus(passwordField()); }, false, PasteOutcome::secureField,
-       "ℹ️ No valid paste target. Text on clipboard."},
-      {"no target", [&] { accessibility.focus(node("AXButton")); }, false, PasteOutcome::noTarget,
-       "ℹ️ No valid paste target. Text on clipboard."},
-      {"not fetched", [&] { pasteboard.isFetchedWhenExpected = false; }, false, PasteOutcome::notFetched,
-       "Text on clipboard."},
-      {"no permission", [&] { accessibility.trusted = false; }, false, PasteOutcome::noPermission,
-       "📋 Copying to clipboard as fallback (no accessibility permission)"},
-      {"no keys", [&] { keys.available = false; }, false, PasteOutcome::failed, "❌ Failed to create CGEventSource"},
+      {"pasted", [] {}, PasteOutcome::pasted},
+      {"secure", [&] { accessibility.focus(passwordField()); }, PasteOutcome::secureField},
+      {"no target", [&] { accessibility.focus(node("AXButton")); }, PasteOutcome::noTarget},
+      {"not fetched", [&] { pasteboard.isFetchedWhenExpected = false; }, PasteOutcome::notFetched},
+      {"no permission", [&] { accessibility.trusted = false; }, PasteOutcome::noPermission},
+      {"no keys", [&] { keys.available = false; }, PasteOutcome::failed},
   };
   for (const auto& one : cases) {
     accessibility.focus(node("AXTextField"));
@@ -49,64 +30,103 @@ TEST_F(AutoPasteHandlerTest, EveryEndHasItsOutcomeAndResumesTheMonitor) {
     lines->clear();
     keys.onStroke = [&](const QString&) { EXPECT_EQ(suspensions, std::vector{true}) << one.name; };
     one.arrange();
-    EXPECT_EQ(pasteNow("words"), one.isPasted) << one.name;
-    EXPECT_EQ(handler.lastOutcome().get(), one.outcome) << one.name;
-    EXPECT_EQ(suspensions, (std::vector{true, false})) << one.name;
-    EXPECT_TRUE(lines->contains(one.line)) << one.name << "\n" << lines->lines().join('\n').toStdString();
+    EXPECT_EQ(paste("words"), one.outcome) << one.name;
+    const std::vector<bool> during{true, false};
+    EXPECT_EQ(suspensions, accessibility.trusted ? during : std::vector<bool>{}) << one.name;
     EXPECT_EQ(clipboardText(), "words") << one.name;
     for (const QString& line : lines->publicLines()) EXPECT_FALSE(line.contains("words")) << line.toStdString();
+    if (isLeftOnClipboard(one.outcome)) pasteboard.fetch();
+    executor.advance(1s);
+    pasteboard.fetch();
+    executor.advance(20s);
+    EXPECT_TRUE(isOriginalBack()) << one.name;
   }
   ASSERT_EQ(alerts.size(), 1u);
   alerts.front().open();
   EXPECT_EQ(openedUrls, QStringList{"x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility"});
 }
 
-TEST_F(AutoPasteHandlerTest, ThePreviousApplicationIsTheTarget) {
-  handler.setPreviousFrontmostPID(otherPID);
-  EXPECT_TRUE(pasteNow("words"));
-  EXPECT_EQ(workspace.activations, std::vector<qint64>{otherPID});
-}
-
-TEST_F(AutoPasteHandlerTest, ANewPasteCancelsTheOneUnderWay) {
-  begin();
-  handler.setPreviousFrontmostPID(targetPID);
+TEST_F(AutoPasteHandlerTest, OverlappingPastesGoToTheirTargetsInOrderAndTheFocusComesBack) {
+  const RunningApplication third = application(300, "org.example.third");
+  workspace.setFrontmost(third);
+  const auto loan = borrow();
+  QStringList pasted;
+  keys.onStroke = [&](const QString&) { pasted << QString::number(workspace.frontmost->processId) + clipboardText(); };
   TaskScope scope(executor);
-  auto first = scope.spawn(handler.paste("first", {}));
-  executor.advance(50ms);
-  auto second = scope.spawn(handler.paste("second", {}));
-  executor.advance(5s);
-  EXPECT_FALSE(runTask(executor, first.join()));
-  EXPECT_TRUE(runTask(executor, second.join()));
-  EXPECT_EQ(keys.strokes.size(), 1);
-  EXPECT_EQ(clipboardText(), "second");
-  EXPECT_EQ(suspensions, (std::vector{true, false})) << "not resumed between the two";
-  EXPECT_TRUE(lines->contains("ℹ️ Paste operation was cancelled"));
+  auto first = scope.spawn(handler.paste(request("A", targetPID, loan)));
+  auto second = scope.spawn(handler.paste(request("B", otherPID, loan)));
+  auto last = scope.spawn(handler.paste(request("C", third.processId, loan)));
+  EXPECT_EQ(runTask(executor, last.join()), PasteOutcome::pasted);
+  EXPECT_EQ(runTask(executor, first.join()), PasteOutcome::pasted);
+  EXPECT_EQ(runTask(executor, second.join()), PasteOutcome::pasted);
+  EXPECT_EQ(pasted, (QStringList{"100A", "200B", "300C"}));
+  EXPECT_EQ(workspace.frontmost, third);
   executor.advance(11s);
   EXPECT_TRUE(isOriginalBack());
 }
 
-TEST_F(AutoPasteHandlerTest, ACancelledPasteThatHadWrittenDoesNotDisturbTheNextOne) {
-  settings.setClipboardRestoreDelaySeconds(0);
-  pasteboard.isFetchedWhenExpected = false;
-  begin();
-  TaskScope scope(executor);
-  auto first = scope.spawn(handler.paste("first", {}));
-  executor.advance(200ms);  // waits for the fetch
-  auto second = scope.spawn(handler.paste("second", {}));
-  executor.advance(200ms);
-  EXPECT_EQ(clipboardText(), "second");
-  EXPECT_FALSE(isOriginalBack());
+TEST_F(AutoPasteHandlerTest, TheFocusIsLeftWhereTheUserPutItMeanwhile) {
+  workspace.setFrontmost(application(300, "org.example.third"));
+  keys.onStroke = [&](const QString&) { workspace.setFrontmost(workspace.runningApplication(otherPID)); };
+  EXPECT_EQ(paste("words"), PasteOutcome::pasted);
+  EXPECT_EQ(workspace.frontmost->processId, otherPID);
 }
 
-TEST_F(AutoPasteHandlerTest, TheMonitorResumesWhenTheCallerGoesAway) {
+TEST_F(AutoPasteHandlerTest, ACancelEndsOnlyItsOwnPaste) {
+  settings.setClipboardRestoreDelaySeconds(2);
+  // At once; while the target comes up; while the fetch is waited for.
+  for (const auto moment : {0ms, 50ms, 130ms}) {
+    pasteboard.copyElsewhere(original);
+    workspace.setFrontmost(workspace.runningApplication(otherPID));
+    keys.strokes.clear();
+    TaskScope scope(executor);
+    auto first = scope.spawn(handler.paste(request("first")));
+    auto second = scope.spawn(handler.paste(request("second", otherPID)));
+    auto third = scope.spawn(handler.paste(request("third")));
+    executor.advance(moment);
+    first.cancel();
+    second.cancel();
+    executor.runReady();
+    EXPECT_EQ(clipboardText(), "first") << moment.count();
+    executor.advance(1s);
+    EXPECT_TRUE(first.isDone() && second.isDone());
+    EXPECT_EQ(runTask(executor, third.join()), PasteOutcome::pasted) << moment.count();
+    EXPECT_EQ(keys.strokes.size(), moment < 130ms ? 1 : 2) << moment.count();
+    EXPECT_EQ(workspace.frontmost->processId, otherPID) << moment.count();
+    executor.advance(5s);
+    EXPECT_TRUE(isOriginalBack()) << moment.count();
+    EXPECT_EQ(suspensions.back(), false);
+  }
+}
+
+TEST_F(AutoPasteHandlerTest, TheEndOfTheCallerGivesTheClipboardBack) {
+  pasteboard.isFetchedWhenExpected = false;
   {
     TaskScope scope(executor);
-    auto pasting = scope.spawn(handler.paste("words", {}));
-    executor.advance(20ms);
+    auto pasting = scope.spawn(handler.paste(request("words")));
+    executor.advance(200ms);
+    EXPECT_EQ(clipboardText(), "words");
   }
-  helper.cancelPaste();
   executor.advance(1s);
   EXPECT_EQ(suspensions.back(), false);
+  pasteboard.fetch();
+  executor.advance(30s);
+  EXPECT_TRUE(isOriginalBack());
+}
+
+TEST_F(AutoPasteHandlerTest, ThePermissionIsPolledUntilItIsThere) {
+  accessibility.trusted = false;
+  int granted = 0;
+  const auto watching = permission.isGranted().observe([&](bool is) { granted += is; });
+  permission.startPolling();
+  permission.startPolling();
+  executor.advance(10s);
+  EXPECT_EQ(granted, 0);
+  EXPECT_EQ(executor.timerCount(), 1u);
+  accessibility.trusted = true;
+  executor.advance(300ms);
+  EXPECT_EQ(granted, 1);
+  EXPECT_EQ(executor.timerCount(), 0u);
 }
 
 class TextInputServiceTest : public DeliveryFixture {

@@ -1,7 +1,6 @@
 #pragma once
 #include <gmock/gmock.h>
 
-#include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "storage/SettingsManager.h"
 #include "support/FakeAccessibility.h"
@@ -36,24 +35,26 @@ class DeliveryFixture : public testing::Test {
   }
   void putInFront(const char* bundleId) { workspace.setFrontmost(application(targetPID, bundleId)); }
 
-  AccessibilityHelperHooks hooks() {
-    AccessibilityHelperHooks all;
-    all.isElectronEditor = [](const QString& bundleId) { return bundleId == "com.microsoft.VSCode"; };
-    all.segmentText = [this](const QString&, const std::vector<ProcessedTag>&) { return segments; };
-    all.openUrl = [this](const QString& url) { openedUrls.append(url); };
+  AutoPasteHandlerHooks hooks() {
+    AutoPasteHandlerHooks all;
+    all.suspendKeyMonitor = [this](bool isSuspended) { suspensions.push_back(isSuspended); };
+    all.showAlert = [this](const AccessibilityAlert& alert) { alerts.push_back(alert); };
+    all.paste.isElectronEditor = [](const QString& bundleId) { return bundleId == "com.microsoft.VSCode"; };
+    all.paste.segmentText = [this](const QString&, const std::vector<ProcessedTag>&) { return segments; };
     return all;
   }
 
-  void begin() { runTask(executor, helper.beginRecordingSession()); }
-  SmartPasteResult::Kind paste(const QString& text, std::vector<ProcessedTag> tags = {},
-                               std::optional<qint64> target = targetPID) {
-    return runTask(executor, helper.smartPaste(text, std::move(tags), target)).kind;
+  std::shared_ptr<ClipboardLoan> borrow() { return runTask(executor, handler.borrowClipboard()); }
+  PasteRequest request(const QString& text, std::optional<qint64> target = targetPID,
+                       std::shared_ptr<ClipboardLoan> loan = nullptr) {
+    PasteRequest one;
+    one.text = text;
+    if (target) one.target = workspace.runningApplication(*target);
+    one.clipboard = std::move(loan);
+    return one;
   }
-  SmartPasteResult::Kind dictate(const QString& text) {
-    begin();
-    helper.endRecordingSession();
-    return paste(text);
-  }
+  PasteOutcome paste(PasteRequest one) { return runTask(executor, handler.paste(std::move(one))); }
+  PasteOutcome paste(const QString& text) { return paste(request(text, targetPID, borrow())); }
   QString clipboardText() const { return pasteboard.plainText().value_or("(no text)"); }
   bool isOriginalBack() const { return pasteboard.contents == original; }
 
@@ -77,7 +78,12 @@ class DeliveryFixture : public testing::Test {
   FakeAccessibility accessibility;
   std::vector<PasteSegment> segments;
   QStringList openedUrls;
-  AccessibilityHelper helper{{pasteboard, keys, workspace, accessibility, &settings, executor}, hooks(), logging};
+  std::vector<bool> suspensions;
+  std::vector<AccessibilityAlert> alerts;
+  AccessibilityPermission permission{accessibility, executor, [this](const QString& url) { openedUrls.append(url); },
+                                     logging};
+  AutoPasteHandler handler{
+      {pasteboard, keys, workspace, accessibility, permission, &settings, executor}, hooks(), logging};
 };
 
 }  // namespace quillmere

@@ -4,16 +4,11 @@ namespace quillmere {
 namespace {
 
 using namespace std::chrono_literals;
-using Kind = SmartPasteResult::Kind;
+using Kind = PasteOutcome;
 
 class SegmentedPasteTest : public DeliveryFixture {
  protected:
-  SegmentedPasteTest() {
-    putInFront("com.microsoft.VSCode");
-    begin();
-    helper.endRecordingSession();
-    pasteboard.writes.clear();
-  }
+  SegmentedPasteTest() { putInFront("com.microsoft.VSCode"); }
   static std::vector<ProcessedTag> matched() {
     ProcessedTag tag;
     tag.matchedFile = "/src/main.cpp";
@@ -24,7 +19,12 @@ class SegmentedPasteTest : public DeliveryFixture {
     for (const auto& write : pasteboard.writes) texts.append(write.text);
     return texts;
   }
-  bool isFailedPartially() { return paste("x", matched()) == Kind::failed; }
+  PasteRequest tagged(const QString& text, std::vector<ProcessedTag> tags = matched()) {
+    PasteRequest one = request(text);
+    one.tags = std::move(tags);
+    return one;
+  }
+  bool isFailedPartially() { return paste(tagged("x")) == Kind::failed; }
 };
 
 TEST_F(SegmentedPasteTest, AFileReferenceIsAcceptedFromTheCompletion) {
@@ -32,7 +32,7 @@ TEST_F(SegmentedPasteTest, AFileReferenceIsAcceptedFromTheCompletion) {
   std::vector<Duration> moments;
   const TimePoint start = executor.now();
   keys.onStroke = [&](const QString&) { moments.push_back(executor.now() - start); };
-  EXPECT_EQ(paste("See @main.cpp now", matched()), Kind::success);
+  EXPECT_EQ(paste(tagged("See @main.cpp now")), Kind::pasted);
   EXPECT_EQ(written(), (QStringList{"See ", "@main.cpp", " ", " now"}));
   EXPECT_EQ(keys.strokes,
             (QStringList{"control+55", "control+55", "control+space", "tab", "control+55", "control+55"}));
@@ -50,16 +50,16 @@ TEST_F(SegmentedPasteTest, AFileReferenceIsAcceptedFromTheCompletion) {
 TEST_F(SegmentedPasteTest, WithoutAFoundFileTheTextGoesWhole) {
   segments = {{"never", true}};
   ProcessedTag unmatched;
-  EXPECT_EQ(paste("See @{nothing}", {unmatched}), Kind::success);
+  EXPECT_EQ(paste(tagged("See @{nothing}", {unmatched})), Kind::pasted);
   EXPECT_EQ(written(), QStringList{"See @{nothing}"});
   segments.clear();  // nobody cuts
-  EXPECT_EQ(paste("whole", matched()), Kind::success);
+  EXPECT_EQ(paste(tagged("whole")), Kind::pasted);
   EXPECT_EQ(written().last(), "whole");
 }
 
 TEST_F(SegmentedPasteTest, TheFiftyFirstPieceIsLeftOut) {
   for (int i = 1; i <= 51; ++i) segments.push_back({QString::number(i), false});
-  EXPECT_EQ(paste("x", matched()), Kind::success);
+  EXPECT_EQ(paste(tagged("x")), Kind::pasted);
   EXPECT_EQ(keys.strokes.size(), 50);
   EXPECT_EQ(written().last(), "50");
   EXPECT_TRUE(lines->contains("⚠️ Limiting segmented paste to first 50 segments (total: 51)"));
@@ -71,6 +71,10 @@ TEST_F(SegmentedPasteTest, APieceThatNobodyFetchedIsAFailureAndTheRestGoesOn) {
   EXPECT_TRUE(isFailedPartially());
   EXPECT_EQ(keys.strokes.size(), 2);
   EXPECT_TRUE(lines->contains("⚠️ Async segmented paste partially failed - clipboard restored"));
+  EXPECT_EQ(clipboardText(), "x") << "the whole text is left, not a piece";
+  executor.advance(60s);
+  EXPECT_EQ(clipboardText(), "x");
+  pasteboard.fetch();
   executor.advance(11s);
   EXPECT_TRUE(isOriginalBack());
 }
@@ -85,7 +89,7 @@ TEST_F(SegmentedPasteTest, NoKeyOfTheCompletionReachesAPasswordField) {
 TEST_F(SegmentedPasteTest, WithoutATargetTheWholeTextIsOnTheClipboard) {
   segments = {{"one", false}, {"two", false}};
   accessibility.focus(passwordField());
-  EXPECT_EQ(paste("one two", matched()), Kind::secureField);
+  EXPECT_EQ(paste(tagged("one two")), Kind::secureField);
   EXPECT_EQ(clipboardText(), "one two");
   EXPECT_EQ(keys.strokes.size(), 0);
   executor.advance(11s);
@@ -96,14 +100,14 @@ TEST_F(SegmentedPasteTest, ACancelStopsBeforeTheNextPieceAndGivesTheClipboardBac
   segments = {{"one", false}, {"@f", true}, {"three", false}};
   for (const auto moment : {250ms, 400ms, 900ms, 1100ms}) {
     pasteboard.copyElsewhere(original);
-    begin();
     keys.strokes.clear();
     TaskScope scope(executor);
-    auto pasting = scope.spawn(helper.smartPaste("x", matched(), targetPID));
+    auto pasting = scope.spawn(handler.paste(tagged("x")));
     executor.advance(moment);
     const auto sent = keys.strokes.size();
     pasting.cancel();
     executor.advance(5s);
+    EXPECT_EQ(clipboardText(), "x") << moment.count();
     EXPECT_EQ(keys.strokes.size(), sent) << moment.count();
     executor.advance(6s);
     EXPECT_TRUE(isOriginalBack()) << moment.count();

@@ -255,16 +255,15 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   int code = exitOk;
   const TimePoint textReady = executor.now();
   if (options.isTyped) {
-    auto saving = session->audioManager->accessibilityHelper().beginRecordingSession();
-    co_await std::move(saving);
-    auto pasting = session->audioManager->autoPasteHandler().paste(result.text, std::vector<ProcessedTag>{});
-    if (co_await std::move(pasting)) {
+    PasteRequest paste;
+    paste.text = result.text;
+    const PasteOutcome pasted = co_await session->audioManager->autoPasteHandler().paste(std::move(paste));
+    if (pasted == PasteOutcome::pasted) {
       recording.timings.decodedToPasted = executor.now() - textReady;
     } else {
       context.terminal.err(localizedText("cli.dictate.notTyped"));
       code = exitFailure;
     }
-    session->audioManager->accessibilityHelper().endRecordingSession();
   }
   recording.timings.stopToText = executor.now() - recording.stoppedAt;
   if (options.isJson) {
@@ -276,8 +275,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   }
   if (options.showsTimings) printTimings(context.terminal, recording.timings);
   if (options.isTyped) {
-    auto restoring = session->audioManager->accessibilityHelper().waitForRestore();
-    co_await std::move(restoring);
+    co_await session->audioManager->autoPasteHandler().waitForRestore();
   }
   if (options.isWithoutHistory) services.persistence->deleteTranscript(row);
   if (services.persistence->hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});

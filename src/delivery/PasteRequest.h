@@ -1,0 +1,19 @@
+#pragma once
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "delivery/ClipboardLoan.h"
+#include "domain/ProcessedTag.h"
+#include "ports/Workspace.h"
+
+namespace quillmere {
+
+struct PasteRequest {
+  QString text;
+  std::vector<ProcessedTag> tags;
+  std::optional<RunningApplication> target;  // without one the text goes to whatever is in front
+  std::shared_ptr<ClipboardLoan> clipboard;  // without one the clipboard is read when the text takes its place
+};
+
+}  // namespace quillmere
