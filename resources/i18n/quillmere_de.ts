@@ -569,6 +569,7 @@
 <message id="history.rewritten"><translation>überarbeitet</translation></message>
 <message id="history.failed.title"><translation>Aufnahme von %1, aufbewahrt</translation></message>
 <message id="history.failed.kept"><translation>%1 Die Aufnahme ist sicher.</translation></message>
+<message id="history.failed.interrupted"><translation>Quillmere brach ab, bevor dies transkribiert war.</translation></message>
 <message id="history.failed.unknown"><translation>Die Transkription wurde nicht fertig.</translation></message>
 <message id="history.busy.title"><translation>Aufnahme von %1 wird transkribiert…</translation></message>
 <message id="history.audio.missing"><translation>Die Aufnahme zu diesem Eintrag ist nicht mehr da.</translation></message>

@@ -569,6 +569,7 @@
 <message id="history.rewritten"><translation>rewritten</translation></message>
 <message id="history.failed.title"><translation>Recording of %1, kept</translation></message>
 <message id="history.failed.kept"><translation>%1 The recording is safe.</translation></message>
+<message id="history.failed.interrupted"><translation>Quillmere stopped running before this was transcribed.</translation></message>
 <message id="history.failed.unknown"><translation>The transcription did not finish.</translation></message>
 <message id="history.busy.title"><translation>Recording of %1, being transcribed…</translation></message>
 <message id="history.audio.missing"><translation>The recording of this entry is no longer there.</translation></message>

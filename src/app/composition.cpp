@@ -10,6 +10,7 @@
 #include "platform/linux/JsonLinesLog.h"
 #include "platform/linux/LinuxDeploymentValues.h"
 #include "platform/linux/LocalCrashReporter.h"
+#include "platform/linux/ProcessIdentity.h"
 #include "platform/qt/QtDefaultsStore.h"
 #include "platform/qt/QtExecutor.h"
 #include "platform/qt/QtHttpDownloader.h"
@@ -139,9 +140,12 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   buildModels(s);
   if (!options.opensStore) return services;
 
-  auto store = PersistenceController::open(s.paths.storeFile, *s.clock, s.logging, s.appLogger.get());
+  auto store = PersistenceController::open(s.paths.storeFile, *s.clock, s.logging, s.appLogger.get(),
+                                           QTimeZone::systemTimeZone(), {s.executor.get(), thisProcessIdentity()});
   if (!store) return Failed{store.error()};
   s.persistence = std::move(*store);
+  HistorySweeper::Dependencies sweeper{*s.persistence, *s.executor, *s.fileWorkers, *s.clock, isProcessAlive};
+  s.historySweeper = std::make_unique<HistorySweeper>(std::move(sweeper), s.logging);
   buildPipeline(s, options);
   return services;
 }

@@ -39,6 +39,7 @@
 #include "providers/UserNotices.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/HistorySweeper.h"
 
 namespace quillmere {
 
@@ -85,6 +86,7 @@ struct Services {
   std::unique_ptr<ModelImporter> modelImporter;
 
   std::unique_ptr<PersistenceController> persistence;
+  std::unique_ptr<HistorySweeper> historySweeper;  // started by those who run for long
   std::unique_ptr<VocabularyProcessor> vocabularyProcessor;
   std::unique_ptr<LibWhisperProvider> localProvider;
   std::unique_ptr<TranscriptionProviderRouter> router;

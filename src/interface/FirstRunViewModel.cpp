@@ -225,7 +225,7 @@ void FirstRunViewModel::useLocally(const QString& modelName) {
   data.model = modelName;
   if (isEnglishOnlyModel(modelName)) data.language = QStringLiteral("en");
   const ModePtr mode = services_.persistence.saveMode(data);
-  if (!mode || services_.persistence.hasChanges()) modelProblem_ = localizedText("models.use.notSaved");
+  if (!mode || services_.persistence.isSaveRefused()) modelProblem_ = localizedText("models.use.notSaved");
   services_.appState.switchToLocalDefault();
   if (intents_.modelChosen && mode) intents_.modelChosen(mode);
   updateMeasurement();

@@ -217,7 +217,8 @@ void ModelsViewModel::use(const QString& name) {
   const ModePtr mode = selectedMode();
   if (!mode || !isDownloaded(name) || mode->model == name) return;
   mode->model = name;
-  if (!services_.persistence->save() && services_.notices)
+  services_.persistence->save();
+  if (services_.persistence->isSaveRefused() && services_.notices)
     services_.notices->showToast(localizedText("models.use.notSaved"), false);
   if (services_.modelChosen) services_.modelChosen(mode);
   allChanged();

@@ -145,7 +145,7 @@ QString ModesViewModel::save(const QString& id, const QVariantMap& values) {
   const bool isOtherModel = model != data.model;
   data.model = model;
   const ModePtr saved = mode ? store.saveMode(data) : store.createMode(data);
-  if (!saved || store.hasChanges()) return localizedText("models.use.notSaved");
+  if (!saved || store.isSaveRefused()) return localizedText("models.use.notSaved");
   // Its name is shown elsewhere, and another model is to be made ready.
   const bool isSelected = idText(*saved).compare(services_.appState.data().selectedModeId, Qt::CaseInsensitive) == 0;
   if (isSelected && (isOtherModel || data.name != services_.appState.data().selectedModeName))
@@ -160,7 +160,7 @@ QString ModesViewModel::remove(const QString& id) {
                                                QUuid::fromString(services_.appState.data().selectedModeId));
   if (!deleted) return deleted.error().message;
   if (deleted->newSelection) services_.appState.selectMode(*deleted->newSelection, true);
-  return services_.persistence.hasChanges() ? localizedText("models.use.notSaved") : QString();
+  return services_.persistence.isSaveRefused() ? localizedText("models.use.notSaved") : QString();
 }
 
 void ModesViewModel::select(const QString& id) {

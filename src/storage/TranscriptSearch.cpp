@@ -126,7 +126,7 @@ Result<FilteredRows, PlatformError> FilteredRows::read(ObjectContext& context, H
 }
 
 Result<qint64, PlatformError> FilteredRows::count(ObjectContext& context) const {
-  const auto& removed = context.pendingRemovals<Transcript>();
+  const auto& removed = context.registry().removedRows<Transcript>();
   const auto removedDiscarded =
       std::count_if(discarded_.begin(), discarded_.end(), [&](qint64 row) { return removed.contains(row); });
   const auto discarded = static_cast<qint64>(discarded_.size());

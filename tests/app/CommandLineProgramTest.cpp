@@ -174,14 +174,14 @@ TEST_F(CommandLineProgramTest, InterruptLeavesNothingBehind) {
   expectNoTrace();
 }
 
-TEST_F(CommandLineProgramTest, AKilledRunLeavesAStoreThatOpensAndARowInProcessing) {
+TEST_F(CommandLineProgramTest, AKilledRunLeavesARowThatSaysSoAndCanBeRetried) {
   QProcess process;
   startLongRun(process);
   process.kill();
   process.waitForFinished();
   const Output rows = program.run({"history", "--json"});
   EXPECT_EQ(rows.code, 0) << rows.err.constData();
-  EXPECT_EQ(rows.json()["status"].toString(), "processing");
+  EXPECT_EQ(rows.json()["status"].toString(), "failed");
   EXPECT_TRUE(QFileInfo::exists(rows.json()["audioFile"].toString()));
 
   // What was said is not lost: the kept audio can be transcribed once more.
@@ -193,6 +193,16 @@ TEST_F(CommandLineProgramTest, AKilledRunLeavesAStoreThatOpensAndARowInProcessin
   EXPECT_EQ(retried.code, 0) << retried.err.constData();
   EXPECT_TRUE(retried.out.contains("Second attempt")) << retried.out.constData();
   EXPECT_EQ(program.run({"history", "--json"}).json()["status"].toString(), "completed");
+  EXPECT_EQ(program.run({"history", "--json"}).out.count('\n'), 1);
+
+  // A text that is there is not put at stake: another try is another row, and the audio stays as long as one needs it.
+  ASSERT_EQ(program.run({"history", "retry", rows.json()["id"].toString()}).code, 0);
+  EXPECT_EQ(program.run({"history", "--json"}).out.count('\n'), 2);
+  ASSERT_EQ(program.run({"history", "delete", rows.json()["id"].toString(), "--yes"}).code, 0);
+  const Output left = program.run({"history", "--json"});
+  EXPECT_NE(left.json()["id"], rows.json()["id"]);
+  EXPECT_TRUE(QFileInfo::exists(left.json()["audioFile"].toString()));
+  EXPECT_EQ(program.run({"history", "--discarded"}).out, QByteArray());
 }
 
 TEST_F(CommandLineProgramTest, TheSettingsPageOfTheDocumentationIsTheProgramsOwn) {

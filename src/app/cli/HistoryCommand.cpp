@@ -3,6 +3,7 @@
 
 #include "app/cli/Commands.h"
 #include "app/cli/ModeChoice.h"
+#include "app/cli/SavedChanges.h"
 #include "app/cli/TranscriptJson.h"
 #include "app/composition.h"
 #include "base/text/Graphemes.h"
@@ -39,6 +40,15 @@ QString rowLine(const Transcript& transcript, const Terminal& terminal) {
   return head + text;
 }
 
+// A text that is there stays: its audio gets a row more.
+TranscriptPtr rowForRetry(TranscriptStore& transcripts, const TranscriptPtr& transcript) {
+  if (transcript->status != TranscriptStatus::completed) return transcript;
+  const TranscriptPtr row =
+      transcripts.createTranscript(transcript->duration.value_or(0), transcript->mode, transcript->audioFilePath);
+  row->modeRelationship = transcript->modeRelationship;
+  return row;
+}
+
 Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wishes) {
   Services& services = context.services;
   ModePtr before = transcript->modeRelationship;
@@ -48,11 +58,11 @@ Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wis
   if (!mode) co_return fail(context, mode.error());
   auto checking = whyModeCannotRun(services, *mode);
   if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
-  auto retrying = services.retryHandler->retry(transcript, *mode);
-  const auto result = co_await std::move(retrying);
+  const TranscriptPtr row = rowForRetry(services.persistence->transcripts(), transcript);
+  const auto result = co_await services.retryHandler->retry(row, *mode);
   if (!result) co_return fail(context, {localizedDescription(result.error()), exitCodeFor(result.error())});
-  context.terminal.out(transcript->text.value_or(QString()));
-  co_return exitOk;
+  context.terminal.out(row->text.value_or(QString()));
+  co_return co_await exitWhenSaved(context);
 }
 
 }  // namespace
@@ -60,6 +70,7 @@ Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wis
 Task<int> runHistory(CommandContext context, HistoryOptions options) {
   using Action = HistoryOptions::Action;
   PersistenceController& store = *context.services.persistence;
+  co_await context.services.historySweeper->sweep();
   if (options.action == Action::list) {
     std::optional<QString> search;
     if (options.search) search = argumentText(*options.search);
@@ -91,13 +102,10 @@ Task<int> runHistory(CommandContext context, HistoryOptions options) {
         co_return fail(context, {localizedText("cli.history.confirm", int(chosen.size())), exitUsage});
       }
       store.deleteTranscripts(chosen);
-      if (store.hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
-      co_return exitOk;
+      co_return co_await exitWhenSaved(context);
     case Action::retry: {
       ModeWishes wishes{options.mode, options.model, options.language};
-      auto work = retry(context, chosen.front(), std::move(wishes));
-      const int code = co_await std::move(work);
-      co_return code;
+      co_return co_await retry(context, chosen.front(), std::move(wishes));
     }
     case Action::list:
       break;

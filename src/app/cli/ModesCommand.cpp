@@ -1,6 +1,7 @@
 #include <QJsonObject>
 
 #include "app/cli/Commands.h"
+#include "app/cli/SavedChanges.h"
 #include "app/composition.h"
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
@@ -132,9 +133,6 @@ void printMode(CommandContext& context, const Mode& mode) {
 Task<int> runModes(CommandContext context, ModesOptions options) {
   using Action = ModesOptions::Action;
   PersistenceController& store = *context.services.persistence;
-  const auto saved = [&]() -> int {
-    return store.hasChanges() ? fail(context, {localizedText("cli.store.notSaved"), exitStore}) : int(exitOk);
-  };
   if (options.action == Action::list) {
     for (const ModePtr& mode : store.fetchAllModes()) {
       const bool selected = isSelected(context, *mode);
@@ -164,8 +162,9 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
     data.postProcessingMode = PostProcessingMode::off;
     if (const auto bad = applyOptions(options, data)) co_return fail(context, *bad);
     const ModePtr mode = store.createMode(data);
-    if (!store.hasChanges() && mode && mode->id) context.terminal.out(mode->id->toString(QUuid::WithoutBraces));
-    co_return saved();
+    const int code = co_await exitWhenSaved(context);
+    if (code == exitOk && mode->id) context.terminal.out(mode->id->toString(QUuid::WithoutBraces));
+    co_return code;
   }
 
   const auto found = findMode(context, argumentText(options.name));
@@ -185,7 +184,7 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
           co_return fail(context, {localizedText("cli.modes.duplicate", data.name), exitFailure});
       }
       store.saveMode(data);
-      co_return saved();
+      co_return co_await exitWhenSaved(context);
     }
     case Action::use:
       context.services.appState->selectMode(*mode, true);
@@ -203,7 +202,7 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
         settings.setCurrentModeId(QString());
         settings.setCurrentMode(QString());
       }
-      co_return saved();
+      co_return co_await exitWhenSaved(context);
     }
     case Action::list:
     case Action::add:

@@ -107,7 +107,7 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
       report.rawText = outcome.result->rawText;
       report.provider = outcome.result->provider;
       report.wasPostProcessed = outcome.result->wasPostProcessed;
-      if (services.persistence->hasChanges())
+      if (!co_await services.persistence->waitUntilSaved())
         report.failure = CommandFailure{localizedText("cli.store.notSaved"), exitStore};
       break;
   }

@@ -1,6 +1,7 @@
 #include <QJsonObject>
 
 #include "app/cli/Commands.h"
+#include "app/cli/SavedChanges.h"
 #include "app/composition.h"
 #include "base/text/LocalizedText.h"
 
@@ -28,14 +29,12 @@ Task<int> runVocabulary(CommandContext context, VocabularyOptions options) {
       if (options.replacement) replacement = argumentText(*options.replacement);
       if (!store.addVocabularyItem(word, replacement))
         co_return fail(context, {localizedText("cli.vocabulary.duplicate", word), exitFailure});
-      if (store.hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
-      co_return exitOk;
+      co_return co_await exitWhenSaved(context);
     }
     case VocabularyOptions::Action::remove:
       if (!store.deleteVocabularyItem(word))
         co_return fail(context, {localizedText("cli.vocabulary.unknown", word), exitFailure});
-      if (store.hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
-      co_return exitOk;
+      co_return co_await exitWhenSaved(context);
   }
   co_return exitFailure;
 }

@@ -186,6 +186,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   auto checking = whyModeCannotRun(services, mode);
   if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
   prepareRecordingsFolder(services.settings->storage());
+  services.historySweeper->start();
 
   const auto session = makeSessionServices(services, SessionOptions{});
   if (options.isTyped && !session->hasDisplay())
@@ -278,7 +279,8 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
     co_await session->audioManager->autoPasteHandler().waitForRestore();
   }
   if (options.isWithoutHistory) services.persistence->deleteTranscript(row);
-  if (services.persistence->hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
+  if (!co_await services.persistence->waitUntilSaved())
+    co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
   co_return code;
 }
 
