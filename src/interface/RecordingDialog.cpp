@@ -31,7 +31,7 @@ RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& win
     state_.isLoading = true;
     changes_.push_back(data.recordingState);
     isPosted_ = true;
-    post([this] { runPending(); });
+    lifetime_.post(executor_, [this] { runPending(); });
   }
   refreshContent();
   observation_ = appState_.observe([this](const AppStateData& now) { follow(now); });
@@ -39,7 +39,7 @@ RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& win
 }
 
 RecordingDialog::~RecordingDialog() {
-  *isAlive_ = false;
+  lifetime_.end();
   executor_.cancelTimer(feedbackTimer_);
   executor_.cancelTimer(leaveTimer_);
   if (seenQuestion_) windows_.stopCancelOverlay();
@@ -73,18 +73,18 @@ void RecordingDialog::follow(const AppStateData& data) {
   // The fields that belong to a change of state are written around it: looked at in the next turn, they are all there.
   if (!isPosted_) {
     isPosted_ = true;
-    post([this] { runPending(); });
+    lifetime_.post(executor_, [this] { runPending(); });
   }
 }
 
 void RecordingDialog::runPending() {
   isPosted_ = false;
-  const auto alive = isAlive_;
+  const Lifetime::Watch life = lifetime_.watch();
   const bool isQuestion = appState_.data().showCancelConfirmation;
   if (isQuestion != seenQuestion_) {
     seenQuestion_ = isQuestion;
     handle(R::CancelConfirmationChanged{isQuestion});
-    if (!*alive) return;
+    if (life.isOver()) return;
   }
   while (!changes_.empty()) {
     const RecordingState state = changes_.front();
@@ -92,7 +92,7 @@ void RecordingDialog::runPending() {
     // A copy: the effects change the application's state.
     const AppStateData data = appState_.data();
     handle(R::RecordingStateChanged{state, data.lastTranscription, data.pendingRetryAudioPath.has_value()});
-    if (!*alive) return;
+    if (life.isOver()) return;
   }
   refreshContent();
 }
@@ -100,11 +100,11 @@ void RecordingDialog::runPending() {
 void RecordingDialog::handle(const RecordingDialogReducer::Event& event) {
   auto [state, effects] = R::step(state_, event);
   state_ = std::move(state);
-  const auto alive = isAlive_;
+  const Lifetime::Watch life = lifetime_.watch();
   for (const auto& effect : effects) {
     perform(effect);
     // What the effect told others may have closed the dialog.
-    if (!*alive) return;
+    if (life.isOver()) return;
   }
   refreshContent();
 }
@@ -154,8 +154,9 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
                                                           [self = &dialog] { self->handle(R::CopiedFeedbackEnded{}); });
     }
     void operator()(const R::HideDialog&) {
-      dialog.post(
-          [self = &dialog] { self->appState_.update([](AppStateData& data) { data.showRecordingDialog = false; }); });
+      dialog.lifetime_.post(dialog.executor_, [self = &dialog] {
+        self->appState_.update([](AppStateData& data) { data.showRecordingDialog = false; });
+      });
     }
     void operator()(const R::LogLine& line) { dialog.logger_.info(line.format); }
   };
@@ -177,12 +178,6 @@ void RecordingDialog::armLeave() {
   const auto kind = content_.get().kind;
   if (kind == OverlayContent::Kind::ready || kind == OverlayContent::Kind::onClipboard)
     leaveTimer_ = executor_.startTimer(leaveDelay, [this] { close(); });
-}
-
-void RecordingDialog::post(std::function<void()> function) {
-  executor_.post([alive = isAlive_, function = std::move(function)] {
-    if (*alive) function();
-  });
 }
 
 }  // namespace quillmere

@@ -1,9 +1,9 @@
 #pragma once
 #include <deque>
-#include <memory>
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "core/AppState.h"
 #include "interface/RecordingDialogIntents.h"
@@ -42,7 +42,6 @@ class RecordingDialog {
   void perform(const RecordingDialogReducer::Effect& effect);
   void refreshContent();
   void armLeave();
-  void post(std::function<void()> function);
 
   AppState& appState_;
   RecordingWindowManager& windows_;
@@ -58,8 +57,8 @@ class RecordingDialog {
   bool isPosted_ = false;
   Executor::TimerId feedbackTimer_ = 0;
   Executor::TimerId leaveTimer_ = 0;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   Subscription observation_;
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere

@@ -21,7 +21,7 @@ RecordingWindowManager::RecordingWindowManager(RecordingPanelFactory makePanel, 
       logging_(std::move(logging)) {}
 
 RecordingWindowManager::~RecordingWindowManager() {
-  *isAlive_ = false;
+  lifetime_.end();
   following_.reset();
   closePanel();
 }
@@ -109,11 +109,10 @@ bool RecordingWindowManager::startCancelOverlay(std::function<void()> onReturn, 
   isOverlayVisible_ = true;
   // Acted on in a later turn: the keys come from the middle of the key handling.
   const auto later = [this](std::function<void()> RecordingWindowManager::*callback) {
-    executor_.post([this, alive = isAlive_, callback] {
-      if (*alive && isOverlayVisible_ && this->*callback) {
-        const auto function = this->*callback;  // it may replace itself
-        function();
-      }
+    lifetime_.post(executor_, [this, callback] {
+      if (!isOverlayVisible_ || !(this->*callback)) return;
+      const auto function = this->*callback;  // it may replace itself
+      function();
     });
   };
   if (interceptor_ && interceptor_->start([later] { later(&RecordingWindowManager::cancelOverlayOnReturn_); },

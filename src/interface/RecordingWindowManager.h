@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "interface/LevelMeter.h"
 #include "interface/RecordingDialogIntents.h"
@@ -64,8 +65,8 @@ class RecordingWindowManager {
   std::unique_ptr<RecordingDialog> dialog_;
   std::vector<Subscription> obsTokens_;
   Executor::TimerId lingerTimer_ = 0;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   Subscription following_;
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere
