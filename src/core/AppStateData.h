@@ -25,9 +25,10 @@ struct AppStateData {
   float currentAudioLevel = 0;                 // 0 to 1
   QString selectedModeId = QStringLiteral("00000000-0000-0000-0000-000000000001");
   QString selectedModeName = QStringLiteral("Default");
+  std::optional<DictationError> dictationError;             // of the newest dictation
   DictationNotice dictationNotice = DictationNotice::none;  // of the newest dictation; none while one records
-  QString lastTranscription;              // of the last dictation, shown in the dialog
-  bool transcriptionPasteFailed = false;  // the last paste did not reach a text field
+  QString lastTranscription;                                // of the last dictation, shown in the dialog
+  bool transcriptionPasteFailed = false;                    // the last paste did not reach a text field
   bool isStreaming = false;
   QString streamingText;
   bool isStreamingShortcutTriggered = false;  // this recording came from the streaming shortcut

@@ -351,6 +351,16 @@ ErrorClassification classify(const AnyError& error) {
                     error);
 }
 
+bool isCritical(const AnyError& error) {
+  using E = TranscriptionError;
+  if (const auto* hosted = std::get_if<HostedCloudError>(&error))
+    return hosted->kind == HostedCloudError::Kind::insufficientCredits;
+  const auto* transcription = std::get_if<E>(&error);
+  return transcription != nullptr &&
+         (transcription->is<E::ApiKeyMissing>() || transcription->is<E::Unauthorized>() ||
+          transcription->is<E::InsufficientCredits>() || transcription->is<E::QuotaExceeded>());
+}
+
 QString errorTypeName(const AnyError& error) {
   static constexpr const char* names[] = {"TranscriptionError", "AudioError",          "FileWatcherError",
                                           "URLError",           "QuillmereCloudError", "PlatformError"};

@@ -181,6 +181,9 @@ QString messageKey(FileWatcherError error);
 ErrorClassification classify(const TranscriptionError& error);
 ErrorClassification classify(const AnyError& error);
 
+// A key, an account or a quota: nothing works before the user has looked after it.
+bool isCritical(const AnyError& error);
+
 // Name of the type, domain and number of an error, for diagnostic records.
 QString errorTypeName(const AnyError& error);
 QString errorDomain(const AnyError& error);

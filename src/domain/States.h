@@ -72,6 +72,14 @@ struct RecordingState {
 // Why the newest dictation ended without a text and without an error; shown for a moment.
 enum class DictationNotice { none, tooShort, nothingHeard };
 
+// Why the newest dictation failed, worded for the user.
+struct DictationError {
+  QString message;
+  bool isCritical = false;
+  bool isNetwork = false;
+  bool operator==(const DictationError&) const = default;
+};
+
 struct StreamingConnectionState {
   enum class Kind { idle, connecting, ready, streaming, disconnecting, error };
   Kind kind = Kind::idle;

@@ -298,8 +298,7 @@ Task<void> HistoryModel::runRetry(TranscriptPtr transcript, QUuid id) {
   const QString description = localizedDescription(outcome.error());
   logger_.error("Retry failed: %{public}s", description);
   if (services_.notices)
-    services_.notices->showToast(localizedText("history.failed.kept", description),
-                                 AppState::isCriticalMessage(description));
+    services_.notices->showToast(localizedText("history.failed.kept", description), isCritical(outcome.error()));
 }
 
 void HistoryModel::setRetrying(const QUuid& id, bool isRetrying) {

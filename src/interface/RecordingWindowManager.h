@@ -16,15 +16,14 @@ class AppState;
 class KeyInterceptor;
 class RecordingDialog;
 class SettingsManager;
-class UserNotices;
 
 // Owns the panel of the recording dialog, and the two keys of the question "Cancel?" while it is up. Main thread.
 // `interceptor` may be null: then, as when the keys can't be had, the question is answered by the panel's own buttons
 // and by the keys of this program's windows.
 class RecordingWindowManager {
  public:
-  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, UserNotices* notices,
-                         Executor& executor, Logging logging);
+  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, Executor& executor,
+                         Logging logging);
   ~RecordingWindowManager();
   RecordingWindowManager(const RecordingWindowManager&) = delete;
   RecordingWindowManager& operator=(const RecordingWindowManager&) = delete;
@@ -53,7 +52,6 @@ class RecordingWindowManager {
 
   RecordingPanelFactory makePanel_;
   KeyInterceptor* interceptor_;
-  UserNotices* notices_;
   Executor& executor_;
   Logging logging_;
   bool isOverlayVisible_ = false;
