@@ -359,6 +359,7 @@
 <message id="cli.help.history.search.text"><translation>Gesuchte Wörter; jedes darf ein Wortanfang sein</translation></message>
 <message id="cli.help.history.limit"><translation>Wie viele höchstens</translation></message>
 <message id="cli.help.history.offset"><translation>Wie viele zuvor übergehen</translation></message>
+<message id="cli.help.history.discarded"><translation>Nur verworfene Aufnahmen; sie verschwinden nach 24 Stunden</translation></message>
 <message id="cli.help.history.show"><translation>Den Text von Transkripten ausgeben</translation></message>
 <message id="cli.help.history.delete"><translation>Transkripte und ihre Audiodateien löschen</translation></message>
 <message id="cli.help.history.retry"><translation>Die aufbewahrte Aufnahme eines Transkripts erneut transkribieren</translation></message>
@@ -569,6 +570,7 @@
 <message id="history.rewritten"><translation>überarbeitet</translation></message>
 <message id="history.failed.title"><translation>Aufnahme von %1, aufbewahrt</translation></message>
 <message id="history.failed.kept"><translation>%1 Die Aufnahme ist sicher.</translation></message>
+<message id="history.failed.interrupted"><translation>Quillmere brach ab, bevor dies transkribiert war.</translation></message>
 <message id="history.failed.unknown"><translation>Die Transkription wurde nicht fertig.</translation></message>
 <message id="history.busy.title"><translation>Aufnahme von %1 wird transkribiert…</translation></message>
 <message id="history.audio.missing"><translation>Die Aufnahme zu diesem Eintrag ist nicht mehr da.</translation></message>

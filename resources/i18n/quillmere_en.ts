@@ -359,6 +359,7 @@
 <message id="cli.help.history.search.text"><translation>Words to look for; every word may be the beginning of one</translation></message>
 <message id="cli.help.history.limit"><translation>How many at most</translation></message>
 <message id="cli.help.history.offset"><translation>How many to pass over first</translation></message>
+<message id="cli.help.history.discarded"><translation>Only recordings that were thrown away; they go after 24 hours</translation></message>
 <message id="cli.help.history.show"><translation>Print the text of transcripts</translation></message>
 <message id="cli.help.history.delete"><translation>Delete transcripts and their audio files</translation></message>
 <message id="cli.help.history.retry"><translation>Transcribe the kept audio of a transcript once more</translation></message>
@@ -569,6 +570,7 @@
 <message id="history.rewritten"><translation>rewritten</translation></message>
 <message id="history.failed.title"><translation>Recording of %1, kept</translation></message>
 <message id="history.failed.kept"><translation>%1 The recording is safe.</translation></message>
+<message id="history.failed.interrupted"><translation>Quillmere stopped running before this was transcribed.</translation></message>
 <message id="history.failed.unknown"><translation>The transcription did not finish.</translation></message>
 <message id="history.busy.title"><translation>Recording of %1, being transcribed…</translation></message>
 <message id="history.audio.missing"><translation>The recording of this entry is no longer there.</translation></message>

@@ -55,6 +55,14 @@ struct RecordingSession {
   bool operator==(const RecordingSession&) const = default;
 };
 
+// What Transcript::status says.
+struct TranscriptStatus {
+  static constexpr const char* processing = "processing";
+  static constexpr const char* completed = "completed";
+  static constexpr const char* failed = "failed";
+  static constexpr const char* discarded = "discarded";  // the user threw the recording away; it goes after 24 hours
+};
+
 struct Transcript {
   std::optional<QString> audioFilePath;
   std::optional<QDateTime> date;
@@ -66,7 +74,8 @@ struct Transcript {
   std::optional<QString> postProcessedText;
   std::optional<QString> postProcessingProvider;
   std::optional<qint16> retryCount;
-  std::optional<QString> status;  // "processing", "completed" or "failed"
+  std::optional<QString> status;           // one of TranscriptStatus
+  std::optional<QString> processingOwner;  // the process that works on it while the status is "processing"
   std::optional<QString> text;
   std::optional<QString> transcribedText;
   std::optional<QString> transcriptionProvider;

@@ -89,6 +89,7 @@ struct EntityTable<Transcript> {
                                       COLUMN(Transcript, mode),
                                       COLUMN(Transcript, postProcessedText),
                                       COLUMN(Transcript, postProcessingProvider),
+                                      COLUMN(Transcript, processingOwner),
                                       COLUMN(Transcript, retryCount),
                                       COLUMN(Transcript, status),
                                       COLUMN(Transcript, text),

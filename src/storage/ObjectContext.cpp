@@ -6,8 +6,6 @@ namespace quillmere {
 
 namespace {
 
-constexpr int beginAttempts = 3;  // each waits for the connection's busy timeout
-
 template <typename E>
 const std::string& insertStatement() {
   static const std::string sql = [] {
@@ -21,27 +19,13 @@ const std::string& insertStatement() {
   return sql;
 }
 
-template <typename F>
-void forEachEntity(F visit) {
-  // References point at what comes first.
-  visit(std::type_identity<Mode>());
-  visit(std::type_identity<RecordingSession>());
-  visit(std::type_identity<Transcript>());
-  visit(std::type_identity<Vocabulary>());
-  visit(std::type_identity<UsageTracking>());
-}
-
 }  // namespace
 
 ObjectContext::ObjectContext(std::unique_ptr<SQLite::Database> database) : database_(std::move(database)) {
   if (auto version = fetchNumber("PRAGMA data_version")) dataVersion_ = *version;
 }
 
-ObjectContext::~ObjectContext() {
-  // Objects that are let go from here on, also those that are kept here, find nobody to come back to.
-  const auto registries = std::exchange(registries_, nullptr);
-  statements_.clear();
-}
+ObjectContext::~ObjectContext() = default;
 
 SQLite::Statement& ObjectContext::prepared(const std::string& sql) {
   auto& statement = statements_[sql];
@@ -54,105 +38,6 @@ SQLite::Statement& ObjectContext::prepared(const std::string& sql) {
     }
   }
   return *statement;
-}
-
-// --- identity
-
-template <typename E>
-void ObjectContext::letGo(const std::weak_ptr<Registries>& weak, E* object) {
-  const auto registries = weak.lock();
-  if (!registries) {
-    delete object;
-    return;
-  }
-  auto& registry = registries->template of<E>();
-  const auto found = registry.records.find(object);
-  Record<E>& record = *found->second;
-  if (record.state == RecordState::stored && !sameColumns(*object, record.stored)) {
-    record.kept = std::shared_ptr<E>(object, [weak](E* again) { letGo<E>(weak, again); });
-    record.object = record.kept;
-    return;
-  }
-  const std::unique_ptr<Record<E>> ended = std::move(found->second);  // its references may let go of further objects
-  registry.records.erase(found);
-  if (ended->state == RecordState::stored) registry.byRow.erase(ended->rowId);
-  delete object;
-}
-
-template <typename E>
-std::shared_ptr<E> ObjectContext::adopt(std::unique_ptr<E> object, RecordState state, qint64 rowId) {
-  auto& registry = registries_->of<E>();
-  auto record = std::make_unique<Record<E>>();
-  record->state = state;
-  record->rowId = rowId;
-  if (state == RecordState::stored) {
-    record->stored = *object;
-    registry.byRow[rowId] = record.get();
-  }
-  const E* key = object.get();
-  Record<E>& entry = *(registry.records[key] = std::move(record));
-  const std::weak_ptr<Registries> weak = registries_;
-  std::shared_ptr<E> shared(object.release(), [weak](E* ended) { letGo<E>(weak, ended); });
-  entry.object = shared;
-  return shared;
-}
-
-template <typename E>
-std::shared_ptr<E> ObjectContext::insert(E value) {
-  auto object = adopt(std::make_unique<E>(std::move(value)), RecordState::inserted, 0);
-  registries_->of<E>().inserted.push_back(object);
-  return object;
-}
-
-template <typename E>
-void ObjectContext::forgetReferences(const std::shared_ptr<E>& removed) {
-  if constexpr (std::is_same_v<E, Mode> || std::is_same_v<E, RecordingSession>) {
-    for (auto& [key, record] : registries_->of<Transcript>().records) {
-      const auto transcript = record->object.lock();
-      if (!transcript) continue;
-      if constexpr (std::is_same_v<E, Mode>) {
-        if (transcript->modeRelationship == removed) transcript->modeRelationship = nullptr;
-      } else {
-        if (transcript->recordingSession == removed) transcript->recordingSession = nullptr;
-      }
-    }
-  }
-}
-
-template <typename E>
-void ObjectContext::remove(const std::shared_ptr<E>& object) {
-  if (!object) return;
-  auto& registry = registries_->of<E>();
-  const auto found = registry.records.find(object.get());
-  if (found == registry.records.end() || found->second->state == RecordState::removed) return;
-  const std::shared_ptr<E> holder = object;  // the argument may be the reference that is about to be emptied
-  Record<E>& record = *found->second;
-  if (record.state == RecordState::inserted) {
-    std::erase(registry.inserted, holder);
-  } else {
-    registry.removedRows.insert(record.rowId);
-    registry.byRow.erase(record.rowId);
-  }
-  record.state = RecordState::removed;
-  record.kept.reset();
-  forgetReferences(holder);
-}
-
-template <typename E>
-qint64 ObjectContext::rowId(const std::shared_ptr<E>& object) const {
-  auto& registry = registries_->of<E>();
-  const auto found = registry.records.find(object.get());
-  return found != registry.records.end() && found->second->state == RecordState::stored ? found->second->rowId : 0;
-}
-
-template <typename E>
-std::vector<std::shared_ptr<E>> ObjectContext::pendingInserts() const {
-  return registries_->of<E>().inserted;
-}
-
-template <typename E>
-qint64 ObjectContext::pendingRemovalCount() const {
-  return static_cast<qint64>(registries_->of<E>().removedRows.size());
 }
 
 // --- reading
@@ -201,36 +86,13 @@ std::vector<std::pair<qint64, E>> ObjectContext::readRows(SQLite::Statement& sta
 
 template <typename E>
 std::shared_ptr<E> ObjectContext::objectOfRow(qint64 rowId) {
-  auto& registry = registries_->of<E>();
-  if (const auto found = registry.byRow.find(rowId); found != registry.byRow.end())
-    if (auto object = found->second->object.lock()) return object;
-  if (registry.removedRows.contains(rowId)) return nullptr;
+  if (auto object = registry_.find<E>(rowId)) return object;
+  if (registry_.removedRows<E>().contains(rowId)) return nullptr;
   SQLite::Statement& statement = prepared(selectClause<E>() + "WHERE pk = ?");
   StatementGuard guard(statement);
   bindValue(statement, 1, rowId);
   auto rows = readRows<E>(statement);
-  return rows.empty() ? nullptr : materialise<E>(rowId, rows.front().second);
-}
-
-template <typename E>
-void ObjectContext::merge(Record<E>& record, E& object, const E& value) {
-  for (const auto& column : EntityTable<E>::columns) {
-    if (sameColumn(column, value, record.stored)) continue;
-    if (sameColumn(column, object, record.stored)) copyColumn(column, value, object);
-    copyColumn(column, value, record.stored);
-  }
-}
-
-template <typename E>
-std::shared_ptr<E> ObjectContext::materialise(qint64 rowId, const E& value) {
-  auto& registry = registries_->of<E>();
-  if (registry.removedRows.contains(rowId)) return nullptr;
-  if (const auto found = registry.byRow.find(rowId); found != registry.byRow.end())
-    if (auto object = found->second->object.lock()) {
-      merge(*found->second, *object, value);
-      return object;
-    }
-  return adopt(std::make_unique<E>(value), RecordState::stored, rowId);
+  return rows.empty() ? nullptr : registry_.materialise<E>(rowId, rows.front().second);
 }
 
 template <typename E>
@@ -244,7 +106,7 @@ Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchRows(
       bindValue(statement, 1, rowId);
       auto rows = readRows<E>(statement);
       if (rows.empty()) continue;
-      if (auto object = materialise<E>(rowId, rows.front().second)) objects.push_back(std::move(object));
+      if (auto object = registry_.materialise<E>(rowId, rows.front().second)) objects.push_back(std::move(object));
     }
     return objects;
   } catch (const SQLite::Exception& exception) {
@@ -281,26 +143,16 @@ Result<void, PlatformError> ObjectContext::visitNumbers(const std::string& sql,
 
 template <typename E>
 void ObjectContext::refreshAll() {
-  auto& registry = registries_->of<E>();
-  std::vector<std::shared_ptr<E>> objects;  // refreshing adds records
-  objects.reserve(registry.records.size());
-  for (auto& [key, record] : registry.records)
-    if (record->state == RecordState::stored)
-      if (auto object = record->object.lock()) objects.push_back(std::move(object));
   SQLite::Statement& statement = prepared(selectClause<E>() + "WHERE pk = ?");
-  for (const auto& object : objects) {
-    Record<E>& record = *registry.records.at(object.get());
+  for (const auto& object : registry_.stored<E>(false)) {
+    const qint64 row = registry_.rowId(object);
     StatementGuard guard(statement);
-    bindValue(statement, 1, record.rowId);
+    bindValue(statement, 1, row);
     auto rows = readRows<E>(statement);
-    if (!rows.empty()) {
-      merge(record, *object, rows.front().second);
-      continue;
-    }
-    registry.byRow.erase(record.rowId);
-    record.state = RecordState::removed;
-    record.kept.reset();
-    forgetReferences(object);
+    if (rows.empty())
+      registry_.rowIsGone(object);
+    else
+      registry_.materialise<E>(row, rows.front().second);
   }
 }
 
@@ -319,26 +171,15 @@ Result<bool, PlatformError> ObjectContext::refreshIfChanged() {
 
 // --- writing
 
-template <typename E>
-bool ObjectContext::hasChangesOf() const {
-  auto& registry = registries_->of<E>();
-  if (!registry.inserted.empty() || !registry.removedRows.empty()) return true;
-  for (const auto& [key, record] : registry.records)
-    if (record->state == RecordState::stored && !sameColumns(*key, record->stored)) return true;
-  return false;
-}
-
 bool ObjectContext::hasChanges() const {
-  bool result = false;
-  forEachEntity([&]<typename E>(std::type_identity<E>) { result = result || hasChangesOf<E>(); });
-  return result;
+  return !waiting_.empty() || registry_.hasChanges();
 }
 
-template <typename E, typename R>
+template <typename R>
 void ObjectContext::bindReference(SQLite::Statement& statement, int index, const std::shared_ptr<R>& target,
-                                  const std::unordered_map<const void*, qint64>& newRows) {
+                                  const NewRows& newRows) {
   if (!target) return statement.bind(index);
-  qint64 row = rowId(target);
+  qint64 row = registry_.rowId(target);
   if (const auto fresh = newRows.find(target.get()); fresh != newRows.end()) row = fresh->second;
   const std::string table = EntityTable<R>::name;
   // Another process may have removed the target meanwhile; an object that isn't from here is known by its id.
@@ -353,51 +194,50 @@ void ObjectContext::bindReference(SQLite::Statement& statement, int index, const
 }
 
 template <typename E>
-std::vector<ObjectContext::PendingWrite<E>> ObjectContext::writeChanges(
-    std::unordered_map<const void*, qint64>& newRows) {
-  auto& registry = registries_->of<E>();
-  const auto bindColumn = [&](SQLite::Statement& statement, int index, const EntityColumn<E>& column, const E& value) {
-    std::visit(
-        [&](auto field) {
-          using Value = std::remove_cvref_t<decltype(value.*field)>;
-          if constexpr (std::is_same_v<Value, std::shared_ptr<Mode>> ||
-                        std::is_same_v<Value, std::shared_ptr<RecordingSession>>)
-            bindReference<E>(statement, index, value.*field, newRows);
-          else if (value.*field)
-            bindValue(statement, index, *(value.*field));
-          else
-            statement.bind(index);
-        },
-        column.field);
-  };
-  std::vector<PendingWrite<E>> writes;
-  for (const auto& object : registry.inserted) {
+void ObjectContext::bindColumn(SQLite::Statement& statement, int index, const EntityColumn<E>& column, const E& value,
+                               const NewRows& newRows) {
+  std::visit(
+      [&](auto field) {
+        using Value = std::remove_cvref_t<decltype(value.*field)>;
+        if constexpr (std::is_same_v<Value, std::shared_ptr<Mode>> ||
+                      std::is_same_v<Value, std::shared_ptr<RecordingSession>>)
+          bindReference(statement, index, value.*field, newRows);
+        else if (value.*field)
+          bindValue(statement, index, *(value.*field));
+        else
+          statement.bind(index);
+      },
+      column.field);
+}
+
+template <typename E>
+std::vector<ObjectRegistry::Written<E>> ObjectContext::writeChanges(NewRows& newRows) {
+  std::vector<ObjectRegistry::Written<E>> writes;
+  for (const auto& object : registry_.inserted<E>()) {
     SQLite::Statement& statement = prepared(insertStatement<E>());
     StatementGuard guard(statement);
     int index = 0;
-    for (const auto& column : EntityTable<E>::columns) bindColumn(statement, ++index, column, *object);
+    for (const auto& column : EntityTable<E>::columns) bindColumn(statement, ++index, column, *object, newRows);
     statement.exec();
     const qint64 row = database_->getLastInsertRowid();
     newRows[object.get()] = row;
-    writes.push_back({registry.records.at(object.get()).get(), object, *object, row, false});
+    writes.push_back({&registry_.recordOf(object), object, *object, row, false});
   }
-  for (const auto& [key, record] : registry.records) {
-    if (record->state != RecordState::stored || sameColumns(*key, record->stored)) continue;
-    const auto object = record->object.lock();
-    if (!object) continue;
+  for (const auto& object : registry_.stored<E>(true)) {
+    auto& record = registry_.recordOf(object);
     std::string assignments;
     for (const auto& column : EntityTable<E>::columns)
-      if (!sameColumn(column, *object, record->stored))
+      if (!sameColumn(column, *object, record.stored))
         assignments += (assignments.empty() ? "" : ", ") + std::string(column.name) + " = ?";
     SQLite::Statement& statement =
         prepared(std::string("UPDATE ") + EntityTable<E>::name + " SET " + assignments + " WHERE pk = ?");
     StatementGuard guard(statement);
     int index = 0;
     for (const auto& column : EntityTable<E>::columns)
-      if (!sameColumn(column, *object, record->stored)) bindColumn(statement, ++index, column, *object);
-    bindValue(statement, ++index, record->rowId);
+      if (!sameColumn(column, *object, record.stored)) bindColumn(statement, ++index, column, *object, newRows);
+    bindValue(statement, ++index, record.rowId);
     const bool isGone = statement.exec() == 0;
-    writes.push_back({record.get(), object, *object, record->rowId, isGone});
+    writes.push_back({&record, object, *object, record.rowId, isGone});
   }
   return writes;
 }
@@ -405,91 +245,64 @@ std::vector<ObjectContext::PendingWrite<E>> ObjectContext::writeChanges(
 template <typename E>
 void ObjectContext::removeRows() {
   SQLite::Statement& statement = prepared(std::string("DELETE FROM ") + EntityTable<E>::name + " WHERE pk = ?");
-  for (const qint64 row : registries_->of<E>().removedRows) {
+  for (const qint64 row : registry_.removedRows<E>()) {
     StatementGuard guard(statement);
     bindValue(statement, 1, row);
     statement.exec();
   }
 }
 
-// After the commit: what was written is what the store has. True when there was anything.
-template <typename E>
-bool ObjectContext::settle(std::vector<PendingWrite<E>>& writes) {
-  auto& registry = registries_->of<E>();
-  const bool wroteAnything = !writes.empty() || !registry.removedRows.empty();
-  for (auto& write : writes) {
-    Record<E>& record = *write.record;
-    if (write.isGone) {  // removed by another process: its deletion stands
-      registry.byRow.erase(record.rowId);
-      record.state = RecordState::removed;
-      forgetReferences(write.object);
-    } else {
-      record.state = RecordState::stored;
-      record.rowId = write.rowId;
-      record.stored = std::move(write.value);
-      registry.byRow[write.rowId] = &record;
-    }
-  }
-  registry.removedRows.clear();
-  return wroteAnything;
-}
-
-void ObjectContext::flush() {
-  std::unordered_map<const void*, qint64> newRows;
-  auto writes =
-      std::make_shared<std::tuple<std::vector<PendingWrite<Mode>>, std::vector<PendingWrite<RecordingSession>>,
-                                  std::vector<PendingWrite<Transcript>>, std::vector<PendingWrite<Vocabulary>>,
-                                  std::vector<PendingWrite<UsageTracking>>>>();
+std::function<void()> ObjectContext::flush() {
+  using Writes =
+      std::tuple<std::vector<ObjectRegistry::Written<Mode>>, std::vector<ObjectRegistry::Written<RecordingSession>>,
+                 std::vector<ObjectRegistry::Written<Transcript>>, std::vector<ObjectRegistry::Written<Vocabulary>>,
+                 std::vector<ObjectRegistry::Written<UsageTracking>>>;
+  NewRows newRows;
+  auto writes = std::make_shared<Writes>();
   forEachEntity([&]<typename E>(std::type_identity<E>) {
-    std::get<std::vector<PendingWrite<E>>>(*writes) = writeChanges<E>(newRows);
+    std::get<std::vector<ObjectRegistry::Written<E>>>(*writes) = writeChanges<E>(newRows);
   });
   forEachEntity([this]<typename E>(std::type_identity<E>) { removeRows<E>(); });
-  settleAll_ = [this, writes] {
+  return [this, writes] {
     const auto settled = [&]<typename E>(std::type_identity<E>) {
-      return settle<E>(std::get<std::vector<PendingWrite<E>>>(*writes));
+      return registry_.settle(std::get<std::vector<ObjectRegistry::Written<E>>>(*writes));
     };
     written_.modes |= settled(std::type_identity<Mode>());
     written_.recordingSessions |= settled(std::type_identity<RecordingSession>());
     written_.transcripts |= settled(std::type_identity<Transcript>());
     written_.vocabulary |= settled(std::type_identity<Vocabulary>());
     written_.usageTracking |= settled(std::type_identity<UsageTracking>());
-    // Now nobody has to be kept any more; letting go may let go of further objects.
-    forEachEntity([&]<typename E>(std::type_identity<E>) {
-      const auto inserted = std::exchange(registries_->of<E>().inserted, {});
-      std::vector<std::shared_ptr<E>> kept;
-      for (auto& [key, record] : registries_->of<E>().records)
-        if (record->kept) kept.push_back(std::exchange(record->kept, nullptr));
-    });
+    forEachEntity([this]<typename E>(std::type_identity<E>) { registry_.releaseKept<E>(); });
   };
 }
 
-void ObjectContext::beginWriting() {
-  for (int attempt = 1;; ++attempt) {
-    try {
-      database_->exec("BEGIN IMMEDIATE");
-      return;
-    } catch (const SQLite::Exception& exception) {
-      if (exception.getErrorCode() != SQLITE_BUSY || attempt == beginAttempts) throw;
-    }
-  }
+void ObjectContext::setPatience(std::chrono::milliseconds patience) {
+  patience_ = patience;
+  isLockTaken_ = false;
+  database_->setBusyTimeout(static_cast<int>(patience.count()));
 }
 
-Result<void, PlatformError> ObjectContext::transact(const std::function<void()>& body) {
-  if (isInTransaction_) {
-    body();
-    return {};
-  }
+std::optional<PlatformError> ObjectContext::beginWriting() {
+  std::optional<PlatformError> error;
+  if (isLockTaken_) database_->setBusyTimeout(0);
   try {
-    beginWriting();
+    database_->exec("BEGIN IMMEDIATE");
   } catch (const SQLite::Exception& exception) {
-    body();
-    return Failed{storeError(exception)};
+    error = storeError(exception);
   }
+  if (isLockTaken_) database_->setBusyTimeout(static_cast<int>(patience_.count()));
+  isLockTaken_ = error && isBusy(*error);
+  return error;
+}
+
+Result<void, PlatformError> ObjectContext::writeAndCommit(const std::function<void()>& body) {
   isInTransaction_ = true;
+  for (const auto& function : std::exchange(waiting_, {})) function();
   body();
+  std::function<void()> settleAll;
   std::optional<PlatformError> error;
   try {
-    flush();
+    settleAll = flush();
     database_->exec("COMMIT");
   } catch (const SQLite::Exception& exception) {
     error = storeError(exception);
@@ -497,10 +310,34 @@ Result<void, PlatformError> ObjectContext::transact(const std::function<void()>&
     if (sqlite3_get_autocommit(database_->getHandle()) == 0) database_->tryExec("ROLLBACK");
   }
   isInTransaction_ = false;
-  const auto settleAll = std::exchange(settleAll_, nullptr);
   if (error) return Failed{*error};
   settleAll();
   return {};
+}
+
+Result<void, PlatformError> ObjectContext::transact(const std::function<void()>& body, std::function<void()> recheck) {
+  if (isInTransaction_) {
+    body();
+    return {};
+  }
+  if (auto error = beginWriting()) {
+    body();
+    if (recheck) waiting_.push_back(std::move(recheck));
+    return Failed{*error};
+  }
+  return writeAndCommit(body);
+}
+
+Result<void, PlatformError> ObjectContext::transactInTime(std::function<void()> body) {
+  if (isInTransaction_) {
+    body();
+    return {};
+  }
+  if (auto error = beginWriting()) {
+    waiting_.push_back(std::move(body));
+    return Failed{*error};
+  }
+  return writeAndCommit(body);
 }
 
 Result<void, PlatformError> ObjectContext::save() {
@@ -509,13 +346,7 @@ Result<void, PlatformError> ObjectContext::save() {
 }
 
 #define INSTANTIATE(E)                                                                         \
-  template std::shared_ptr<E> ObjectContext::insert<E>(E);                                     \
-  template void ObjectContext::remove<E>(const std::shared_ptr<E>&);                           \
-  template qint64 ObjectContext::rowId<E>(const std::shared_ptr<E>&) const;                    \
-  template std::vector<std::shared_ptr<E>> ObjectContext::pendingInserts<E>() const;           \
-  template qint64 ObjectContext::pendingRemovalCount<E>() const;                               \
   template std::vector<std::pair<qint64, E>> ObjectContext::readRows<E>(SQLite::Statement&);   \
-  template std::shared_ptr<E> ObjectContext::materialise<E>(qint64, const E&);                 \
   template Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchRows<E>( \
       const std::vector<qint64>&);
 INSTANTIATE(Mode)

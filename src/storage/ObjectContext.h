@@ -1,28 +1,26 @@
 #pragma once
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <QSet>
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
-#include <tuple>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "base/Result.h"
 #include "domain/Errors.h"
-#include "storage/EntityColumns.h"
+#include "storage/ObjectRegistry.h"
 #include "storage/StoreFile.h"
 
 namespace quillmere {
 
-// The identity map and unit of work over one open store.
+// The unit of work over one open store: objects are read into an ObjectRegistry, and what differs there from the store
+// is written, column by column. Main thread only.
 //
-// Every row that somebody holds has one object and one record here. A record keeps the values that the store is known
-// to have; what differs from them at a save is written, column by column. Records refer to their objects weakly; an
-// object whose last holder lets go of it while it differs comes back through its deleter and is kept until it is
-// written. Main thread only.
+// Another process may hold the store's write lock. Nothing here waits for it longer than the patience: what could not
+// be written then stays a change like any other, and isBusy(error) tells the caller to try again later.
 class ObjectContext {
  public:
   explicit ObjectContext(std::unique_ptr<SQLite::Database> database);
@@ -32,24 +30,26 @@ class ObjectContext {
 
   // A new object, written by the next save.
   template <typename E>
-  std::shared_ptr<E> insert(E value = {});
-  // The row goes at the next save; the object stays readable, changes to it are ignored, references to it become empty.
+  std::shared_ptr<E> insert(E value = {}) {
+    return registry_.insert(std::move(value));
+  }
+  // The row goes at the next save; see ObjectRegistry::remove.
   template <typename E>
-  void remove(const std::shared_ptr<E>& object);
+  void remove(const std::shared_ptr<E>& object) {
+    registry_.remove(object);
+  }
+  const ObjectRegistry& registry() const { return registry_; }
 
   // The objects of "SELECT pk, columns FROM table TAIL", refreshed, without those that are about to be removed. Objects
-  // that are still waiting for their first save aren't in it: see pendingInserts.
+  // that are still waiting for their first save aren't in it: see ObjectRegistry::inserted.
   template <typename E, typename... Bind>
   Result<std::vector<std::shared_ptr<E>>, PlatformError> fetch(const std::string& tail, const Bind&... values);
+  // With those that are waiting, at the end, whether the query is for them or not.
+  template <typename E, typename... Bind>
+  Result<std::vector<std::shared_ptr<E>>, PlatformError> fetchWithInserted(const std::string& tail,
+                                                                           const Bind&... values);
   template <typename E>
   Result<std::vector<std::shared_ptr<E>>, PlatformError> fetchRows(const std::vector<qint64>& rowIds);
-  template <typename E>
-  std::vector<std::shared_ptr<E>> pendingInserts() const;
-  template <typename E>
-  qint64 pendingRemovalCount() const;
-  // 0 for an object without a row.
-  template <typename E>
-  qint64 rowId(const std::shared_ptr<E>& object) const;
   // The first column of the first row.
   template <typename... Bind>
   Result<qint64, PlatformError> fetchNumber(const std::string& sql, const Bind&... values);
@@ -57,7 +57,6 @@ class ObjectContext {
   Result<std::vector<qint64>, PlatformError> fetchNumbers(const std::string& sql, const Bind&... values);
   // With as many values as there are at run time.
   Result<std::vector<qint64>, PlatformError> fetchNumbers(const std::string& sql, const QStringList& values);
-
   // Hands the first column of each row to `visit` until that gives false.
   Result<void, PlatformError> visitNumbers(const std::string& sql, const std::function<bool(qint64)>& visit);
 
@@ -66,8 +65,13 @@ class ObjectContext {
   // differs.
   Result<void, PlatformError> save();
   // Runs `body` and the save in one write transaction, so that what `body` reads still holds when its changes are
-  // written. `body` runs even where the transaction can't be had; its changes then wait for the next save.
-  Result<void, PlatformError> transact(const std::function<void()>& body);
+  // written. Where the transaction can't be had, `body` runs all the same and its changes wait for the next save, which
+  // runs `recheck` in its transaction first: there, what `body` had read may be another. Both may outlive the call.
+  Result<void, PlatformError> transact(const std::function<void()>& body, std::function<void()> recheck = {});
+  // The same for a body that is right in a transaction only: it waits with its changes.
+  Result<void, PlatformError> transactInTime(std::function<void()> body);
+  // How long one call may wait for the lock. While it is known to be taken no call waits at all.
+  void setPatience(std::chrono::milliseconds patience);
 
   // True when another process has written since the last call; live objects have its values then.
   Result<bool, PlatformError> refreshIfChanged();
@@ -80,75 +84,37 @@ class ObjectContext {
   Written takeWritten() { return std::exchange(written_, {}); }
 
  private:
-  enum class RecordState { inserted, stored, removed };
-  template <typename E>
-  struct Record {
-    RecordState state = RecordState::stored;
-    qint64 rowId = 0;
-    E stored;  // what the store has
-    std::weak_ptr<E> object;
-    std::shared_ptr<E> kept;  // changed, and held by nobody else
-  };
-  template <typename E>
-  struct Registry {
-    std::unordered_map<const E*, std::unique_ptr<Record<E>>> records;
-    std::unordered_map<qint64, Record<E>*> byRow;
-    std::vector<std::shared_ptr<E>> inserted;  // in order of their making
-    std::unordered_set<qint64> removedRows;
-  };
-  struct Registries : std::tuple<Registry<Mode>, Registry<RecordingSession>, Registry<Transcript>, Registry<Vocabulary>,
-                                 Registry<UsageTracking>> {
-    template <typename E>
-    Registry<E>& of() {
-      return std::get<Registry<E>>(*this);
-    }
-  };
-  template <typename E>
-  struct PendingWrite {
-    Record<E>* record;
-    std::shared_ptr<E> object;
-    E value;
-    qint64 rowId;
-    bool isGone;
-  };
+  using NewRows = std::unordered_map<const void*, qint64>;
 
-  template <typename E>
-  static void letGo(const std::weak_ptr<Registries>& registries, E* object);
-  template <typename E>
-  std::shared_ptr<E> adopt(std::unique_ptr<E> object, RecordState state, qint64 rowId);
-  template <typename E>
-  void forgetReferences(const std::shared_ptr<E>& removed);
-  template <typename E>
-  std::shared_ptr<E> materialise(qint64 rowId, const E& value);
-  template <typename E>
-  static void merge(Record<E>& record, E& object, const E& value);
   template <typename E>
   std::vector<std::pair<qint64, E>> readRows(SQLite::Statement& statement);
   template <typename E>
   std::shared_ptr<E> objectOfRow(qint64 rowId);
   template <typename E>
-  bool hasChangesOf() const;
+  void refreshAll();
   template <typename E>
-  std::vector<PendingWrite<E>> writeChanges(std::unordered_map<const void*, qint64>& newRows);
+  std::vector<ObjectRegistry::Written<E>> writeChanges(NewRows& newRows);
+  template <typename E>
+  void bindColumn(SQLite::Statement& statement, int index, const EntityColumn<E>& column, const E& value,
+                  const NewRows& newRows);
+  template <typename R>
+  void bindReference(SQLite::Statement& statement, int index, const std::shared_ptr<R>& target, const NewRows& newRows);
   template <typename E>
   void removeRows();
-  template <typename E>
-  bool settle(std::vector<PendingWrite<E>>& writes);
-  template <typename E>
-  void refreshAll();
-  template <typename E, typename R>
-  void bindReference(SQLite::Statement& statement, int index, const std::shared_ptr<R>& target,
-                     const std::unordered_map<const void*, qint64>& newRows);
   SQLite::Statement& prepared(const std::string& sql);
-  void flush();
-  void beginWriting();
+  std::optional<PlatformError> beginWriting();
+  Result<void, PlatformError> writeAndCommit(const std::function<void()>& body);
+  // Gives what is to be done after the commit.
+  std::function<void()> flush();
 
   std::unique_ptr<SQLite::Database> database_;
   std::unordered_map<std::string, std::unique_ptr<SQLite::Statement>> statements_;
-  std::shared_ptr<Registries> registries_ = std::make_shared<Registries>();
-  std::function<void()> settleAll_;
+  ObjectRegistry registry_;
+  std::vector<std::function<void()>> waiting_;  // for the next transaction, in their order
+  std::chrono::milliseconds patience_{};
   qint64 dataVersion_ = 0;
   bool isInTransaction_ = false;
+  bool isLockTaken_ = false;
   Written written_;
 };
 
@@ -198,11 +164,21 @@ Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetch(cons
     std::vector<std::shared_ptr<E>> objects;
     objects.reserve(rows.size());
     for (auto& [rowId, value] : rows)
-      if (auto object = materialise<E>(rowId, value)) objects.push_back(std::move(object));
+      if (auto object = registry_.materialise<E>(rowId, value)) objects.push_back(std::move(object));
     return objects;
   } catch (const SQLite::Exception& exception) {
     return Failed{storeError(exception)};
   }
+}
+
+template <typename E, typename... Bind>
+Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchWithInserted(const std::string& tail,
+                                                                                        const Bind&... values) {
+  auto objects = fetch<E>(tail, values...);
+  if (!objects) return objects;
+  const auto& inserted = registry_.inserted<E>();
+  objects->insert(objects->end(), inserted.begin(), inserted.end());
+  return objects;
 }
 
 template <typename... Bind>

@@ -164,11 +164,11 @@ Result<std::unique_ptr<SQLite::Database>, PlatformError> openOnce(const std::opt
   return database;
 }
 
-bool isBusy(int code) {
-  return (code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED;
-}
-
 }  // namespace
+
+bool isBusy(const PlatformError& error) {
+  return error.domain == "sqlite" && ((error.code & 0xff) == SQLITE_BUSY || (error.code & 0xff) == SQLITE_LOCKED);
+}
 
 PlatformError storeError(const SQLite::Exception& exception) {
   return {"sqlite", exception.getExtendedErrorCode(), QString::fromUtf8(exception.what())};
@@ -185,7 +185,7 @@ Result<std::unique_ptr<SQLite::Database>, PlatformError> openStore(const std::op
       error = database.error();
     } catch (const SQLite::Exception& exception) {
       // Changing the journal of a new store is the one thing that SQLite doesn't wait for by itself.
-      if (isBusy(exception.getErrorCode()) && attempt < openAttempts) {
+      if (isBusy(storeError(exception)) && attempt < openAttempts) {
         sqlite3_sleep(pauseBetweenAttemptsMs);
         continue;
       }

@@ -18,5 +18,7 @@ Result<std::unique_ptr<SQLite::Database>, PlatformError> openStore(const std::op
                                                                    const Logger& log);
 
 PlatformError storeError(const SQLite::Exception& exception);
+// Another process holds the lock that was wanted.
+bool isBusy(const PlatformError& error);
 
 }  // namespace quillmere

@@ -99,7 +99,16 @@ END)",
   FROM Transcript AS row ORDER BY pk)",
 };
 
-constexpr SchemaVersion versions[] = {{1, version1}, {2, version2}, {3, version3}};
+// Which process works on a row, and the few rows that are asked for by what they are.
+constexpr const char* version4[] = {
+    "ALTER TABLE Transcript ADD COLUMN processingOwner TEXT",
+    "CREATE INDEX TranscriptProcessing ON Transcript(date) WHERE status = 'processing'",
+    "CREATE INDEX TranscriptDiscarded ON Transcript(date) WHERE status = 'discarded'",
+    "CREATE INDEX TranscriptByAudio ON Transcript(audioFilePath) WHERE audioFilePath IS NOT NULL",
+    "CREATE INDEX TranscriptByTrimmedAudio ON Transcript(trimmedAudioFilePath) WHERE trimmedAudioFilePath IS NOT NULL",
+};
+
+constexpr SchemaVersion versions[] = {{1, version1}, {2, version2}, {3, version3}, {4, version4}};
 
 }  // namespace
 

@@ -115,17 +115,47 @@ QString fullTextExpression(const SearchQuery& query) {
   return terms.join(" AND ");
 }
 
-Result<TranscriptMatches, PlatformError> TranscriptMatches::find(ObjectContext& context, const SearchQuery& query) {
+Result<FilteredRows, PlatformError> FilteredRows::read(ObjectContext& context, HistoryFilter filter) {
+  FilteredRows rows;
+  rows.filter_ = filter;
+  if (filter == HistoryFilter::all) return rows;
+  auto discarded = context.fetchNumbers("SELECT pk FROM Transcript WHERE status = 'discarded' ORDER BY pk");
+  if (!discarded) return Failed{discarded.error()};
+  rows.discarded_ = std::move(discarded).value();
+  return rows;
+}
+
+Result<qint64, PlatformError> FilteredRows::count(ObjectContext& context) const {
+  const auto& removed = context.registry().removedRows<Transcript>();
+  const auto removedDiscarded =
+      std::count_if(discarded_.begin(), discarded_.end(), [&](qint64 row) { return removed.contains(row); });
+  const auto discarded = static_cast<qint64>(discarded_.size());
+  if (filter_ == HistoryFilter::discarded) return discarded - removedDiscarded;
+  const auto all = context.fetchNumber("SELECT count(*) FROM Transcript");
+  if (!all) return Failed{all.error()};
+  return *all - discarded - (static_cast<qint64>(removed.size()) - removedDiscarded);
+}
+
+void FilteredRows::apply(std::vector<qint64>& rows) const {
+  if (filter_ == HistoryFilter::all) return;
+  const bool wanted = filter_ == HistoryFilter::discarded;
+  std::erase_if(rows,
+                [&](qint64 row) { return std::binary_search(discarded_.begin(), discarded_.end(), row) != wanted; });
+}
+
+Result<TranscriptMatches, PlatformError> TranscriptMatches::find(ObjectContext& context, const SearchQuery& query,
+                                                                 const FilteredRows& filter) {
   TranscriptMatches matches;
-  auto words = context.fetchNumbers("SELECT rowid FROM TranscriptText WHERE TranscriptText MATCH ? ORDER BY rowid",
-                                    fullTextExpression(query));
-  if (words && !words->empty()) {
+  if (auto words = context.fetchNumbers("SELECT rowid FROM TranscriptText WHERE TranscriptText MATCH ? ORDER BY rowid",
+                                        fullTextExpression(query))) {
     matches.rowIds_ = std::move(words).value();
-    return matches;
+    filter.apply(matches.rowIds_);
+    if (!matches.rowIds_.empty()) return matches;
   }
   auto substrings = findSubstrings(context, query);
   if (!substrings) return Failed{substrings.error()};
   matches.rowIds_ = std::move(substrings).value();
+  filter.apply(matches.rowIds_);
   return matches;
 }
 
@@ -159,6 +189,25 @@ Result<std::vector<qint64>, PlatformError> TranscriptMatches::page(ObjectContext
   });
   if (!walk) return Failed{walk.error()};
   return result;
+}
+
+bool passesFilter(const Transcript& transcript, HistoryFilter filter) {
+  if (filter == HistoryFilter::all) return true;
+  return (transcript.status == TranscriptStatus::discarded) == (filter == HistoryFilter::discarded);
+}
+
+const char* pageClause(HistoryFilter filter) {
+  switch (filter) {
+    case HistoryFilter::kept:
+      // By a small index: looking at the status of every row would read all that are skipped.
+      return "WHERE pk NOT IN (SELECT pk FROM Transcript WHERE status = 'discarded') "
+             "ORDER BY date DESC, pk DESC LIMIT ? OFFSET ?";
+    case HistoryFilter::discarded:
+      return "WHERE status = 'discarded' ORDER BY date DESC, pk DESC LIMIT ? OFFSET ?";
+    case HistoryFilter::all:
+      break;
+  }
+  return "ORDER BY date DESC, pk DESC LIMIT ? OFFSET ?";
 }
 
 bool matchesSearch(const Transcript& transcript, const SearchQuery& query) {

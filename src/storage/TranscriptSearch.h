@@ -6,6 +6,7 @@
 
 #include "base/Result.h"
 #include "domain/Errors.h"
+#include "storage/HistoryFilter.h"
 #include "storage/ObjectContext.h"
 
 namespace quillmere {
@@ -25,11 +26,27 @@ SearchQuery parseSearch(const QString& text);
 // As an expression of the full-text index. Whatever was typed is quoted, so that it can't be taken for syntax.
 QString fullTextExpression(const SearchQuery& query);
 
+// The stored rows that a filter of the history lets through.
+class FilteredRows {
+ public:
+  static Result<FilteredRows, PlatformError> read(ObjectContext& context, HistoryFilter filter);
+
+  // Without those that the next save deletes.
+  Result<qint64, PlatformError> count(ObjectContext& context) const;
+  // `rows` ascending; takes out those that the filter holds back.
+  void apply(std::vector<qint64>& rows) const;
+
+ private:
+  HistoryFilter filter_ = HistoryFilter::all;
+  std::vector<qint64> discarded_;  // ascending
+};
+
 // The rows of the history that match, newest first.
 class TranscriptMatches {
  public:
   // Words first; where no row has such words, pieces of texts (inner parts of words, signs).
-  static Result<TranscriptMatches, PlatformError> find(ObjectContext& context, const SearchQuery& query);
+  static Result<TranscriptMatches, PlatformError> find(ObjectContext& context, const SearchQuery& query,
+                                                       const FilteredRows& filter);
 
   qint64 count() const { return static_cast<qint64>(rowIds_.size()); }
   // A negative limit means all.
@@ -39,7 +56,10 @@ class TranscriptMatches {
   std::vector<qint64> rowIds_;  // ascending
 };
 
-// The same test for one transcript that isn't stored yet.
+// The same tests for one transcript that isn't stored yet.
 bool matchesSearch(const Transcript& transcript, const SearchQuery& query);
+bool passesFilter(const Transcript& transcript, HistoryFilter filter);
+// The end of a query for a page of the rows that pass: "WHERE ... ORDER BY ... LIMIT ? OFFSET ?".
+const char* pageClause(HistoryFilter filter);
 
 }  // namespace quillmere

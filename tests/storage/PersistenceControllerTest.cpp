@@ -59,7 +59,7 @@ TEST_F(PersistenceControllerTest, SavingAModeFromTheEditor) {
   data.postProcessingMode = PostProcessingMode::local;
   data.postProcessingProvider = "openai";
   const ModePtr mode = store->saveMode(data);
-  EXPECT_EQ(mode->sortOrder, 1);  // behind the seed
+  EXPECT_EQ(mode->sortOrder, 1);  // after the seed
   EXPECT_EQ(mode->isSystemProvided, false);
   EXPECT_EQ(mode->isDefault, std::nullopt);
   EXPECT_EQ(mode->language, "zh-Hant-TW");
@@ -97,7 +97,6 @@ TEST_F(PersistenceControllerTest, DeletingAModeEmptiesTheLinksToIt) {
     other->modeRelationship = mode;
   }
   store->save();
-  EXPECT_EQ(store->fetchTranscriptsOfMode(mode).size(), 2u);
   ASSERT_TRUE(store->deleteMode(mode));
   EXPECT_EQ(held->modeRelationship, nullptr);
   EXPECT_FALSE(store->hasChanges());
@@ -316,6 +315,43 @@ TEST_F(PersistenceControllerTest, PagesOfTheHistory) {
   EXPECT_EQ(durations(0, 0), "");
   EXPECT_EQ(store->fetchTranscriptPage(1, 1).totalCount, 5);
   EXPECT_EQ(store->fetchTranscriptsBefore(utc("2026-03-10T12:01:00.000")).size(), 2u);
+}
+
+TEST_F(PersistenceControllerTest, DiscardedRowsAreOnlyThereForThoseWhoAskForThem) {
+  auto store = openStoreHere();
+  const auto add = [&](const QString& status, const QString& text) {
+    clock.set(clock.now().addSecs(60));
+    const TranscriptPtr row = store->createTranscript(1, {}, {}, status);
+    if (!text.isEmpty()) row->text = text;
+    store->save();
+    return row;
+  };
+  const TranscriptPtr done = add(TranscriptStatus::completed, "a bonfire"), waiting = add("processing", {});
+  const TranscriptPtr gone = add(TranscriptStatus::discarded, {}),
+                      spoken = add(TranscriptStatus::discarded, "fire now");
+  waiting->status.reset();  // rows without a status are kept too
+  store->save();
+  EXPECT_EQ(gone->text, std::nullopt);
+  using Rows = std::vector<TranscriptPtr>;
+  const struct {
+    HistoryFilter filter;
+    Rows all, matching;
+  } cases[] = {// "fire" begins a word of a discarded row only; among the kept ones it is a piece of one.
+               {HistoryFilter::kept, {waiting, done}, {done}},
+               {HistoryFilter::discarded, {spoken, gone}, {spoken}},
+               {HistoryFilter::all, {spoken, gone, waiting, done}, {spoken}}};
+  for (const auto& [filter, all, matching] : cases) {
+    EXPECT_EQ(store->fetchTranscripts(-1, 0, {}, filter), all);
+    EXPECT_EQ(store->countTranscripts({}, filter), std::ssize(all));
+    EXPECT_EQ(store->fetchTranscripts(1, 1, {}, filter), Rows{all[1]});
+    EXPECT_EQ(store->fetchTranscripts(-1, 0, "fire", filter), matching);
+    EXPECT_EQ(store->countTranscripts(QString("fire"), filter), std::ssize(matching));
+  }
+  EXPECT_EQ(store->fetchTranscriptsWithStatus(TranscriptStatus::discarded), (Rows{spoken, gone}));
+  EXPECT_EQ(store->findTranscript(gone->id->toString()).value(), gone);
+  store->deleteTranscript(gone);
+  EXPECT_EQ(store->countTranscripts({}, HistoryFilter::discarded), 1);
+  EXPECT_EQ(store->countTranscripts(), 2);
 }
 
 }  // namespace

@@ -22,8 +22,8 @@ class StoreFixture : public testing::Test {
   FakeErrorReporting reporting;
   QTimeZone calendar = QTimeZone::utc();
 
-  std::unique_ptr<PersistenceController> openStoreHere() {
-    auto opened = PersistenceController::open(path, clock, Logging(lines), &reporting, calendar);
+  std::unique_ptr<PersistenceController> openStoreHere(Executor* executor = nullptr) {
+    auto opened = PersistenceController::open(path, clock, Logging(lines), &reporting, calendar, {executor, {}});
     EXPECT_TRUE(opened) << (opened ? "" : opened.error().description.toStdString());
     return opened ? std::move(opened).value() : nullptr;
   }

@@ -48,6 +48,7 @@ void addHistory(CLI::App& app, Invocation& invocation) {
       command->add_option("--search", options->search, help("cli.help.history.search.text"));
     command->add_option("-n,--limit", options->limit, help("cli.help.history.limit"))->check(CLI::Range(1, 1000000));
     command->add_option("--offset", options->offset, help("cli.help.history.offset"))->check(CLI::Range(0, 100000000));
+    command->add_flag("--discarded", options->isDiscarded, help("cli.help.history.discarded"));
     addJson(command, options->isJson);
     return options;
   };

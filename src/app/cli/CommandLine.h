@@ -22,6 +22,7 @@ struct HistoryOptions {
   std::optional<std::string> search;
   std::optional<std::string> mode, model, language;  // of a retry
   int limit = 20, offset = 0;
+  bool isDiscarded = false;  // lists the recordings that were thrown away
   bool isJson = false, isConfirmed = false;
 };
 

@@ -63,7 +63,8 @@ Task<int> runHistory(CommandContext context, HistoryOptions options) {
   if (options.action == Action::list) {
     std::optional<QString> search;
     if (options.search) search = argumentText(*options.search);
-    for (const TranscriptPtr& transcript : store.fetchTranscripts(options.limit, options.offset, search)) {
+    const HistoryFilter filter = options.isDiscarded ? HistoryFilter::discarded : HistoryFilter::kept;
+    for (const TranscriptPtr& transcript : store.fetchTranscripts(options.limit, options.offset, search, filter)) {
       const bool isRead = options.isJson ? context.terminal.json(transcriptJson(*transcript))
                                          : context.terminal.out(rowLine(*transcript, context.terminal));
       if (!isRead) break;
