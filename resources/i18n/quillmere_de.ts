@@ -554,9 +554,11 @@
 <message id="recording.dialog.ready"><translation>Der Text ist fertig</translation></message>
 <message id="recording.dialog.copy"><translation>Kopieren</translation></message>
 <message id="recording.dialog.live"><translation>live</translation></message>
-<message id="recording.dialog.error.offline"><translation>Es besteht keine Internetverbindung. Die Aufnahme liegt im Verlauf bereit.</translation></message>
-<message id="recording.dialog.error.unreadable"><translation>Die Aufnahme ließ sich nicht lesen. Ihre Datei bleibt im Aufnahmeordner.</translation></message>
-<message id="recording.dialog.error.missing"><translation>Die Aufnahme für den neuen Versuch ist nicht mehr da.</translation></message>
+<message id="recording.dialog.tooShort"><translation>Zu kurz</translation></message>
+<message id="recording.dialog.nothingHeard"><translation>Nichts gehört</translation></message>
+<message id="recording.dialog.finish"><translation>Beenden und transkribieren</translation></message>
+<message id="recording.dialog.throwAway"><translation>Verwerfen</translation></message>
+<message id="recording.dialog.cancel"><translation>Abbrechen</translation></message>
 <message id="recording.loading.starting"><translation>Startet…</translation></message>
 <message id="recording.loading.transcribing"><translation>Wird transkribiert…</translation></message>
 <message id="recording.loading.postprocessing"><translation>Wird überarbeitet…</translation></message>

@@ -554,9 +554,11 @@
 <message id="recording.dialog.ready"><translation>The text is ready</translation></message>
 <message id="recording.dialog.copy"><translation>Copy</translation></message>
 <message id="recording.dialog.live"><translation>live</translation></message>
-<message id="recording.dialog.error.offline"><translation>There is no internet connection. The recording is kept in the history.</translation></message>
-<message id="recording.dialog.error.unreadable"><translation>The recording could not be read. Its file is kept in the recordings folder.</translation></message>
-<message id="recording.dialog.error.missing"><translation>The recording for the retry is no longer there.</translation></message>
+<message id="recording.dialog.tooShort"><translation>Too short</translation></message>
+<message id="recording.dialog.nothingHeard"><translation>Nothing heard</translation></message>
+<message id="recording.dialog.finish"><translation>Stop and transcribe</translation></message>
+<message id="recording.dialog.throwAway"><translation>Throw away</translation></message>
+<message id="recording.dialog.cancel"><translation>Cancel</translation></message>
 <message id="recording.loading.starting"><translation>Starting…</translation></message>
 <message id="recording.loading.transcribing"><translation>Transcribing…</translation></message>
 <message id="recording.loading.postprocessing"><translation>Rewriting…</translation></message>

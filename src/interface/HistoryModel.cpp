@@ -39,7 +39,7 @@ HistoryModel::HistoryModel(Services services, HistoryIntents intents, QLocale lo
 }
 
 HistoryModel::~HistoryModel() {
-  *isAlive_ = false;
+  lifetime_.end();
   services_.executor.cancelTimer(searchTimer_);
 }
 
@@ -161,8 +161,7 @@ void HistoryModel::applySearch() {
 void HistoryModel::refreshSoon() {
   if (isRefreshPosted_) return;
   isRefreshPosted_ = true;
-  services_.executor.post([this, alive = isAlive_] {
-    if (!*alive) return;
+  lifetime_.post(services_.executor, [this] {
     isRefreshPosted_ = false;
     refresh();
   });
@@ -282,17 +281,16 @@ Task<void> HistoryModel::runRetry(TranscriptPtr transcript, QUuid id) {
   struct Unmark {
     HistoryModel* model;
     QUuid id;
-    std::shared_ptr<bool> alive;
-    Unmark(HistoryModel* m, const QUuid& i, std::shared_ptr<bool> a) : model(m), id(i), alive(std::move(a)) {}
+    Lifetime::Watch life;
+    Unmark(HistoryModel* m, const QUuid& i, Lifetime::Watch l) : model(m), id(i), life(std::move(l)) {}
     Unmark(const Unmark&) = delete;
     Unmark& operator=(const Unmark&) = delete;
     ~Unmark() {
-      if (*alive) model->setRetrying(id, false);
+      if (!life.isOver()) model->setRetrying(id, false);
     }
   };
-  const Unmark unmark(this, id, isAlive_);
-  auto task = services_.retry->retry(transcript);
-  const auto outcome = co_await std::move(task);
+  const Unmark unmark(this, id, lifetime_.watch());
+  const auto outcome = co_await services_.retry->retry(transcript);
   if (outcome) {
     logger_.info("Successfully retried transcription");
     co_return;
@@ -300,8 +298,7 @@ Task<void> HistoryModel::runRetry(TranscriptPtr transcript, QUuid id) {
   const QString description = localizedDescription(outcome.error());
   logger_.error("Retry failed: %{public}s", description);
   if (services_.notices)
-    services_.notices->showToast(localizedText("history.failed.kept", description),
-                                 AppState::isCriticalMessage(description));
+    services_.notices->showToast(localizedText("history.failed.kept", description), isCritical(outcome.error()));
 }
 
 void HistoryModel::setRetrying(const QUuid& id, bool isRetrying) {

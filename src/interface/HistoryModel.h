@@ -10,6 +10,7 @@
 #include "base/Clock.h"
 #include "base/Subscription.h"
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/async/TaskScope.h"
 #include "base/log/Logger.h"
 #include "domain/Entities.h"
@@ -130,9 +131,9 @@ class HistoryModel final : public QAbstractListModel {
   QSet<QUuid> retrying_;
   Executor::TimerId searchTimer_ = 0;
   bool isRefreshPosted_ = false;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   Subscription storeObservation_;
   Subscription stateObservation_;
+  Lifetime lifetime_;
   TaskScope scope_;  // last: its tasks use the fields above
 };
 

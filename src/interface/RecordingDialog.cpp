@@ -1,7 +1,6 @@
 #include "interface/RecordingDialog.h"
 
 #include "interface/RecordingWindowManager.h"
-#include "providers/UserNotices.h"
 
 namespace quillmere {
 namespace {
@@ -12,26 +11,27 @@ using R = RecordingDialogReducer;
 constexpr Duration copiedFeedbackDuration = 900ms;
 // A text that waits on the clipboard or to be copied is in the history too: the pill need not stay for ever.
 constexpr Duration leaveDelay = 12s;
+constexpr Duration noticeDelay = 1500ms;
 
 }  // namespace
 
-RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& windows, UserNotices* notices,
-                                 Executor& executor, RecordingDialogIntents intents, const Logging& logging)
+RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& windows, Executor& executor,
+                                 RecordingDialogIntents intents, const Logging& logging)
     : appState_(appState),
       windows_(windows),
-      notices_(notices),
       executor_(executor),
       intents_(std::move(intents)),
       logger_(logging.logger(QStringLiteral("RecordingDialog"))),
       seenState_(appState.data().recordingState) {
   const AppStateData& data = appState_.data();
   state_ = R::step({}, R::Appeared{data.recordingState, data.pendingRetryAudioPath.has_value()}).state;
-  // A text that was there before, after a retry whose dialog came up late for example.
-  if (data.recordingState.is<RecordingState::Idle>() && !data.lastTranscription.isEmpty()) {
-    state_.isLoading = true;
-    changes_.push_back(data.recordingState);
-    isPosted_ = true;
-    post([this] { runPending(); });
+  // A text or an error that was there before, after a retry whose dialog came up late for example.
+  if (data.recordingState.is<RecordingState::Idle>()) {
+    if (!data.lastTranscription.isEmpty()) {
+      state_.isLoading = true;
+      changes_.push_back(data.recordingState);
+    }
+    runSoon();
   }
   refreshContent();
   observation_ = appState_.observe([this](const AppStateData& now) { follow(now); });
@@ -39,7 +39,7 @@ RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& win
 }
 
 RecordingDialog::~RecordingDialog() {
-  *isAlive_ = false;
+  lifetime_.end();
   executor_.cancelTimer(feedbackTimer_);
   executor_.cancelTimer(leaveTimer_);
   if (seenQuestion_) windows_.stopCancelOverlay();
@@ -55,10 +55,34 @@ void RecordingDialog::dismissQuestion() {
   if (appState_.data().showCancelConfirmation) handle(R::QuestionDismissed{});
 }
 
+void RecordingDialog::finish() {
+  const auto kind = content_.get().kind;
+  using Kind = OverlayContent::Kind;
+  if (kind == Kind::recording || kind == Kind::live || kind == Kind::starting) handle(R::FinishRequested{});
+}
+
+void RecordingDialog::cancel() {
+  if (content_.get().canCancel) handle(R::CancelRequested{});
+}
+
 void RecordingDialog::copy() {
   if (state_.transcribedText.isEmpty() || !intents_.copyText) return;
   intents_.copyText(state_.transcribedText);
   handle(R::TextCopied{});
+}
+
+void RecordingDialog::groundClicked() {
+  using Kind = OverlayContent::Kind;
+  switch (content_.get().kind) {
+    case Kind::starting:
+    case Kind::recording:
+    case Kind::live:
+      return;  // a microphone that is open stays in sight
+    case Kind::question:
+      return dismissQuestion();
+    default:
+      return close();
+  }
 }
 
 void RecordingDialog::close() {
@@ -71,20 +95,23 @@ void RecordingDialog::follow(const AppStateData& data) {
     changes_.push_back(seenState_);
   }
   // The fields that belong to a change of state are written around it: looked at in the next turn, they are all there.
-  if (!isPosted_) {
-    isPosted_ = true;
-    post([this] { runPending(); });
-  }
+  runSoon();
+}
+
+void RecordingDialog::runSoon() {
+  if (isPosted_) return;
+  isPosted_ = true;
+  lifetime_.post(executor_, [this] { runPending(); });
 }
 
 void RecordingDialog::runPending() {
   isPosted_ = false;
-  const auto alive = isAlive_;
+  const Lifetime::Watch life = lifetime_.watch();
   const bool isQuestion = appState_.data().showCancelConfirmation;
   if (isQuestion != seenQuestion_) {
     seenQuestion_ = isQuestion;
     handle(R::CancelConfirmationChanged{isQuestion});
-    if (!*alive) return;
+    if (life.isOver()) return;
   }
   while (!changes_.empty()) {
     const RecordingState state = changes_.front();
@@ -92,7 +119,14 @@ void RecordingDialog::runPending() {
     // A copy: the effects change the application's state.
     const AppStateData data = appState_.data();
     handle(R::RecordingStateChanged{state, data.lastTranscription, data.pendingRetryAudioPath.has_value()});
-    if (!*alive) return;
+    if (life.isOver()) return;
+  }
+  const AppStateData& now = appState_.data();
+  if (now.lastTranscription.isEmpty()) {
+    if (state_.showSuccessState) handle(R::AttemptBegan{});
+    if (life.isOver()) return;
+    if (now.dictationError && now.recordingState.is<RecordingState::Idle>() && !state_.hasError) handle(R::Failed{});
+    if (life.isOver()) return;
   }
   refreshContent();
 }
@@ -100,11 +134,11 @@ void RecordingDialog::runPending() {
 void RecordingDialog::handle(const RecordingDialogReducer::Event& event) {
   auto [state, effects] = R::step(state_, event);
   state_ = std::move(state);
-  const auto alive = isAlive_;
+  const Lifetime::Watch life = lifetime_.watch();
   for (const auto& effect : effects) {
     perform(effect);
     // What the effect told others may have closed the dialog.
-    if (!*alive) return;
+    if (life.isOver()) return;
   }
   refreshContent();
 }
@@ -120,9 +154,6 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
         data.isStreaming = false;
         data.transcriptionPasteFailed = false;
       });
-    }
-    void operator()(const R::ReportError& error) {
-      if (dialog.notices_) dialog.notices_->showToast(error.message, error.isCritical);
     }
     void operator()(const R::StartCancelOverlay&) {
       const bool isTap = dialog.windows_.startCancelOverlay([self = &dialog] { self->confirmCancel(); },
@@ -142,6 +173,12 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
     void operator()(const R::ClearPasteFailed&) {
       dialog.appState_.update([](AppStateData& data) { data.transcriptionPasteFailed = false; });
     }
+    void operator()(const R::FinishRecording&) {
+      if (dialog.intents_.finishRecording) dialog.intents_.finishRecording();
+    }
+    void operator()(const R::Cancel&) {
+      if (dialog.intents_.cancel) dialog.intents_.cancel();
+    }
     void operator()(const R::CancelTranscription&) {
       if (dialog.intents_.cancelTranscription) dialog.intents_.cancelTranscription();
     }
@@ -154,8 +191,9 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
                                                           [self = &dialog] { self->handle(R::CopiedFeedbackEnded{}); });
     }
     void operator()(const R::HideDialog&) {
-      dialog.post(
-          [self = &dialog] { self->appState_.update([](AppStateData& data) { data.showRecordingDialog = false; }); });
+      dialog.lifetime_.post(dialog.executor_, [self = &dialog] {
+        self->appState_.update([](AppStateData& data) { data.showRecordingDialog = false; });
+      });
     }
     void operator()(const R::LogLine& line) { dialog.logger_.info(line.format); }
   };
@@ -163,9 +201,11 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
 }
 
 void RecordingDialog::refreshContent() {
-  const QString cancelKey = intents_.cancelKey ? intents_.cancelKey() : QString();
-  const bool isTextOnClipboard = intents_.isTextOnClipboard && intents_.isTextOnClipboard();
-  OverlayContent next = R::content(state_, appState_.data(), cancelKey, isTextOnClipboard);
+  R::Surroundings surroundings;
+  if (intents_.stopKey) surroundings.stopKey = intents_.stopKey();
+  if (intents_.cancelKey) surroundings.cancelKey = intents_.cancelKey();
+  surroundings.isTextOnClipboard = intents_.isTextOnClipboard && intents_.isTextOnClipboard();
+  OverlayContent next = R::content(state_, appState_.data(), surroundings);
   if (next == content_.get()) return;
   content_.set(std::move(next));
   armLeave();
@@ -174,15 +214,10 @@ void RecordingDialog::refreshContent() {
 void RecordingDialog::armLeave() {
   executor_.cancelTimer(leaveTimer_);
   leaveTimer_ = 0;
-  const auto kind = content_.get().kind;
-  if (kind == OverlayContent::Kind::ready || kind == OverlayContent::Kind::onClipboard)
-    leaveTimer_ = executor_.startTimer(leaveDelay, [this] { close(); });
-}
-
-void RecordingDialog::post(std::function<void()> function) {
-  executor_.post([alive = isAlive_, function = std::move(function)] {
-    if (*alive) function();
-  });
+  using Kind = OverlayContent::Kind;
+  const Kind kind = content_.get().kind;
+  if (kind == Kind::ready || kind == Kind::onClipboard || kind == Kind::notice)
+    leaveTimer_ = executor_.startTimer(kind == Kind::notice ? noticeDelay : leaveDelay, [this] { close(); });
 }
 
 }  // namespace quillmere

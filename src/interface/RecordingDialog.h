@@ -1,9 +1,9 @@
 #pragma once
 #include <deque>
-#include <memory>
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "core/AppState.h"
 #include "interface/RecordingDialogIntents.h"
@@ -12,13 +12,12 @@
 namespace quillmere {
 
 class RecordingWindowManager;
-class UserNotices;
 
 // The state behind the recording pill: follows AppState while the panel is up and carries out what the user chooses.
 // Main thread. Everything it is made with outlives it.
 class RecordingDialog {
  public:
-  RecordingDialog(AppState& appState, RecordingWindowManager& windows, UserNotices* notices, Executor& executor,
+  RecordingDialog(AppState& appState, RecordingWindowManager& windows, Executor& executor,
                   RecordingDialogIntents intents, const Logging& logging);
   ~RecordingDialog();
   RecordingDialog(const RecordingDialog&) = delete;
@@ -32,21 +31,24 @@ class RecordingDialog {
 
   void confirmCancel();
   void dismissQuestion();
+  void finish();
+  void cancel();
   void copy();
-  void close();
+  // Between the buttons: what shows something that is over, or goes on without the pill, leaves.
+  void groundClicked();
 
  private:
   void follow(const AppStateData& data);
+  void runSoon();
   void runPending();
   void handle(const RecordingDialogReducer::Event& event);
   void perform(const RecordingDialogReducer::Effect& effect);
   void refreshContent();
   void armLeave();
-  void post(std::function<void()> function);
+  void close();
 
   AppState& appState_;
   RecordingWindowManager& windows_;
-  UserNotices* notices_;
   Executor& executor_;
   RecordingDialogIntents intents_;
   Logger logger_;
@@ -58,8 +60,8 @@ class RecordingDialog {
   bool isPosted_ = false;
   Executor::TimerId feedbackTimer_ = 0;
   Executor::TimerId leaveTimer_ = 0;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   Subscription observation_;
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere

@@ -6,11 +6,15 @@ namespace quillmere {
 
 // What the dialog asks the dictation to do. Empty functions are left out. Main thread.
 struct RecordingDialogIntents {
-  std::function<void()> stopRecording;        // a toggle that only stops, from a button of the interface
+  std::function<void()> finishRecording;      // stop and transcribe
+  std::function<void()> cancel;               // what the cancel key does: may ask before it throws a recording away
+  std::function<void()> stopRecording;        // throw the recording away: the question was answered
   std::function<void()> cancelTranscription;  // the pipeline's
   std::function<void(const QString&)> copyText;
   std::function<bool()> isTextOnClipboard;  // whether the last delivery left its text there
-  std::function<QString()> cancelKey;       // the cancel shortcut in force, as keys are written: "Esc"
+  // The shortcuts in force that stop and cancel, as keys are written: "Esc".
+  std::function<QString()> stopKey;
+  std::function<QString()> cancelKey;
 };
 
 }  // namespace quillmere

@@ -1,24 +1,31 @@
 #include "interface/RecordingDialogReducer.h"
 
 #include "base/text/LocalizedText.h"
-#include "core/AppState.h"
 
 namespace quillmere {
 namespace {
 
 using R = RecordingDialogReducer;
 
-const QLatin1String errorMark("Error:");
+// Only what belongs to the dialog itself stays.
+RecordingDialogState fresh(const RecordingDialogState& state) {
+  RecordingDialogState fresh;
+  fresh.usingCancelOverlayEventTap = state.usingCancelOverlayEventTap;
+  return fresh;
+}
 
-R::Step closed(RecordingDialogState state, std::vector<R::Effect> effects) {
+R::Step closed(const RecordingDialogState& state, std::vector<R::Effect> effects) {
   effects.push_back(R::LogLine{"🔍 closeDialog() called - setting isPresented = false"});
   effects.push_back(R::ClearPasteFailed{});
   effects.push_back(
       R::LogLine{"🔍 Setting isPresented binding to false (which is bound to appState.showRecordingDialog)"});
   effects.push_back(R::HideDialog{});
-  RecordingDialogState fresh;
-  fresh.usingCancelOverlayEventTap = state.usingCancelOverlayEventTap;
-  return {fresh, std::move(effects)};
+  return {fresh(state), std::move(effects)};
+}
+
+QString noticeText(DictationNotice notice) {
+  return notice == DictationNotice::tooShort ? localizedText("recording.dialog.tooShort")
+                                             : localizedText("recording.dialog.nothingHeard");
 }
 
 struct Stepper {
@@ -34,12 +41,13 @@ struct Stepper {
 
   R::Step operator()(const R::RecordingStateChanged& event) {
     if (event.state.is<RecordingState::Recording>()) {
-      RecordingDialogState fresh;
-      fresh.usingCancelOverlayEventTap = state.usingCancelOverlayEventTap;
-      return {fresh, {R::ClearLastDictation{}}};
+      RecordingDialogState recording = fresh(state);
+      recording.isFinishing = state.isFinishing;  // a stop that came before the recorder ran
+      return {recording, {R::ClearLastDictation{}}};
     }
     if (event.state.is<RecordingState::Transcribing>()) {
       state.isLoading = true;
+      state.isFinishing = false;
       state.isRetrying = event.isRetry;
       return {state, {}};
     }
@@ -47,19 +55,21 @@ struct Stepper {
       state.isPostProcessing = true;
       return {state, {}};
     }
-    if (!event.state.is<RecordingState::Idle>() || !(state.isLoading || state.isPostProcessing) ||
-        event.lastTranscription.isEmpty())
-      return {state, {}};
-    if (event.lastTranscription.startsWith(errorMark)) {
-      state.hasError = true;
-      const QString message = R::errorText(event.lastTranscription);
-      return closed(state, {R::ReportError{message, AppState::isCriticalMessage(event.lastTranscription)}});
-    }
+    if (!event.state.is<RecordingState::Idle>() || !(state.isLoading || state.isPostProcessing)) return {state, {}};
+    // Without a text: what follows is an error, a notice or the start of another dictation.
+    if (event.lastTranscription.isEmpty()) return {fresh(state), {}};
     state.isLoading = state.isPostProcessing = false;
     state.transcribedText = event.lastTranscription;
-    state.showTranscription = true;
     state.showSuccessState = true;
     return {state, {}};
+  }
+
+  R::Step operator()(const R::AttemptBegan&) { return {fresh(state), {}}; }
+
+  R::Step operator()(const R::Failed&) {
+    R::Step step = closed(state, {});
+    step.state.hasError = true;
+    return step;
   }
 
   R::Step operator()(const R::CancelConfirmationChanged& event) {
@@ -85,6 +95,14 @@ struct Stepper {
   }
 
   R::Step operator()(const R::QuestionDismissed&) { return {state, {R::HideQuestion{}}}; }
+
+  R::Step operator()(const R::FinishRequested&) {
+    if (state.isFinishing) return {state, {}};  // once: a second press would begin anew
+    state.isFinishing = true;
+    return {state, {R::FinishRecording{}}};
+  }
+
+  R::Step operator()(const R::CancelRequested&) { return {state, {R::Cancel{}}}; }
 
   R::Step operator()(const R::TextCopied&) {
     state.showCopiedFeedback = true;
@@ -124,45 +142,40 @@ QString RecordingDialogReducer::statusTextKey(const RecordingDialogState& state,
 }
 
 OverlayContent RecordingDialogReducer::content(const RecordingDialogState& state, const AppStateData& data,
-                                               const QString& cancelKey, bool isTextOnClipboard) {
+                                               const Surroundings& surroundings) {
   using Kind = OverlayContent::Kind;
-  if (data.showCancelConfirmation) return {Kind::question, localizedText("recording.dialog.cancel.question"), {}};
+  if (data.showCancelConfirmation) return {Kind::question, localizedText("recording.dialog.cancel.question")};
   if (state.showSuccessState) {
-    if (state.showCopiedFeedback) return {Kind::pasted, localizedText("recording.dialog.copied"), {}};
-    if (data.transcriptionPasteFailed && isTextOnClipboard)
-      return {Kind::onClipboard, localizedText("recording.dialog.onClipboard"), {}};
+    if (state.showCopiedFeedback) return {Kind::pasted, localizedText("recording.dialog.copied")};
+    if (data.transcriptionPasteFailed && surroundings.isTextOnClipboard)
+      return {Kind::onClipboard, localizedText("recording.dialog.onClipboard")};
     // What was transcribed once more isn't pasted.
     if (data.transcriptionPasteFailed || state.isRetrying)
-      return {Kind::ready, localizedText("recording.dialog.ready"), {}};
+      return {Kind::ready, localizedText("recording.dialog.ready")};
     // The text is on its way to the field.
-    return {Kind::working, localizedText("recording.dialog.pasting"), {}};
+    return {Kind::working, localizedText("recording.dialog.pasting")};
   }
-  if (state.isLoading || state.isPostProcessing || data.recordingState.is<RecordingState::Processing>())
-    return {Kind::working, localizedText(statusTextKey(state, data)), cancelKey};
-  if (data.recordingState.is<RecordingState::Recording>()) {
-    if (!data.isStreamingShortcutTriggered) return {Kind::recording, {}, cancelKey};
-    if (data.streamingConnectionState.kind == StreamingConnectionState::Kind::streaming)
-      return {Kind::live, localizedText("recording.dialog.live"), cancelKey};
-    return {Kind::working, localizedText(statusTextKey(state, data)), cancelKey};
+  const bool isRecording = data.recordingState.is<RecordingState::Recording>();
+  const bool isWorking =
+      state.isLoading || state.isPostProcessing || data.recordingState.is<RecordingState::Processing>();
+  if (!isWorking && !isRecording && data.dictationNotice != DictationNotice::none)
+    return {Kind::notice, noticeText(data.dictationNotice)};
+  OverlayContent content{Kind::starting, localizedText("recording.loading.starting"), true, surroundings.cancelKey};
+  const bool isLive = data.streamingConnectionState.kind == StreamingConnectionState::Kind::streaming;
+  if (isWorking || (isRecording && data.isStreamingShortcutTriggered && !isLive)) {
+    content.kind = Kind::working;
+    content.text = localizedText(statusTextKey(state, data));
+    return content;
   }
-  return {Kind::starting, localizedText("recording.loading.starting"), cancelKey};
+  content.stopKey = surroundings.stopKey;
+  if (!isRecording) return content;
+  content.kind = data.isStreamingShortcutTriggered ? Kind::live : Kind::recording;
+  content.text = data.isStreamingShortcutTriggered ? localizedText("recording.dialog.live") : QString();
+  return content;
 }
 
 QString RecordingDialogReducer::pastedText() {
   return localizedText("recording.dialog.pasted");
-}
-
-QString RecordingDialogReducer::errorText(const QString& lastTranscription) {
-  QString message = lastTranscription;
-  if (message.startsWith(QLatin1String("Error: ")))
-    message.remove(0, 7);
-  else if (message.startsWith(errorMark))
-    message.remove(0, errorMark.size());
-  if (message == QLatin1String("No internet connection")) return localizedText("recording.dialog.error.offline");
-  if (message == QLatin1String("Audio file could not be read"))
-    return localizedText("recording.dialog.error.unreadable");
-  if (message == QLatin1String("Audio file missing for retry")) return localizedText("recording.dialog.error.missing");
-  return message;
 }
 
 }  // namespace quillmere

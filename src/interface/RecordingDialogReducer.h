@@ -19,9 +19,11 @@ class RecordingDialogReducer {
   };
   struct RecordingStateChanged {
     RecordingState state;
-    QString lastTranscription = {};  // as it is when the change is looked at
+    QString lastTranscription = {};  // as it is when the change is looked at; texts only
     bool isRetry = false;            // an earlier recording is transcribed once more
   };
+  struct AttemptBegan {};  // another dictation took the place of the one whose text is shown
+  struct Failed {};        // the dictation ended with an error, which others tell the user
   struct CancelConfirmationChanged {
     bool isShown = false;
   };
@@ -32,20 +34,18 @@ class RecordingDialogReducer {
     bool isTranscriptionRunning = false;
   };
   struct QuestionDismissed {};
+  struct FinishRequested {};
+  struct CancelRequested {};
   struct TextCopied {};
   struct CopiedFeedbackEnded {};
   struct CloseRequested {};
-  using Event = std::variant<Appeared, RecordingStateChanged, CancelConfirmationChanged, CancelOverlayStarted,
-                             CancelConfirmed, QuestionDismissed, TextCopied, CopiedFeedbackEnded, CloseRequested>;
+  using Event = std::variant<Appeared, RecordingStateChanged, AttemptBegan, Failed, CancelConfirmationChanged,
+                             CancelOverlayStarted, CancelConfirmed, QuestionDismissed, FinishRequested, CancelRequested,
+                             TextCopied, CopiedFeedbackEnded, CloseRequested>;
 
   // --- effects
   struct ClearLastDictation {  // last transcription, streaming text, streaming, failed paste
     bool operator==(const ClearLastDictation&) const = default;
-  };
-  struct ReportError {
-    QString message;
-    bool isCritical = false;
-    bool operator==(const ReportError&) const = default;
   };
   struct StartCancelOverlay {
     bool operator==(const StartCancelOverlay&) const = default;
@@ -61,6 +61,12 @@ class RecordingDialogReducer {
   };
   struct ClearPasteFailed {
     bool operator==(const ClearPasteFailed&) const = default;
+  };
+  struct FinishRecording {
+    bool operator==(const FinishRecording&) const = default;
+  };
+  struct Cancel {
+    bool operator==(const Cancel&) const = default;
   };
   struct CancelTranscription {
     bool operator==(const CancelTranscription&) const = default;
@@ -78,9 +84,9 @@ class RecordingDialogReducer {
     const char* format = "";
     bool operator==(const LogLine& other) const { return QLatin1String(format) == QLatin1String(other.format); }
   };
-  using Effect = std::variant<ClearLastDictation, ReportError, StartCancelOverlay, StopCancelOverlay, HideQuestion,
-                              ForgetTranscription, ClearPasteFailed, CancelTranscription, StopRecording,
-                              StartCopiedFeedbackTimer, HideDialog, LogLine>;
+  using Effect = std::variant<ClearLastDictation, StartCancelOverlay, StopCancelOverlay, HideQuestion,
+                              ForgetTranscription, ClearPasteFailed, FinishRecording, Cancel, CancelTranscription,
+                              StopRecording, StartCopiedFeedbackTimer, HideDialog, LogLine>;
 
   struct Step {
     RecordingDialogState state;
@@ -91,12 +97,15 @@ class RecordingDialogReducer {
 
   // The key of the status text.
   static QString statusTextKey(const RecordingDialogState& state, const AppStateData& data);
-  // What the pill shows. `isTextOnClipboard`: a delivery that didn't reach a field left the text there.
-  static OverlayContent content(const RecordingDialogState& state, const AppStateData& data, const QString& cancelKey,
-                                bool isTextOnClipboard);
+  // What the pill shows.
+  struct Surroundings {
+    QString stopKey;
+    QString cancelKey;
+    bool isTextOnClipboard = false;  // a delivery that didn't reach a field left the text there
+  };
+  static OverlayContent content(const RecordingDialogState& state, const AppStateData& data,
+                                const Surroundings& surroundings);
   static QString pastedText();
-  // "Error: ..." without its beginning; the few sentences that are known by their English words in the user's language.
-  static QString errorText(const QString& lastTranscription);
 };
 
 }  // namespace quillmere

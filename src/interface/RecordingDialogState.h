@@ -7,9 +7,9 @@ struct RecordingDialogState {
   bool isLoading = false;
   bool isPostProcessing = false;
   bool isRetrying = false;
+  bool isFinishing = false;  // the stop button was pressed
   QString transcribedText;
-  bool showTranscription = false;
-  bool hasError = false;
+  bool hasError = false;  // the dialog leaves because the dictation failed
   bool showCopiedFeedback = false;
   bool showSuccessState = false;
   bool usingCancelOverlayEventTap = false;

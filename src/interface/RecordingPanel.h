@@ -17,11 +17,14 @@ struct OverlayContent {
     pasted,       // the text arrived
     ready,        // the text waits to be copied
     onClipboard,  // the text is on the clipboard and the user has to paste
+    notice,       // why there is no text, for a moment
     question      // cancel? Enter or Escape
   };
   Kind kind = Kind::starting;
   QString text;
-  QString keyText;  // the key that cancels; empty where none does
+  bool canCancel = false;  // has a button for it
+  QString cancelKey = {};  // the keys that do the same as the buttons; empty where none does
+  QString stopKey = {};
   bool operator==(const OverlayContent&) const = default;
 };
 
@@ -32,8 +35,10 @@ class RecordingPanel {
   struct Handlers {
     std::function<void()> onConfirmCancel;
     std::function<void()> onDismissQuestion;
+    std::function<void()> onFinish;  // stop and transcribe
+    std::function<void()> onCancel;
     std::function<void()> onCopy;
-    std::function<void()> onClose;
+    std::function<void()> onGroundClicked;
   };
 
   virtual ~RecordingPanel() = default;

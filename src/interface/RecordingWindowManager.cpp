@@ -13,15 +13,11 @@ constexpr Duration arrivedLinger = std::chrono::milliseconds(900);
 }  // namespace
 
 RecordingWindowManager::RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor,
-                                               UserNotices* notices, Executor& executor, Logging logging)
-    : makePanel_(std::move(makePanel)),
-      interceptor_(interceptor),
-      notices_(notices),
-      executor_(executor),
-      logging_(std::move(logging)) {}
+                                               Executor& executor, Logging logging)
+    : makePanel_(std::move(makePanel)), interceptor_(interceptor), executor_(executor), logging_(std::move(logging)) {}
 
 RecordingWindowManager::~RecordingWindowManager() {
-  *isAlive_ = false;
+  lifetime_.end();
   following_.reset();
   closePanel();
 }
@@ -46,7 +42,7 @@ void RecordingWindowManager::show(AppState& appState, SettingsManager* settings,
   panel_ = makePanel_();
   if (!panel_) return;
   meter_.reset();
-  dialog_ = std::make_unique<RecordingDialog>(appState, *this, notices_, executor_, std::move(intents), logging_);
+  dialog_ = std::make_unique<RecordingDialog>(appState, *this, executor_, std::move(intents), logging_);
   RecordingPanel::Handlers handlers;
   handlers.onConfirmCancel = [this] {
     if (dialog_) dialog_->confirmCancel();
@@ -54,11 +50,20 @@ void RecordingWindowManager::show(AppState& appState, SettingsManager* settings,
   handlers.onDismissQuestion = [this] {
     if (dialog_) dialog_->dismissQuestion();
   };
+  handlers.onFinish = [this] {
+    if (dialog_) dialog_->finish();
+  };
+  handlers.onCancel = [this] {
+    if (dialog_) dialog_->cancel();
+  };
   handlers.onCopy = [this] {
     if (dialog_) dialog_->copy();
   };
-  handlers.onClose = [this] {
-    if (dialog_) dialog_->close();
+  handlers.onGroundClicked = [this] {
+    if (dialog_)
+      dialog_->groundClicked();
+    else
+      closePanel();  // it only lingered
   };
   panel_->setHandlers(std::move(handlers));
   panel_->show(dialog_->content());
@@ -109,11 +114,10 @@ bool RecordingWindowManager::startCancelOverlay(std::function<void()> onReturn, 
   isOverlayVisible_ = true;
   // Acted on in a later turn: the keys come from the middle of the key handling.
   const auto later = [this](std::function<void()> RecordingWindowManager::*callback) {
-    executor_.post([this, alive = isAlive_, callback] {
-      if (*alive && isOverlayVisible_ && this->*callback) {
-        const auto function = this->*callback;  // it may replace itself
-        function();
-      }
+    lifetime_.post(executor_, [this, callback] {
+      if (!isOverlayVisible_ || !(this->*callback)) return;
+      const auto function = this->*callback;  // it may replace itself
+      function();
     });
   };
   if (interceptor_ && interceptor_->start([later] { later(&RecordingWindowManager::cancelOverlayOnReturn_); },

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "interface/LevelMeter.h"
 #include "interface/RecordingDialogIntents.h"
@@ -15,15 +16,14 @@ class AppState;
 class KeyInterceptor;
 class RecordingDialog;
 class SettingsManager;
-class UserNotices;
 
 // Owns the panel of the recording dialog, and the two keys of the question "Cancel?" while it is up. Main thread.
 // `interceptor` may be null: then, as when the keys can't be had, the question is answered by the panel's own buttons
 // and by the keys of this program's windows.
 class RecordingWindowManager {
  public:
-  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, UserNotices* notices,
-                         Executor& executor, Logging logging);
+  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, Executor& executor,
+                         Logging logging);
   ~RecordingWindowManager();
   RecordingWindowManager(const RecordingWindowManager&) = delete;
   RecordingWindowManager& operator=(const RecordingWindowManager&) = delete;
@@ -52,7 +52,6 @@ class RecordingWindowManager {
 
   RecordingPanelFactory makePanel_;
   KeyInterceptor* interceptor_;
-  UserNotices* notices_;
   Executor& executor_;
   Logging logging_;
   bool isOverlayVisible_ = false;
@@ -64,8 +63,8 @@ class RecordingWindowManager {
   std::unique_ptr<RecordingDialog> dialog_;
   std::vector<Subscription> obsTokens_;
   Executor::TimerId lingerTimer_ = 0;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   Subscription following_;
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere

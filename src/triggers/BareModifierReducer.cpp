@@ -25,7 +25,7 @@ class Stepper {
   void on(const Reducer::Start& event) {
     state().currentMode = event.key;
     state().isModifierPressed = false;
-    state().monitor = MonitorState::idle;
+    rest();
   }
 
   void on(const Reducer::Stop&) {
@@ -34,7 +34,7 @@ class Stepper {
     forgetFn();
     state().currentMode.reset();
     state().isModifierPressed = false;
-    state().monitor = MonitorState::idle;
+    rest();
     log(LogLevel::info, "BareModifierKeyMonitor stopped");
   }
 
@@ -51,8 +51,9 @@ class Stepper {
   void on(const Reducer::ResetToIdle&) {
     if (state().monitor == MonitorState::idle || state().monitor == MonitorState::waitingForActivation) return;
     log(LogLevel::info, "BareModifierKeyMonitor resetToIdle from state: %s", {rawValue(state().monitor)});
-    state().isModifierPressed = false;
-    state().monitor = MonitorState::idle;
+    // A key that is still held stays known as held: the rest of a chord begins no recording.
+    if (state().pendingFnKeyState) state().isModifierPressed = *state().pendingFnKeyState;
+    rest();
     cancelTapTimers();
     forgetFn();
   }
@@ -85,12 +86,12 @@ class Stepper {
         if (state().monitor != MonitorState::waitingForActivation) return;
         state().monitor = MonitorState::pttActive;
         state().firstTapTime = now_;
-        return signal(Signal::modifierDown);
+        return begin();
       case Timer::doubleTapStart:
         if (state().monitor != MonitorState::pttActive && state().monitor != MonitorState::latchActive)
           return log(LogLevel::debug, "Double-tap start cancelled - state changed to %s", {rawValue(state().monitor)});
         log(LogLevel::info, "Double-tap delayed recording start triggered");
-        return signal(Signal::modifierDown);
+        return begin();
       case Timer::fnDebounce:
         if (state().pendingFnKeyState) take(*state().pendingFnKeyState);
         return;
@@ -102,6 +103,14 @@ class Stepper {
   void cancel(Timer timer) { step_.effects.push_back(Reducer::CancelTimer{timer}); }
   void start(Timer timer, Duration delay) { step_.effects.push_back(Reducer::StartTimer{timer, delay}); }
   void signal(Signal signal) { step_.effects.push_back(signal); }
+  void begin() {
+    state().hasBegun = true;
+    signal(Signal::modifierDown);
+  }
+  void rest() {
+    state().monitor = MonitorState::idle;
+    state().hasBegun = false;
+  }
   void log(LogLevel level, const char* format, std::vector<LogArgument> arguments = {}) {
     step_.effects.push_back(LogRecord{level, QStringLiteral("BareModifierKeyMonitor"), format, std::move(arguments)});
   }
@@ -177,10 +186,7 @@ class Stepper {
 
   void releaseBeforeActivation() {
     cancel(Timer::activation);
-    if (!state().doublePressEnabled) {
-      state().monitor = MonitorState::idle;
-      return;
-    }
+    if (!state().doublePressEnabled) return rest();
     state().monitor = MonitorState::pttActive;
     state().firstTapTime = now_;
     doubleTapBreadcrumb("Double-tap first tap detected",
@@ -208,7 +214,7 @@ class Stepper {
         {{QStringLiteral("timeSinceFirstTap"), seconds(elapsed)},
          {QStringLiteral("doublePressInterval"), seconds(Reducer::doublePressInterval)},
          {QStringLiteral("reason"), isInTime ? QStringLiteral("doublePressDisabled") : QStringLiteral("tooSlow")}});
-    state().monitor = MonitorState::idle;
+    rest();
     signal(Signal::modifierUp);
   }
 
@@ -227,7 +233,7 @@ class Stepper {
       log(LogLevel::info, "Double tap unlock confirmed");
       doubleTapBreadcrumb("Double-tap unlock confirmed", {{QStringLiteral("timeSinceFirstTap"), seconds(elapsed)},
                                                           {QStringLiteral("withinInterval"), true}});
-      state().monitor = MonitorState::idle;
+      rest();
       return signal(Signal::modifierUp);
     }
     log(LogLevel::debug, "Double tap unlock too slow (%fs) - resetting to locked", {seconds(elapsed)});
@@ -248,13 +254,14 @@ class Stepper {
     } else if (state().monitor == MonitorState::pttActive) {
       data[QStringLiteral("outcome")] = QStringLiteral("stoppingRecording");
       doubleTapBreadcrumb("Latch timeout - no second tap detected", std::move(data));
-      state().monitor = MonitorState::idle;
+      rest();
       signal(Signal::modifierUp);
     }
   }
 
   void interfere(const ModifierEvent& event) {
     const bool wasActive = state().monitor == MonitorState::pttActive;
+    const bool hadBegun = state().hasBegun;
     const QString previous = rawValue(state().monitor);
     cancel(Timer::activation);
     cancel(Timer::doubleTapStart);
@@ -267,10 +274,10 @@ class Stepper {
     // A key that is still held has to be let go before it counts again: the rest of a chord begins no recording.
     if (event.kind == ModifierEvent::Kind::flagsChanged && state().currentMode != ModifierKey::fn)
       state().isModifierPressed = (event.flags & Reducer::flagMask(*state().currentMode)) != 0;
-    state().monitor = MonitorState::idle;
+    rest();
     log(LogLevel::info, wasActive ? "BareModifierKeyMonitor interference while active - stopping PTT"
                                   : "BareModifierKeyMonitor interference during activation - cancelling PTT start");
-    signal(Signal::interferenceDetected);
+    if (hadBegun) signal(Signal::interferenceDetected);
   }
 
   Reducer::Step step_;

@@ -23,6 +23,8 @@ class BareModifierReducer {
   static constexpr Duration fnDebounceDelay = std::chrono::milliseconds(75);
 
   enum class Timer { latch, activation, doubleTapStart, fnDebounce };
+  // interferenceDetected: another key came in after modifierDown. Before it there is nothing to take back, and the key
+  // belongs to a chord that is none of ours.
   enum class Signal { modifierDown, modifierUp, interferenceDetected };
 
   struct State {
@@ -31,6 +33,7 @@ class BareModifierReducer {
     bool isModifierPressed = false;
     bool isSuspended = false;
     bool doublePressEnabled = true;
+    bool hasBegun = false;  // modifierDown was given for this gesture
     std::optional<TimePoint> firstTapTime;
     std::optional<TimePoint> lastLatchActiveTime;
     std::optional<bool> pendingFnKeyState;

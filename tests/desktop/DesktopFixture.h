@@ -70,9 +70,12 @@ class DesktopFixture {
     intents.history.copyText = [this](const QString& text) { copied << text; };
     intents.history.pasteText = [this](const QString& text) { pasted << text; };
     intents.history.playAudio = [this](const QString& path) { played << path; };
+    intents.dialog.finishRecording = [this] { ++toggles; };
+    intents.dialog.cancel = [this] { ++cancels; };
     intents.dialog.stopRecording = [this] { ++stops; };
     intents.dialog.copyText = [this](const QString& text) { copied << text; };
     intents.dialog.isTextOnClipboard = [this] { return isTextOnClipboard; };
+    intents.dialog.stopKey = [] { return QStringLiteral("Ctrl+Alt+D"); };
     intents.dialog.cancelKey = [] { return QStringLiteral("Esc"); };
     intents.firstRun.tryDictation = [this] { ++trials; };
     intents.firstRun.cancelDictation = [this] { ++cancels; };

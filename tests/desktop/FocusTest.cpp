@@ -42,10 +42,9 @@ TEST(Focus, StaysWhereTheUserIs) {
                      {QStringLiteral("-id"), QString::number(window->winId()), QStringLiteral("_NET_WM_DESKTOP")})
                   .endsWith(QStringLiteral("4294967295")))
       << "on every desktop";
-  f.state.update([](AppStateData& data) {
-    data.recordingState.kind = RecordingState::Recording{};
-    data.showCancelConfirmation = true;
-  });
+  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  const int width = window->width();
+  f.state.update([](AppStateData& data) { data.showCancelConfirmation = true; });
   expectUntouched("question");
   f.interface->notices().showToast(QStringLiteral("The service did not answer. The recording is safe."), true);
   ASSERT_TRUE(f.settleUntil([&] { return f.interface->errorToastWindow().window()->isExposed(); }));
@@ -58,7 +57,7 @@ TEST(Focus, StaysWhereTheUserIs) {
   EXPECT_TRUE(f.settleUntil([&] { return !f.state.data().showCancelConfirmation; }));
   expectUntouched("click");
   EXPECT_TRUE(f.settleUntil([&] {
-    return window->width() == 200 &&
+    return window->width() == width &&
            window->position() == overlayPlace(QGuiApplication::primaryScreen()->availableGeometry(), window->size());
   })) << "back in its place";
 }

@@ -166,14 +166,20 @@ TEST_P(Pictures, OfTheOverlay) {
   f.change([](AppStateData& data) { data.transcriptionPasteFailed = false; });
   f.change([](AppStateData& data) { data.showRecordingDialog = false; });
   take("pasted");
-  f.executor.advance(std::chrono::milliseconds(900));
+  f.change([](AppStateData& data) {
+    data.lastTranscription.clear();
+    data.dictationNotice = DictationNotice::nothingHeard;
+    data.showRecordingDialog = true;
+  });
+  take("nothing-heard");
+  f.executor.advance(std::chrono::milliseconds(1500));
   f.settle();
   EXPECT_FALSE(window->isVisible());
 }
 
 TEST_P(Pictures, OfTheToasts) {
   DesktopFixture& f = make();
-  f.interface->notices().showToast(localizedText("recording.dialog.error.offline"), false);
+  f.interface->notices().showToast(localizedText("transcription.error.network.generic"), false);
   f.settle();
   keep(f.interface->errorToastWindow().window(), QStringLiteral("toast"));
   f.interface->notices().showToast(localizedText("transcription.error.modelProtected"), true);

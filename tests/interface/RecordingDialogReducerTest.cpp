@@ -27,11 +27,12 @@ std::vector<R::Effect> followedBy(std::vector<R::Effect> first, const std::vecto
 
 TEST(RecordingDialogReducer, FollowsTheRecordingState) {
   const TestTexts texts;
-  S loading, processing, retrying, success, copied;
+  S loading, processing, retrying, success, copied, finishing, failed;
   loading.isLoading = true;
   processing.isLoading = processing.isPostProcessing = true;
   retrying.isLoading = retrying.isRetrying = true;
-  success.showSuccessState = success.showTranscription = true;
+  finishing.isFinishing = failed.hasError = true;
+  success.showSuccessState = true;
   success.transcribedText = QStringLiteral("Hello");
   copied = success;
   copied.showCopiedFeedback = true;
@@ -68,28 +69,20 @@ TEST(RecordingDialogReducer, FollowsTheRecordingState) {
       {"rewriting", loading, R::RecordingStateChanged{state<RecordingState::PostProcessing>()}, processing, {}},
       {"arrived", processing, R::RecordingStateChanged{state<RecordingState::Idle>(), hello}, success, {}},
       {"idle without having worked", {}, R::RecordingStateChanged{state<RecordingState::Idle>(), hello}, {}, {}},
-      {"idle without a text", loading, R::RecordingStateChanged{state<RecordingState::Idle>()}, loading, {}},
+      {"idle without a text", loading, R::RecordingStateChanged{state<RecordingState::Idle>()}, {}, {}},
       {"complete is no end",
        loading,
        R::RecordingStateChanged{state(RecordingState::Complete{hello}), hello},
        loading,
        {}},
-      {"an error closes",
-       loading,
-       R::RecordingStateChanged{state<RecordingState::Idle>(), QStringLiteral("Error: no luck")},
-       {},
-       followedBy({R::ReportError{QStringLiteral("no luck"), false}}, closing)},
-      {"an error of the account",
-       loading,
-       R::RecordingStateChanged{state<RecordingState::Idle>(), QStringLiteral("Error: QUOTA exceeded")},
-       {},
-       followedBy({R::ReportError{QStringLiteral("QUOTA exceeded"), true}}, closing)},
+      {"an error closes", loading, R::Failed{}, failed, closing},
+      {"another dictation took its place", success, R::AttemptBegan{}, {}, {}},
       {"a text about errors is a text",
        loading,
-       R::RecordingStateChanged{state<RecordingState::Idle>(), QStringLiteral("An Error: none")},
+       R::RecordingStateChanged{state<RecordingState::Idle>(), QStringLiteral("Error: none")},
        [&] {
          S s = success;
-         s.transcribedText = QStringLiteral("An Error: none");
+         s.transcribedText = QStringLiteral("Error: none");
          return s;
        }(),
        {}},
@@ -108,6 +101,14 @@ TEST(RecordingDialogReducer, FollowsTheRecordingState) {
        {},
        followedBy(followedBy({R::HideQuestion{}, R::ForgetTranscription{}, R::CancelTranscription{}}, closing),
                   {R::LogLine{"❌ Recording/transcription cancelled from dialog"}})},
+      {"stopped by its button", {}, R::FinishRequested{}, finishing, {R::FinishRecording{}}},
+      {"stopped once", finishing, R::FinishRequested{}, finishing, {}},
+      {"a stop before the recorder runs is remembered",
+       finishing,
+       R::RecordingStateChanged{state<RecordingState::Recording>()},
+       finishing,
+       {R::ClearLastDictation{}}},
+      {"stopped", finishing, R::RecordingStateChanged{state<RecordingState::Transcribing>()}, loading, {}},
       {"copied", success, R::TextCopied{}, copied, {R::StartCopiedFeedbackTimer{}}},
       {"the word that it was copied leaves", copied, R::CopiedFeedbackEnded{}, {}, closing},
       {"a late end of it does nothing", success, R::CopiedFeedbackEnded{}, success, {}},
@@ -151,28 +152,49 @@ TEST(RecordingDialogReducer, NamesWhatRuns) {
 TEST(RecordingDialogReducer, ShowsTheQuestionAboveEverything) {
   const TestTexts texts;
   using Kind = OverlayContent::Kind;
-  S success, loading;
+  const R::Surroundings keys{QStringLiteral("Ctrl+D"), QStringLiteral("Esc"), false};
+  R::Surroundings onClipboard = keys;
+  onClipboard.isTextOnClipboard = true;
+  S success, loading, again;
   success.showSuccessState = true;
-  loading.isLoading = true;
-  AppStateData idle, recording, failed;
-  idle.showRecordingDialog = recording.showRecordingDialog = failed.showRecordingDialog = true;
-  recording.recordingState.kind = RecordingState::Recording{};
-  failed.transcriptionPasteFailed = true;
-  const QString esc = QStringLiteral("Esc");
-  EXPECT_EQ(R::content({}, idle, esc, false).kind, Kind::starting);
-  EXPECT_EQ(R::content({}, recording, esc, false).kind, Kind::recording);
-  EXPECT_EQ(R::content(loading, idle, esc, false),
-            (OverlayContent{Kind::working, QStringLiteral("Transcribing…"), esc}));
-  // On its way into the field: nothing to cancel any more, and nothing claimed yet.
-  EXPECT_EQ(R::content(success, idle, esc, true), (OverlayContent{Kind::working, QStringLiteral("Pasting…"), {}}));
-  EXPECT_EQ(R::content(success, failed, esc, true).kind, Kind::onClipboard);
-  EXPECT_EQ(R::content(success, failed, esc, false).kind, Kind::ready);
-  S again = success;
+  again = success;
   again.isRetrying = true;
-  EXPECT_EQ(R::content(again, idle, esc, true).kind, Kind::ready) << "nothing pastes it";
-  for (AppStateData data : {idle, recording, failed}) {
-    data.showCancelConfirmation = true;
-    for (const S& state : {S{}, success, loading}) EXPECT_EQ(R::content(state, data, esc, true).kind, Kind::question);
+  loading.isLoading = true;
+  AppStateData idle, recording, notFetched, tooShort, silent;
+  recording.recordingState.kind = RecordingState::Recording{};
+  notFetched.transcriptionPasteFailed = true;
+  tooShort.dictationNotice = DictationNotice::tooShort;
+  silent.dictationNotice = DictationNotice::nothingHeard;
+  struct Case {
+    S state;
+    AppStateData data;
+    R::Surroundings surroundings;
+    Kind kind;
+    const char* text;
+    bool canCancel, canStop;
+  };
+  for (const Case& c : std::initializer_list<Case>{
+           {{}, idle, keys, Kind::starting, "Starting…", true, true},
+           {{}, recording, keys, Kind::recording, "", true, true},
+           {loading, idle, keys, Kind::working, "Transcribing…", true, false},
+           // On its way into the field: nothing to cancel any more, and nothing claimed yet.
+           {success, idle, onClipboard, Kind::working, "Pasting…", false, false},
+           {success, notFetched, onClipboard, Kind::onClipboard, "On the clipboard: Ctrl+V", false, false},
+           {success, notFetched, keys, Kind::ready, "The text is ready", false, false},
+           {again, idle, onClipboard, Kind::ready, "The text is ready", false, false},
+           {{}, tooShort, keys, Kind::notice, "Too short", false, false},
+           {{}, silent, keys, Kind::notice, "Nothing heard", false, false},
+           {loading, silent, keys, Kind::working, "Transcribing…", true, false},
+           {success, silent, onClipboard, Kind::working, "Pasting…", false, false}}) {
+    const OverlayContent content = R::content(c.state, c.data, c.surroundings);
+    EXPECT_EQ(content.kind, c.kind) << c.text;
+    EXPECT_EQ(content.text, QString::fromUtf8(c.text));
+    EXPECT_EQ(content.canCancel, c.canCancel) << c.text;
+    EXPECT_EQ(content.cancelKey, c.canCancel ? keys.cancelKey : QString()) << c.text;
+    EXPECT_EQ(content.stopKey, c.canStop ? keys.stopKey : QString()) << c.text;
+    AppStateData asking = c.data;
+    asking.showCancelConfirmation = true;
+    EXPECT_EQ(R::content(c.state, asking, c.surroundings).kind, Kind::question) << c.text;
   }
 }
 

@@ -25,9 +25,9 @@ struct Fixture {
   TestTexts texts;
   ManualExecutor executor;
   FakeDefaultsStore defaults;
-  FakeUserNotices notices;
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
+  FakeUserNotices notices;
   FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
   std::unique_ptr<PersistenceController> store =
       std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log)));
@@ -36,11 +36,13 @@ struct Fixture {
   FakeKeyInterceptor keys;
   FakePanelRecord panel;
   QStringList calls;
-  RecordingWindowManager windows{[this] { return std::make_unique<FakeRecordingPanel>(panel); }, &keys, &notices,
-                                 executor, Logging(log)};
+  RecordingWindowManager windows{[this] { return std::make_unique<FakeRecordingPanel>(panel); }, &keys, executor,
+                                 Logging(log)};
 
   Fixture() {
     RecordingDialogIntents intents;
+    intents.finishRecording = [this] { calls << QStringLiteral("finish"); };
+    intents.cancel = [this] { calls << QStringLiteral("key"); };
     intents.stopRecording = [this] { calls << QStringLiteral("stop"); };
     intents.cancelTranscription = [this] { calls << QStringLiteral("cancel"); };
     intents.copyText = [this](const QString& text) { calls << QStringLiteral("copy ") + text; };
@@ -117,18 +119,118 @@ TEST(RecordingWindowManager, AbandonedDictationsLeaveAtOnce) {
   EXPECT_EQ(f.panel.open(), 0);
 }
 
-// The fields of a failure are written one after another around the change of state.
-TEST(RecordingWindowManager, ReportsAFailureThatIsWrittenInPieces) {
+// However a dictation ends without a text, its pill goes. The fields of the end are written one after another around
+// the change of state.
+TEST(RecordingWindowManager, EveryEndWithoutATextEndsThePill) {
+  const auto fail = [](AppStateData& data) { data.dictationError = DictationError{QStringLiteral("No luck.")}; };
+  const auto idle = [](AppStateData& data) { data.recordingState.kind = RecordingState::Idle{}; };
+  const auto silence = [](AppStateData& data) { data.dictationNotice = DictationNotice::nothingHeard; };
+  using Change = std::function<void(AppStateData&)>;
+  struct Case {
+    const char* name;
+    std::vector<Change> changes;
+    Duration after;
+  };
+  for (const Case& c :
+       {Case{"error, then idle", {fail, idle}, 0s}, Case{"idle, then error", {idle, fail}, 0s},
+        Case{"notice, then idle", {silence, idle}, 1500ms}, Case{"idle, then notice", {idle, silence}, 1500ms}})
+    for (const bool isStart : {false, true}) {
+      Fixture f;
+      f.show();
+      if (!isStart) f.become<RecordingState::Transcribing>();
+      for (const Change& change : c.changes) f.state.update(change);
+      f.executor.runReady();
+      if (c.after > 0s) {
+        EXPECT_EQ(f.kind(), Kind::notice) << c.name;
+        f.executor.advance(c.after - 1ms);
+        EXPECT_EQ(f.panel.open(), 1) << c.name;
+        f.executor.advance(1ms);
+      }
+      EXPECT_EQ(f.panel.open(), 0) << c.name;
+      EXPECT_FALSE(f.state.data().showRecordingDialog) << c.name;
+      EXPECT_EQ(f.executor.timerCount(), 0U) << c.name;
+    }
+  // What went wrong before says nothing about what runs now.
+  Fixture f;
+  f.state.update(fail);
+  f.change([](AppStateData& data) {
+    data.recordingState.kind = RecordingState::Transcribing{};
+    data.showRecordingDialog = true;
+  });
+  EXPECT_EQ(f.panel.open(), 1);
+  f.arrive();
+  EXPECT_EQ(f.panel.open(), 1) << "its text counts";
+}
+
+TEST(RecordingWindowManager, AClickOnTheGroundTakesAwayWhatNobodyWaitsFor) {
+  struct Case {
+    Kind kind;
+    std::function<void(Fixture&)> make;
+    bool leaves;
+  };
+  for (const Case& c : std::initializer_list<Case>{
+           {Kind::starting, [](Fixture&) {}, false},
+           {Kind::recording, [](Fixture& f) { f.become<RecordingState::Recording>(); }, false},
+           {Kind::working, [](Fixture& f) { f.become<RecordingState::Transcribing>(); }, true},
+           {Kind::ready, [](Fixture& f) { f.arrive(true); }, true},
+           {Kind::notice,
+            [](Fixture& f) { f.change([](AppStateData& data) { data.dictationNotice = DictationNotice::tooShort; }); },
+            true},
+           {Kind::pasted,
+            [](Fixture& f) {
+              f.arrive();
+              f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+            },
+            true}}) {
+    Fixture f;
+    f.show();
+    c.make(f);
+    ASSERT_EQ(f.kind(), c.kind);
+    f.panel.handlers.onGroundClicked();
+    f.executor.runReady();
+    EXPECT_EQ(f.panel.open(), c.leaves ? 0 : 1) << int(c.kind);
+    EXPECT_EQ(f.calls, QStringList());
+  }
   Fixture f;
   f.show();
-  f.become<RecordingState::Transcribing>();
-  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Idle{}; });
-  f.state.update([](AppStateData& data) { data.lastTranscription = QStringLiteral("Error: No internet connection"); });
+  f.become<RecordingState::Recording>();
+  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.panel.handlers.onGroundClicked();
   f.executor.runReady();
-  EXPECT_FALSE(f.state.data().showRecordingDialog);
-  EXPECT_EQ(f.panel.open(), 0);
-  ASSERT_EQ(f.notices.toasts.size(), 1U);
-  EXPECT_TRUE(f.notices.toasts[0].first.contains(QStringLiteral("kept"))) << qPrintable(f.notices.toasts[0].first);
+  EXPECT_EQ(f.kind(), Kind::recording) << "no harm done";
+}
+
+TEST(RecordingWindowManager, HasButtonsToStopAndCancel) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Recording>();
+  f.panel.handlers.onCancel();
+  f.panel.handlers.onFinish();
+  f.panel.handlers.onFinish();
+  EXPECT_EQ(f.calls, (QStringList{QStringLiteral("key"), QStringLiteral("finish")})) << "not a second dictation";
+  f.become<RecordingState::Transcribing>();
+  f.panel.handlers.onFinish();
+  f.panel.handlers.onCancel();
+  f.arrive();
+  f.panel.handlers.onCancel();
+  EXPECT_EQ(f.calls.size(), 3) << "a text on its way is not cancelled";
+}
+
+// The older dictation is being transcribed or pasted when the next one begins.
+TEST(RecordingWindowManager, ShowsTheNewestDictation) {
+  for (const bool isPasting : {false, true}) {
+    Fixture f;
+    f.show();
+    f.become<RecordingState::Transcribing>();
+    if (isPasting) f.arrive();
+    f.change([](AppStateData& data) {
+      data.lastTranscription.clear();
+      data.recordingState.kind = RecordingState::Idle{};
+    });
+    EXPECT_EQ(f.kind(), Kind::starting) << isPasting;
+    f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+    EXPECT_EQ(f.panel.open(), 0) << "nothing of it was pasted";
+  }
 }
 
 TEST(RecordingWindowManager, TakesTheKeysOnlyWhileItAsks) {

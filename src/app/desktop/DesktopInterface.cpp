@@ -77,7 +77,7 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
       [this]() -> std::unique_ptr<RecordingPanel> {
         return std::make_unique<OverlayPanel>(*overlayWindow_, *overlayBridge_);
       },
-      services_.interceptor, errorToasts_.get(), services_.executor, services_.logging);
+      services_.interceptor, services_.executor, services_.logging);
   recordingWindows_->follow(services_.appState, &services_.settings, intents_.dialog);
 
   mainWindow_ = std::make_unique<MainWindow>(*qml_, services_.appState, services_.defaults);

@@ -1,7 +1,9 @@
 #include "app/desktop/OverlayBridge.h"
 
 #include <QCoreApplication>
+#include <QCursor>
 #include <QKeyEvent>
+#include <QToolTip>
 
 #include "interface/HistoryText.h"
 
@@ -31,6 +33,8 @@ QString OverlayBridge::kind() const {
       return QStringLiteral("ready");
     case OverlayContent::Kind::onClipboard:
       return QStringLiteral("onClipboard");
+    case OverlayContent::Kind::notice:
+      return QStringLiteral("notice");
     case OverlayContent::Kind::question:
       break;
   }
@@ -86,12 +90,28 @@ void OverlayBridge::dismissQuestion() {
   call(handlers_.onDismissQuestion);
 }
 
+void OverlayBridge::finish() {
+  call(handlers_.onFinish);
+}
+
+void OverlayBridge::cancel() {
+  call(handlers_.onCancel);
+}
+
 void OverlayBridge::copy() {
   call(handlers_.onCopy);
 }
 
-void OverlayBridge::close() {
-  call(handlers_.onClose);
+void OverlayBridge::groundClicked() {
+  call(handlers_.onGroundClicked);
+}
+
+void OverlayBridge::showTip(const QString& text) {
+  QToolTip::showText(QCursor::pos(), QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped()));
+}
+
+void OverlayBridge::hideTip() {
+  QToolTip::hideText();
 }
 
 }  // namespace quillmere

@@ -12,13 +12,17 @@ class OverlayBridge final : public QObject {
   Q_OBJECT
   Q_PROPERTY(QString kind READ kind NOTIFY contentChanged)
   Q_PROPERTY(QString text READ text NOTIFY contentChanged)
-  Q_PROPERTY(QString keyText READ keyText NOTIFY contentChanged)
+  Q_PROPERTY(bool canCancel READ canCancel NOTIFY contentChanged)
+  Q_PROPERTY(QString cancelKey READ cancelKey NOTIFY contentChanged)
+  Q_PROPERTY(QString stopKey READ stopKey NOTIFY contentChanged)
   Q_PROPERTY(qreal verticalScale READ verticalScale NOTIFY levelChanged)
   Q_PROPERTY(QString durationText READ durationText NOTIFY durationChanged)
  public:
   QString kind() const;
   QString text() const { return content_.text; }
-  QString keyText() const { return content_.keyText; }
+  bool canCancel() const { return content_.canCancel; }
+  QString cancelKey() const { return content_.cancelKey; }
+  QString stopKey() const { return content_.stopKey; }
   qreal verticalScale() const { return verticalScale_; }
   QString durationText() const { return durationText_; }
 
@@ -30,8 +34,13 @@ class OverlayBridge final : public QObject {
 
   Q_INVOKABLE void confirmCancel();
   Q_INVOKABLE void dismissQuestion();
+  Q_INVOKABLE void finish();
+  Q_INVOKABLE void cancel();
   Q_INVOKABLE void copy();
-  Q_INVOKABLE void close();
+  Q_INVOKABLE void groundClicked();
+  // Beside the pointer, in a window of its own: the pill has no room for it.
+  Q_INVOKABLE void showTip(const QString& text);
+  Q_INVOKABLE void hideTip();
 
  Q_SIGNALS:
   void contentChanged();

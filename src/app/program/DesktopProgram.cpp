@@ -126,6 +126,10 @@ DesktopIntents DesktopProgram::intents() {
   intents.history.copyText = [&session](const QString& text) { session.display.pasteboard->writeText(text, false); };
   intents.history.pasteText = [this](const QString& text) { pasteFromHistory(text); };
   intents.history.playAudio = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
+  intents.dialog.finishRecording = [&recording] {
+    recording.toggleRecording(std::nullopt, false, RecordingTriggerSource::uiButton);
+  };
+  intents.dialog.cancel = [&recording] { recording.cancelFromShortcut(); };
   intents.dialog.stopRecording = [&recording] {
     recording.toggleRecording(std::nullopt, true, RecordingTriggerSource::uiButton);
   };
@@ -142,10 +146,8 @@ DesktopIntents DesktopProgram::intents() {
         return false;
     }
   };
-  intents.dialog.cancelKey = [this]() -> QString {
-    const auto keys = services_->shortcutStore->keys(QString::fromLatin1(shortcutNames::cancelRecording));
-    return keys ? keys->text() : QString();
-  };
+  intents.dialog.stopKey = [this] { return keysOf(shortcutNames::toggleRecordingWithTranscription); };
+  intents.dialog.cancelKey = [this] { return keysOf(shortcutNames::cancelRecording); };
   intents.firstRun.tryDictation = [&recording] {
     recording.toggleRecording(std::nullopt, false, RecordingTriggerSource::onboarding);
   };
@@ -230,16 +232,17 @@ void DesktopProgram::followWorkspace() {
   }));
 }
 
+QString DesktopProgram::keysOf(const char* shortcutName) const {
+  const auto keys = services_->shortcutStore->keys(QString::fromLatin1(shortcutName));
+  return keys ? keys->text() : QString();
+}
+
 void DesktopProgram::showSurroundings() {
   AudioDeviceManager& devices = *services_->session->dictation->devices;
   interface_->app().setMicrophone(devices.activeInputDeviceName().get(),
                                   devices.activeInputDeviceIdentifier().get().has_value());
   using Kind = AppStateViewModel::TriggerKind;
   const auto pushToTalk = services_->base->settings->pushToTalkMode();
-  const auto keysOf = [this](const char* name) {
-    const auto keys = services_->shortcutStore->keys(QString::fromLatin1(name));
-    return keys ? keys->text() : QString();
-  };
   if (const QString toggle = keysOf(shortcutNames::toggleRecordingWithTranscription); !toggle.isEmpty())
     interface_->app().setShortcut(toggle, Kind::press);
   else if (pushToTalk == PushToTalkMode::custom)

@@ -41,6 +41,7 @@ class DesktopProgram final : public UserNotices {
   void followRecording();
   void followWorkspace();
   void showSurroundings();
+  QString keysOf(const char* shortcutName) const;
   void showModelState();
   bool selectMode(const QString& name);
   void pasteFromHistory(const QString& text);

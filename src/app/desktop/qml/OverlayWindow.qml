@@ -10,14 +10,18 @@ Window {
     readonly property string kind: Overlay.kind
     readonly property bool hasLevel: kind === "recording" || kind === "live" || kind === "starting"
     readonly property bool isWide: !hasLevel
+    readonly property bool hasCancelKey: kind === "working" && Overlay.canCancel && Overlay.cancelKey !== ""
 
     // What stands at the right end, with the gap in front of it.
-    readonly property real tail: kind === "working" && Overlay.keyText !== "" ? cancelKey.implicitWidth + 16
+    readonly property real tail: hasLevel ? stopButton.width + cancelButton.width + 18
+        : kind === "working" && Overlay.canCancel ? cancelButton.width + (hasCancelKey ? cancelKey.implicitWidth + 8 : 0) + 12
         : kind === "ready" ? copyButton.implicitWidth + 16
         : kind === "question" ? yesButton.implicitWidth + noButton.implicitWidth + 24 : 0
     readonly property real lead: kind === "question" ? 15 : 39  // where the words begin
+    readonly property real wanted: hasLevel ? lead + bars.width + 12 + Math.max(30, time.implicitWidth) + tail + 8
+        : lead + label.implicitWidth + tail + 16
 
-    width: Math.max(200, Math.min(360, Math.ceil(isWide ? lead + label.implicitWidth + tail + 16 : 200)))
+    width: Math.max(200, Math.min(360, Math.ceil(wanted)))
     height: 40
     color: "transparent"
     title: qsTrId("recording.dialog.window.title")
@@ -43,15 +47,15 @@ Window {
             }
         }
         TapHandler {
-            enabled: window.kind === "ready" || window.kind === "onClipboard"
-            onTapped: Overlay.close()
+            gesturePolicy: TapHandler.ReleaseWithinBounds  // the buttons' clicks are theirs
+            onTapped: Overlay.groundClicked()
         }
 
         // Level and time.
         Item {
             anchors.fill: parent
             anchors.leftMargin: 15
-            anchors.rightMargin: 15
+            anchors.rightMargin: window.tail + 8
             visible: window.hasLevel
             Rectangle {
                 id: dot
@@ -63,7 +67,8 @@ Window {
                     : window.kind === "starting" ? Theme.overlayDim : Theme.overlayRecording
             }
             LevelBars {
-                x: (parent.width - width) / 2
+                id: bars
+                x: window.lead - 15
                 anchors.verticalCenter: parent.verticalCenter
                 height: 24
                 color: window.kind === "starting" ? Theme.overlayDim : Theme.overlayText
@@ -71,6 +76,7 @@ Window {
                 running: window.visible && window.hasLevel && window.kind !== "starting" && Theme.hasAnimations
             }
             Text {
+                id: time
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
                 text: window.kind === "live" ? Overlay.text : Overlay.durationText
@@ -101,11 +107,11 @@ Window {
             }
             Rectangle {
                 anchors.centerIn: parent
-                visible: window.kind === "onClipboard"
+                visible: window.kind === "onClipboard" || window.kind === "notice"
                 width: 10
                 height: 10
                 radius: 5
-                color: Theme.overlayWarning
+                color: window.kind === "notice" ? Theme.overlayDim : Theme.overlayWarning
             }
         }
         Text {
@@ -141,13 +147,35 @@ Window {
             onClicked: Overlay.dismissQuestion()
         }
         // At the right end: what can be done.
+        PillIconButton {
+            id: stopButton
+            anchors.right: cancelButton.left
+            anchors.rightMargin: 6
+            anchors.verticalCenter: parent.verticalCenter
+            visible: window.hasLevel
+            iconName: "stop"
+            text: qsTrId("recording.dialog.finish")
+            keyText: Overlay.stopKey
+            onClicked: Overlay.finish()
+        }
+        PillIconButton {
+            id: cancelButton
+            anchors.right: parent.right
+            anchors.rightMargin: 8
+            anchors.verticalCenter: parent.verticalCenter
+            visible: Overlay.canCancel
+            iconName: "close"
+            text: window.hasLevel ? qsTrId("recording.dialog.throwAway") : qsTrId("recording.dialog.cancel")
+            keyText: Overlay.cancelKey
+            onClicked: Overlay.cancel()
+        }
         KeyCap {
             id: cancelKey
-            anchors.right: parent.right
-            anchors.rightMargin: 14
+            anchors.right: cancelButton.left
+            anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
-            visible: window.kind === "working" && Overlay.keyText !== ""
-            text: Overlay.keyText
+            visible: window.hasCancelKey
+            text: Overlay.cancelKey
             pixelSize: Theme.pillText - 2
             foreground: Theme.overlayText
             face: "transparent"
