@@ -181,15 +181,15 @@ void PersistenceController::report(const QString& text, const PlatformError& err
   reporting_->captureError(error, options);
 }
 
-void PersistenceController::reportFetchFailure(const char* logFormat, const QString& reportText,
+void PersistenceController::reportFetchFailure(LogFormat<QString> logFormat, const QString& reportText,
                                                const PlatformError& error) {
   log_.error(logFormat, error.description);
   report(reportText, error);
 }
 
 template <typename T>
-std::vector<T> PersistenceController::valueOrReport(Result<std::vector<T>, PlatformError> result, const char* logFormat,
-                                                    const char* reportText) {
+std::vector<T> PersistenceController::valueOrReport(Result<std::vector<T>, PlatformError> result,
+                                                    LogFormat<QString> logFormat, const char* reportText) {
   if (result) return std::move(result).value();
   reportFetchFailure(logFormat, reportText, result.error());
   return {};
@@ -273,8 +273,8 @@ void PersistenceController::updateTranscriptAudioPath(const TranscriptPtr& trans
   log_.info("Updated transcript audio file path to: %{public}s", path);
 }
 
-void PersistenceController::removeAudioFile(const std::optional<QString>& path, const char* deleted,
-                                            const char* failed) {
+void PersistenceController::removeAudioFile(const std::optional<QString>& path, LogFormat<QString> deleted,
+                                            LogFormat<QString> failed) {
   if (!path || path->isEmpty() || !QFileInfo(*path).isFile()) return;
   if (QFile::remove(*path))
     log_.info(deleted, *path);

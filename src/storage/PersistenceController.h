@@ -158,15 +158,15 @@ class PersistenceController {
   struct Observers;
   void seedDefaultModes();
   void report(const QString& text, const PlatformError& error);
-  void reportFetchFailure(const char* logFormat, const QString& reportText, const PlatformError& error);
+  void reportFetchFailure(LogFormat<QString> logFormat, const QString& reportText, const PlatformError& error);
   template <typename T>
-  std::vector<T> valueOrReport(Result<std::vector<T>, PlatformError> result, const char* logFormat,
+  std::vector<T> valueOrReport(Result<std::vector<T>, PlatformError> result, LogFormat<QString> logFormat,
                                const char* reportText);
   bool finishSave(const Result<void, PlatformError>& saved);
   // Reads and changes in one write transaction.
   bool change(const std::function<void()>& body);
   Result<std::vector<ModePtr>, PlatformError> loadModes();
-  void removeAudioFile(const std::optional<QString>& path, const char* deleted, const char* failed);
+  void removeAudioFile(const std::optional<QString>& path, LogFormat<QString> deleted, LogFormat<QString> failed);
   bool isToday(const std::optional<QDateTime>& date) const;
   bool rollUsageOver(UsageTracking& usage);
 
