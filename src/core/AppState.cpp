@@ -82,8 +82,7 @@ AppState::AppState(Executor& executor, DefaultsStore& defaults, SettingsManager*
       defaults_(defaults),
       settings_(settings),
       notices_(notices),
-      logger_(logging.logger(QStringLiteral("AppState"))),
-      mainThread_(std::this_thread::get_id()) {
+      logger_(logging.logger(QStringLiteral("AppState"))) {
   latest_.hasCompletedOnboarding = flagSetting(defaults_, onboardingKey());
   data_.set(latest_);
   subscriptions_.push_back(observe([this](const AppStateData& data) { logRecordingState(data.recordingState); }));
@@ -136,6 +135,7 @@ void AppState::prepareModel(const QString& modeId) {
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {
+  assertCurrent(executor_);
   change(latest_);
   data_.set(latest_);
 }
@@ -159,7 +159,7 @@ bool AppState::isCriticalError(const TranscriptionError& error) {
 }
 
 void AppState::showError(const QString& message) {
-  if (std::this_thread::get_id() == mainThread_) {
+  if (executor_.isCurrent()) {
     showErrorNow(message, isCriticalMessage(message));
     return;
   }

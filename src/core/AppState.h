@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "base/Published.h"
@@ -81,7 +80,6 @@ class AppState {
   SettingsManager* settings_;
   UserNotices* notices_;
   Logger logger_;
-  std::thread::id mainThread_;
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   AppStateData latest_;  // with the changes that observers haven't been told of yet
   Published<AppStateData> data_;

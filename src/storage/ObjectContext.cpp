@@ -44,6 +44,7 @@ ObjectContext::~ObjectContext() {
 }
 
 SQLite::Statement& ObjectContext::prepared(const std::string& sql) {
+  registries_->thread.assertCurrent();
   auto& statement = statements_[sql];
   if (!statement) {
     try {
@@ -65,6 +66,7 @@ void ObjectContext::letGo(const std::weak_ptr<Registries>& weak, E* object) {
     delete object;
     return;
   }
+  registries->thread.assertCurrent();
   auto& registry = registries->template of<E>();
   const auto found = registry.records.find(object);
   Record<E>& record = *found->second;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/Result.h"
+#include "base/async/OwnThread.h"
 #include "domain/Errors.h"
 #include "storage/EntityColumns.h"
 #include "storage/StoreFile.h"
@@ -98,6 +99,7 @@ class ObjectContext {
   };
   struct Registries : std::tuple<Registry<Mode>, Registry<RecordingSession>, Registry<Transcript>, Registry<Vocabulary>,
                                  Registry<UsageTracking>> {
+    OwnThread thread;
     template <typename E>
     Registry<E>& of() {
       return std::get<Registry<E>>(*this);
