@@ -1,6 +1,5 @@
 #include "interface/RecordingDialog.h"
 
-#include "interface/RecordingWindowManager.h"
 #include "providers/UserNotices.h"
 
 namespace quillmere {
@@ -15,10 +14,10 @@ constexpr Duration leaveDelay = 12s;
 
 }  // namespace
 
-RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& windows, UserNotices* notices,
-                                 Executor& executor, RecordingDialogIntents intents, const Logging& logging)
+RecordingDialog::RecordingDialog(AppState& appState, CancelOverlay& overlay, UserNotices* notices, Executor& executor,
+                                 RecordingDialogIntents intents, const Logging& logging)
     : appState_(appState),
-      windows_(windows),
+      overlay_(overlay),
       notices_(notices),
       executor_(executor),
       intents_(std::move(intents)),
@@ -42,7 +41,7 @@ RecordingDialog::~RecordingDialog() {
   *isAlive_ = false;
   executor_.cancelTimer(feedbackTimer_);
   executor_.cancelTimer(leaveTimer_);
-  if (seenQuestion_) windows_.stopCancelOverlay();
+  if (seenQuestion_) overlay_.stopCancelOverlay();
 }
 
 void RecordingDialog::confirmCancel() {
@@ -125,11 +124,11 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
       if (dialog.notices_) dialog.notices_->showToast(error.message, error.isCritical);
     }
     void operator()(const R::StartCancelOverlay&) {
-      const bool isTap = dialog.windows_.startCancelOverlay([self = &dialog] { self->confirmCancel(); },
+      const bool isTap = dialog.overlay_.startCancelOverlay([self = &dialog] { self->confirmCancel(); },
                                                             [self = &dialog] { self->dismissQuestion(); });
       dialog.handle(R::CancelOverlayStarted{isTap});
     }
-    void operator()(const R::StopCancelOverlay&) { dialog.windows_.stopCancelOverlay(); }
+    void operator()(const R::StopCancelOverlay&) { dialog.overlay_.stopCancelOverlay(); }
     void operator()(const R::HideQuestion&) {
       dialog.appState_.update([](AppStateData& data) { data.showCancelConfirmation = false; });
     }

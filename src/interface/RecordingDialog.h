@@ -6,19 +6,19 @@
 #include "base/async/Executor.h"
 #include "base/log/Logger.h"
 #include "core/AppState.h"
+#include "interface/CancelOverlay.h"
 #include "interface/RecordingDialogIntents.h"
 #include "interface/RecordingDialogReducer.h"
 
 namespace quillmere {
 
-class RecordingWindowManager;
 class UserNotices;
 
 // The state behind the recording pill: follows AppState while the panel is up and carries out what the user chooses.
 // Main thread. Everything it is made with outlives it.
 class RecordingDialog {
  public:
-  RecordingDialog(AppState& appState, RecordingWindowManager& windows, UserNotices* notices, Executor& executor,
+  RecordingDialog(AppState& appState, CancelOverlay& overlay, UserNotices* notices, Executor& executor,
                   RecordingDialogIntents intents, const Logging& logging);
   ~RecordingDialog();
   RecordingDialog(const RecordingDialog&) = delete;
@@ -45,7 +45,7 @@ class RecordingDialog {
   void post(std::function<void()> function);
 
   AppState& appState_;
-  RecordingWindowManager& windows_;
+  CancelOverlay& overlay_;
   UserNotices* notices_;
   Executor& executor_;
   RecordingDialogIntents intents_;
