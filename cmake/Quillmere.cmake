@@ -65,9 +65,10 @@ function(quillmere_room name)
 endfunction()
 
 # quillmere_test(NAME LIBS ...): tests/NAME/**.cpp becomes the executable NAME_tests and one ctest entry of that name, run
-# through LAUNCHER when there is one, with the arguments ARGS.
+# through LAUNCHER when there is one, with the arguments ARGS. UNIT: our own code alone, without the speech engine, media
+# libraries and programs; these run under the sanitizers, too (label "unit", target unit_tests).
 function(quillmere_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "LIBS;ENV;LAUNCHER;ARGS" ${ARGN})
+  cmake_parse_arguments(T "UNIT" "TIMEOUT" "LIBS;ENV;LAUNCHER;ARGS" ${ARGN})
   string(REPLACE "/" "_" id ${name})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${name}/*.cpp")
   if(NOT sources)
@@ -79,6 +80,10 @@ function(quillmere_test name)
   target_link_libraries(${id}_tests PRIVATE ${T_LIBS} quillmere_test_support GTest::gmock GTest::gtest)
   quillmere_precompiled(${id}_tests PrecompiledTests)
   add_test(NAME ${id} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${id}_tests> ${T_ARGS})
+  if(T_UNIT)
+    set_tests_properties(${id} PROPERTIES LABELS unit)
+    add_dependencies(unit_tests ${id}_tests)
+  endif()
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 300)
   endif()
