@@ -1,20 +1,40 @@
-// Headers that nearly every file of the rooms needs, parsed once a room.
+// Headers that nearly every file of the rooms needs, parsed once. Nothing of the product but the ground of every room.
 #pragma once
 #include <QByteArray>
 #include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
 #include <QHash>
+#include <QJsonObject>
 #include <QList>
+#include <QMap>
+#include <QObject>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QUuid>
+#include <QVariantMap>
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <chrono>
+#include <cmath>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
+#include <thread>
+#include <unordered_map>
 #include <variant>
 #include <vector>
+
+#include "base/Result.h"
+#include "base/async/Async.h"
+#include "base/log/Logger.h"

@@ -1,9 +1,6 @@
-// Headers that nearly every file of the desktop windows needs, parsed once.
+// What nearly every file of the desktop windows needs, parsed once.
 #pragma once
 #include <QQuickWindow>
-#include <QString>
 #include <QtQml>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <vector>
+
+#include "Precompiled.h"

@@ -1,14 +1,25 @@
-# whisper.cpp behind the target quillmere_whisper_engine: the pinned source under third_party/src, or, with
-# QUILLMERE_SYSTEM_WHISPER=ON, an installed one.
-add_library(quillmere_whisper_engine INTERFACE)
+# Two targets: quillmere_ggml, the tensor library, and quillmere_whisper, the speech engine over it. From the pinned source
+# of whisper.cpp under third_party/src, or, with QUILLMERE_SYSTEM_WHISPER=ON, from an installed one.
+add_library(quillmere_ggml INTERFACE)
+add_library(quillmere_whisper INTERFACE)
 
 if(QUILLMERE_SYSTEM_WHISPER)
+  find_package(ggml CONFIG QUIET)
+  if(TARGET ggml::ggml)
+    target_link_libraries(quillmere_ggml INTERFACE ggml::ggml)
+  else()
+    # An older one comes without a description of its own, beside the engine.
+    pkg_check_modules(GGML QUIET IMPORTED_TARGET ggml)
+    if(GGML_FOUND)
+      target_link_libraries(quillmere_ggml INTERFACE PkgConfig::GGML)
+    endif()
+  endif()
   find_package(whisper CONFIG QUIET)
   if(TARGET whisper)
-    target_link_libraries(quillmere_whisper_engine INTERFACE whisper)
+    target_link_libraries(quillmere_whisper INTERFACE whisper quillmere_ggml)
   else()
     pkg_check_modules(WHISPER REQUIRED IMPORTED_TARGET whisper)
-    target_link_libraries(quillmere_whisper_engine INTERFACE PkgConfig::WHISPER)
+    target_link_libraries(quillmere_whisper INTERFACE PkgConfig::WHISPER quillmere_ggml)
   endif()
   message(STATUS "Speech engine: the installed whisper.cpp. A cancel may take as long as one encoder run.")
   return()
@@ -69,8 +80,9 @@ if(whisper_jobs LESS 1)
   set(whisper_jobs 1)
 endif()
 set(whisper_build "${PROJECT_BINARY_DIR}/third_party/whisper.cpp")
-set(whisper_libraries "${whisper_build}/src/libwhisper.a" "${whisper_build}/ggml/src/libggml.a"
-                      "${whisper_build}/libggml-cpu-isolated.a" "${whisper_build}/ggml/src/libggml-base.a")
+set(whisper_library "${whisper_build}/src/libwhisper.a")
+set(ggml_libraries "${whisper_build}/ggml/src/libggml.a" "${whisper_build}/libggml-cpu-isolated.a"
+                   "${whisper_build}/ggml/src/libggml-base.a")
 
 # libggml-cpu is compiled for AVX2. Its copies of the standard library's inline functions must not become those of our
 # own code, which has to reach the check of the processor alive: one object, all but ggml's own names made local.
@@ -86,15 +98,18 @@ ExternalProject_Add(whisper_cpp EXCLUDE_FROM_ALL TRUE
           COMMAND ${CMAKE_OBJCOPY} --wildcard --keep-global-symbol=ggml_* <BINARY_DIR>/ggml-cpu.o
           COMMAND ${CMAKE_COMMAND} -E rm -f <BINARY_DIR>/libggml-cpu-isolated.a
           COMMAND ${CMAKE_AR} rcs <BINARY_DIR>/libggml-cpu-isolated.a <BINARY_DIR>/ggml-cpu.o
-  BUILD_BYPRODUCTS ${whisper_libraries}
+  BUILD_BYPRODUCTS ${whisper_library} ${ggml_libraries}
   USES_TERMINAL_BUILD TRUE LOG_CONFIGURE TRUE LOG_INSTALL TRUE LOG_OUTPUT_ON_FAILURE TRUE)
 
-add_dependencies(quillmere_whisper_engine whisper_cpp)
-target_include_directories(quillmere_whisper_engine SYSTEM INTERFACE "${whisper_source}/include" "${whisper_source}/ggml/include")
-target_link_libraries(quillmere_whisper_engine INTERFACE ${whisper_libraries} ${whisper_openmp} Threads::Threads ${CMAKE_DL_LIBS} m)
+add_dependencies(quillmere_ggml whisper_cpp)
+target_include_directories(quillmere_ggml SYSTEM INTERFACE "${whisper_source}/ggml/include")
+target_link_libraries(quillmere_ggml INTERFACE ${ggml_libraries} ${whisper_openmp} Threads::Threads ${CMAKE_DL_LIBS} m)
+add_dependencies(quillmere_whisper whisper_cpp)
+target_include_directories(quillmere_whisper SYSTEM INTERFACE "${whisper_source}/include")
+target_link_libraries(quillmere_whisper INTERFACE ${whisper_library} quillmere_ggml)
 # The engine's call that computes a graph goes through ours, which is how a run stops promptly: platform/whisper/GraphAbort.h.
-target_link_options(quillmere_whisper_engine INTERFACE "LINKER:--wrap=ggml_backend_sched_graph_compute")
-target_compile_definitions(quillmere_whisper_engine INTERFACE QUILLMERE_WHISPER_GRAPH_HOOK)
+target_link_options(quillmere_whisper INTERFACE "LINKER:--wrap=ggml_backend_sched_graph_compute")
+target_compile_definitions(quillmere_whisper INTERFACE QUILLMERE_WHISPER_GRAPH_HOOK)
 
 if(QUILLMERE_BENCH)
   # The engine's own command-line program, for comparisons: third_party/whisper.cpp/bin/whisper-cli in the build tree.

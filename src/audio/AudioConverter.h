@@ -1,9 +1,9 @@
 #pragma once
 #include <QString>
-#include <functional>
 #include <vector>
 
 #include "audio/ConversionError.h"
+#include "audio/ConversionOptions.h"
 #include "base/Result.h"
 #include "base/async/Task.h"
 #include "base/async/WorkerPool.h"
@@ -19,13 +19,6 @@ namespace quillmere {
 // The factories must outlive the pool.
 class AudioConverter {
  public:
-  struct ConversionOptions {
-    quint32 chunkSize;                           // frames of the source read a round
-    double targetSampleRate;                     // hertz
-    bool normalize;                              // adjust the peak afterwards
-    std::function<void(float)> progressHandler;  // share done, 0 to 1; runs on the worker thread; may be empty
-  };
-
   AudioConverter(MediaReaderFactory& readers, AudioResamplerFactory& resamplers, WorkerPool& pool,
                  const Logging& logging);
 

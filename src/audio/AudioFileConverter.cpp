@@ -12,10 +12,6 @@ AudioFileConverter::AudioFileConverter(MediaReaderFactory& readers, MediaEncoder
       pool_(pool),
       logger_(logging.logger(QStringLiteral("AudioFileConverter"))) {}
 
-int AudioFileConverter::bitRateFor(int channelCount) {
-  return 64000 * channelCount;
-}
-
 Task<Result<AudioFileFormat, AnyError>> AudioFileConverter::convertAudioToAAC(QString from, QString to) {
   const FileConversion conversion(readers_, encoder_, logger_);
   auto work = [conversion, from, to](const StopFlag& stop) {

@@ -1,6 +1,7 @@
 #pragma once
 #include <QString>
 
+#include "audio/AudioFileFormat.h"
 #include "base/Result.h"
 #include "base/async/Task.h"
 #include "base/async/WorkerPool.h"
@@ -10,21 +11,6 @@
 #include "ports/MediaReader.h"
 
 namespace quillmere {
-
-// What a conversion was made of: the source's format and the bit rate asked for.
-struct AudioFileFormat {
-  double sampleRate = 0;  // hertz
-  int channelCount = 0;
-  int bitRate = 0;  // bits per second
-  bool operator==(const AudioFileFormat&) const = default;
-};
-
-struct ExtractedAudio {
-  double durationSeconds = 0;
-  double sampleRate = 0;  // hertz
-  int channelCount = 0;
-  bool operator==(const ExtractedAudio&) const = default;
-};
 
 // Turns files into AAC in an M4A container and pulls the audio out of videos. Stateless. Called on the main thread; the
 // work runs on the pool. An existing target is replaced; after a failure or a cancel no target stays behind. A source
@@ -42,9 +28,6 @@ class AudioFileConverter {
   Task<Result<ExtractedAudio, AnyError>> extractAudioFromVideo(QString from, QString to);
   // Length of an audio or video file; measured where the file's own statement can't be trusted.
   Task<Result<double, AnyError>> durationSeconds(QString path);
-
-  // 64000 for one channel, 128000 for two, else 64000 a channel.
-  static int bitRateFor(int channelCount);
 
  private:
   MediaReaderFactory& readers_;

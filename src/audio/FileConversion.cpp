@@ -7,6 +7,7 @@ namespace quillmere {
 namespace {
 
 constexpr qint64 framesPerRead = 16384;
+constexpr int bitRatePerChannel = 64000;
 
 AnyError exportFailed() {
   return AudioError{AudioError::Kind::exportFailed, {}};
@@ -37,7 +38,7 @@ std::optional<AudioFileFormat> sourceFormat(const MediaReader& reader) {
     format.channelCount = decoded.channelCount;
   }
   if (!(format.sampleRate > 0) || format.channelCount <= 0) return std::nullopt;
-  format.bitRate = AudioFileConverter::bitRateFor(format.channelCount);
+  format.bitRate = bitRatePerChannel * format.channelCount;
   return format;
 }
 

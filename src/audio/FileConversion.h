@@ -2,7 +2,12 @@
 #include <QString>
 #include <atomic>
 
-#include "audio/AudioFileConverter.h"
+#include "audio/AudioFileFormat.h"
+#include "base/Result.h"
+#include "base/log/Logger.h"
+#include "domain/Errors.h"
+#include "ports/MediaEncoder.h"
+#include "ports/MediaReader.h"
 
 namespace quillmere {
 

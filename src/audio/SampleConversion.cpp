@@ -25,7 +25,7 @@ ConversionError conversionFailed(const char* text) {
 }  // namespace
 
 SampleConversion::SampleConversion(MediaReaderFactory& readers, AudioResamplerFactory& resamplers, Logger logger,
-                                   QString filePath, AudioConverter::ConversionOptions options)
+                                   QString filePath, ConversionOptions options)
     : readers_(readers),
       resamplers_(resamplers),
       logger_(std::move(logger)),

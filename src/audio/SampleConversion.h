@@ -4,7 +4,12 @@
 #include <memory>
 #include <vector>
 
-#include "audio/AudioConverter.h"
+#include "audio/ConversionError.h"
+#include "audio/ConversionOptions.h"
+#include "base/Result.h"
+#include "base/log/Logger.h"
+#include "ports/AudioResampler.h"
+#include "ports/MediaReader.h"
 
 namespace quillmere {
 
@@ -15,7 +20,7 @@ class SampleConversion {
   using Outcome = Result<std::vector<float>, ConversionError>;
 
   SampleConversion(MediaReaderFactory& readers, AudioResamplerFactory& resamplers, Logger logger, QString filePath,
-                   AudioConverter::ConversionOptions options);
+                   ConversionOptions options);
 
   Outcome run(const std::atomic<bool>& stop);
 
@@ -39,7 +44,7 @@ class SampleConversion {
   AudioResamplerFactory& resamplers_;
   Logger logger_;
   QString filePath_;
-  AudioConverter::ConversionOptions options_;
+  ConversionOptions options_;
 
   std::unique_ptr<MediaReader> reader_;
   std::unique_ptr<AudioResampler> resampler_;

@@ -106,7 +106,7 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
 }
 
 Task<Result<Samples, TrimError>> SilenceTrimmer::load(QString path) {
-  AudioConverter::ConversionOptions options{framesPerRead, sampleRate, false, {}};
+  ConversionOptions options{framesPerRead, sampleRate, false, {}};
   auto converting = converter_.convert(path, std::move(options));
   auto converted = co_await std::move(converting);
   const bool isEmpty = converted ? converted->empty() : converted.error().kind == ConversionError::Kind::emptyAudioFile;

@@ -6,14 +6,15 @@
 #include <vector>
 
 #include "base/Subscription.h"
+#include "base/async/OwnThread.h"
 
 namespace quillmere {
 
-// An observable value. Observers run on the setting thread (the main thread everywhere), in the order they subscribed;
-// each sees every value in order: a value set while observers are being told is queued behind the one under way, and
-// get() gives the value under way until then. Setting an equal value tells nobody. From inside an observer one may set,
-// subscribe (the newcomer hears later values only), end any subscription (that observer is not called again) and
-// destroy the owner (observers that are still subscribed hear what was set before).
+// An observable value of the thread that made it (the main thread everywhere). Observers run in the order they
+// subscribed; each sees every value in order: a value set while observers are being told is queued behind the one under
+// way, and get() gives the value under way until then. Setting an equal value tells nobody. From inside an observer one
+// may set, subscribe (the newcomer hears later values only), end any subscription (that observer is not called again)
+// and destroy the owner (observers that are still subscribed hear what was set before).
 template <typename T>
 class Published {
  public:
@@ -25,6 +26,7 @@ class Published {
   const T& get() const { return shared_->value; }
 
   void set(T value) {
+    shared_->thread.assertCurrent();
     const auto shared = shared_;  // an observer may destroy the owner
     shared->waiting.push_back(std::move(value));
     if (shared->isTelling) return;
@@ -42,6 +44,7 @@ class Published {
   }
 
   [[nodiscard]] Subscription observe(std::function<void(const T&)> function) {
+    shared_->thread.assertCurrent();
     auto observer = std::make_shared<Observer>(Observer{std::move(function), true});
     shared_->observers.push_back(observer);
     return Subscription([weak = std::weak_ptr<Shared>(shared_), observer = std::move(observer)] {
@@ -60,6 +63,7 @@ class Published {
     std::vector<std::shared_ptr<Observer>> observers;
     std::deque<T> waiting;
     bool isTelling = false;
+    OwnThread thread;
   };
   struct Telling {
     explicit Telling(Shared& shared) : shared_(shared) { shared_.isTelling = true; }

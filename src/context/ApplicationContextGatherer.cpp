@@ -7,6 +7,7 @@
 #include "context/ApplicationTables.h"
 #include "context/FocusReading.h"
 #include "context/TextTraits.h"
+#include "domain/Applications.h"
 
 namespace quillmere {
 namespace {
@@ -62,7 +63,7 @@ Task<ApplicationContext> ApplicationContextGatherer::gather() {
 
   if (accessibility_.isTrusted()) {
     const auto findings = std::make_shared<Findings>();
-    const bool hasTab = isBrowser(context.bundleId) && processId.has_value();
+    const bool hasTab = applicationOf(context.bundleId).kind == ApplicationKind::browser && processId.has_value();
     // The focused control comes first: it says more, should the time not suffice for both.
     std::function<void(AccessibilityTree&)> work = [findings, hasTab, processId](AccessibilityTree& tree) {
       findings->setFocused(readFocusedElement(tree, processId));

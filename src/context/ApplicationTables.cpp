@@ -1,78 +1,49 @@
 #include "context/ApplicationTables.h"
 
 #include <QHash>
-#include <QSet>
 
-#include "context/LinuxApplications.h"
+#include "domain/Applications.h"
 
 namespace quillmere {
+namespace {
 
-bool isBrowser(const QString& bundleId) {
-  static const QSet<QString> browsers = {
-      QStringLiteral("com.apple.Safari"),
-      QStringLiteral("com.apple.SafariTechnologyPreview"),
-      QStringLiteral("com.google.Chrome"),
-      QStringLiteral("com.google.Chrome.canary"),
-      QStringLiteral("com.brave.Browser"),
-      QStringLiteral("com.microsoft.edgemac"),
-      QStringLiteral("org.mozilla.firefox"),
-      QStringLiteral("company.thebrowser.Arc"),
-      QStringLiteral("com.operasoftware.Opera"),
-      QStringLiteral("com.vivaldi.Vivaldi"),
-      QStringLiteral("com.kagi.kagimacOS"),
-      QStringLiteral("app.zen-browser.zen"),
-      QStringLiteral("ru.yandex.desktop.yandex-browser"),
-  };
-  return browsers.contains(bundleId);
+QString categoryOf(ApplicationKind kind) {
+  switch (kind) {
+    case ApplicationKind::browser:
+      return QStringLiteral("Web Browser");
+    case ApplicationKind::communication:
+      return QStringLiteral("Communication");
+    case ApplicationKind::email:
+      return QStringLiteral("Email Client");
+    case ApplicationKind::notes:
+      return QStringLiteral("Note Taking");
+    case ApplicationKind::wordProcessor:
+      return QStringLiteral("Word Processor");
+    case ApplicationKind::presentation:
+      return QStringLiteral("Presentation");
+    case ApplicationKind::spreadsheet:
+      return QStringLiteral("Spreadsheet");
+    case ApplicationKind::codeEditor:
+      return QStringLiteral("Code Editor");
+    case ApplicationKind::ide:
+      return QStringLiteral("IDE");
+    case ApplicationKind::terminal:
+      return QStringLiteral("Terminal");
+    case ApplicationKind::other:
+      break;
+  }
+  return QStringLiteral("Application");
 }
 
+}  // namespace
+
 QString applicationCategory(const QString& bundleId, bool isElectronEditor) {
-  if (isBrowser(bundleId)) return QStringLiteral("Web Browser");
-  if (isElectronEditor) return QStringLiteral("Code Editor");
-  static const QHash<QString, QString> categories = {
-      {QStringLiteral("com.tinyspeck.slackmacgap"), QStringLiteral("Communication")},
-      {QStringLiteral("com.apple.mail"), QStringLiteral("Email Client")},
-      {QStringLiteral("com.readdle.smartemail"), QStringLiteral("Email Client")},
-      {QStringLiteral("com.microsoft.Outlook"), QStringLiteral("Email Client")},
-      {QStringLiteral("com.apple.Notes"), QStringLiteral("Note Taking")},
-      {QStringLiteral("com.evernote.Evernote"), QStringLiteral("Note Taking")},
-      {QStringLiteral("com.microsoft.onenote.mac"), QStringLiteral("Note Taking")},
-      {QStringLiteral("com.apple.iWork.Pages"), QStringLiteral("Word Processor")},
-      {QStringLiteral("com.microsoft.Word"), QStringLiteral("Word Processor")},
-      {QStringLiteral("com.google.docs"), QStringLiteral("Word Processor")},
-      {QStringLiteral("com.apple.iWork.Keynote"), QStringLiteral("Presentation")},
-      {QStringLiteral("com.microsoft.Powerpoint"), QStringLiteral("Presentation")},
-      {QStringLiteral("com.google.slides"), QStringLiteral("Presentation")},
-      {QStringLiteral("com.apple.iWork.Numbers"), QStringLiteral("Spreadsheet")},
-      {QStringLiteral("com.microsoft.Excel"), QStringLiteral("Spreadsheet")},
-      {QStringLiteral("com.google.sheets"), QStringLiteral("Spreadsheet")},
-      {QStringLiteral("com.apple.dt.Xcode"), QStringLiteral("IDE")},
-      {QStringLiteral("com.apple.Terminal"), QStringLiteral("Terminal")},
-      {QStringLiteral("com.googlecode.iterm2"), QStringLiteral("Terminal")},
-      {QStringLiteral("net.kovidgoyal.kitty"), QStringLiteral("Terminal")},
-  };
-  if (const auto found = categories.constFind(bundleId); found != categories.cend()) return *found;
-  const QString own = linuxApplicationCategory(bundleId);
-  return own.isEmpty() ? QStringLiteral("Application") : own;
+  const ApplicationKind kind = applicationOf(bundleId).kind;
+  return categoryOf(isElectronEditor && kind != ApplicationKind::browser ? ApplicationKind::codeEditor : kind);
 }
 
 QString applicationDescription(const QString& bundleId, const QString& category) {
-  static const QHash<QString, QString> byApplication = {
-      {QStringLiteral("com.apple.Safari"), QStringLiteral("Apple's web browser with strong privacy features")},
-      {QStringLiteral("com.google.Chrome"),
-       QStringLiteral("A fast, secure, and free web browser built for the modern web")},
-      {QStringLiteral("org.mozilla.firefox"), QStringLiteral("Privacy-focused open source web browser")},
-      {QStringLiteral("com.microsoft.edgemac"), QStringLiteral("Microsoft's Chromium-based web browser")},
-      {QStringLiteral("company.thebrowser.Arc"), QStringLiteral("Modern browser with space-based organization")},
-      {QStringLiteral("com.brave.Browser"), QStringLiteral("Privacy-focused browser with built-in ad blocking")},
-      {QStringLiteral("com.microsoft.VSCode"), QStringLiteral("Lightweight but powerful source code editor")},
-      {QStringLiteral("com.todesktop.230313mzl4w4u92"), QStringLiteral("AI-powered code editor based on VS Code")},
-      {QStringLiteral("com.cursor.ide"), QStringLiteral("AI-powered code editor based on VS Code")},
-      {QStringLiteral("com.exafunction.windsurf"), QStringLiteral("AI-native code editor for modern development")},
-      {QStringLiteral("com.tinyspeck.slackmacgap"), QStringLiteral("Team communication and collaboration platform")},
-      {QStringLiteral("com.apple.dt.Xcode"), QStringLiteral("Apple's integrated development environment for macOS")},
-  };
-  if (const auto found = byApplication.constFind(bundleId); found != byApplication.cend()) return *found;
+  if (const QString own = QLatin1String(applicationOf(bundleId).description); !own.isEmpty()) return own;
   static const QHash<QString, QString> byCategory = {
       {QStringLiteral("Web Browser"), QStringLiteral("Web browsing application")},
       {QStringLiteral("Code Editor"), QStringLiteral("Source code editing application")},

@@ -75,9 +75,7 @@ QStringList providerLines(const std::vector<MissingAPIKey>& missing) {
 }  // namespace
 
 AppState::AppState(Dependencies dependencies, const Logging& logging)
-    : use_(std::move(dependencies)),
-      logger_(logging.logger(QStringLiteral("AppState"))),
-      mainThread_(std::this_thread::get_id()) {
+    : use_(std::move(dependencies)), logger_(logging.logger(QStringLiteral("AppState"))) {
   latest_.hasCompletedOnboarding = flagSetting(use_.defaults, onboardingKey());
   data_.set(latest_);
   subscriptions_.push_back(observe([this](const AppStateData& data) { logRecordingState(data.recordingState); }));
@@ -111,6 +109,7 @@ void AppState::searchQueryChanged(const QString& query) {
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {
+  assertCurrent(executor_);
   change(latest_);
   data_.set(latest_);
 }
@@ -120,7 +119,7 @@ Subscription AppState::observe(std::function<void(const AppStateData&)> observer
 }
 
 void AppState::showError(const QString& message, bool isCritical) {
-  if (std::this_thread::get_id() == mainThread_) {
+  if (use_.executor.isCurrent()) {
     showErrorNow(message, isCritical);
     return;
   }

@@ -2,7 +2,6 @@
 #include <QString>
 #include <functional>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "base/Published.h"
@@ -71,7 +70,6 @@ class AppState {
 
   Dependencies use_;
   Logger logger_;
-  std::thread::id mainThread_;
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   AppStateData latest_;  // with the changes that observers haven't been told of yet
   Published<AppStateData> data_;

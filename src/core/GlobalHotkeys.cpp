@@ -18,6 +18,7 @@ GlobalHotkeys::GlobalHotkeys(Services services, const Logging& logging)
     : services_(std::move(services)), logger_(logging.logger(QStringLiteral("GlobalHotkeys"))) {}
 
 void GlobalHotkeys::setupGlobalHotkeys() {
+  assertCurrent(services_.executor);
   if (std::exchange(isSetUp_, true)) {
     logger_.info("🔧 Global hotkeys already configured, skipping duplicate setup");
     return;

@@ -32,6 +32,7 @@ std::optional<ModifierKey> PushToTalk::modifierOf(PushToTalkMode mode) {
 }
 
 void PushToTalk::configure() {
+  assertCurrent(services_.executor);
   if (services_.settings == nullptr) return;
   const PushToTalkMode mode = services_.settings->pushToTalkMode();
   logger_.info("Configuring Push to Talk for mode: %s", rawValue(mode));

@@ -8,7 +8,7 @@ namespace quillmere {
 
 void loadSavedMode(const SettingsManager& settings, PersistenceController& persistence, AppState& appState,
                    const Logger& logger) {
-  const auto select = [&](const Mode& mode, const char* line) {
+  const auto select = [&](const Mode& mode, LogFormat<QString> line) {
     appState.restoreMode(mode);
     logger.info(line, appState.data().selectedModeName);
   };

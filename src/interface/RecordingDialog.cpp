@@ -1,6 +1,5 @@
 #include "interface/RecordingDialog.h"
 
-#include "interface/RecordingWindowManager.h"
 
 namespace quillmere {
 namespace {
@@ -15,10 +14,10 @@ constexpr Duration noticeDelay = 1500ms;
 
 }  // namespace
 
-RecordingDialog::RecordingDialog(AppState& appState, RecordingWindowManager& windows, Executor& executor,
+RecordingDialog::RecordingDialog(AppState& appState, CancelOverlay& overlay, Executor& executor,
                                  RecordingDialogIntents intents, const Logging& logging)
     : appState_(appState),
-      windows_(windows),
+      overlay_(overlay),
       executor_(executor),
       intents_(std::move(intents)),
       logger_(logging.logger(QStringLiteral("RecordingDialog"))),
@@ -42,7 +41,7 @@ RecordingDialog::~RecordingDialog() {
   lifetime_.end();
   executor_.cancelTimer(feedbackTimer_);
   executor_.cancelTimer(leaveTimer_);
-  if (seenQuestion_) windows_.stopCancelOverlay();
+  if (seenQuestion_) overlay_.stopCancelOverlay();
 }
 
 void RecordingDialog::confirmCancel() {
@@ -156,11 +155,11 @@ void RecordingDialog::perform(const RecordingDialogReducer::Effect& effect) {
       });
     }
     void operator()(const R::StartCancelOverlay&) {
-      const bool isTap = dialog.windows_.startCancelOverlay([self = &dialog] { self->confirmCancel(); },
+      const bool isTap = dialog.overlay_.startCancelOverlay([self = &dialog] { self->confirmCancel(); },
                                                             [self = &dialog] { self->dismissQuestion(); });
       dialog.handle(R::CancelOverlayStarted{isTap});
     }
-    void operator()(const R::StopCancelOverlay&) { dialog.windows_.stopCancelOverlay(); }
+    void operator()(const R::StopCancelOverlay&) { dialog.overlay_.stopCancelOverlay(); }
     void operator()(const R::HideQuestion&) {
       dialog.appState_.update([](AppStateData& data) { data.showCancelConfirmation = false; });
     }

@@ -6,18 +6,18 @@
 #include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "core/AppState.h"
+#include "interface/CancelOverlay.h"
 #include "interface/RecordingDialogIntents.h"
 #include "interface/RecordingDialogReducer.h"
 
 namespace quillmere {
 
-class RecordingWindowManager;
 
 // The state behind the recording pill: follows AppState while the panel is up and carries out what the user chooses.
 // Main thread. Everything it is made with outlives it.
 class RecordingDialog {
  public:
-  RecordingDialog(AppState& appState, RecordingWindowManager& windows, Executor& executor,
+  RecordingDialog(AppState& appState, CancelOverlay& overlay, Executor& executor,
                   RecordingDialogIntents intents, const Logging& logging);
   ~RecordingDialog();
   RecordingDialog(const RecordingDialog&) = delete;
@@ -48,7 +48,7 @@ class RecordingDialog {
   void close();
 
   AppState& appState_;
-  RecordingWindowManager& windows_;
+  CancelOverlay& overlay_;
   Executor& executor_;
   RecordingDialogIntents intents_;
   Logger logger_;

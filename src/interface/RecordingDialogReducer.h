@@ -3,6 +3,7 @@
 #include <variant>
 #include <vector>
 
+#include "base/log/LogFormat.h"
 #include "core/AppStateData.h"
 #include "interface/RecordingDialogState.h"
 #include "interface/RecordingPanel.h"
@@ -81,8 +82,8 @@ class RecordingDialogReducer {
     bool operator==(const HideDialog&) const = default;
   };
   struct LogLine {
-    const char* format = "";
-    bool operator==(const LogLine& other) const { return QLatin1String(format) == QLatin1String(other.format); }
+    LogFormat<> format;
+    bool operator==(const LogLine&) const = default;
   };
   using Effect = std::variant<ClearLastDictation, StartCancelOverlay, StopCancelOverlay, HideQuestion,
                               ForgetTranscription, ClearPasteFailed, FinishRecording, Cancel, CancelTranscription,

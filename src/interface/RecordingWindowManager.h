@@ -6,6 +6,7 @@
 #include "base/async/Executor.h"
 #include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
+#include "interface/CancelOverlay.h"
 #include "interface/LevelMeter.h"
 #include "interface/RecordingDialogIntents.h"
 #include "interface/RecordingPanel.h"
@@ -20,11 +21,11 @@ class SettingsManager;
 // Owns the panel of the recording dialog, and the two keys of the question "Cancel?" while it is up. Main thread.
 // `interceptor` may be null: then, as when the keys can't be had, the question is answered by the panel's own buttons
 // and by the keys of this program's windows.
-class RecordingWindowManager {
+class RecordingWindowManager final : public CancelOverlay {
  public:
   RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, Executor& executor,
                          Logging logging);
-  ~RecordingWindowManager();
+  ~RecordingWindowManager() override;
   RecordingWindowManager(const RecordingWindowManager&) = delete;
   RecordingWindowManager& operator=(const RecordingWindowManager&) = delete;
 
@@ -36,9 +37,8 @@ class RecordingWindowManager {
   // The panel goes; with the word that the text arrived it stays a moment longer.
   void hide();
 
-  // False when the keys of other windows can't be had.
-  bool startCancelOverlay(std::function<void()> onReturn, std::function<void()> onEscape);
-  void stopCancelOverlay();
+  bool startCancelOverlay(std::function<void()> onReturn, std::function<void()> onEscape) override;
+  void stopCancelOverlay() override;
   bool isOverlayVisible() const { return isOverlayVisible_; }
 
   // Microphone level (0 to 1) and length of the recording, as often as they change.

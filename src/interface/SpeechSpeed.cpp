@@ -17,7 +17,7 @@ constexpr size_t windowSamples = 30 * 16000;
 }  // namespace
 
 Task<std::optional<double>> SpeechSpeed::secondsPerMinute(QString modelFile) {
-  AudioConverter::ConversionOptions options{65536, sampleRate, false, {}};
+  ConversionOptions options{65536, sampleRate, false, {}};
   auto reading = services_.converter.convert(services_.sampleFile, std::move(options));
   const auto sample = co_await std::move(reading);
   if (!sample || sample->empty()) co_return std::nullopt;

@@ -8,9 +8,9 @@
 #include <bit>
 #include <cerrno>
 
+#include "base/math/MelFilterBank.h"
 #include "base/text/LocalizedText.h"
 #include "models/CTranslate2Model.h"
-#include "models/MelFilterBank.h"
 #include "models/WhisperVocabulary.h"
 
 namespace quillmere {
@@ -24,6 +24,7 @@ constexpr qint64 kPieceBytes = 1 << 20;
 constexpr qint64 kMaximumVocabularyBytes = 64 << 20;
 constexpr qint32 kMagic = 0x67676d6c;
 constexpr qint32 kSixteenBit = 1;
+constexpr int kTransformLength = 400;  // of the sound, in samples
 
 PlatformError modelError(int code, const char* key, const QString& name) {
   return {QStringLiteral("models"), code, localizedText(key, name)};
@@ -134,7 +135,7 @@ class Conversion {
                                textContext_, width_, textHeads_, textLayers_, melBands_, qint64(kSixteenBit)}) {
       emitInteger(value);
     }
-    const std::vector<float> bank = melFilterBank(static_cast<int>(melBands_));
+    const std::vector<float> bank = melFilterBank(static_cast<int>(melBands_), kTransformLength);
     emitInteger(melBands_);
     emitInteger(static_cast<qint64>(bank.size()) / melBands_);
     for (const float weight : bank) {

@@ -265,7 +265,7 @@ bool LibWhisperProvider::isUsable(const QString& text) const {
 }
 
 Task<Result<LibWhisperProvider::Samples, AnyError>> LibWhisperProvider::convert(QString audioPath) {
-  AudioConverter::ConversionOptions options{conversionChunkFrames, engineSampleRate, false, {}};
+  ConversionOptions options{conversionChunkFrames, engineSampleRate, false, {}};
   options.progressHandler = [logger = logger_](float fraction) {
     if (std::fmod(fraction, 0.25f) < 0.01f)
       logger.debug("🎵 Audio conversion: %ld%%", static_cast<int>(fraction * 100));

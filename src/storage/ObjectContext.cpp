@@ -28,6 +28,7 @@ ObjectContext::ObjectContext(std::unique_ptr<SQLite::Database> database) : datab
 ObjectContext::~ObjectContext() = default;
 
 SQLite::Statement& ObjectContext::prepared(const std::string& sql) {
+  thread_.assertCurrent();
   auto& statement = statements_[sql];
   if (!statement) {
     try {

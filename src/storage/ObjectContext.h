@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/Result.h"
+#include "base/async/OwnThread.h"
 #include "domain/Errors.h"
 #include "storage/ObjectRegistry.h"
 #include "storage/StoreFile.h"

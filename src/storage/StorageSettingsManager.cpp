@@ -110,7 +110,7 @@ bool StorageSettingsManager::declineDocumentsAccess() {
 bool StorageSettingsManager::runFallbackLadder() {
   struct Step {
     QString folder;
-    const char* line;
+    LogFormat<QString> line;
     const char* name;
   };
   const QString ownFolder = folders_.applicationSupport + "/Quillmere";

@@ -45,6 +45,7 @@ void BareModifierKeyMonitor::setDoublePressEnabled(bool isEnabled) {
 }
 
 void BareModifierKeyMonitor::handle(const Reducer::Event& event) {
+  assertCurrent(executor_);
   Reducer::Step step = Reducer::step(state_, event, executor_.now());
   state_ = std::move(step.state);
   for (const Reducer::Effect& effect : step.effects) std::visit([this](const auto& what) { perform(what); }, effect);

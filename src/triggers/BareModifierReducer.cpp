@@ -50,7 +50,7 @@ class Stepper {
 
   void on(const Reducer::ResetToIdle&) {
     if (state().monitor == MonitorState::idle || state().monitor == MonitorState::waitingForActivation) return;
-    log(LogLevel::info, "BareModifierKeyMonitor resetToIdle from state: %s", {rawValue(state().monitor)});
+    log(LogLevel::info, "BareModifierKeyMonitor resetToIdle from state: %s", rawValue(state().monitor));
     // A key that is still held stays known as held: the rest of a chord begins no recording.
     if (state().pendingFnKeyState) state().isModifierPressed = *state().pendingFnKeyState;
     rest();
@@ -89,7 +89,7 @@ class Stepper {
         return begin();
       case Timer::doubleTapStart:
         if (state().monitor != MonitorState::pttActive && state().monitor != MonitorState::latchActive)
-          return log(LogLevel::debug, "Double-tap start cancelled - state changed to %s", {rawValue(state().monitor)});
+          return log(LogLevel::debug, "Double-tap start cancelled - state changed to %s", rawValue(state().monitor));
         log(LogLevel::info, "Double-tap delayed recording start triggered");
         return begin();
       case Timer::fnDebounce:
@@ -111,8 +111,10 @@ class Stepper {
     state().monitor = MonitorState::idle;
     state().hasBegun = false;
   }
-  void log(LogLevel level, const char* format, std::vector<LogArgument> arguments = {}) {
-    step_.effects.push_back(LogRecord{level, QStringLiteral("BareModifierKeyMonitor"), format, std::move(arguments)});
+  template <typename... A>
+  void log(LogLevel level, LogFormat<std::type_identity_t<A>...> format, const A&... arguments) {
+    step_.effects.push_back(
+        LogRecord{level, QStringLiteral("BareModifierKeyMonitor"), format.text(), {logArgument(arguments)...}});
   }
   void breadcrumb(const char* category, const char* message, QVariantMap data) {
     data[QStringLiteral("mode")] = state().currentMode ? rawValue(*state().currentMode) : QString();
@@ -159,8 +161,7 @@ class Stepper {
     const Duration sinceLock = now_ - state().lastLatchActiveTime.value_or(TimePoint());
     if (sinceLock < Reducer::minimumLockDuration) {
       const qint64 minimum = milliseconds(Reducer::minimumLockDuration);
-      log(LogLevel::debug, "Ignoring keyDown - too soon after lock (%ldms < %ldms)",
-          {std::int64_t(milliseconds(sinceLock)), std::int64_t(minimum)});
+      log(LogLevel::debug, "Ignoring keyDown - too soon after lock (%ldms < %ldms)", milliseconds(sinceLock), minimum);
       return doubleTapBreadcrumb("Bounce protection: ignoring early unlock attempt",
                                  {{QStringLiteral("timeSinceLockMs"), milliseconds(sinceLock)},
                                   {QStringLiteral("minimumLockDurationMs"), minimum}});
@@ -236,7 +237,7 @@ class Stepper {
       rest();
       return signal(Signal::modifierUp);
     }
-    log(LogLevel::debug, "Double tap unlock too slow (%fs) - resetting to locked", {seconds(elapsed)});
+    log(LogLevel::debug, "Double tap unlock too slow (%fs) - resetting to locked", seconds(elapsed));
     doubleTapBreadcrumb("Double-tap unlock failed - too slow",
                         {{QStringLiteral("timeSinceFirstTap"), seconds(elapsed)},
                          {QStringLiteral("doublePressInterval"), seconds(Reducer::doublePressInterval)}});
@@ -275,8 +276,10 @@ class Stepper {
     if (event.kind == ModifierEvent::Kind::flagsChanged && state().currentMode != ModifierKey::fn)
       state().isModifierPressed = (event.flags & Reducer::flagMask(*state().currentMode)) != 0;
     rest();
-    log(LogLevel::info, wasActive ? "BareModifierKeyMonitor interference while active - stopping PTT"
-                                  : "BareModifierKeyMonitor interference during activation - cancelling PTT start");
+    if (wasActive)
+      log(LogLevel::info, "BareModifierKeyMonitor interference while active - stopping PTT");
+    else
+      log(LogLevel::info, "BareModifierKeyMonitor interference during activation - cancelling PTT start");
     if (hadBegun) signal(Signal::interferenceDetected);
   }
 

@@ -1,5 +1,6 @@
 #include "app/cli/CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <QProcess>
 
 #include "app/cli/ProgressBar.h"
@@ -12,9 +13,9 @@ namespace {
 
 bool canParse(const std::string& arguments) {
   Invocation invocation;
-  const auto tree = makeCommandLine(invocation);
+  CommandLine line(invocation);
   try {
-    tree->parse(arguments);
+    line.tree().parse(arguments);
   } catch (const CLI::Error&) {
     return false;
   }
@@ -35,8 +36,8 @@ TEST(CommandLine, EveryCommandAndOptionHasAHelpTextInEveryLanguage) {
   for (const char* language : {"en", "de"}) {
     const TestTexts texts(QString::fromLatin1(language));
     Invocation invocation;
-    const auto tree = makeCommandLine(invocation);
-    const std::string all = tree->help("", CLI::AppFormatMode::All);
+    CommandLine line(invocation);
+    const std::string all = line.tree().help("", CLI::AppFormatMode::All);
     EXPECT_EQ(all.find("cli.help"), std::string::npos) << all.substr(all.find("cli.help"), 60);
     EXPECT_NE(all.find("--no-history"), std::string::npos);
   }
@@ -45,18 +46,18 @@ TEST(CommandLine, EveryCommandAndOptionHasAHelpTextInEveryLanguage) {
 TEST(CommandLine, CompletionScriptsAreAcceptedByTheirShell) {
   const TestTexts texts;
   Invocation invocation;
-  const auto tree = makeCommandLine(invocation);
+  CommandLine line(invocation);
   for (const char* shell : {"bash", "zsh", "fish"}) {
-    const std::string script = completionScript(*tree, shell);
+    const std::string script = completionScript(line.tree(), shell);
     EXPECT_NE(script.find("transcribe"), std::string::npos) << shell;
     EXPECT_NE(script.find("no-history"), std::string::npos) << shell;
   }
-  EXPECT_TRUE(completionScript(*tree, "tcsh").empty());
+  EXPECT_TRUE(completionScript(line.tree(), "tcsh").empty());
 
   QProcess bash;
   bash.start("bash", {"--norc", "-s"});
   ASSERT_TRUE(bash.waitForStarted());
-  bash.write(QByteArray::fromStdString(completionScript(*tree, "bash")));
+  bash.write(QByteArray::fromStdString(completionScript(line.tree(), "bash")));
   bash.write(
       "\nCOMP_WORDS=(quillmere models im); COMP_CWORD=2; _quillmere; echo \"<${COMPREPLY[*]}>\"\n"
       "COMP_WORDS=(quillmere history search --li); COMP_CWORD=3; _quillmere; echo \"<${COMPREPLY[*]}>\"\n");

@@ -19,7 +19,7 @@ TEST(AudioConverterTest, worksOnAWorkerAndReturnsOnTheMainThread) {
   std::thread::id worker;
   readers.files[path].frames = 48000;
   readers.files[path].onRead = [&] { worker = std::this_thread::get_id(); };
-  AudioConverter::ConversionOptions options{1024, 16000, false, {}};
+  ConversionOptions options{1024, 16000, false, {}};
   const auto samples = runTask(executor, converter.convert(path, options));
   ASSERT_TRUE(samples);
   EXPECT_EQ(samples->size(), 16000u);

@@ -18,7 +18,7 @@ class SampleConversionTest : public ::testing::Test {
   FakeMediaReaderFactory readers;
   FakeAudioResamplerFactory resamplers;
   std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
-  AudioConverter::ConversionOptions options{32768, 16000, false, {}};
+  ConversionOptions options{32768, 16000, false, {}};
   std::atomic<bool> stop{false};
 
   FakeMediaFile& file() { return readers.files[path]; }

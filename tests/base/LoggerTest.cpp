@@ -1,5 +1,6 @@
 #include "base/log/Logger.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "support/RecordingLogSink.h"
@@ -57,6 +58,22 @@ TEST(LogFormat, RendersAndMasks) {
     EXPECT_EQ(renderLogFormat(format, arguments, true), QString::fromUtf8(masked ? masked : full)) << format;
   }
 }
+
+// What a logger compiles and what it refuses.
+template <size_t N>
+struct Literal {
+  constexpr Literal(const char (&text)[N]) { std::copy_n(text, N, characters); }
+  char characters[N];
+};
+template <Literal format, typename... A>
+concept Compiles = requires { typename std::bool_constant<(LogFormat<A...>(format.characters), true)>; };
+
+static_assert(Compiles<"50%%"> && Compiles<"%{public}s %@", QString, char[3]> && Compiles<"%+5ld %04x", int, quint64>);
+static_assert(Compiles<"%.2f %{private}e", float, double> && Compiles<"%{bool,public}d", bool>);
+static_assert(!Compiles<"%d"> && !Compiles<"plain", int> && !Compiles<"%d%d", int> && !Compiles<"%d", int, int>);
+static_assert(!Compiles<"%d", QString> && !Compiles<"%s", int> && !Compiles<"%f", int> && !Compiles<"%d", double>);
+static_assert(!Compiles<"%d", bool> && !Compiles<"%{bool}d", int> && !Compiles<"%{bool}s", bool>);
+static_assert(!Compiles<"50%"> && !Compiles<"50% of %d", int> && !Compiles<"%{publc}s", QString>);
 
 TEST(Logger, PassesLevelsCategoryAndTypedArguments) {
   const auto sink = std::make_shared<RecordingLogSink>();

@@ -25,6 +25,7 @@ TEST(ApplicationTables, CategoryAndDescriptionByIdentifier) {
       {"com.microsoft.Word", false, "Word Processor", "Document creation and editing application"},
       {"com.apple.dt.Xcode", false, "IDE", "Apple's integrated development environment for macOS"},
       {"net.kovidgoyal.kitty", false, "Terminal", "Command-line interface application"},
+      {"io.alacritty", false, "Terminal", "Command-line interface application"},
       {"", false, "Application", "Desktop application"},
       // A browser stays one, whoever calls it an editor.
       {"com.google.Chrome", true, "Web Browser", "A fast, secure, and free web browser built for the modern web"},

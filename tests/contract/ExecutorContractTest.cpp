@@ -51,6 +51,23 @@ TEST_P(ExecutorContract, PostsRunInOrderAndNeverInline) {
   EXPECT_EQ(trace, (std::vector<int>{1, 2, 3}));
 }
 
+TEST_P(ExecutorContract, TellsItsOwnThread) {
+  bool isCurrentThere = true, isRefusedThere = false;
+  std::thread([&] {
+    isCurrentThere = executor.isCurrent();
+    try {
+      const TaskScope scope(executor);
+    } catch (const std::logic_error&) {
+      isRefusedThere = true;
+    }
+  }).join();
+  EXPECT_TRUE(executor.isCurrent());
+  EXPECT_FALSE(isCurrentThere);
+#ifndef NDEBUG
+  EXPECT_TRUE(isRefusedThere);
+#endif
+}
+
 TEST_P(ExecutorContract, TimersFireByDeadlineThenByStart) {
   executor.startTimer(3ms, note(5));
   executor.startTimer(1ms, note(3));

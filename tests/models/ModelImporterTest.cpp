@@ -12,7 +12,7 @@
 #include <csignal>
 
 #include "base/async/TaskScope.h"
-#include "models/MelFilterBank.h"
+#include "base/math/MelFilterBank.h"
 #include "support/CTranslate2Folder.h"
 #include "support/RunTask.h"
 #include "support/ScriptedWhisperModel.h"
@@ -32,7 +32,7 @@ QByteArray modelSaying(const QByteArray& text) {
   ScriptedWhisperModel::Options options;
   options.text = text;
   QByteArray content = ScriptedWhisperModel::bytes(options);
-  const std::vector<float> bank = melFilterBank(80);
+  const std::vector<float> bank = melFilterBank(80, 400);
   return content.replace(
       56, static_cast<qsizetype>(bank.size() * 4),
       QByteArray(reinterpret_cast<const char*>(bank.data()), static_cast<qsizetype>(bank.size() * 4)));
@@ -115,7 +115,7 @@ TEST_F(ModelImporterTest, aConvertedFolderIsTheFileItWasMadeFrom) {
 
 TEST_F(ModelImporterTest, theMelBanksOfBothSizesHaveUnitArea) {
   for (const int bands : {80, 128}) {
-    const std::vector<float> bank = melFilterBank(bands);
+    const std::vector<float> bank = melFilterBank(bands, 400);
     ASSERT_EQ(bank.size(), static_cast<std::size_t>(bands) * 201);
     // The widest triangles are sampled finely enough for their area to show.
     float area = 0;

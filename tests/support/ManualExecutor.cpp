@@ -38,6 +38,10 @@ TimePoint ManualExecutor::now() const {
   return now_;
 }
 
+bool ManualExecutor::isCurrent() const {
+  return std::this_thread::get_id() == thread_;
+}
+
 Executor::TimerId ManualExecutor::startTimer(Duration delay, std::function<void()> function) {
   checkThread();
   const TimePoint started = now();
@@ -161,7 +165,7 @@ size_t ManualExecutor::externalWorkCount() const {
 }
 
 void ManualExecutor::checkThread() const {
-  if (std::this_thread::get_id() != thread_) throw std::logic_error("only the executor's own thread may do this");
+  if (!isCurrent()) throw std::logic_error("only the executor's own thread may do this");
 }
 
 }  // namespace quillmere

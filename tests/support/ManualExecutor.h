@@ -12,8 +12,8 @@
 namespace quillmere {
 
 // An executor with a virtual clock that the test moves. Posted functions run first, in the order they were posted; then
-// timers by deadline and start order, and what each one posts before the next. post() from any thread, the rest from
-// the thread that made it. Exceptions that leave a function come out of the run functions.
+// timers by deadline and start order, and what each one posts before the next. post() and isCurrent() from any
+// thread, the rest from the thread that made it. Exceptions that leave a function come out of the run functions.
 class ManualExecutor final : public Executor {
  public:
   ManualExecutor();
@@ -21,6 +21,7 @@ class ManualExecutor final : public Executor {
 
   void post(std::function<void()> function) override;
   TimePoint now() const override;
+  bool isCurrent() const override;
   TimerId startTimer(Duration delay, std::function<void()> function) override;
   void cancelTimer(TimerId id) override;
   void externalWorkStarted() override;

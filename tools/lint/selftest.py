@@ -39,6 +39,11 @@ case(layering, "relative include", {"src/audio/A.h": '#include "../core/B.h"\n'}
 case(layering, "unknown room", {"src/misc/A.h": ""}, "src/misc/A.h:1")
 case(layering, "no room", {"src/A.h": ""}, "src/A.h:1")
 case(layering, "file cycle", {"src/base/A.h": '#include "base/B.h"\n', "src/base/B.h": '#include "base/A.h"\n'}, "src/base/A.h:1")
+case(layering, "a circle through the source files",
+     {"src/base/A.h": "", "src/base/A.cpp": '#include "base/A.h"\n#include "base/B.h"\n', "src/base/B.h": "",
+      "src/base/B.cpp": '#include "base/A.h"\n'}, "src/base/A.cpp:2")
+case(layering, "a source file includes its own header", {"src/base/A.h": "", "src/base/A.cpp": '#include "base/A.h"\n'})
+case(layering, "a header includes itself", {"src/base/A.h": '#include "base/A.h"\n'}, "src/base/A.h:1")
 case(layering, "folder cycle without a file cycle",
      {"src/base/x/A.h": '\n#include "base/y/B.h"\n', "src/base/y/B.h": "", "src/base/y/C.h": '#include "base/x/D.h"\n', "src/base/x/D.h": ""},
      "src/base/x/A.h:2", "src/base/y/C.h:1")
@@ -96,6 +101,8 @@ for header, path, bad in [
     ("<spdlog/spdlog.h>", "src/diagnostics/A.cpp", True), ("<spdlog/spdlog.h>", "src/platform/linux/A.cpp", False),
     ("<SQLiteCpp/Database.h>", "src/core/A.cpp", True), ("<SQLiteCpp/Database.h>", "src/storage/A.cpp", False),
     ("<whisper.h>", "src/providers/A.cpp", True), ("<ggml-backend.h>", "src/platform/whisper/A.cpp", False),
+    ("<ggml.h>", "src/platform/ggml/A.cpp", False), ("<ggml.h>", "src/engine/A.cpp", True), ("<whisper.h>", "src/platform/ggml/A.cpp", True),
+    ("<CLI/CLI.hpp>", "src/app/cli/A.cpp", False), ("<CLI/CLI.hpp>", "src/app/session/A.cpp", True),
     ("<QDBusConnection>", "src/files/A.cpp", True), ("<QDBusConnection>", "src/app/A.cpp", False),
     ("<QNetworkReply>", "src/models/A.h", True), ("<QNetworkReply>", "src/platform/qt/A.h", False),
     ("<libavcodec/avcodec.h>", "src/audio/A.cpp", True), ("<xcb/xcb.h>", "src/context/A.cpp", True),

@@ -1,8 +1,10 @@
 #include "app/cli/CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <QtGlobal>
 
 #include "app/Version.h"
+#include "app/cli/ExitCode.h"
 
 namespace quillmere {
 namespace {
@@ -261,8 +263,9 @@ void addCompletion(CLI::App& app, Invocation& invocation) {
 
 }  // namespace
 
-std::unique_ptr<CLI::App> makeCommandLine(Invocation& invocation) {
-  auto app = std::make_unique<CLI::App>(help("cli.help.program"), "quillmere");
+CommandLine::CommandLine(Invocation& invocation)
+    : tree_(std::make_unique<CLI::App>(help("cli.help.program"), "quillmere")) {
+  CLI::App* app = tree_.get();
   app->require_subcommand(1);
   app->fallthrough();
   app->set_help_flag("-h,--help", help("cli.help.help"));
@@ -279,7 +282,17 @@ std::unique_ptr<CLI::App> makeCommandLine(Invocation& invocation) {
   addSettings(*app, invocation);
   addDoctor(*app, invocation);
   addCompletion(*app, invocation);
-  return app;
+}
+
+CommandLine::~CommandLine() = default;
+
+std::optional<int> CommandLine::parse(int argc, const char* const* argv) {
+  try {
+    tree_->parse(argc, argv);
+    return std::nullopt;
+  } catch (const CLI::ParseError& end) {
+    return tree_->exit(end) == 0 ? int(exitOk) : int(exitUsage);
+  }
 }
 
 }  // namespace quillmere

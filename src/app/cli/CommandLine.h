@@ -1,103 +1,35 @@
 #pragma once
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
-#include <vector>
+
+#include "app/cli/CommandOptions.h"
+
+namespace CLI {
+class App;
+}
 
 namespace quillmere {
 
-// The command line as plain values. Paths are kept as the bytes the shell gave.
-struct TranscribeOptions {
-  std::vector<std::string> files;
-  std::optional<std::string> mode, model, language;
-  bool isJson = false, isWithoutHistory = false, isQuiet = false;
+// The tree of commands, options and help texts. Texts come from the installed text table.
+class CommandLine {
+ public:
+  // Parsing writes into `invocation`, which outlives this object.
+  explicit CommandLine(Invocation& invocation);
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+  ~CommandLine();
+
+  // The exit code where there is nothing left to do: help or version were printed, or what is wrong was said.
+  std::optional<int> parse(int argc, const char* const* argv);
+
+  CLI::App& tree() { return *tree_; }
+
+ private:
+  std::unique_ptr<CLI::App> tree_;
 };
 
-struct HistoryOptions {
-  enum class Action { list, show, remove, retry };
-  Action action = Action::list;
-  std::vector<std::string> ids;
-  std::optional<std::string> search;
-  std::optional<std::string> mode, model, language;  // of a retry
-  int limit = 20, offset = 0;
-  bool isDiscarded = false;  // lists the recordings that were thrown away
-  bool isJson = false, isConfirmed = false;
-};
-
-struct ModelsOptions {
-  enum class Action { list, download, remove, import, path };
-  Action action = Action::list;
-  std::vector<std::string> names;
-  std::optional<std::string> importName;
-  bool isJson = false, isFresh = false, isQuiet = false;
-};
-
-struct ModesOptions {
-  enum class Action { list, show, add, edit, remove, use };
-  Action action = Action::list;
-  std::string name;
-  std::optional<std::string> newName, preset, language, model, prompt, instructions, spelling, cloudProvider,
-      cloudModel, postProcessing, postProcessingProvider, languageModel, accuracy;
-  std::optional<bool> punctuation, capitalization, profanityFilter;
-  bool isJson = false;
-};
-
-struct VocabularyOptions {
-  enum class Action { list, add, remove };
-  Action action = Action::list;
-  std::string word;
-  std::optional<std::string> replacement;
-  bool isJson = false;
-};
-
-struct SettingsOptions {
-  enum class Action { list, get, set, reset, path, describe };
-  Action action = Action::list;
-  std::string key, value;
-  bool isJson = false, isAll = false;
-};
-
-// Commands of the session program: they need the sound server or the display.
-struct DictateOptions {
-  std::optional<std::string> mode, model, language;
-  std::optional<double> seconds;  // stop after so long
-  std::optional<double> silence;  // stop after so many seconds without speech
-  bool isTyped = false;           // into the focused field instead of onto the output
-  bool isJson = false, isWithoutHistory = false, isQuiet = false, showsTimings = false;
-};
-
-struct DoctorOptions {
-  bool isJson = false;
-};
-
-// What is asked of the running application.
-struct ControlOptions {
-  enum class Action { toggle, cancel, status, show, quit };
-  Action action = Action::status;
-  std::optional<std::string> mode;
-  bool isJson = false;
-};
-
-struct CompletionOptions {
-  std::string shell;
-};
-
-using CommandOptions =
-    std::variant<std::monostate, TranscribeOptions, HistoryOptions, ModelsOptions, ModesOptions, VocabularyOptions,
-                 SettingsOptions, DictateOptions, DoctorOptions, ControlOptions, CompletionOptions>;
-
-struct Invocation {
-  CommandOptions command;
-  bool isVerbose = false;
-};
-
-// Builds the tree of commands, options and help texts; parsing writes into `invocation`, which outlives the tree.
-// Texts come from the installed text table.
-std::unique_ptr<CLI::App> makeCommandLine(Invocation& invocation);
-
-// Completion scripts for "bash", "zsh" and "fish", made from the same tree; empty for another shell.
+// Completion scripts for "bash", "zsh" and "fish", made from the tree; empty for another shell.
 std::string completionScript(const CLI::App& tree, const std::string& shell);
 
 }  // namespace quillmere

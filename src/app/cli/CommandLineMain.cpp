@@ -8,6 +8,7 @@
 #include <iostream>
 
 #include "app/Version.h"
+#include "app/cli/CommandLine.h"
 #include "app/cli/Commands.h"
 #include "app/cli/SignalWatcher.h"
 #include "app/cli/Terminal.h"
@@ -86,15 +87,10 @@ int commandLineMain(int argc, char** argv, const SessionCommands* session) {
   const Texts texts(Texts::languageFor(QProcessEnvironment::systemEnvironment(), Texts::available()));
 
   Invocation invocation;
-  const auto tree = makeCommandLine(invocation);
-  try {
-    tree->parse(argc, argv);
-  } catch (const CLI::ParseError& end) {
-    const int code = tree->exit(end);
-    return code == 0 ? int(exitOk) : int(exitUsage);
-  }
+  CommandLine commandLine(invocation);
+  if (const auto code = commandLine.parse(argc, argv)) return *code;
   if (const auto* completion = std::get_if<CompletionOptions>(&invocation.command)) {
-    std::cout << completionScript(*tree, completion->shell);
+    std::cout << completionScript(commandLine.tree(), completion->shell);
     return std::cout.flush() ? exitOk : exitFailure;
   }
 

@@ -1,6 +1,6 @@
 #pragma once
 #include "app/cli/CommandContext.h"
-#include "app/cli/CommandLine.h"
+#include "app/cli/CommandOptions.h"
 #include "domain/Entities.h"
 
 namespace quillmere {

@@ -1,3 +1,4 @@
+#include <CLI/CLI.hpp>
 #include <sstream>
 
 #include "app/cli/CommandLine.h"

@@ -3,11 +3,13 @@
 namespace quillmere::detail {
 
 void Strand::start() {
+  assertCurrent(executor_);
   isWakePosted_ = true;
   executor_.post([self = shared_from_this()] { self->run(); });
 }
 
 void Strand::cancel() {
+  assertCurrent(executor_);
   if (isOver_ || isKilled_ || cancel_.isCancelled()) return;
   const auto self = shared_from_this();
   cancel_.cancel();
@@ -17,6 +19,7 @@ void Strand::cancel() {
 }
 
 void Strand::kill() {
+  assertCurrent(executor_);
   if (isOver_ || isKilled_) return;
   const auto self = shared_from_this();
   isKilled_ = true;
@@ -39,6 +42,7 @@ void Strand::tearDown() {
 }
 
 void Strand::wake() {
+  assertCurrent(executor_);
   if (isOver_ || isKilled_ || !parked_ || isWakePosted_) return;
   isWakePosted_ = true;
   executor_.post([self = shared_from_this()] { self->run(); });

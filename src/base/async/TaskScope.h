@@ -109,7 +109,7 @@ class TaskHandle {
 // An exception that leaves a task which nobody joins is thrown in the executor's loop. Cancelled is not.
 class TaskScope {
  public:
-  explicit TaskScope(Executor& executor) : executor_(executor) {}
+  explicit TaskScope(Executor& executor) : executor_(executor) { assertCurrent(executor); }
   TaskScope(const TaskScope&) = delete;
   TaskScope& operator=(const TaskScope&) = delete;
   ~TaskScope();

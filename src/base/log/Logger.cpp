@@ -1,77 +1,28 @@
 #include "base/log/Logger.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace quillmere {
 namespace {
 
-struct Directive {
-  bool isPublic = false;
-  bool isPrivate = false;
-  bool isBool = false;
-  bool isLeft = false;
-  bool isZeroFilled = false;
-  bool hasPlus = false;
-  int width = 0;
-  int precision = -1;
-  char conversion = 0;
-};
+using detail::isOneOf;
+using detail::LogDirective;
 
-bool isOneOf(char c, std::string_view set) {
-  return set.find(c) != std::string_view::npos;
-}
-
-int readNumber(std::string_view format, size_t& at) {
-  int number = 0;
-  for (; at < format.size() && format[at] >= '0' && format[at] <= '9'; ++at)
-    number = std::min(number * 10 + (format[at] - '0'), 999);
-  return number;
-}
-
-// Reads one directive from behind its '%'. Returns the position after it, or nothing if it is none.
-std::optional<size_t> readDirective(std::string_view format, size_t at, Directive& out) {
-  if (at < format.size() && format[at] == '{') {
-    const size_t close = format.find('}', at);
-    if (close == std::string_view::npos) return std::nullopt;
-    const std::string_view marks = format.substr(at + 1, close - at - 1);
-    out.isPublic = marks.find("public") != std::string_view::npos;
-    out.isPrivate =
-        marks.find("private") != std::string_view::npos || marks.find("sensitive") != std::string_view::npos;
-    out.isBool = marks.find("bool") != std::string_view::npos;
-    at = close + 1;
-  }
-  for (; at < format.size() && isOneOf(format[at], "-0+"); ++at) {
-    if (format[at] == '-')
-      out.isLeft = true;
-    else if (format[at] == '0')
-      out.isZeroFilled = true;
-    else
-      out.hasPlus = true;
-  }
-  out.width = readNumber(format, at);
-  if (at < format.size() && format[at] == '.') out.precision = readNumber(format, ++at);
-  while (at < format.size() && isOneOf(format[at], "lhzqjt")) ++at;
-  if (at >= format.size() || !isOneOf(format[at], "s@diuxXcpfFeEgG")) return std::nullopt;
-  out.conversion = format[at];
-  return at + 1;
-}
-
-QString renderDouble(double value, const Directive& directive) {
-  const char kind = isOneOf(directive.conversion, "eEgG") ? directive.conversion : 'f';
+QString renderDouble(double value, const LogDirective& directive) {
+  const char kind = isOneOf(directive.conversion, "eg") ? directive.conversion : 'f';
   return QString::number(value, kind, directive.precision >= 0 ? directive.precision : 6);
 }
 
 template <typename N>
-QString renderInteger(N value, const Directive& directive) {
+QString renderInteger(N value, const LogDirective& directive) {
   if (directive.isBool) return value != 0 ? QStringLiteral("true") : QStringLiteral("false");
-  if (isOneOf(directive.conversion, "fFeEgG")) return renderDouble(static_cast<double>(value), directive);
+  if (isOneOf(directive.conversion, "feg")) return renderDouble(static_cast<double>(value), directive);
   if (directive.conversion == 'x') return QString::number(static_cast<quint64>(value), 16);
   if (directive.conversion == 'X') return QString::number(static_cast<quint64>(value), 16).toUpper();
   return QString::number(value);
 }
 
-QString renderArgument(const LogArgument& argument, const Directive& directive) {
+QString renderArgument(const LogArgument& argument, const LogDirective& directive) {
   return std::visit(
       [&](const auto& value) -> QString {
         using T = std::decay_t<decltype(value)>;
@@ -87,7 +38,7 @@ QString renderArgument(const LogArgument& argument, const Directive& directive) 
       argument);
 }
 
-QString render(const LogArgument& argument, const Directive& directive) {
+QString render(const LogArgument& argument, const LogDirective& directive) {
   QString text = renderArgument(argument, directive);
   const bool isNumber = !std::holds_alternative<QString>(argument) && !directive.isBool;
   if (isNumber && directive.hasPlus && !text.startsWith(u'-')) text.prepend(u'+');
@@ -117,8 +68,8 @@ QString renderLogFormat(std::string_view format, const std::vector<LogArgument>&
       ++at;
       continue;
     }
-    Directive directive;
-    const auto end = readDirective(format, at, directive);
+    LogDirective directive;
+    const auto end = detail::readLogDirective(format, at, directive);
     if (!end) {
       line += u'%';
       continue;
@@ -141,6 +92,10 @@ QString LogRecord::fullText() const {
 }
 QString LogRecord::publicText() const {
   return renderLogFormat(format, arguments, true);
+}
+
+void Logger::write(LogLevel level, std::string_view format, std::initializer_list<LogArgument> arguments) const {
+  sink_->write(LogRecord{level, category_, format, arguments});
 }
 
 }  // namespace quillmere

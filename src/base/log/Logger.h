@@ -2,12 +2,15 @@
 #include <QString>
 #include <QStringView>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
-#include <mutex>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <variant>
 #include <vector>
+
+#include "base/log/LogFormat.h"
 
 namespace quillmere {
 
@@ -16,6 +19,31 @@ enum class LogLevel { debug, info, notice, warning, error, fault };
 // One argument of a log line. Text is private unless the format says %{public}; numbers are public unless it says
 // %{private}.
 using LogArgument = std::variant<std::int64_t, std::uint64_t, double, bool, QString>;
+
+inline LogArgument logArgument(const QString& text) {
+  return text;
+}
+inline LogArgument logArgument(QStringView text) {
+  return text.toString();
+}
+inline LogArgument logArgument(const char* text) {
+  return QString::fromUtf8(text);
+}
+inline LogArgument logArgument(const std::string& text) {
+  return QString::fromStdString(text);
+}
+template <typename N>
+  requires std::is_arithmetic_v<N>
+LogArgument logArgument(N value) {
+  if constexpr (std::is_same_v<N, bool>)
+    return value;
+  else if constexpr (std::is_floating_point_v<N>)
+    return static_cast<double>(value);
+  else if constexpr (std::is_signed_v<N>)
+    return static_cast<std::int64_t>(value);
+  else
+    return static_cast<std::uint64_t>(value);
+}
 
 struct LogRecord {
   LogLevel level = LogLevel::info;
@@ -38,9 +66,10 @@ class LogSink {
 
 // Renders a printf-like format: %s %@ (text), %d %i %ld %lld %hd %zu %u %llu %x %X (integers), %f %.2f %e %g (doubles),
 // %{bool}d, %% and the visibility marks %{public}s, %{private}ld, %{bool,public}d ({sensitive} is private too).
-// Flags '-', '0', '+' and a width work as in printf, a precision cuts text to that many UTF-16 units. The argument's own
-// type decides where it does not fit the letter. A directive without an argument gives "<missing>", an argument without
-// a directive is left out, a '%' that begins no directive stands for itself.
+// Flags '-', '0', '+' and a width work as in printf, a precision cuts text to that many UTF-16 units. The argument's
+// own type decides where it does not fit the letter. A directive without an argument gives "<missing>", an argument
+// without a directive is left out, a '%' that begins no directive stands for itself. A Logger lets none of these be
+// compiled.
 QString renderLogFormat(std::string_view format, const std::vector<LogArgument>& arguments, bool maskPrivate);
 
 // A handle on one log category. Cheap to copy, safe to use from any thread; without a sink it drops everything.
@@ -51,43 +80,32 @@ class Logger {
   Logger(std::shared_ptr<LogSink> sink, QString category) : sink_(std::move(sink)), category_(std::move(category)) {}
 
   template <typename... A>
-  void debug(const char* format, const A&... arguments) const { log(LogLevel::debug, format, arguments...); }
+  void debug(LogFormat<std::type_identity_t<A>...> format, const A&... arguments) const {
+    if (sink_) write(LogLevel::debug, format.text(), {logArgument(arguments)...});
+  }
   template <typename... A>
-  void info(const char* format, const A&... arguments) const { log(LogLevel::info, format, arguments...); }
+  void info(LogFormat<std::type_identity_t<A>...> format, const A&... arguments) const {
+    if (sink_) write(LogLevel::info, format.text(), {logArgument(arguments)...});
+  }
   template <typename... A>
-  void notice(const char* format, const A&... arguments) const { log(LogLevel::notice, format, arguments...); }
+  void notice(LogFormat<std::type_identity_t<A>...> format, const A&... arguments) const {
+    if (sink_) write(LogLevel::notice, format.text(), {logArgument(arguments)...});
+  }
   template <typename... A>
-  void warning(const char* format, const A&... arguments) const { log(LogLevel::warning, format, arguments...); }
+  void warning(LogFormat<std::type_identity_t<A>...> format, const A&... arguments) const {
+    if (sink_) write(LogLevel::warning, format.text(), {logArgument(arguments)...});
+  }
   template <typename... A>
-  void error(const char* format, const A&... arguments) const { log(LogLevel::error, format, arguments...); }
+  void error(LogFormat<std::type_identity_t<A>...> format, const A&... arguments) const {
+    if (sink_) write(LogLevel::error, format.text(), {logArgument(arguments)...});
+  }
   template <typename... A>
-  void fault(const char* format, const A&... arguments) const { log(LogLevel::fault, format, arguments...); }
+  void fault(LogFormat<std::type_identity_t<A>...> format, const A&... arguments) const {
+    if (sink_) write(LogLevel::fault, format.text(), {logArgument(arguments)...});
+  }
 
  private:
-  template <typename... A>
-  void log(LogLevel level, const char* format, const A&... arguments) const {
-    if (!sink_) return;
-    LogRecord record;
-    record.level = level;
-    record.category = category_;
-    record.format = format;
-    record.arguments.reserve(sizeof...(A));
-    (record.arguments.push_back(argument(arguments)), ...);
-    sink_->write(record);
-  }
-
-  static LogArgument argument(const QString& text) { return text; }
-  static LogArgument argument(QStringView text) { return text.toString(); }
-  static LogArgument argument(const char* text) { return QString::fromUtf8(text); }
-  static LogArgument argument(const std::string& text) { return QString::fromStdString(text); }
-  static LogArgument argument(bool value) { return value; }
-  template <typename N>
-    requires std::is_arithmetic_v<N>
-  static LogArgument argument(N value) {
-    if constexpr (std::is_floating_point_v<N>) return static_cast<double>(value);
-    else if constexpr (std::is_signed_v<N>) return static_cast<std::int64_t>(value);
-    else return static_cast<std::uint64_t>(value);
-  }
+  void write(LogLevel level, std::string_view format, std::initializer_list<LogArgument> arguments) const;
 
   std::shared_ptr<LogSink> sink_;
   QString category_;

@@ -51,6 +51,7 @@ AtspiAccessibility::AtspiAccessibility(Executor& executor, Options options, cons
 AtspiAccessibility::~AtspiAccessibility() = default;
 
 AtspiThread& AtspiAccessibility::thread() const {
+  assertCurrent(executor_);
   if (!thread_) thread_ = std::make_unique<AtspiThread>(options_.enablesToolkits, logging_);
   return *thread_;
 }

@@ -21,6 +21,7 @@ PulseConnection::PulseConnection(Executor& executor, const Logging& logging, Opt
       log_(logging.logger(QStringLiteral("SoundServer"))),
       options_(std::move(options)),
       pause_(options_.firstPause) {
+  assertCurrent(executor_);
   connect();
 }
 

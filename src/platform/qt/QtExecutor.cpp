@@ -39,7 +39,8 @@ void runOrDie(const std::function<void()>& function) noexcept {
 }  // namespace
 
 QtExecutor::QtExecutor()
-    : wakeFd_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+    : thread_(std::this_thread::get_id()),
+      wakeFd_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
       timerFd_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create")),
       wakeNotifier_(wakeFd_, QSocketNotifier::Read),
       timerNotifier_(timerFd_, QSocketNotifier::Read) {
@@ -76,7 +77,12 @@ TimePoint QtExecutor::now() const {
   return std::chrono::steady_clock::now();
 }
 
+bool QtExecutor::isCurrent() const {
+  return std::this_thread::get_id() == thread_;
+}
+
 Executor::TimerId QtExecutor::startTimer(Duration delay, std::function<void()> function) {
+  assertCurrent(*this);
   const TimePoint started = now();
   const Duration wait = std::max(delay, Duration::zero());
   const TimePoint deadline = wait > TimePoint::max() - started ? TimePoint::max() : started + wait;
@@ -88,6 +94,7 @@ Executor::TimerId QtExecutor::startTimer(Duration delay, std::function<void()> f
 }
 
 void QtExecutor::cancelTimer(TimerId id) {
+  assertCurrent(*this);
   const auto found = deadlines_.find(id);
   if (found == deadlines_.end()) return;
   const TimerKey key{found->second, id};

@@ -11,9 +11,9 @@
 namespace quillmere {
 
 // The executor of a thread that runs a Qt event loop, the main thread as a rule. Construct and destroy it on that
-// thread, after the QCoreApplication is there and before it goes. post() and now() from any thread; timers from the own
-// thread only. Works inside nested event loops. Functions queued while a turn runs come in a later turn, between which
-// Qt's other events get their share. Timers never fire early; a late loop still runs them in order.
+// thread, after the QCoreApplication is there and before it goes. post(), now() and isCurrent() from any thread; timers
+// from the own thread only. Works inside nested event loops. Functions queued while a turn runs come in a later turn,
+// between which Qt's other events get their share. Timers never fire early; a late loop still runs them in order.
 // An exception out of a function: a message on standard error and std::terminate.
 class QtExecutor final : public Executor {
  public:
@@ -24,6 +24,7 @@ class QtExecutor final : public Executor {
 
   void post(std::function<void()> function) override;
   TimePoint now() const override;
+  bool isCurrent() const override;
   TimerId startTimer(Duration delay, std::function<void()> function) override;
   void cancelTimer(TimerId id) override;
 
@@ -39,6 +40,7 @@ class QtExecutor final : public Executor {
   void fireTimers();
   void armTimer();
 
+  const std::thread::id thread_;
   const int wakeFd_;
   const int timerFd_;
   QSocketNotifier wakeNotifier_;

@@ -48,7 +48,9 @@ Result<std::unique_ptr<X11Pasteboard>, PlatformError> X11Pasteboard::open(Execut
 
 X11Pasteboard::X11Pasteboard(Executor& executor, std::unique_ptr<X11SelectionThread> thread,
                              std::shared_ptr<Fetches> fetches)
-    : executor_(executor), fetches_(std::move(fetches)), thread_(std::move(thread)) {}
+    : executor_(executor), fetches_(std::move(fetches)), thread_(std::move(thread)) {
+  assertCurrent(executor_);
+}
 
 X11Pasteboard::~X11Pasteboard() = default;
 
@@ -91,10 +93,12 @@ quint64 X11Pasteboard::changeCount() const {
 }
 
 bool X11Pasteboard::writeText(const QString& text, bool isConcealed) {
+  assertCurrent(executor_);
   return fetches_->begin(thread_->offerText(Selection::clipboard, text, isConcealed));
 }
 
 bool X11Pasteboard::write(const ClipboardItems& items) {
+  assertCurrent(executor_);
   // X knows one item; several are offered as the types of all.
   ClipboardItemData all;
   for (const auto& item : items) {

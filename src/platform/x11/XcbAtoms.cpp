@@ -1,6 +1,6 @@
 #include "platform/x11/XcbAtoms.h"
 
-#include "platform/x11/XcbConnection.h"
+#include "platform/x11/XcbPointer.h"
 
 namespace quillmere {
 

@@ -5,7 +5,6 @@
 #include <QObject>
 #include <QSocketNotifier>
 #include <QString>
-#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <map>
@@ -16,15 +15,9 @@
 #include "base/Subscription.h"
 #include "domain/Errors.h"
 #include "platform/x11/XcbAtoms.h"
+#include "platform/x11/XcbPointer.h"
 
 namespace quillmere {
-
-struct XcbFree {
-  void operator()(void* memory) const { std::free(memory); }
-};
-// What xcb hands out for the caller to free: replies, errors, events.
-template <typename T>
-using XcbPointer = std::unique_ptr<T, XcbFree>;
 
 // A connection of one's own to the X server, apart from Qt's. Lives on the thread that opened it (the main thread),
 // which must run a Qt event loop: events are delivered there, in the server's order, never from inside a request, and
