@@ -44,11 +44,14 @@ function(quillmere_room name)
 endfunction()
 
 # quillmere_test(NAME LIBS ...): tests/NAME/**.cpp becomes the executable NAME_tests and one ctest entry of that name, run
-# through LAUNCHER when there is one.
+# through LAUNCHER when there is one. WITHOUT leaves a folder below to a test of its own.
 function(quillmere_test name)
-  cmake_parse_arguments(T "" "TIMEOUT" "LIBS;ENV;LAUNCHER" ${ARGN})
+  cmake_parse_arguments(T "" "TIMEOUT;WITHOUT" "LIBS;ENV;LAUNCHER" ${ARGN})
   string(REPLACE "/" "_" id ${name})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${name}/*.cpp")
+  if(T_WITHOUT)
+    list(FILTER sources EXCLUDE REGEX "/tests/${name}/${T_WITHOUT}/")
+  endif()
   if(NOT sources)
     return()
   endif()

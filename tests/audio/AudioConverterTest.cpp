@@ -9,7 +9,7 @@
 namespace quillmere {
 namespace {
 
-TEST(AudioConverterTest, worksOnAWorkerAndReturnsOnTheMainThread) {
+TEST(AudioConverterTest, WorksOnAWorkerAndReturnsOnTheMainThread) {
   const QString path = QStringLiteral("/music/a.wav");
   FakeMediaReaderFactory readers;
   FakeAudioResamplerFactory resamplers;

@@ -15,7 +15,7 @@ struct RenderCase {
   const char* masked;
 };
 
-TEST(LogFormat, RendersAndMasks) {
+TEST(LogFormatTest, RendersAndMasks) {
   const LogArgument text = "größe";
   const LogArgument number = std::int64_t(-42);
   const LogArgument big = std::numeric_limits<std::uint64_t>::max();
@@ -58,7 +58,7 @@ TEST(LogFormat, RendersAndMasks) {
   }
 }
 
-TEST(Logger, PassesLevelsCategoryAndTypedArguments) {
+TEST(LoggerTest, PassesLevelsCategoryAndTypedArguments) {
   const auto sink = std::make_shared<RecordingLogSink>();
   const Logger logger = Logging(sink).logger("Test");
   logger.debug("a");
