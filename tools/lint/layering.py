@@ -43,7 +43,7 @@ ROOMS = {
     "app": "*",
 }
 # Folders of tests that may see the adapters.
-TESTS_WITH_PLATFORM = {"platform", "atspi", "contract", "app", "desktop", "e2e", "bench", "fuzz", "support"}
+TESTS_WITH_PLATFORM = {"platform", "contract", "app", "desktop", "e2e", "bench", "fuzz", "support"}
 
 
 def room_of(path):

@@ -21,49 +21,36 @@ class AtspiToolkitsTest : public AtspiTest {
 constexpr const char* letter = "Dear reader,\nthis is the second line.";
 
 TEST_F(AtspiToolkitsTest, FieldsTellWhatTheyAre) {
-  const QString text = "Schöne Grüße 漢字";
-  const auto qt = [&](const char* kind) {
-    return QStringList{"--kind", kind, "--window-title", "Writing", "--text", text, "--select", "--label", "Greeting"};
-  };
+  const QString text = "Schöne Grüße 漢字", greeting = file("greeting.txt", text.toUtf8());
+  const QString qt = "--window-title|Writing|--select|--label|Greeting|--text|" + text + "|--kind|";
   const struct {
-    QString program;
-    QStringList arguments;
-    const char* role;
-    bool isSecure, isSettable, isSelected;
+    QString program, arguments;
+    const char *role, *traits;  // traits: p hides a password, w can be written, s is selected
   } cases[] = {
-      {"zenity",
-       {"--entry", "--title=Writing", "--text=Greeting", "--entry-text=" + text},
-       "AXTextField",
-       false,
-       true,
-       true},
-      {"zenity", {"--password", "--title=Writing"}, "AXTextField", true, true, false},
-      {"zenity",
-       {"--text-info", "--editable", "--title=Writing", "--filename=" + file("greeting.txt", text.toUtf8())},
-       "AXTextArea",
-       false,
-       true,
-       false},
-      {textTarget(), qt("line"), "AXTextField", false, true, true},
-      {textTarget(), qt("edit"), "AXTextArea", false, true, true},
-      {textTarget(), qt("plain"), "AXTextArea", false, true, true},
-      {textTarget(), qt("password"), "AXTextField", true, true, true},
-      {textTarget(), qt("readonly"), "AXStaticText", false, false, true},
+      {"zenity", "--entry|--title=Writing|--text=Greeting|--entry-text=" + text, "AXTextField", "ws"},
+      {"zenity", "--password|--title=Writing", "AXTextField", "pw"},
+      {"zenity", "--text-info|--editable|--title=Writing|--filename=" + greeting, "AXTextArea", "w"},
+      {textTarget(), qt + "line", "AXTextField", "ws"},
+      {textTarget(), qt + "edit", "AXTextArea", "ws"},
+      {textTarget(), qt + "plain", "AXTextArea", "ws"},
+      {textTarget(), qt + "password", "AXTextField", "pws"},
+      {textTarget(), qt + "readonly", "AXStaticText", "s"},
   };
   for (const auto& each : cases) {
-    SCOPED_TRACE(each.program.toStdString() + " " + each.arguments.join(' ').toStdString());
-    DesktopProgram program(each.program, each.arguments);
+    SCOPED_TRACE((each.program + " " + each.arguments).toStdString());
+    const auto is = [&](char trait) { return QByteArray(each.traits).contains(trait); };
+    DesktopProgram program(each.program, each.arguments.split('|'));
     frontmostProcessId = program.processId();
     const auto seen = waitForFocus([&](const SeenElement& element) {
-      return element.exists && element.windowTitle == "Writing" && (each.isSecure || element.value == text);
+      return element.exists && element.windowTitle == "Writing" && (is('p') || element.value == text);
     });
     EXPECT_EQ(seen.role, each.role);
-    EXPECT_EQ(seen.subrole.value_or(""), each.isSecure ? "AXSecureTextField" : "");
-    EXPECT_TRUE(!each.isSecure || !seen.value);
-    EXPECT_EQ(seen.selectedText.value_or(""), each.isSelected && !each.isSecure ? text : QString());
-    EXPECT_EQ(seen.isValueSettable, each.isSettable);
+    EXPECT_EQ(seen.subrole.value_or(""), is('p') ? "AXSecureTextField" : "");
+    EXPECT_TRUE(!is('p') || !seen.value);
+    EXPECT_EQ(seen.selectedText.value_or(""), is('s') && !is('p') ? text : QString());
+    EXPECT_EQ(seen.isValueSettable, is('w'));
     EXPECT_EQ(seen.enabled, "true");
-    if (each.isSelected) {
+    if (is('s')) {
       EXPECT_EQ(seen.title, "Greeting");
     }
   }
@@ -114,9 +101,7 @@ TEST_F(AtspiToolkitsTest, Gtk4Editor) {
 // Any field of GTK 4 may be told to show dots; its role stays that of a plain one.
 TEST_F(AtspiToolkitsTest, Gtk4FieldsThatHideTheirText) {
   const QString program = file("fields.py",
-                               "import sys, gi\n"
-                               "gi.require_version('Gtk', '4.0')\n"
-                               "from gi.repository import Gtk\n"
+                               "import sys, gi; gi.require_version('Gtk', '4.0'); from gi.repository import Gtk\n"
                                "kind, text, dot = sys.argv[1:4]\n"
                                "def fill(app):\n"
                                "    window = Gtk.ApplicationWindow(application=app, title=kind)\n"
@@ -124,11 +109,8 @@ TEST_F(AtspiToolkitsTest, Gtk4FieldsThatHideTheirText) {
                                "    if kind == 'hidden': field.set_visibility(False)\n"
                                "    if dot: field.set_invisible_char(dot)\n"
                                "    field.set_text(text)\n"
-                               "    window.set_child(field)\n"
-                               "    window.present()\n"
-                               "app = Gtk.Application()\n"
-                               "app.connect('activate', fill)\n"
-                               "app.run([])\n");
+                               "    window.set_child(field); window.present()\n"
+                               "app = Gtk.Application(); app.connect('activate', fill); app.run([])\n");
   const QString python = "/usr/bin/python3";  // Debian's own, which has the bindings
   qputenv("GSK_RENDERER", "cairo");
   struct Case {
@@ -198,27 +180,24 @@ TEST_F(AtspiToolkitsTest, ChromiumPage) {
       "chromium", {"--no-sandbox", "--disable-gpu", "--no-first-run", "--no-default-browser-check",
                    "--force-renderer-accessibility", "--password-store=basic",
                    QStringLiteral("--user-data-dir=") + folder.filePath("profile"), QStringLiteral("file://") + page});
-  const auto field = [this](const QString& label) {
-    return waitForFocus([&](const SeenElement& seen) { return seen.title == label && seen.role; });
-  };
-  const auto line = field("Name");
-  EXPECT_EQ(line.role, "AXTextField");
-  EXPECT_EQ(line.value, "Ada");
-  EXPECT_EQ(line.selectedText, "Ada");
-  EXPECT_EQ(line.placeholder, "Who?");
-  EXPECT_TRUE(line.isValueSettable);
-  const auto area = field("Story");
-  EXPECT_EQ(area.role, "AXTextArea");
-  EXPECT_EQ(area.value, "Once upon a time");
-  const auto secret = field("Secret");
-  EXPECT_EQ(secret.subrole, "AXSecureTextField");
-  EXPECT_EQ(secret.value, std::nullopt);
-  EXPECT_EQ(secret.selectedText, std::nullopt);
-  const auto search = field("Search");
-  EXPECT_EQ(search.role, "AXSearchField");
-  const auto rich = field("Rich");
-  EXPECT_EQ(rich.value, "first\nsecond");
-  EXPECT_TRUE(rich.isValueSettable);
+  const struct {
+    const char *label, *role, *subrole, *value, *placeholder;
+  } fields[] = {{"Name", "AXTextField", "", "Ada", "Who?"},
+                {"Story", "AXTextArea", "", "Once upon a time", ""},
+                {"Secret", "AXTextField", "AXSecureTextField", "", ""},
+                {"Search", "AXSearchField", "", "needle", ""},
+                {"Rich", "AXGroup", "", "first\nsecond", ""}};
+  for (const auto& [label, role, subrole, value, placeholder] : fields) {
+    SCOPED_TRACE(label);
+    const auto seen =
+        waitForFocus([&](const SeenElement& each) { return each.title == QLatin1String(label) && each.role; });
+    EXPECT_EQ(seen.role, role);
+    EXPECT_EQ(seen.subrole.value_or(""), subrole);
+    EXPECT_EQ(seen.value.value_or(""), value);
+    EXPECT_EQ(seen.placeholder.value_or(""), placeholder);
+    EXPECT_TRUE(seen.isValueSettable);
+    EXPECT_TRUE(*value || !seen.selectedText);
+  }
 
   const auto address = std::make_shared<std::optional<QString>>();
   visit([address](AccessibilityTree& tree) {

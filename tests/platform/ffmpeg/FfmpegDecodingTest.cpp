@@ -85,20 +85,9 @@ TEST_F(FfmpegDecodingTest, Formats) {
 
 TEST_F(FfmpegDecodingTest, OpensAnyNameAsTheFileItNames) {
   const QByteArray wav = SampleMedia::wav(16000, 1, 1600, SampleMedia::tone(440, 16000));
-  const char* names[] = {"quote'\"s.wav",
-                         "new\nline.wav",
-                         "100% %d %03d.wav",
-                         "http:",
-                         "concat:a.wav|b.wav",
-                         "file:a.wav",
-                         "pipe:0",
-                         "-",
-                         "-i.wav",
-                         "data:audio,x",
-                         "wrong.mp3",
-                         "größe 音声.wav",
-                         "subfile,,start,0,end,0,,:a"};
-  for (const char* name : names) {
+  for (const char* name :
+       {"quote'\"s.wav", "new\nline.wav", "100% %d %03d.wav", "http:", "concat:a.wav|b.wav", "file:a.wav", "pipe:0",
+        "-", "-i.wav", "data:audio,x", "wrong.mp3", "größe 音声.wav", "subfile,,start,0,end,0,,:a"}) {
     const auto samples = decode(media.write(QString::fromUtf8(name), wav));
     ASSERT_TRUE(samples) << name << ": " << qPrintable(samples.error().message());
     EXPECT_EQ(samples->size(), 1600u) << name;

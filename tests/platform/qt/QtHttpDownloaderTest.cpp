@@ -128,50 +128,37 @@ TEST_F(QtHttpDownloaderTest, FollowsRedirectsWithinTheWebOnly) {
 }
 
 TEST_F(QtHttpDownloaderTest, ServersThatCannotBeReached) {
-  quint16 port = 0;
-  {
-    QTcpServer gone;
-    ASSERT_TRUE(gone.listen(QHostAddress::LocalHost));
-    port = gone.serverPort();
-  }
-  const struct {
-    QString url;
-    int code;
-  } cases[] = {
-      {QStringLiteral("http://127.0.0.1:%1/").arg(port), UrlError::cannotConnectToHost},
-      {server.address().replace("http", "https"), -1200},
-      {"ftp://127.0.0.1/x", UrlError::badUrl},
-      {"file:///etc/passwd", UrlError::badUrl},
-      {"http://", UrlError::badUrl},
-      {"", UrlError::badUrl},
-  };
+  QTcpServer gone;
+  ASSERT_TRUE(gone.listen(QHostAddress::LocalHost));
+  const QString nobody = QStringLiteral("http://127.0.0.1:%1/").arg(gone.serverPort());
+  gone.close();
   server.setHandler([](const QByteArray&) { return Server::Reply{"HTTP/1.1 400 Bad Request\r\n\r\n"}; });
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.url.toStdString());
+  for (const auto& [url, code] : {std::pair<QString, int>{nobody, UrlError::cannotConnectToHost},
+                                  {server.address().replace("http", "https"), -1200},
+                                  {"ftp://127.0.0.1/x", UrlError::badUrl},
+                                  {"file:///etc/passwd", UrlError::badUrl},
+                                  {"http://", UrlError::badUrl},
+                                  {"", UrlError::badUrl}}) {
+    SCOPED_TRACE(url.toStdString());
     HttpDownloadRequest request;
-    request.url = QUrl(c.url);
+    request.url = QUrl(url);
     request.idleTimeout = 5s;
     const HttpFetch fetched = runTaskInLoop(executor, fetch(downloader, request));
     ASSERT_TRUE(fetched.openError);
-    EXPECT_EQ(fetched.openError->code, c.code) << fetched.openError->description.toStdString();
+    EXPECT_EQ(fetched.openError->code, code) << fetched.openError->description.toStdString();
   }
 }
 
 TEST_F(QtHttpDownloaderTest, ASilentServerTimesOut) {
-  const struct {
-    QByteArray bytes;
-    bool hasHead;
-  } cases[] = {{"", false}, {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhello", true}};
-  for (const auto& c : cases) {
-    server.setHandler([&](const QByteArray&) { return Server::Reply{c.bytes, true}; });
+  for (const QByteArray& bytes : {QByteArray(), QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhello")}) {
+    server.setHandler([&](const QByteArray&) { return Server::Reply{bytes, true}; });
     HttpDownloadRequest request;
     request.url = server.url("/file");
     request.idleTimeout = 50ms;
     const HttpFetch fetched = runTaskInLoop(executor, fetch(downloader, request));
-    const auto error = c.hasHead ? fetched.bodyError : fetched.openError;
+    const auto error = bytes.isEmpty() ? fetched.openError : fetched.bodyError;
     ASSERT_TRUE(error);
     EXPECT_EQ(error->code, UrlError::timedOut);
-    EXPECT_EQ(error->codeName, "timedOut");
     EXPECT_TRUE(isHungUp());
   }
 }

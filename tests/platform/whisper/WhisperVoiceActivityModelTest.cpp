@@ -1,12 +1,13 @@
 #include "platform/whisper/WhisperVoiceActivityModel.h"
 
-#include <QTemporaryDir>
+#include <QFile>
 #include <chrono>
 #include <thread>
 
 #include "audio/SpeechRanges.h"
 #include "audio/VADModelManager.h"
 #include "platform/whisper/WhisperSpeechEngine.h"
+#include "support/SampleMedia.h"
 #include "support/ScriptedWhisperModel.h"
 #include "support/SpeechClip.h"
 
@@ -71,28 +72,18 @@ TEST_F(WhisperVoiceActivityModelTest, AStopEndsALongAnalysis) {
 }
 
 TEST_F(WhisperVoiceActivityModelTest, RefusesEveryOtherFile) {
-  QTemporaryDir folder;
+  SampleMedia files;
   QFile file(builtModel());
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   const QByteArray whole = file.readAll();
-  ASSERT_EQ(whole.size(), 885098);
-  const QString speechModel = folder.filePath("speech.bin");
-  ASSERT_TRUE(ScriptedWhisperModel::write(speechModel, {}));
-  const auto write = [&](const QByteArray& bytes) {
-    QFile out(folder.filePath("model.bin"));
-    EXPECT_TRUE(out.open(QIODevice::WriteOnly) && out.write(bytes) == bytes.size());
-    return out.fileName();
-  };
   QByteArray flipped = whole;
   flipped[400000] = char(flipped[400000] ^ 1);
-
-  EXPECT_FALSE(model.load(speechModel));
-  EXPECT_FALSE(model.load(folder.path()));
-  for (const QByteArray& bytes :
-       {QByteArray(), whole.left(50), whole.left(500000), whole.chopped(1), whole + 'x', flipped})
-    EXPECT_FALSE(model.load(write(bytes))) << bytes.size();
+  EXPECT_FALSE(model.load(files.path(".")));
+  for (const QByteArray& bytes : {QByteArray(), whole.left(50), whole.left(500000), whole.chopped(1), whole + 'x',
+                                  flipped, ScriptedWhisperModel::bytes({})})
+    EXPECT_FALSE(model.load(files.write("model.bin", bytes))) << bytes.size();
   EXPECT_FALSE(model.isLoaded());
-  EXPECT_TRUE(model.load(write(whole)));
+  EXPECT_TRUE(model.load(files.write("model.bin", whole)));
 }
 
 }  // namespace

@@ -161,8 +161,6 @@ TEST_F(X11GlobalShortcutsTest, RecordTheNextKey) {
         Case{{XKB_KEY_Super_L, XKB_KEY_k}, "Super+K"}, Case{{XKB_KEY_Shift_L, XKB_KEY_period}, "Shift+period"},
         Case{{XKB_KEY_Control_L, XKB_KEY_Escape}, "Ctrl+Escape"},
         Case{{XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_d}, "Ctrl+Alt+D"}}) {
-    recorded.clear();
-    other.takeKeys();
     record();
     ASSERT_TRUE(isRecording());
     keys.tap({XKB_KEY_Control_L});
@@ -171,13 +169,11 @@ TEST_F(X11GlobalShortcutsTest, RecordTheNextKey) {
     EXPECT_TRUE(recorded.isEmpty() && !other.isKeyboardFree()) << "the key is still down";
     for (const uint32_t key : pressed) keys.release(key);
     ASSERT_TRUE(waitUntil([&] { return !recorded.isEmpty(); })) << text;
-    EXPECT_EQ(recorded, QStringList{QString::fromLatin1(text)});
+    EXPECT_EQ(std::exchange(recorded, {}), QStringList{QString::fromLatin1(text)});
     EXPECT_TRUE(other.isKeyboardFree());
     EXPECT_TRUE(other.takeKeys().empty());
   }
   EXPECT_TRUE(trace.isEmpty());
-  keys.tap({XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_d});
-  EXPECT_TRUE(waitForTrace("tT"));
 }
 
 TEST_F(X11GlobalShortcutsTest, RecordLatinLettersOnALayoutWithoutThem) {

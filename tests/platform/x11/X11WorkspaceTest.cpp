@@ -1,7 +1,7 @@
 #include "platform/x11/X11Workspace.h"
 
-#include <QCoreApplication>
 #include <signal.h>
+#include <QCoreApplication>
 
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/x11/WindowManager.h"
