@@ -66,11 +66,15 @@ endfunction()
 
 # quillmere_test(NAME LIBS ...): tests/NAME/**.cpp becomes the executable NAME_tests and one ctest entry of that name, run
 # through LAUNCHER when there is one, with the arguments ARGS. UNIT: our own code alone, without the speech engine, media
-# libraries and programs; these run under the sanitizers, too (label "unit", target unit_tests).
+# libraries and programs; these run under the sanitizers, too (label "unit", target unit_tests). WITHOUT leaves a folder
+# below to a test of its own.
 function(quillmere_test name)
-  cmake_parse_arguments(T "UNIT" "TIMEOUT" "LIBS;ENV;LAUNCHER;ARGS" ${ARGN})
+  cmake_parse_arguments(T "UNIT" "TIMEOUT;WITHOUT" "LIBS;ENV;LAUNCHER;ARGS" ${ARGN})
   string(REPLACE "/" "_" id ${name})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/tests/${name}/*.cpp")
+  if(T_WITHOUT)
+    list(FILTER sources EXCLUDE REGEX "/tests/${name}/${T_WITHOUT}/")
+  endif()
   if(NOT sources)
     return()
   endif()

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <cmath>
 
+#include "support/SampleMedia.h"
 #include "support/ScriptedWhisperModel.h"
 
 namespace quillmere {
@@ -81,17 +82,9 @@ class CommandLineProgram {
   }
 
   // 16 bit mono WAV with a quiet tone.
-  static QByteArray tone(double seconds, int rate = 16000) {
-    const int frames = int(seconds * rate);
-    QByteArray pcm(frames * 2, '\0');
-    auto* samples = reinterpret_cast<qint16*>(pcm.data());
-    for (int i = 0; i < frames; ++i) samples[i] = qint16(3000 * std::sin(i * 0.17));
-    const auto number = [](quint32 value, int bytes) {
-      return QByteArray(reinterpret_cast<const char*>(&value), bytes);
-    };
-    return "RIFF" + number(quint32(36 + pcm.size()), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
-           number(quint32(rate), 4) + number(quint32(rate * 2), 4) + number(2, 2) + number(16, 2) + "data" +
-           number(quint32(pcm.size()), 4) + pcm;
+  static QByteArray tone(double seconds) {
+    return SampleMedia::wav(16000, 1, qint64(seconds * 16000),
+                            [](qint64 frame, int) { return 0.09 * std::sin(double(frame) * 0.17); });
   }
 
  private:

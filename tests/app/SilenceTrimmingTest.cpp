@@ -13,11 +13,9 @@ class SilenceTrimmingTest : public ::testing::Test {
   void SetUp() override {
     const QByteArray clip = SpeechClip::pcm();
     ASSERT_FALSE(clip.isEmpty()) << "third_party/fetch.sh brings the clip";
-    const QByteArray pcm = SpeechClip::silence(12) + clip + SpeechClip::silence(14);
-    QByteArray header = CommandLineProgram::tone(0);
-    qToLittleEndian(quint32(36 + pcm.size()), header.data() + 4);
-    qToLittleEndian(quint32(pcm.size()), header.data() + 40);
-    program.write("long.wav", header + pcm);
+    const auto samples = SpeechClip::asFloats(SpeechClip::silence(12) + clip + SpeechClip::silence(14));
+    const auto sampleAt = [&](qint64 frame, int) { return double(samples[size_t(frame)]); };
+    program.write("long.wav", SampleMedia::wav(16000, 1, qint64(samples.size()), sampleAt));
   }
   QJsonObject row() { return program.run({"history", "--json"}).json(); }
 

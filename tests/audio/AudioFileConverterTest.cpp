@@ -6,7 +6,6 @@
 #include "base/async/TaskScope.h"
 #include "support/FakeMediaEncoder.h"
 #include "support/FakeMediaReader.h"
-#include "support/RecordingLogSink.h"
 #include "support/RunTask.h"
 
 namespace quillmere {
@@ -21,12 +20,11 @@ class AudioFileConverterTest : public ::testing::Test {
   QTemporaryDir folder;
   const QString from = folder.filePath(QStringLiteral("talk 1.mov"));
   const QString to = folder.filePath(QStringLiteral("talk 1.m4a"));
-  std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
   FakeMediaReaderFactory readers;
   FakeMediaEncoder encoder;
   ManualExecutor executor;
   WorkerPool pool{1, QStringLiteral("audio.conversion")};
-  AudioFileConverter converter{readers, encoder, pool, Logging(sink)};
+  AudioFileConverter converter{readers, encoder, pool, Logging()};
 
   void SetUp() override {
     readers.files[from].frames = 96000;
@@ -49,7 +47,7 @@ class AudioFileConverterTest : public ::testing::Test {
   }
 };
 
-TEST_F(AudioFileConverterTest, aTrackWithoutDescriptionTakesTheFilesFormat) {
+TEST_F(AudioFileConverterTest, ATrackWithoutDescriptionTakesTheFilesFormat) {
   readers.files[from].track = MediaReader::TrackDescription{0, 2};
   const auto format = convert();
   ASSERT_TRUE(format);
@@ -65,7 +63,7 @@ TEST_F(AudioFileConverterTest, aTrackWithoutDescriptionTakesTheFilesFormat) {
   EXPECT_EQ(failed.error(), exportFailed);
 }
 
-TEST_F(AudioFileConverterTest, aFailureLeavesNoTarget) {
+TEST_F(AudioFileConverterTest, AFailureLeavesNoTarget) {
   const std::function<void()> faults[] = {
       [&] { readers.files.remove(from); },
       [&] {
@@ -89,7 +87,7 @@ TEST_F(AudioFileConverterTest, aFailureLeavesNoTarget) {
   }
 }
 
-TEST_F(AudioFileConverterTest, aSourceIsNeverItsOwnTarget) {
+TEST_F(AudioFileConverterTest, ASourceIsNeverItsOwnTarget) {
   readers.files[to] = readers.files[from];
   const QString sameOtherwise = folder.filePath(QStringLiteral("./talk 1.m4a"));
   EXPECT_FALSE(runTask(executor, converter.convertAudioToAAC(to, sameOtherwise)));
@@ -97,7 +95,7 @@ TEST_F(AudioFileConverterTest, aSourceIsNeverItsOwnTarget) {
   EXPECT_EQ(target(), "old");
 }
 
-TEST_F(AudioFileConverterTest, aCancelLeavesNoTarget) {
+TEST_F(AudioFileConverterTest, ACancelLeavesNoTarget) {
   TaskScope scope(executor);
   TaskHandle<Result<AudioFileFormat, AnyError>> handle;
   readers.files[from].frames = qint64(1) << 40;
@@ -109,32 +107,23 @@ TEST_F(AudioFileConverterTest, aCancelLeavesNoTarget) {
   EXPECT_EQ(target(), "none");
 }
 
-TEST_F(AudioFileConverterTest, exportByStatus) {
+TEST_F(AudioFileConverterTest, ExportByStatus) {
   const AnyError diskFull = PlatformError{QStringLiteral("media"), -28, QStringLiteral("No space left on device")};
   struct Case {
     Status status;
     bool writes;
     std::optional<MediaError> error;
     std::optional<AnyError> result;
-    const char* line;
   };
-  const Case cases[] = {
-      {Status::completed, true, {}, {}, "AVAssetExportSession conversion successful: 48000Hz 2ch → talk 1.m4a"},
-      {Status::completed,
-       false,
-       {},
-       exportFailed,
-       "AVAssetExportSession: Output file not created despite success status"},
-      {Status::failed, true, someError(), diskFull, "AVAssetExportSession: Export failed - No space left on device"},
-      {Status::cancelled, true, {}, exportFailed, "AVAssetExportSession: Export was cancelled"},
-      {Status::waiting, true, {}, exportFailed, "AVAssetExportSession: Unexpected status 1"},
-  };
+  const Case cases[] = {{Status::completed, true, {}, {}},
+                        {Status::completed, false, {}, exportFailed},
+                        {Status::failed, true, someError(), diskFull},
+                        {Status::cancelled, true, {}, exportFailed}};
   for (const Case& c : cases) {
     encoder.exportStatus = c.status;
     encoder.exportError = c.error;
     encoder.writesExport = c.writes;
     put(to, "old");
-    sink->clear();
     const auto result = exportFile();
     EXPECT_EQ(result.hasValue(), !c.result);
     if (result) {
@@ -142,16 +131,13 @@ TEST_F(AudioFileConverterTest, exportByStatus) {
     } else {
       EXPECT_EQ(result.error(), *c.result);
     }
-    EXPECT_EQ(target(), c.result ? "none" : "exported") << c.line;
-    EXPECT_TRUE(sink->lines().contains(QString::fromUtf8(c.line))) << c.line;
+    EXPECT_EQ(target(), c.result ? "none" : "exported") << int(c.status);
   }
-  encoder.canExport = false;
-  EXPECT_FALSE(exportFile());
   readers.files.clear();
   EXPECT_FALSE(exportFile());
 }
 
-TEST_F(AudioFileConverterTest, findsOutWhetherThereIsSound) {
+TEST_F(AudioFileConverterTest, FindsOutWhetherThereIsSound) {
   const auto hasSound = [&](std::optional<MediaError::Kind> error) {
     readers.files[from].openError = error ? std::optional(MediaError{*error, 0, {}}) : std::nullopt;
     return runTask(executor, converter.hasAudioTrack(from));
@@ -159,9 +145,7 @@ TEST_F(AudioFileConverterTest, findsOutWhetherThereIsSound) {
   EXPECT_TRUE(hasSound({}));
   EXPECT_TRUE(hasSound(MediaError::Kind::unsupported)) << "it has some, of a strange kind";
   EXPECT_FALSE(hasSound(MediaError::Kind::noAudioTrack));
-  EXPECT_TRUE(sink->lines().isEmpty());
   EXPECT_FALSE(hasSound(MediaError::Kind::cannotOpen));
-  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to load audio tracks: ")));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@ namespace {
 
 using Finding = PeakNormalization::Finding;
 
-TEST(PeakNormalization, gainFollowsThePeak) {
+TEST(PeakNormalizationTest, GainFollowsThePeak) {
   struct Case {
     float peak;
     Finding finding;

@@ -4,7 +4,6 @@
 
 #include "support/FakeAudioResampler.h"
 #include "support/FakeMediaReader.h"
-#include "support/RecordingLogSink.h"
 
 namespace quillmere {
 namespace {
@@ -17,15 +16,12 @@ class SampleConversionTest : public ::testing::Test {
   const QString path = QStringLiteral("/music/a b.wav");
   FakeMediaReaderFactory readers;
   FakeAudioResamplerFactory resamplers;
-  std::shared_ptr<RecordingLogSink> sink = std::make_shared<RecordingLogSink>();
   ConversionOptions options{32768, 16000, false, {}};
   std::atomic<bool> stop{false};
 
   FakeMediaFile& file() { return readers.files[path]; }
   SampleConversion::Outcome convert() {
-    SampleConversion conversion(readers, resamplers, Logging(sink).logger(QStringLiteral("AudioConverter")), path,
-                                options);
-    return conversion.run(stop);
+    return SampleConversion(readers, resamplers, Logger(), path, options).run(stop);
   }
   Kind failure() {
     const auto outcome = convert();
@@ -34,7 +30,7 @@ class SampleConversionTest : public ::testing::Test {
   }
 };
 
-TEST_F(SampleConversionTest, convertsInChunksAndTellsHowFarItIs) {
+TEST_F(SampleConversionTest, ConvertsInChunksAndTellsHowFarItIs) {
   file().frames = 480000;
   file().nominalFrames = 480000;
   std::vector<float> shares;
@@ -46,11 +42,9 @@ TEST_F(SampleConversionTest, convertsInChunksAndTellsHowFarItIs) {
   EXPECT_FLOAT_EQ(shares.front(), 32768.0f / 480000);
   EXPECT_FLOAT_EQ(shares.back(), 1.0f);
   EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
-  EXPECT_EQ(sink->lines().first(), QStringLiteral("📂 Source: 48000.000000Hz, 2ch, 480000 frames"));
-  EXPECT_EQ(sink->count(QStringLiteral("Conversion progress: ")), 10);
 }
 
-TEST_F(SampleConversionTest, onlyTheWholeFormatTakesTheFastPath) {
+TEST_F(SampleConversionTest, OnlyTheWholeFormatTakesTheFastPath) {
   using Samples = AudioStreamFormat::SampleKind;
   for (const AudioStreamFormat& other : {AudioStreamFormat{22050, 1, Samples::float32, false, 0},
                                          AudioStreamFormat{16000, 2, Samples::float32, false, 0},
@@ -72,10 +66,8 @@ TEST_F(SampleConversionTest, onlyTheWholeFormatTakesTheFastPath) {
   EXPECT_TRUE(resamplers.made.empty());
 }
 
-TEST_F(SampleConversionTest, errorsAreToldApart) {
+TEST_F(SampleConversionTest, ErrorsAreToldApart) {
   EXPECT_EQ(failure(), Kind::invalidAudioFile);
-  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to open audio file: No such file or directory")));
-
   file().openError = MediaError{MediaError::Kind::noAudioTrack, 0, QStringLiteral("No audio track")};
   EXPECT_EQ(failure(), Kind::invalidAudioFile);
   file().openError = MediaError{MediaError::Kind::unsupported, 0, QStringLiteral("drm")};
@@ -86,8 +78,6 @@ TEST_F(SampleConversionTest, errorsAreToldApart) {
   EXPECT_EQ(failure(), Kind::emptyAudioFile);
   file().nominalFrames.reset();  // only reading shows that there is nothing
   EXPECT_EQ(failure(), Kind::emptyAudioFile);
-  EXPECT_EQ(sink->count(QStringLiteral("Audio file has zero frames")), 2);
-
   file().frames = 10;
   options.targetSampleRate = 0;
   EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Failed to create target format"));
@@ -101,22 +91,18 @@ TEST_F(SampleConversionTest, errorsAreToldApart) {
   EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Converter returned error status"));
 }
 
-TEST_F(SampleConversionTest, aBrokenReadYieldsWhatWasRead) {
+TEST_F(SampleConversionTest, ABrokenReadYieldsWhatWasRead) {
   file().frames = 480000;
   file().nominalFrames = 480000;
   file().readErrorAt = 240000;
-  options.normalize = true;
   const auto samples = convert();
   ASSERT_TRUE(samples);
   EXPECT_EQ(samples->size(), 80000u);
-  EXPECT_TRUE(sink->contains(QStringLiteral("Failed to read audio chunk at frame 240000: broken disk")));
-  EXPECT_TRUE(sink->contains(QStringLiteral("📊 No normalization needed: peak = 0.25")));
-
   file().readErrorAt = 0;
   EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Read error: broken disk"));
 }
 
-TEST_F(SampleConversionTest, aChangeInTheMiddleLosesNothing) {
+TEST_F(SampleConversionTest, AChangeInTheMiddleLosesNothing) {
   file().frames = 96000;
   file().changeAt = {48000, AudioStreamFormat{16000, 1, AudioStreamFormat::SampleKind::signed16, false, 0}};
   auto samples = convert();
@@ -130,7 +116,7 @@ TEST_F(SampleConversionTest, aChangeInTheMiddleLosesNothing) {
   EXPECT_EQ(samples->size(), 16000u + 48000u);
 }
 
-TEST_F(SampleConversionTest, lengthsThatLieDoNoHarm) {
+TEST_F(SampleConversionTest, LengthsThatLieDoNoHarm) {
   struct Case {
     qint64 frames;
     std::optional<qint64> nominal;
@@ -150,7 +136,7 @@ TEST_F(SampleConversionTest, lengthsThatLieDoNoHarm) {
 }
 
 // The room set aside in advance is believed only as far as the file is long enough for it.
-TEST_F(SampleConversionTest, reservation) {
+TEST_F(SampleConversionTest, Reservation) {
   const qint64 tenMegabytes = 10'000'000;
   EXPECT_EQ(SampleConversion::reservation(4'800'000, 48000, 16000, tenMegabytes), 1'600'000);
   EXPECT_EQ(SampleConversion::reservation(qint64(1) << 50, 48000, 16000, 1000), 160'000);
@@ -158,7 +144,7 @@ TEST_F(SampleConversionTest, reservation) {
   EXPECT_EQ(SampleConversion::reservation(100, 0, 16000, 0), 0);
 }
 
-TEST_F(SampleConversionTest, stopEndsBetweenBlocks) {
+TEST_F(SampleConversionTest, StopEndsBetweenBlocks) {
   file().frames = qint64(1) << 40;
   qint64 reads = 0;
   file().onRead = [&] {
@@ -168,7 +154,7 @@ TEST_F(SampleConversionTest, stopEndsBetweenBlocks) {
   EXPECT_EQ(reads, 5);
 }
 
-TEST_F(SampleConversionTest, normalizes) {
+TEST_F(SampleConversionTest, Normalizes) {
   options.normalize = true;
   file().format = optimal;
   file().frames = 10;
@@ -176,7 +162,6 @@ TEST_F(SampleConversionTest, normalizes) {
   const auto samples = convert();
   ASSERT_TRUE(samples);
   EXPECT_FLOAT_EQ(samples->front(), -0.95f);
-  EXPECT_TRUE(sink->contains(QStringLiteral("📊 Normalizing: peak 1.900000 → 0.950000 (preventing clipping)")));
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ Task<int> cancelsItself() {
   throw Cancelled{};
 }
 
-TEST(WithTimeout, DecidesByTheClock) {
+TEST(WithTimeoutTest, DecidesByTheClock) {
   struct {
     Duration limit;
     Duration work;
@@ -50,7 +50,7 @@ TEST(WithTimeout, DecidesByTheClock) {
   }
 }
 
-TEST(WithTimeout, AResultOfTheSameTickCountsIfItCameFirst) {
+TEST(WithTimeoutTest, AResultOfTheSameTickCountsIfItCameFirst) {
   for (const bool isResultFirst : {true, false}) {
     ManualExecutor executor;
     TaskScope scope(executor);
@@ -65,7 +65,7 @@ TEST(WithTimeout, AResultOfTheSameTickCountsIfItCameFirst) {
   }
 }
 
-TEST(WithTimeout, AFinishedTaskWhoseResumptionIsStillQueuedIsInTime) {
+TEST(WithTimeoutTest, AFinishedTaskWhoseResumptionIsStillQueuedIsInTime) {
   ManualExecutor executor;
   TaskScope scope(executor);
   Completion<int> completion;
@@ -77,7 +77,7 @@ TEST(WithTimeout, AFinishedTaskWhoseResumptionIsStillQueuedIsInTime) {
   EXPECT_EQ(runTask(executor, handle.join()), std::optional(1));
 }
 
-TEST(WithTimeout, ATaskThatEndsWellInSpiteOfTheTimeoutIsLate) {
+TEST(WithTimeoutTest, ATaskThatEndsWellInSpiteOfTheTimeoutIsLate) {
   ManualExecutor executor;
   const auto stubborn = []() -> Task<int> {
     try {
@@ -90,7 +90,7 @@ TEST(WithTimeout, ATaskThatEndsWellInSpiteOfTheTimeoutIsLate) {
   EXPECT_EQ(runTask(executor, withTimeout(1s, shielded(later(1, 5s)))), std::nullopt);
 }
 
-TEST(WithTimeout, ExceptionsAndForeignCancelsPassThrough) {
+TEST(WithTimeoutTest, ExceptionsAndForeignCancelsPassThrough) {
   ManualExecutor executor;
   EXPECT_THROW(runTask(executor, withTimeout(1s, throwsAfter(0s, "a"))), std::runtime_error);
   EXPECT_THROW(runTask(executor, withTimeout(1s, cancelsItself())), Cancelled);
@@ -105,7 +105,7 @@ TEST(WithTimeout, ExceptionsAndForeignCancelsPassThrough) {
   EXPECT_FALSE(executor.hasWork());
 }
 
-TEST(WithTimeout, TheInnerOneOfTwoEqualLimitsDoesNotHideTheOuter) {
+TEST(WithTimeoutTest, TheInnerOneOfTwoEqualLimitsDoesNotHideTheOuter) {
   ManualExecutor executor;
   const auto nested = [](Duration outer, Duration inner) -> Task<std::optional<std::optional<int>>> {
     return withTimeout(outer, withTimeout(inner, later(1, 1h)));
@@ -115,7 +115,7 @@ TEST(WithTimeout, TheInnerOneOfTwoEqualLimitsDoesNotHideTheOuter) {
   EXPECT_EQ(runTask(executor, nested(5s, 5s)), std::nullopt);
 }
 
-TEST(WhenAll, KeepsTheOrderOfTheTasksAndRunsThemSideBySide) {
+TEST(WhenAllTest, KeepsTheOrderOfTheTasksAndRunsThemSideBySide) {
   ManualExecutor executor;
   const TimePoint begin = executor.now();
   std::vector<Task<std::unique_ptr<int>>> tasks;
@@ -126,7 +126,7 @@ TEST(WhenAll, KeepsTheOrderOfTheTasksAndRunsThemSideBySide) {
   EXPECT_EQ(executor.now() - begin, 10s);
 }
 
-TEST(WhenAll, TakesNothingPairsAndBools) {
+TEST(WhenAllTest, TakesNothingPairsAndBools) {
   ManualExecutor executor;
   EXPECT_TRUE(runTask(executor, whenAll(std::vector<Task<int>>())).empty());
   runTask(executor, whenAll(std::vector<Task<void>>()));
@@ -139,7 +139,7 @@ TEST(WhenAll, TakesNothingPairsAndBools) {
   EXPECT_EQ(runTask(executor, whenAll(std::move(bools))), (std::vector<bool>{false, true}));
 }
 
-TEST(WhenAll, TheFirstExceptionInTimeWinsAndTheRestIsEnded) {
+TEST(WhenAllTest, TheFirstExceptionInTimeWinsAndTheRestIsEnded) {
   ManualExecutor executor;
   const TimePoint begin = executor.now();
   std::vector<Task<int>> tasks;
@@ -156,21 +156,21 @@ TEST(WhenAll, TheFirstExceptionInTimeWinsAndTheRestIsEnded) {
   EXPECT_FALSE(executor.hasWork());
 }
 
-TEST(WhenAll, WaitsForShieldedChildrenOfAFailedGroup) {
+TEST(WhenAllTest, WaitsForShieldedChildrenOfAFailedGroup) {
   ManualExecutor executor;
   const TimePoint begin = executor.now();
   EXPECT_THROW(runTask(executor, whenAll(throwsAfter(1s, "a"), shielded(later(1, 7s)))), std::runtime_error);
   EXPECT_EQ(executor.now() - begin, 7s);
 }
 
-TEST(WhenAll, AChildThatIsCancelledEndsTheGroupWithCancelled) {
+TEST(WhenAllTest, AChildThatIsCancelledEndsTheGroupWithCancelled) {
   ManualExecutor executor;
   const TimePoint begin = executor.now();
   EXPECT_THROW(runTask(executor, whenAll(later(1, 1h), cancelsItself())), Cancelled);
   EXPECT_EQ(executor.now(), begin);
 }
 
-TEST(WhenAll, AFailureBeforeTheOthersBeginKeepsThemFromBeginning) {
+TEST(WhenAllTest, AFailureBeforeTheOthersBeginKeepsThemFromBeginning) {
   ManualExecutor executor;
   int begun = 0;
   const auto counted = [](int& count) -> Task<int> {
@@ -181,7 +181,7 @@ TEST(WhenAll, AFailureBeforeTheOthersBeginKeepsThemFromBeginning) {
   EXPECT_EQ(begun, 0);
 }
 
-TEST(Shielded, AnExceptionInsideIsNotLostToACancel) {
+TEST(ShieldedTest, AnExceptionInsideIsNotLostToACancel) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto handle = scope.spawn(shielded(throwsAfter(1s, "a")));

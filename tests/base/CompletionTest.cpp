@@ -6,7 +6,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-TEST(Completion, ResolvedBeforeOrAfterTheWait) {
+TEST(CompletionTest, ResolvedBeforeOrAfterTheWait) {
   for (const bool isEarly : {true, false}) {
     ManualExecutor executor;
     TaskScope scope(executor);
@@ -23,7 +23,7 @@ TEST(Completion, ResolvedBeforeOrAfterTheWait) {
   }
 }
 
-TEST(Completion, OnlyTheFirstValueCounts) {
+TEST(CompletionTest, OnlyTheFirstValueCounts) {
   ManualExecutor executor;
   Completion<int> completion;
   Completion<int> copy = completion;
@@ -38,7 +38,7 @@ TEST(Completion, OnlyTheFirstValueCounts) {
   runTask(executor, event.wait());
 }
 
-TEST(Completion, ASecondWaiterIsRefused) {
+TEST(CompletionTest, ASecondWaiterIsRefused) {
   ManualExecutor executor;
   TaskScope scope(executor);
   Completion<int> completion;
@@ -49,7 +49,7 @@ TEST(Completion, ASecondWaiterIsRefused) {
   EXPECT_EQ(runTask(executor, first.join()), 1);
 }
 
-TEST(Completion, CanBeAwaitedAgainAfterATimeout) {
+TEST(CompletionTest, CanBeAwaitedAgainAfterATimeout) {
   ManualExecutor executor;
   Completion<int> completion;
   int stops = 0;
@@ -59,7 +59,7 @@ TEST(Completion, CanBeAwaitedAgainAfterATimeout) {
   EXPECT_EQ(runTask(executor, completion.wait()), 2);
 }
 
-TEST(Completion, MayBeResolvedInTheStopFunctionAndAfterTheScopeIsGone) {
+TEST(CompletionTest, MayBeResolvedInTheStopFunctionAndAfterTheScopeIsGone) {
   ManualExecutor executor;
   Completion<int> completion;
   auto scope = std::make_unique<TaskScope>(executor);

@@ -16,7 +16,7 @@ struct RenderCase {
   const char* masked;
 };
 
-TEST(LogFormat, RendersAndMasks) {
+TEST(LogFormatTest, RendersAndMasks) {
   const LogArgument text = "größe";
   const LogArgument number = std::int64_t(-42);
   const LogArgument big = std::numeric_limits<std::uint64_t>::max();
@@ -75,7 +75,7 @@ static_assert(!Compiles<"%d", QString> && !Compiles<"%s", int> && !Compiles<"%f"
 static_assert(!Compiles<"%d", bool> && !Compiles<"%{bool}d", int> && !Compiles<"%{bool}s", bool>);
 static_assert(!Compiles<"50%"> && !Compiles<"50% of %d", int> && !Compiles<"%{publc}s", QString>);
 
-TEST(Logger, PassesLevelsCategoryAndTypedArguments) {
+TEST(LoggerTest, PassesLevelsCategoryAndTypedArguments) {
   const auto sink = std::make_shared<RecordingLogSink>();
   const Logger logger = Logging(sink).logger("Test");
   logger.debug("a");

@@ -31,7 +31,7 @@ struct Tracked {
   std::atomic<std::thread::id>* death;
 };
 
-TEST(Offload, RunsElsewhereAndComesBack) {
+TEST(OffloadTest, RunsElsewhereAndComesBack) {
   ManualExecutor executor;
   WorkerPool pool(2, "offload-test-with-a-long-name");
   std::thread::id where;
@@ -44,7 +44,7 @@ TEST(Offload, RunsElsewhereAndComesBack) {
   EXPECT_FALSE(executor.hasWork());
 }
 
-TEST(Offload, ExceptionsComeOutOfTheAwait) {
+TEST(OffloadTest, ExceptionsComeOutOfTheAwait) {
   ManualExecutor executor;
   WorkerPool pool(1);
   EXPECT_THROW(runTask(executor, offload(pool, [](const StopFlag&) -> int { throw std::runtime_error("broken"); })),
@@ -52,7 +52,7 @@ TEST(Offload, ExceptionsComeOutOfTheAwait) {
   EXPECT_THROW(runTask(executor, offload(pool, [](const StopFlag&) -> int { throw Cancelled{}; })), Cancelled);
 }
 
-TEST(Offload, AJobThatHasNotBegunIsTakenBackAtOnce) {
+TEST(OffloadTest, AJobThatHasNotBegunIsTakenBackAtOnce) {
   ManualExecutor executor;
   WorkerPool pool(1);
   TaskScope scope(executor);
@@ -79,7 +79,7 @@ TEST(Offload, AJobThatHasNotBegunIsTakenBackAtOnce) {
   EXPECT_EQ(calls, 10);
 }
 
-TEST(Offload, TheFunctionDiesOnTheWorkerAndTheResultOnTheMainThread) {
+TEST(OffloadTest, TheFunctionDiesOnTheWorkerAndTheResultOnTheMainThread) {
   ManualExecutor executor;
   WorkerPool pool(1);
   std::atomic<int> live = 0;
@@ -107,7 +107,7 @@ TEST(Offload, TheFunctionDiesOnTheWorkerAndTheResultOnTheMainThread) {
   }
 }
 
-TEST(Offload, AScopeMayDieInAnyPhaseOfManyJobs) {
+TEST(OffloadTest, AScopeMayDieInAnyPhaseOfManyJobs) {
   for (int round = 0; round < 200; ++round) {
     ManualExecutor executor;
     WorkerPool pool(3);
@@ -130,7 +130,7 @@ TEST(Offload, AScopeMayDieInAnyPhaseOfManyJobs) {
   }
 }
 
-TEST(Offload, AnExceptionAfterTheDeathOfTheScopeDoesNotVanish) {
+TEST(OffloadTest, AnExceptionAfterTheDeathOfTheScopeDoesNotVanish) {
   ManualExecutor executor;
   WorkerPool pool(1);
   std::atomic<bool> hasBegun = false;
@@ -147,7 +147,7 @@ TEST(Offload, AnExceptionAfterTheDeathOfTheScopeDoesNotVanish) {
   EXPECT_THROW(executor.runUntilIdle(), std::runtime_error);
 }
 
-TEST(WorkerPool, ItsEndStopsRunningJobsAndCancelsWaitingOnes) {
+TEST(WorkerPoolTest, ItsEndStopsRunningJobsAndCancelsWaitingOnes) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto pool = std::make_unique<WorkerPool>(1);
@@ -165,7 +165,7 @@ TEST(WorkerPool, ItsEndStopsRunningJobsAndCancelsWaitingOnes) {
   EXPECT_THROW(runTask(executor, waiting.join()), Cancelled);
 }
 
-TEST(WorkerPool, MayBeGoneWhenATaskIsCancelled) {
+TEST(WorkerPoolTest, MayBeGoneWhenATaskIsCancelled) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto pool = std::make_unique<WorkerPool>(1);

@@ -4,7 +4,7 @@ using namespace quillmere;
 
 namespace {
 
-TEST(Published, AValueSetByAnObserverReachesEveryObserverInOrder) {
+TEST(PublishedTest, AValueSetByAnObserverReachesEveryObserverInOrder) {
   Published<int> value(0);
   std::vector<int> first, second;
   const auto a = value.observe([&](int now) {
@@ -20,7 +20,7 @@ TEST(Published, AValueSetByAnObserverReachesEveryObserverInOrder) {
   EXPECT_EQ(second.size(), 3u) << "an equal value is no change";
 }
 
-TEST(Published, AnObserverMayEndItsOwnSubscriptionWhileItRuns) {
+TEST(PublishedTest, AnObserverMayEndItsOwnSubscriptionWhileItRuns) {
   Published<int> value(0);
   Subscription own;
   const auto text = std::make_shared<QString>("still here");
@@ -35,7 +35,7 @@ TEST(Published, AnObserverMayEndItsOwnSubscriptionWhileItRuns) {
   EXPECT_EQ(text.use_count(), 1) << "and what it holds is let go";
 }
 
-TEST(Published, AnObserverThatIsEndedByAnEarlierOneIsNotCalled) {
+TEST(PublishedTest, AnObserverThatIsEndedByAnEarlierOneIsNotCalled) {
   Published<int> value(0);
   Subscription second;
   int calls = 0;
@@ -45,7 +45,7 @@ TEST(Published, AnObserverThatIsEndedByAnEarlierOneIsNotCalled) {
   EXPECT_EQ(calls, 0);
 }
 
-TEST(Published, AnObserverMayDestroyTheOwner) {
+TEST(PublishedTest, AnObserverMayDestroyTheOwner) {
   auto value = std::make_unique<Published<QString>>("a");
   QStringList seen;
   const auto first = value->observe([&](const QString& now) {
@@ -60,7 +60,7 @@ TEST(Published, AnObserverMayDestroyTheOwner) {
   EXPECT_EQ(seen, (QStringList{"1b", "2b", "1c", "2c"}));
 }
 
-TEST(Published, SubscriptionsOutliveTheOwnerAndEndOnce) {
+TEST(PublishedTest, SubscriptionsOutliveTheOwnerAndEndOnce) {
   Subscription kept;
   {
     Published<int> value(0);
@@ -79,7 +79,7 @@ TEST(Published, SubscriptionsOutliveTheOwnerAndEndOnce) {
   EXPECT_EQ(ends, 11);
 }
 
-TEST(Published, AnExceptionInAnObserverDoesNotBlockLaterValues) {
+TEST(PublishedTest, AnExceptionInAnObserverDoesNotBlockLaterValues) {
   Published<int> value(0);
   bool isBroken = true;
   int last = 0;

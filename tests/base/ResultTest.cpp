@@ -19,7 +19,7 @@ Result<void, Wide> check(int code) {
   return {};
 }
 
-TEST(Result, ErrorsAreConvertedAndToldApartFromValuesOfTheirType) {
+TEST(ResultTest, ErrorsAreConvertedAndToldApartFromValuesOfTheirType) {
   EXPECT_TRUE(check(0));
   EXPECT_EQ(check(1).error().code, 101);
   EXPECT_EQ(check(2).error().code, 2);

@@ -51,28 +51,23 @@ Task<void> inNestedChild(Env& env) {
   const Live live(env);
   auto middle = [](Env& inner) -> Task<void> {
     const Live own(inner);
-    auto task = nap(inner, 10h);
-    co_await std::move(task);
+    co_await nap(inner, 10h);
   };
-  auto task = middle(env);
-  co_await std::move(task);
+  co_await middle(env);
 }
 
 Task<void> inCompletion(Env& env) {
   Env* const pointer = &env;
   std::function<void()> onCancel = [pointer] { ++pointer->stops; };
-  auto task = env.never.wait(std::move(onCancel));
-  co_await std::move(task);
+  co_await env.never.wait(std::move(onCancel));
 }
 
 Task<void> inWhenAllWithOneFinished(Env& env) {
-  auto task = whenAll(atOnce(env), napInt(env, 10h));
-  co_await std::move(task);
+  co_await whenAll(atOnce(env), napInt(env, 10h));
 }
 
 Task<void> inTimeout(Env& env) {
-  auto task = withTimeout(20h, nap(env, 10h));
-  co_await std::move(task);
+  co_await withTimeout(20h, nap(env, 10h));
 }
 
 Task<void> inTimeoutInWhenAllInTimeout(Env& env) {
@@ -95,16 +90,14 @@ Task<void> shieldedWork(Env& env) {
 }
 
 Task<void> inShielded(Env& env) {
-  auto task = shielded(shieldedWork(env));
-  co_await std::move(task);
+  co_await shielded(shieldedWork(env));
 }
 
 Task<void> inJoin(Env& env) {
   Executor& executor = co_await currentExecutor();
   TaskScope scope(executor);
   auto handle = scope.spawn(nap(env, 10h));
-  auto task = handle.join();
-  co_await std::move(task);
+  co_await handle.join();
 }
 
 struct UntilStopped {
@@ -126,8 +119,7 @@ Task<void> inOffloadBehindAnother(Env& env) {
   std::vector<Task<int>> tasks;
   tasks.push_back(offload(env.pool, UntilStopped{&env}));
   tasks.push_back(offload(env.pool, UntilStopped{&env}));
-  auto task = whenAll(std::move(tasks));
-  co_await std::move(task);
+  co_await whenAll(std::move(tasks));
 }
 
 struct WaitState {
@@ -143,8 +135,7 @@ Task<void> watched(Env& env, Task<void> (*wait)(Env&)) {
   const Live live(env);
   ++env.begun;
   try {
-    auto task = wait(env);
-    co_await std::move(task);
+    co_await wait(env);
   } catch (const Cancelled&) {
     ++env.cancelled;
     throw;
@@ -152,7 +143,7 @@ Task<void> watched(Env& env, Task<void> (*wait)(Env&)) {
   ++env.finished;
 }
 
-class TaskCancel : public testing::TestWithParam<WaitState> {
+class TaskCancelTest : public testing::TestWithParam<WaitState> {
  protected:
   void waitUntilWaiting() {
     env.executor.runReady();
@@ -183,7 +174,7 @@ class TaskCancel : public testing::TestWithParam<WaitState> {
   Env env;
 };
 
-TEST_P(TaskCancel, WhileItWaits) {
+TEST_P(TaskCancelTest, WhileItWaits) {
   TaskScope scope(env.executor);
   auto handle = scope.spawn(task());
   waitUntilWaiting();
@@ -196,7 +187,7 @@ TEST_P(TaskCancel, WhileItWaits) {
   expectNothingLeft(1, true);
 }
 
-TEST_P(TaskCancel, BeforeItBegins) {
+TEST_P(TaskCancelTest, BeforeItBegins) {
   for (const bool isScopeDead : {false, true}) {
     auto scope = std::make_unique<TaskScope>(env.executor);
     auto handle = scope->spawn(task());
@@ -210,11 +201,10 @@ TEST_P(TaskCancel, BeforeItBegins) {
   }
 }
 
-TEST_P(TaskCancel, BeforeItWaits) {
+TEST_P(TaskCancelTest, BeforeItWaits) {
   const auto cancelSelf = [](Env& own, TaskHandle<>& handle, Task<void> (*wait)(Env&)) -> Task<void> {
     handle.cancel();
-    auto inner = watched(own, wait);
-    co_await std::move(inner);
+    co_await watched(own, wait);
   };
   TaskScope scope(env.executor);
   TaskHandle<> handle;
@@ -225,7 +215,7 @@ TEST_P(TaskCancel, BeforeItWaits) {
   expectNothingLeft(1, true);
 }
 
-TEST_P(TaskCancel, ByTheDeathOfItsScope) {
+TEST_P(TaskCancelTest, ByTheDeathOfItsScope) {
   for (const bool isCancelledBefore : {false, true}) {
     env.begun = env.stops = env.jobsCalled = 0;
     env.hasJobBegun = false;
@@ -245,7 +235,7 @@ TEST_P(TaskCancel, ByTheDeathOfItsScope) {
   }
 }
 
-TEST_P(TaskCancel, ByATimeout) {
+TEST_P(TaskCancelTest, ByATimeout) {
   TaskScope scope(env.executor);
   auto handle = scope.spawn(withTimeout(3s, task()));
   waitUntilWaiting();
@@ -255,7 +245,7 @@ TEST_P(TaskCancel, ByATimeout) {
   expectNothingLeft(1, true);
 }
 
-TEST_P(TaskCancel, ThroughTheOneWhoJoinsIt) {
+TEST_P(TaskCancelTest, ThroughTheOneWhoJoinsIt) {
   TaskScope scope(env.executor);
   auto handle = scope.spawn(task());
   auto joiner = scope.spawn(handle.join());
@@ -266,7 +256,7 @@ TEST_P(TaskCancel, ThroughTheOneWhoJoinsIt) {
   expectNothingLeft(1, true);
 }
 
-TEST_P(TaskCancel, ByAFailingSibling) {
+TEST_P(TaskCancelTest, ByAFailingSibling) {
   const auto failing = []() -> Task<void> {
     co_await sleepFor(1s);
     throw std::runtime_error("broken");
@@ -284,7 +274,7 @@ TEST_P(TaskCancel, ByAFailingSibling) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    In, TaskCancel,
+    In, TaskCancelTest,
     testing::Values(WaitState{"nestedChild", inNestedChild}, WaitState{"completion", inCompletion, false, false, 1},
                     WaitState{"whenAllWithOneFinished", inWhenAllWithOneFinished}, WaitState{"timeout", inTimeout},
                     WaitState{"timeoutInWhenAllInTimeout", inTimeoutInWhenAllInTimeout, false, false, 1},
@@ -293,7 +283,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WaitState{"offloadBehindAnother", inOffloadBehindAnother, true, false, 0, 2}),
     [](const auto& test) { return std::string(test.param.name); });
 
-TEST(Cancel, BetweenTheValueAndItsResumptionStillThrows) {
+TEST(CancelTest, BetweenTheValueAndItsResumptionStillThrows) {
   ManualExecutor executor;
   TaskScope scope(executor);
   Completion<int> completion;
@@ -307,7 +297,7 @@ TEST(Cancel, BetweenTheValueAndItsResumptionStillThrows) {
   EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
 }
 
-TEST(Cancel, CaughtAndSwallowedTheTaskGoesOnButEveryWaitThrowsAgain) {
+TEST(CancelTest, CaughtAndSwallowedTheTaskGoesOnButEveryWaitThrowsAgain) {
   ManualExecutor executor;
   TaskScope scope(executor);
   const auto stubborn = []() -> Task<int> {
@@ -334,7 +324,7 @@ TEST(Cancel, CaughtAndSwallowedTheTaskGoesOnButEveryWaitThrowsAgain) {
   EXPECT_EQ(executor.timerCount(), 0u);
 }
 
-TEST(Cancel, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
+TEST(CancelTest, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
   for (const bool isInWhenAll : {false, true}) {
     ManualExecutor executor;
     auto scope = std::make_unique<TaskScope>(executor);
@@ -364,7 +354,7 @@ TEST(Cancel, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
   }
 }
 
-TEST(Cancel, TokensAreInheritedByChildrenAndRunTheirFunctions) {
+TEST(CancelTest, TokensAreInheritedByChildrenAndRunTheirFunctions) {
   ManualExecutor executor;
   int told = 0;
   TaskScope scope(executor);
@@ -384,7 +374,7 @@ TEST(Cancel, TokensAreInheritedByChildrenAndRunTheirFunctions) {
   EXPECT_EQ(told, 1) << "at once, and only in the cancelled task";
 }
 
-TEST(CancelToken, CallsFunctionsOnceInOrder) {
+TEST(CancelTokenTest, CallsFunctionsOnceInOrder) {
   CancelSource source;
   const CancelToken token = source.token();
   QString trace;
@@ -406,7 +396,7 @@ TEST(CancelToken, CallsFunctionsOnceInOrder) {
   EXPECT_FALSE(CancelToken().isCancelled());
 }
 
-TEST(CancelToken, AFunctionMayEndOthersAndDestroyTheSource) {
+TEST(CancelTokenTest, AFunctionMayEndOthersAndDestroyTheSource) {
   auto source = std::make_unique<CancelSource>();
   const CancelToken token = source->token();
   int calls = 0;

@@ -25,18 +25,13 @@ Task<int> waits(int rounds) {
     co_await sleepFor(1ms);
     Completion<int> completion;
     executor.post([completion]() mutable { completion.resolve(1); });
-    auto answer = completion.wait();
-    total += co_await std::move(answer);
-    auto inTime = withTimeout(1s, one());
-    const auto result = co_await std::move(inTime);
-    auto late = withTimeout(1ms, cancelledSleep());
-    const bool isLateDone = co_await std::move(late);
-    auto group = whenAll(one(), shielded(one()));
-    const auto pair = co_await std::move(group);
+    total += co_await completion.wait();
+    const auto result = co_await withTimeout(1s, one());
+    const bool isLateDone = co_await withTimeout(1ms, cancelledSleep());
+    const auto pair = co_await whenAll(one(), shielded(one()));
     total += result.value_or(5) - std::get<0>(pair) + (isLateDone ? 7 : 0);
     auto handle = scope.spawn(one());
-    auto join = handle.join();
-    total += co_await std::move(join) - std::get<1>(pair);
+    total += co_await handle.join() - std::get<1>(pair);
     auto dropped = scope.spawn(cancelledSleep());
     dropped.cancel();
   }
@@ -55,7 +50,7 @@ Task<int> offloads(int rounds) {
   co_return total;
 }
 
-TEST(TaskGrowth, WaitsLeaveNothingBehind) {
+TEST(TaskGrowthTest, WaitsLeaveNothingBehind) {
   for (const auto& [run, rounds] : {std::pair{&waits, 300'000}, std::pair{&offloads, 100'000}}) {
     ManualExecutor executor;
     EXPECT_EQ(runTask(executor, run(1000)), 1000);

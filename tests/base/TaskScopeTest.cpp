@@ -16,7 +16,7 @@ Task<void> failLater(Duration duration) {
   throw std::runtime_error("broken");
 }
 
-TEST(TaskScope, JoinGivesTheValueBeforeAndAfterTheEnd) {
+TEST(TaskScopeTest, JoinGivesTheValueBeforeAndAfterTheEnd) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto early = scope.spawn(later(1, 1s));
@@ -30,7 +30,7 @@ TEST(TaskScope, JoinGivesTheValueBeforeAndAfterTheEnd) {
   EXPECT_EQ(runTask(executor, late.join()), 2) << "a cancel after the end changes nothing";
 }
 
-TEST(TaskScope, JoiningTwiceOrNothingIsRefused) {
+TEST(TaskScopeTest, JoiningTwiceOrNothingIsRefused) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto handle = scope.spawn(later(1, 1s));
@@ -45,19 +45,16 @@ TEST(TaskScope, JoiningTwiceOrNothingIsRefused) {
   EXPECT_THROW((void)empty.join(), std::logic_error);
 }
 
-TEST(TaskScope, ATaskCannotJoinItself) {
+TEST(TaskScopeTest, ATaskCannotJoinItself) {
   ManualExecutor executor;
   TaskScope scope(executor);
   TaskHandle<> handle;
-  const auto self = [](TaskHandle<>& own) -> Task<void> {
-    auto task = own.join();
-    co_await std::move(task);
-  };
+  const auto self = [](TaskHandle<>& own) -> Task<void> { co_await own.join(); };
   handle = scope.spawn(self(handle));
   EXPECT_THROW(executor.runReady(), std::logic_error);
 }
 
-TEST(TaskScope, AnExceptionReachesTheOneWhoJoins) {
+TEST(TaskScopeTest, AnExceptionReachesTheOneWhoJoins) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto before = scope.spawn(failLater(1s));
@@ -68,7 +65,7 @@ TEST(TaskScope, AnExceptionReachesTheOneWhoJoins) {
   EXPECT_NO_THROW(executor.runReady());
 }
 
-TEST(TaskScope, AnExceptionNobodyJoinsComesOutOfTheLoop) {
+TEST(TaskScopeTest, AnExceptionNobodyJoinsComesOutOfTheLoop) {
   ManualExecutor executor;
   TaskScope scope(executor);
   scope.spawn(failLater(1s));
@@ -86,7 +83,7 @@ TEST(TaskScope, AnExceptionNobodyJoinsComesOutOfTheLoop) {
   EXPECT_THROW(executor.advance(1s), std::runtime_error) << "join never awaited";
 }
 
-TEST(TaskScope, TheDeathOfAJoinerCancelsTheTaskLikeItsCancel) {
+TEST(TaskScopeTest, TheDeathOfAJoinerCancelsTheTaskLikeItsCancel) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto handle = scope.spawn(failLater(1s));
@@ -100,7 +97,7 @@ TEST(TaskScope, TheDeathOfAJoinerCancelsTheTaskLikeItsCancel) {
   EXPECT_FALSE(executor.hasWork());
 }
 
-TEST(TaskScope, CancelAllLeavesLaterTasksAlone) {
+TEST(TaskScopeTest, CancelAllLeavesLaterTasksAlone) {
   ManualExecutor executor;
   TaskScope scope(executor);
   auto old = scope.spawn(later(1, 1s));
@@ -110,7 +107,7 @@ TEST(TaskScope, CancelAllLeavesLaterTasksAlone) {
   EXPECT_THROW(runTask(executor, old.join()), Cancelled);
 }
 
-TEST(TaskScope, TheDeathOfTheScopeWakesAJoinerInAnother) {
+TEST(TaskScopeTest, TheDeathOfTheScopeWakesAJoinerInAnother) {
   ManualExecutor executor;
   auto scope = std::make_unique<TaskScope>(executor);
   TaskScope other(executor);
@@ -122,7 +119,7 @@ TEST(TaskScope, TheDeathOfTheScopeWakesAJoinerInAnother) {
   EXPECT_THROW(runTask(executor, joiner.join()), Cancelled);
 }
 
-TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
+TEST(TaskScopeTest, ATaskMayDestroyItsOwnScope) {
   // In the first frame or a child, in its first step or a later one.
   for (const bool isInChild : {false, true}) {
     for (const bool isLater : {false, true}) {
@@ -143,8 +140,7 @@ TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
       };
       const auto parent = [](std::unique_ptr<TaskScope>& own, QString& out, bool waits, auto child) -> Task<void> {
         const Guard guard{out};
-        auto task = child(own, out, waits);
-        co_await std::move(task);
+        co_await child(own, out, waits);
         out += u'x';
       };
       auto handle = isInChild ? scope->spawn(parent(scope, trace, isLater, destroy))
@@ -157,7 +153,7 @@ TEST(TaskScope, ATaskMayDestroyItsOwnScope) {
   }
 }
 
-TEST(TaskScope, DestructorsOfFramesMaySpawnCancelAndPostWhileItDies) {
+TEST(TaskScopeTest, DestructorsOfFramesMaySpawnCancelAndPostWhileItDies) {
   struct World {
     ManualExecutor executor;
     int runs = 0;

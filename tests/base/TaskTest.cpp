@@ -22,8 +22,7 @@ Task<int> value(int number) {
 Task<int> sum(int rounds) {
   int total = 0;
   for (int i = 0; i < rounds; ++i) {
-    auto task = value(i % 2);
-    total += co_await std::move(task);
+    total += co_await value(i % 2);
   }
   co_return total;
 }
@@ -33,8 +32,7 @@ Task<int> deep(int depth) {
     co_await yieldNow();
     co_return 0;
   }
-  auto task = deep(depth - 1);
-  const int below = co_await std::move(task);
+  const int below = co_await deep(depth - 1);
   co_return below + 1;
 }
 
@@ -49,12 +47,11 @@ Task<int> passThrough(bool isWaiting, int& unwound) {
     ~Unwind() { ++count; }
   };
   const Unwind unwind{unwound};
-  auto task = fail(isWaiting);
-  co_await std::move(task);
+  co_await fail(isWaiting);
   co_return 1;
 }
 
-TEST(Task, DestroyedUnstartedLetsItsArgumentsGo) {
+TEST(TaskTest, DestroyedUnstartedLetsItsArgumentsGo) {
   int live = 0;
   const auto make = [](Live) -> Task<void> { co_return; };
   {
@@ -69,7 +66,7 @@ TEST(Task, DestroyedUnstartedLetsItsArgumentsGo) {
   EXPECT_EQ(live, 0);
 }
 
-TEST(Task, AnAwaitedFrameIsGoneWhenTheAwaitIsOver) {
+TEST(TaskTest, AnAwaitedFrameIsGoneWhenTheAwaitIsOver) {
   ManualExecutor executor;
   int live = 0;
   const auto child = [](Live) -> Task<int> { co_return 1; };
@@ -82,7 +79,7 @@ TEST(Task, AnAwaitedFrameIsGoneWhenTheAwaitIsOver) {
       << "arguments of the child are destroyed though its task lives on";
 }
 
-TEST(Task, AwaitingTwiceIsAnError) {
+TEST(TaskTest, AwaitingTwiceIsAnError) {
   ManualExecutor executor;
   const auto twice = []() -> Task<int> {
     auto task = value(1);
@@ -94,7 +91,7 @@ TEST(Task, AwaitingTwiceIsAnError) {
   EXPECT_THROW(runTask(executor, Task<int>()), std::logic_error);
 }
 
-TEST(Task, ExceptionsPassThroughEveryFrame) {
+TEST(TaskTest, ExceptionsPassThroughEveryFrame) {
   for (const bool isWaiting : {false, true}) {
     ManualExecutor executor;
     int unwound = 0;
@@ -103,7 +100,7 @@ TEST(Task, ExceptionsPassThroughEveryFrame) {
   }
 }
 
-TEST(Task, NeitherLongNorDeepChainsNeedStack) {
+TEST(TaskTest, NeitherLongNorDeepChainsNeedStack) {
   ManualExecutor executor;
   EXPECT_EQ(runTask(executor, sum(1'000'000)), 500'000);
   EXPECT_EQ(runTask(executor, deep(50'000)), 50'000);

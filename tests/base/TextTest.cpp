@@ -10,7 +10,7 @@ const QString family = "\U0001F468\u200D\U0001F469\u200D\U0001F467\u200D\U0001F4
 const QString accented = "e\u0301";
 const QString flag = "\U0001F1E9\U0001F1EA";
 
-TEST(Graphemes, CountWhatAReaderCounts) {
+TEST(GraphemesTest, CountWhatAReaderCounts) {
   struct {
     QString text;
     int count;
@@ -51,7 +51,7 @@ TEST(Graphemes, CountWhatAReaderCounts) {
   }
 }
 
-TEST(Graphemes, SlicesLeaveOutWhatLiesOutside) {
+TEST(GraphemesTest, SlicesLeaveOutWhatLiesOutside) {
   const QString text = QStringLiteral("a") + family + accented + "d";
   struct {
     int from, n;
@@ -68,7 +68,7 @@ TEST(Graphemes, SlicesLeaveOutWhatLiesOutside) {
   for (const auto& [from, n, slice] : cases) EXPECT_EQ(sliceGraphemes(text, from, n), slice) << from << ", " << n;
 }
 
-TEST(Text, TrimsUnicodeWhiteSpaceAndLineEnds) {
+TEST(TextTest, TrimsUnicodeWhiteSpaceAndLineEnds) {
   const QString white = " \t\n\v\f\r\u0085\u00A0\u1680\u2000\u2003\u200A\u2028\u2029\u202F\u205F\u3000";
   EXPECT_EQ(trimmedText(white), QString());
   EXPECT_EQ(trimmedText(white + QStringLiteral("a") + white + QStringLiteral("b") + white),
@@ -77,7 +77,7 @@ TEST(Text, TrimsUnicodeWhiteSpaceAndLineEnds) {
     EXPECT_EQ(trimmedText(QChar(kept)), QString(QChar(kept)));
 }
 
-TEST(Text, ComparesWithoutRegardToCase) {
+TEST(TextTest, ComparesWithoutRegardToCase) {
   struct {
     const char16_t *a, *b;
     bool isEqual;
@@ -95,7 +95,7 @@ TEST(Text, ComparesWithoutRegardToCase) {
   }
 }
 
-TEST(Text, FoldsForSearching) {
+TEST(TextTest, FoldsForSearching) {
   struct {
     const char16_t *text, *folded;
   } const cases[] = {
@@ -108,7 +108,7 @@ TEST(Text, FoldsForSearching) {
     EXPECT_EQ(foldedForSearch(QString::fromUtf16(text)), QString::fromUtf16(folded));
 }
 
-TEST(UnicodeRegex, KnowsLettersDigitsAndBoundariesOfAllScripts) {
+TEST(UnicodeRegexTest, KnowsLettersDigitsAndBoundariesOfAllScripts) {
   const auto word = unicodeRegex("\\b\\w+\\b");
   EXPECT_EQ(word.match("  größe!").captured(), "größe");
   EXPECT_EQ(word.match("«слово»").captured(), "слово");
@@ -118,7 +118,7 @@ TEST(UnicodeRegex, KnowsLettersDigitsAndBoundariesOfAllScripts) {
   EXPECT_FALSE(makeUnicodeRegex("(").isValid());
 }
 
-TEST(UnicodeRegex, EscapedTextMatchesItselfOnly) {
+TEST(UnicodeRegexTest, EscapedTextMatchesItselfOnly) {
   for (const char16_t* text : {u"a.b", u"C++ (x|y)[0]{2}^$?*\\", u"größe", u"\U0001F468\u200D\U0001F469", u"#-&~ \n"}) {
     const QString literal = QString::fromUtf16(text);
     const auto regex = unicodeRegex(QStringLiteral("^") + escapedPattern(literal) + "$");
@@ -128,7 +128,7 @@ TEST(UnicodeRegex, EscapedTextMatchesItselfOnly) {
   EXPECT_FALSE(unicodeRegex(escapedPattern("a.b")).match("axb").hasMatch());
 }
 
-TEST(UnicodeRegex, ReplacementsAreTakenLiterally) {
+TEST(UnicodeRegexTest, ReplacementsAreTakenLiterally) {
   const auto digit = unicodeRegex("(\\d)");
   EXPECT_EQ(replaceMatches("a1b2", digit, "\\1$&"), "a\\1$&b\\1$&");
   EXPECT_EQ(replaceMatches("ab", digit, "x"), "ab");

@@ -179,7 +179,7 @@ TEST_F(GathererTest, WhatWasReadBeforeTheTimeWasUpIsKept) {
   EXPECT_EQ(context.contextQuality, "Partial");
 }
 
-TEST(PromptBlock, TagsOfAFullContext) {
+TEST(PromptBlockTest, TagsOfAFullContext) {
   ApplicationContext context;
   context.appName = "Firefox";
   context.bundleId = "org.mozilla.firefox";

@@ -65,7 +65,7 @@ TEST_F(SelectedTextTest, ByAccessibilityTheClipboardIsNotTouched) {
   EXPECT_EQ(capture(), "naïve 👩‍🚀");
   EXPECT_EQ(service.lastCapturedText(), "naïve 👩‍🚀");
   EXPECT_EQ(pasteboard.changeCount(), count);
-  EXPECT_EQ(log->publicLines(), QStringList({"Attempting to get selected text", "Captured selected text: 7 chars"}));
+  EXPECT_FALSE(log->publicLines().join(' ').contains("naïve"));
   service.forget();
   EXPECT_EQ(service.lastCapturedText(), std::nullopt);
 }
@@ -87,14 +87,10 @@ TEST_F(SelectedTextTest, ByTheCopyItemTheClipboardIsGivenBack) {
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.name);
-    log->clear();
     setMenus({{"File", nullptr},
               {each.menu, copyItem(each.title, each.character, "selected", std::chrono::milliseconds(120))}});
     EXPECT_EQ(capture(), each.isFound ? std::optional(QStringLiteral("selected")) : std::nullopt);
     EXPECT_EQ(pasteboard.contents, before);
-    EXPECT_TRUE(log->contains("AXUI returned empty text, trying menu action copy"));
-    EXPECT_EQ(log->contains("Successfully got non-empty text via menu action copy"), each.isFound);
-    EXPECT_EQ(log->contains("All methods to get selected text have failed or returned empty text"), !each.isFound);
   }
 }
 
@@ -142,14 +138,9 @@ TEST_F(SelectedTextTest, WithoutPermissionNothingIsAsked) {
   accessibility.trusted = false;
   EXPECT_EQ(capture(), std::nullopt);
   EXPECT_TRUE(accessibility.limits.empty());
-  EXPECT_TRUE(log->lines().isEmpty());
-}
-
-TEST_F(SelectedTextTest, AProgramThatHangsIsAnErrorInTheLogOnly) {
+  accessibility.trusted = true;
   accessibility.hangs = true;
-  EXPECT_EQ(capture(), std::nullopt);
-  EXPECT_TRUE(log->contains("Failed to get text via AXUI: the application does not answer"));
-  EXPECT_EQ(log->lines(LogLevel::debug), QStringList("Failed to get selected text: the application does not answer"));
+  EXPECT_EQ(capture(), std::nullopt) << "nor from a program that hangs";
 }
 
 TEST_F(SelectedTextTest, ACancelAtAnyMomentGivesTheClipboardBack) {

@@ -176,10 +176,8 @@ Task<int> everything(WorkerPool& pool) {
   Completion<int> completion;
   Executor& executor = co_await currentExecutor();
   executor.startTimer(1ms, [completion]() mutable { completion.resolve(1); });
-  auto answer = completion.wait();
-  int total = co_await std::move(answer);
-  auto late = withTimeout(1ms, sleepFor(1h));
-  total += co_await std::move(late) ? 0 : 10;
+  int total = co_await completion.wait();
+  total += co_await withTimeout(1ms, sleepFor(1h)) ? 0 : 10;
   auto work = offload(pool, [](const StopFlag&) { return 100; });
   auto group = whenAll(std::move(work), shielded(offload(pool, [](const StopFlag&) { return 1000; })));
   const auto pair = co_await std::move(group);
@@ -190,8 +188,7 @@ Task<int> everything(WorkerPool& pool) {
   co_await yieldNow();
   handle.cancel();
   try {
-    auto join = handle.join();
-    co_await std::move(join);
+    co_await handle.join();
   } catch (const Cancelled&) {
     total += 10000;
   }

@@ -9,7 +9,7 @@ QString cleaned(const char* text) {
   return sanitize(QString::fromUtf8(text));
 }
 
-TEST(Sanitize, ScrubsWhatNamesAPersonOrAMachine) {
+TEST(SanitizeTest, ScrubsWhatNamesAPersonOrAMachine) {
   const std::pair<const char*, const char*> cases[] = {
       {"/Users/ada/Library/a.wav", "/Users/[REDACTED]/Library/a.wav"},
       {"/home/ada.l/x and /home/bob/y", "/home/[REDACTED]/x and /home/[REDACTED]/y"},
@@ -28,7 +28,7 @@ TEST(Sanitize, ScrubsWhatNamesAPersonOrAMachine) {
   for (const auto& [text, expected] : cases) EXPECT_EQ(cleaned(text), QString::fromUtf8(expected)) << text;
 }
 
-TEST(Sanitize, ScrubsWhatReadsLikeDictatedContent) {
+TEST(SanitizeTest, ScrubsWhatReadsLikeDictatedContent) {
   const std::pair<const char*, const char*> cases[] = {
       {"message: short", "message: short"},
       {"message: 12345678901234567890", "[CONTENT_REDACTED]"},
@@ -46,7 +46,7 @@ TEST(Sanitize, ScrubsWhatReadsLikeDictatedContent) {
   for (const auto& [text, expected] : cases) EXPECT_EQ(cleaned(text), QString::fromUtf8(expected)) << text;
 }
 
-TEST(BeforeSend, RemovesBreadcrumbsAndValuesThatCouldHoldContent) {
+TEST(BeforeSendTest, RemovesBreadcrumbsAndValuesThatCouldHoldContent) {
   CrashEvent event;
   event.message = "kept";
   event.breadcrumbs = {Breadcrumb{"m", "c", ReportLevel::info, {}}};

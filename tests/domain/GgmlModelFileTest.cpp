@@ -35,7 +35,7 @@ class GgmlModelFileTest : public testing::Test {
   const qsizetype tensors_ = whole_.indexOf("decoder.positional_embedding") - 5 * 4;
 };
 
-TEST_F(GgmlModelFileTest, refusesEveryTruncation) {
+TEST_F(GgmlModelFileTest, RefusesEveryTruncation) {
   std::mt19937 random(1);
   const qsizetype vocabulary = 56 + 80 * 201 * 4, end = whole_.size();
   std::vector<qsizetype> lengths{1, 3, 4, 5, 47, 48, 56, 60, vocabulary, end - 1, end - 2};
@@ -55,7 +55,7 @@ TEST_F(GgmlModelFileTest, refusesEveryTruncation) {
   EXPECT_EQ(faultOf(whole_.left(whole_.lastIndexOf("encoder.ln_post.bias") - 4 * 4)), Kind::truncated);
 }
 
-TEST_F(GgmlModelFileTest, takesAFileWithoutTensorsOnlyWhenAsked) {
+TEST_F(GgmlModelFileTest, TakesAFileWithoutTensorsOnlyWhenAsked) {
   const auto file = inspect(whole_);
   ASSERT_TRUE(file) << qPrintable(file.error().detail);
   EXPECT_TRUE(file->isMultilingual());
@@ -68,7 +68,7 @@ TEST_F(GgmlModelFileTest, takesAFileWithoutTensorsOnlyWhenAsked) {
   EXPECT_FALSE(inspect(content.left(content.size() - 1), GgmlModelChecks::allowVocabularyOnly));
 }
 
-TEST_F(GgmlModelFileTest, tellsForeignFromDamagedFiles) {
+TEST_F(GgmlModelFileTest, TellsForeignFromDamagedFiles) {
   const struct {
     const char* what;
     QByteArray content;

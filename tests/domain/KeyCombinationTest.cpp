@@ -3,7 +3,7 @@
 namespace quillmere {
 namespace {
 
-TEST(KeyCombination, TextsAreReadAndWrittenInOneForm) {
+TEST(KeyCombinationTest, TextsAreReadAndWrittenInOneForm) {
   std::vector<std::pair<QString, QString>> cases = {{"super + shift+alt+CONTROL+d", "Ctrl+Alt+Shift+Super+D"},
                                                     {"Option+Windows+D", "Alt+Super+D"},
                                                     {"d", "D"},
@@ -32,7 +32,7 @@ TEST(KeyCombination, TextsAreReadAndWrittenInOneForm) {
   }
 }
 
-TEST(KeyCombination, RefusesWhatIsNone) {
+TEST(KeyCombinationTest, RefusesWhatIsNone) {
   for (const char* text :
        {"",   "   ", "Ctrl", "Ctrl+",     "Ctrl+Alt", "Ctrl+D+E",   "Ctrl+D+",     "Hyper+D", "Ctrl+Foo", "Ctrl Alt D",
         "F0", "F36", "F1x",  "Ctrl+XF86", "漢",       "Ctrl+KP_\n", "Ctrl+UGLY12", "Shift_L", "++",       "+D"})

@@ -34,12 +34,12 @@ Result<CTranslate2Model, Fault> read(QByteArray content) {
   return CTranslate2Model::read(buffer);
 }
 
-TEST(CTranslate2ModelTest, refusesEveryTruncationAndWhatFollowsTheEnd) {
+TEST(CTranslate2ModelTest, RefusesEveryTruncationAndWhatFollowsTheEnd) {
   for (qsizetype length = 0; length < small().size(); ++length) EXPECT_FALSE(read(small().left(length))) << length;
   EXPECT_FALSE(read(small() + '\0'));
 }
 
-TEST(CTranslate2ModelTest, everyFlippedBitGivesATableInsideTheFileOrARefusal) {
+TEST(CTranslate2ModelTest, EveryFlippedBitGivesATableInsideTheFileOrARefusal) {
   for (qsizetype i = 0; i < small().size() * 8; ++i) {
     QByteArray damaged = small();
     damaged[i / 8] = static_cast<char>(damaged[i / 8] ^ (1 << (i % 8)));
@@ -52,7 +52,7 @@ TEST(CTranslate2ModelTest, everyFlippedBitGivesATableInsideTheFileOrARefusal) {
   }
 }
 
-TEST(CTranslate2ModelTest, tellsTheFaultsApart) {
+TEST(CTranslate2ModelTest, TellsTheFaultsApart) {
   const QByteArray rest = text("x") + '\1' + number(quint32{4}) + '\1' + number(quint32{4}) + "wxyz";
   const auto shaped = [&](quint8 rank, const QByteArray& lengths, quint8 type, quint32 bytes) {
     return header(1) + text("x") + number(rank) + lengths + number(type) + number(bytes) + QByteArray(64, 'x');

@@ -90,7 +90,7 @@ class ModelImporterTest : public testing::Test {
   WorkerPool pool_{1};
 };
 
-TEST_F(ModelImporterTest, aConvertedFolderIsTheFileItWasMadeFrom) {
+TEST_F(ModelImporterTest, AConvertedFolderIsTheFileItWasMadeFrom) {
   for (const bool hasWideWeights : {false, true}) {
     for (const Vocabulary vocabulary :
          {Vocabulary::tokenizerJson, Vocabulary::vocabularyJson, Vocabulary::vocabularyText}) {
@@ -113,7 +113,7 @@ TEST_F(ModelImporterTest, aConvertedFolderIsTheFileItWasMadeFrom) {
   }
 }
 
-TEST_F(ModelImporterTest, theMelBanksOfBothSizesHaveUnitArea) {
+TEST_F(ModelImporterTest, TheMelBanksOfBothSizesHaveUnitArea) {
   for (const int bands : {80, 128}) {
     const std::vector<float> bank = melFilterBank(bands, 400);
     ASSERT_EQ(bank.size(), static_cast<std::size_t>(bands) * 201);
@@ -126,7 +126,7 @@ TEST_F(ModelImporterTest, theMelBanksOfBothSizesHaveUnitArea) {
   }
 }
 
-TEST_F(ModelImporterTest, aModelOfTheCatalogueIsInstalledAsSuch) {
+TEST_F(ModelImporterTest, AModelOfTheCatalogueIsInstalledAsSuch) {
   checksums_ = {{"ggml-base.en.bin", QString::fromLatin1(sha256(model()))}};
   write("models/ggml-base.en.bin", "a damaged one");
   for (const QString& source : {write("downloads/some file.bin", model()), writeFolder("folder", {})}) {
@@ -139,7 +139,7 @@ TEST_F(ModelImporterTest, aModelOfTheCatalogueIsInstalledAsSuch) {
   }
 }
 
-TEST_F(ModelImporterTest, refusesWhatIsNoModelAndLeavesNothing) {
+TEST_F(ModelImporterTest, RefusesWhatIsNoModelAndLeavesNothing) {
   const QByteArray whole = CTranslate2Folder::modelBytes(model(), {});
   const QByteArray words = CTranslate2Folder::vocabularyBytes(model(), Vocabulary::tokenizerJson);
   // A folder with these two files.
@@ -200,7 +200,7 @@ TEST_F(ModelImporterTest, refusesWhatIsNoModelAndLeavesNothing) {
   for (const auto& [what, source, key] : cases) expectRefusal(what, source, key);
 }
 
-TEST_F(ModelImporterTest, aFlippedWeightGivesACustomModel) {
+TEST_F(ModelImporterTest, AFlippedWeightGivesACustomModel) {
   checksums_ = {{"ggml-tiny.bin", QString::fromLatin1(sha256(model()))}};
   QByteArray content = model();
   content[content.size() - 200] = static_cast<char>(content[content.size() - 200] ^ 1);
@@ -210,7 +210,7 @@ TEST_F(ModelImporterTest, aFlippedWeightGivesACustomModel) {
   EXPECT_EQ(imported->name, "ggml-tiny-custom");
 }
 
-TEST_F(ModelImporterTest, keepsNamesApart) {
+TEST_F(ModelImporterTest, KeepsNamesApart) {
   const QString first = write("first.bin", modelSaying("First."));
   const QString second = write("second.bin", modelSaying("Second."));
   const QString name = "Mine";
@@ -225,7 +225,7 @@ TEST_F(ModelImporterTest, keepsNamesApart) {
   EXPECT_EQ(files(), QStringList{"custom/Mine.bin"});
 }
 
-TEST_F(ModelImporterTest, makesFileNamesOfNames) {
+TEST_F(ModelImporterTest, MakesFileNamesOfNames) {
   const std::pair<const char16_t*, const char16_t*> cases[] = {{u"My model 2.1_x-y", u"My model 2.1_x-y"},
                                                                {u"../../etc/passwd", u"-..-etc-passwd"},
                                                                {u".hidden", u"hidden"},
@@ -242,7 +242,7 @@ TEST_F(ModelImporterTest, makesFileNamesOfNames) {
   EXPECT_LE(ModelImporter::sanitizedName(QString(500, u'東')).toUtf8().size(), 200);
 }
 
-TEST_F(ModelImporterTest, aFullDiskGivesASentenceAndLeavesNothing) {
+TEST_F(ModelImporterTest, AFullDiskGivesASentenceAndLeavesNothing) {
   const QString source = writeFolder("folder", {});
   const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
   rlimit old{};
@@ -260,7 +260,7 @@ TEST_F(ModelImporterTest, aFullDiskGivesASentenceAndLeavesNothing) {
   expectRefusal("no folder", write("m.bin", model()), "models.import.error.notWritten");
 }
 
-TEST_F(ModelImporterTest, aCancelLeavesNothing) {
+TEST_F(ModelImporterTest, ACancelLeavesNothing) {
   ScriptedWhisperModel::Options large;
   large.text = "One two three.";
   large.width = 128;

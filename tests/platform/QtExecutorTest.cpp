@@ -6,55 +6,39 @@
 
 #include "base/async/Async.h"
 #include "support/RunTask.h"
+#include "support/WaitUntil.h"
 
 using namespace quillmere;
 using namespace std::chrono_literals;
 
 namespace {
 
-void processUntil(const std::function<bool()>& condition) {
-  QEventLoop loop;
-  bool isHanging = false;
-  QTimer::singleShot(60s, &loop, [&] { isHanging = true; });
-  while (!condition() && !isHanging) loop.processEvents(QEventLoop::WaitForMoreEvents);
-  ASSERT_FALSE(isHanging);
+TEST(QtExecutorTest, ANestedEventLoopServesWhatIsQueuedAfterTheRunningFunction) {
+  for (const bool isInTimer : {false, true}) {
+    QtExecutor executor;
+    QString trace;
+    const auto outer = [&] {
+      QEventLoop nested;
+      executor.post([&] { trace += u'c'; });
+      executor.startTimer(1ms, [&] {
+        trace += u'd';
+        nested.quit();
+      });
+      trace += u'a';
+      nested.exec();
+      trace += u'e';
+    };
+    if (isInTimer)
+      executor.startTimer(0ms, outer);
+    else
+      executor.post(outer);
+    executor.startTimer(0ms, [&] { trace += u'b'; });
+    waitUntil([&] { return trace.endsWith(u'e'); });
+    EXPECT_EQ(trace, "acbde") << isInTimer;
+  }
 }
 
-TEST(QtExecutor, ANestedEventLoopServesWhatIsQueuedBehindTheRunningFunction) {
-  QtExecutor executor;
-  QString trace;
-  executor.post([&] {
-    QEventLoop nested;
-    executor.post([&] { trace += u'c'; });
-    executor.startTimer(1ms, [&] {
-      trace += u'd';
-      nested.quit();
-    });
-    trace += u'a';
-    nested.exec();
-    trace += u'e';
-  });
-  executor.post([&] { trace += u'b'; });
-  processUntil([&] { return trace.endsWith(u'e'); });
-  EXPECT_EQ(trace, "abcde");
-}
-
-TEST(QtExecutor, ANestedLoopInsideATimerServesTheOtherTimers) {
-  QtExecutor executor;
-  QString trace;
-  executor.startTimer(0ms, [&] {
-    QEventLoop nested;
-    trace += u'a';
-    executor.startTimer(2ms, [&] { nested.quit(); });
-    nested.exec();
-    trace += u'c';
-  });
-  executor.startTimer(1ms, [&] { trace += u'b'; });
-  processUntil([&] { return trace.endsWith(u'c'); });
-  EXPECT_EQ(trace, "abc");
-}
-
-TEST(QtExecutor, WhatStartsItselfAgainWithoutDelayLetsQtsOwnEventsThrough) {
+TEST(QtExecutorTest, WhatStartsItselfAgainWithoutDelayLetsQtsOwnEventsThrough) {
   for (const bool isTimer : {false, true}) {
     QtExecutor executor;
     bool isDone = false;
@@ -67,8 +51,7 @@ TEST(QtExecutor, WhatStartsItselfAgainWithoutDelayLetsQtsOwnEventsThrough) {
     };
     again();
     QTimer::singleShot(0, QCoreApplication::instance(), [&] { isDone = true; });
-    processUntil([&] { return isDone; });
-    EXPECT_TRUE(isDone);
+    EXPECT_TRUE(waitUntil([&] { return isDone; }));
   }
 }
 

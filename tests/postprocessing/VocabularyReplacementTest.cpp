@@ -1,7 +1,5 @@
 #include "postprocessing/VocabularyReplacement.h"
 
-#include "support/RecordingLogSink.h"
-
 namespace quillmere {
 namespace {
 
@@ -60,15 +58,6 @@ TEST(ApplyVocabularyTest, RowsRunByWordAscendingEachOnceOnTheResultBefore) {
 TEST(ApplyVocabularyTest, IncompleteRowsTakeNoPartAndTheTextIsTrimmedAllTheSame) {
   EXPECT_EQ(applyVocabulary(" \n text\t", {}), "text");
   EXPECT_EQ(applyVocabulary(" text ", {row({}, "x"), row("text", {}), row("text", ""), nullptr}), "text");
-}
-
-TEST(ApplyVocabularyTest, LogsWhatChangedWithPrivateWords) {
-  const auto sink = std::make_shared<RecordingLogSink>();
-  const Logger logger(sink, "TextProcessing");
-  applyVocabulary("say secret", {row("secret", "hidden"), row("absent", "x"), row("say", "say")}, logger);
-  EXPECT_TRUE(sink->contains("Applied vocabulary replacement: secret → hidden"));
-  EXPECT_FALSE(sink->contains("absent"));
-  EXPECT_FALSE(sink->contains("say → say"));
 }
 
 }  // namespace

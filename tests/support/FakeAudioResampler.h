@@ -6,7 +6,7 @@
 
 namespace quillmere {
 
-// Takes the first channel and the nearest earlier frame. Holds the last frame written back until the end, as a
+// Takes the mean of the channels and the nearest earlier frame. Holds the last frame written back until the end, as a
 // resampler does. Knows 16-bit integers and 32-bit floats.
 class FakeAudioResampler final : public AudioResampler {
  public:
@@ -19,9 +19,10 @@ class FakeAudioResampler final : public AudioResampler {
     if (failure) return Failed{*failure};
     qint64 written = 0;
     for (qint64 i = 0; i < block.frameCount; ++i, ++frames_) {
-      if (qint64(double(frames_ + 1) * ratio_) == qint64(double(frames_) * ratio_)) continue;
-      if (held_) output[size_t(written++)] = *held_;
-      held_ = sampleAt(block, i);
+      for (qint64 at = qint64(double(frames_) * ratio_); at < qint64(double(frames_ + 1) * ratio_); ++at) {
+        if (held_) output[size_t(written++)] = *held_;
+        held_ = sampleAt(block, i);
+      }
     }
     return written;
   }
@@ -35,15 +36,22 @@ class FakeAudioResampler final : public AudioResampler {
 
  private:
   float sampleAt(const AudioBlock& block, qint64 frame) const {
-    const qint64 index = source_.isPlanar ? frame : frame * source_.channelCount;
-    if (source_.kind == AudioStreamFormat::SampleKind::float32) {
-      float value = 0;
-      std::memcpy(&value, block.planes[0] + index * 4, sizeof value);
-      return value;
+    float sum = 0;
+    for (int channel = 0; channel < source_.channelCount; ++channel) {
+      const std::byte* const plane = block.planes[source_.isPlanar ? size_t(channel) : 0];
+      const qint64 index = source_.isPlanar ? frame : frame * source_.channelCount + channel;
+      if (source_.kind == AudioStreamFormat::SampleKind::float32)
+        sum += valueAt<float>(plane, index);
+      else
+        sum += float(valueAt<std::int16_t>(plane, index)) / 32767;
     }
-    std::int16_t value = 0;
-    std::memcpy(&value, block.planes[0] + index * 2, sizeof value);
-    return float(value) / 32767;
+    return sum / float(source_.channelCount);
+  }
+  template <typename T>
+  static T valueAt(const std::byte* plane, qint64 index) {
+    T value{};
+    std::memcpy(&value, plane + index * qint64(sizeof value), sizeof value);
+    return value;
   }
 
   AudioStreamFormat source_;
@@ -60,7 +68,8 @@ class FakeAudioResamplerFactory final : public AudioResamplerFactory {
 
   Result<std::unique_ptr<AudioResampler>, PlatformError> create(const AudioStreamFormat& source,
                                                                 double targetSampleRate) override {
-    if (!canMake) return Failed{PlatformError{QStringLiteral("fake"), 1, QStringLiteral("cannot")}};
+    if (!canMake || source.sampleRate <= 0 || source.channelCount <= 0)
+      return Failed{PlatformError{QStringLiteral("fake"), 1, QStringLiteral("cannot")}};
     made.push_back(source);
     auto resampler = std::make_unique<FakeAudioResampler>(source, targetSampleRate);
     resampler->failure = convertFailure;

@@ -6,7 +6,7 @@
 
 namespace quillmere {
 
-// Keeps what it is given; for one thread.
+// Keeps what would be sent; for one thread.
 class FakeCrashReporter final : public CrashReporter {
  public:
   void start(const CrashReporterOptions& options) override {
@@ -14,9 +14,16 @@ class FakeCrashReporter final : public CrashReporter {
     ++starts;
   }
   bool isStarted() const override { return startedWith.has_value(); }
-  void addBreadcrumb(const Breadcrumb& breadcrumb) override { breadcrumbs += breadcrumb; }
+  void addBreadcrumb(const Breadcrumb& breadcrumb) override {
+    if (startedWith) breadcrumbs += breadcrumb;
+  }
   void capture(const CrashEvent& event) override {
-    if (isStarted()) events += event;
+    if (!startedWith) return;
+    CrashEvent whole = event;
+    whole.breadcrumbs = breadcrumbs;
+    whole.tags = startedWith->tags;
+    whole.tags.insert(event.tags);
+    events += startedWith->beforeSend ? startedWith->beforeSend(std::move(whole)) : whole;
   }
 
   std::optional<CrashReporterOptions> startedWith;

@@ -1,4 +1,5 @@
 #pragma once
+#include <QFileInfo>
 #include <QStringList>
 #include <map>
 
@@ -14,7 +15,7 @@ class FakeFileEvents final : public FileEvents {
 
   std::unique_ptr<Watch> watch(const QString& path, std::function<void()> onWrite) override {
     if (onWatch) onWatch(path);
-    if (!canWatch) return nullptr;
+    if (!canWatch || !QFileInfo::exists(path)) return nullptr;
     watched << path;
     const int id = ++lastId_;
     (*watches_)[id] = {path, std::move(onWrite)};

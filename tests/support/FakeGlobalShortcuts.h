@@ -30,6 +30,7 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   void setHandlers(const QString& name, Handlers handlers) override { entries_[name].handlers = std::move(handlers); }
   void setEnabled(const QString& name, bool isEnabled) override { entries_[name].isEnabled = isEnabled; }
   Task<std::optional<KeyCombination>> recordCombination() override {
+    enterCombination(std::nullopt);  // a later recording takes over
     recording_ = Completion<std::optional<KeyCombination>>();
     return waitForKey(*this, *recording_);
   }
@@ -64,8 +65,7 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   }
   static Task<std::optional<KeyCombination>> waitForKey(FakeGlobalShortcuts& self,
                                                         Completion<std::optional<KeyCombination>> recording) {
-    auto wait = recording.wait([&self] { self.recording_.reset(); });
-    co_return co_await std::move(wait);
+    co_return co_await recording.wait([&self] { self.recording_.reset(); });
   }
   bool call(const QString& name, std::function<void()> Handlers::*handler) {
     const auto entry = entries_.find(name);

@@ -15,6 +15,7 @@ class FakeKeyEventMonitor final : public KeyEventMonitor {
 
   bool start(std::function<void(const ModifierEvent&)> observer) override {
     ++startCount;
+    stop();
     if (!isAllowed) return false;
     observer_ = std::move(observer);
     return true;

@@ -27,7 +27,7 @@ class FakeMediaEncoder final : public MediaEncoder {
     if (onOpen) onOpen();
     if (failures > 0 && failures-- > 0)
       return Failed{MediaError{MediaError::Kind::writeFailed, 5, QStringLiteral("no")}};
-    put(path, "begun");
+    if (!put(path, "begun")) return Failed{MediaError{MediaError::Kind::writeFailed, 2, "no such folder"}};
     if (openError) return Failed{*openError};
     return std::unique_ptr<MediaWriter>(std::make_unique<Writer>(*this, path));
   }
@@ -60,7 +60,8 @@ class FakeMediaEncoder final : public MediaEncoder {
   class Session final : public MediaExportSession {
    public:
     Session(FakeMediaEncoder& owner, QString to) : owner_(owner), to_(std::move(to)) {}
-    Status run(const std::atomic<bool>&) override {
+    Status run(const std::atomic<bool>& stop) override {
+      if (stop) return Status::cancelled;
       if (owner_.writesExport) put(to_, "exported");
       return owner_.exportStatus;
     }
@@ -70,9 +71,9 @@ class FakeMediaEncoder final : public MediaEncoder {
     FakeMediaEncoder& owner_;
     QString to_;
   };
-  static void put(const QString& path, const char* text) {
+  static bool put(const QString& path, const char* text) {
     QFile file(path);
-    if (file.open(QIODevice::WriteOnly)) file.write(text);
+    return file.open(QIODevice::WriteOnly) && file.write(text) > 0;
   }
 };
 

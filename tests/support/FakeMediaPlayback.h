@@ -15,9 +15,8 @@ class FakeMediaPlayback final : public MediaPlayback {
   Task<int> pause() override {
     ++pauses;
     if (takes > Duration::zero()) co_await sleepFor(takes);
-    paused = playing;
-    playing = 0;
-    co_return paused;
+    paused += playing;
+    co_return std::exchange(playing, 0);
   }
   Task<void> play() override {
     ++plays;

@@ -44,7 +44,6 @@ class FakeMediaReader final : public MediaReader {
 
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override {
     if (file_.onRead) file_.onRead();
-    largestRequest = std::max(largestRequest, maxFrames);
     if (isAtEnd_) return AudioBlock{};
     qint64 end = file_.frames;
     if (file_.readErrorAt) end = std::min(end, *file_.readErrorAt);
@@ -67,11 +66,11 @@ class FakeMediaReader final : public MediaReader {
   }
 
   bool seek(qint64 frame) override {
-    if (file_.canSeek) position_ = frame;
-    return file_.canSeek;
+    if (!file_.canSeek) return false;
+    position_ = frame;
+    isAtEnd_ = false;
+    return true;
   }
-
-  qint64 largestRequest = 0;
 
  private:
   void fill(const AudioStreamFormat& format, qint64 count) {

@@ -168,8 +168,7 @@ class FakeTranscriber final : public Transcriber {
     requests.push_back(std::move(request));
     if (neverEnds) {
       Completion<void> never;
-      auto waiting = never.wait();
-      co_await std::move(waiting);
+      co_await never.wait();
     }
     co_await yieldNow();
     if (error) co_return Failed{*error};

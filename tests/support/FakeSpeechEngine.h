@@ -34,7 +34,7 @@ class FakeSpeechEngine final : public SpeechEngine {
     loads_.append(name);
     changed_.notify_all();
     changed_.wait(lock, [&] { return !areLoadsHeld_; });
-    if (brokenFiles.contains(name))
+    if (brokenFiles.contains(name) || !QFileInfo::exists(modelPath))
       return Failed{PlatformError{QStringLiteral("whisper"), 1, QStringLiteral("broken")}};
     mostLoaded_ = std::max(mostLoaded_, ++loaded_);
     return std::unique_ptr<SpeechEngineContext>(std::make_unique<Context>(*this));
@@ -79,6 +79,7 @@ class FakeSpeechEngine final : public SpeechEngine {
       --engine_.loaded_;
     }
     bool run(SpeechSamples, const SpeechRunParameters& parameters, const std::atomic<bool>& stop) override {
+      last_ = {};
       int number = 0;
       {
         const std::lock_guard lock(engine_.mutex_);
@@ -91,11 +92,14 @@ class FakeSpeechEngine final : public SpeechEngine {
         ++engine_.interruptedRuns_;
         return false;
       }
-      last_ = engine_.answer(parameters, number);
-      return last_.succeeded;
+      const Answer given = engine_.answer(parameters, number);
+      if (given.succeeded) last_ = given;
+      return given.succeeded;
     }
     int segmentCount() const override { return static_cast<int>(last_.segments.size()); }
-    QByteArray segmentText(int segment) const override { return last_.segments.at(static_cast<size_t>(segment)); }
+    QByteArray segmentText(int segment) const override {
+      return segment < 0 || segment >= segmentCount() ? QByteArray() : last_.segments[size_t(segment)];
+    }
     std::optional<QByteArray> detectedLanguage() const override { return last_.detected; }
 
    private:

@@ -1,4 +1,5 @@
 #pragma once
+#include <QFileInfo>
 #include <functional>
 
 #include "ports/VoiceActivityModel.h"
@@ -12,13 +13,13 @@ class FakeVoiceActivityModel final : public VoiceActivityModel {
   std::optional<std::vector<VoiceActivitySegment>> answer = std::vector<VoiceActivitySegment>();
   std::function<void(const std::atomic<bool>& stop)> onSegments;
   int loads = 0;
-  int analyses = 0;
   std::size_t seenSamples = 0;
   VoiceActivityParameters seenParameters;
 
-  Result<void, PlatformError> load(const QString&) override {
+  Result<void, PlatformError> load(const QString& path) override {
     ++loads;
     if (loadError) return Failed{*loadError};
+    if (!QFileInfo::exists(path)) return Failed{PlatformError{"speech", 2, "no such file"}};
     isLoaded_ = true;
     return {};
   }
@@ -26,11 +27,10 @@ class FakeVoiceActivityModel final : public VoiceActivityModel {
   std::optional<std::vector<VoiceActivitySegment>> segments(std::span<const float> samples,
                                                             const VoiceActivityParameters& parameters,
                                                             const std::atomic<bool>& stop) override {
-    ++analyses;
     seenSamples = samples.size();
     seenParameters = parameters;
     if (onSegments) onSegments(stop);
-    return answer;
+    return isLoaded_ && !stop ? answer : std::nullopt;
   }
 
  private:

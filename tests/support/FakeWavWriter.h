@@ -1,5 +1,6 @@
 #pragma once
 #include <QFile>
+#include <algorithm>
 #include <vector>
 
 #include "ports/WavWriter.h"
@@ -18,6 +19,7 @@ class FakeWavWriterFactory final : public WavWriterFactory {
     seenRate = sampleRate;
     samples.clear();
     auto writer = std::make_unique<Writer>(*this, path);
+    if (!writer->isOpen()) return Failed{PlatformError{"media", 2, "no such folder"}};
     return std::unique_ptr<WavWriter>(std::move(writer));
   }
 
@@ -25,11 +27,15 @@ class FakeWavWriterFactory final : public WavWriterFactory {
   class Writer final : public WavWriter {
    public:
     Writer(FakeWavWriterFactory& owner, const QString& path) : owner_(owner), file_(path) {
-      if (file_.open(QIODevice::WriteOnly | QIODevice::Truncate)) file_.write(QByteArray(44, 'h'));
+      QFile::remove(path);
+      if (!file_.open(QIODevice::WriteOnly)) return;
+      file_.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+      file_.write(QByteArray(44, 'h'));
     }
+    bool isOpen() const { return file_.isOpen(); }
     Result<void, PlatformError> append(std::span<const float> piece) override {
       if (owner_.appendError) return Failed{*owner_.appendError};
-      owner_.samples.insert(owner_.samples.end(), piece.begin(), piece.end());
+      for (const float sample : piece) owner_.samples.push_back(std::clamp(sample, -1.0F, 1.0F));
       file_.write(QByteArray(qsizetype(piece.size() * 2), 's'));
       return {};
     }

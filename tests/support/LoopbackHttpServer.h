@@ -24,7 +24,6 @@ class LoopbackHttpServer {
         QObject::connect(socket, &QTcpSocket::disconnected, &server_, [this, socket] {
           --openConnections;
           socket->deleteLater();
-          if (onDisconnected) onDisconnected();
         });
         QObject::connect(socket, &QTcpSocket::readyRead, &server_, [this, socket] { read(socket); });
       }
@@ -38,7 +37,6 @@ class LoopbackHttpServer {
 
   std::vector<QByteArray> requests;  // each as it came, with its empty line
   int openConnections = 0;
-  std::function<void()> onDisconnected;
 
   // A whole response. The length is announced unless the head names one or an encoding of its own.
   static QByteArray response(const QByteArray& status, const QByteArray& headers, const QByteArray& body) {

@@ -33,46 +33,24 @@ class SampleMedia {
   // A WAV file of 32-bit floats or 16-bit integers; the sample depends on the frame and the channel.
   using Wave = std::function<double(qint64 frame, int channel)>;
   static QByteArray wav(int sampleRate, int channels, qint64 frames, const Wave& wave, bool isFloat = false) {
+    const auto bytesOf = [](auto value) {
+      return QByteArray(reinterpret_cast<const char*>(&value), sizeof value);  // little endian as the file
+    };
     const int bytes = isFloat ? 4 : 2;
-    QByteArray data;
-    data.resize(qsizetype(44 + frames * channels * bytes));
-    char* at = data.data();
-    const auto text = [&](const char* four) {
-      std::copy_n(four, 4, at);
-      at += 4;
-    };
-    const auto u32 = [&](quint32 value) {
-      qToLittleEndian(value, at);
-      at += 4;
-    };
-    const auto u16 = [&](quint16 value) {
-      qToLittleEndian(value, at);
-      at += 2;
-    };
-    text("RIFF");
-    u32(quint32(data.size() - 8));
-    text("WAVE");
-    text("fmt ");
-    u32(16);
-    u16(isFloat ? 3 : 1);
-    u16(quint16(channels));
-    u32(quint32(sampleRate));
-    u32(quint32(sampleRate * channels * bytes));
-    u16(quint16(channels * bytes));
-    u16(quint16(bytes * 8));
-    text("data");
-    u32(quint32(data.size() - 44));
-    for (qint64 frame = 0; frame < frames; ++frame) {
+    const auto size = quint32(frames * channels * bytes);
+    QByteArray file = "RIFF" + bytesOf(36 + size) + "WAVEfmt " + bytesOf(quint32(16)) +
+                      bytesOf(quint16(isFloat ? 3 : 1)) + bytesOf(quint16(channels)) + bytesOf(quint32(sampleRate)) +
+                      bytesOf(quint32(sampleRate * channels * bytes)) + bytesOf(quint16(channels * bytes)) +
+                      bytesOf(quint16(bytes * 8)) + "data" + bytesOf(size);
+    file.reserve(file.size() + qsizetype(size));
+    for (qint64 frame = 0; frame < frames; ++frame)
       for (int channel = 0; channel < channels; ++channel) {
         const double value = wave(frame, channel);
-        if (isFloat)
-          qToLittleEndian(float(value), at);
-        else
-          qToLittleEndian(qint16(std::lround(value * 32767)), at);
-        at += bytes;
+        const auto real = float(value);
+        const auto integer = qint16(std::lround(value * 32767));
+        file.append(isFloat ? reinterpret_cast<const char*>(&real) : reinterpret_cast<const char*>(&integer), bytes);
       }
-    }
-    return data;
+    return file;
   }
   static Wave tone(double hertz, double sampleRate, double level = 0.5) {
     return [=](qint64 frame, int) { return level * std::sin(2 * M_PI * hertz * double(frame) / sampleRate); };

@@ -2,28 +2,27 @@
 
 #include <sys/prctl.h>
 
-#include <QStandardPaths>
 #include <csignal>
+#include <stdexcept>
 
 namespace quillmere {
+
+SessionBus::SessionBus() {
+  // Goes with the test, also with one that is killed.
+  daemon_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+  restart();
+}
 
 SessionBus::~SessionBus() {
   stop();
 }
 
-bool SessionBus::isAvailable() {
-  return !QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty();
-}
-
-bool SessionBus::start() {
-  // Goes with the test, also with one that is killed.
-  daemon_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-  daemon_.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                 QStringLiteral("--print-address"), QStringLiteral("--address=unix:tmpdir=/tmp")});
-  if (!daemon_.waitForStarted() || !daemon_.waitForReadyRead()) return false;
+void SessionBus::restart() {
+  stop();
+  daemon_.start("dbus-daemon",
+                {"--session", "--nofork", "--nopidfile", "--print-address", "--address=unix:tmpdir=/tmp"});
+  if (!daemon_.waitForStarted() || !daemon_.waitForReadyRead()) throw std::runtime_error("dbus-daemon does not start");
   address_ = QString::fromLatin1(daemon_.readLine()).trimmed();
-  return !address_.isEmpty();
 }
 
 void SessionBus::stop() {

@@ -4,20 +4,21 @@
 
 namespace quillmere {
 
-// A message bus of the test's own. Its services can't be started by name.
+// A message bus of the test's own. Its services can't be started by name. Throws where dbus-daemon does not come up.
 class SessionBus {
  public:
-  SessionBus() = default;
+  SessionBus();
   SessionBus(const SessionBus&) = delete;
   SessionBus& operator=(const SessionBus&) = delete;
   ~SessionBus();
 
-  static bool isAvailable();
-  bool start();
-  void stop();
+  // Another bus, at another address, takes its place.
+  void restart();
   QString address() const { return address_; }
 
  private:
+  void stop();
+
   QProcess daemon_;
   QString address_;
 };

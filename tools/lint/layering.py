@@ -44,7 +44,7 @@ ROOMS = {
     "app": "*",
 }
 # Folders of tests that may see the adapters.
-TESTS_WITH_PLATFORM = {"platform", "atspi", "contract", "app", "desktop", "e2e", "bench", "fuzz", "support"}
+TESTS_WITH_PLATFORM = {"platform", "contract", "app", "desktop", "e2e", "bench", "fuzz", "support"}
 
 
 # Circles that are being taken apart, and since when they are known. One that is gone goes from here, too.

@@ -41,8 +41,9 @@ PlainWaveReader::~PlainWaveReader() {
 }
 
 Result<AudioBlock, MediaError> PlainWaveReader::read(qint64 maxFrames) {
-  samples_.resize(size_t(maxFrames));
-  const sf_count_t count = sf_readf_short(file_, samples_.data(), maxFrames);
+  const qint64 most = std::min(maxFrames, frames_);
+  samples_.resize(size_t(most));
+  const sf_count_t count = sf_readf_short(file_, samples_.data(), most);
   if (count <= 0) return AudioBlock{};
   plane_ = reinterpret_cast<const std::byte*>(samples_.data());
   return AudioBlock{format(), {&plane_, 1}, count};

@@ -12,11 +12,11 @@ namespace {
 
 class FfmpegEncodingTest : public FfmpegFixture {
  protected:
-  FileConversion conversion{readers, encoder, logging.logger(QStringLiteral("AudioFileConverter"))};
-  const QString to = media.path(QStringLiteral("target.m4a"));
+  FileConversion conversion{readers, encoder, logging.logger("AudioFileConverter")};
+  const QString to = media.path("target.m4a");
 
   QString makeTone(int rate, int channels, double seconds = 1) {
-    return media.write(QStringLiteral("source.wav"),
+    return media.write("source.wav",
                        SampleMedia::wav(rate, channels, qint64(rate * seconds), SampleMedia::tone(440, rate)));
   }
   void expectTone(const QString& path, double seconds = 1) {
@@ -38,7 +38,7 @@ class FfmpegEncodingTest : public FfmpegFixture {
   }
 };
 
-TEST_F(FfmpegEncodingTest, bothRoadsGiveWhatWasThere) {
+TEST_F(FfmpegEncodingTest, BothRoadsGiveWhatWasThere) {
   struct Case {
     int rate, channels;
   };
@@ -51,11 +51,10 @@ TEST_F(FfmpegEncodingTest, bothRoadsGiveWhatWasThere) {
           isPrimary ? conversion.convertAudioToAAC(from, to, stop) : conversion.exportToM4A(from, to, stop);
       ASSERT_TRUE(format) << c.rate << " " << c.channels << " " << isPrimary;
       EXPECT_EQ(*format, (AudioFileFormat{double(c.rate), c.channels, 64000 * c.channels}));
-      const QStringList names = boxes(media.read(QStringLiteral("target.m4a")));
-      EXPECT_EQ(names.first(), QStringLiteral("ftyp"));
-      EXPECT_LT(names.indexOf(QStringLiteral("moov")), names.indexOf(QStringLiteral("mdat")))
-          << "the index stands in front";
-      EXPECT_EQ(media.read(QStringLiteral("target.m4a")).mid(8, 4), "M4A ");
+      const QStringList names = boxes(media.read("target.m4a"));
+      EXPECT_EQ(names.first(), "ftyp");
+      EXPECT_LT(names.indexOf("moov"), names.indexOf("mdat")) << "the index stands in front";
+      EXPECT_EQ(media.read("target.m4a").mid(8, 4), "M4A ");
       expectTone(to);
       EXPECT_EQ(QFileInfo(to).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
       const auto reader = readers.open(to, MediaReaderFactory::Output::native);
@@ -71,12 +70,11 @@ TEST_F(FfmpegEncodingTest, bothRoadsGiveWhatWasThere) {
   }
 }
 
-TEST_F(FfmpegEncodingTest, theFallbackTakesAacOverUnchanged) {
+TEST_F(FfmpegEncodingTest, TheFallbackTakesAacOverUnchanged) {
   makeTone(44100, 2);
   for (const char* name : {"a.m4a", "a.aac", "a.ts", "a.mkv"}) {
     const QString source = QString::fromUtf8(name);
-    ASSERT_TRUE(media.ffmpeg(
-        {QStringLiteral("-i"), QStringLiteral("source.wav"), QStringLiteral("-c:a"), QStringLiteral("aac"), source}));
+    ASSERT_TRUE(media.ffmpeg({"-i", "source.wav", "-c:a", "aac", source}));
     const auto before = decode(media.path(source));
     ASSERT_TRUE(conversion.exportToM4A(media.path(source), to, stop)) << name << qPrintable(sink->lines().join(u'\n'));
     const auto after = decode(to);
@@ -86,11 +84,11 @@ TEST_F(FfmpegEncodingTest, theFallbackTakesAacOverUnchanged) {
   }
 }
 
-TEST_F(FfmpegEncodingTest, videos) {
+TEST_F(FfmpegEncodingTest, Videos) {
   makeTone(48000, 1);
   ASSERT_TRUE(media.ffmpeg(
       QStringLiteral("-f lavfi -i testsrc=d=1:s=64x64 -i source.wav -c:v mpeg4 -c:a aac v.mov").split(u' ')));
-  const auto audio = conversion.extractAudioFromVideo(media.path(QStringLiteral("v.mov")), to, stop);
+  const auto audio = conversion.extractAudioFromVideo(media.path("v.mov"), to, stop);
   ASSERT_TRUE(audio);
   EXPECT_NEAR(audio->durationSeconds, 1, 0.05);
   EXPECT_EQ(audio->sampleRate, 48000);
@@ -98,12 +96,12 @@ TEST_F(FfmpegEncodingTest, videos) {
   expectTone(to);
 
   ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=1:s=64x64 -c:v mpeg4 silent.mov").split(u' ')));
-  const auto silent = conversion.extractAudioFromVideo(media.path(QStringLiteral("silent.mov")), to, stop);
+  const auto silent = conversion.extractAudioFromVideo(media.path("silent.mov"), to, stop);
   ASSERT_FALSE(silent);
   EXPECT_EQ(silent.error(), AnyError(AudioError{AudioError::Kind::noAudioTrack, {}}));
 }
 
-TEST_F(FfmpegEncodingTest, targetsWithOddNames) {
+TEST_F(FfmpegEncodingTest, TargetsWithOddNames) {
   const QString from = makeTone(16000, 1);
   for (const char* name : {"http:x.m4a", "new\nline %d'\".m4a", "no extension"}) {
     const QString target = media.path(QString::fromUtf8(name));
@@ -113,7 +111,7 @@ TEST_F(FfmpegEncodingTest, targetsWithOddNames) {
 }
 
 // A limit on the size of files stands for a disk that fills up on the way.
-TEST_F(FfmpegEncodingTest, aFullDiskLeavesNothing) {
+TEST_F(FfmpegEncodingTest, AFullDiskLeavesNothing) {
   const QString from = makeTone(48000, 2, 3);
   rlimit before = {};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
@@ -130,7 +128,7 @@ TEST_F(FfmpegEncodingTest, aFullDiskLeavesNothing) {
     }
   }
   std::signal(SIGXFSZ, oldHandler);
-  EXPECT_FALSE(conversion.convertAudioToAAC(from, media.path(QStringLiteral("no/such/folder/x.m4a")), stop));
+  EXPECT_FALSE(conversion.convertAudioToAAC(from, media.path("no/such/folder/x.m4a"), stop));
 }
 
 }  // namespace

@@ -14,8 +14,7 @@ class FfmpegFixture : public ::testing::Test {
   using Outcome = SampleConversion::Outcome;
 
   Outcome decode(const QString& path, double rate = 16000) {
-    SampleConversion conversion(readers, resamplers, logging.logger(QStringLiteral("AudioConverter")), path,
-                                {32768, rate, false, {}});
+    SampleConversion conversion(readers, resamplers, logging.logger("AudioConverter"), path, {32768, rate, false, {}});
     return conversion.run(stop);
   }
   Result<double, MediaError> duration(const QString& path) { return readers.durationSeconds(path, stop); }

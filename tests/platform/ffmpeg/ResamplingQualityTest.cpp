@@ -8,8 +8,8 @@ class ResamplingQualityTest : public FfmpegFixture, public ::testing::WithParamI
  protected:
   std::vector<float> convertTone(double hertz, double level) {
     const int rate = GetParam();
-    const QString path = media.write(QStringLiteral("tone.wav"),
-                                     SampleMedia::wav(rate, 1, rate, SampleMedia::tone(hertz, rate, level), true));
+    const QString path =
+        media.write("tone.wav", SampleMedia::wav(rate, 1, rate, SampleMedia::tone(hertz, rate, level), true));
     auto samples = decode(path);
     EXPECT_TRUE(samples);
     if (!samples) return {};
@@ -18,7 +18,7 @@ class ResamplingQualityTest : public FfmpegFixture, public ::testing::WithParamI
   }
 };
 
-TEST_P(ResamplingQualityTest, levelInThePassband) {
+TEST_P(ResamplingQualityTest, LevelInThePassband) {
   const double highest = std::min(6800.0, GetParam() * 0.42);
   for (double step = 60; step <= highest; step *= 1.35) {
     const double hertz = 4 * std::round(step / 4);  // whole periods in what is looked at
@@ -33,7 +33,7 @@ TEST_P(ResamplingQualityTest, levelInThePassband) {
   }
 }
 
-TEST_P(ResamplingQualityTest, aliasing) {
+TEST_P(ResamplingQualityTest, Aliasing) {
   const double half = GetParam() / 2.0;
   for (double hertz = 8050; hertz < half * 0.98; hertz *= 1.13) {
     const std::vector<float> samples = convertTone(hertz, 0.5);
@@ -43,10 +43,10 @@ TEST_P(ResamplingQualityTest, aliasing) {
 }
 
 // Sound stays where it is in time: a click in the middle is in the middle afterwards.
-TEST_P(ResamplingQualityTest, delay) {
+TEST_P(ResamplingQualityTest, Delay) {
   const int rate = GetParam();
   const auto click = [rate](qint64 frame, int) { return std::abs(frame - rate / 2) <= rate / 8000 ? 0.9 : 0.0; };
-  const auto samples = decode(media.write(QStringLiteral("click.wav"), SampleMedia::wav(rate, 1, rate, click)));
+  const auto samples = decode(media.write("click.wav", SampleMedia::wav(rate, 1, rate, click)));
   ASSERT_TRUE(samples);
   const auto loudest = std::max_element(samples->begin(), samples->end()) - samples->begin();
   EXPECT_NEAR(double(loudest), 8000, 2);
@@ -54,17 +54,6 @@ TEST_P(ResamplingQualityTest, delay) {
 
 INSTANTIATE_TEST_SUITE_P(Rates, ResamplingQualityTest, ::testing::Values(8000, 22050, 44100, 48000, 192000),
                          ::testing::PrintToStringParamName());
-
-TEST_F(FfmpegFixture, lengthIsThatOfTheSource) {
-  for (const int rate : {8000, 11025, 22050, 37800, 44100, 47999, 48000}) {
-    for (const int frames : {441, 443, 4801, 70001}) {
-      const auto samples =
-          decode(media.write(QStringLiteral("l.wav"), SampleMedia::wav(rate, 1, frames, SampleMedia::tone(100, rate))));
-      const double expected = frames * 16000.0 / rate;
-      EXPECT_NEAR(double(samples ? samples->size() : 0), expected, 1) << rate << " " << frames;
-    }
-  }
-}
 
 }  // namespace
 }  // namespace quillmere

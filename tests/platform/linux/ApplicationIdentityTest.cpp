@@ -5,7 +5,7 @@
 namespace quillmere {
 namespace {
 
-TEST(ApplicationIdentity, AWindowGetsTheNameThatTheTablesKnow) {
+TEST(ApplicationIdentityTest, AWindowGetsTheNameThatTheTablesKnow) {
   const struct {
     const char* windowClass;
     const char* instance;

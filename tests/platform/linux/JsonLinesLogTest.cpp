@@ -51,6 +51,7 @@ class JsonLinesLogTest : public ::testing::Test {
 
 TEST_F(JsonLinesLogTest, ALineHasItsFieldsAndHidesPrivateValues) {
   const QDateTime before = QDateTime::currentDateTimeUtc().addMSecs(-1);
+  logger(options()).debug("below the threshold");
   logger(options()).error("%{public}s said %s (%ld)\n\"quoted\" 🎙️ %{private}d", "ada", "my secret", 3L, 4);
   ASSERT_EQ(records().size(), 1);
   const QJsonObject record = records()[0];
@@ -65,23 +66,6 @@ TEST_F(JsonLinesLogTest, ALineHasItsFieldsAndHidesPrivateValues) {
   EXPECT_TRUE(QRegularExpression("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z$").match(time).hasMatch())
       << time.toStdString();
   EXPECT_GE(QDateTime::fromString(time, Qt::ISODateWithMs), before);
-}
-
-TEST_F(JsonLinesLogTest, EveryLevelKeepsItsNameAndTheThresholdHolds) {
-  JsonLinesLog::Options all = options();
-  all.minimumLevel = LogLevel::debug;
-  for (const auto& with : {all, options()}) {
-    const Logger log = logger(with);
-    log.debug("x");
-    log.info("x");
-    log.notice("x");
-    log.warning("x");
-    log.error("x");
-    log.fault("x");
-  }
-  QStringList levels;
-  for (const QJsonObject& record : records()) levels += record.value(u"level").toString();
-  EXPECT_EQ(levels.join(u' '), "debug info notice warning error fault info notice warning error fault");
 }
 
 TEST_F(JsonLinesLogTest, NothingIsTouchedBeforeTheFirstLineAndOnlyTheUserMayReadIt) {
@@ -167,23 +151,15 @@ TEST_F(JsonLinesLogTest, AFileTakenAwayMeanwhileComesBack) {
 }
 
 TEST_F(JsonLinesLogTest, AFolderThatCannotBeWrittenIsSaidOnceAndNeverStopsAnything) {
-  // A file where the folder should be fails for every user, root included; so does a folder in the file's place.
-  const QString state = home.path() + "/state";
-  for (const bool isFolder : {false, true}) {
-    if (isFolder) {
-      QFile::remove(state);
-      ASSERT_TRUE(QDir().mkpath(file()));
-    } else {
-      ASSERT_TRUE(QFile(state).open(QIODevice::WriteOnly));
-    }
-    QStringList reasons;
-    JsonLinesLog::Options with = options();
-    with.onFailure = [&](const QString& reason) { reasons += reason; };
-    const Logger log = logger(with);
-    for (int i = 0; i < 3; ++i) log.error("x");
-    ASSERT_EQ(reasons.size(), 1) << isFolder;
-    EXPECT_TRUE(reasons[0].contains(file())) << reasons[0].toStdString();
-  }
+  // A file where the folder should be fails for every user, root included.
+  ASSERT_TRUE(QFile(home.path() + "/state").open(QIODevice::WriteOnly));
+  QStringList reasons;
+  JsonLinesLog::Options with = options();
+  with.onFailure = [&](const QString& reason) { reasons += reason; };
+  const Logger log = logger(with);
+  for (int i = 0; i < 3; ++i) log.error("x");
+  ASSERT_EQ(reasons.size(), 1);
+  EXPECT_TRUE(reasons[0].contains(file())) << reasons[0].toStdString();
 }
 
 class JsonLinesArchiveTest : public JsonLinesLogTest {
@@ -216,27 +192,18 @@ class JsonLinesArchiveTest : public JsonLinesLogTest {
   }
 };
 
-TEST_F(JsonLinesArchiveTest, GivesTheLastLinesAcrossFilesOldestFirst) {
-  put(2, line("01:00", "a") + line("02:00", "b"));
-  put(1, line("03:00", "c") + line("04:00", "d"));
-  put(0, line("05:00", "e") + line("06:00", "f"));
-  EXPECT_EQ(messages(0, 100), "a b c d e f");
-  EXPECT_EQ(messages(0, 3), "d e f");
-  EXPECT_EQ(messages(4, 100), "d e f");
-  EXPECT_EQ(messages(7, 100), QString());
-  EXPECT_EQ(messages(0, 0), QString());
-}
-
-TEST_F(JsonLinesArchiveTest, PassesOverTornLinesAndSplitsMessages) {
+TEST_F(JsonLinesArchiveTest, ReadsAcrossFilesAndPassesOverTornLines) {
+  put(1, line("01:00", "a") + line("02:00", "b"));
+  put(0, line("03:00", "c"));
+  EXPECT_EQ(messages(0, 100), "a b c");
+  EXPECT_EQ(messages(2, 100), "b c");
   put(0, line("01:00", "a") + "{\"time\":\"2024-05-01T12:0\n\n" + line("03:01", "late") + line("02:59", "disorder") +
              line("04:00", "x\ny") + "{\"half");
-  EXPECT_EQ(messages(0, 100), "a late disorder x y");
-  EXPECT_EQ(messages(0, 1), "y");
+  EXPECT_EQ(messages(2, 100), "late disorder x y");
   EXPECT_EQ(messages(3, 100), "late x y");
 }
 
-TEST_F(JsonLinesArchiveTest, NoLogIsEmptyAndAnUnreadableOneIsAFailure) {
-  EXPECT_EQ(messages(0, 10), QString());
+TEST_F(JsonLinesArchiveTest, AnUnreadableLogIsAFailure) {
   ASSERT_TRUE(QDir().mkpath(file()));  // a folder in the file's place
   EXPECT_EQ(messages(0, 10), "failed");
 }

@@ -33,7 +33,7 @@ class QtDefaultsStoreTest : public testing::Test {
 
 constexpr int keysEach = 20;
 
-TEST(DefaultsHelper, DISABLED_Writer) {
+TEST(DefaultsHelperTest, DISABLED_Writer) {
   QtDefaultsStore store(SecondProcess::path());
   const QString name = SecondProcess::name();
   for (int i = 0; i < keysEach; ++i) ASSERT_TRUE(store.setValue(name + QString::number(i), i % 2 == 0));
@@ -41,7 +41,7 @@ TEST(DefaultsHelper, DISABLED_Writer) {
 }
 
 TEST_F(QtDefaultsStoreTest, ProcessesThatWriteDifferentKeysLoseNothing) {
-  const QString writer = "DefaultsHelper.DISABLED_Writer";
+  const QString writer = "DefaultsHelperTest.DISABLED_Writer";
   SecondProcess a(writer, path, "a"), b(writer, path, "b"), c(writer, path, "c");
   for (SecondProcess* process : {&a, &b, &c}) process->expectSuccess();
   const QtDefaultsStore store(path);

@@ -2,87 +2,64 @@
 
 #include <sndfile.h>
 
-#include <QFile>
-#include <QTemporaryDir>
-
 #include "audio/PlainResampler.h"
+#include "support/SampleMedia.h"
 
 namespace quillmere {
 namespace {
 
-class PlainWaveReaderTest : public ::testing::Test {
- protected:
-  QString write(const char* name, int format, int rate, int channels, int frames) {
-    const QString path = folder.filePath(QString::fromLatin1(name));
-    SF_INFO info{};
-    info.format = format;
-    info.samplerate = rate;
-    info.channels = channels;
-    SNDFILE* file = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
-    std::vector<short> samples(size_t(frames * channels));
-    for (size_t i = 0; i < samples.size(); ++i) samples[i] = short(i * 7 - 30000);
-    sf_writef_short(file, samples.data(), frames);
-    sf_close(file);
-    return path;
-  }
-  QTemporaryDir folder;
-};
-
-TEST_F(PlainWaveReaderTest, GivesEverySampleAsItIs) {
-  const auto reader = PlainWaveReader::open(write("plain.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 1, 2500));
-  ASSERT_TRUE(reader);
-  EXPECT_EQ(reader->nominalFrames(), 2500);
-  EXPECT_DOUBLE_EQ(reader->durationSeconds(), 2500 / 16000.0);
-  const auto resampler = PlainResampler::create(reader->format(), 16000);
-  ASSERT_TRUE(resampler);
-  std::vector<float> all;
-  for (;;) {
-    const auto block = reader->read(1000);
-    ASSERT_TRUE(block);
-    if (block->frameCount == 0) break;
-    std::vector<float> out(size_t(resampler->outputBound(block->frameCount)));
-    const auto count = resampler->convert(*block, out);
-    ASSERT_TRUE(count);
-    all.insert(all.end(), out.begin(), out.begin() + *count);
-  }
-  ASSERT_EQ(all.size(), 2500u);
-  for (size_t i = 0; i < all.size(); ++i) ASSERT_EQ(all[i], float(short(i * 7 - 30000)) / 32768.f) << i;
-}
-
-TEST_F(PlainWaveReaderTest, LeavesEverythingElseToTheMediaLibraries) {
+TEST(PlainWaveReaderTest, LeavesEverythingElseToTheMediaLibraries) {
+  SampleMedia media;
   struct Case {
     int format, rate, channels, frames;
   };
   for (const Case& c :
        {Case{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 1, 100}, Case{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 2, 100},
         Case{SF_FORMAT_WAV | SF_FORMAT_FLOAT, 16000, 1, 100}, Case{SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 1, 0},
-        Case{SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 16000, 1, 100}})
-    EXPECT_FALSE(PlainWaveReader::open(write("x.wav", c.format, c.rate, c.channels, c.frames))) << c.rate << c.format;
-  EXPECT_FALSE(PlainWaveReader::open(folder.filePath(QStringLiteral("missing.wav"))));
-  EXPECT_FALSE(PlainWaveReader::open(folder.path()));
-  QFile text(folder.filePath(QStringLiteral("text.wav")));
-  ASSERT_TRUE(text.open(QIODevice::WriteOnly) && text.write("RIFF and nothing else") > 0);
-  text.close();
-  EXPECT_FALSE(PlainWaveReader::open(text.fileName()));
+        Case{SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 16000, 1, 100}}) {
+    const QString path = media.path("x.wav");
+    SF_INFO info{};
+    info.format = c.format;
+    info.samplerate = c.rate;
+    info.channels = c.channels;
+    SNDFILE* file = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
+    const std::vector<short> samples(size_t(c.frames * c.channels), 1000);
+    sf_writef_short(file, samples.data(), c.frames);
+    sf_close(file);
+    EXPECT_FALSE(PlainWaveReader::open(path)) << c.rate << c.format;
+  }
+  EXPECT_FALSE(PlainWaveReader::open(media.path("missing.wav")));
+  EXPECT_FALSE(PlainWaveReader::open(media.path(".")));
+  EXPECT_FALSE(PlainWaveReader::open(media.write("text.wav", "RIFF and nothing else")));
 }
 
-TEST_F(PlainWaveReaderTest, ReadsWhatACutFileStillHolds) {
-  const QString path = write("cut.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 16000, 1, 2500);
-  ASSERT_TRUE(QFile::resize(path, 44 + 2000));
-  const auto reader = PlainWaveReader::open(path);
+TEST(PlainWaveReaderTest, ReadsWhatACutFileStillHolds) {
+  SampleMedia media;
+  const QByteArray whole = SampleMedia::wav(16000, 1, 2500, SampleMedia::tone(440, 16000));
+  const auto reader = PlainWaveReader::open(media.write("cut.wav", whole.left(44 + 2000)));
   ASSERT_TRUE(reader);
+  EXPECT_DOUBLE_EQ(reader->durationSeconds(), 1000 / 16000.0);
   qint64 frames = 0;
   for (auto block = reader->read(300); block && block->frameCount > 0; block = reader->read(300))
     frames += block->frameCount;
   EXPECT_EQ(frames, 1000);
 }
 
-TEST(PlainResampler, TakesOnlySourcesThatNeedNoResampling) {
+TEST(PlainResamplerTest, TakesOnlySourcesThatNeedNoResamplingAndLeavesThemAsTheyAre) {
   using Kind = AudioStreamFormat::SampleKind;
   EXPECT_TRUE(PlainResampler::create({16000, 1, Kind::float32, true, 0}, 16000));
   EXPECT_FALSE(PlainResampler::create({16000, 2, Kind::signed16, false, 0}, 16000));
   EXPECT_FALSE(PlainResampler::create({48000, 1, Kind::signed16, false, 0}, 16000));
   EXPECT_FALSE(PlainResampler::create({16000, 1, Kind::unsigned8, false, 0}, 16000));
+  const AudioStreamFormat plain{16000, 1, Kind::signed16, false, 0};
+  const auto resampler = PlainResampler::create(plain, 16000);
+  ASSERT_TRUE(resampler);
+  const std::int16_t samples[] = {-32768, -1, 0, 12345, 32767};
+  const auto* const plane = reinterpret_cast<const std::byte*>(samples);
+  float out[5] = {};
+  EXPECT_GE(resampler->outputBound(5), 5);
+  EXPECT_EQ(*resampler->convert(AudioBlock{plain, {&plane, 1}, 5}, out), 5);
+  for (size_t i = 0; i < 5; ++i) EXPECT_EQ(out[i], float(samples[i]) / 32768.F) << i;
 }
 
 }  // namespace

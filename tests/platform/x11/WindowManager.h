@@ -2,7 +2,7 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 
-#include "X11Desk.h"
+#include "platform/x11/X11Desk.h"
 
 namespace quillmere {
 
@@ -16,13 +16,14 @@ class WindowManager {
     process_.setStandardErrorFile(QProcess::nullDevice());
     process_.start("openbox", {"--sm-disable"});
     const auto connection = *XcbConnection::open(displayName);
-    isReady_ = waitUntil([&] {
+    const bool isReady = waitUntil([&] {
       // Set when it has looked through the windows that were there before.
       const auto cookie = xcb_get_property(connection->raw(), 0, connection->root(),
                                            connection->atom("_NET_CLIENT_LIST_STACKING"), XCB_ATOM_WINDOW, 0, 1);
       const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection->raw(), cookie, nullptr));
       return reply && reply->type == XCB_ATOM_WINDOW;
     });
+    if (!isReady) throw std::runtime_error("openbox does not start");
   }
   WindowManager(const WindowManager&) = delete;
   WindowManager& operator=(const WindowManager&) = delete;
@@ -30,12 +31,9 @@ class WindowManager {
     process_.kill();
     process_.waitForFinished();
   }
-  static bool isInstalled() { return !QStandardPaths::findExecutable("openbox").isEmpty(); }
-  bool isReady() const { return isReady_; }
 
  private:
   QProcess process_;
-  bool isReady_ = false;
 };
 
 }  // namespace quillmere

@@ -1,20 +1,13 @@
 #include "platform/x11/X11KeySynthesizer.h"
 
-#include "X11Desk.h"
+#include "platform/x11/X11Desk.h"
 
 namespace quillmere {
 namespace {
 
-class X11KeySynthesizerTest : public X11Desk {
+class X11KeySynthesizerTest : public X11DeskTest {
  protected:
-  void SetUp() override {
-    X11Desk::SetUp();
-    if (!server) return;
-    auto opened = X11KeySynthesizer::open(server->displayName());
-    ASSERT_TRUE(opened);
-    synthesizer = std::move(opened).value();
-  }
-  std::unique_ptr<X11KeySynthesizer> synthesizer;
+  std::unique_ptr<X11KeySynthesizer> synthesizer = *X11KeySynthesizer::open(server.displayName());
 };
 
 TEST_F(X11KeySynthesizerTest, TheLetterIsFoundOnEveryLayoutThatHasIt) {
@@ -35,19 +28,19 @@ TEST_F(X11KeySynthesizerTest, TheLetterIsFoundOnEveryLayoutThatHasIt) {
   };
   for (const auto& one : cases) {
     ASSERT_TRUE(setLayout(one.layout));
-    other->lockLayout(uint8_t(one.lockedLayout));
+    other.lockLayout(uint8_t(one.lockedLayout));
     EXPECT_EQ(synthesizer->keyCodeForLetter(QLatin1Char('v')), one.v) << one.layout.join(' ').toStdString();
     EXPECT_EQ(synthesizer->keyCodeForLetter(QLatin1Char('C')), one.c) << one.layout.join(' ').toStdString();
   }
 }
 
 TEST_F(X11KeySynthesizerTest, AStrokeArrivesWithItsModifierOnly) {
-  other->showFocusedWindow();
+  other.showFocusedWindow();
   using Modifier = KeySynthesizer::Modifier;
   using NamedKey = KeySynthesizer::NamedKey;
   // The last key that came: those of modifiers come, too.
   const auto last = [this] {
-    const auto presses = other->takePresses();
+    const auto presses = other.takePresses();
     return presses.empty() ? OtherProgram::Press() : presses.back();
   };
   EXPECT_TRUE(synthesizer->press(NamedKey::insert, Modifier::shift));
@@ -58,10 +51,10 @@ TEST_F(X11KeySynthesizerTest, AStrokeArrivesWithItsModifierOnly) {
 
   // What the user holds does not get in.
   for (const uint32_t held : {XKB_KEY_VoidSymbol, XKB_KEY_Shift_L, XKB_KEY_Alt_L, XKB_KEY_Super_L, XKB_KEY_Control_R}) {
-    if (held != XKB_KEY_VoidSymbol) keys->press(held);
+    if (held != XKB_KEY_VoidSymbol) keys.press(held);
     EXPECT_TRUE(synthesizer->press(55, Modifier::control));
     EXPECT_EQ(last(), (OtherProgram::Press{55, XCB_MOD_MASK_CONTROL})) << held;
-    if (held != XKB_KEY_VoidSymbol) keys->release(held);
+    if (held != XKB_KEY_VoidSymbol) keys.release(held);
     EXPECT_TRUE(synthesizer->press(NamedKey::space, Modifier::none));
     EXPECT_EQ(last(), (OtherProgram::Press{65, 0})) << "nothing is left down";
   }
@@ -69,7 +62,7 @@ TEST_F(X11KeySynthesizerTest, AStrokeArrivesWithItsModifierOnly) {
 
 TEST_F(X11KeySynthesizerTest, AServerThatDiesLetsStrokesFail) {
   EXPECT_TRUE(synthesizer->isAvailable());
-  server->kill();
+  server.kill();
   EXPECT_FALSE(synthesizer->press(55, KeySynthesizer::Modifier::control));
   EXPECT_FALSE(synthesizer->isAvailable());
   EXPECT_EQ(synthesizer->keyCodeForLetter(QLatin1Char('v')), std::nullopt);

@@ -8,8 +8,8 @@
 #include <QTemporaryDir>
 #include <thread>
 
-#include "X11Desk.h"
 #include "platform/qt/QtExecutor.h"
+#include "platform/x11/X11Desk.h"
 #include "support/RunTask.h"
 
 namespace quillmere {
@@ -19,16 +19,8 @@ using namespace std::chrono_literals;
 using testing::Contains;
 using testing::Not;
 
-class X11PasteboardTest : public X11Desk {
+class X11PasteboardTest : public X11DeskTest {
  protected:
-  void SetUp() override {
-    X11Desk::SetUp();
-    if (!server) return;
-    if (QStandardPaths::findExecutable("xclip").isEmpty()) GTEST_SKIP() << "xclip is not installed";
-    auto opened = X11Pasteboard::open(executor, server->displayName());
-    ASSERT_TRUE(opened);
-    pasteboard = std::move(opened).value();
-  }
   void TearDown() override {
     for (const auto& owner : owners) {
       ::kill(pid_t(owner->processId()), SIGCONT);
@@ -47,7 +39,7 @@ class X11PasteboardTest : public X11Desk {
     data.close();
     owners.push_back(std::make_unique<QProcess>());
     owners.back()->start("xclip",
-                         {"-display", server->displayName(), "-quiet", "-selection", "clipboard", "-t", target, file});
+                         {"-display", server.displayName(), "-quiet", "-selection", "clipboard", "-t", target, file});
     EXPECT_TRUE(owners.back()->waitForStarted());
     EXPECT_TRUE(waitUntil([&] { return pasteboard->changeCount() > before; }));
     return *owners.back();
@@ -55,7 +47,7 @@ class X11PasteboardTest : public X11Desk {
   // What another program gets; no event loop of the main thread runs in here.
   QByteArray readElsewhere(const QString& target) {
     QProcess reader;
-    reader.start("xclip", {"-display", server->displayName(), "-o", "-selection", "clipboard", "-t", target});
+    reader.start("xclip", {"-display", server.displayName(), "-o", "-selection", "clipboard", "-t", target});
     EXPECT_TRUE(reader.waitForFinished(60000));
     return reader.readAllStandardOutput();
   }
@@ -74,7 +66,7 @@ class X11PasteboardTest : public X11Desk {
   int files = 0;
   std::vector<std::unique_ptr<QProcess>> owners;
   QtExecutor executor;
-  std::unique_ptr<X11Pasteboard> pasteboard;
+  std::unique_ptr<X11Pasteboard> pasteboard = *X11Pasteboard::open(executor, server.displayName());
 };
 
 TEST_F(X11PasteboardTest, WhatAnotherProgramHadComesBackByteForByte) {
@@ -162,7 +154,7 @@ TEST_F(X11PasteboardTest, FetchesAreToldFromThoseOfClipboardManagers) {
   auto waiting = scope.spawn(pasteboard->waitForFetch(30s));
   owners.push_back(std::make_unique<QProcess>());
   owners.back()->setStandardOutputFile(QProcess::nullDevice());
-  owners.back()->start("xclip", {"-display", server->displayName(), "-o", "-selection", "clipboard"});
+  owners.back()->start("xclip", {"-display", server.displayName(), "-o", "-selection", "clipboard"});
   ASSERT_TRUE(waitUntil([&] { return waiting.isDone(); }));
   EXPECT_TRUE(pasteboard->wasFetched());
   EXPECT_TRUE(runTaskInLoop(executor, pasteboard->waitForFetch(0ms)));
@@ -182,7 +174,7 @@ TEST_F(X11PasteboardTest, AnotherProgramThatCopiesEndsTheWait) {
 }
 
 TEST_F(X11PasteboardTest, NewsOfAnOlderLossDoesNotEndTheWaitForANewerText) {
-  auto theirs = *X11Pasteboard::open(executor, server->displayName());
+  auto theirs = *X11Pasteboard::open(executor, server.displayName());
   ASSERT_TRUE(pasteboard->writeText("one", true));
   ASSERT_TRUE(theirs->writeText("theirs", false));
   // The main thread is busy, so it has yet to hear of it.
@@ -198,7 +190,7 @@ TEST_F(X11PasteboardTest, NewsOfAnOlderLossDoesNotEndTheWaitForANewerText) {
 }
 
 TEST_F(X11PasteboardTest, TheSelectionGoesBothWays) {
-  auto theirs = *X11Pasteboard::open(executor, server->displayName());
+  auto theirs = *X11Pasteboard::open(executor, server.displayName());
   ASSERT_TRUE(theirs->writeSelection("marked"));
   EXPECT_EQ(runTaskInLoop(executor, pasteboard->selectionString()), "marked");
   EXPECT_FALSE(pasteboard->ownsSelection());
@@ -212,7 +204,7 @@ TEST_F(X11PasteboardTest, AServerThatDiesEndsEverythingQuietly) {
   TaskScope scope(executor);
   auto waiting = scope.spawn(pasteboard->waitForFetch(100s));
   waitUntil([&] { return pasteboard->ownsContents(); });
-  server->kill();
+  server.kill();
   ASSERT_TRUE(waitUntil([&] { return waiting.isDone(); }));
   EXPECT_FALSE(pasteboard->ownsContents());
   EXPECT_FALSE(pasteboard->writeText("two", true));

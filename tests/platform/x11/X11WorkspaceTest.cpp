@@ -1,30 +1,16 @@
 #include "platform/x11/X11Workspace.h"
 
 #include <signal.h>
+#include <QCoreApplication>
 
-#include "WindowManager.h"
 #include "platform/linux/ApplicationIdentity.h"
+#include "platform/x11/WindowManager.h"
 
 namespace quillmere {
 namespace {
 
-class X11WorkspaceTest : public X11Desk {
+class X11WorkspaceTest : public X11DeskTest {
  protected:
-  void SetUp() override {
-    X11Desk::SetUp();
-    if (!server) return;
-    for (const char* program : {"openbox", "xterm"})
-      if (QStandardPaths::findExecutable(program).isEmpty()) GTEST_SKIP() << program << " is not installed";
-    windowManager = std::make_unique<WindowManager>(server->displayName());
-    ASSERT_TRUE(windowManager->isReady());
-    auto opened = X11Workspace::open(
-        &applicationIdentity::bundleIdOfWindow, QCoreApplication::applicationPid(), [this] { ++hides; },
-        server->displayName());
-    ASSERT_TRUE(opened);
-    workspace = std::move(opened).value();
-    launches = workspace->observeLaunches([this](const RunningApplication& one) { launched.push_back(one); });
-    changes = workspace->observeFrontmost([this] { ++frontmostChanges; });
-  }
   void TearDown() override {
     for (auto process = processes.rbegin(); process != processes.rend(); ++process) {
       (*process)->kill();
@@ -36,7 +22,7 @@ class X11WorkspaceTest : public X11Desk {
     processes.push_back(std::make_unique<QProcess>());
     QProcess& process = *processes.back();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DISPLAY", server->displayName());
+    environment.insert("DISPLAY", server.displayName());
     process.setProcessEnvironment(environment);
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, arguments);
@@ -51,13 +37,17 @@ class X11WorkspaceTest : public X11Desk {
     return front && front->processId == processId;
   }
 
-  std::unique_ptr<WindowManager> windowManager;
+  WindowManager windowManager{server.displayName()};
   std::vector<std::unique_ptr<QProcess>> processes;
-  std::unique_ptr<X11Workspace> workspace;
   std::vector<RunningApplication> launched;
   int frontmostChanges = 0;
   int hides = 0;
-  Subscription launches, changes;
+  std::unique_ptr<X11Workspace> workspace = *X11Workspace::open(
+      &applicationIdentity::bundleIdOfWindow, QCoreApplication::applicationPid(), [this] { ++hides; },
+      server.displayName());
+  const Subscription launches =
+      workspace->observeLaunches([this](const RunningApplication& one) { launched.push_back(one); });
+  const Subscription changes = workspace->observeFrontmost([this] { ++frontmostChanges; });
 };
 
 TEST_F(X11WorkspaceTest, ApplicationsAreSeenToComeAndToTakeTheFront) {
@@ -93,7 +83,7 @@ TEST_F(X11WorkspaceTest, TheWindowThatWasActiveLastComesBack) {
   // Two windows of one process, and one of another on top.
   const qint64 below = startTerminal("below");
   ASSERT_TRUE(waitUntil([&] { return isInFront(below); }));
-  const auto connection = *XcbConnection::open(server->displayName());
+  const auto connection = *XcbConnection::open(server.displayName());
   const auto makeWindow = [&](const QByteArray& title) {
     xcb_connection_t* const raw = connection->raw();
     const xcb_window_t window = xcb_generate_id(raw);
@@ -128,7 +118,7 @@ TEST_F(X11WorkspaceTest, TheWindowThatWasActiveLastComesBack) {
 TEST_F(X11WorkspaceTest, AServerThatDiesLeavesAnEmptyDesktop) {
   const qint64 terminal = startTerminal("one");
   ASSERT_TRUE(waitUntil([&] { return isInFront(terminal); }));
-  server->kill();
+  server.kill();
   EXPECT_EQ(workspace->frontmostApplication(), std::nullopt);
   EXPECT_FALSE(workspace->activate(terminal));
   EXPECT_FALSE(X11Workspace::open({}, 1, {}, ":4711"));

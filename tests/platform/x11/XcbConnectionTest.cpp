@@ -1,13 +1,15 @@
 #include "platform/x11/XcbConnection.h"
 
-#include "X11Desk.h"
+#include <QCoreApplication>
+
+#include "platform/x11/X11Desk.h"
 
 namespace quillmere {
 namespace {
 
-using XcbConnectionTest = X11Desk;
+using XcbConnectionTest = X11DeskTest;
 
-TEST(XcbConnection, SaysWhyADisplayCanNotBeReached) {
+TEST_F(XcbConnectionTest, SaysWhyADisplayCanNotBeReached) {
   const QByteArray present = qgetenv("DISPLAY");
   qunsetenv("DISPLAY");
   EXPECT_EQ(XcbConnection::open().error().description, "There is no X display: the variable DISPLAY is not set.");
@@ -17,7 +19,7 @@ TEST(XcbConnection, SaysWhyADisplayCanNotBeReached) {
 }
 
 TEST_F(XcbConnectionTest, DeliversEventsThatArrivedWhileAReplyWasWaitedFor) {
-  const auto connection = *XcbConnection::open(server->displayName());
+  const auto connection = *XcbConnection::open(server.displayName());
   const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
   xcb_change_window_attributes(connection->raw(), connection->root(), XCB_CW_EVENT_MASK, &mask);
   std::vector<xcb_atom_t> changed;
@@ -44,11 +46,11 @@ TEST_F(XcbConnectionTest, DeliversEventsThatArrivedWhileAReplyWasWaitedFor) {
 }
 
 TEST_F(XcbConnectionTest, OutlivesTheServer) {
-  const auto connection = *XcbConnection::open(server->displayName());
+  const auto connection = *XcbConnection::open(server.displayName());
   int closed = 0;
   connection->setOnClosed([&] { ++closed; });
   ASSERT_TRUE(connection->isOpen());
-  server->kill();
+  server.kill();
   for (int i = 0; i < 100; ++i) {
     xcb_bell(connection->raw(), 0);
     connection->flush();

@@ -6,7 +6,7 @@
 namespace quillmere {
 namespace {
 
-TEST(ModelHub, TheEnvironmentWinsOverTheSettingAndBlankMeansUnset) {
+TEST(ModelHubTest, TheEnvironmentWinsOverTheSettingAndBlankMeansUnset) {
   const struct {
     QString environment, setting, chosen;
   } cases[] = {
@@ -20,7 +20,7 @@ TEST(ModelHub, TheEnvironmentWinsOverTheSettingAndBlankMeansUnset) {
     EXPECT_EQ(chosenModelHub(c.environment, c.setting), c.chosen) << c.environment.toStdString();
 }
 
-TEST(ModelHub, WebAddresses) {
+TEST(ModelHubTest, WebAddresses) {
   const QString path = "/ggerganov/whisper.cpp/resolve/main/ggml-tiny.en.bin";
   const struct {
     QString base, url;
@@ -40,7 +40,7 @@ TEST(ModelHub, WebAddresses) {
   }
 }
 
-TEST(ModelHub, FoldersHoldTheFileDirectlyOrUnderTheHubsPath) {
+TEST(ModelHubTest, FoldersHoldTheFileDirectlyOrUnderTheHubsPath) {
   const QString path = "/ggerganov/whisper.cpp/resolve/main/m.bin";
   const struct {
     QString base, folder;
@@ -62,7 +62,7 @@ TEST(ModelHub, FoldersHoldTheFileDirectlyOrUnderTheHubsPath) {
   }
 }
 
-TEST(ModelHub, AnythingElseIsRefused) {
+TEST(ModelHubTest, AnythingElseIsRefused) {
   for (const char* base : {"hub.example", "ftp://hub.example/", "https://", "http:///x", "file://",
                            "javascript:alert(1)", "https://hub example", "models", "https://hub.example:port"}) {
     const auto location = locateOnHub(QString::fromLatin1(base), "m.bin");
@@ -71,7 +71,7 @@ TEST(ModelHub, AnythingElseIsRefused) {
   }
 }
 
-TEST(ContentRange, TakesOnlySensibleRanges) {
+TEST(ContentRangeTest, TakesOnlySensibleRanges) {
   const std::pair<const char*, ContentRange> cases[] = {
       {"bytes 0-0/1", {0, 0, 1}},
       {" Bytes  5-9/10 ", {5, 9, 10}},

@@ -5,7 +5,7 @@
 namespace quillmere {
 namespace {
 
-TEST(AtspiRoles, TextIsAFieldOnlyWhenSomebodyCanWriteInIt) {
+TEST(AtspiRolesTest, TextIsAFieldOnlyWhenSomebodyCanWriteInIt) {
   struct Case {
     AtspiRole role;
     AtspiStates states;
@@ -44,7 +44,7 @@ TEST(AtspiRoles, TextIsAFieldOnlyWhenSomebodyCanWriteInIt) {
   EXPECT_TRUE(axSubrole(AtspiRole::entry).isEmpty());
 }
 
-TEST(AtspiRoles, TheLetterOfAMenuItemComesFromAnyToolkitsBinding) {
+TEST(AtspiRolesTest, TheLetterOfAMenuItemComesFromAnyToolkitsBinding) {
   const std::pair<const char*, const char*> cases[] = {
       {"c;<Alt>e:c;<Control>c", "C"},
       {"c;e:c;<Primary>c", "C"},

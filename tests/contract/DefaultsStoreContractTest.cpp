@@ -1,33 +1,29 @@
-#include <QJsonDocument>
 #include <QTemporaryDir>
 
+#include "contract/Sides.h"
 #include "platform/qt/QtDefaultsStore.h"
 #include "support/FakeDefaultsStore.h"
 
 namespace quillmere {
 namespace {
 
-// What every defaults store promises.
-template <typename Store>
-class DefaultsStoreContract : public testing::Test {
- public:
-  QTemporaryDir folder;
-  std::unique_ptr<Store> store = make();
-
-  std::unique_ptr<Store> make() {
-    if constexpr (std::is_same_v<Store, FakeDefaultsStore>)
-      return std::make_unique<FakeDefaultsStore>();
-    else
-      return std::make_unique<Store>(folder.filePath("config/quillmere.conf"));
-  }
-  // What another run of the program reads.
-  void reopen() {
-    if constexpr (!std::is_same_v<Store, FakeDefaultsStore>) store = make();
-  }
+struct FakeSide {
+  void reopen() {}
+  std::unique_ptr<FakeDefaultsStore> store = std::make_unique<FakeDefaultsStore>();
 };
 
-using Stores = testing::Types<FakeDefaultsStore, QtDefaultsStore>;
-TYPED_TEST_SUITE(DefaultsStoreContract, Stores);
+struct QtSide {
+  // What another run of the program reads.
+  void reopen() { store = std::make_unique<QtDefaultsStore>(path); }
+  QTemporaryDir folder;
+  const QString path = folder.filePath("config/quillmere.conf");
+  std::unique_ptr<QtDefaultsStore> store = std::make_unique<QtDefaultsStore>(path);
+};
+
+template <typename Side>
+class DefaultsStoreContract : public testing::Test, public Side {};
+using Sides = testing::Types<FakeSide, QtSide>;
+TYPED_TEST_SUITE(DefaultsStoreContract, Sides, SideNames);
 
 TYPED_TEST(DefaultsStoreContract, ValuesComeBackWithTheirType) {
   const QVariantList values = {true, false, 0, -42, 5'000'000'000LL, 10.0, 0.1, 1e-300, 1e300,

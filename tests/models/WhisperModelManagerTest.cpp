@@ -140,22 +140,9 @@ class WhisperModelManagerTest : public testing::Test {
   Subscription subscription_;
 };
 
-TEST_F(WhisperModelManagerTest, StartsWithTheCatalogueAndTheUsersOwnNames) {
-  configuration.modelDisplayNames = [] { return QMap<QString, QString>{{"large-v3_turbo", "Fast one"}}; };
-  const auto& models = manager().availableModels();
-  ASSERT_EQ(models.size(), 11u);
-  EXPECT_EQ(models.front().filename, "ggml-tiny.bin");
-  EXPECT_EQ(models.back().displayName, "Fast one");
-  EXPECT_FALSE(models.back().url);
-  EXPECT_EQ(std::ranges::count_if(models, &WhisperCppModel::isEnglishOnly), 4);
-  EXPECT_EQ(WhisperModelManagerConfiguration::catalogChecksums().size(), 11);
-}
-
 TEST_F(WhisperModelManagerTest, AnUnusableModelsDirectoryIsNoReasonToFail) {
   writeFile(folder.filePath("quillmere"), "a file where a folder should be");
   EXPECT_TRUE(manager().downloadedModels().empty());
-  EXPECT_TRUE(log->lines().first().startsWith("Failed to create models directory: "));
-  EXPECT_TRUE(log->contains("Failed to scan downloaded models: "));
   download();
   EXPECT_TRUE(error().startsWith("Failed to download Base (Multilingual): ")) << error().toStdString();
   EXPECT_TRUE(manager().downloadingModels().isEmpty());
@@ -171,10 +158,6 @@ TEST_F(WhisperModelManagerTest, TheScanGoesByExactNames) {
   writeFile(path("ggml-base.en.bin/readme"), "a folder");
   EXPECT_EQ(downloadedNames(), QStringList{"tiny"});
   EXPECT_EQ(manager().downloadedModels()[0].url, QUrl::fromLocalFile(path("ggml-tiny.bin")));
-  EXPECT_TRUE(log->contains("⚠️ No model definition found for file: GGML-base.bin"));
-  EXPECT_FALSE(log->contains("Checking file: ggml-small.BIN"));
-  EXPECT_TRUE(log->contains("📦 Model list changed! Found 1 downloaded models: tiny"));
-  EXPECT_TRUE(log->contains("  - tiny: " + path("ggml-tiny.bin")));
 }
 
 TEST_F(WhisperModelManagerTest, AScanThatFindsTheSameNamesKeepsTheOldValues) {
@@ -186,7 +169,6 @@ TEST_F(WhisperModelManagerTest, AScanThatFindsTheSameNamesKeepsTheOldValues) {
   manager().scanForModels();
   EXPECT_EQ(manager().downloadedModels()[0].id, id);
   EXPECT_EQ(changes, 0);
-  EXPECT_TRUE(log->contains("📦 Model list unchanged (1 models)"));
   writeFile(path("ggml-base.bin"), "");
   manager().scanForModels();
   EXPECT_EQ(downloadedNames(), QStringList({"base", "tiny"}));
@@ -198,21 +180,18 @@ TEST_F(WhisperModelManagerTest, AScanThatFindsTheSameNamesKeepsTheOldValues) {
 
 TEST_F(WhisperModelManagerTest, ActivationsCloserThanTwoSecondsScanOnce) {
   manager();
-  const struct {
-    Duration pause;
-    int scans;
-  } cases[] = {{0s, 1}, {2s - 1ns, 1}, {1ns, 2}, {1s, 2}, {1s, 3}, {60s, 4}};
-  for (const auto& c : cases) {
-    executor.advance(c.pause);
+  const std::pair<Duration, bool> cases[] = {{0s, true}, {2s - 1ns, false}, {1ns, true}, {1s, false}, {1s, true}};
+  for (const auto& [pause, isScanned] : cases) {
+    executor.advance(pause);
+    manager().scanForModels();
+    const QStringList before = downloadedNames();
+    if (!QFile::remove(path("ggml-tiny.bin"))) writeFile(path("ggml-tiny.bin"), "x");
     manager().applicationDidBecomeActive();
-    EXPECT_EQ(log->count("📱 App became active, scanning for models"), c.scans);
+    EXPECT_EQ(downloadedNames() != before, isScanned) << pause.count();
   }
-  EXPECT_EQ(log->count("📱 Skipping model scan - last scan was "), 2);
 }
 
 TEST_F(WhisperModelManagerTest, DownloadsVerifiesAndInstalls) {
-  manager();
-  log->clear();
   download();
   expectInstalled();
   ASSERT_EQ(downloader.requests.size(), 1u);
@@ -227,18 +206,6 @@ TEST_F(WhisperModelManagerTest, DownloadsVerifiesAndInstalls) {
   EXPECT_TRUE(manager().downloadProgress().isEmpty());
   EXPECT_TRUE(manager().downloadingModels().isEmpty());
   EXPECT_EQ(downloader.openBodies, 0);
-
-  QStringList lines = log->lines();
-  lines.removeIf([](const QString& line) {
-    return line.startsWith("🔍") || line.startsWith("📁") || line.startsWith("  -") || line.startsWith("✅ Matched") ||
-           line.startsWith("📦");
-  });
-  EXPECT_EQ(lines,
-            QStringList({"🔽 Starting download for base from " + downloader.requests[0].url.toString(),
-                         "📥 Started download task #1 for base", "🔐 Verifying checksum for ggml-base.bin...",
-                         "✅ Checksum verified for ggml-base.bin", "✅ Downloaded base to " + path("ggml-base.bin"),
-                         "✅ Successfully downloaded base to " + path("ggml-base.bin"),
-                         "🏁 Download task completed for base"}));
 }
 
 TEST_F(WhisperModelManagerTest, ReplacesAnOldFileOnlyByAVerifiedOne) {
@@ -249,20 +216,14 @@ TEST_F(WhisperModelManagerTest, ReplacesAnOldFileOnlyByAVerifiedOne) {
   expectError("models.error.checksumFailed");
   EXPECT_EQ(readFile(path("ggml-base.bin")), "old");
   EXPECT_EQ(allFiles(), QStringList{"ggml-base.bin"}) << "a wrong file must not be continued next time";
-  EXPECT_TRUE(log->contains("❌ Checksum mismatch for ggml-base.bin"));
-  EXPECT_TRUE(log->contains("   Expected: " + sha256(good)));
-  EXPECT_TRUE(log->contains("   Actual:   " + sha256(model)));
-  EXPECT_FALSE(log->contains("✅ Successfully"));
   model = good;
   download();
   expectInstalled();
-}
-
-TEST_F(WhisperModelManagerTest, AFileWithoutChecksumIsLetThrough) {
-  configuration.checksums.clear();
+  model = content(modelBytes, 2);
+  configuration.checksums.clear();  // a file whose checksum nobody knows is let through
+  restart();
   download();
   expectInstalled();
-  EXPECT_TRUE(log->contains("⚠️ No checksum available for ggml-base.bin, skipping verification"));
 }
 
 TEST_F(WhisperModelManagerTest, ABrokenDownloadGoesOnWhereItStopped) {
@@ -445,7 +406,7 @@ TEST_F(WhisperModelManagerTest, CancellingIsNoErrorAndADownloadMayFollowAtOnce) 
   executor.runUntil([&] { return manager().downloadProgress().value("base") > 0.2; });
   auto second = scope.spawn(manager().download(known("base")));
   executor.runUntil([&] { return second.isDone(); });
-  EXPECT_TRUE(log->contains("⚠️ Already downloading base"));
+  EXPECT_FALSE(first.isDone()) << "the second only says that there is one already";
 
   manager().cancelDownload("base");
   EXPECT_TRUE(manager().downloadingModels().isEmpty());
@@ -453,7 +414,6 @@ TEST_F(WhisperModelManagerTest, CancellingIsNoErrorAndADownloadMayFollowAtOnce) 
   auto third = scope.spawn(manager().download(known("base")));
   executor.runUntil([&] { return first.isDone(); });
   EXPECT_EQ(error(), QString());
-  EXPECT_EQ(log->count("🛑 Cancelled download for base"), 1);
   EXPECT_EQ(manager().downloadingModels(), QSet<QString>{"base"}) << "the end of the first is not the end of the third";
   executor.runUntil([&] { return third.isDone(); });
   expectInstalled();
@@ -467,13 +427,12 @@ TEST_F(WhisperModelManagerTest, CancellingTheCallersTaskCancelsTheDownload) {
   };
   TaskScope scope(executor);
   auto handle = scope.spawn(manager().download(known("base")));
-  executor.runUntil([&] { return log->contains("trying again in 2 s"); });
+  executor.runUntil([&] { return downloader.requests.size() == 2; });
+  executor.runReady();
   handle.cancel();
-  auto joined = handle.join();
-  EXPECT_THROW(runTask(executor, std::move(joined)), Cancelled);
+  EXPECT_THROW(runTask(executor, handle.join()), Cancelled);
   EXPECT_EQ(downloader.requests.size(), 2u);
   EXPECT_EQ(error(), QString());
-  EXPECT_TRUE(log->contains("🛑 Cancelled download for base"));
   EXPECT_TRUE(manager().downloadingModels().isEmpty());
   EXPECT_EQ(allFiles(), QStringList());
 }
@@ -494,10 +453,7 @@ TEST_F(WhisperModelManagerTest, TheManagersEndClosesEverythingAndKeepsThePart) {
 }
 
 TEST_F(WhisperModelManagerTest, ADownloadEndsAfterTwelveHours) {
-  serve([](FakeHttpAnswer& answer) {
-    answer.pieceBytes = 200'000;
-    answer.pieceDelay = 59min;
-  });
+  serve([](FakeHttpAnswer& answer) { answer.pieceBytes = 200'000, answer.pieceDelay = 59min; });
   const TimePoint start = executor.now();
   download();
   expectError("error.url.timedOut");
@@ -595,10 +551,8 @@ TEST_F(WhisperModelManagerTest, DeletesTheFileAndTheEqualEntries) {
   runTask(executor, manager().deleteModel(tiny));
   EXPECT_EQ(downloadedNames(), QStringList{"base"});
   EXPECT_EQ(allFiles(), QStringList{"ggml-base.bin"});
-  EXPECT_TRUE(log->contains("Deleted model: tiny"));
   runTask(executor, manager().deleteModel(tiny));
   EXPECT_TRUE(error().startsWith("Failed to delete Tiny (Multilingual): ")) << error().toStdString();
-  EXPECT_TRUE(log->contains("Failed to delete model: "));
   base.id = QUuid::createUuid();
   runTask(executor, manager().deleteModel(base));
   EXPECT_EQ(downloadedNames(), QStringList{"base"}) << "another id is another value";
