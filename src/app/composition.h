@@ -15,7 +15,6 @@
 #include "base/async/WorkerPool.h"
 #include "base/log/Logger.h"
 #include "core/AppState.h"
-#include "core/TranscriptionPipeline.h"
 #include "diagnostics/AppLogger.h"
 #include "files/FileTranscriptionFlow.h"
 #include "models/ModelImporter.h"
@@ -35,11 +34,13 @@
 #include "providers/LibWhisperProvider.h"
 #include "providers/TranscriptionModelManager.h"
 #include "providers/TranscriptionProviderRouter.h"
-#include "providers/TranscriptionRetryController.h"
 #include "providers/UserNotices.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
-#include "transcripts/HistorySweeper.h"
+#include "transcripts/ModelPreparation.h"
+#include "transcripts/PipelineTranscriptRoad.h"
+#include "transcripts/TranscriptionPipeline.h"
+#include "transcripts/TranscriptionRetryController.h"
 
 namespace quillmere {
 
@@ -47,7 +48,9 @@ struct ServiceOptions {
   QString processName = QStringLiteral("quillmere");
   // Also gets every log line, beside the log files.
   std::shared_ptr<LogSink> extraLogSink;
-  UserNotices* notices = nullptr;
+  UserNotices* notices = nullptr;  // null: what is told goes nowhere
+  // Shows the name of the mode that was chosen by its key.
+  std::function<void(const QString& modeName)> showModeChange = {};
   // Without the store only settings and models are there; `persistence` and what needs it stay null.
   bool opensStore = true;
   // How long a finished progress display stays up.
@@ -73,8 +76,8 @@ struct Services {
   std::unique_ptr<SpeechEngine> speechEngine;
   std::unique_ptr<VoiceActivityModel> voiceActivityModel;  // loaded by the first recording that needs it
   std::unique_ptr<HttpDownloader> downloader;
-  std::unique_ptr<WorkerPool> audioWorkers;    // "audio.conversion"
-  std::unique_ptr<WorkerPool> storageWorkers;  // "audio.storage": compression; no decode waits for it
+  std::unique_ptr<WorkerPool> audioWorkers;   // "audio.conversion": what a decode waits for
+  std::unique_ptr<WorkerPool> encodeWorkers;  // "audio.encoding": what nothing waits for
   std::unique_ptr<WorkerPool> fileWorkers;
   std::unique_ptr<SettingsManager> settings;
   std::unique_ptr<AudioConverter> audioConverter;
@@ -91,9 +94,12 @@ struct Services {
   std::unique_ptr<LibWhisperProvider> localProvider;
   std::unique_ptr<TranscriptionProviderRouter> router;
   std::unique_ptr<TranscriptionModelManager> modelCoordinator;
-  std::unique_ptr<AppState> appState;
-  std::unique_ptr<TranscriptionRetryController> retryHandler;
+  std::unique_ptr<ModelPreparation> modelPreparation;
   std::unique_ptr<TranscriptionPipeline> pipeline;
+  std::unique_ptr<TranscriptRoad> road;
+  std::unique_ptr<TranscriptionRetryController> retryHandler;
+  std::unique_ptr<UserNotices> noNotices;  // where nobody is to be told
+  std::unique_ptr<AppState> appState;
   std::unique_ptr<FileTranscriptionFlow> fileFlow;
 };
 

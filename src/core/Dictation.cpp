@@ -4,7 +4,7 @@
 
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
-#include "core/TranscriptOutcome.h"
+#include "transcripts/TranscriptRow.h"
 #include "delivery/AutoPasteHandler.h"
 #include "ports/ErrorReporting.h"
 #include "recording/RecordingSessionManager.h"
@@ -76,7 +76,7 @@ TranscriptPtr Dictation::makeRow(const QString& status) {
 }
 
 void Dictation::discardRow() {
-  (void)makeRow(QString::fromLatin1(Transcript::discarded));
+  (void)makeRow(QString::fromLatin1(TranscriptStatus::discarded));
   logger_.info("❌ Recording cancelled - stopped transcription");
 }
 

@@ -6,11 +6,11 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "core/Dictation.h"
-#include "core/TranscriptOutcome.h"
+#include "transcripts/TranscriptRow.h"
 #include "delivery/AutoPasteHandler.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
 #include "projects/SpokenFileTags.h"
-#include "recording/RecordingLifecycle.h"
+#include "recording/RecordingFinisher.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "transcripts/TranscriptRoad.h"
@@ -49,6 +49,7 @@ Task<void> Dictation::transcribe() {
   job.onRewrittenText = [this](const QString& text) {
     host_.show(*this, [&](AppStateData& data) { data.streamingText = text; });
   };
+  job.onRewritingProblem = [this](const TranscriptionError& error) { use_.appState.showTranscriptionError(error); };
   host_.transcribes(*this);
   const bool isPasted = use_.settingsManager.pasteResultText();
   if (isPasted) scope_.spawn(borrowClipboard());
@@ -81,7 +82,8 @@ Task<void> Dictation::transcribe() {
   }
   // Compressing takes the processor; the user has the text by now.
   const bool isWav = QFileInfo(*recording_.path).suffix().toLower() == QLatin1String("wav");
-  if (isWav && use_.settingsManager.storage().storeAsM4A()) host_.compressLater(*recording_.path, row_);
+  const bool isLarge = QFileInfo(*recording_.path).size() > RecordingFinisher::wavToM4AThresholdBytes;
+  if (isWav && (isLarge || use_.settingsManager.storage().storeAsM4A())) host_.compressLater(*recording_.path, row_);
 }
 
 void Dictation::followSelectedMode() {

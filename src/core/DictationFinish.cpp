@@ -6,7 +6,7 @@
 #include "core/AppState.h"
 #include "core/Dictation.h"
 #include "core/InterruptionNotice.h"
-#include "core/TranscriptOutcome.h"
+#include "transcripts/TranscriptRow.h"
 #include "recording/FileWatcher.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"

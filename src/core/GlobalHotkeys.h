@@ -24,9 +24,9 @@ class GlobalHotkeys {
     DictationControl* dictation = nullptr;
     AppState* appState = nullptr;
     SettingsManager* settings = nullptr;
-    std::function<void()> configurePushToTalk = {};
     std::function<void()> toggleMiniWindow = {};
     std::function<bool()> toggleMainWindow = {};  // whether the window is shown now
+    std::function<void()> configurePushToTalk = {};
   };
   GlobalHotkeys(Services services, const Logging& logging);
 

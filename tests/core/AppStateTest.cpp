@@ -41,8 +41,7 @@ TEST(AppStateTest, TakesAnErrorFromAnotherThread) {
   f.executor.runUntilIdle();
   EXPECT_EQ(f.notices.toasts.size(), 1U);
 
-  auto gone = std::make_unique<AppState>(
-      AppState::Dependencies{f.executor, f.defaults, f.settings, *f.store, f.network, f.notices}, Logging());
+  auto gone = std::make_unique<AppState>(f.dependencies(), Logging());
   std::thread([&] { gone->showError(QStringLiteral("too late")); }).join();
   gone.reset();
   f.executor.runUntilIdle();

@@ -3,176 +3,59 @@
 #include <gtest/gtest.h>
 
 #include "core/RecordingManagerFixture.h"
-#include "recording/MicrophonePermissionManager.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::chrono_literals;
 
-QString selectedName(RecordingManagerFixture& f) {
-  const auto& device = f.manager->selectedDevice().get();
-  return device ? device->name : QStringLiteral("-");
-}
-
 TEST(AudioRecordingManagerTest, CarriesThePermissionToTheRecorder) {
   RecordingManagerFixture f;
-  f.makeManager();
-  EXPECT_TRUE(f.manager->hasMicrophonePermission().get());
-  EXPECT_TRUE(f.manager->lifecycleManager().hasMicrophonePermission());
+  EXPECT_TRUE(f.lifecycle.hasMicrophonePermission());
   EXPECT_EQ(f.authorization.questions, 0);
-
   f.authorization.current = MicrophoneAuthorization::Status::denied;
-  f.manager->permissionManager().refreshPermission();
-  EXPECT_FALSE(f.manager->lifecycleManager().hasMicrophonePermission());
-  EXPECT_FALSE(f.manager->errorMessage().get().value_or(QString()).isEmpty());
+  f.permission.refreshPermission();
+  EXPECT_FALSE(f.lifecycle.hasMicrophonePermission());
   f.authorization.current = MicrophoneAuthorization::Status::authorized;
-  f.manager->permissionManager().refreshPermission();
-  EXPECT_TRUE(f.manager->lifecycleManager().hasMicrophonePermission());
-}
-
-TEST(AudioRecordingManagerTest, TheSavedMicrophone) {
-  struct Case {
-    const char* saved;
-    const char* selected;
-    const char* kept;  // the setting afterwards
-    const char* line;
-  };
-  const Case cases[] = {
-      {"usb", "Desk", "usb", "Restoring saved microphone selection on launch: Desk"},
-      {"gone", "-", "", "Saved microphone not found on launch, clearing preference: gone"},
-      {"", "-", "", ""},
-  };
-  for (const Case& c : cases) {
-    RecordingManagerFixture f;
-    f.settings.audio().setSelectedMicrophoneId(c.saved);
-    f.configure();
-    EXPECT_EQ(selectedName(f), c.selected) << c.saved;
-    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), c.kept);
-    if (*c.line) {
-      EXPECT_EQ(f.said(c.line), 1) << f.log->lines().join('\n').toStdString();
-    }
-    EXPECT_EQ(f.said("AudioRecordingManager configured with dependencies"), 1);
-    EXPECT_EQ(f.devices.defaultUid, QString(c.selected) == "Desk" ? "usb" : "built-in");
-  }
-}
-
-// A sound server that starts later than the session: nobody knows yet what is plugged in.
-TEST(AudioRecordingManagerTest, TheSavedMicrophoneWaitsForTheSoundServer) {
-  for (const bool isStillThere : {true, false}) {
-    RecordingManagerFixture f;
-    f.settings.audio().setSelectedMicrophoneId("usb");
-    const auto attached = std::exchange(f.devices.list, {});
-    f.devices.isServerThere = false;
-    f.configure();
-    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), "usb");
-    f.devices.isServerThere = true;
-    f.devices.list = attached;
-    if (!isStillThere) f.devices.list.pop_back();
-    f.devices.tell(AudioDevices::Change::deviceList);
-    f.executor.runReady();
-    EXPECT_EQ(selectedName(f), isStillThere ? "Desk" : "-");
-    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), isStillThere ? "usb" : "");
-    // Once: what is plugged in later changes no choice.
-    f.devices.list.push_back(FakeAudioDevices::microphone(3, "third", "Third"));
-    f.devices.tell(AudioDevices::Change::deviceList);
-    f.executor.runReady();
-    EXPECT_EQ(f.said("Restoring saved microphone selection on launch: Desk"), isStillThere ? 1 : 0);
-    EXPECT_EQ(selectedName(f), isStillThere ? "Desk" : "-");
-  }
-}
-
-TEST(AudioRecordingManagerTest, AMicrophoneThatIsPulledOutIsForgotten) {
-  RecordingManagerFixture f;
-  f.settings.audio().setSelectedMicrophoneId("usb");
-  f.configure();
-  f.devices.list.pop_back();
-  f.devices.defaultUid = "built-in";
-  f.devices.tell(AudioDevices::Change::deviceList);
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "-");
-  EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), "");
-  EXPECT_EQ(f.said("Clearing persisted microphone preference for missing device: Desk"), 1);
-  EXPECT_EQ(f.manager->activeInputDeviceName().get(), "Built-in");
-}
-
-TEST(AudioRecordingManagerTest, ChoosesTheMicrophoneOfTheSettings) {
-  RecordingManagerFixture f;
-  f.configure();
-  f.defaults.changeByOtherProcess("selectedMicrophoneId", "usb");
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "Desk");
-  EXPECT_EQ(f.devices.defaultsSet.size(), 1U);
-
-  f.manager->setSelectedDevice(f.manager->selectedDevice().get());
-  f.executor.runReady();
-  EXPECT_EQ(f.said("Selected input device: Desk"), 1);  // the same again does nothing
-
-  f.defaults.changeByOtherProcess("selectedMicrophoneId", "nobody has it");
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "Desk");
-  f.defaults.changeByOtherProcess("selectedMicrophoneId", "");
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "-");
-}
-
-// The start of the application is not over yet, and a command comes from outside.
-TEST(AudioRecordingManagerTest, APressBeforeTheConfigurationIsAnOrdinaryOne) {
-  RecordingManagerFixture f;
-  f.makeManager();
-  f.toggle(RecordingTriggerSource::shortcut);
-  EXPECT_TRUE(f.isRecording());
-  EXPECT_EQ(f.state.data().recordingState.diagnosticLabel(), "recording");
-  EXPECT_TRUE(f.recorders.paths[0].startsWith(f.settings.storage().recordingsFolder()));
-  EXPECT_TRUE(f.notices.toasts.empty());
+  f.permission.refreshPermission();
+  EXPECT_TRUE(f.lifecycle.hasMicrophonePermission());
 }
 
 struct HeldKey : RecordingManagerFixture {
   HeldKey() {
     settings.setPushToTalkMode(PushToTalkMode::control);
-    state.setPersistenceController(store.get());
     configure();
     keyboard.setFlags(modifierFlags::control);
     executor.advance(250ms);
     executor.advance(5s);
   }
+  bool isRecording() const { return flow->isRecordingNow(); }
 };
 
 // The monitor is idle after every end of a recording, so that the next press is a clean start.
 TEST(AudioRecordingManagerTest, NoHoldOutlivesItsRecording) {
   const std::vector<std::pair<const char*, std::function<void(HeldKey&)>>> ends{
-      {"toggled by a button", [](HeldKey& f) { f.toggle(); }},
-      {"thrown away", [](HeldKey& f) { f.manager->cancelFromShortcut(); }},
+      {"toggled by a button", [](HeldKey& f) { f.press(RecordingTriggerSource::uiButton); }},
+      {"thrown away", [](HeldKey& f) { f.flow->cancelFromShortcut(); }},
       {"microphone gone",
        [](HeldKey& f) {
          f.recorders.interrupt({AudioRecorder::Interruption::Kind::deviceGone, "The microphone went away."});
        }},
-      {"end of the application", [](HeldKey& f) { runTask(f.executor, f.manager->shutDown()); }},
+      {"end of the application", [](HeldKey& f) { runTask(f.executor, f.flow->shutDown()); }},
   };
   for (const auto& [name, end] : ends) {
     SCOPED_TRACE(name);
     HeldKey f;
     ASSERT_TRUE(f.isRecording());
-    ASSERT_EQ(f.manager->bareModifierKeyMonitor().state(), MonitorState::pttActive);
+    ASSERT_EQ(f.modifierMonitor.state(), MonitorState::pttActive);
     end(f);
     f.executor.runUntil([&] { return !f.isRecording(); });
-    EXPECT_EQ(f.manager->bareModifierKeyMonitor().state(), MonitorState::idle);
+    EXPECT_EQ(f.modifierMonitor.state(), MonitorState::idle);
   }
 }
 
-TEST(AudioRecordingManagerTest, AnotherTriggerModeDuringARecordingLetsItRun) {
-  HeldKey f;
-  f.settings.setPushToTalkMode(PushToTalkMode::disabled);
-  f.executor.runReady();
-  f.keyboard.setFlags(0);
-  f.executor.advance(3s);
-  EXPECT_TRUE(f.isRecording());
-  f.toggle();
-  f.executor.runUntil([&] { return !f.isRecording(); });
-}
-
-// What has nothing to do with push-to-talk must not make the key that is held deaf.
-TEST(AudioRecordingManagerTest, AnotherSettingDuringAHoldChangesNothing) {
+// What has nothing to do with push-to-talk must not make the key that is held deaf; another mode lets the recording run.
+TEST(AudioRecordingManagerTest, SettingsThatChangeDuringAHold) {
   HeldKey f;
   f.settings.setCurrentMode("Letters");
   f.defaults.changeByOtherProcess("lastNavigationItem", "History");
@@ -182,9 +65,56 @@ TEST(AudioRecordingManagerTest, AnotherSettingDuringAHoldChangesNothing) {
   f.keyboard.setFlags(0);
   f.executor.runReady();
   EXPECT_FALSE(f.isRecording());
+
+  HeldKey other;
+  other.settings.setPushToTalkMode(PushToTalkMode::disabled);
+  other.executor.runReady();
+  other.keyboard.setFlags(0);
+  other.executor.advance(3s);
+  EXPECT_TRUE(other.isRecording());
 }
 
-// The accessibility bus of a session that has just begun: late by a moment, or by much.
+// The chord that began a dictation ends it, although the key that is held to talk is part of it; a key that is pressed
+// with the held one spoils only what the hold began.
+TEST(AudioRecordingManagerTest, AChordWithThePushToTalkKey) {
+  RecordingManagerFixture f;
+  f.settings.setPushToTalkMode(PushToTalkMode::control);
+  f.configure();
+  const auto chord = [&](Duration held) {
+    f.keyboard.setFlags(modifierFlags::control);
+    f.executor.advance(held);
+    f.keyboard.setFlags(modifierFlags::control | modifierFlags::option);
+    f.keyboard.pressKey();
+    f.executor.advance(30ms);
+    f.press();  // the shortcut
+    f.executor.advance(30ms);
+    f.keyboard.setFlags(0);
+    f.executor.advance(3s);
+  };
+  for (const Duration held : {Duration(60ms), Duration(400ms)}) {
+    SCOPED_TRACE(held / 1ms);
+    f.press();
+    f.executor.advance(3s);
+    ASSERT_TRUE(f.flow->isRecordingNow());
+    const size_t rows = f.rows().size();
+    chord(held);
+    f.settle();
+    EXPECT_FALSE(f.flow->isRecordingNow());
+    ASSERT_EQ(f.rows().size(), rows + 1);
+    EXPECT_EQ(f.rows().front()->status, QStringLiteral("completed"));
+    f.clock.set(f.clock.now().addSecs(20));
+  }
+  // What the hold itself began is thrown away.
+  f.keyboard.setFlags(modifierFlags::control);
+  f.executor.advance(3s);
+  ASSERT_TRUE(f.flow->isRecordingNow());
+  f.keyboard.pressKey();
+  f.executor.advance(3s);
+  EXPECT_FALSE(f.flow->isRecordingNow());
+  EXPECT_EQ(f.persistence->fetchTranscripts(-1, 0, {}, HistoryFilter::discarded).size(), 1u);
+}
+
+// The accessibility bus of a desktop that has just begun: late by a moment, or by much.
 TEST(AudioRecordingManagerTest, ArmsTheKeyWhenThePermissionComes) {
   for (const Duration delay : {Duration(300ms), Duration(30s)}) {
     RecordingManagerFixture f;
@@ -193,23 +123,11 @@ TEST(AudioRecordingManagerTest, ArmsTheKeyWhenThePermissionComes) {
     f.executor.startTimer(delay, [&f] { f.accessibility.trusted = true; });
     f.configure();
     const bool isLate = delay > 1s;
-    EXPECT_EQ(f.manager->bareModifierKeyMonitor().isMonitoring(), !isLate);
+    EXPECT_EQ(f.modifierMonitor.isMonitoring(), !isLate);
     EXPECT_EQ(f.reporting.reports.size(), isLate ? 1U : 0U);
     f.executor.advance(31s);
-    EXPECT_TRUE(f.manager->bareModifierKeyMonitor().isMonitoring());
-    EXPECT_EQ(f.reporting.reports.size(), isLate ? 1U : 0U);
+    EXPECT_TRUE(f.modifierMonitor.isMonitoring());
   }
-}
-
-TEST(AudioRecordingManagerTest, LeavesNoObserverBehind) {
-  RecordingManagerFixture f;
-  const size_t before = f.defaults.observerCount();
-  f.configure();
-  f.toggle();
-  f.manager.reset();
-  EXPECT_EQ(f.defaults.observerCount(), before);
-  EXPECT_EQ(f.devices.observerCount(), 0U);
-  f.executor.advance(10s);  // nothing that was on its way reaches what is gone
 }
 
 }  // namespace

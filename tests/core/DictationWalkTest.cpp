@@ -7,10 +7,7 @@
 #include <random>
 #include <set>
 
-#include "core/PushToTalk.h"
-#include "core/RecordingFlowFixture.h"
-#include "support/FakeKeyEventMonitor.h"
-#include "triggers/BareModifierKeyMonitor.h"
+#include "core/RecordingManagerFixture.h"
 
 namespace quillmere {
 namespace {
@@ -29,13 +26,12 @@ int walksOfARun() {
 }
 
 // One desktop with push-to-talk on Control and three programs to dictate into; it serves many walks, one after another.
-struct Walkers : RecordingFlowFixture {
+struct Walkers : RecordingManagerFixture {
   Walkers() {
     settings.setPushToTalkMode(PushToTalkMode::control);
     for (const RunningApplication& each : programs)
       accessibility.addApplication(each.processId, node(QStringLiteral("AXWindow")));
-    pushToTalk.configure();
-    executor.runReady();
+    configure();
     subscriptions.push_back(lifecycle.isRecording().observe([this](const bool& isRecording) {
       if (isRecording) {
         began = executor.now();
@@ -43,7 +39,6 @@ struct Walkers : RecordingFlowFixture {
       }
       for (const auto& session : persistence->fetchUnfinishedRecordingSessions())
         if (flow->newestTarget()) targetOf.insert(*session->id, flow->newestTarget()->processId);
-      modifierMonitor.resetToIdle();
       const Duration length = executor.now() - began;
       if (length >= 1s) recorded.push_back(length);
     }));
@@ -51,15 +46,6 @@ struct Walkers : RecordingFlowFixture {
       strokes.push_back({workspace.frontmost ? workspace.frontmost->processId : 0,
                          pasteboard.plainText().value_or(QString()).trimmed()});
     };
-  }
-
-  PushToTalk::Services triggers() {
-    PushToTalk::Services use{executor, *flow, modifierMonitor};
-    use.shortcuts = &shortcuts;
-    use.settings = &settings;
-    use.appState = &appState;
-    use.isTrustedForAccessibility = [] { return true; };
-    return use;
   }
 
   struct Stroke {
@@ -70,9 +56,6 @@ struct Walkers : RecordingFlowFixture {
       editor,
       {43, QStringLiteral("org.example.Mail"), QStringLiteral("Mail"), {}, false},
       {44, QStringLiteral("org.example.Chat"), QStringLiteral("Chat"), {}, false}};
-  FakeKeyEventMonitor keyboard;
-  BareModifierKeyMonitor modifierMonitor{keyboard, executor, nullptr, logging};
-  PushToTalk pushToTalk{triggers(), logging};
   TimePoint began{};
   QHash<QUuid, qint64> targetOf;   // by the session of the recording
   std::vector<Duration> recorded;  // of this walk, from one second up
@@ -101,7 +84,7 @@ class Walk {
   bool chance(int percent) { return pick(1, 100) <= percent; }
 
   void clear() {
-    for (const auto& row : f.persistence->fetchTranscripts(-1, HistoryFilter::all))
+    for (const auto& row : f.persistence->fetchTranscripts(-1, 0, {}, HistoryFilter::all))
       f.persistence->deleteTranscript(row);
     for (const auto& session : f.persistence->fetchAllRecordingSessions())
       f.persistence->deleteRecordingSession(session);
@@ -259,7 +242,7 @@ class Walk {
     for (const Duration& length : f.recorded) recorded.insert(length / 1ms);
     std::multiset<qint64> kept;
     int discarded = 0;
-    for (const TranscriptPtr& row : f.persistence->fetchTranscripts(-1, HistoryFilter::all)) {
+    for (const TranscriptPtr& row : f.persistence->fetchTranscripts(-1, 0, {}, HistoryFilter::all)) {
       kept.insert(qRound64(row->duration.value_or(0) * 1000));
       EXPECT_TRUE(QFile::exists(row->audioFilePath.value_or(QString())));
       const QString status = row->status.value_or(QString());
@@ -274,7 +257,7 @@ class Walk {
     // Each text went once, and to where its dictation began.
     QHash<QString, int> times;
     for (const auto& stroke : f.strokes) ++times[stroke.text];
-    for (const TranscriptPtr& row : f.persistence->fetchTranscripts(-1, HistoryFilter::all)) {
+    for (const TranscriptPtr& row : f.persistence->fetchTranscripts(-1, 0, {}, HistoryFilter::all)) {
       const QString text = row->text.value_or(QString());
       if (row->status != QStringLiteral("completed") || text.isEmpty()) continue;
       const int count = times.take(text);

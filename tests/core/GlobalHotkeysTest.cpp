@@ -19,7 +19,8 @@ struct HotkeysFixture : TriggerFixture {
   int miniToggles = 0;
   bool isMainShown = false;
   GlobalHotkeys hotkeys{{executor, shortcuts, &dictation, &state, &settings, [this] { ++miniToggles; },
-                         [this] { return isMainShown = !isMainShown; }},
+                         [this] { return isMainShown = !isMainShown; },
+                         [this] { dictation.calls << "configure"; }},
                         logging};
   void toggle() {
     press(names::toggleRecordingWithTranscription);

@@ -159,11 +159,11 @@ TEST(AppStateObserversTest, TheSectionAndTheFirstRunAreRemembered) {
   EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
   f.state.setHasCompletedOnboarding(true);
   f.state.selectNavigationItem(NavigationItem::history);
-  const AppState next(f.executor, f.defaults, nullptr, nullptr, f.logging);
+  const AppState next(f.dependencies(), f.logging);
   EXPECT_TRUE(next.data().hasCompletedOnboarding);
   EXPECT_EQ(next.data().selectedNavigationItem, NavigationItem::history);
   f.defaults.setValue("lastNavigationItem", "Nowhere");
-  const AppState last(f.executor, f.defaults, nullptr, nullptr, f.logging);
+  const AppState last(f.dependencies(), f.logging);
   EXPECT_EQ(last.data().selectedNavigationItem, NavigationItem::home);
 }
 
@@ -186,7 +186,7 @@ TEST(AppStateObserversTest, ASearchIsLoggedWhenTheTypingRests) {
   for (const char* said : {"inv", "secret"}) EXPECT_FALSE(f.log->publicLines().join('\n').contains(said));
 
   {
-    AppState other(f.executor, f.defaults, nullptr, nullptr, f.logging);
+    AppState other(f.dependencies(), f.logging);
     other.update([](AppStateData& data) { data.historySearchQuery = "left behind"; });
   }
   f.executor.advance(1s);

@@ -1,89 +1,39 @@
 #pragma once
-#include <QDir>
-
-#include "audio/AudioFileConverter.h"
-#include "core/AppState.h"
 #include "core/AudioRecordingManager.h"
-#include "core/ShortcutNames.h"
-#include "core/TranscriptionPipeline.h"
-#include "postprocessing/VocabularyProcessor.h"
-#include "providers/TranscriptionModelManager.h"
-#include "providers/TranscriptionProviderRouter.h"
-#include "recording/AudioDeviceManager.h"
-#include "recording/RecordingLifecycle.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
-#include "support/FakeDesktop.h"
+#include "core/PushToTalk.h"
+#include "core/RecordingFlowFixture.h"
 #include "support/FakeKeyEventMonitor.h"
-#include "support/LocalEngineFixture.h"
+#include "support/RunTask.h"
 #include "triggers/BareModifierKeyMonitor.h"
 
 namespace quillmere {
 
-// The whole recording side over its real classes; the platform and the speech engine are made up.
-struct RecordingManagerFixture : LocalEngineFixture, FakeDesktop {
-  RecordingManagerFixture() {
-    settings.storage().setRecordingsFolder(folder.filePath(QStringLiteral("recordings")));
-    settings.storage().setStoreAsM4A(false);
-    QDir().mkpath(settings.storage().recordingsFolder());
-    store = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, logging));
-    vocabulary = std::make_unique<VocabularyProcessor>(*store, logging);
-    TranscriptionEngines engines;
-    engines.localProvider = provider.get();
-    router = std::make_unique<TranscriptionProviderRouter>(engines, network, &reporting, logging);
-    TranscriptionModelServices modelServices;
-    modelServices.localProvider = provider.get();
-    models = std::make_unique<TranscriptionModelManager>(modelServices, *store, folder.path(), 4, logging);
-    TranscriptionPipelineServices use{executor, clock, *store, defaults, *vocabulary, *router, *models, files};
-    use.localProvider = provider.get();
-    use.appState = &state;
-    pipeline = std::make_unique<TranscriptionPipeline>(std::move(use), logging);
-    devices.list = {FakeAudioDevices::microphone(1, QStringLiteral("built-in"), QStringLiteral("Built-in")),
-                    FakeAudioDevices::microphone(2, QStringLiteral("usb"), QStringLiteral("Desk"))};
-    devices.defaultUid = QStringLiteral("built-in");
-    ModeData data;
-    data.id = QUuid::fromString(QString::fromLatin1(defaultModeId));
-    data.name = QStringLiteral("Default");
-    data.model = QStringLiteral("base");
-    defaultMode = store->saveMode(data);
-    defaultMode->isDefault = true;
-    store->save();
+// The flow with the keys that drive it.
+struct RecordingManagerFixture : RecordingFlowFixture {
+  AudioRecordingManager::Parts parts() {
+    return {executor,  defaults,        settings,   deviceManager,          permission, recorder,
+            lifecycle, modifierMonitor, pushToTalk, accessibilityPermission};
   }
-
-  void makeManager() {
-    const AudioRecordingPorts ports{recorders,     devices,    outputVolume, playback,    authorization,
-                                    powerActivity, fileEvents, workspace,    pasteboard,  keySynthesizer,
-                                    accessibility, keyboard,   shortcuts,    processLocks};
-    AudioRecordingServices use{executor,  clock,   defaults,      settings, *store,  state,
-                               *pipeline, samples, fileConverter, vad,      network, folders};
+  PushToTalk::Services triggers() {
+    PushToTalk::Services use{executor, *flow, modifierMonitor};
+    use.shortcuts = &shortcuts;
+    use.settings = &settings;
+    use.appState = &appState;
     use.errorReporting = &reporting;
-    manager = std::make_unique<AudioRecordingManager>(ports, use, AudioRecordingHooks(), logging);
+    use.isTrustedForAccessibility = [this] { return accessibilityPermission.isTrusted(); };
+    use.watchForAccessibility = [this] { accessibilityPermission.startPolling(); };
+    return use;
   }
   void configure() {
-    makeManager();
     runTask(executor, manager->configure());
-    executor.runReady();
-  }
-  bool isRecording() const { return manager->isRecordingNow(); }
-  void toggle(RecordingTriggerSource trigger = RecordingTriggerSource::uiButton) {
-    manager->toggleRecording(std::nullopt, false, trigger);
     executor.runReady();
   }
   int said(const QString& line) const { return int(log->lines().count(line)); }
 
-  StandardFolders folders{folder.filePath("data"), folder.filePath("Documents"), folder.filePath("Downloads"),
-                          folder.filePath("tmp")};
-  SettingsManager settings{defaults, folders, logging};
-  AppState state{executor, defaults, &settings, &notices, logging};
-  AudioFileConverter fileConverter{samples, encoder, files, logging};
   FakeKeyEventMonitor keyboard;
-  std::unique_ptr<PersistenceController> store;
-  std::unique_ptr<VocabularyProcessor> vocabulary;
-  std::unique_ptr<TranscriptionProviderRouter> router;
-  std::unique_ptr<TranscriptionModelManager> models;
-  std::unique_ptr<TranscriptionPipeline> pipeline;
-  ModePtr defaultMode;
-  std::unique_ptr<AudioRecordingManager> manager;
+  BareModifierKeyMonitor modifierMonitor{keyboard, executor, nullptr, logging};
+  PushToTalk pushToTalk{triggers(), logging};
+  std::unique_ptr<AudioRecordingManager> manager = std::make_unique<AudioRecordingManager>(parts(), logging);
 };
 
 }  // namespace quillmere

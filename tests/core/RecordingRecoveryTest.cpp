@@ -37,7 +37,9 @@ struct KilledProcess : RecordingFlowFixture {
   // The rows of the history after the next launch, and after the one behind it.
   std::pair<size_t, size_t> recover() {
     const auto next = std::move(*PersistenceController::open(storeAt, clock, logging));
-    CrashRecoveryManager manager({*next, converter, samples, clock, folders}, logging);
+    FakeProcessLocks nextLocks;  // those of the dead are free
+    RecordingSessionManager nextSessions(*next, clock, nextLocks, logging);
+    CrashRecoveryManager manager({*next, nextSessions, nextLocks, converter, samples, clock, folders}, logging);
     ManualExecutor nextExecutor;
     runTask(nextExecutor, manager.recoverOrphanedRecordings());
     const size_t first = next->fetchTranscripts(-1).size();
@@ -87,9 +89,7 @@ const KilledDictation dictations[] = {
        f.record();
        f.flow->cancelFromShortcut();
      },
-     [](KilledProcess& f) -> size_t {
-       return f.breadcrumbs(QStringLiteral("Recording stop requested")).empty() ? 1 : 0;
-     }},
+     noneOnceStopped},  // its row is no part of the history
     {"TooShort",
      [](KilledProcess& f) {
        f.record(900ms);
@@ -106,13 +106,6 @@ const KilledDictation dictations[] = {
        const auto sessions = f.persistence->fetchAllRecordingSessions();
        return sessions.empty() || sessions[0]->endTime ? 0 : 1;
      }},
-    {"ModeIsGone",
-     [](KilledProcess& f) {
-       f.appState.update([](AppStateData& data) { data.selectedModeId = QUuid::createUuid().toString(); });
-       f.press();
-       while (!f.lifecycle.isRecording().get()) f.step();
-     },
-     noneOnceStopped},
     {"Interrupted",
      [](KilledProcess& f) {
        f.record();

@@ -22,11 +22,17 @@ class ScriptedTranscriber final : public Transcriber {
     const Result<QString, AnyError> told = answer;
     const Duration decoding = takes;
     const std::optional<Duration> rewriting = rewriteTakes;
+    const Executor& executor = co_await currentExecutor();
+    TranscriptionResult result;
+    bool isRewritten = false;
     try {
       auto pass = co_await gate_.enter();
+      result.timings.decodingBegan = executor.now();
       co_await sleepFor(decoding);
+      result.timings.decoding = decoding;
       pass = {};
-      if (rewriting) {
+      if (rewriting && told && !told->isEmpty()) {
+        isRewritten = true;
         if (request.onRewriting) request.onRewriting();
         co_await sleepFor(*rewriting);
       }
@@ -35,13 +41,12 @@ class ScriptedTranscriber final : public Transcriber {
       throw;
     }
     if (!told) co_return Failed{told.error()};
-    TranscriptionResult result;
     result.rawText = *told;
-    result.text = rewriting ? QStringLiteral("Rewritten: ") + *told : *told;
+    result.text = isRewritten ? QStringLiteral("Rewritten: ") + *told : *told;
     result.provider = QStringLiteral("Scripted");
     result.mode = request.mode;
-    result.wasPostProcessed = rewriting.has_value();
-    if (rewriting) result.postProcessingProvider = QStringLiteral("groq");
+    result.wasPostProcessed = isRewritten;
+    if (isRewritten) result.postProcessingProvider = QStringLiteral("groq");
     co_return result;
   }
 

@@ -60,6 +60,7 @@ struct TriggerFixture {
       {executor, defaults, settings, *store, network, notices, [this](const QString& name) { modeToasts << name; }},
       logging};
 
+  AppState::Dependencies dependencies() { return {executor, defaults, settings, *store, network, notices}; }
   void setHeld(bool isHeld) {
     state.update([isHeld](AppStateData& data) { data.isToggleRecordingShortcutHeld = isHeld; });
   }

@@ -56,8 +56,7 @@ Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wis
     if (auto byName = services.persistence->fetchModeByName(transcript->mode.value_or(QString()))) before = *byName;
   const auto mode = chooseMode(context, wishes, before);
   if (!mode) co_return fail(context, mode.error());
-  auto checking = whyModeCannotRun(services, *mode);
-  if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
+  if (const auto problem = whyModeCannotRun(services, **mode)) co_return fail(context, *problem);
   const TranscriptPtr row = rowForRetry(services.persistence->transcripts(), transcript);
   const auto result = co_await services.retryHandler->retry(row, *mode);
   if (!result) co_return fail(context, {localizedDescription(result.error()), exitCodeFor(result.error())});

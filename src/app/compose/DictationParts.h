@@ -20,10 +20,13 @@
 
 namespace quillmere {
 
+class AccessibilityPermission;
 class ApplicationContextGatherer;
 class AudioSessionManager;
 class ElectronAppDetector;
 class FileWatcher;
+class RecordingEnvironment;
+class RecordingFinisher;
 class SelectedTextReader;
 class SelectedTextService;
 struct Services;
@@ -49,13 +52,15 @@ struct DictationParts {
   std::unique_ptr<RecordingSessionManager> sessions;
   std::unique_ptr<SimpleRecorder> recorder;
   std::unique_ptr<AudioSessionManager> audioSession;
+  std::unique_ptr<RecordingEnvironment> environment;
+  std::unique_ptr<RecordingFinisher> finisher;
   std::unique_ptr<RecordingLifecycle> lifecycle;
   std::unique_ptr<FileWatcher> fileWatcher;
   std::unique_ptr<PowerActivityManager> power;
   std::unique_ptr<CrashRecoveryManager> recovery;
   std::unique_ptr<BareModifierKeyMonitor> modifierMonitor;
   std::unique_ptr<ElectronAppDetector> electronDetector;
-  std::unique_ptr<AccessibilityHelper> accessibilityHelper;
+  std::unique_ptr<AccessibilityPermission> accessibilityPermission;
   std::unique_ptr<AutoPasteHandler> autoPaste;
   std::unique_ptr<ApplicationContextGatherer> contextGatherer;
   std::unique_ptr<SelectedTextReader> selectedTextReader;

@@ -1,6 +1,7 @@
 #include "app/compose/SoundPorts.h"
 
 #include "app/composition.h"
+#include "platform/linux/FileLocks.h"
 #include "platform/linux/InotifyFileEvents.h"
 #include "platform/pulse/PulseAudioDevices.h"
 #include "platform/pulse/PulseAudioRecorderFactory.h"
@@ -29,6 +30,7 @@ std::unique_ptr<SoundPorts> makeSoundPorts(Services& base) {
   s.mediaPlayback = std::make_unique<MprisMediaPlayback>(*s.sessionBus);
   s.powerActivity = std::make_unique<SessionPowerActivity>(*s.systemBus, *s.sessionBus);
   s.fileEvents = std::make_unique<InotifyFileEvents>();
+  s.processLocks = std::make_unique<FileLocks>(base.paths.dataFolder + QStringLiteral("/locks"));
   return ports;
 }
 

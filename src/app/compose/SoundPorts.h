@@ -10,6 +10,7 @@
 #include "ports/MicrophoneAuthorization.h"
 #include "ports/OutputVolume.h"
 #include "ports/PowerActivity.h"
+#include "ports/ProcessLocks.h"
 
 namespace quillmere {
 
@@ -31,6 +32,7 @@ struct SoundPorts {
   std::unique_ptr<MediaPlayback> mediaPlayback;
   std::unique_ptr<PowerActivity> powerActivity;
   std::unique_ptr<FileEvents> fileEvents;
+  std::unique_ptr<ProcessLocks> processLocks;
 };
 
 // `base` outlives the result. Returns at once; the connections come up by themselves.
