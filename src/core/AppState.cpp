@@ -109,7 +109,7 @@ void AppState::searchQueryChanged(const QString& query) {
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {
-  assertCurrent(executor_);
+  assertCurrent(use_.executor);
   change(latest_);
   data_.set(latest_);
 }

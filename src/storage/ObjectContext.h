@@ -108,6 +108,7 @@ class ObjectContext {
   // Gives what is to be done after the commit.
   std::function<void()> flush();
 
+  OwnThread thread_;
   std::unique_ptr<SQLite::Database> database_;
   std::unordered_map<std::string, std::unique_ptr<SQLite::Statement>> statements_;
   ObjectRegistry registry_;

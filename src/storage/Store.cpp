@@ -46,7 +46,7 @@ void Store::report(const QString& text, const PlatformError& error) {
   services_.reporting->captureError(error, options);
 }
 
-void Store::reportFetchFailure(const char* logFormat, const QString& reportText, const PlatformError& error) {
+void Store::reportFetchFailure(LogFormat<QString> logFormat, const QString& reportText, const PlatformError& error) {
   log().error(logFormat, error.description);
   report(reportText, error);
 }

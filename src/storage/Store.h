@@ -70,9 +70,9 @@ class Store {
   const Clock& clock() const { return services_.clock; }
   const Logger& log() const { return services_.log; }
   void report(const QString& text, const PlatformError& error);
-  void reportFetchFailure(const char* logFormat, const QString& reportText, const PlatformError& error);
+  void reportFetchFailure(LogFormat<QString> logFormat, const QString& reportText, const PlatformError& error);
   template <typename T>
-  std::vector<T> valueOrReport(Result<std::vector<T>, PlatformError> result, const char* logFormat,
+  std::vector<T> valueOrReport(Result<std::vector<T>, PlatformError> result, LogFormat<QString> logFormat,
                                const char* reportText) {
     if (result) return std::move(result).value();
     reportFetchFailure(logFormat, reportText, result.error());

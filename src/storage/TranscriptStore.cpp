@@ -96,7 +96,7 @@ QStringList TranscriptStore::audioFilesOnlyOf(const std::vector<TranscriptPtr>& 
   return files;
 }
 
-void TranscriptStore::removeAudioFile(const QString& path, const char* deleted, const char* failed) {
+void TranscriptStore::removeAudioFile(const QString& path, LogFormat<QString> deleted, LogFormat<QString> failed) {
   if (!QFileInfo(path).isFile()) return;
   if (QFile::remove(path))
     store_.log().info(deleted, path);

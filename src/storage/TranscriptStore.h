@@ -76,7 +76,7 @@ class TranscriptStore {
   void writeOwners();
   bool isAbandoned(const Transcript& row, const IsProcessAlive& isProcessAlive, const QDateTime& unknownSince) const;
   bool isAudioOfAnother(const QString& path, const std::vector<TranscriptPtr>& transcripts);
-  void removeAudioFile(const QString& path, const char* deleted, const char* failed);
+  void removeAudioFile(const QString& path, LogFormat<QString> deleted, LogFormat<QString> failed);
   std::vector<TranscriptPtr> fetchRows(const std::string& condition, const auto&... values);
 
   Store& store_;
