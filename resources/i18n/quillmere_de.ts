@@ -22,6 +22,7 @@
 <message id="transcription.error.quotaExceeded.detail"><translation>Das Kontingent Ihres Kontos bei %1 ist aufgebraucht: %2</translation></message>
 <message id="transcription.error.timeout"><translation>Der Vorgang hat zu lange gedauert: %1</translation></message>
 <message id="transcription.error.modelNotDownloaded"><translation>Das Sprachmodell ist noch nicht heruntergeladen.</translation></message>
+<message id="transcription.error.modelNotDownloaded.model"><translation>Das Sprachmodell „%1“ ist noch nicht heruntergeladen.</translation></message>
 <message id="transcription.error.modelProtected"><translation>Das Sprachmodell lässt sich nicht öffnen. Vielleicht ist es beschädigt oder geschützt; bitte laden Sie es erneut herunter.</translation></message>
 <message id="transcription.error.audioFileNotFound"><translation>Die Audiodatei wurde nicht gefunden.</translation></message>
 <message id="transcription.error.maxRetriesExceeded"><translation>Alle Versuche sind fehlgeschlagen. Bitte versuchen Sie es später noch einmal.</translation></message>
@@ -484,6 +485,7 @@
 <message id="cli.dictate.noDisplay"><translation>Zum Eintippen braucht es eine Anzeige: in einer grafischen Sitzung starten oder --type weglassen.</translation></message>
 <message id="cli.dictate.notTyped"><translation>Der Text ließ sich in kein Feld setzen. Hier ist er:</translation></message>
 <message id="cli.dictate.nothing"><translation>Es wurde nichts aufgenommen.</translation></message>
+<message id="cli.dictate.nothingHeard"><translation>Es war nichts zu hören.</translation></message>
 <message id="cli.timings.recorder"><translation>Auslöser bis Aufnahme</translation></message>
 <message id="cli.timings.firstSample"><translation>Auslöser bis erster Messwert</translation></message>
 <message id="cli.timings.file"><translation>Stopp bis Datei</translation></message>
@@ -639,6 +641,7 @@
 <!-- The desktop windows end -->
 <!-- Recording -->
 <message id="recording.error.closedBeforeTranscription"><translation>Quillmere wurde beendet, bevor diese Aufnahme umgewandelt war.</translation></message>
+<message id="transcript.failed.cancelled"><translation>Die Umwandlung in Text wurde abgebrochen.</translation></message>
 <message id="recording.error.documentsAccess"><translation>Quillmere kann nicht in den Aufnahmeordner schreiben. Bitte wählen Sie in den Einstellungen einen anderen.</translation></message>
 <message id="recording.error.modeMissing"><translation>Den gewählten Modus gibt es nicht mehr. Bitte wählen Sie einen anderen.</translation></message>
 <message id="recording.error.startCancelled"><translation>Die Aufnahme wurde nicht begonnen.</translation></message>

@@ -22,6 +22,7 @@
 <message id="transcription.error.quotaExceeded.detail"><translation>The quota of your %1 account is used up: %2</translation></message>
 <message id="transcription.error.timeout"><translation>The operation took too long: %1</translation></message>
 <message id="transcription.error.modelNotDownloaded"><translation>The speech model is not downloaded yet.</translation></message>
+<message id="transcription.error.modelNotDownloaded.model"><translation>The speech model “%1” is not downloaded yet.</translation></message>
 <message id="transcription.error.modelProtected"><translation>The speech model cannot be opened. It may be damaged or protected; please download it again.</translation></message>
 <message id="transcription.error.audioFileNotFound"><translation>The audio file was not found.</translation></message>
 <message id="transcription.error.maxRetriesExceeded"><translation>All attempts have failed. Please try again later.</translation></message>
@@ -484,6 +485,7 @@
 <message id="cli.dictate.noDisplay"><translation>Typing needs a display: start this in a graphical session, or leave out --type.</translation></message>
 <message id="cli.dictate.notTyped"><translation>The text could not be put into a field. Here it is:</translation></message>
 <message id="cli.dictate.nothing"><translation>Nothing was recorded.</translation></message>
+<message id="cli.dictate.nothingHeard"><translation>Nothing was heard.</translation></message>
 <message id="cli.timings.recorder"><translation>trigger to recorder</translation></message>
 <message id="cli.timings.firstSample"><translation>trigger to first sample</translation></message>
 <message id="cli.timings.file"><translation>stop to file</translation></message>
@@ -639,6 +641,7 @@
 <!-- The desktop windows end -->
 <!-- Recording -->
 <message id="recording.error.closedBeforeTranscription"><translation>Quillmere was closed before this recording was transcribed.</translation></message>
+<message id="transcript.failed.cancelled"><translation>The transcription was cancelled.</translation></message>
 <message id="recording.error.documentsAccess"><translation>Quillmere cannot write to the recordings folder. Please choose another one in the settings.</translation></message>
 <message id="recording.error.modeMissing"><translation>The selected mode no longer exists. Please choose another one.</translation></message>
 <message id="recording.error.startCancelled"><translation>The recording was not started.</translation></message>

@@ -85,25 +85,22 @@ void buildPipeline(Services& s, const ServiceOptions& options) {
   modelServices.localProvider = s.localProvider.get();
   modelServices.notices = options.notices;
   modelServices.errorReporting = s.appLogger.get();
-  s.modelCoordinator = std::make_unique<TranscriptionModelManager>(modelServices, *s.persistence, s.paths.modelsFolder,
-                                                                   processors, s.logging);
-  s.appState = std::make_unique<AppState>(*s.executor, *s.defaults, s.settings.get(), options.notices, s.logging);
-  s.retryHandler = std::make_unique<TranscriptionRetryController>(*s.persistence, s.settings.get(),
-                                                                  s.vadProcessingService.get(), *s.clock, s.logging);
+  s.modelCoordinator =
+      std::make_unique<TranscriptionModelManager>(modelServices, *s.persistence, processors, s.logging);
+  s.modelPreparation = std::make_unique<ModelPreparation>(*s.executor, *s.persistence, *s.modelCoordinator, s.logging);
   TranscriptionPipelineServices services{
-      *s.executor,         *s.clock,      *s.persistence, *s.defaults, *s.vocabularyProcessor, *s.router,
+      *s.executor,         *s.clock,      *s.persistence, *s.settings, *s.vocabularyProcessor, *s.router,
       *s.modelCoordinator, *s.fileWorkers};
-  services.localProvider = s.localProvider.get();
-  services.settingsManager = s.settings.get();
-  services.appState = s.appState.get();
   services.errorReporting = s.appLogger.get();
   s.pipeline = std::make_unique<TranscriptionPipeline>(std::move(services), s.logging);
-  s.retryHandler->setTranscriber(s.pipeline.get());
+  s.road = std::make_unique<PipelineTranscriptRoad>(
+      PipelineTranscriptRoad::Services{*s.clock, *s.persistence, *s.settings, *s.vadProcessingService, *s.pipeline},
+      s.logging);
+  s.retryHandler = std::make_unique<TranscriptionRetryController>(*s.persistence, *s.road, s.logging);
+  s.appState = std::make_unique<AppState>(*s.executor, *s.defaults, s.settings.get(), options.notices, s.logging);
 
-  FileTranscriptionFlow::Dependencies flow{*s.executor,    *s.clock,    *s.fileWorkers,
-                                           *s.persistence, *s.settings, *s.audioFileConverter};
-  flow.transcriptionPipeline = s.pipeline.get();
-  flow.vadProcessingService = s.vadProcessingService.get();
+  FileTranscriptionFlow::Dependencies flow{*s.executor,           *s.clock, *s.fileWorkers, *s.persistence, *s.settings,
+                                           *s.audioFileConverter, *s.road};
   flow.completionLinger = options.completionLinger;
   s.fileFlow = std::make_unique<FileTranscriptionFlow>(flow, s.logging);
 }
@@ -129,11 +126,12 @@ Result<std::unique_ptr<Services>, PlatformError> makeServices(const ServiceOptio
   s.voiceActivityModel = std::make_unique<WhisperVoiceActivityModel>(VADModelManager::sha256(), s.logging);
   s.downloader = std::make_unique<QtHttpDownloader>();
   s.audioWorkers = std::make_unique<WorkerPool>(1, QStringLiteral("audio.conversion"));
+  s.encodeWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("audio.encoding"));
   s.fileWorkers = std::make_unique<WorkerPool>(2, QStringLiteral("files"));
   s.settings = std::make_unique<SettingsManager>(*s.defaults, s.paths.standard, s.logging, s.appLogger.get());
   s.audioConverter = std::make_unique<AudioConverter>(*s.mediaReaders, *s.resamplers, *s.audioWorkers, s.logging);
   s.audioFileConverter =
-      std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.audioWorkers, s.logging);
+      std::make_unique<AudioFileConverter>(*s.mediaReaders, *s.mediaEncoder, *s.encodeWorkers, s.logging);
   buildSilenceTrimming(s);
   buildModels(s);
   if (!options.opensStore) return services;

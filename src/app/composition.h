@@ -15,7 +15,6 @@
 #include "base/async/WorkerPool.h"
 #include "base/log/Logger.h"
 #include "core/AppState.h"
-#include "core/TranscriptionPipeline.h"
 #include "diagnostics/AppLogger.h"
 #include "files/FileTranscriptionFlow.h"
 #include "models/ModelImporter.h"
@@ -35,10 +34,13 @@
 #include "providers/LibWhisperProvider.h"
 #include "providers/TranscriptionModelManager.h"
 #include "providers/TranscriptionProviderRouter.h"
-#include "providers/TranscriptionRetryController.h"
 #include "providers/UserNotices.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/ModelPreparation.h"
+#include "transcripts/PipelineTranscriptRoad.h"
+#include "transcripts/TranscriptionPipeline.h"
+#include "transcripts/TranscriptionRetryController.h"
 
 namespace quillmere {
 
@@ -72,7 +74,8 @@ struct Services {
   std::unique_ptr<SpeechEngine> speechEngine;
   std::unique_ptr<VoiceActivityModel> voiceActivityModel;  // loaded by the first recording that needs it
   std::unique_ptr<HttpDownloader> downloader;
-  std::unique_ptr<WorkerPool> audioWorkers;  // "audio.conversion"
+  std::unique_ptr<WorkerPool> audioWorkers;   // "audio.conversion": what a decode waits for
+  std::unique_ptr<WorkerPool> encodeWorkers;  // "audio.encoding": what nothing waits for
   std::unique_ptr<WorkerPool> fileWorkers;
   std::unique_ptr<SettingsManager> settings;
   std::unique_ptr<AudioConverter> audioConverter;
@@ -88,9 +91,11 @@ struct Services {
   std::unique_ptr<LibWhisperProvider> localProvider;
   std::unique_ptr<TranscriptionProviderRouter> router;
   std::unique_ptr<TranscriptionModelManager> modelCoordinator;
-  std::unique_ptr<AppState> appState;
-  std::unique_ptr<TranscriptionRetryController> retryHandler;
+  std::unique_ptr<ModelPreparation> modelPreparation;
   std::unique_ptr<TranscriptionPipeline> pipeline;
+  std::unique_ptr<TranscriptRoad> road;
+  std::unique_ptr<TranscriptionRetryController> retryHandler;
+  std::unique_ptr<AppState> appState;
   std::unique_ptr<FileTranscriptionFlow> fileFlow;
 };
 

@@ -29,9 +29,10 @@ struct VADProcessingResult {
 class VADProcessing {
  public:
   virtual ~VADProcessing() = default;
-  // isEnabled is the user's setting; a logPrefix that isn't empty goes before log lines in brackets.
+  // isEnabled is the user's setting; a logPrefix that isn't empty goes before log lines in brackets. A trimmed WAV of
+  // 25 MiB or more becomes M4A with `compressesLarge`. What is left beside the original is named in the result.
   virtual Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
-                                            QString logPrefix) = 0;
+                                            QString logPrefix, bool compressesLarge) = 0;
 };
 
 }  // namespace quillmere

@@ -86,7 +86,7 @@ VADProcessingService::VADProcessingService(Dependencies dependencies, const Logg
     : use_(dependencies), logging_(logging), logger_(logging.logger(QStringLiteral("VADProcessingService"))) {}
 
 Task<VADProcessingResult> VADProcessingService::process(QString audioPath, double durationSeconds, bool isEnabled,
-                                                        QString logPrefix) {
+                                                        QString logPrefix, bool compressesLarge) {
   const QString tag = tagOf(logPrefix);
   const QString extension = QFileInfo(audioPath).suffix().toLower();
   if (!isEnabled) co_return unchanged(audioPath, false);
@@ -114,7 +114,10 @@ Task<VADProcessingResult> VADProcessingService::process(QString audioPath, doubl
     report(QStringLiteral("VAD silence trimming failed"), data);
     co_return unchanged(audioPath, true);
   }
-  if (!isAccepted(*trimmed, tag, logPrefix)) co_return unchanged(audioPath, true);
+  if (!isAccepted(*trimmed, tag, logPrefix)) {
+    QFile::remove(trimmed->outputPath);
+    co_return unchanged(audioPath, true);
+  }
 
   VADProcessingResult result = unchanged(audioPath, true);
   result.trimResult = *trimmed;
@@ -123,6 +126,7 @@ Task<VADProcessingResult> VADProcessingService::process(QString audioPath, doubl
     logger_.info("🎵 %{public}sSkipping M4A conversion - original was compressed format (.%{public}s)", tag, extension);
     co_return result;
   }
+  if (!compressesLarge) co_return result;
   try {
     auto converting = convertTrimmedFile(trimmed->outputPath, logPrefix);
     result.finalAudioPath = co_await std::move(converting);

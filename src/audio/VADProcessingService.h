@@ -29,8 +29,8 @@ class VADProcessingService final : public VADProcessing {
 
   VADProcessingService(Dependencies dependencies, const Logging& logging);
 
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
-                                    QString logPrefix) override;
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString logPrefix,
+                                    bool compressesLarge) override;
   // The file to use in place of a trimmed one: an M4A beside it when it is a WAV of at least 25 MiB, else itself.
   Task<QString> convertTrimmedFile(QString trimmedPath, QString logPrefix);
   // Whether the file holds an audio track with a usable format.

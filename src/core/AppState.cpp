@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "base/text/LocalizedText.h"
-#include "core/TranscriptionPipeline.h"
 #include "domain/ModeTypes.h"
 #include "ports/DefaultsStore.h"
 #include "ports/NetworkStatus.h"
@@ -88,20 +87,12 @@ AppState::AppState(Executor& executor, DefaultsStore& defaults, SettingsManager*
   data_.set(latest_);
   subscriptions_.push_back(observe([this](const AppStateData& data) { logRecordingState(data.recordingState); }));
   subscriptions_.push_back(observe([this](const AppStateData& data) { searchQueryChanged(data.historySearchQuery); }));
-  subscriptions_.push_back(observe([this, last = latest_.selectedModeId](const AppStateData& data) mutable {
-    if (std::exchange(last, data.selectedModeId) != data.selectedModeId) prepareModel(data.selectedModeId);
-  }));
   if (const auto stored = fromRawValue<NavigationItem>(defaults_.value(navigationKey()).toString()))
     update([&](AppStateData& data) { data.selectedNavigationItem = *stored; });
 }
 
 AppState::~AppState() {
   executor_.cancelTimer(searchTimer_);
-}
-
-void AppState::setTranscriptionPipeline(TranscriptionPipeline* pipeline) {
-  preparation_.reset();
-  pipeline_ = pipeline;
 }
 
 void AppState::logRecordingState(const RecordingState& state) {
@@ -122,17 +113,6 @@ void AppState::searchQueryChanged(const QString& query) {
   // Words that are looked for were said once: they stay private too.
   searchTimer_ =
       executor_.startTimer(searchQuietTime, [this] { logger_.info("Searching history for: %s", searchQuery_); });
-}
-
-void AppState::prepareModel(const QString& modeId) {
-  if (pipeline_ == nullptr || persistence_ == nullptr || preparedModeId_ == modeId) return;
-  preparedModeId_ = modeId;
-  const ModePtr mode = persistence_->fetchMode(modeId);
-  if (!mode) return;
-  logger_.info("Mode changed: %{public}s → model: %{public}s. Preparing model…", nameOf(*mode),
-               mode->model.value_or(QStringLiteral("base")));
-  preparation_ = std::make_unique<TaskScope>(executor_);
-  preparation_->spawn(pipeline_->prepareModel(mode));
 }
 
 void AppState::update(const std::function<void(AppStateData&)>& change) {
@@ -194,8 +174,6 @@ void AppState::restoreMode(const Mode& mode) {
     data.selectedModeId = id;
     data.selectedModeName = nameOf(mode);
   });
-  // The very first selection counts as a change, even where it is the mode that stands there from the beginning.
-  prepareModel(id);
 }
 
 void AppState::selectMode(const Mode& mode, bool persist) {

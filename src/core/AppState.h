@@ -8,7 +8,6 @@
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
-#include "base/async/TaskScope.h"
 #include "base/log/Logger.h"
 #include "core/AppStateData.h"
 #include "domain/Entities.h"
@@ -20,7 +19,6 @@ class DefaultsStore;
 class NetworkStatus;
 class PersistenceController;
 class SettingsManager;
-class TranscriptionPipeline;
 class UserNotices;
 
 // The one observable state of the application. Made and used on the main thread, showError() apart. Observers see every
@@ -34,8 +32,6 @@ class AppState {
 
   // What is made later, or not at all. Each may be null and has to be taken away before it goes.
   void setSettingsManager(SettingsManager* settings) { settings_ = settings; }
-  // With a pipeline and a store, selecting a mode prepares its model.
-  void setTranscriptionPipeline(TranscriptionPipeline* pipeline);
   void setPersistenceController(PersistenceController* persistence) { persistence_ = persistence; }
   void setNetworkStatus(const NetworkStatus* network) { network_ = network; }
   // Shows the name of the mode that cycleToNextMode() chose.
@@ -74,7 +70,6 @@ class AppState {
   void showErrorNow(const QString& message, bool isCritical);
   void logRecordingState(const RecordingState& state);
   void searchQueryChanged(const QString& query);
-  void prepareModel(const QString& modeId);
 
   Executor& executor_;
   DefaultsStore& defaults_;
@@ -85,16 +80,13 @@ class AppState {
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   AppStateData latest_;  // with the changes that observers haven't been told of yet
   Published<AppStateData> data_;
-  TranscriptionPipeline* pipeline_ = nullptr;
   PersistenceController* persistence_ = nullptr;
   const NetworkStatus* network_ = nullptr;
   std::function<void(const QString&)> showModeChangeToast_;
   RecordingState loggedState_;
   QString searchQuery_;
   Executor::TimerId searchTimer_ = 0;
-  std::optional<QString> preparedModeId_;
   std::vector<Subscription> subscriptions_;
-  std::unique_ptr<TaskScope> preparation_;  // of the newest mode's model; last: its task uses the fields above
 };
 
 }  // namespace quillmere

@@ -10,6 +10,7 @@
 #include "recording/MusicBlocker.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/ModelPreparation.h"
 
 namespace quillmere {
 namespace {
@@ -26,7 +27,6 @@ ApplicationLaunch::ApplicationLaunch(Services services, const Logging& logging)
 
 ApplicationLaunch::~ApplicationLaunch() {
   for (const auto timer : timers_) services_.executor.cancelTimer(timer);
-  services_.appState.setTranscriptionPipeline(nullptr);
 }
 
 void ApplicationLaunch::start() {
@@ -54,10 +54,11 @@ Task<void> ApplicationLaunch::run() {
   if (services_.windows.onReady) services_.windows.onReady(services_.executor.now() - startTime_);
 }
 
-// Selecting the mode begins to load its model.
 Task<void> ApplicationLaunch::bootstrapModels() {
   co_await throwIfCancelled();
   loadSavedMode(services_.settings, services_.persistence, services_.appState, logger_);
+  // The mode that stands in the state from the beginning is no change of it.
+  services_.modelPreparation.modeSelected(services_.appState.data().selectedModeId);
   didBootstrapModels_.set(true);
 }
 
@@ -65,7 +66,12 @@ void ApplicationLaunch::wire() {
   services_.appState.setSettingsManager(&services_.settings);
   services_.appState.setPersistenceController(&services_.persistence);
   services_.appState.setNetworkStatus(&services_.network);
-  services_.appState.setTranscriptionPipeline(&services_.pipeline);
+  // Selecting a mode begins to load its model.
+  const auto tell = [this, last = services_.appState.data().selectedModeId](const AppStateData& data) mutable {
+    if (std::exchange(last, data.selectedModeId) != data.selectedModeId)
+      services_.modelPreparation.modeSelected(data.selectedModeId);
+  };
+  modeChanges_ = services_.appState.observe(tell);
 }
 
 void ApplicationLaunch::followSettings() {

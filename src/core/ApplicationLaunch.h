@@ -17,13 +17,13 @@ class NetworkStatus;
 class PersistenceController;
 class SettingsManager;
 class ShortcutStore;
-class TranscriptionPipeline;
+class ModelPreparation;
 
 // What the launch does to the windows. Each may be empty.
 struct LaunchWindows {
-  std::function<void()> onOrderOutWindow;                   // 0.1 s after the launch, for a start without the window
-  std::function<void()> onShowOnboarding;                   // 0.5 s after the launch of an application not set up yet
-  std::function<void(Duration sinceStart)> onReady;         // the shortcuts work
+  std::function<void()> onOrderOutWindow;            // 0.1 s after the launch, for a start without the window
+  std::function<void()> onShowOnboarding;            // 0.5 s after the launch of an application not set up yet
+  std::function<void(Duration sinceStart)> onReady;  // the shortcuts work
 };
 
 // The one pass through the start of the desktop application, over objects that are already built. No step can stop the
@@ -35,7 +35,7 @@ class ApplicationLaunch {
     Executor& executor;
     AppState& appState;
     AudioRecordingManager& audioManager;
-    TranscriptionPipeline& pipeline;
+    ModelPreparation& modelPreparation;
     SettingsManager& settings;
     PersistenceController& persistence;
     const NetworkStatus& network;
@@ -71,6 +71,7 @@ class ApplicationLaunch {
   Published<bool> isReady_;
   std::vector<Executor::TimerId> timers_;
   Subscription settingsChanges_;
+  Subscription modeChanges_;
   TaskScope scope_;  // last: its tasks use the fields above
 };
 

@@ -11,7 +11,6 @@
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "core/TranscriptionPipeline.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "ports/DefaultsStore.h"
@@ -25,6 +24,7 @@
 #include "recording/RecordingSessionManager.h"
 #include "recording/SimpleRecorder.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/TranscriptionPipeline.h"
 #include "triggers/BareModifierKeyMonitor.h"
 
 namespace quillmere {

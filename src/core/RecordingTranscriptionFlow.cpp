@@ -4,16 +4,15 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "core/ShortcutNames.h"
-#include "core/TranscriptOutcome.h"
 #include "delivery/AccessibilityHelper.h"
 #include "ports/ErrorReporting.h"
 #include "ports/GlobalShortcuts.h"
-#include "providers/Transcriber.h"
 #include "recording/PowerActivityManager.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 namespace {
@@ -115,7 +114,7 @@ void RecordingTranscriptionFlow::cancelFromShortcut() {
   if (state.recordingState.is<RecordingState::Transcribing>() ||
       state.recordingState.is<RecordingState::PostProcessing>()) {
     logger_.info("❌ Cancelled transcription/processing via shortcut");
-    if (use_.transcriptionPipeline != nullptr) use_.transcriptionPipeline->cancelTranscription();
+    transcription_.cancel();
     if (toggleTask_) toggleTask_->cancel.cancel();
     updateState([](AppStateData& data) {
       data.lastTranscription.clear();
@@ -187,7 +186,7 @@ Task<void> RecordingTranscriptionFlow::finishEverything() {
     co_await std::move(waiting);
   }
   const auto unfinished = unfinished_;
-  if (!unfinished.empty() && use_.transcriptionPipeline != nullptr) use_.transcriptionPipeline->cancelTranscription();
+  transcription_.cancel();
   for (const TranscriptPtr& transcript : unfinished) keepAsClosed(transcript);
   use_.powerActivityManager.end();
 }

@@ -22,6 +22,7 @@
 #include "domain/TranscriptionResult.h"
 #include "ports/AudioRecorder.h"
 #include "ports/CrashReporter.h"
+#include "transcripts/Transcriber.h"
 
 namespace quillmere {
 
@@ -174,6 +175,7 @@ class RecordingTranscriptionFlow final {
   void keepFailedTranscript(const TranscriptPtr& transcript, const QString& reason, const QString& text);
   Task<void> retry();
   void publishTimings(Dictation& dictation);
+  Task<std::optional<Result<TranscriptionResult, AnyError>>> ask(TranscriptionRequest request);
 
   RecordingTranscriptionFlowServices use_;
   Logger logger_;
@@ -186,8 +188,9 @@ class RecordingTranscriptionFlow final {
   std::optional<QString> capturedSelectedText_;
   Started started_;  // of the newest recording, until its stop takes it
   Published<std::optional<DictationTimings>> lastTimings_;
-  std::vector<TranscriptPtr> unfinished_;  // rows whose transcription is under way
-  int stopsUnderWay_ = 0;                  // stops whose audio has no transcript yet
+  std::vector<TranscriptPtr> unfinished_;                            // rows whose transcription is under way
+  TaskHandle<Result<TranscriptionResult, AnyError>> transcription_;  // the newest
+  int stopsUnderWay_ = 0;                                            // stops whose audio has no transcript yet
   std::vector<Completion<>> noStopsLeft_;  // of those that wait for that count to fall to none
   bool hasRegisteredCancelShortcut_ = false;
   bool isShutDown_ = false;

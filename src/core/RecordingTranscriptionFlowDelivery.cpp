@@ -6,37 +6,16 @@
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "projects/SpokenFileTags.h"
-#include "core/TranscriptOutcome.h"
 #include "delivery/AutoPasteHandler.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
-#include "providers/Transcriber.h"
+#include "projects/SpokenFileTags.h"
 #include "recording/PowerActivityManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 namespace {
-
-bool isNetworkFailure(const AnyError& error) {
-  if (const auto* transcription = std::get_if<TranscriptionError>(&error))
-    return transcription->is<TranscriptionError::NetworkError>();
-  if (const auto* hosted = std::get_if<HostedCloudError>(&error))
-    return hosted->kind == HostedCloudError::Kind::networkFailure;
-  if (const auto* url = std::get_if<UrlError>(&error)) {
-    switch (url->code) {
-      case UrlError::notConnectedToInternet:
-      case UrlError::networkConnectionLost:
-      case UrlError::cannotFindHost:
-      case UrlError::cannotConnectToHost:
-      case UrlError::dnsLookupFailed:
-        return true;
-      default:
-        return false;
-    }
-  }
-  return false;
-}
 
 qsizetype wordCount(const QString& text) {
   return text.split(u' ', Qt::SkipEmptyParts).size();
@@ -187,18 +166,13 @@ Task<void> RecordingTranscriptionFlow::retry() {
     data.recordingState = {RecordingState::Transcribing{}};
     data.showRecordingDialog = true;
   });
-  const std::optional<ApplicationContext> context = capturedApplicationContext_;
-  if (context) request.applicationContext = &*context;
+  request.applicationContext = capturedApplicationContext_;
 
   std::optional<Result<TranscriptionResult, AnyError>> outcome;
   if (use_.transcriptionPipeline == nullptr) {
     outcome.emplace(Failed{AnyError(AudioError{AudioError::Kind::noTranscriptionPipeline, QString()})});
   } else {
-    try {
-      auto transcribing = use_.transcriptionPipeline->transcribeWithDetails(std::move(request));
-      outcome.emplace(co_await std::move(transcribing));
-    } catch (const Cancelled&) {
-    }
+    outcome = co_await ask(std::move(request));
   }
   if (!outcome) {  // the user ended it: no error, and the path stays for the next try
     setRecordingState({RecordingState::Idle{}});

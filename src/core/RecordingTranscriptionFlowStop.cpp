@@ -11,7 +11,6 @@
 #include "core/RecordingTranscriptionFlow.h"
 #include "delivery/AccessibilityHelper.h"
 #include "ports/ErrorReporting.h"
-#include "providers/Transcriber.h"
 #include "recording/FileWatcher.h"
 #include "recording/PowerActivityManager.h"
 #include "recording/RecordingLifecycle.h"
@@ -125,7 +124,8 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   if (use_.vadProcessingService != nullptr) {
     const bool isEnabled = use_.settingsManager != nullptr && use_.settingsManager->general().enableVAD();
     const TimePoint begin = use_.executor.now();
-    auto trimming = use_.vadProcessingService->process(path, result->duration, isEnabled, QStringLiteral("Recording"));
+    auto trimming =
+        use_.vadProcessingService->process(path, result->duration, isEnabled, QStringLiteral("Recording"), true);
     prepared = co_await std::move(trimming);
     dictation->timings.trimming = use_.executor.now() - begin;
   }
@@ -276,7 +276,7 @@ void RecordingTranscriptionFlow::failBeforeTranscription(const Dictation& dictat
 }
 
 void RecordingTranscriptionFlow::endCancelled() {
-  if (use_.transcriptionPipeline != nullptr) use_.transcriptionPipeline->cancelTranscription();
+  transcription_.cancel();
   updateState([](AppStateData& data) {
     data.recordingState = {RecordingState::Idle{}};
     data.lastTranscription.clear();
@@ -300,25 +300,17 @@ Task<void> RecordingTranscriptionFlow::transcribe(std::shared_ptr<Dictation> dic
   }
   leaveTranscriptionBreadcrumb(*dictation, finalAudioPath);
   // Copies: a recording that starts meanwhile captures its own.
-  const std::optional<ApplicationContext> context = capturedApplicationContext_;
-  if (context) request.applicationContext = &*context;
+  request.applicationContext = capturedApplicationContext_;
   request.selectedText = capturedSelectedText_;
 
   const TimePoint begin = use_.executor.now();
   dictation->timings.stopToDecoding = begin - dictation->stoppedAt;
   std::optional<TimePoint> rewriteBegin;
-  Subscription watching;
-  if (use_.appState != nullptr)
-    watching = use_.appState->observe([&](const AppStateData& data) {
-      if (!rewriteBegin && data.recordingState.is<RecordingState::PostProcessing>()) rewriteBegin = use_.executor.now();
-    });
-  std::optional<Result<TranscriptionResult, AnyError>> outcome;
-  try {
-    auto transcribing = use_.transcriptionPipeline->transcribeWithDetails(std::move(request));
-    outcome.emplace(co_await std::move(transcribing));
-  } catch (const Cancelled&) {
-  }
-  watching.reset();
+  request.onRewriting = [&] {
+    rewriteBegin = use_.executor.now();
+    setRecordingState({RecordingState::PostProcessing{}});
+  };
+  const auto outcome = co_await ask(std::move(request));
   if (!outcome) {
     endSilently();
     co_return;
@@ -335,6 +327,18 @@ Task<void> RecordingTranscriptionFlow::transcribe(std::shared_ptr<Dictation> dic
   const bool isWav = QFileInfo(dictation->audioPath).suffix().toLower() == QLatin1String("wav");
   if (isWav && use_.settingsManager != nullptr && use_.settingsManager->storage().storeAsM4A())
     scope_.spawn(use_.recordingLifecycle.convertInBackground(dictation->audioPath, dictation->transcript));
+}
+
+// Nothing: it was cancelled.
+Task<std::optional<Result<TranscriptionResult, AnyError>>> RecordingTranscriptionFlow::ask(
+    TranscriptionRequest request) {
+  std::optional<Result<TranscriptionResult, AnyError>> outcome;
+  try {
+    transcription_ = scope_.spawn(use_.transcriptionPipeline->transcribeWithDetails(std::move(request)));
+    outcome.emplace(co_await transcription_.join());
+  } catch (const Cancelled&) {
+  }
+  co_return outcome;
 }
 
 void RecordingTranscriptionFlow::leaveTranscriptionBreadcrumb(const Dictation& dictation, const QString& path) {

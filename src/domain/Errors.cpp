@@ -45,6 +45,7 @@ QStringList messageArguments(const TranscriptionError& error) {
             return e.message ? QStringList{e.provider, *e.message} : QStringList{e.provider};
           },
           [](const T::Timeout& e) { return QStringList{e.operation}; },
+          [](const T::ModelNotDownloaded& e) { return e.model ? QStringList{*e.model} : QStringList{}; },
           [](const auto&) { return QStringList{}; },
       },
       error.kind);
@@ -232,7 +233,9 @@ QString messageKey(const TranscriptionError& error) {
             return e.message ? "transcription.error.quotaExceeded.detail" : "transcription.error.quotaExceeded";
           },
           [](const T::Timeout&) { return "transcription.error.timeout"; },
-          [](const T::ModelNotDownloaded&) { return "transcription.error.modelNotDownloaded"; },
+          [](const T::ModelNotDownloaded& e) {
+            return e.model ? "transcription.error.modelNotDownloaded.model" : "transcription.error.modelNotDownloaded";
+          },
           [](const T::ModelProtected&) { return "transcription.error.modelProtected"; },
           [](const T::AudioFileNotFound&) { return "transcription.error.audioFileNotFound"; },
           [](const T::MaxRetriesExceeded&) { return "transcription.error.maxRetriesExceeded"; },
@@ -329,6 +332,14 @@ QString localizedDescription(const AnyError& error) {
                         [](const PlatformError& e) { return e.description; },
                     },
                     error);
+}
+
+bool isNetworkFailure(const AnyError& error) {
+  if (const auto* transcription = std::get_if<TranscriptionError>(&error)) return transcription->is<T::NetworkError>();
+  if (const auto* hosted = std::get_if<HostedCloudError>(&error))
+    return hosted->kind == HostedCloudError::Kind::networkFailure;
+  const auto* url = std::get_if<UrlError>(&error);
+  return url != nullptr && url->code != UrlError::timedOut && isRetryableUrlCode(url->code);
 }
 
 ErrorClassification classify(const TranscriptionError& error) {

@@ -60,6 +60,7 @@ struct TranscriptionError {
     bool operator==(const Timeout&) const = default;
   };
   struct ModelNotDownloaded {
+    std::optional<QString> model;
     bool operator==(const ModelNotDownloaded&) const = default;
   };
   struct ModelProtected {
@@ -177,6 +178,9 @@ QString localizedDescription(const AnyError& error);
 QString messageKey(const TranscriptionError& error);
 QString messageKey(const AudioError& error);
 QString messageKey(FileWatcherError error);
+
+// The network, not the service or the file: another try later may do. The one place that decides it.
+bool isNetworkFailure(const AnyError& error);
 
 ErrorClassification classify(const TranscriptionError& error);
 ErrorClassification classify(const AnyError& error);

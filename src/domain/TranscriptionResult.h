@@ -4,9 +4,17 @@
 #include <QUuid>
 #include <optional>
 
+#include "base/async/Executor.h"
 #include "domain/Entities.h"
 
 namespace quillmere {
+
+// How long the parts of a transcription took.
+struct TranscriptionTimings {
+  TimePoint decodingBegan{};  // when the engine turned to it, without the wait for an older one
+  Duration decoding{};
+  std::optional<Duration> rewriting;
+};
 
 // What the pipeline hands to its caller.
 struct TranscriptionResult {
@@ -19,6 +27,7 @@ struct TranscriptionResult {
   QString provider;  // display name
   bool wasPostProcessed = false;
   std::optional<QString> postProcessingProvider;
+  TranscriptionTimings timings;
 };
 
 }  // namespace quillmere

@@ -28,6 +28,14 @@ struct SizeOnDisk {
   qint64 bytes = 0;
 };
 
+// Between them the bar stands for the engine's work.
+constexpr float engineBegin = 0.15f;
+constexpr float engineEnd = 0.85f;
+
+QString defaultModeName() {
+  return QStringLiteral("Default");
+}
+
 // The size of a regular file; nothing for a directory, a device or a file that can't be looked at.
 std::optional<SizeOnDisk> sizeOf(const std::filesystem::path& file) {
   std::error_code failure;
@@ -61,8 +69,7 @@ Task<void> FileTranscriptionFlow::pickAndRun(ModePtr mode) {
     co_return;
   }
   logger_.info("📂 Selected file: %s", displayPath(*choice));
-  auto run = transcribe(*choice, mode);
-  co_await std::move(run);
+  co_await transcribe(*choice, mode);
 }
 
 Task<FileTranscriptionOutcome> FileTranscriptionFlow::transcribe(std::filesystem::path file, ModePtr mode) {
@@ -92,8 +99,7 @@ Task<FileTranscriptionOutcome> FileTranscriptionFlow::run(std::filesystem::path 
   Result<void, AnyError> end;
   bool wasCancelled = false;
   try {
-    auto steps = work(std::move(file), std::move(mode), outcome);
-    end = co_await std::move(steps);
+    end = co_await work(std::move(file), std::move(mode), outcome);
   } catch (const Cancelled&) {
     wasCancelled = true;
   }
@@ -107,13 +113,11 @@ Task<FileTranscriptionOutcome> FileTranscriptionFlow::run(std::filesystem::path 
   }
   if (end || outcome.result) {
     outcome.kind = FileTranscriptionOutcome::Kind::completed;
-    currentCopiedFilePath_.reset();
+    if (wasCancelled) hideAndReset();
     co_return outcome;
   }
   outcome.kind = FileTranscriptionOutcome::Kind::failed;
-  // Before there is a row that refers to it, nobody needs the copy any more.
-  if (!outcome.transcript) removeCopy();
-  currentCopiedFilePath_.reset();
+  removeCopy();
   hideAndReset();
   AlertText alert;
   if (outcome.refusal) {
@@ -136,9 +140,8 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
     return Failed{AnyError(PlatformError{QStringLiteral("FileTranscriptionError"), 0, outcome.refusal->description()})};
   };
   const QString name = QFileInfo(displayPath(file)).fileName();
-  const QString modeName = mode && mode->name ? *mode->name : QStringLiteral("Default");
+  const QString modeName = mode ? mode->name.value_or(defaultModeName()) : defaultModeName();
 
-  currentTrimmedFilePaths_.clear();
   progressState_.start(name, modeName);
   if (use_.presenter) use_.presenter->showProgress(progressState_);
   animate(0.03f, 0.2);
@@ -169,8 +172,7 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
   co_await throwIfStopped();
   animate(0.08f, 0.3);
 
-  auto copying = copyIntoRecordings(file);
-  auto copied = co_await std::move(copying);
+  const auto copied = co_await copyIntoRecordings(file);
   if (!copied) co_return refuse(copied.error());
   QString audioPath = *copied;
   co_await throwIfStopped();
@@ -180,8 +182,7 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
     animate(0.10f, 0.5);
     const QFileInfo video(audioPath);
     const QString extracted = video.path() + u'/' + video.completeBaseName() + QStringLiteral(".m4a");
-    auto extraction = use_.converter.extractAudioFromVideo(audioPath, extracted);
-    const auto audio = co_await std::move(extraction);
+    const auto audio = co_await use_.converter.extractAudioFromVideo(audioPath, extracted);
     if (!audio) {
       if (const auto* problem = std::get_if<AudioError>(&audio.error());
           problem && problem->kind == AudioError::Kind::noAudioTrack)
@@ -198,60 +199,50 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
   }
 
   animate(0.13f, 0.2);
-  auto measuring = use_.converter.durationSeconds(audioPath);
-  const auto duration = co_await std::move(measuring);
+  const auto duration = co_await use_.converter.durationSeconds(audioPath);
   if (!duration) co_return Failed{duration.error()};
   if (!(*duration > 0)) co_return Failed{AnyError(AudioError{AudioError::Kind::fileNotReadable, QString()})};
   outcome.audioDurationSeconds = *duration;
   co_await throwIfStopped();
-  animate(0.15f, 0.3);
 
-  VADProcessingResult prepared;
-  prepared.finalAudioPath = prepared.originalAudioPath = audioPath;
-  if (use_.vadProcessingService) {
-    auto trimming = use_.vadProcessingService->process(audioPath, *duration, use_.settings.general().enableVAD(),
-                                                       QStringLiteral("FileImport"));
-    prepared = co_await std::move(trimming);
-  }
-  if (prepared.trimResult) currentTrimmedFilePaths_ = {prepared.trimResult->outputPath, prepared.finalAudioPath};
-  co_await throwIfStopped();
-
-  const TranscriptPtr transcript = use_.persistence.createTranscript(*duration, modeName, audioPath);
-  outcome.transcript = transcript;
-  if (prepared.trimResult && prepared.finalAudioPath != audioPath) {
-    use_.persistence.setTrimmedAudioPath(transcript, prepared.finalAudioPath);
-    logger_.info("📝 [FileImport] Saved trimmed audio path to transcript");
-  }
-  logger_.info("📝 Created processing transcript for file: %s", name);
-
-  progressState_.setStage(FileTranscriptionStage::transcribing);
-  animate(0.85f, 60.0);
-  if (!use_.transcriptionPipeline) {
-    logger_.error("❌ TranscriptionPipeline not available");
-    markCompletedWithMessage(transcript, QStringLiteral("Transcription manager unavailable"));
-    hideAndReset();
-    co_return Result<void, AnyError>();
-  }
-  TranscriptionRequest request;
-  request.audioPath = prepared.finalAudioPath;
-  request.mode = mode;
-  auto transcription = use_.transcriptionPipeline->transcribeWithDetails(std::move(request));
-  auto result = co_await std::move(transcription);
-  if (!result) co_return Failed{result.error()};
-  if (progressState_.state().isCancelled) throw Cancelled{};
-
-  progressState_.setStage(FileTranscriptionStage::finishing);
-  animate(0.95f, 0.3);
-  storeResult(transcript, *result);
-  outcome.result = *result;
-  outcome.result->duration = *duration;
-  currentCopiedFilePath_.reset();  // it belongs to the transcript from here on
+  if (const auto taken = co_await takeRoad(audioPath, mode, outcome); !taken) co_return taken;
   animate(1.0f, 0.2);
   logger_.info("✅ File transcription completed: %s", name);
   if (use_.completionLinger > Duration::zero()) co_await sleepFor(use_.completionLinger);
   hideAndReset();
   if (use_.presenter) use_.presenter->openHistory();
   co_return Result<void, AnyError>();
+}
+
+Task<Result<void, AnyError>> FileTranscriptionFlow::takeRoad(QString audioPath, ModePtr mode,
+                                                             FileTranscriptionOutcome& outcome) {
+  TranscriptJob job;
+  job.audioPath = audioPath;
+  job.durationSeconds = outcome.audioDurationSeconds;
+  job.mode = mode;
+  job.modeName = defaultModeName();
+  job.source = TranscriptJob::Source::file;
+  job.onRow = [&](const TranscriptPtr& row) {
+    outcome.transcript = row;
+    currentCopiedFilePath_.reset();
+    logger_.info("📝 Created processing transcript for file: %s", progressState_.state().fileName);
+  };
+  job.onStage = [this](TranscriptJob::Stage stage) { enter(stage); };
+  job.onProgress = [this](float share) { animate(engineBegin + (engineEnd - engineBegin) * share, 0.3); };
+  const TranscriptOutcome end = co_await use_.road.run(std::move(job));
+  if (!end.result) co_return Failed{*end.error};
+  outcome.result = end.result;
+  progressState_.setStage(FileTranscriptionStage::finishing);
+  animate(0.95f, 0.3);
+  co_return Result<void, AnyError>();
+}
+
+void FileTranscriptionFlow::enter(TranscriptJob::Stage stage) {
+  if (stage == TranscriptJob::Stage::trimming) animate(engineBegin, 0.3);
+  if (stage != TranscriptJob::Stage::transcribing) return;
+  progressState_.setStage(FileTranscriptionStage::transcribing);
+  // For an engine that doesn't say how far it is.
+  animate(engineEnd, 60.0);
 }
 
 Task<Result<QString, FileTranscriptionError>> FileTranscriptionFlow::copyIntoRecordings(std::filesystem::path file) {
@@ -289,23 +280,6 @@ Task<void> FileTranscriptionFlow::throwIfStopped() {
   co_await throwIfCancelled();
 }
 
-void FileTranscriptionFlow::storeResult(const TranscriptPtr& transcript, const TranscriptionResult& result) {
-  transcript->text = result.text;
-  transcript->status = QStringLiteral("completed");
-  transcript->transcribedText = result.rawText;
-  if (result.wasPostProcessed) transcript->postProcessedText = result.text;
-  transcript->transcriptionProvider = result.provider;
-  if (result.postProcessingProvider) transcript->postProcessingProvider = result.postProcessingProvider;
-  use_.persistence.save();
-}
-
-void FileTranscriptionFlow::markCompletedWithMessage(const TranscriptPtr& transcript, const QString& message) {
-  transcript->text = QStringLiteral("Error: ") + message;
-  transcript->status = QStringLiteral("completed");
-  transcript->transcribedText = transcript->text;
-  use_.persistence.save();
-}
-
 void FileTranscriptionFlow::cancel() {
   logger_.info("❌ File transcription cancelled by user");
   progressState_.cancel();
@@ -320,8 +294,6 @@ void FileTranscriptionFlow::removeCopy() {
   if (!currentCopiedFilePath_) return;
   if (QFile::remove(*currentCopiedFilePath_)) logger_.info("🗑️ Cleaned up copied file: %s", *currentCopiedFilePath_);
   currentCopiedFilePath_.reset();
-  for (const QString& trimmed : currentTrimmedFilePaths_) QFile::remove(trimmed);
-  currentTrimmedFilePaths_.clear();
 }
 
 void FileTranscriptionFlow::hideAndReset() {

@@ -1,12 +1,10 @@
 #pragma once
 #include <QString>
-#include <QStringList>
 #include <filesystem>
 #include <functional>
 #include <optional>
 
 #include "audio/AudioFileConverter.h"
-#include "audio/VADProcessing.h"
 #include "base/Clock.h"
 #include "base/async/Task.h"
 #include "base/async/TaskScope.h"
@@ -17,9 +15,9 @@
 #include "files/FileTranscriptionPresenter.h"
 #include "files/FileTranscriptionProgress.h"
 #include "ports/FilePicker.h"
-#include "providers/Transcriber.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/TranscriptRoad.h"
 
 namespace quillmere {
 
@@ -34,11 +32,11 @@ struct FileTranscriptionOutcome {
   std::optional<AnyError> error;                  // ... or this one
 };
 
-// Takes an existing audio or video file through the road of a dictation: checks it, copies it into the recordings
-// folder, pulls the sound out of a video, trims silence, transcribes, and stores the transcript. One file at a time;
-// main thread, long steps suspend. cancel() ends a run at its next suspension and removes the copy; so does cancelling
-// the task that awaits transcribe(). Everything referred to outlives the flow; the pointers may be null where a part is
-// missing.
+// Takes an existing audio or video file to the road: checks it, copies it into the recordings folder, pulls the sound
+// out of a video, and shows how far it is. One file at a time; main thread, long steps suspend. cancel() ends a run at
+// its next suspension; so does cancelling the task that awaits transcribe(). Without a row the copy goes with it; with
+// one the row is "failed" and the copy is there for a retry. Everything referred to outlives the flow; the pointers may
+// be null where a part is missing.
 class FileTranscriptionFlow {
  public:
   struct Dependencies {
@@ -48,8 +46,7 @@ class FileTranscriptionFlow {
     PersistenceController& persistence;
     SettingsManager& settings;
     AudioFileConverter& converter;
-    Transcriber* transcriptionPipeline = nullptr;
-    VADProcessing* vadProcessingService = nullptr;
+    TranscriptRoad& road;
     FileTranscriptionPresenter* presenter = nullptr;
     FilePicker* picker = nullptr;
     // How long a full bar stays up for the eye. A terminal needs none.
@@ -73,8 +70,8 @@ class FileTranscriptionFlow {
   Task<Result<QString, FileTranscriptionError>> copyIntoRecordings(std::filesystem::path file);
   Task<void> pickAndRun(ModePtr mode);
   Task<void> throwIfStopped();
-  void markCompletedWithMessage(const TranscriptPtr& transcript, const QString& message);
-  void storeResult(const TranscriptPtr& transcript, const TranscriptionResult& result);
+  Task<Result<void, AnyError>> takeRoad(QString audioPath, ModePtr mode, FileTranscriptionOutcome& outcome);
+  void enter(TranscriptJob::Stage stage);
   void removeCopy();
   void hideAndReset();
   void animate(float target, double seconds);
@@ -82,8 +79,7 @@ class FileTranscriptionFlow {
   Dependencies use_;
   Logger logger_;
   FileTranscriptionProgress progressState_;
-  std::optional<QString> currentCopiedFilePath_;
-  QStringList currentTrimmedFilePaths_;  // go with the copy
+  std::optional<QString> currentCopiedFilePath_;  // until it belongs to a row
   TaskHandle<FileTranscriptionOutcome> currentTranscriptionTask_;
   TaskScope scope_;
 };

@@ -5,9 +5,9 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "interface/HistoryText.h"
-#include "providers/TranscriptionRetryController.h"
 #include "providers/UserNotices.h"
 #include "storage/PersistenceController.h"
+#include "transcripts/TranscriptionRetryController.h"
 
 namespace quillmere {
 namespace {

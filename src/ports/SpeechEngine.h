@@ -2,6 +2,7 @@
 #include <QByteArray>
 #include <QString>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -18,7 +19,9 @@ struct SpeechRunParameters {
   std::optional<QByteArray> language;       // "de"; none: the engine's own default or detection
   std::optional<QByteArray> initialPrompt;  // words the engine should expect
   bool detectLanguage = false;              // only names the language, gives no segments
-  float temperature = 0.2f;
+  float temperature = 0;                    // of the first try; the engine goes up in steps of 0.2 where a try fails
+  // How far the run is, 0 to 1. Called on the engine's thread, also a little after a run that was broken off.
+  std::function<void(float)> onProgress;
 };
 
 // Mono samples at 16 kHz in [-1, 1]. Shared, since a run that was broken off may let go of them a little later.

@@ -6,12 +6,19 @@
 
 #include "base/Result.h"
 #include "base/async/Task.h"
+#include "domain/ApplicationContext.h"
 #include "domain/Entities.h"
 #include "domain/Errors.h"
 
 namespace quillmere {
 
-struct ApplicationContext;
+// What a call tells while it is under way. Main thread; not after the call's end. Each may be empty.
+struct PostProcessingCallbacks {
+  std::function<void(bool)> onStreamingStateChange;
+  std::function<void(const QString&)> onStreamingTextUpdate;
+  // What the user has to act on; the text stands as it was all the same.
+  std::function<void(const TranscriptionError&)> onPostProcessingError;
+};
 
 struct PostProcessingRequest {
   QString text;
@@ -19,21 +26,16 @@ struct PostProcessingRequest {
   std::vector<VocabularyPtr> vocabulary;
   bool developerModeEnabled = false;
   bool developerToolActive = false;
-  const ApplicationContext* applicationContext = nullptr;  // outlives the request
+  std::optional<ApplicationContext> applicationContext;
   std::optional<QString> selectedText;
+  PostProcessingCallbacks callbacks;
 };
 
-struct PostProcessingCallbacks {
-  std::function<void(bool)> onStreamingStateChange;
-  std::function<void(const QString&)> onStreamingTextUpdate;
-  std::function<void(const TranscriptionError&)> onPostProcessingError;
-};
-
-// The language model behind a transcript. Main thread; cancelling the task breaks the request off.
+// The language model that rewrites a transcript. Main thread; cancelling the task breaks the request off. Keeps nothing
+// of a call after it.
 class AIPostProcessing {
  public:
   virtual ~AIPostProcessing() = default;
-  virtual void setCallbacks(PostProcessingCallbacks callbacks) = 0;
   virtual Task<Result<QString, AnyError>> postProcessStreaming(PostProcessingRequest request) = 0;
 };
 

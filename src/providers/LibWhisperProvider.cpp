@@ -13,7 +13,7 @@
 namespace quillmere {
 namespace {
 
-constexpr float decodingTemperature = 0.2f;
+constexpr float decodingTemperature = 0;
 constexpr quint32 conversionChunkFrames = 32768;
 constexpr double engineSampleRate = 16000.0;
 constexpr size_t veryShortSamples = 1600;
@@ -49,12 +49,19 @@ QString namesOf(const std::vector<WhisperCppModel>& models) {
   return names.join(QLatin1String(", "));
 }
 
-// One word a row, in the given order; a row without a word leaves its blank.
-std::optional<QString> promptFor(const std::vector<VocabularyPtr>& vocabulary) {
-  if (vocabulary.empty()) return std::nullopt;
-  QStringList words;
-  for (const auto& row : vocabulary) words.append(row->word.value_or(QString()));
-  return words.join(QLatin1Char(' '));
+std::optional<QString> promptFor(const QStringList& vocabulary) {
+  if (vocabulary.isEmpty()) return std::nullopt;
+  return vocabulary.join(QLatin1Char(' '));
+}
+
+// The runs of one request may each begin anew; what is shown only rises.
+std::function<void(float)> rising(std::function<void(float)> tell) {
+  if (!tell) return {};
+  return [tell = std::move(tell), highest = std::make_shared<float>(0.0f)](float share) {
+    if (share <= *highest) return;
+    *highest = std::min(share, 1.0f);
+    tell(*highest);
+  };
 }
 
 // Changes when another file takes the place of this one.
@@ -67,14 +74,14 @@ QString stampOf(const QString& path) {
 
 LibWhisperProvider::LibWhisperProvider(Executor& executor, SpeechEngine& engine, WhisperModelManager& models,
                                        AudioConverter& converter, int processorCount, const Logging& logging)
-    : logger_(logging.logger(QStringLiteral("LibWhisperProvider"))),
+    : executor_(executor),
+      logger_(logging.logger(QStringLiteral("LibWhisperProvider"))),
       logging_(logging),
       engine_(engine),
       models_(models),
       converter_(converter),
       processorCount_(processorCount),
-      worker_(1, QStringLiteral("whisper")),
-      scope_(executor) {
+      worker_(1, QStringLiteral("whisper")) {
   logger_.info("✅ LibWhisperProvider created with injected model manager");
 }
 
@@ -87,39 +94,27 @@ QString LibWhisperProvider::name() const {
 bool LibWhisperProvider::isAvailable() const {
   const bool hasContext = whisperContext_ != nullptr;
   const bool hasDownloadedModels = !models_.downloadedModels().empty() || !models_.customModels().empty();
-  const bool isAvailable =
-      hasContext || hasDownloadedModels || (pendingModel_ && models_.findDownloaded(*pendingModel_));
+  const bool isAvailable = hasContext || hasDownloadedModels;
   logger_.debug("🔍 Provider availability check: hasContext=%{bool}d, hasDownloadedModels=%{bool}d, available=%{bool}d",
                 hasContext, hasDownloadedModels, isAvailable);
   return isAvailable;
-}
-
-void LibWhisperProvider::setModel(WhisperModel model) {
-  setModel(rawValue(model));
-}
-
-void LibWhisperProvider::setModel(const QString& modelName) {
-  pendingModel_ = modelName;
-  logger_.info("🎯 setModel called with: %s", modelName);
 }
 
 bool LibWhisperProvider::isDownloaded(const QString& modelName) const {
   return models_.findDownloaded(modelName).has_value();
 }
 
-Task<Result<void, AnyError>> LibWhisperProvider::load(WhisperModel model, bool englishOnly) {
-  QString modelName = rawValue(model);
-  if (englishOnly && !modelName.endsWith(QLatin1String(".en"))) {
-    const QString englishName = modelName + QStringLiteral(".en");
-    if (isDownloaded(englishName)) modelName = englishName;
-  }
-  return loadModel(modelName);
+std::optional<QString> LibWhisperProvider::unsupportedProcessor() const {
+  return engine_.unsupportedProcessor();
 }
 
 Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
-  auto entering = gate_.enter();
-  const SerialGate::Pass pass = co_await std::move(entering);
+  const SerialGate::Pass turn = co_await gate_.enter();
+  co_return co_await makeResident(modelName);
+}
 
+// The caller has the engine's turn.
+Task<Result<void, AnyError>> LibWhisperProvider::makeResident(QString modelName) {
   logger_.info("📦 Loading model: %s", modelName);
   if (models_.downloadedModels().empty()) {
     logger_.info("🔍 No models in cache, scanning...");
@@ -128,7 +123,7 @@ Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
   const auto entry = models_.findDownloaded(modelName);
   if (!entry || !entry->url) {
     logger_.error("❌ Model not found: %s. Available models: %s", modelName, namesOf(models_.downloadedModels()));
-    co_return Failed{failure(TranscriptionError::ModelNotDownloaded{})};
+    co_return Failed{failure(TranscriptionError::ModelNotDownloaded{modelName})};
   }
   const QString path = entry->url->toLocalFile();
   logger_.info("🔧 Found model at path: %s", path);
@@ -142,8 +137,7 @@ Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
   if (whisperContext_) {
     logger_.info("♾️ Releasing previous model context");
     const auto previous = std::exchange(whisperContext_, nullptr);
-    auto releasing = previous->release();
-    co_await std::move(releasing);
+    co_await previous->release();
   }
   if (const auto unsupported = engine_.unsupportedProcessor()) {
     logger_.error("❌ Failed to load model: %@", *unsupported);
@@ -151,8 +145,7 @@ Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
   }
   logger_.info("🎨 Creating WhisperContext for %s...", modelName);
   const auto context = std::make_shared<WhisperContext>(engine_, worker_, processorCount_, logging_);
-  auto loading = context->load(path);
-  const auto loaded = co_await std::move(loading);
+  const auto loaded = co_await context->load(path);
   if (!loaded) {
     logger_.error("❌ Failed to load model: %@", context->why());
     co_return Failed{localFailure(QStringLiteral("Failed to load model '") + modelName + QLatin1Char('\''))};
@@ -165,97 +158,62 @@ Task<Result<void, AnyError>> LibWhisperProvider::loadModel(QString modelName) {
   co_return Result<void, AnyError>();
 }
 
-Task<Result<QString, AnyError>> LibWhisperProvider::transcribe(QString audioPath, std::optional<QString> language,
-                                                               ModePtr, std::vector<VocabularyPtr> vocabulary) {
-  const CancelToken callerToken = co_await currentCancelToken();
-  const int epoch = ++epoch_;
-  transcriptionTask_.cancel();
-  transcriptionTask_ = {};
-
-  if (pendingModel_) {
-    const QString pending = *pendingModel_;
-    logger_.info("🔄 Loading pending model before transcription: %s", pending);
-    auto loading = loadModel(pending);
-    auto loaded = co_await std::move(loading);
-    if (!loaded) co_return Failed{std::move(loaded).error()};
-    if (pendingModel_ == pending) pendingModel_.reset();
-    if (epoch != epoch_) co_return Failed{interrupted()};
-  }
-  if (!whisperContext_) {
-    logger_.error("❌ No whisper context available for transcription");
-    logger_.error("   Available models: %s", namesOf(models_.downloadedModels()));
-    logger_.error("   Current model: %s", currentModel_ ? currentModel_->name : QStringLiteral("none"));
-    logger_.error("   Model ready: %{bool}d", isModelReady_);
-    co_return Failed{noModelLoaded()};
-  }
-  logger_.info("Starting transcription with model: %s",
-               currentModel_ ? currentModel_->name : QStringLiteral("unknown"));
-
-  auto work = decode(audioPath, language, std::move(vocabulary));
-  transcriptionTask_ = scope_.spawn(std::move(work));
-  auto joining = transcriptionTask_.join();
-  std::optional<Result<QString, AnyError>> outcome;
+Task<Result<SpeechAnswer, AnyError>> LibWhisperProvider::transcribe(SpeechRequest request) {
+  std::optional<Result<SpeechAnswer, AnyError>> answer;
   try {
-    outcome.emplace(co_await std::move(joining));
+    const SerialGate::Pass turn = co_await gate_.enter();
+    answer.emplace(co_await decode(std::move(request)));
   } catch (const Cancelled&) {
     logger_.info("Transcription cancelled");
+    throw;
   }
-  if (outcome) co_return std::move(*outcome);
-  if (callerToken.isCancelled()) throw Cancelled{};
-  co_return Failed{interrupted()};
+  co_return std::move(*answer);
 }
 
-void LibWhisperProvider::cancel() {
-  ++epoch_;
-  transcriptionTask_.cancel();
-  transcriptionTask_ = {};
-  logger_.info("Transcription cancelled");
-}
+// The caller has the engine's turn.
+Task<Result<SpeechAnswer, AnyError>> LibWhisperProvider::decode(SpeechRequest request) {
+  SpeechAnswer answer;
+  answer.begin = executor_.now();
+  if (request.model.isEmpty()) {
+    logger_.error("❌ No whisper context available for transcription");
+    co_return Failed{noModelLoaded()};
+  }
+  if (const auto loaded = co_await makeResident(request.model); !loaded) co_return Failed{loaded.error()};
+  logger_.info("Starting transcription with model: %s", currentModel_->name);
+  const auto converted = co_await convert(request.audioPath);
+  if (!converted) co_return Failed{converted.error()};
 
-AnyError LibWhisperProvider::interrupted() {
-  return failure(TranscriptionError::StreamingInterrupted{});
-}
-
-Task<Result<QString, AnyError>> LibWhisperProvider::decode(QString audioPath, std::optional<QString> language,
-                                                           std::vector<VocabularyPtr> vocabulary) {
-  auto conversion = convert(audioPath);
-  auto converted = co_await std::move(conversion);
-  if (!converted) co_return Failed{std::move(converted).error()};
-  const Samples samples = std::move(converted).value();
-
-  auto entering = gate_.enter();
-  const SerialGate::Pass pass = co_await std::move(entering);
   const auto context = whisperContext_;
-  if (!context) co_return Failed{noModelLoaded()};
+  WhisperRun run;
+  run.samples16kHz = *converted;
+  run.language = request.language;
+  if (!run.language && currentModel_->isEnglishOnly) run.language = QStringLiteral("en");
+  run.prompt = promptFor(request.vocabulary);
+  run.temperature = decodingTemperature;
+  run.onProgress = rising(std::move(request.onProgress));
 
-  if (!language && currentModel_ && currentModel_->isEnglishOnly) language = QStringLiteral("en");
-  context->setLanguage(language);
-  context->setPrompt(promptFor(vocabulary));
-
-  auto run1 = context->fullTranscribe(samples, decodingTemperature, false);
-  const bool didRun1 = co_await std::move(run1);
-  if (!didRun1)
+  const WhisperRunResult first = co_await context->fullTranscribe(run);
+  if (!first.succeeded)
     co_return Failed{localFailure(QStringLiteral("Transcription failed. The audio may be corrupted or too short."))};
-  QString text = context->getTranscription();
-  if (isUsable(text)) co_return text;
+  answer.text = first.text;
+  answer.language = first.detectedLanguage;
+  if (isUsable(answer.text)) co_return answer;
 
   // Run 1 without a language only named it. With a language the same run would give the same nothing.
-  const auto named = language ? std::nullopt : context->detectedLanguage();
-  if (named) {
-    logger_.warning("⚠️ Empty result. Retrying with detected language forced: %s", *named);
-    context->setLanguage(*named);
-    auto run2 = context->fullTranscribe(samples, decodingTemperature, false);
-    const bool didRun2 = co_await std::move(run2);
-    if (didRun2) {
-      text = context->getTranscription();
-      if (isUsable(text)) co_return text;
+  if (!run.language && first.detectedLanguage) {
+    logger_.warning("⚠️ Empty result. Retrying with detected language forced: %s", *first.detectedLanguage);
+    run.language = first.detectedLanguage;
+    const WhisperRunResult second = co_await context->fullTranscribe(run);
+    if (second.succeeded) {
+      answer.text = second.text;
+      if (isUsable(answer.text)) co_return answer;
     }
   }
   logger_.warning("⚠️ Still empty after forcing language. Retrying with translation → English");
-  auto run3 = context->fullTranscribe(samples, decodingTemperature, true);
-  const bool didRun3 = co_await std::move(run3);
-  if (didRun3) text = context->getTranscription();
-  co_return text;
+  run.translate = true;
+  const WhisperRunResult third = co_await context->fullTranscribe(run);
+  if (third.succeeded) answer.text = third.text;
+  co_return answer;
 }
 
 bool LibWhisperProvider::isUsable(const QString& text) const {
@@ -270,8 +228,7 @@ Task<Result<LibWhisperProvider::Samples, AnyError>> LibWhisperProvider::convert(
     if (std::fmod(fraction, 0.25f) < 0.01f)
       logger.debug("🎵 Audio conversion: %ld%%", static_cast<int>(fraction * 100));
   };
-  auto conversion = converter_.convert(audioPath, std::move(options));
-  auto converted = co_await std::move(conversion);
+  auto converted = co_await converter_.convert(audioPath, std::move(options));
   if (!converted) {
     const ConversionError& error = converted.error();
     logger_.error("❌ Audio conversion error: %s", error.message());

@@ -4,11 +4,10 @@
 #include <optional>
 
 #include "base/async/Executor.h"
-#include "base/async/TaskScope.h"
+#include "base/async/SerialGate.h"
 #include "base/async/WorkerPool.h"
 #include "base/log/Logger.h"
 #include "domain/WhisperModel.h"
-#include "base/async/SerialGate.h"
 #include "providers/TranscriptionProvider.h"
 
 namespace quillmere {
@@ -19,43 +18,37 @@ class WhisperContext;
 class WhisperModelManager;
 
 // The speech engine on this computer. Keeps one model in memory between transcriptions. Main thread; decoding runs on a
-// thread of its own. Loads and transcriptions wait for one another, so that never two models are in memory.
+// thread of its own. Transcriptions and loads take turns in their order, so that never two models are in memory and
+// each request is decoded with its own.
 class LibWhisperProvider final : public TranscriptionProvider {
  public:
   LibWhisperProvider(Executor& executor, SpeechEngine& engine, WhisperModelManager& models, AudioConverter& converter,
                      int processorCount, const Logging& logging);
   ~LibWhisperProvider() override;
 
-  // cancel(), or a newer call, ends it with streamingInterrupted; a cancel of the calling task throws Cancelled. Either
-  // way a running decode is broken off within about 100 ms.
-  Task<Result<QString, AnyError>> transcribe(QString audioPath, std::optional<QString> language, ModePtr mode,
-                                             std::vector<VocabularyPtr> vocabulary) override;
+  // Decodes with request.model, which it loads if it isn't the one in memory. A cancel of the awaiting task leaves the
+  // queue at once and breaks a running decode off within about 100 ms.
+  Task<Result<SpeechAnswer, AnyError>> transcribe(SpeechRequest request) override;
   bool isAvailable() const override;
   QString name() const override;
 
-  // The model to load just before the next transcription: one of the catalogue, or any other by its name.
-  void setModel(WhisperModel model);
-  void setModel(const QString& modelName);
-  const std::optional<QString>& pendingModel() const { return pendingModel_; }
-
   bool isDownloaded(const QString& modelName) const;
-  // Takes the ".en" sister of the model where that is wanted and on the disk.
-  Task<Result<void, AnyError>> load(WhisperModel model, bool englishOnly);
+  // A clear sentence where this processor can't run the engine.
+  std::optional<QString> unsupportedProcessor() const;
+  // Makes a model resident when the engine's turn has come. A cancelled load leaves no model behind.
   Task<Result<void, AnyError>> loadModel(QString modelName);
-  // Ends the running transcription.
-  void cancel();
 
   const std::optional<WhisperCppModel>& currentModel() const { return currentModel_; }
   bool isModelReady() const { return isModelReady_; }
 
  private:
   using Samples = std::shared_ptr<const std::vector<float>>;
-  Task<Result<QString, AnyError>> decode(QString audioPath, std::optional<QString> language,
-                                         std::vector<VocabularyPtr> vocabulary);
+  Task<Result<void, AnyError>> makeResident(QString modelName);
+  Task<Result<SpeechAnswer, AnyError>> decode(SpeechRequest request);
   Task<Result<Samples, AnyError>> convert(QString audioPath);
   bool isUsable(const QString& text) const;
-  static AnyError interrupted();
 
+  Executor& executor_;
   Logger logger_;
   Logging logging_;
   SpeechEngine& engine_;
@@ -67,11 +60,7 @@ class LibWhisperProvider final : public TranscriptionProvider {
   std::shared_ptr<WhisperContext> whisperContext_;
   std::optional<WhisperCppModel> currentModel_;
   QString loadedFileStamp_;
-  std::optional<QString> pendingModel_;
   bool isModelReady_ = false;
-  int epoch_ = 0;  // counts calls and cancels: a call whose number is past ends with streamingInterrupted
-  TaskHandle<Result<QString, AnyError>> transcriptionTask_;
-  TaskScope scope_;  // last: its tasks use the fields above
 };
 
 }  // namespace quillmere

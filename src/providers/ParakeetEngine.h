@@ -10,6 +10,10 @@ inline AsrModelVersion asrModelVersionForName(const QString& modelName) {
   return modelName.contains(QLatin1String("v2"), Qt::CaseInsensitive) ? AsrModelVersion::v2 : AsrModelVersion::v3;
 }
 
+inline bool isParakeetModel(const QString& modelName) {
+  return modelName.startsWith(QLatin1String("parakeet-tdt-"), Qt::CaseInsensitive);
+}
+
 // The second speech engine on the device, together with the view of its files on the disk. Main thread.
 class ParakeetEngine : public TranscriptionProvider {
  public:

@@ -7,11 +7,12 @@
 #include "base/async/CancelToken.h"
 #include "base/text/LocalizedText.h"
 #include "domain/ModeTypes.h"
+#include "domain/WhisperModel.h"
 #include "ports/ErrorReporting.h"
 #include "providers/GemmaRuntime.h"
 #include "providers/LibWhisperProvider.h"
+#include "providers/LocalModelChoice.h"
 #include "providers/ParakeetEngine.h"
-#include "providers/Transcriber.h"
 #include "providers/UserNotices.h"
 #include "storage/PersistenceController.h"
 
@@ -22,19 +23,17 @@ using namespace std::chrono_literals;
 
 constexpr auto baseRetryDelay = 500ms;
 
-bool isEnglish(const ModePtr& mode) {
-  const QString language = mode && mode->language ? mode->language->toLower() : QString();
-  return language == QLatin1String("en") || language.startsWith(QLatin1String("en-"));
+std::optional<QString> languageOf(const ModePtr& mode) {
+  return mode ? mode->language : std::nullopt;
 }
 
 }  // namespace
 
 TranscriptionModelManager::TranscriptionModelManager(TranscriptionModelServices services,
-                                                     PersistenceController& persistence, QString modelsDirectory,
-                                                     int processorCount, const Logging& logging)
+                                                     PersistenceController& persistence, int processorCount,
+                                                     const Logging& logging)
     : services_(services),
       persistence_(persistence),
-      modelsDirectory_(std::move(modelsDirectory)),
       processorCount_(processorCount),
       logger_(logging.logger(QStringLiteral("TranscriptionModelManager"))) {}
 
@@ -44,52 +43,37 @@ struct TranscriptionModelManager::LoadOutcome {
   std::optional<AnyError> error;
 };
 
-Task<TranscriptionModelManager::LoadOutcome> TranscriptionModelManager::loadQuietly(QString modelName,
-                                                                                    bool englishOnly) {
+Task<TranscriptionModelManager::LoadOutcome> TranscriptionModelManager::loadQuietly(QString modelName) {
   LoadOutcome outcome;
-  LibWhisperProvider* const local = services_.localProvider;
-  if (local == nullptr) co_return outcome;
-  const auto model = fromRawValue<WhisperModel>(modelName);
+  if (services_.localProvider == nullptr) co_return outcome;
   try {
-    auto loading = model ? local->load(*model, englishOnly) : local->loadModel(modelName);
-    auto loaded = co_await std::move(loading);
-    if (!loaded) outcome.error = std::move(loaded).error();
+    const auto loaded = co_await services_.localProvider->loadModel(modelName);
+    if (!loaded) outcome.error = loaded.error();
   } catch (const Cancelled&) {
     outcome.isCancelled = true;
   }
   co_return outcome;
 }
 
+bool TranscriptionModelManager::isDownloaded(const QString& modelName) const {
+  return services_.localProvider != nullptr && services_.localProvider->isDownloaded(modelName);
+}
+
 void TranscriptionModelManager::tellState(TranscriptionState state) const {
   if (onStateChange_) onStateChange_(state);
 }
 
-Task<void> TranscriptionModelManager::prepareModel(ModePtr mode, TranscriptionState state, Transcriber* pipeline) {
-  if (state.is<TranscriptionState::Transcribing>()) {
-    logger_.info("Model preparation cancelled, transcription in progress.");
-    co_return;
-  }
-  if (pipeline != nullptr) pipeline->cancelTranscription();
-
+Task<void> TranscriptionModelManager::prepareModel(ModePtr mode) {
   const QString modelText = mode && mode->model ? *mode->model : QString();
-  const QString lowered = modelText.toLower();
-  if (lowered.isEmpty() || lowered == QLatin1String("cloud")) {
-    auto preloading = preloadBase(false);
-    co_await std::move(preloading);
+  if (modelText.isEmpty() || modelText.toLower() == QLatin1String("cloud")) {
+    co_await preloadBase(std::nullopt);
     co_return;
   }
-  LibWhisperProvider* const local = services_.localProvider;
-  if (!fromRawValue<WhisperModel>(modelText) && local != nullptr && local->isDownloaded(modelText)) {
-    auto switching = switchModel(modelText, mode);
-    co_await std::move(switching);
-    co_return;
-  }
-  if (lowered.startsWith(QLatin1String("parakeet-tdt-")) && services_.parakeet != nullptr) {
+  if (isParakeetModel(modelText) && services_.parakeet != nullptr && !isDownloaded(modelText)) {
     logger_.info("Preparing Parakeet model for mode selection: %s", modelText);
     services_.parakeet->refresh();
     try {
-      auto preparing = services_.parakeet->prepare(modelText);
-      const auto prepared = co_await std::move(preparing);
+      const auto prepared = co_await services_.parakeet->prepare(modelText);
       if (!prepared)
         logger_.error("Failed to prepare Parakeet provider: %{public}s", localizedDescription(prepared.error()));
     } catch (const Cancelled&) {
@@ -97,22 +81,18 @@ Task<void> TranscriptionModelManager::prepareModel(ModePtr mode, TranscriptionSt
     }
     co_return;
   }
-  if (const auto model = lenientWhisperModel(modelText)) {
-    auto switching = switchModel(rawValue(*model), mode);
-    co_await std::move(switching);
-    co_return;
-  }
-  logger_.warning("Could not map model ID to WhisperModel: %{public}s", modelText);
+  const auto isThere = [this](const QString& name) { return isDownloaded(name); };
+  if (const auto model = chooseLocalModel(modelText, languageOf(mode), isThere))
+    co_await switchModel(model->name, mode);
+  else
+    logger_.warning("Could not map model ID to WhisperModel: %{public}s", modelText);
 }
 
 Task<void> TranscriptionModelManager::switchModel(QString modelName, ModePtr mode) {
   logger_.info("Switching to offline model: %{public}s (mode: %{public}s)", modelName,
                mode && mode->name ? *mode->name : QStringLiteral("Default"));
   tellState({TranscriptionState::Idle{}});
-  const bool englishOnly = isEnglish(mode);
-
-  auto loading = loadQuietly(modelName, englishOnly);
-  const LoadOutcome outcome = co_await std::move(loading);
+  const LoadOutcome outcome = co_await loadQuietly(modelName);
   if (outcome.isCancelled) {
     logger_.info("Model switch cancelled");
     tellState({TranscriptionState::Idle{}});
@@ -133,19 +113,17 @@ Task<void> TranscriptionModelManager::switchModel(QString modelName, ModePtr mod
     options.extra.insert(QStringLiteral("target"), modelName);
     services_.errorReporting->captureError(*outcome.error, options);
   }
-  if (modelName != rawValue(WhisperModel::base)) {
-    auto preloading = preloadBase(englishOnly);
-    co_await std::move(preloading);
-  }
+  if (modelName != rawValue(WhisperModel::base) && modelName != rawValue(WhisperModel::baseEn))
+    co_await preloadBase(languageOf(mode));
 }
 
-Task<void> TranscriptionModelManager::preloadBase(bool englishOnly) {
+Task<void> TranscriptionModelManager::preloadBase(std::optional<QString> language) {
   logger_.info("Preloading base model (cloud/no-mode fallback)");
   tellState({TranscriptionState::Idle{}});
-  const QString base = rawValue(WhisperModel::base);
+  const auto isThere = [this](const QString& name) { return isDownloaded(name); };
+  const auto base = chooseLocalModel(rawValue(WhisperModel::base), language, isThere);
   for (int attempt = 1; attempt <= 2; ++attempt) {
-    auto loading = loadQuietly(base, englishOnly);
-    const LoadOutcome outcome = co_await std::move(loading);
+    const LoadOutcome outcome = co_await loadQuietly(base->name);
     if (outcome.isCancelled) {
       logger_.info("Base preload cancelled");
       tellState({TranscriptionState::Idle{}});
@@ -172,33 +150,6 @@ Task<void> TranscriptionModelManager::preloadBase(bool englishOnly) {
   }
 }
 
-void TranscriptionModelManager::checkAvailableModels() {
-  LibWhisperProvider* const local = services_.localProvider;
-  if (local == nullptr) {
-    logger_.info("Skipping model scan - provider not yet initialized");
-    return;
-  }
-  logger_.info("🔍 Checking available models...");
-  logger_.debug("Models folder: %s", modelsDirectory_);
-  std::vector<WhisperModel> found;
-  QStringList names;
-  for (const WhisperModel model : allCases<WhisperModel>()) {
-    const bool isDownloaded = local->isDownloaded(rawValue(model));
-    logger_.debug("   Model %s: %s", rawValue(model), isDownloaded ? "✓" : "✗");
-    if (!isDownloaded) continue;
-    found.push_back(model);
-    names.append(rawValue(model));
-  }
-  availableModels_.set(found);
-  if (found.empty()) {
-    logger_.warning("⚠️ No Whisper models available (no automatic cloud fallback)");
-  } else {
-    local->setModel(found.front());
-    logger_.info("🎯 Set default model to: %s", rawValue(found.front()));
-  }
-  logger_.info("📦 Available models: %{public}s", names.join(QLatin1String(", ")));
-}
-
 Task<void> TranscriptionModelManager::ensureGemmaRuntime(ModePtr mode) {
   GemmaRuntime* const runtime = services_.gemmaRuntime;
   if (runtime == nullptr) co_return;
@@ -215,8 +166,7 @@ Task<void> TranscriptionModelManager::ensureGemmaRuntime(ModePtr mode) {
 
   GemmaServerConfiguration configuration;
   configuration.threads = std::max(1, processorCount_ - 1);
-  auto ensuring = runtime->ensureRunning(mode->languageModel, configuration);
-  const auto ensured = co_await std::move(ensuring);
+  const auto ensured = co_await runtime->ensureRunning(mode->languageModel, configuration);
   if (ensured) co_return;
   const GemmaError& error = ensured.error();
   QString toast;

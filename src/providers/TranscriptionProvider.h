@@ -1,23 +1,19 @@
 #pragma once
-#include <QString>
-#include <optional>
-#include <vector>
-
 #include "base/Result.h"
 #include "base/async/Task.h"
-#include "domain/Entities.h"
 #include "domain/Errors.h"
+#include "providers/SpeechRequest.h"
 
 namespace quillmere {
 
-// A speech engine, on the device or in a cloud. Used on the main thread; the work itself may run elsewhere.
+// A speech engine, on the device or in a cloud. Used on the main thread; the work itself may run elsewhere. Any number
+// of calls may be under way: an engine that has room for one takes them in their order.
 class TranscriptionProvider {
  public:
   virtual ~TranscriptionProvider() = default;
-  // `language` is lower-cased; none means that the engine finds it. Cancelling the task breaks the work off.
-  virtual Task<Result<QString, AnyError>> transcribe(QString audioPath, std::optional<QString> language, ModePtr mode,
-                                                     std::vector<VocabularyPtr> vocabulary) = 0;
-  // It has what it needs to start.
+  // Only a cancel of the task that awaits it breaks the work off.
+  virtual Task<Result<SpeechAnswer, AnyError>> transcribe(SpeechRequest request) = 0;
+  // It has what it needs to start, the key of a service apart.
   virtual bool isAvailable() const = 0;
   // Display name, kept in TranscriptionResult::provider.
   virtual QString name() const = 0;

@@ -1,10 +1,11 @@
 #include "providers/TranscriptionProviderRouter.h"
 
+#include "domain/WhisperModel.h"
 #include "ports/ErrorReporting.h"
 #include "ports/NetworkStatus.h"
-#include "providers/CloudTranscriptionProvider.h"
-#include "providers/HostedTranscriptionProvider.h"
+#include "providers/HostedTranscriptionProviderFactory.h"
 #include "providers/LibWhisperProvider.h"
+#include "providers/LocalModelChoice.h"
 #include "providers/ParakeetEngine.h"
 #include "providers/ProviderHealthChecking.h"
 #include "storage/CloudProviderAPIKeyProviding.h"
@@ -12,12 +13,31 @@
 namespace quillmere {
 namespace {
 
-AnyError failure(TranscriptionError::Case kind) {
-  return TranscriptionError{std::move(kind)};
+constexpr const char* notInitialized = "Failed to initialize provider";
+constexpr const char* notReady = "Provider is not configured or ready";
+
+TranscriptionError notAvailable(const QString& provider, const char* reason) {
+  return {TranscriptionError::ProviderNotAvailable{provider, QString::fromUtf8(reason)}};
 }
 
-AnyError notAvailable(const QString& provider, const char* reason) {
-  return failure(TranscriptionError::ProviderNotAvailable{provider, QString::fromUtf8(reason)});
+TranscriptionError offline() {
+  return {TranscriptionError::NetworkError{QStringLiteral("No internet connection")}};
+}
+
+QString modelTextOf(const Mode* mode) {
+  return mode != nullptr && mode->model ? *mode->model : QStringLiteral("base");
+}
+
+std::optional<QString> languageOf(const Mode* mode) {
+  return mode != nullptr ? mode->language : std::nullopt;
+}
+
+bool isCloud(const Mode& mode) {
+  return modelTextOf(&mode).toLower() == QLatin1String("cloud");
+}
+
+CloudProvider serviceOf(const Mode& mode) {
+  return fromRawValue<CloudProvider>(mode.cloudProvider.value_or(QString())).value_or(CloudProvider::openai);
 }
 
 void tell(ErrorReporting* reporting, const char* message, ReportLevel level, const QVariantMap& data) {
@@ -54,17 +74,25 @@ TranscriptionProviderRouter::TranscriptionProviderRouter(TranscriptionEngines en
 
 TranscriptionProviderRouter::~TranscriptionProviderRouter() = default;
 
-Task<Result<TranscriptionProvider*, AnyError>> TranscriptionProviderRouter::selectProvider(ModePtr mode) {
-  const QString modelText = mode && mode->model ? *mode->model : QStringLiteral("base");
-  if (modelText.toLower() == QLatin1String("cloud")) return selectCloudProvider(std::move(mode));
-  return selectLocalProvider(modelText);
+Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectProvider(ModePtr mode) {
+  if (mode && isCloud(*mode)) return selectCloudProvider(*mode);
+  return selectLocalProvider(modelTextOf(mode.get()), languageOf(mode.get()));
 }
 
-Task<Result<TranscriptionProvider*, AnyError>> TranscriptionProviderRouter::selectCloudProvider(ModePtr mode) {
-  const CloudProvider service =
-      fromRawValue<CloudProvider>(mode->cloudProvider.value_or(QString())).value_or(CloudProvider::openai);
+Result<QString, TranscriptionError> TranscriptionProviderRouter::keyOf(CloudProvider service) const {
+  const Failed missing{TranscriptionError{TranscriptionError::ApiKeyMissing{displayName(service)}}};
+  if (engines_.apiKeys == nullptr) return missing;
+  if (service == CloudProvider::quillmere) return QString();
+  const QString key = engines_.apiKeys->apiKey(service);
+  if (key.isEmpty()) return missing;
+  return key;
+}
+
+Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectCloudProvider(Mode mode) {
+  const CloudProvider service = serviceOf(mode);
   const QString serviceName = displayName(service);
-  if (engines_.apiKeys == nullptr) co_return Failed{failure(TranscriptionError::ApiKeyMissing{serviceName})};
+  const auto key = keyOf(service);
+  if (!key) co_return Failed{AnyError(key.error())};
 
   TranscriptionProvider* provider = nullptr;
   if (service == CloudProvider::quillmere) {
@@ -75,20 +103,16 @@ Task<Result<TranscriptionProvider*, AnyError>> TranscriptionProviderRouter::sele
            {{QStringLiteral("provider"), serviceName},
             {QStringLiteral("hasCreditManager"), hasCreditManager},
             {QStringLiteral("reason"), QStringLiteral("nilProvider")}});
-      co_return Failed{notAvailable(serviceName, "Failed to initialize provider")};
+      co_return Failed{AnyError(notAvailable(serviceName, notInitialized))};
     }
     provider = hosted_.get();
   } else {
-    const QString apiKey = engines_.apiKeys->apiKey(service);
-    if (apiKey.isEmpty()) co_return Failed{failure(TranscriptionError::ApiKeyMissing{serviceName})};
-    configureCloudEngine(service, apiKey);
     const auto found = engines_.cloudEngines.find(service);
     if (found != engines_.cloudEngines.end()) provider = found->second;
   }
 
   if (engines_.health != nullptr) {
-    auto asking = engines_.health->status(service);
-    const ProviderHealth health = co_await std::move(asking);
+    const ProviderHealth health = co_await engines_.health->status(service);
     if (health != ProviderHealth::healthy) {
       logger_.warning("Cloud provider not healthy · provider=%{public}s · status=%{public}s", serviceName,
                       logText(health));
@@ -103,54 +127,93 @@ Task<Result<TranscriptionProvider*, AnyError>> TranscriptionProviderRouter::sele
           {QStringLiteral("cloudProviderType"), rawValue(service)},
           {QStringLiteral("isAvailable"), false},
           {QStringLiteral("reason"), QStringLiteral("isAvailableReturnedFalse")}});
-    co_return Failed{notAvailable(providerName, "Provider is not configured or ready")};
+    co_return Failed{AnyError(notAvailable(providerName, notReady))};
   }
-  if (!network_.isOnline())
-    co_return Failed{failure(TranscriptionError::NetworkError{QStringLiteral("No internet connection")})};
-  co_return provider;
+  if (!network_.isOnline()) co_return Failed{AnyError(offline())};
+  ChosenEngine chosen;
+  chosen.provider = provider;
+  chosen.model = mode.cloudTranscriptionModel.value_or(QString());
+  chosen.service = service;
+  chosen.apiKey = *key;
+  co_return chosen;
 }
 
-Task<Result<TranscriptionProvider*, AnyError>> TranscriptionProviderRouter::selectLocalProvider(QString modelText) {
+// Without loading anything.
+Result<ChosenEngine, TranscriptionError> TranscriptionProviderRouter::chooseLocal(
+    const QString& modelText, const std::optional<QString>& language) const {
   LibWhisperProvider* const local = engines_.localProvider;
-  if (local == nullptr) {
-    logger_.error("Local provider unavailable");
-    co_return Failed{notAvailable(QStringLiteral("Local Whisper"), "Local provider not initialized")};
-  }
+  if (local == nullptr) return Failed{notAvailable(QStringLiteral("Local Whisper"), "Local provider not initialized")};
 
-  // A file of the user's own is found by its exact name, before a rule can take the name for another model's.
-  if (!fromRawValue<WhisperModel>(modelText) && local->isDownloaded(modelText)) {
-    local->setModel(modelText);
-    logger_.info("✅ Model set to: %s", modelText);
-    co_return static_cast<TranscriptionProvider*>(local);
+  ChosenEngine chosen;
+  chosen.provider = local;
+  if (const auto model =
+          chooseLocalModel(modelText, language, [&](const QString& name) { return local->isDownloaded(name); })) {
+    if (!model->isDownloaded) return Failed{TranscriptionError{TranscriptionError::ModelNotDownloaded{model->name}}};
+    chosen.model = model->name;
+    return chosen;
   }
-
-  if (const auto model = lenientWhisperModel(modelText)) {
-    if (!local->isDownloaded(rawValue(*model))) {
-      logger_.error("Local model not downloaded: %{public}s", rawValue(*model));
-      co_return Failed{failure(TranscriptionError::ModelNotDownloaded{})};
-    }
-    local->setModel(*model);
-    logger_.info("✅ Model set to: %s", rawValue(*model));
-    co_return static_cast<TranscriptionProvider*>(local);
-  }
-
-  if (ParakeetEngine* const parakeet = engines_.parakeet;
-      parakeet != nullptr && modelText.toLower().startsWith(QLatin1String("parakeet-tdt-"))) {
+  if (ParakeetEngine* const parakeet = engines_.parakeet; parakeet != nullptr && isParakeetModel(modelText)) {
     parakeet->refresh();
-    if (!parakeet->isInstalled(asrModelVersionForName(modelText))) {
-      logger_.error("Parakeet model not downloaded: %{public}s", modelText);
-      co_return Failed{failure(TranscriptionError::ModelNotDownloaded{})};
-    }
-    auto preparing = parakeet->prepare(modelText);
-    auto prepared = co_await std::move(preparing);
-    if (!prepared) co_return Failed{std::move(prepared).error()};
-    logger_.info("✅ Parakeet provider selected for model: %s", modelText);
-    co_return static_cast<TranscriptionProvider*>(parakeet);
+    if (!parakeet->isInstalled(asrModelVersionForName(modelText)))
+      return Failed{TranscriptionError{TranscriptionError::ModelNotDownloaded{modelText}}};
+    chosen.provider = parakeet;
+    chosen.model = modelText;
+    return chosen;
   }
-
   logger_.warning("⚠️ Unknown local model: %{public}s. Falling back to base", modelText);
-  local->setModel(WhisperModel::base);
-  co_return static_cast<TranscriptionProvider*>(local);
+  chosen.model = rawValue(WhisperModel::base);
+  return chosen;
+}
+
+Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectLocalProvider(QString modelText,
+                                                                                      std::optional<QString> language) {
+  const auto chosen = chooseLocal(modelText, language);
+  if (!chosen) {
+    if (const auto* missing = std::get_if<TranscriptionError::ModelNotDownloaded>(&chosen.error().kind))
+      logger_.error("Local model not downloaded: %{public}s", missing->model.value_or(modelText));
+    else
+      logger_.error("Local provider unavailable");
+    co_return Failed{AnyError(chosen.error())};
+  }
+  if (engines_.parakeet != nullptr && chosen->provider == engines_.parakeet) {
+    const auto prepared = co_await engines_.parakeet->prepare(modelText);
+    if (!prepared) co_return Failed{prepared.error()};
+    logger_.info("✅ Parakeet provider selected for model: %s", modelText);
+  } else {
+    logger_.info("✅ Model set to: %s", chosen->model);
+  }
+  co_return *chosen;
+}
+
+std::optional<TranscriptionError> TranscriptionProviderRouter::whyModeCannotRun(const Mode* mode) const {
+  if (mode != nullptr && isCloud(*mode)) {
+    const CloudProvider service = serviceOf(*mode);
+    if (const auto key = keyOf(service); !key) return key.error();
+    if (service == CloudProvider::quillmere) {
+      if (!hosted_ && (engines_.hostedFactory == nullptr || !engines_.hostedFactory->hasCreditManager()))
+        return notAvailable(displayName(service), notInitialized);
+    } else if (const auto found = engines_.cloudEngines.find(service);
+               found == engines_.cloudEngines.end() || !found->second->isAvailable()) {
+      return notAvailable(displayName(service), notReady);
+    }
+    if (!network_.isOnline()) return offline();
+    return std::nullopt;
+  }
+  const QString modelText = modelTextOf(mode);
+  const LibWhisperProvider* const local = engines_.localProvider;
+  if (local != nullptr && !(engines_.parakeet != nullptr && isParakeetModel(modelText)))
+    if (const auto unsupported = local->unsupportedProcessor())
+      return TranscriptionError{TranscriptionError::ProviderNotAvailable{local->name(), *unsupported}};
+  const auto chosen = chooseLocal(modelText, languageOf(mode));
+  if (!chosen) return chosen.error();
+  if (chosen->provider != local) return std::nullopt;
+  if (!local->isDownloaded(chosen->model))
+    return TranscriptionError{TranscriptionError::ModelNotDownloaded{chosen->model}};
+  return std::nullopt;
+}
+
+std::vector<MissingAPIKey> TranscriptionProviderRouter::missingKeys(const Mode& mode) const {
+  return missingAPIKeys(mode, network_.isOnline(), engines_.apiKeys);
 }
 
 Task<Result<void, AnyError>> TranscriptionProviderRouter::checkPostProcessingHealth(ModePtr mode) {
@@ -165,17 +228,11 @@ Task<Result<void, AnyError>> TranscriptionProviderRouter::checkPostProcessingHea
       engines_.health == nullptr)
     co_return Result<void, AnyError>();
 
-  auto asking = engines_.health->status(*provider);
-  const ProviderHealth health = co_await std::move(asking);
+  const ProviderHealth health = co_await engines_.health->status(*provider);
   if (health == ProviderHealth::healthy) co_return Result<void, AnyError>();
   logger_.warning("Post-processing provider not healthy · provider=%{public}s · status=%{public}s",
                   displayName(*provider), logText(health));
   co_return Failed{AnyError(errorForHealth(health, displayName(*provider)))};
-}
-
-void TranscriptionProviderRouter::configureCloudEngine(CloudProvider provider, const QString& apiKey) {
-  const auto found = engines_.cloudEngines.find(provider);
-  if (found != engines_.cloudEngines.end()) found->second->configure(provider, apiKey);
 }
 
 }  // namespace quillmere

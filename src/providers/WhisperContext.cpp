@@ -31,8 +31,9 @@ WhisperContext::WhisperContext(SpeechEngine& engine, WorkerPool& worker, int pro
       threads_(threadCount(processorCount)),
       logger_(logging.logger(QStringLiteral("WhisperContext"))) {}
 
+// Two processors are left to others, but a computer with few of them decodes with all: waiting costs its user more.
 int WhisperContext::threadCount(int processorCount) {
-  return std::clamp(processorCount - 2, 1, 8);
+  return std::clamp(std::max(processorCount - 2, std::min(4, processorCount)), 1, 8);
 }
 
 Task<Result<void, WhisperError>> WhisperContext::load(QString path) {
@@ -55,55 +56,65 @@ Task<Result<void, WhisperError>> WhisperContext::load(QString path) {
   co_return Result<void, WhisperError>();
 }
 
-Task<bool> WhisperContext::fullTranscribe(std::shared_ptr<const std::vector<float>> samples16kHz, float temperature,
-                                          bool translate) {
-  outcome_ = {};
+Task<WhisperRunResult> WhisperContext::fullTranscribe(WhisperRun run) {
+  WhisperRunResult result;
   if (!isLoaded_) {
     logger_.error("No context available for transcription");
-    co_return false;
+    co_return result;
   }
   SpeechRunParameters parameters;
   parameters.threads = threads_;
-  parameters.translate = translate;
-  parameters.temperature = temperature;
-  parameters.detectLanguage = !language_.has_value();
-  if (language_) {
-    parameters.language = engineLanguage(*language_);
-    logger_.info("🌍 Language set to: %s", *language_);
+  parameters.translate = run.translate;
+  parameters.temperature = run.temperature;
+  parameters.detectLanguage = !run.language.has_value();
+  if (run.language) {
+    parameters.language = engineLanguage(*run.language);
+    logger_.info("🌍 Language set to: %s", *run.language);
   } else {
     logger_.info("🌍 Language auto-detection enabled");
   }
-  if (prompt_) parameters.initialPrompt = prompt_->toUtf8();
+  if (run.prompt) parameters.initialPrompt = run.prompt->toUtf8();
+  // Lives and is called on this thread only; the engine's thread passes on where it is.
+  const auto progress = std::make_shared<const std::function<void(float)>>(std::move(run.onProgress));
+  if (*progress) {
+    Executor& executor = co_await currentExecutor();
+    parameters.onProgress = [&executor, listener = std::weak_ptr(progress)](float share) {
+      executor.post([listener, share] {
+        if (const auto tell = listener.lock()) (*tell)(share);
+      });
+    };
+  }
 
-  struct RunResult {
+  struct Outcome {
     bool succeeded = false;
+    std::vector<QByteArray> segments;
+    std::optional<QString> detectedLanguage;
+  };
+  auto work = [native = native_, samples = std::move(run.samples16kHz), parameters](const StopFlag& stop) {
     Outcome outcome;
-  };
-  auto work = [native = native_, samples = std::move(samples16kHz), parameters](const StopFlag& stop) {
-    RunResult result;
-    if (!native->context || samples->size() > std::numeric_limits<std::int32_t>::max()) return result;
+    if (!native->context || samples->size() > std::numeric_limits<std::int32_t>::max()) return outcome;
     SpeechEngineContext& context = *native->context;
-    result.succeeded = context.run(samples, parameters, stop.atomic());
-    if (!result.succeeded) return result;
-    result.outcome.segments.reserve(static_cast<size_t>(std::max(0, context.segmentCount())));
-    for (int i = 0; i < context.segmentCount(); ++i) result.outcome.segments.push_back(context.segmentText(i));
-    if (const auto language = context.detectedLanguage())
-      result.outcome.detectedLanguage = QString::fromUtf8(*language);
-    return result;
+    outcome.succeeded = context.run(samples, parameters, stop.atomic());
+    if (!outcome.succeeded) return outcome;
+    outcome.segments.reserve(static_cast<size_t>(std::max(0, context.segmentCount())));
+    for (int i = 0; i < context.segmentCount(); ++i) outcome.segments.push_back(context.segmentText(i));
+    if (const auto language = context.detectedLanguage()) outcome.detectedLanguage = QString::fromUtf8(*language);
+    return outcome;
   };
-  auto task = offload(worker_, std::move(work));
-  RunResult result = co_await std::move(task);
-  if (!result.succeeded) logger_.error("whisper_full failed");
-  outcome_ = std::move(result.outcome);
-  co_return result.succeeded;
+  auto running = offload(worker_, std::move(work));
+  const Outcome outcome = co_await std::move(running);
+  if (!outcome.succeeded) logger_.error("whisper_full failed");
+  result.succeeded = outcome.succeeded;
+  if (outcome.succeeded) result.text = cleanedText(outcome.segments);
+  result.detectedLanguage = outcome.detectedLanguage;
+  co_return result;
 }
 
-QString WhisperContext::getTranscription() const {
-  if (!isLoaded_) return {};
-  logger_.debug("🔎 Segments detected: %d", static_cast<int>(outcome_.segments.size()));
+QString WhisperContext::cleanedText(const std::vector<QByteArray>& segments) const {
+  logger_.debug("🔎 Segments detected: %d", static_cast<int>(segments.size()));
   QByteArray joined;  // as bytes: a character may be split between two segments
   int number = 0;
-  for (const QByteArray& segment : outcome_.segments) {
+  for (const QByteArray& segment : segments) {
     joined += segment;
     const QString text = QString::fromUtf8(segment);
     const QString preview = leftGraphemes(text, segmentPreviewCharacters);
@@ -120,13 +131,8 @@ QString WhisperContext::getTranscription() const {
   return cleaned;
 }
 
-std::optional<QString> WhisperContext::detectedLanguage() const {
-  return outcome_.detectedLanguage;
-}
-
 Task<void> WhisperContext::release() {
   isLoaded_ = false;
-  outcome_ = {};
   auto work = [native = native_](const StopFlag&) {
     native->context.reset();
     return true;

@@ -1,8 +1,8 @@
 #pragma once
 #include <QString>
+#include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "base/Result.h"
 #include "base/async/Task.h"
@@ -14,8 +14,24 @@ namespace quillmere {
 
 enum class WhisperError { modelLoadFailed, transcriptionFailed, invalidAudioFormat, contextCreationFailed };
 
-// One loaded model and the settings of its next run. Used from the main thread; everything that touches the engine runs
-// on the one thread of `worker`, so a load or a release waits for a run that is on.
+// What one run decodes, and how.
+struct WhisperRun {
+  SpeechSamples samples16kHz;
+  std::optional<QString> language;  // none: the run only names it and gives no text
+  std::optional<QString> prompt;
+  float temperature = 0;
+  bool translate = false;
+  std::function<void(float)> onProgress;  // main thread; not after the run
+};
+
+struct WhisperRunResult {
+  bool succeeded = false;
+  QString text;  // cleaned
+  std::optional<QString> detectedLanguage;
+};
+
+// One loaded model. Used from the main thread; everything that touches the engine runs on the one thread of `worker`,
+// so a load or a release waits for a run that is on.
 class WhisperContext {
  public:
   WhisperContext(SpeechEngine& engine, WorkerPool& worker, int processorCount, const Logging& logging);
@@ -24,27 +40,17 @@ class WhisperContext {
   Task<Result<void, WhisperError>> load(QString path);
   QString why() const { return why_; }
 
-  void setLanguage(std::optional<QString> language) { language_ = std::move(language); }
-  void setPrompt(std::optional<QString> prompt) { prompt_ = std::move(prompt); }
-  const std::optional<QString>& language() const { return language_; }
-
-  // Whether the run succeeded. A cancel breaks a run off within about 100 ms and throws Cancelled.
-  Task<bool> fullTranscribe(std::shared_ptr<const std::vector<float>> samples16kHz, float temperature, bool translate);
-  // The cleaned text of the last run.
-  QString getTranscription() const;
-  std::optional<QString> detectedLanguage() const;
+  // A cancel breaks a run off within about 100 ms and throws Cancelled.
+  Task<WhisperRunResult> fullTranscribe(WhisperRun run);
   // Frees the model.
   Task<void> release();
 
-  // Processor count less 2, at least 1 and at most 8.
+  // Processor count less 2, but at least 4 where there are as many, and at most 8.
   static int threadCount(int processorCount);
 
  private:
   struct Native;  // what lives on the worker; shared with work that is under way
-  struct Outcome {
-    std::vector<QByteArray> segments;
-    std::optional<QString> detectedLanguage;
-  };
+  QString cleanedText(const std::vector<QByteArray>& segments) const;
 
   std::shared_ptr<Native> native_;
   WorkerPool& worker_;
@@ -52,9 +58,6 @@ class WhisperContext {
   Logger logger_;
   bool isLoaded_ = false;
   QString why_;
-  std::optional<QString> language_;
-  std::optional<QString> prompt_;
-  Outcome outcome_;
 };
 
 }  // namespace quillmere

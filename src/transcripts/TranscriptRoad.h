@@ -12,29 +12,32 @@
 
 namespace quillmere {
 
-// What is to become a text. A value: nothing of it is kept when the road ends.
+// What is to become a text. A value: nothing of it is kept when the road ends. The functions may be empty; they are
+// called on the main thread and not after the end.
 struct TranscriptJob {
   enum class Source { recording, file, retry };
   enum class Stage { trimming, transcribing, rewriting };
 
   QString audioPath;  // finished audio; the road never changes or removes it
   double durationSeconds = 0;
-  ModePtr mode;     // resolved by its identifier at the beginning; null is the default mode
+  ModePtr mode;      // resolved by its identifier at the beginning; null is the default model without rewriting
   QString modeName;  // for the row, where the mode is null
   Source source = Source::recording;
   TranscriptPtr row;            // of an earlier try, to be used again; null makes a new one
+  bool isWithoutRow = false;    // the history isn't touched and nothing is written beside the audio, so nothing trimmed
   RecordingSessionPtr session;  // settled by the save that writes the row; may be null
   std::optional<ApplicationContext> applicationContext;
   std::optional<QString> selectedText;
   std::function<void(const TranscriptPtr&)> onRow;  // the row is stored: from here on nothing is lost
   std::function<void(Stage)> onStage;
   std::function<void(const QString&)> onRewrittenText;  // grows while a language model writes
-  // A waiting or running engine is asked for its text without a limit where this is empty, else how far it is (0 to 1).
-  std::function<void(float)> onProgress;
+  // A language model could not rewrite for a reason that the user has to act on; the text stands as it was spoken.
+  std::function<void(const TranscriptionError&)> onRewritingProblem;
+  std::function<void(float)> onProgress;  // how far the engine is, 0 to 1, rising; an engine that doesn't say is silent
 };
 
 struct TranscriptOutcome {
-  TranscriptPtr row;
+  TranscriptPtr row;                          // null only for a job without one
   std::optional<TranscriptionResult> result;  // else `error` says why there is none
   std::optional<AnyError> error;
   Duration trimming{};
@@ -46,8 +49,8 @@ struct TranscriptOutcome {
 
 // The one road from finished audio to a row and a text. Main thread. Any number of jobs may be on it; a local engine
 // takes them in their order, and none ends another. A job is cancelled by cancelling the task that awaits it: its row
-// ends as "failed" with a reason, its audio stays, and Cancelled is thrown. Every other failure is in the outcome, and
-// the row says it.
+// ends as "failed" with a reason, its audio stays, and Cancelled is thrown. The death of that task's scope leaves the
+// row the same way. Every other failure is in the outcome, and the row says it. The row is saved at every turn.
 class TranscriptRoad {
  public:
   virtual ~TranscriptRoad() = default;

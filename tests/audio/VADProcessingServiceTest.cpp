@@ -39,7 +39,7 @@ class VADProcessingServiceTest : public ::testing::Test {
     return path;
   }
   VADProcessingResult process(const QString& path, double seconds = 40, bool isEnabled = true) {
-    return runTask(executor, service.process(path, seconds, isEnabled, QStringLiteral("Test")));
+    return runTask(executor, service.process(path, seconds, isEnabled, QStringLiteral("Test"), true));
   }
   void expectOriginal(const VADProcessingResult& result, const QString& path, bool wasProcessed) {
     EXPECT_EQ(result.finalAudioPath, path);
@@ -272,7 +272,7 @@ TEST_F(VADProcessingServiceTest, ACancelStopsTheAnalysisAndLeavesNothing) {
     while (!stop) std::this_thread::yield();
   };
   TaskScope scope(executor);
-  auto handle = scope.spawn(service.process(path, 40, true, QString()));
+  auto handle = scope.spawn(service.process(path, 40, true, QString(), true));
   while (!isRunning) {
     executor.runReady();
     std::this_thread::yield();

@@ -19,7 +19,7 @@ struct LaunchFixture : RecordingManagerFixture {
     hotkeys = std::make_unique<GlobalHotkeys>(std::move(keysUse), logging);
   }
   void launch() {
-    ApplicationLaunch::Services use{executor, state,   *manager, *pipeline,     settings,
+    ApplicationLaunch::Services use{executor, state,   *manager, *preparation,  settings,
                                     *store,   network, *hotkeys, &shortcutKeys, &musicBlocker};
     use.windows.onOrderOutWindow = [this] { windows << "ordered out"; };
     use.windows.onShowOnboarding = [this] { windows << "onboarding"; };

@@ -8,9 +8,9 @@
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ScriptedTranscriber.h"
 #include "core/ShortcutNames.h"
-#include "projects/SpokenFileTags.h"
 #include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
+#include "projects/SpokenFileTags.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/FileWatcher.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -47,7 +47,6 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     data.name = QStringLiteral("Letters");
     mode = persistence->createMode(data);
     appState.selectMode(*mode, false);
-    transcriber.appState = &appState;
     devices.list = {FakeAudioDevices::microphone(7, QStringLiteral("mic.usb"), QStringLiteral("Desk microphone"))};
     devices.defaultUid = QStringLiteral("mic.usb");
     deviceManager.scanDevices(DeviceScanReason::initialBootstrap);

@@ -5,7 +5,6 @@
 #include "core/AppState.h"
 #include "core/AudioRecordingManager.h"
 #include "core/ShortcutNames.h"
-#include "core/TranscriptionPipeline.h"
 #include "postprocessing/VocabularyProcessor.h"
 #include "providers/TranscriptionModelManager.h"
 #include "providers/TranscriptionProviderRouter.h"
@@ -16,6 +15,8 @@
 #include "support/FakeDesktop.h"
 #include "support/FakeKeyEventMonitor.h"
 #include "support/LocalEngineFixture.h"
+#include "transcripts/ModelPreparation.h"
+#include "transcripts/TranscriptionPipeline.h"
 #include "triggers/BareModifierKeyMonitor.h"
 
 namespace quillmere {
@@ -33,11 +34,10 @@ struct RecordingManagerFixture : LocalEngineFixture, FakeDesktop {
     router = std::make_unique<TranscriptionProviderRouter>(engines, network, &reporting, logging);
     TranscriptionModelServices modelServices;
     modelServices.localProvider = provider.get();
-    models = std::make_unique<TranscriptionModelManager>(modelServices, *store, folder.path(), 4, logging);
-    TranscriptionPipelineServices use{executor, clock, *store, defaults, *vocabulary, *router, *models, files};
-    use.localProvider = provider.get();
-    use.appState = &state;
+    models = std::make_unique<TranscriptionModelManager>(modelServices, *store, 4, logging);
+    TranscriptionPipelineServices use{executor, clock, *store, settings, *vocabulary, *router, *models, files};
     pipeline = std::make_unique<TranscriptionPipeline>(std::move(use), logging);
+    preparation = std::make_unique<ModelPreparation>(executor, *store, *models, logging);
     devices.list = {FakeAudioDevices::microphone(1, QStringLiteral("built-in"), QStringLiteral("Built-in")),
                     FakeAudioDevices::microphone(2, QStringLiteral("usb"), QStringLiteral("Desk"))};
     devices.defaultUid = QStringLiteral("built-in");
@@ -82,6 +82,7 @@ struct RecordingManagerFixture : LocalEngineFixture, FakeDesktop {
   std::unique_ptr<TranscriptionProviderRouter> router;
   std::unique_ptr<TranscriptionModelManager> models;
   std::unique_ptr<TranscriptionPipeline> pipeline;
+  std::unique_ptr<ModelPreparation> preparation;
   ModePtr defaultMode;
   std::unique_ptr<AudioRecordingManager> manager;
 };

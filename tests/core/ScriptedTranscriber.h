@@ -4,20 +4,17 @@
 #include <vector>
 
 #include "base/async/Async.h"
-#include "core/AppState.h"
-#include "domain/ApplicationContext.h"
 #include "domain/States.h"
-#include "providers/Transcriber.h"
+#include "transcripts/Transcriber.h"
 
 namespace quillmere {
 
-// A pipeline that answers what it was told, after a time. One transcription runs at a time, as in the real one.
+// A pipeline that answers what it was told, after a time.
 class ScriptedTranscriber final : public Transcriber {
  public:
   Result<QString, AnyError> answer = QStringLiteral("Hello there.");
   Duration takes = std::chrono::milliseconds(400);
   std::optional<Duration> rewriteTakes;  // nothing: no language model
-  AppState* appState = nullptr;
 
   struct Call {
     QString audioPath;
@@ -27,25 +24,25 @@ class ScriptedTranscriber final : public Transcriber {
   };
   std::vector<Call> calls;
   int cancels = 0;
-  TranscriptionState state;
+  TranscriptionState state;  // of the newest call
 
   Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
     Call call{request.audioPath, request.mode, std::nullopt, request.selectedText};
-    if (request.applicationContext != nullptr) call.context = *request.applicationContext;
+    call.context = request.applicationContext;
     calls.push_back(std::move(call));
-    end();
-    const Completion<> ended;
-    running_ = ended;
     state = {TranscriptionState::Transcribing{QStringLiteral("Scripted"), 0.1F}};
-    auto working = wait(takes, ended);
-    co_await std::move(working);
-    if (rewriteTakes) {
-      state = {TranscriptionState::PostProcessing{}};
-      appState->update([](AppStateData& data) { data.recordingState = {RecordingState::PostProcessing{}}; });
-      auto rewriting = wait(*rewriteTakes, ended);
-      co_await std::move(rewriting);
+    try {
+      co_await sleepFor(takes);
+      if (rewriteTakes) {
+        state = {TranscriptionState::PostProcessing{}};
+        if (request.onRewriting) request.onRewriting();
+        co_await sleepFor(*rewriteTakes);
+      }
+    } catch (const Cancelled&) {
+      ++cancels;
+      state = {};
+      throw;
     }
-    running_.reset();
     state = {};
     if (!answer) co_return Failed{answer.error()};
     TranscriptionResult result;
@@ -57,23 +54,6 @@ class ScriptedTranscriber final : public Transcriber {
     if (rewriteTakes) result.postProcessingProvider = QStringLiteral("groq");
     co_return result;
   }
-  void cancelTranscription() override {
-    ++cancels;
-    end();
-    state = {};
-  }
-
- private:
-  static Task<void> wait(Duration duration, Completion<> ended) {
-    auto limited = withTimeout(duration, ended.wait());
-    const bool wasCancelled = co_await std::move(limited);
-    if (wasCancelled) throw Cancelled{};
-  }
-  void end() {
-    if (auto running = std::exchange(running_, std::nullopt)) running->resolve();
-  }
-
-  std::optional<Completion<>> running_;
 };
 
 }  // namespace quillmere

@@ -12,7 +12,6 @@
 #include "core/AppState.h"
 #include "core/ShortcutStore.h"
 #include "models/WhisperModelManager.h"
-#include "providers/TranscriptionRetryController.h"
 #include "recording/AudioDeviceManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
@@ -25,6 +24,8 @@
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
 #include "support/TestTexts.h"
+#include "transcripts/TranscriptRoad.h"
+#include "transcripts/TranscriptionRetryController.h"
 
 namespace quillmere {
 
@@ -194,7 +195,10 @@ class DesktopFixture {
   std::unique_ptr<PersistenceController> store =
       std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
   AppState state{executor, defaults, &settings, &notices, Logging(log)};
-  TranscriptionRetryController retry{*store, &settings, nullptr, clock, Logging(log)};
+  struct NoRoad final : TranscriptRoad {
+    Task<TranscriptOutcome> run(TranscriptJob) override { throw Cancelled(); }
+  } road;
+  TranscriptionRetryController retry{*store, road, Logging(log)};
   std::unique_ptr<WhisperModelManager> manager;
   FakeAudioDevices inputs;
   FakeAudioRecorderFactory recorders;

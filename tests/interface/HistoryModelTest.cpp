@@ -3,41 +3,44 @@
 #include <gtest/gtest.h>
 
 #include "interface/InterfaceFixture.h"
-#include "providers/Transcriber.h"
-#include "providers/TranscriptionRetryController.h"
+#include "transcripts/TranscriptRoad.h"
+#include "transcripts/TranscriptionRetryController.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::chrono_literals;
 
-class ScriptedTranscriber final : public Transcriber {
+class ScriptedRoad final : public TranscriptRoad {
  public:
+  explicit ScriptedRoad(PersistenceController& persistence) : store(persistence) {}
+  PersistenceController& store;
   std::optional<AnyError> error;
   int calls = 0;
   bool isCancelled = false;
-  Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest) override {
+  Task<TranscriptOutcome> run(TranscriptJob job) override {
     ++calls;
+    TranscriptOutcome outcome;
+    outcome.row = job.row;
+    outcome.error = error;
     co_await sleepFor(1s);
     if (isCancelled) throw Cancelled{};
-    if (error) co_return Failed{*error};
-    TranscriptionResult result;
-    result.text = result.rawText = QStringLiteral("at last");
-    result.provider = QStringLiteral("Base");
-    co_return result;
+    job.row->status = error ? QStringLiteral("failed") : QStringLiteral("completed");
+    job.row->text = error ? QStringLiteral("no") : QStringLiteral("at last");
+    store.save();
+    if (!error) outcome.result.emplace();
+    co_return outcome;
   }
-  void cancelTranscription() override {}
 };
 
 struct Fixture : InterfaceFixture {
-  ScriptedTranscriber transcriber;
-  TranscriptionRetryController retry{*store, nullptr, nullptr, clock, Logging(log)};
+  ScriptedRoad road{*store};
+  TranscriptionRetryController retry{*store, road, Logging(log)};
   QStringList copied, played;
   bool hasFiles = true;
   std::unique_ptr<HistoryModel> model;
 
   explicit Fixture(int count = 0) {
-    retry.setTranscriber(&transcriber);
     for (int i = 0; i < count; ++i) add(QStringLiteral("number %1").arg(i), -i * 60);
     store->save();
   }
@@ -190,7 +193,7 @@ TEST(HistoryModel, RetriesInPlaceOnce) {
   f.executor.runUntilIdle();
   EXPECT_EQ(f.model->rowCount(), 1) << "not while it is being transcribed";
   f.executor.advance(2s);
-  EXPECT_EQ(f.transcriber.calls, 1);
+  EXPECT_EQ(f.road.calls, 1);
   EXPECT_FALSE(f.at(0, HistoryModel::busyRole).toBool());
   EXPECT_EQ(f.text(0), QStringLiteral("at last"));
   f.model->copy(f.id(0));
@@ -202,8 +205,8 @@ TEST(HistoryModel, AFailedOrCancelledRetryFreesTheRow) {
     Fixture f;
     f.addFailed();
     f.make();
-    f.transcriber.isCancelled = isCancelled;
-    f.transcriber.error = AnyError{TranscriptionError{TranscriptionError::NoSpeechDetected{}}};
+    f.road.isCancelled = isCancelled;
+    f.road.error = AnyError{TranscriptionError{TranscriptionError::NoSpeechDetected{}}};
     f.model->retry(f.id(0));
     f.executor.advance(2s);
     EXPECT_FALSE(f.at(0, HistoryModel::busyRole).toBool()) << isCancelled;

@@ -11,16 +11,11 @@ namespace {
 using E = TranscriptionError;
 using Answer = FakeSpeechEngine::Answer;
 
-const AnyError interrupted = transcriptionError(E::StreamingInterrupted{});
+const QString base = QStringLiteral("base");
+const QString german = QStringLiteral("de");
 
-VocabularyPtr word(std::optional<QString> text) {
-  auto row = std::make_shared<Vocabulary>();
-  row->word = std::move(text);
-  return row;
-}
-
-QString textOf(const Result<QString, AnyError>& result) {
-  if (result) return *result;
+QString textOf(const Result<SpeechAnswer, AnyError>& result) {
+  if (result) return result->text;
   const auto* error = std::get_if<E>(&result.error());
   if (error == nullptr) return QStringLiteral("error");
   if (const auto* reason = std::get_if<E::ProviderNotAvailable>(&error->kind))
@@ -53,12 +48,12 @@ TEST_P(LadderTest, TakesTheRunsItShould) {
   const Ladder& ladder = GetParam();
   LocalEngineFixture f({QString::fromLatin1(ladder.model)});
   f.engine.answer = [&](const SpeechRunParameters&, int number) { return ladder.answers.at(size_t(number - 1)); };
-  f.provider->setModel(*whisperModelForFileName(QString::fromLatin1(ladder.model)));
-  EXPECT_EQ(textOf(f.transcribe(ladder.language)), QString::fromUtf8(ladder.expected));
+  const QString model = rawValue(*whisperModelForFileName(QString::fromLatin1(ladder.model)));
+  EXPECT_EQ(textOf(f.transcribe(f.request(model, ladder.language))), QString::fromUtf8(ladder.expected));
   std::vector<QByteArray> runs;
   for (const auto& run : f.engine.runs()) {
     EXPECT_EQ(run.detectLanguage, !run.language.has_value());
-    EXPECT_FLOAT_EQ(run.temperature, 0.2F);
+    EXPECT_EQ(run.temperature, 0);
     runs.push_back(run.language.value_or("?") + (run.translate ? "/en" : ""));
   }
   std::vector<QByteArray> expected(ladder.runs.begin(), ladder.runs.end());
@@ -97,95 +92,84 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(LibWhisperProvider, GivesTheWordsAsPromptAndForgetsThem) {
   LocalEngineFixture f;
-  f.provider->setModel(WhisperModel::base);
-  (void)f.transcribe(QStringLiteral("de"),
-                     {word(QStringLiteral("Kubernetes")), word(std::nullopt), word(QStringLiteral("Jürgen"))});
-  (void)f.transcribe(QStringLiteral("de"));
+  auto request = f.request(base, german);
+  request.vocabulary = {QStringLiteral("Kubernetes"), QString(), QStringLiteral("Jürgen")};
+  (void)f.transcribe(request);
+  (void)f.transcribe(f.request(base, german));
   ASSERT_EQ(f.engine.runs().size(), 2U);
   EXPECT_EQ(f.engine.runs()[0].initialPrompt, QStringLiteral("Kubernetes  Jürgen").toUtf8());
   EXPECT_EQ(f.engine.runs()[1].initialPrompt, std::nullopt);
 }
 
-TEST(WhisperContext, LeavesTwoProcessorsFree) {
-  const std::vector<std::pair<int, int>> table{{0, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 2}, {9, 7}, {10, 8}, {64, 8}};
+TEST(LibWhisperProvider, TellsItsProgressWhichOnlyRises) {
+  LocalEngineFixture f;
+  std::function<void(float)> late;
+  f.engine.answer = [&](const SpeechRunParameters& run, int number) {
+    if (number == 1) return isSilent();
+    for (const float share : {0.0F, 0.5F, 0.3F, 0.9F, 1.1F}) run.onProgress(share);
+    late = run.onProgress;
+    return says("Tag");
+  };
+  auto request = f.request(base);
+  std::vector<float> heard;
+  request.onProgress = [&](float share) { heard.push_back(share); };
+  EXPECT_EQ(textOf(f.transcribe(request)), QStringLiteral("Tag"));
+  late(1.0F);  // of a run that was left behind
+  f.executor.runUntilIdle();
+  EXPECT_EQ(heard, (std::vector<float>{0.5F, 0.9F, 1.0F}));
+}
+
+TEST(WhisperContext, LeavesTwoProcessorsFreeWhereThereAreMany) {
+  const std::vector<std::pair<int, int>> table{{0, 1}, {1, 1}, {2, 2}, {3, 3},  {4, 4},
+                                               {5, 4}, {6, 4}, {9, 7}, {10, 8}, {64, 8}};
   for (const auto& [processors, threads] : table) EXPECT_EQ(WhisperContext::threadCount(processors), threads);
 }
 
 // --- models
 
-TEST(LibWhisperProvider, TakesTheEnglishSisterOnlyWhereItIsOnTheDisk) {
-  struct Case {
-    QStringList files;
-    WhisperModel model;
-    bool englishOnly;
-    const char* loaded;
-  };
-  const QString base = QStringLiteral("ggml-base.bin");
-  const QString baseEn = QStringLiteral("ggml-base.en.bin");
-  const std::vector<Case> table{{{base}, WhisperModel::base, true, "ggml-base.bin"},
-                                {{base, baseEn}, WhisperModel::base, true, "ggml-base.en.bin"},
-                                {{base, baseEn}, WhisperModel::base, false, "ggml-base.bin"},
-                                {{base, baseEn}, WhisperModel::baseEn, true, "ggml-base.en.bin"}};
-  for (const Case& c : table) {
-    LocalEngineFixture f(c.files);
-    EXPECT_TRUE(runTask(f.executor, f.provider->load(c.model, c.englishOnly)));
-    EXPECT_EQ(f.engine.loads(), QStringList{QString::fromLatin1(c.loaded)});
-    EXPECT_TRUE(f.provider->isModelReady());
-  }
-}
-
-TEST(LibWhisperProvider, KeepsTheModelWhileItsFileStays) {
-  LocalEngineFixture f({QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-tiny.bin")});
-  for (const WhisperModel model : {WhisperModel::base, WhisperModel::base, WhisperModel::tiny, WhisperModel::base}) {
-    f.provider->setModel(model);
-    EXPECT_TRUE(f.transcribe(QStringLiteral("de")));
-  }
-  EXPECT_EQ(f.engine.loads().size(), 3);
+TEST(LibWhisperProvider, DecodesEachRequestWithItsOwnModelAndKeepsTheLast) {
+  LocalEngineFixture f({QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-base.en.bin")});
+  for (const char* model : {"base", "base", "base.en", "base"})
+    EXPECT_TRUE(f.transcribe(f.request(QString::fromLatin1(model))));
+  EXPECT_EQ(f.engine.loads(), (QStringList{QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-base.en.bin"),
+                                           QStringLiteral("ggml-base.bin")}));
   EXPECT_EQ(f.engine.mostLoaded(), 1);
   QFile file(f.folder.filePath(QStringLiteral("models/ggml-base.bin")));
   ASSERT_TRUE(file.open(QIODevice::Append));
   file.write("another file");
   file.close();
-  f.provider->setModel(WhisperModel::base);
-  EXPECT_TRUE(f.transcribe(QStringLiteral("de")));
+  EXPECT_TRUE(f.transcribe(f.request(base)));
   EXPECT_EQ(f.engine.loads().size(), 4);
 }
 
 TEST(LibWhisperProvider, AFailedLoadLeavesNoModel) {
   LocalEngineFixture f({QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-tiny.bin")});
-  ASSERT_TRUE(runTask(f.executor, f.provider->loadModel(QStringLiteral("base"))));
+  const QString tiny = QStringLiteral("tiny");
+  ASSERT_TRUE(runTask(f.executor, f.provider->loadModel(base)));
+  EXPECT_TRUE(f.provider->isModelReady());
   f.engine.brokenFiles = {QStringLiteral("ggml-tiny.bin")};
-  f.provider->setModel(WhisperModel::tiny);
-  EXPECT_EQ(textOf(f.transcribe()), QStringLiteral("Local Whisper: Failed to load model 'tiny'"));
-  EXPECT_EQ(f.provider->pendingModel(), QStringLiteral("tiny"));
+  EXPECT_EQ(textOf(f.transcribe(f.request(tiny))), QStringLiteral("Local Whisper: Failed to load model 'tiny'"));
   EXPECT_FALSE(f.provider->isModelReady());
   EXPECT_EQ(f.engine.loaded(), 0);
-  EXPECT_FALSE(runTask(f.executor, f.provider->load(WhisperModel::tiny, false)));
+  EXPECT_FALSE(runTask(f.executor, f.provider->loadModel(tiny)));
   f.engine.brokenFiles.clear();
-  EXPECT_TRUE(f.transcribe(QStringLiteral("de")));  // the pending model is tried again
+  EXPECT_TRUE(f.transcribe(f.request(tiny, german)));
 }
 
 TEST(LibWhisperProvider, SaysWhatIsMissing) {
-  {
-    LocalEngineFixture f;
-    EXPECT_EQ(textOf(f.transcribe()), QStringLiteral("Local Whisper: No model loaded. Please download a model first."));
-    f.provider->setModel(WhisperModel::small);
-    EXPECT_EQ(textOf(f.transcribe()), QStringLiteral("error model_not_downloaded"));
-  }
+  LocalEngineFixture f;
+  EXPECT_EQ(textOf(f.transcribe(f.request(QString()))),
+            QStringLiteral("Local Whisper: No model loaded. Please download a model first."));
+  EXPECT_EQ(textOf(f.transcribe(f.request(QStringLiteral("small")))), QStringLiteral("error model_not_downloaded"));
+  f.engine.unsupported = QStringLiteral("This processor has no AVX2.");
+  EXPECT_EQ(textOf(f.transcribe(f.request())), QStringLiteral("Local Whisper: This processor has no AVX2."));
+  EXPECT_TRUE(f.engine.loads().isEmpty());
+
   LocalEngineFixture empty{QStringList{}};
   EXPECT_FALSE(empty.provider->isAvailable());
   empty.addFile(QStringLiteral("models/ggml-base.bin"));
-  EXPECT_TRUE(
-      runTask(empty.executor, empty.provider->loadModel(QStringLiteral("base"))));  // an empty list is looked up
+  EXPECT_TRUE(runTask(empty.executor, empty.provider->loadModel(base)));  // an empty list is looked up
   EXPECT_TRUE(empty.provider->isAvailable());
-}
-
-TEST(LibWhisperProvider, RefusesAProcessorThatCannotRunTheEngine) {
-  LocalEngineFixture f;
-  f.engine.unsupported = QStringLiteral("This processor has no AVX2.");
-  f.provider->setModel(WhisperModel::base);
-  EXPECT_EQ(textOf(f.transcribe()), QStringLiteral("Local Whisper: This processor has no AVX2."));
-  EXPECT_TRUE(f.engine.loads().isEmpty());
 }
 
 TEST(LibWhisperProvider, MapsWhatGoesWrongWithTheAudio) {
@@ -203,21 +187,18 @@ TEST(LibWhisperProvider, MapsWhatGoesWrongWithTheAudio) {
                                 {{}, {}, 1, "Hello there."}};
   for (const Case& c : table) {
     LocalEngineFixture f;
-    f.provider->setModel(WhisperModel::base);
     f.samples.openError = c.openError;
     f.samples.readError = c.readError;
     f.samples.frames = c.frames;
-    EXPECT_EQ(textOf(f.transcribe(QStringLiteral("de"))), QString::fromLatin1(c.expected));
+    EXPECT_EQ(textOf(f.transcribe(f.request(base, german))), QString::fromLatin1(c.expected));
   }
 }
 
-// --- cancelling and races
+// --- cancelling and turns
 
 struct Running {
-  explicit Running(LocalEngineFixture& fixture) : f(fixture), scope(f.executor) {
-    f.provider->setModel(WhisperModel::base);
-  }
-  void start() { handle = scope.spawn(f.provider->transcribe(f.audioPath, QStringLiteral("de"), nullptr, {})); }
+  explicit Running(LocalEngineFixture& fixture) : f(fixture), scope(f.executor) {}
+  void start(const QString& model = base) { handle = scope.spawn(f.provider->transcribe(f.request(model, german))); }
   // "cancelled", the text or the error.
   QString end() {
     try {
@@ -228,64 +209,62 @@ struct Running {
   }
   LocalEngineFixture& f;
   TaskScope scope;
-  TaskHandle<Result<QString, AnyError>> handle;
+  TaskHandle<Result<SpeechAnswer, AnyError>> handle;
 };
 
-TEST(LibWhisperProvider, CancelBreaksARunningDecodeOff) {
-  for (const bool isCallersCancel : {false, true}) {
+TEST(LibWhisperProvider, ACancelEndsOnlyTheRequestOfItsTaskWhereverThatIs) {
+  enum class At { load, run, queue };
+  for (const At at : {At::load, At::run, At::queue}) {
     LocalEngineFixture f;
+    f.engine.holdLoads(at == At::load);
     f.engine.holdRuns(true);
-    Running running(f);
-    running.start();
-    f.runUntilRuns(1);
-    if (isCallersCancel)
-      running.handle.cancel();
-    else
-      f.provider->cancel();
-    EXPECT_EQ(running.end(),
-              isCallersCancel ? QStringLiteral("cancelled") : QStringLiteral("error streaming_interrupted"));
-    EXPECT_EQ(f.engine.interruptedRuns(), 1);
-    f.engine.holdRuns(false);
-    EXPECT_EQ(textOf(f.transcribe(QStringLiteral("de"))), QStringLiteral("Hello there."));
-    EXPECT_EQ(f.engine.loads().size(), 1);
-  }
-}
-
-TEST(LibWhisperProvider, CancelWhileTheModelLoadsEndsTheCall) {
-  for (const bool isCallersCancel : {false, true}) {
-    LocalEngineFixture f;
-    f.engine.holdLoads(true);
-    Running running(f);
-    running.start();
+    Running first(f);
+    Running second(f);
+    first.start();
+    second.start();
     f.executor.runReady();
-    f.engine.waitForLoads(1);
-    if (isCallersCancel)
-      running.handle.cancel();
+    if (at == At::load)
+      f.engine.waitForLoads(1);
     else
-      f.provider->cancel();
+      f.runUntilRuns(1);
+    Running& cancelled = at == At::queue ? second : first;
+    Running& other = at == At::queue ? first : second;
+    cancelled.handle.cancel();
+    if (at == At::queue) {
+      f.executor.runReady();
+      EXPECT_TRUE(cancelled.handle.isDone()) << "it leaves the queue at once";
+    }
     f.engine.holdLoads(false);
-    EXPECT_EQ(running.end(),
-              isCallersCancel ? QStringLiteral("cancelled") : QStringLiteral("error streaming_interrupted"));
-    EXPECT_TRUE(f.engine.runs().empty());
-    f.executor.runUntilIdle();
-    EXPECT_EQ(f.engine.loaded(), isCallersCancel ? 0 : 1);
-    f.provider->setModel(WhisperModel::base);
-    EXPECT_EQ(textOf(f.transcribe(QStringLiteral("de"))), QStringLiteral("Hello there."));
+    f.engine.holdRuns(false);
+    EXPECT_EQ(other.end(), QStringLiteral("Hello there."));
+    EXPECT_EQ(cancelled.end(), QStringLiteral("cancelled"));
+    EXPECT_EQ(f.engine.interruptedRuns(), at == At::run ? 1 : 0);
+    EXPECT_EQ(f.engine.loads().size(), at == At::load ? 2 : 1) << "a cancelled load leaves no model";
+    EXPECT_EQ(f.engine.mostLoaded(), 1);
   }
 }
 
-TEST(LibWhisperProvider, ANewerCallEndsTheOlderOne) {
-  LocalEngineFixture f;
+TEST(LibWhisperProvider, RequestsAndLoadsTakeTurnsInTheirOrder) {
+  LocalEngineFixture f({QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-base.en.bin")});
   f.engine.holdRuns(true);
-  Running older(f);
-  older.start();
+  Running first(f);
+  first.start();
   f.runUntilRuns(1);
-  Running newer(f);
-  newer.start();
-  f.executor.runReady();
+  Running second(f);
+  second.start(QStringLiteral("base.en"));
+  Running third(f);
+  third.start();
+  f.executor.advance(std::chrono::seconds(5));
+  EXPECT_EQ(f.engine.loads().size(), 1);
+  const TimePoint begin = f.executor.now();
   f.engine.holdRuns(false);
-  EXPECT_EQ(newer.end(), QStringLiteral("Hello there."));
-  EXPECT_EQ(older.end(), QStringLiteral("error streaming_interrupted"));
+  const auto answer = runTask(f.executor, third.handle.join());
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->begin, begin) << "the wait isn't its work";
+  EXPECT_EQ(f.engine.loads(), (QStringList{QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-base.en.bin"),
+                                           QStringLiteral("ggml-base.bin")}));
+  EXPECT_EQ(first.end(), QStringLiteral("Hello there."));
+  EXPECT_EQ(second.end(), QStringLiteral("Hello there."));
 }
 
 TEST(LibWhisperProvider, ALoadWaitsForTheRunAndForOtherLoads) {
@@ -313,10 +292,9 @@ TEST(LibWhisperProvider, ALoadWaitsForTheRunAndForOtherLoads) {
 
 TEST(LibWhisperProvider, KeepsWhatWasSaidOutOfPublicLines) {
   LocalEngineFixture f;
-  f.provider->setModel(WhisperModel::base);
   const QByteArray secret = "The password is swordfish. ";
   f.engine.answer = [&](const SpeechRunParameters&, int) { return Answer{true, {secret, secret.repeated(20)}, "en"}; };
-  ASSERT_TRUE(f.transcribe(QStringLiteral("en")));
+  ASSERT_TRUE(f.transcribe(f.request(base, QStringLiteral("en"))));
   EXPECT_FALSE(f.log->publicLines().join(QLatin1Char('\n')).contains(QStringLiteral("swordfish")));
   EXPECT_TRUE(f.log->contains(QStringLiteral("swordfish")));
 }

@@ -24,7 +24,7 @@ struct ManagerFixture : LocalEngineFixture {
     services.gemmaRuntime = &gemma;
     services.notices = &notices;
     services.errorReporting = &reporting;
-    models = std::make_unique<TranscriptionModelManager>(services, *persistence, folder.path(), 4, logging);
+    models = std::make_unique<TranscriptionModelManager>(services, *persistence, 4, logging);
     models->setOnStateChange([this](const TranscriptionState& state) { states.append(state.text()); });
   }
   static ModePtr mode(const QString& model, const QString& language = QStringLiteral("auto")) {
@@ -33,9 +33,7 @@ struct ManagerFixture : LocalEngineFixture {
     result->language = language;
     return result;
   }
-  void prepare(const ModePtr& mode, TranscriptionState state = {}) {
-    runTask(executor, models->prepareModel(mode, std::move(state), &pipeline));
-  }
+  void prepare(const ModePtr& mode) { runTask(executor, models->prepareModel(mode)); }
   QStringList loads() const { return engine.loads(); }
 
   TestTexts texts;
@@ -46,7 +44,6 @@ struct ManagerFixture : LocalEngineFixture {
   FakeGemmaRuntime gemma;
   FakeUserNotices notices;
   FakeErrorReporting reporting;
-  FakeTranscriber pipeline;
   QStringList states;
   std::unique_ptr<TranscriptionModelManager> models;
 };
@@ -71,7 +68,6 @@ TEST(TranscriptionModelManager, LoadsTheModelOfTheMode) {
     ManagerFixture f;
     f.prepare(ManagerFixture::mode(QString::fromLatin1(c.model), QString::fromLatin1(c.language)));
     EXPECT_EQ(f.loads(), c.loads) << c.model;
-    EXPECT_EQ(f.pipeline.cancels, 1);
     for (const QString& state : f.states) EXPECT_EQ(state, QStringLiteral("idle"));
     EXPECT_EQ(f.parakeet.prepared.size(), QByteArray(c.model).startsWith("parakeet") ? 1 : 0);
   }
@@ -79,10 +75,6 @@ TEST(TranscriptionModelManager, LoadsTheModelOfTheMode) {
 
 TEST(TranscriptionModelManager, FallsBackToBaseAndReports) {
   ManagerFixture f;
-  f.prepare(ManagerFixture::mode(QStringLiteral("small")),
-            {TranscriptionState::Transcribing{QStringLiteral("X"), 0.1F}});
-  EXPECT_TRUE(f.loads().isEmpty());  // a running transcription is left alone
-  EXPECT_EQ(f.pipeline.cancels, 0);
   f.engine.brokenFiles = {QStringLiteral("ggml-small.bin")};
   f.prepare(ManagerFixture::mode(QStringLiteral("small")));
   EXPECT_EQ(f.loads(), (QStringList{QStringLiteral("ggml-small.bin"), QStringLiteral("ggml-base.bin")}));
@@ -97,7 +89,7 @@ TEST(TranscriptionModelManager, TriesBaseTwice) {
   ManagerFixture f;
   f.engine.brokenFiles = {QStringLiteral("ggml-base.bin")};
   const TimePoint start = f.executor.now();
-  runTask(f.executor, f.models->preloadBase(false));
+  runTask(f.executor, f.models->preloadBase(std::nullopt));
   EXPECT_EQ(f.executor.now() - start, std::chrono::milliseconds(500));
   EXPECT_EQ(f.loads().size(), 2);
   EXPECT_TRUE(f.states.last().startsWith(QStringLiteral("error: Failed to load base model: ")))
@@ -115,7 +107,7 @@ TEST(TranscriptionModelManager, ACancelledPreparationEndsAtRest) {
     ManagerFixture f;
     f.engine.holdLoads(true);
     TaskScope scope(f.executor);
-    auto handle = scope.spawn(f.models->prepareModel(ManagerFixture::mode(QString::fromLatin1(model)), {}, nullptr));
+    auto handle = scope.spawn(f.models->prepareModel(ManagerFixture::mode(QString::fromLatin1(model))));
     f.executor.runReady();
     f.engine.waitForLoads(1);
     handle.cancel();
@@ -126,18 +118,6 @@ TEST(TranscriptionModelManager, ACancelledPreparationEndsAtRest) {
     EXPECT_EQ(f.loads().size(), 1);
     EXPECT_TRUE(f.reporting.reports.empty());
   }
-}
-
-TEST(TranscriptionModelManager, ListsTheModelsOnTheDisk) {
-  ManagerFixture f;
-  f.models->checkAvailableModels();
-  EXPECT_EQ(f.models->availableModels().get(),
-            (std::vector<WhisperModel>{WhisperModel::base, WhisperModel::baseEn, WhisperModel::small}));
-  EXPECT_EQ(f.provider->pendingModel(), QStringLiteral("base"));
-  EXPECT_EQ(f.models->selectedModel().get(), WhisperModel::base);
-  ManagerFixture empty(QStringList{});
-  empty.models->checkAvailableModels();
-  EXPECT_EQ(empty.provider->pendingModel(), std::nullopt);
 }
 
 TEST(TranscriptionModelManager, StartsAndStopsTheLocalLanguageModel) {

@@ -30,8 +30,14 @@ struct RouterFixture : LocalEngineFixture {
     TranscriptionProviderRouter router(engines, network, &reporting, logging);
     return describe(runTask(executor, router.selectProvider(mode)));
   }
-  static QString describe(const Result<TranscriptionProvider*, AnyError>& chosen) {
-    return chosen ? (*chosen)->name() : describe(chosen.error());
+  static QString describe(const Result<ChosenEngine, AnyError>& chosen) {
+    return chosen ? chosen->provider->name() + u' ' + chosen->model + chosen->apiKey : describe(chosen.error());
+  }
+  // What is said before: "" where the mode can run.
+  QString why(const ModePtr& mode) {
+    const TranscriptionProviderRouter router(engines, network, &reporting, logging);
+    const auto problem = router.whyModeCannotRun(mode.get());
+    return problem ? describe(AnyError(*problem)) : QString();
   }
   static QString describe(const AnyError& error) {
     const auto& kind = std::get<E>(error).kind;
@@ -41,6 +47,7 @@ struct RouterFixture : LocalEngineFixture {
     if (const auto* e = std::get_if<E::ApiKeyMissing>(&kind)) words = *e->provider;
     if (const auto* e = std::get_if<E::Unauthorized>(&kind)) words = *e->provider;
     if (const auto* e = std::get_if<E::NetworkError>(&kind)) words = *e->details;
+    if (const auto* e = std::get_if<E::ModelNotDownloaded>(&kind)) words = e->model.value_or(QString());
     return classify(error).code + (words.isEmpty() ? QString() : QStringLiteral(": ") + words);
   }
 
@@ -56,8 +63,8 @@ struct RouterFixture : LocalEngineFixture {
   FakeApiKeys keys;
   FakeProviderHealth health;
   FakeHostedFactory hosted;
-  FakeCloudProvider whisper{QStringLiteral("Cloud Whisper")};
-  FakeCloudProvider deepgram{QStringLiteral("Deepgram")};
+  FakeSpeechService whisper{QStringLiteral("Cloud Whisper")};
+  FakeSpeechService deepgram{QStringLiteral("Deepgram")};
   FakeParakeetEngine parakeet;
   FakeNetworkStatus network;
   FakeErrorReporting reporting;
@@ -67,28 +74,25 @@ TEST(TranscriptionProviderRouter, ChoosesTheCloudEngineOfTheMode) {
   struct Case {
     std::optional<QString> service;
     const char* model;
-    const char* expected;
-    std::optional<CloudProvider> configuredAs;
+    const char* expected;  // with the key that goes into the request
   };
+  const char* const notReady = "provider_not_available: Mistral, Provider is not configured or ready";
   const std::vector<Case> table{
-      {std::nullopt, "cloud", "Cloud Whisper", CloudProvider::openai},
-      {QStringLiteral("nonsense"), "Cloud", "Cloud Whisper", CloudProvider::openai},
-      {QStringLiteral("groq"), "CLOUD", "Cloud Whisper", CloudProvider::groq},
-      {QStringLiteral("fireworks"), "cloud", "api_key_missing: Fireworks AI", std::nullopt},
-      {QStringLiteral("deepgram"), "cloud", "Deepgram", std::nullopt},
-      {QStringLiteral("mistral"), "cloud", "provider_not_available: Mistral, Provider is not configured or ready", {}},
-      {QStringLiteral("elevenlabs"), "cloud", "api_key_missing: ElevenLabs", std::nullopt},
-      {QStringLiteral("quillmere"), "cloud", "Quillmere Cloud", std::nullopt},
+      {std::nullopt, "cloud", "Cloud Whisper key of openai"},
+      {QStringLiteral("nonsense"), "Cloud", "Cloud Whisper key of openai"},
+      {QStringLiteral("groq"), "CLOUD", "Cloud Whisper key of groq"},
+      {QStringLiteral("fireworks"), "cloud", "api_key_missing: Fireworks AI"},
+      {QStringLiteral("deepgram"), "cloud", "Deepgram key of deepgram"},
+      {QStringLiteral("mistral"), "cloud", notReady},
+      {QStringLiteral("elevenlabs"), "cloud", "api_key_missing: ElevenLabs"},
+      {QStringLiteral("quillmere"), "cloud", "Quillmere Cloud "},
   };
   for (const Case& c : table) {
     RouterFixture f;
-    EXPECT_EQ(f.select(RouterFixture::cloudMode(c.service, QString::fromLatin1(c.model))),
-              QString::fromLatin1(c.expected));
-    if (c.configuredAs) {
-      ASSERT_EQ(f.whisper.configurations.size(), 1U);
-      EXPECT_EQ(f.whisper.configurations[0].first, *c.configuredAs);
-      EXPECT_EQ(f.whisper.configurations[0].second, QStringLiteral("key of ") + rawValue(*c.configuredAs));
-    }
+    const ModePtr mode = RouterFixture::cloudMode(c.service, QString::fromLatin1(c.model));
+    const QString expected = QString::fromLatin1(c.expected);
+    EXPECT_EQ(f.select(mode), expected);
+    EXPECT_EQ(f.why(mode), expected.contains(QLatin1String(": ")) ? expected : QString());
   }
 }
 
@@ -97,6 +101,9 @@ TEST(TranscriptionProviderRouter, RefusesInTheRightOrder) {
   RouterFixture f;
   f.network.online = false;
   EXPECT_EQ(f.select(mode), QStringLiteral("network_error: No internet connection"));
+  const int asked = f.health.questions;
+  EXPECT_EQ(f.why(mode), QStringLiteral("network_error: No internet connection"));
+  EXPECT_EQ(f.health.questions, asked) << "no service is asked beforehand";
   f.whisper.available = false;
   EXPECT_EQ(f.select(mode),
             QStringLiteral("provider_not_available: Cloud Whisper, Provider is not configured or ready"));
@@ -132,7 +139,7 @@ TEST(TranscriptionProviderRouter, MakesTheHostedProviderOnce) {
   const auto first = runTask(f.executor, router.selectProvider(mode));
   const auto second = runTask(f.executor, router.selectProvider(mode));
   ASSERT_TRUE(first && second);
-  EXPECT_EQ(*first, *second);
+  EXPECT_EQ(first->provider, second->provider);
   EXPECT_EQ(f.hosted.made, 1);
 }
 
@@ -140,36 +147,45 @@ TEST(TranscriptionProviderRouter, ChoosesTheLocalModelOfTheMode) {
   struct Case {
     const char* model;
     const char* expected;
-    const char* pending;
+    const char* language = "de";
   };
   const std::vector<Case> table{
-      {"base", "Local Whisper", "base"},
-      {"ggml-base.en", "Local Whisper", "base.en"},
-      {"whisper-large-v3-turbo-custom", "Local Whisper", "large-v3_turbo"},
-      {"small", "model_not_downloaded", nullptr},
-      {"medizin-small", "Local Whisper", "medizin-small"},  // the user's own file wins over the rules
-      {"mein.modell", "Local Whisper", "mein.modell"},
-      {"zzz", "Local Whisper", "base"},
-      {"parakeet-tdt-0.6b-v3", "Parakeet TDT", nullptr},
-      {"Parakeet-TDT-0.6b-V2", "model_not_downloaded", nullptr},
-      {"parakeet-other", "Local Whisper", "base"},
+      {"base", "Local Whisper base"},
+      {"base", "Local Whisper base.en", "en-GB"},
+      {"tiny", "Local Whisper tiny.en", "en"},  // it alone is on the disk
+      {"tiny", "model_not_downloaded: tiny"},
+      {"ggml-base.en", "Local Whisper base.en"},
+      {"whisper-large-v3-turbo-custom", "Local Whisper large-v3_turbo"},
+      {"small", "model_not_downloaded: small", "en"},
+      {"medizin-small", "Local Whisper medizin-small"},  // the user's own file wins over the rules
+      {"mein.modell", "Local Whisper mein.modell"},
+      {"zzz", "Local Whisper base"},
+      {"parakeet-tdt-0.6b-v3", "Parakeet TDT parakeet-tdt-0.6b-v3"},
+      {"Parakeet-TDT-0.6b-V2", "model_not_downloaded: Parakeet-TDT-0.6b-V2"},
+      {"parakeet-other", "Local Whisper base"},
   };
   for (const Case& c : table) {
     RouterFixture f({QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-base.en.bin"),
-                     QStringLiteral("ggml-large-v3-turbo.bin"), QStringLiteral("custom/medizin-small.bin"),
-                     QStringLiteral("custom/mein.modell.bin")});
+                     QStringLiteral("ggml-tiny.en.bin"), QStringLiteral("ggml-large-v3-turbo.bin"),
+                     QStringLiteral("custom/medizin-small.bin"), QStringLiteral("custom/mein.modell.bin")});
     f.parakeet.onDisk = {AsrModelVersion::v3};
     f.engines.parakeet = &f.parakeet;
-    EXPECT_EQ(f.select(RouterFixture::localMode(QString::fromLatin1(c.model))), QString::fromLatin1(c.expected))
-        << c.model;
-    EXPECT_EQ(f.provider->pendingModel().value_or(QString()), QString::fromLatin1(c.pending)) << c.model;
+    const ModePtr mode = RouterFixture::localMode(QString::fromLatin1(c.model));
+    mode->language = QString::fromLatin1(c.language);
+    const QString expected = QString::fromLatin1(c.expected);
+    EXPECT_EQ(f.select(mode), expected) << c.model;
+    EXPECT_EQ(f.why(mode), expected.contains(QLatin1String(": ")) ? expected : QString()) << c.model;
   }
 }
 
 TEST(TranscriptionProviderRouter, FallsBackToBaseAlsoWithoutItsFile) {
   RouterFixture f(QStringList{});
-  EXPECT_EQ(f.select(RouterFixture::localMode(QStringLiteral("zzz"))), QStringLiteral("Local Whisper"));
-  EXPECT_EQ(f.select(nullptr), QStringLiteral("model_not_downloaded"));
+  const ModePtr unknown = RouterFixture::localMode(QStringLiteral("zzz"));
+  EXPECT_EQ(f.select(unknown), QStringLiteral("Local Whisper base"));
+  EXPECT_EQ(f.why(unknown), QStringLiteral("model_not_downloaded: base"));
+  EXPECT_EQ(f.select(nullptr), QStringLiteral("model_not_downloaded: base"));
+  f.engine.unsupported = QStringLiteral("This processor has no AVX2.");
+  EXPECT_EQ(f.why(nullptr), QStringLiteral("provider_not_available: Local Whisper, This processor has no AVX2."));
   f.parakeet.onDisk = {AsrModelVersion::v3};
   f.parakeet.prepareError = AnyError(E{E::Timeout{QStringLiteral("load")}});
   f.engines.parakeet = &f.parakeet;

@@ -5,12 +5,10 @@
 #include <set>
 
 #include "base/async/Async.h"
-#include "providers/CloudTranscriptionProvider.h"
 #include "providers/GemmaRuntime.h"
-#include "providers/HostedTranscriptionProvider.h"
+#include "providers/HostedTranscriptionProviderFactory.h"
 #include "providers/ParakeetEngine.h"
 #include "providers/ProviderHealthChecking.h"
-#include "providers/Transcriber.h"
 #include "storage/CloudProviderAPIKeyProviding.h"
 
 namespace quillmere {
@@ -18,40 +16,41 @@ namespace quillmere {
 // What the fake engines answer, and how long they take in virtual time.
 struct FakeAnswer {
   Result<QString, AnyError> text = QStringLiteral("spoken words");
+  std::optional<QString> rewrittenText;
+  std::vector<float> progress;  // told at once
   Duration delay{0};
   bool isStubborn = false;  // goes on to its end when it is cancelled
 
-  Task<Result<QString, AnyError>> give() const {
+  Task<Result<SpeechAnswer, AnyError>> give(SpeechRequest request) const {
+    if (request.onProgress)
+      for (const float share : progress) request.onProgress(share);
     auto waiting = sleepFor(delay);
     if (isStubborn) waiting = shielded(std::move(waiting));
-    const auto answer = text;
-    return waitAndReturn(std::move(waiting), answer);
+    return waitAndReturn(std::move(waiting), text, rewrittenText);
   }
 
  private:
-  static Task<Result<QString, AnyError>> waitAndReturn(Task<void> waiting, Result<QString, AnyError> answer) {
+  static Task<Result<SpeechAnswer, AnyError>> waitAndReturn(Task<void> waiting, Result<QString, AnyError> text,
+                                                            std::optional<QString> rewrittenText) {
     co_await std::move(waiting);
+    if (!text) co_return Failed{text.error()};
+    SpeechAnswer answer;
+    answer.text = *text;
+    answer.rewrittenText = rewrittenText;
     co_return answer;
   }
 };
 
-class FakeCloudProvider final : public CloudTranscriptionProvider {
+class FakeSpeechService final : public TranscriptionProvider {
  public:
-  explicit FakeCloudProvider(QString name) : name_(std::move(name)) {}
+  explicit FakeSpeechService(QString name) : name_(std::move(name)) {}
   FakeAnswer answer;
   bool available = true;
-  std::vector<std::pair<CloudProvider, QString>> configurations;
-  std::vector<std::optional<QString>> languages;
-  std::vector<size_t> vocabularySizes;
+  std::vector<SpeechRequest> requests;
 
-  void configure(CloudProvider provider, const QString& apiKey) override {
-    configurations.emplace_back(provider, apiKey);
-  }
-  Task<Result<QString, AnyError>> transcribe(QString, std::optional<QString> language, ModePtr,
-                                             std::vector<VocabularyPtr> vocabulary) override {
-    languages.push_back(std::move(language));
-    vocabularySizes.push_back(vocabulary.size());
-    return answer.give();
+  Task<Result<SpeechAnswer, AnyError>> transcribe(SpeechRequest request) override {
+    requests.push_back(request);
+    return answer.give(std::move(request));
   }
   bool isAvailable() const override { return available; }
   QString name() const override { return name_; }
@@ -60,35 +59,19 @@ class FakeCloudProvider final : public CloudTranscriptionProvider {
   QString name_;
 };
 
-class FakeHostedProvider final : public HostedTranscriptionProvider {
- public:
-  FakeHostedProvider(FakeAnswer answer, std::optional<QString> enhanced)
-      : answer_(std::move(answer)), enhanced_(std::move(enhanced)) {}
-  Task<Result<QString, AnyError>> transcribe(QString, std::optional<QString>, ModePtr,
-                                             std::vector<VocabularyPtr>) override {
-    return answer_.give();
-  }
-  bool isAvailable() const override { return true; }
-  QString name() const override { return QStringLiteral("Quillmere Cloud"); }
-  std::optional<QString> aiEnhancedText() const override { return enhanced_; }
-
- private:
-  FakeAnswer answer_;
-  std::optional<QString> enhanced_;
-};
-
 class FakeHostedFactory final : public HostedTranscriptionProviderFactory {
  public:
   bool hasManager = true;
   bool makes = true;
   int made = 0;
   FakeAnswer answer;
-  std::optional<QString> enhanced;
   bool hasCreditManager() const override { return hasManager; }
-  std::unique_ptr<HostedTranscriptionProvider> makeProvider() override {
+  std::unique_ptr<TranscriptionProvider> makeProvider() override {
     if (!makes) return nullptr;
     ++made;
-    return std::make_unique<FakeHostedProvider>(answer, enhanced);
+    auto provider = std::make_unique<FakeSpeechService>(QStringLiteral("Quillmere Cloud"));
+    provider->answer = answer;
+    return provider;
   }
 };
 
@@ -134,9 +117,8 @@ class FakeParakeetEngine final : public ParakeetEngine {
   }
   bool isInstalled(AsrModelVersion version) const override { return installed.contains(version); }
   void refresh() override { installed = onDisk; }
-  Task<Result<QString, AnyError>> transcribe(QString, std::optional<QString>, ModePtr,
-                                             std::vector<VocabularyPtr>) override {
-    return FakeAnswer{}.give();
+  Task<Result<SpeechAnswer, AnyError>> transcribe(SpeechRequest request) override {
+    return FakeAnswer{}.give(std::move(request));
   }
   bool isAvailable() const override { return !installed.empty(); }
   QString name() const override { return QStringLiteral("Parakeet TDT"); }
@@ -155,27 +137,6 @@ class FakeGemmaRuntime final : public GemmaRuntime {
     co_return modelId.value_or(QStringLiteral("first"));
   }
   void stop(GemmaStopReason reason) override { stops.push_back(reason); }
-};
-
-class FakeTranscriber final : public Transcriber {
- public:
-  std::optional<AnyError> error;
-  TranscriptionResult result;
-  bool neverEnds = false;
-  std::vector<TranscriptionRequest> requests;
-  int cancels = 0;
-  Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
-    requests.push_back(std::move(request));
-    if (neverEnds) {
-      Completion<void> never;
-      auto waiting = never.wait();
-      co_await std::move(waiting);
-    }
-    co_await yieldNow();
-    if (error) co_return Failed{*error};
-    co_return result;
-  }
-  void cancelTranscription() override { ++cancels; }
 };
 
 }  // namespace quillmere

@@ -12,24 +12,27 @@ namespace quillmere {
 class FakeVADProcessing final : public VADProcessing {
  public:
   std::optional<QString> trimmedPath;
+  std::optional<QString> compressedPath;  // what becomes of the trimmed file, beside it
   Duration takes{0};
   struct Call {
     double duration;
     bool isEnabled;
     QString prefix;
+    bool compressesLarge;
   };
   std::vector<Call> calls;
 
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
-                                    QString logPrefix) override {
-    calls.push_back({durationSeconds, isEnabled, logPrefix});
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString logPrefix,
+                                    bool compressesLarge) override {
+    calls.push_back({durationSeconds, isEnabled, logPrefix, compressesLarge});
     if (takes > Duration::zero()) co_await sleepFor(takes);
     VADProcessingResult result;
     result.originalAudioPath = audioPath;
-    result.finalAudioPath = trimmedPath.value_or(audioPath);
+    result.finalAudioPath = trimmedPath ? compressedPath.value_or(*trimmedPath) : audioPath;
     result.wasProcessed = trimmedPath.has_value();
     if (trimmedPath) {
-      if (QFile file(*trimmedPath); !file.open(QIODevice::WriteOnly)) std::abort();
+      for (const QString& path : {*trimmedPath, result.finalAudioPath})
+        if (QFile file(path); !file.open(QIODevice::WriteOnly)) std::abort();
       result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 1};
     }
     co_return result;

@@ -41,9 +41,16 @@ struct LocalEngineFixture {
     return path;
   }
 
-  Result<QString, AnyError> transcribe(std::optional<QString> language = std::nullopt,
-                                       std::vector<VocabularyPtr> vocabulary = {}) {
-    return runTask(executor, provider->transcribe(audioPath, std::move(language), nullptr, std::move(vocabulary)));
+  SpeechRequest request(const QString& model = QStringLiteral("base"),
+                        std::optional<QString> language = std::nullopt) const {
+    SpeechRequest request;
+    request.audioPath = audioPath;
+    request.model = model;
+    request.language = std::move(language);
+    return request;
+  }
+  Result<SpeechAnswer, AnyError> transcribe(SpeechRequest request) {
+    return runTask(executor, provider->transcribe(std::move(request)));
   }
 
   // Runs what is ready, and lets workers go on, until so many runs have begun.

@@ -46,10 +46,8 @@ Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wis
     if (auto byName = services.persistence->fetchModeByName(transcript->mode.value_or(QString()))) before = *byName;
   const auto mode = chooseMode(context, wishes, before);
   if (!mode) co_return fail(context, mode.error());
-  auto checking = whyModeCannotRun(services, *mode);
-  if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
-  auto retrying = services.retryHandler->retry(transcript, *mode);
-  const auto result = co_await std::move(retrying);
+  if (const auto problem = whyModeCannotRun(services, **mode)) co_return fail(context, *problem);
+  const auto result = co_await services.retryHandler->retry(transcript, *mode);
   if (!result) co_return fail(context, {localizedDescription(result.error()), exitCodeFor(result.error())});
   context.terminal.out(transcript->text.value_or(QString()));
   co_return exitOk;

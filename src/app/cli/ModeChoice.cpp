@@ -7,16 +7,17 @@
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
 #include "domain/catalogs/LanguageData.h"
+#include "providers/LocalModelChoice.h"
 
 namespace quillmere {
 
 ExitCode exitCodeFor(const AnyError& error) {
+  if (isNetworkFailure(error)) return exitNetwork;
   if (const auto* transcription = std::get_if<TranscriptionError>(&error)) {
     using T = TranscriptionError;
     if (transcription->is<T::ModelNotDownloaded>() || transcription->is<T::ProviderNotAvailable>() ||
         transcription->is<T::ApiKeyMissing>())
       return exitModel;
-    if (transcription->is<T::NetworkError>()) return exitNetwork;
     if (transcription->is<T::AudioFileNotFound>() || transcription->is<T::InvalidAudioFormat>() ||
         transcription->is<T::AudioConversionFailed>() || transcription->is<T::AudioFileTooLarge>())
       return exitInput;
@@ -78,28 +79,17 @@ Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWi
   return ModePtr(mode);
 }
 
-namespace {
-
-std::optional<CommandFailure> missingModel(Services& services, const Mode& mode) {
-  const QString name = mode.model.value_or(QStringLiteral("base"));
-  if (providerTypeOfModel(name.toLower()) == ProviderType::cloud) return std::nullopt;
-  if (const auto problem = services.speechEngine->unsupportedProcessor()) return CommandFailure{*problem, exitModel};
-  if (services.modelManager->findDownloaded(name)) return std::nullopt;
-  const auto known = lenientWhisperModel(name);
-  if (known && services.modelManager->findDownloaded(rawValue(*known))) return std::nullopt;
-  if (known) return CommandFailure{localizedText("cli.model.missing", rawValue(*known)), exitModel};
-  return CommandFailure{localizedText("cli.model.unknown", name), exitModel};
-}
-
-}  // namespace
-
-Task<std::optional<CommandFailure>> whyModeCannotRun(Services& services, ModePtr mode) {
-  if (auto problem = missingModel(services, *mode)) co_return problem;
-  if (providerTypeOfModel(mode->model.value_or(QString()).toLower()) == ProviderType::local) co_return std::nullopt;
-  auto choosing = services.router->selectProvider(mode);
-  const auto provider = co_await std::move(choosing);
-  if (provider) co_return std::nullopt;
-  co_return CommandFailure{localizedDescription(provider.error()), exitCodeFor(provider.error())};
+std::optional<CommandFailure> whyModeCannotRun(const Services& services, const Mode& mode) {
+  const QString model = mode.model.value_or(QStringLiteral("base"));
+  const auto isThere = [&](const QString& name) { return services.modelManager->findDownloaded(name).has_value(); };
+  // The engine would take another model for a name that nobody knows; a person has mistyped it.
+  if (providerTypeOfModel(model.toLower()) == ProviderType::local && !chooseLocalModel(model, {}, isThere))
+    return CommandFailure{localizedText("cli.model.unknown", model), exitModel};
+  const auto problem = services.router->whyModeCannotRun(&mode);
+  if (!problem) return std::nullopt;
+  if (const auto* missing = std::get_if<TranscriptionError::ModelNotDownloaded>(&problem->kind))
+    return CommandFailure{localizedText("cli.model.missing", missing->model.value_or(model)), exitModel};
+  return CommandFailure{localizedDescription(*problem), exitCodeFor(*problem)};
 }
 
 }  // namespace quillmere

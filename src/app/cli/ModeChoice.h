@@ -18,8 +18,8 @@ struct ModeWishes {
 // belongs to no store.
 Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWishes& wishes, const ModePtr& before);
 
-// Says before anything is copied or written that the mode's model or service isn't there.
-Task<std::optional<CommandFailure>> whyModeCannotRun(Services& services, ModePtr mode);
+// Says before anything is copied or spoken that the mode's model, key or service isn't there. No service is asked.
+std::optional<CommandFailure> whyModeCannotRun(const Services& services, const Mode& mode);
 
 // The shell's number for a failed transcription.
 ExitCode exitCodeFor(const AnyError& error);

@@ -24,6 +24,13 @@ struct FileReport {
   std::optional<CommandFailure> failure;
 };
 
+void fill(FileReport& report, const TranscriptionResult& result) {
+  report.text = result.text;
+  report.rawText = result.rawText;
+  report.provider = result.provider;
+  report.wasPostProcessed = result.wasPostProcessed;
+}
+
 Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile input, ModePtr mode,
                                           TerminalPresenter& presenter) {
   FileReport report;
@@ -36,8 +43,7 @@ Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile inp
   FileTranscriptionProgress progress(*services.executor);
   presenter.showProgress(progress);
   progress.start(input.shownName, mode->name.value_or(QString()));
-  auto measuring = services.audioFileConverter->durationSeconds(*path);
-  const auto duration = co_await std::move(measuring);
+  const auto duration = co_await services.audioFileConverter->durationSeconds(*path);
   if (!duration) {
     presenter.hideProgress();
     report.failure = CommandFailure{localizedDescription(duration.error()), exitInput};
@@ -46,20 +52,19 @@ Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile inp
   report.durationSeconds = *duration;
   progress.setStage(FileTranscriptionStage::transcribing);
   progress.animate(0.85f, std::chrono::seconds(60));
-  TranscriptionRequest request;
-  request.audioPath = *path;
-  request.mode = mode;
-  auto transcribing = services.pipeline->transcribeWithDetails(std::move(request));
-  const auto result = co_await std::move(transcribing);
+  TranscriptJob job;
+  job.audioPath = *path;
+  job.durationSeconds = *duration;
+  job.mode = mode;
+  job.source = TranscriptJob::Source::file;
+  job.isWithoutRow = true;
+  job.onProgress = [&](float share) { progress.animate(0.05f + 0.8f * share, std::chrono::milliseconds(300)); };
+  const TranscriptOutcome outcome = co_await services.road->run(std::move(job));
   presenter.hideProgress();
-  if (!result) {
-    report.failure = CommandFailure{localizedDescription(result.error()), exitCodeFor(result.error())};
-    co_return report;
-  }
-  report.text = result->text;
-  report.rawText = result->rawText;
-  report.provider = result->provider;
-  report.wasPostProcessed = result->wasPostProcessed;
+  if (outcome.result)
+    fill(report, *outcome.result);
+  else
+    report.failure = CommandFailure{localizedDescription(*outcome.error), exitCodeFor(*outcome.error)};
   co_return report;
 }
 
@@ -70,8 +75,7 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
   FileTranscriptionFlow& flow = *services.fileFlow;
   flow.setPresenter(&presenter);
   context.onInterrupt = [&flow] { flow.cancel(); };
-  auto running = flow.transcribe(input.path, mode);
-  const FileTranscriptionOutcome outcome = co_await std::move(running);
+  const FileTranscriptionOutcome outcome = co_await flow.transcribe(input.path, mode);
   context.onInterrupt = nullptr;
   flow.setPresenter(nullptr);
   presenter.hideProgress();
@@ -81,7 +85,7 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
   switch (outcome.kind) {
     case FileTranscriptionOutcome::Kind::cancelled:
       report.isCancelled = true;
-      // The copy is gone already; a row without sound and text would be of no use to anybody.
+      // The original is where it was, and whoever interrupts a command wants nothing of it left.
       if (outcome.transcript) services.persistence->deleteTranscript(outcome.transcript);
       report.transcriptId.clear();
       break;
@@ -103,10 +107,7 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
     }
     case FileTranscriptionOutcome::Kind::completed:
       if (!outcome.result) break;
-      report.text = outcome.result->text;
-      report.rawText = outcome.result->rawText;
-      report.provider = outcome.result->provider;
-      report.wasPostProcessed = outcome.result->wasPostProcessed;
+      fill(report, *outcome.result);
       if (services.persistence->hasChanges())
         report.failure = CommandFailure{localizedText("cli.store.notSaved"), exitStore};
       break;
@@ -147,8 +148,7 @@ Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
   const auto chosen = chooseMode(context, {options.mode, options.model, options.language}, nullptr);
   if (!chosen) co_return fail(context, chosen.error());
   const ModePtr mode = *chosen;
-  auto checking = whyModeCannotRun(context.services, mode);
-  if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
+  if (const auto problem = whyModeCannotRun(context.services, *mode)) co_return fail(context, *problem);
   if (!options.isWithoutHistory) {
     StorageSettingsManager& storage = context.services.settings->storage();
     storage.ensureRecordingsFolder();

@@ -127,7 +127,7 @@ DesktopIntents DesktopProgram::intents() {
   intents.dialog.stopRecording = [&recording] {
     recording.toggleRecording(std::nullopt, true, RecordingTriggerSource::uiButton);
   };
-  intents.dialog.cancelTranscription = [&base] { base.pipeline->cancelTranscription(); };
+  intents.dialog.cancelTranscription = [&recording] { recording.cancelFromShortcut(); };
   intents.dialog.copyText = intents.history.copyText;
   intents.dialog.isTextOnClipboard = [&recording] {
     switch (recording.autoPasteHandler().lastOutcome().get()) {
@@ -150,7 +150,7 @@ DesktopIntents DesktopProgram::intents() {
   intents.firstRun.cancelDictation = [&recording] { recording.cancelFromShortcut(); };
   intents.openFolder = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   intents.modelChosen = [this, &base](ModePtr mode) {
-    (void)scope_->spawn(base.pipeline->prepareModel(std::move(mode)));
+    base.modelPreparation->prepare(std::move(mode));
     showModelState();
   };
   intents.firstRun.modelChosen = intents.modelChosen;

@@ -5,7 +5,6 @@ namespace quillmere {
 DesktopServices::~DesktopServices() {
   if (!base || !base->appState) return;
   // The state goes after those that it points to.
-  base->appState->setTranscriptionPipeline(nullptr);
   base->appState->setModeChangeToast({});
 }
 
@@ -23,7 +22,6 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
   AppState& state = *s.base->appState;
   state.setPersistenceController(s.base->persistence.get());
   state.setNetworkStatus(s.base->network.get());
-  state.setTranscriptionPipeline(s.base->pipeline.get());
   state.setModeChangeToast(windows.showModeChange);
 
   prepareRecordingsFolder(s.base->settings->storage());
@@ -49,7 +47,7 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
   ApplicationLaunch::Services launch{*s.base->executor,
                                      state,
                                      *s.session->audioManager,
-                                     *s.base->pipeline,
+                                     *s.base->modelPreparation,
                                      *s.base->settings,
                                      *s.base->persistence,
                                      *s.base->network,

@@ -15,11 +15,13 @@
 #include "base/text/LocalizedText.h"
 #include "core/AudioRecordingManager.h"
 #include "core/DictationTimings.h"
-#include "core/TranscriptOutcome.h"
 #include "delivery/AutoPasteHandler.h"
+#include "postprocessing/TranscriptionTextProcessing.h"
+#include "recording/CrashRecoveryManager.h"
 #include "recording/MicrophonePermissionManager.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 namespace {
@@ -107,11 +109,9 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   Executor& executor = co_await currentExecutor();
   RecordingLifecycle& lifecycle = session.audioManager->lifecycleManager();
   const TimePoint triggered = executor.now();
-  auto asking = session.audioManager->permissionManager().requestPermission();
-  if (!co_await std::move(asking))
+  if (!co_await session.audioManager->permissionManager().requestPermission())
     co_return Failed{CommandFailure{session.audioManager->permissionManager().errorMessage().get(), exitFailure}};
-  auto starting = lifecycle.startRecording();
-  const auto started = co_await std::move(starting);
+  const auto started = co_await lifecycle.startRecording();
   if (!started) {
     session.audioManager->sessionManager().deleteCurrentSession();
     co_return Failed{CommandFailure{localizedDescription(started.error()), exitFailure}};
@@ -140,8 +140,7 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   recording.stoppedAt = executor.now();
   RecordingSessionManager& sessions = session.audioManager->sessionManager();
   if (isCancelled) sessions.discardSession(sessions.currentRecordingSession());
-  auto stopping = lifecycle.stopRecording();
-  auto stopped = co_await std::move(stopping);
+  auto stopped = co_await lifecycle.stopRecording();
   lifecycle.setOnInterrupted({});
   context.onEnd = nullptr;
   if (isCancelled) {
@@ -184,6 +183,28 @@ void printTimings(Terminal& terminal, const DictationTimings& timings) {
                        .arg(std::chrono::duration<double, std::milli>(*row.value).count(), 8, 'f', 1));
 }
 
+Task<bool> type(SessionServices& session, QString text, const Mode& mode) {
+  const QString language = mode.language.value_or(QStringLiteral("en"));
+  text = TranscriptionTextProcessing::appendTrailingSpace(text, language);
+  AccessibilityHelper& helper = session.audioManager->accessibilityHelper();
+  co_await helper.beginRecordingSession();
+  const bool isTyped =
+      co_await session.audioManager->autoPasteHandler().paste(std::move(text), std::vector<ProcessedTag>());
+  helper.endRecordingSession();
+  co_return isTyped;
+}
+
+// The user has his text. An interrupt leaves the WAV.
+Task<void> compress(Services& services, SessionServices& session, QString path, TranscriptPtr row) {
+  const bool isWav = QFileInfo(path).suffix().toLower() == QLatin1String("wav");
+  if (!isWav || !services.settings->storage().storeAsM4A()) co_return;
+  try {
+    co_await session.audioManager->lifecycleManager().convertInBackground(path, row);
+  } catch (const Cancelled&) {
+    // That was all there was left to do.
+  }
+}
+
 }  // namespace
 
 Task<int> runDictate(CommandContext context, DictateOptions options) {
@@ -192,103 +213,96 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   const auto chosen = chooseMode(context, {options.mode, options.model, options.language}, nullptr);
   if (!chosen) co_return fail(context, chosen.error());
   const ModePtr mode = *chosen;
-  auto checking = whyModeCannotRun(services, mode);
-  if (const auto problem = co_await std::move(checking)) co_return fail(context, *problem);
+  if (const auto problem = whyModeCannotRun(services, *mode)) co_return fail(context, *problem);
   prepareRecordingsFolder(services.settings->storage());
 
   const auto session = makeSessionServices(services, SessionOptions{});
   if (options.isTyped && !session->hasDisplay())
     co_return fail(context, {localizedText("cli.dictate.noDisplay"), exitFailure});
-  auto configuring = session->audioManager->configure();
-  co_await std::move(configuring);
-  // The model loads while the user speaks.
   TaskScope background(executor);
-  auto preparation = background.spawn(services.pipeline->prepareModel(mode));
+  // Beside the recording. Its first turn lists what there is, so that this recording isn't among it; what it doesn't
+  // get to is left for the next start.
+  background.spawn(session->audioManager->recoveryManager().recoverOrphanedRecordings());
+  co_await session->audioManager->configure();
+  // The model loads while the user speaks.
+  services.modelPreparation->prepare(mode);
 
-  auto recorder = record(context, options, *session);
-  auto recorded = co_await std::move(recorder);
+  auto awake = session->powerActivity->begin(QStringLiteral("Recording and transcribing audio"));
+  auto recorded = co_await record(context, options, *session);
   if (!recorded) co_return fail(context, recorded.error());
   Recording& recording = *recorded;
-
-  if (!options.isQuiet) context.terminal.status(localizedText("cli.dictate.transcribing"));
   const QString path = *recording.result.path;
-  const TranscriptPtr row = session->audioManager->sessionManager().createTranscript(
-      recording.result.session, recording.result.duration, mode->name, path);
-  if (recording.isEnded) co_return fail(context, keepForLater(services, *row));
-  const TimePoint trimmingStart = executor.now();
-  auto trimming = services.vadProcessingService->process(
-      path, recording.result.duration, services.settings->general().enableVAD(), QStringLiteral("Recording"));
-  const VADProcessingResult trimmed = co_await std::move(trimming);
-  recording.timings.trimming = executor.now() - trimmingStart;
-  if (trimmed.wasProcessed && trimmed.trimResult)
-    services.persistence->setTrimmedAudioPath(row, trimmed.finalAudioPath);
-  recording.timings.stopToDecoding = executor.now() - recording.stoppedAt;
 
-  const TimePoint decodingStart = executor.now();
-  TranscriptionRequest request;
-  request.audioPath = trimmed.finalAudioPath;
-  request.mode = mode;
+  TranscriptPtr row;
   bool isCancelled = false;
-  bool isEnded = false;
-  context.onInterrupt = [&] { services.pipeline->cancelTranscription(); };
+  bool isEnded = recording.isEnded;
+  TranscriptJob job;
+  job.audioPath = path;
+  job.durationSeconds = recording.result.duration;
+  job.mode = mode;
+  job.session = recording.result.session;
+  TaskHandle<TranscriptOutcome> transcribing;
+  job.onRow = [&](const TranscriptPtr& made) {
+    row = made;
+    if (isEnded) transcribing.cancel();
+  };
+  context.onInterrupt = [&] { transcribing.cancel(); };
   context.onEnd = [&] {
     isEnded = true;
-    services.pipeline->cancelTranscription();
+    transcribing.cancel();
   };
-  std::optional<Result<TranscriptionResult, AnyError>> outcome;
+  if (!options.isQuiet) context.terminal.status(localizedText("cli.dictate.transcribing"));
+  transcribing = background.spawn(services.road->run(std::move(job)));
+  TranscriptOutcome outcome;
   try {
-    auto transcribing = services.pipeline->transcribeWithDetails(request);
-    outcome.emplace(co_await std::move(transcribing));
+    outcome = co_await transcribing.join();
   } catch (const Cancelled&) {
     isCancelled = true;
   }
   context.onInterrupt = nullptr;
   context.onEnd = nullptr;
   context.terminal.clearStatus();
-  if (isEnded && isCancelled) co_return fail(context, keepForLater(services, *row));
+  awake.reset();
   if (isCancelled) {
-    services.persistence->deleteTranscript(row);
+    if (isEnded && row) co_return fail(context, keepForLater(services, *row));
+    // The row says that it was cancelled and can be tried again.
+    if (row && options.isWithoutHistory) services.persistence->deleteTranscript(row);
     throw Cancelled{};
   }
-  recording.timings.decoding = executor.now() - decodingStart;
-  if (!*outcome) {
-    const QString reason = localizedDescription(outcome->error());
-    failTranscript(*row, reason, failedTranscriptText(reason));
-    services.persistence->save();
-    co_return fail(context, {reason, exitCodeFor(outcome->error())});
-  }
-  const TranscriptionResult& result = **outcome;
-  completeTranscript(*row, result);
-  services.persistence->save();
+  DictationTimings& timings = recording.timings;
+  timings.trimming = outcome.trimming;
+  timings.stopToDecoding = outcome.decodingBegan - recording.stoppedAt;
+  if (!outcome.result) co_return fail(context, {localizedDescription(*outcome.error), exitCodeFor(*outcome.error)});
+  timings.decoding = outcome.decoding;
+  timings.postProcessing = outcome.rewriting;
+  const TranscriptionResult& result = *outcome.result;
 
   int code = exitOk;
   const TimePoint textReady = executor.now();
-  if (options.isTyped) {
-    auto saving = session->audioManager->accessibilityHelper().beginRecordingSession();
-    co_await std::move(saving);
-    auto pasting = session->audioManager->autoPasteHandler().paste(result.text, std::vector<ProcessedTag>{});
-    if (co_await std::move(pasting)) {
-      recording.timings.decodedToPasted = executor.now() - textReady;
+  if (outcome.isEmpty()) {
+    context.terminal.err(localizedText("cli.dictate.nothingHeard"));
+  } else if (options.isTyped) {
+    if (co_await type(*session, result.text, *mode)) {
+      timings.decodedToPasted = executor.now() - textReady;
     } else {
       context.terminal.err(localizedText("cli.dictate.notTyped"));
       code = exitFailure;
     }
-    session->audioManager->accessibilityHelper().endRecordingSession();
   }
-  recording.timings.stopToText = executor.now() - recording.stoppedAt;
+  timings.stopToText = executor.now() - recording.stoppedAt;
   if (options.isJson) {
     QJsonObject object = transcriptJson(*row);
     object[QStringLiteral("text")] = result.text;
     context.terminal.json(object);
-  } else if (!options.isTyped || code != exitOk) {
+  } else if (!outcome.isEmpty() && (!options.isTyped || code != exitOk)) {
     context.terminal.out(result.text);
   }
-  if (options.showsTimings) printTimings(context.terminal, recording.timings);
-  if (options.isTyped) {
-    auto restoring = session->audioManager->accessibilityHelper().waitForRestore();
-    co_await std::move(restoring);
-  }
-  if (options.isWithoutHistory) services.persistence->deleteTranscript(row);
+  if (options.showsTimings) printTimings(context.terminal, timings);
+  if (options.isTyped) co_await session->audioManager->accessibilityHelper().waitForRestore();
+  if (options.isWithoutHistory)
+    services.persistence->deleteTranscript(row);
+  else
+    co_await compress(services, *session, path, row);
   if (services.persistence->hasChanges()) co_return fail(context, {localizedText("cli.store.notSaved"), exitStore});
   co_return code;
 }

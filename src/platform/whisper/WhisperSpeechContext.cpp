@@ -20,6 +20,10 @@ constexpr auto stopPollInterval = 10ms;
 // How long a stopped run may take to come out of the library before it is left to itself.
 constexpr auto stopGrace = 60ms;
 
+void tellProgress(whisper_context*, whisper_state*, int percent, void* onProgress) {
+  (*static_cast<const std::function<void(float)>*>(onProgress))(static_cast<float>(percent) / 100.0f);
+}
+
 bool isStopped(void* stop) {
   return static_cast<const std::atomic<bool>*>(stop)->load(std::memory_order_acquire);
 }
@@ -67,6 +71,10 @@ struct WhisperSpeechContext::Call {
     full.language = textOrNull(parameters.language);
     full.detect_language = parameters.detectLanguage;
     full.temperature = parameters.temperature;
+    if (parameters.onProgress) {
+      full.progress_callback = &tellProgress;
+      full.progress_callback_user_data = &parameters.onProgress;
+    }
     full.abort_callback = &isStopped;
     full.abort_callback_user_data = &stop;
 

@@ -6,7 +6,7 @@
 
 namespace quillmere {
 
-// The fields of a dictation's history row as its end leaves them. Saving is the caller's.
+// The fields of a row of the history as the end of its transcription leaves them. Saving is the caller's.
 void completeTranscript(Transcript& row, const TranscriptionResult& result);
 void failTranscript(Transcript& row, const QString& reason, const QString& text);
 // What such a row says in the place of its text.

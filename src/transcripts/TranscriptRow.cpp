@@ -1,4 +1,4 @@
-#include "core/TranscriptOutcome.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 

@@ -1,4 +1,4 @@
-#include "providers/TranscriptionResultCache.h"
+#include "transcripts/TranscriptionResultCache.h"
 
 namespace quillmere {
 

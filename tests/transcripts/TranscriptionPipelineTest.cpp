@@ -1,18 +1,17 @@
-#include "core/TranscriptionPipeline.h"
+#include "transcripts/TranscriptionPipeline.h"
 
 #include <gtest/gtest.h>
 
-#include "core/AppState.h"
 #include "postprocessing/AIPostProcessing.h"
 #include "postprocessing/VocabularyProcessor.h"
 #include "providers/TranscriptionModelManager.h"
 #include "providers/TranscriptionProviderRouter.h"
 #include "storage/PersistenceController.h"
+#include "storage/SettingsManager.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeErrorReporting.h"
 #include "support/FakeNetworkStatus.h"
 #include "support/FakeProviders.h"
-#include "support/FakeUserNotices.h"
 #include "support/LocalEngineFixture.h"
 #include "support/TestTexts.h"
 
@@ -24,11 +23,9 @@ using E = TranscriptionError;
 
 class FakePostProcessor final : public AIPostProcessing {
  public:
-  PostProcessingCallbacks callbacks;
   std::vector<PostProcessingRequest> requests;
   std::optional<AnyError> error;
   Duration delay{0};
-  void setCallbacks(PostProcessingCallbacks value) override { callbacks = std::move(value); }
   Task<Result<QString, AnyError>> postProcessStreaming(PostProcessingRequest request) override {
     requests.push_back(request);
     const QString text = request.text;
@@ -52,16 +49,13 @@ struct PipelineFixture : LocalEngineFixture {
     router = std::make_unique<TranscriptionProviderRouter>(engines, network, &reporting, logging);
     TranscriptionModelServices modelServices;
     modelServices.localProvider = provider.get();
-    models = std::make_unique<TranscriptionModelManager>(modelServices, *persistence, folder.path(), 4, logging);
-    appState = std::make_unique<AppState>(executor, defaults, nullptr, &notices, logging);
-    TranscriptionPipelineServices services{executor,    clock,   *persistence, defaults,
+    models = std::make_unique<TranscriptionModelManager>(modelServices, *persistence, 4, logging);
+    TranscriptionPipelineServices services{executor,    clock,   *persistence, settings,
                                            *vocabulary, *router, *models,      files};
-    services.localProvider = provider.get();
-    services.appState = appState.get();
+    services.aiPostProcessor = &rewriter;
     services.errorReporting = &reporting;
     services.fileTagsApply = [this] { return fileTagsApply; };
     pipeline = std::make_unique<TranscriptionPipeline>(std::move(services), logging);
-    pipeline->setAIPostProcessor(&rewriter);
     subscription = pipeline->observeState([this](const TranscriptionState& state) { states.append(state.text()); });
   }
 
@@ -113,19 +107,18 @@ struct PipelineFixture : LocalEngineFixture {
   std::unique_ptr<PersistenceController> persistence;
   std::unique_ptr<VocabularyProcessor> vocabulary;
   FakeDefaultsStore defaults;
+  SettingsManager settings{defaults, {}, logging};
   FakeApiKeys keys;
   FakeProviderHealth health;
   FakeHostedFactory hosted;
-  FakeCloudProvider cloud{QStringLiteral("OpenAI Whisper")};
+  FakeSpeechService cloud{QStringLiteral("OpenAI Whisper")};
   FakeNetworkStatus network;
   FakeErrorReporting reporting;
-  FakeUserNotices notices;
   FakePostProcessor rewriter;
   bool fileTagsApply = false;
   QStringList states;
   std::unique_ptr<TranscriptionProviderRouter> router;
   std::unique_ptr<TranscriptionModelManager> models;
-  std::unique_ptr<AppState> appState;
   std::unique_ptr<TranscriptionPipeline> pipeline;
   Subscription subscription;
   TaskScope scope{executor};
@@ -142,7 +135,7 @@ TEST(TranscriptionPipeline, TranscribesLocallyWithoutAMode) {
   EXPECT_EQ(outcome->text, QStringLiteral("Hello there."));
   EXPECT_EQ(outcome->rawText, outcome->text);
   EXPECT_EQ(outcome->provider, QStringLiteral("Local Whisper"));
-  EXPECT_EQ(f.reporting.breadcrumbs.size(), 5U);  // one a stage
+  EXPECT_EQ(f.reporting.breadcrumbs.size(), 4U);  // one a stage
   EXPECT_EQ(outcome->timestamp, f.clock.now());
   EXPECT_FALSE(outcome->wasPostProcessed);
   EXPECT_EQ(outcome->postProcessingProvider, std::nullopt);
@@ -150,7 +143,6 @@ TEST(TranscriptionPipeline, TranscribesLocallyWithoutAMode) {
   EXPECT_EQ(f.engine.loads(), QStringList{QStringLiteral("ggml-base.bin")});
   EXPECT_EQ(f.states, (QStringList{QStringLiteral("transcribing with Starting... (0%)"),
                                    QStringLiteral("transcribing with Local Whisper (10%)"), QStringLiteral("idle")}));
-  EXPECT_EQ(f.pipeline->lastTranscription()->id, outcome->id);
   EXPECT_TRUE(f.reporting.reports.empty());
 }
 
@@ -190,15 +182,19 @@ TEST(TranscriptionPipeline, DecidesWhatIsDoneWithTheText) {
     f.persistence->addVocabularyItem(QStringLiteral("kuh"), QStringLiteral("Kuh!"));
     f.cloud.answer.text = QStringLiteral("  eine kuh ");
     f.hosted.answer.text = QStringLiteral("  eine kuh ");
-    f.hosted.enhanced = c.enhanced;
-    const auto outcome = f.run(c.mode);
+    f.hosted.answer.rewrittenText = c.enhanced;
+    auto request = f.request(c.mode);
+    size_t told = 0;
+    request.onRewriting = [&] { ++told; };
+    const auto outcome = runTask(f.executor, f.pipeline->transcribeWithDetails(request));
     ASSERT_TRUE(outcome) << c.name;
     EXPECT_EQ(outcome->text, QString::fromUtf8(c.text)) << c.name;
     EXPECT_EQ(outcome->rawText, QStringLiteral("  eine kuh ")) << c.name;
     EXPECT_EQ(outcome->wasPostProcessed, c.wasPostProcessed) << c.name;
     EXPECT_EQ(outcome->postProcessingProvider, c.provider) << c.name;
     EXPECT_EQ(f.rewriter.requests.size(), c.rewrites) << c.name;
-    EXPECT_EQ(f.appState->data().recordingState.is<RecordingState::PostProcessing>(), c.rewrites > 0) << c.name;
+    EXPECT_EQ(told, c.rewrites) << c.name;
+    EXPECT_EQ(outcome->timings.rewriting.has_value(), c.rewrites > 0) << c.name;
     EXPECT_EQ(f.states.contains(QStringLiteral("post-processing")), c.rewrites > 0) << c.name;
   }
 }
@@ -217,33 +213,42 @@ TEST(TranscriptionPipeline, HandsLanguageContextAndVocabularyOn) {
     auto mode = PipelineFixture::mode(cloudText);
     mode->language = language;
     ASSERT_TRUE(f.run(mode));
-    EXPECT_EQ(f.cloud.languages.back(), expected);
-    EXPECT_EQ(f.cloud.vocabularySizes.back(), 2U);
+    EXPECT_EQ(f.cloud.requests.back().language, expected);
+    EXPECT_EQ(f.cloud.requests.back().vocabulary, (QStringList{QStringLiteral("eins"), QStringLiteral("zwei")}));
+    EXPECT_EQ(f.cloud.requests.back().mode, *mode);
+    EXPECT_EQ(f.cloud.requests.back().apiKey, QStringLiteral("key"));
   }
   f.fileTagsApply = true;
   auto request = f.request(PipelineFixture::mode(cloudText, 1, QStringLiteral("openai")));
   request.selectedText = QStringLiteral("marked");
+  QStringList written;
+  request.onRewrittenText = [&](const QString& text) { written << text; };
   ASSERT_TRUE(runTask(f.executor, f.pipeline->transcribeWithDetails(request)));
   EXPECT_EQ(f.rewriter.requests.back().selectedText, QStringLiteral("marked"));
   EXPECT_TRUE(f.rewriter.requests.back().developerToolActive);
   EXPECT_FALSE(f.rewriter.requests.back().developerModeEnabled);
   EXPECT_EQ(f.rewriter.requests.back().vocabulary.size(), 2U);
+  f.rewriter.requests.back().callbacks.onStreamingTextUpdate(QStringLiteral("so far"));
+  EXPECT_EQ(written, QStringList{QStringLiteral("so far")});
 }
 
-TEST(TranscriptionPipeline, KeepsTheTextByTheBytesOfTheAudio) {
+TEST(TranscriptionPipeline, KeepsTheTextByTheBytesOfTheAudioAfterItWasGiven) {
   PipelineFixture f;
-  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText)));
-  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText)));
-  EXPECT_EQ(f.pipeline->cache().count(), 1);
+  const auto keep = [&] {
+    EXPECT_TRUE(f.run(PipelineFixture::mode(cloudText)));
+    f.executor.runUntilIdle();
+    return f.pipeline->cache().count();
+  };
+  EXPECT_TRUE(f.run(PipelineFixture::mode(cloudText)));
+  EXPECT_EQ(f.pipeline->cache().count(), 0) << "nobody waits for the hash";
+  EXPECT_EQ(keep(), 1);
   QFile file(f.audioPath);
   ASSERT_TRUE(file.open(QIODevice::Append));
   file.write(QByteArray(3'000'000, 'x'));  // more than one block
   file.close();
-  ASSERT_TRUE(f.run(PipelineFixture::mode(cloudText)));
-  EXPECT_EQ(f.pipeline->cache().count(), 2);
+  EXPECT_EQ(keep(), 2);
   QFile::remove(f.audioPath);  // a file that is gone fails nothing
-  EXPECT_TRUE(f.run(PipelineFixture::mode(cloudText)));
-  EXPECT_EQ(f.pipeline->cache().count(), 2);
+  EXPECT_EQ(keep(), 2);
 }
 
 // --- failures and their report
@@ -329,7 +334,7 @@ TEST(TranscriptionPipeline, FailsWithTheStageThatFailed) {
       {"health, although the hosted text would do",
        [](F& f) {
          f.health.postProcessing[PostProcessingProvider::openai] = ProviderHealth::unreachable;
-         f.hosted.enhanced = QStringLiteral("enhanced");
+         f.hosted.answer.rewrittenText = QStringLiteral("enhanced");
        },
        F::hostedMode(1, openai), "post_processing_health_check", "network_error"},
       {"rewriter", [](F& f) { f.rewriter.error = transcriptionError(E::StreamingInterrupted{}); },
@@ -344,137 +349,88 @@ TEST(TranscriptionPipeline, FailsWithTheStageThatFailed) {
     ASSERT_EQ(f.reporting.reports.size(), 1U) << c.name;
     EXPECT_EQ(f.reporting.reports[0].options.tags.value(QStringLiteral("error_stage")), QString::fromLatin1(c.stage))
         << c.name;
-    EXPECT_EQ(f.pipeline->lastTranscription(), std::nullopt);
-    // a call behind a failure starts at once
-    const TimePoint before = f.executor.now();
-    (void)f.run(c.mode);
-    EXPECT_EQ(f.executor.now(), before) << c.name;
+    EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Error>()) << c.name;
   }
 }
 
 // --- races
 
-TEST(TranscriptionPipeline, ANewCallEndsTheRunningOne) {
-  for (const bool isStubborn : {false, true}) {
-    PipelineFixture f;
-    f.cloud.answer.delay = 10s;
-    f.cloud.answer.isStubborn = isStubborn;
-    auto older = f.start(PipelineFixture::mode(cloudText));
-    f.executor.runReady();
-    f.cloud.answer.delay = 1s;
-    f.cloud.answer.text = QStringLiteral("newer");
-    const TimePoint start = f.executor.now();
-    auto newer = f.start(PipelineFixture::mode(cloudText));
-    EXPECT_EQ(f.end(newer), QStringLiteral("newer"));
-    EXPECT_EQ(f.executor.now() - start, 1100ms);
-    EXPECT_EQ(f.end(older), QStringLiteral("cancelled"));
-    EXPECT_EQ(f.states.last(), QStringLiteral("idle"));
-    EXPECT_EQ(f.pipeline->lastTranscription()->text, QStringLiteral("newer"));
-    EXPECT_TRUE(f.reporting.reports.empty());
-  }
+TEST(TranscriptionPipeline, CallsRunSideBySideAndTheStateIsTheNewestOnes) {
+  PipelineFixture f;
+  f.cloud.answer.delay = 10s;
+  f.cloud.answer.text = QStringLiteral("older");
+  auto older = f.start(PipelineFixture::mode(cloudText));
+  f.executor.runReady();
+  f.hosted.answer.delay = 1s;
+  f.hosted.answer.text = Failed{transcriptionError(E::Busy{})};
+  auto newer = f.start(PipelineFixture::hostedMode(0));
+  f.executor.runReady();
+  EXPECT_EQ(f.pipeline->state().get().text(), QStringLiteral("transcribing with Quillmere Cloud (10%)"));
+  EXPECT_EQ(f.end(newer), QStringLiteral("error busy"));
+  EXPECT_EQ(f.pipeline->state().get().text(), QStringLiteral("transcribing with OpenAI Whisper (10%)"));
+  EXPECT_EQ(f.end(older), QStringLiteral("older"));
+  EXPECT_EQ(f.states.last(), QStringLiteral("idle"));
 }
 
-// Whoever cancels, and at whatever point: the call ends as cancelled (or had ended before), the pipeline rests, nothing
-// is reported, and the next call works.
+// At whatever point: the call ends as cancelled (or had ended before), one beside it does not, the pipeline rests and
+// nothing is reported.
 TEST(TranscriptionPipeline, CanBeCancelledAtEveryPoint) {
-  enum class How { pipeline, joiner, newerCall };
   const ModePtr cloudMode = PipelineFixture::mode(cloudText, 1, QStringLiteral("openai"));
   const ModePtr localMode = PipelineFixture::mode(QStringLiteral("base"), 1, QStringLiteral("openai"));
   for (const ModePtr& mode : {cloudMode, localMode}) {
-    for (const How how : {How::pipeline, How::joiner, How::newerCall}) {
-      int cancelled = 0;
-      bool isThrough = false;
-      for (int steps = 0; !isThrough; ++steps) {
-        ASSERT_LT(steps, 200);
-        PipelineFixture f;
-        f.cloud.answer.delay = 2ms;
-        f.rewriter.delay = 2ms;
-        auto handle = f.start(mode);
-        for (int i = 0; i < steps && f.step(); ++i) continue;
-        isThrough = handle.isDone();
-        if (how == How::pipeline) f.pipeline->cancelTranscription();
-        if (how == How::joiner) handle.cancel();
-        if (how == How::newerCall) {
-          auto newer = f.start(PipelineFixture::mode(cloudText));
-          EXPECT_EQ(f.end(newer), QStringLiteral("spoken words")) << steps;
-        }
-        const QString ended = f.end(handle);
-        cancelled += ended == QStringLiteral("cancelled");
-        EXPECT_TRUE(ended == QStringLiteral("cancelled") || ended.startsWith(QStringLiteral("Rewritten")))
-            << qPrintable(ended);
-        EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Idle>()) << steps;
-        EXPECT_TRUE(f.reporting.reports.empty()) << steps;
-        EXPECT_TRUE(f.run(mode)) << steps;
-        EXPECT_TRUE(f.scope.isIdle());
-      }
-      EXPECT_GT(cancelled, 5);
+    int cancelled = 0;
+    bool isThrough = false;
+    for (int steps = 0; !isThrough; ++steps) {
+      ASSERT_LT(steps, 200);
+      PipelineFixture f;
+      f.cloud.answer.delay = 2ms;
+      f.rewriter.delay = 2ms;
+      auto handle = f.start(mode);
+      auto beside = f.start(mode);
+      for (int i = 0; i < steps && f.step(); ++i) continue;
+      isThrough = handle.isDone();
+      handle.cancel();
+      const QString ended = f.end(handle);
+      cancelled += ended == QStringLiteral("cancelled");
+      EXPECT_TRUE(isThrough ? ended.startsWith(QStringLiteral("Rewritten")) : ended == QStringLiteral("cancelled"))
+          << qPrintable(ended);
+      EXPECT_TRUE(f.end(beside).startsWith(QStringLiteral("Rewritten")));
+      f.executor.runUntilIdle();
+      EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Idle>()) << steps;
+      EXPECT_TRUE(f.reporting.reports.empty()) << steps;
+      EXPECT_TRUE(f.scope.isIdle());
     }
+    EXPECT_GT(cancelled, 5);
   }
 }
 
-TEST(TranscriptionPipeline, ALocalDecodeEndsAtOnceWithACancelAndWithThePipeline) {
+TEST(TranscriptionPipeline, ADeathOfTheCallersScopeEndsALocalDecode) {
   PipelineFixture f;
   f.engine.holdRuns(true);
-  auto handle = f.start(nullptr);
-  f.runUntilRuns(1);
-  const TimePoint start = f.executor.now();
-  f.pipeline->cancelTranscription();
-  EXPECT_EQ(f.end(handle), QStringLiteral("cancelled"));
-  EXPECT_EQ(f.engine.interruptedRuns(), 1);
-  EXPECT_EQ(f.executor.now(), start);
   {
     TaskScope caller(f.executor);
     (void)caller.spawn(f.pipeline->transcribeWithDetails(f.request(nullptr)));
-    f.runUntilRuns(2);
+    f.runUntilRuns(1);
   }
+  EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Idle>());
   f.pipeline.reset();
   f.provider.reset();
   f.executor.runUntilIdle();
-  EXPECT_EQ(f.engine.interruptedRuns(), 2);
+  EXPECT_EQ(f.engine.interruptedRuns(), 1);
   EXPECT_EQ(f.engine.loaded(), 0);
 }
 
-// --- what is around it
-
-TEST(TranscriptionPipeline, AModelLoadDoesNotHideARunningTranscription) {
+TEST(TranscriptionPipeline, AModelLoadHidesNoTranscription) {
   PipelineFixture f;
-  f.engine.holdLoads(true);
-  auto preparing = f.scope.spawn(f.pipeline->prepareModel(PipelineFixture::mode(QStringLiteral("base"))));
-  f.executor.runReady();
-  f.engine.waitForLoads(1);
-  f.cloud.answer.delay = 1s;
+  f.cloud.answer.delay = 10s;
   auto handle = f.start(PipelineFixture::mode(cloudText));
   f.executor.runReady();
-  f.engine.holdLoads(false);
-  f.executor.runUntil([&] { return preparing.isDone(); });
-  EXPECT_TRUE(handle.isDone() || f.pipeline->state().get().is<TranscriptionState::Transcribing>());
+  f.engine.brokenFiles = {QStringLiteral("ggml-base.bin")};
+  runTask(f.executor, f.models->prepareModel(PipelineFixture::mode(QStringLiteral("base"))));
+  EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Transcribing>());
   EXPECT_EQ(f.end(handle), QStringLiteral("spoken words"));
-}
-
-TEST(TranscriptionPipeline, HandsTheRewritersNewsToTheApplicationState) {
-  PipelineFixture f;
-  f.rewriter.callbacks.onStreamingStateChange(true);
-  f.rewriter.callbacks.onStreamingTextUpdate(QStringLiteral("so far"));
-  EXPECT_TRUE(f.appState->data().isStreaming);
-  EXPECT_EQ(f.appState->data().streamingText, QStringLiteral("so far"));
-  f.rewriter.callbacks.onPostProcessingError(E{E::ApiKeyMissing{QStringLiteral("OpenAI")}});
-  ASSERT_EQ(f.notices.toasts.size(), 1U);
-  EXPECT_TRUE(f.notices.toasts[0].second);
-  f.pipeline.reset();
-  EXPECT_FALSE(f.rewriter.callbacks.onStreamingStateChange);
-}
-
-TEST(TranscriptionPipeline, KeepsTheKeyAndHandsItToItsEngine) {
-  PipelineFixture f;
-  f.pipeline->updateAPIKey(QStringLiteral("sk-1"));
-  EXPECT_EQ(f.pipeline->openAIAPIKey(), QStringLiteral("sk-1"));
-  EXPECT_TRUE(f.pipeline->useOpenAITranscription());
-  ASSERT_EQ(f.cloud.configurations.size(), 1U);
-  EXPECT_EQ(f.cloud.configurations[0].second, QStringLiteral("sk-1"));
-  f.pipeline->updateAPIKey({});
-  EXPECT_FALSE(f.pipeline->useOpenAITranscription());
-  EXPECT_EQ(f.cloud.configurations.size(), 1U);
-  EXPECT_FALSE(f.log->lines().join(QLatin1Char('\n')).contains(QStringLiteral("sk-1")));
+  runTask(f.executor, f.models->prepareModel(PipelineFixture::mode(QStringLiteral("base"))));
+  EXPECT_TRUE(f.pipeline->state().get().is<TranscriptionState::Error>());
 }
 
 }  // namespace

@@ -1,0 +1,226 @@
+#include <gtest/gtest.h>
+
+#include "transcripts/RoadFixture.h"
+
+namespace quillmere {
+namespace {
+
+using namespace std::chrono_literals;
+using Stage = TranscriptJob::Stage;
+
+const AnyError busy = TranscriptionError{TranscriptionError::Busy{}};
+
+TEST(TranscriptRoad, MakesTheRowBeforeAnythingElse) {
+  RoadFixture f;
+  ModeData data;
+  data.name = QStringLiteral("Letters");
+  auto job = f.job();
+  job.mode = f.persistence->createMode(data);
+  job.session = f.persistence->insertRecordingSession();
+  job.session->status = QStringLiteral("awaiting_transcript");
+  QStringList order;
+  job.onRow = [&](const TranscriptPtr& row) {
+    order << QStringLiteral("row");
+    EXPECT_EQ(row, f.onlyRow());
+    EXPECT_EQ(row->status, QStringLiteral("processing"));
+    EXPECT_EQ(row->mode, QStringLiteral("Letters"));
+    EXPECT_EQ(row->modeRelationship, f.persistence->fetchMode(*row->modeRelationship->id));
+    EXPECT_EQ(row->recordingSession->status, std::nullopt) << "settled";
+    EXPECT_FALSE(f.persistence->hasChanges());
+    EXPECT_TRUE(f.vad.calls.empty());
+  };
+  job.onStage = [&](Stage stage) { order << QString::number(int(stage)); };
+  const TranscriptOutcome outcome = runTask(f.executor, f.road->run(job));
+  EXPECT_EQ(order, (QStringList{QStringLiteral("row"), QStringLiteral("0"), QStringLiteral("1")}));
+  EXPECT_EQ(outcome.row, f.onlyRow());
+  EXPECT_EQ(outcome.result->duration, 40);
+  EXPECT_EQ(f.transcriber.requests.at(0).recordingSession, outcome.row->recordingSession);
+}
+
+TEST(TranscriptRoad, HandsOnWhatTheJobCarriesAndHears) {
+  RoadFixture f;
+  auto job = f.job();
+  job.mode = std::make_shared<Mode>();
+  job.selectedText = QStringLiteral("marked");
+  job.applicationContext.emplace().appName = QStringLiteral("Editor");
+  std::vector<float> progress;
+  QStringList heard;
+  job.onProgress = [&](float share) { progress.push_back(share); };
+  job.onStage = [&](Stage stage) {
+    if (stage == Stage::rewriting) heard << QStringLiteral("rewriting");
+  };
+  job.onRewrittenText = [&](const QString& text) { heard << text; };
+  job.onRewritingProblem = [&](const TranscriptionError&) { heard << QStringLiteral("problem"); };
+  f.transcriber.progress = {0.25F, 1.0F};
+  f.transcriber.result.timings = {TimePoint(3s), 2s, 1s};
+  const TranscriptOutcome outcome = runTask(f.executor, f.road->run(job));
+  EXPECT_EQ(progress, (std::vector<float>{0.25F, 1.0F}));
+  EXPECT_EQ(outcome.decodingBegan, TimePoint(3s));
+  EXPECT_EQ(outcome.decoding, 2s);
+  EXPECT_EQ(outcome.rewriting, 1s);
+  const TranscriptionRequest& request = f.transcriber.requests.at(0);
+  EXPECT_EQ(request.mode, job.mode);
+  EXPECT_EQ(request.selectedText, QStringLiteral("marked"));
+  EXPECT_EQ(request.applicationContext, job.applicationContext);
+  // as the pipeline would while it runs
+  TaskScope scope(f.executor);
+  f.transcriber.neverEnds = true;
+  scope.spawn(f.road->run(job));
+  f.executor.runReady();
+  const TranscriptionRequest& running = f.transcriber.requests.at(1);
+  running.onRewriting();
+  running.onRewrittenText(QStringLiteral("so far"));
+  running.onRewritingProblem({TranscriptionError::Busy{}});
+  EXPECT_EQ(heard, (QStringList{QStringLiteral("rewriting"), QStringLiteral("so far"), QStringLiteral("problem")}));
+}
+
+// Every end of a job, on a new row and on one of an earlier try.
+TEST(TranscriptRoad, LeavesNoRowInProcessing) {
+  enum class End { text, rewritten, failure, cancelWhileTrimming, cancel, scopeDeath };
+  struct Case {
+    End end;
+    const char* status;
+    const char* reason;
+    const char* text;  // behind "Transcription failed: " or "Retry failed: " where there is a reason
+  };
+  const std::vector<Case> table{{End::text, "completed", nullptr, "spoken"},
+                                {End::rewritten, "completed", nullptr, "Rewritten."},
+                                {End::failure, "failed", "transcription.error.busy", nullptr},
+                                {End::cancelWhileTrimming, "failed", "transcript.failed.cancelled", nullptr},
+                                {End::cancel, "failed", "transcript.failed.cancelled", nullptr},
+                                {End::scopeDeath, "failed", "recording.error.closedBeforeTranscription", nullptr}};
+  for (const bool isRetry : {false, true}) {
+    for (const Case& c : table) {
+      RoadFixture f;
+      auto job = f.job();
+      if (isRetry) {
+        job.source = TranscriptJob::Source::retry;
+        job.row = f.persistence->createTranscript(40, QStringLiteral("Mail"), f.audioPath);
+        job.row->failedReason = QStringLiteral("no network");
+        f.clock.set(QDateTime::fromSecsSinceEpoch(1'700'009'999));
+      }
+      f.transcriber.result.wasPostProcessed = c.end == End::rewritten;
+      if (c.end == End::failure) f.transcriber.error = busy;
+      if (c.end == End::cancelWhileTrimming) f.vad.takes = 1s;
+      f.transcriber.neverEnds = c.end == End::cancel || c.end == End::scopeDeath;
+      auto scope = std::make_unique<TaskScope>(f.executor);
+      auto handle = scope->spawn(f.road->run(job));
+      f.executor.runReady();
+      const TranscriptPtr row = f.onlyRow();
+      ASSERT_TRUE(row);
+      EXPECT_EQ(row->status == QStringLiteral("processing"), c.end >= End::cancelWhileTrimming);
+      if (c.end == End::scopeDeath) {
+        scope.reset();
+      } else if (c.end >= End::cancelWhileTrimming) {
+        handle.cancel();
+        EXPECT_THROW((void)runTask(f.executor, handle.join()), Cancelled);
+      } else {
+        f.executor.runUntilIdle();
+      }
+      EXPECT_EQ(row->status, QString::fromLatin1(c.status));
+      EXPECT_EQ(row->failedReason, c.reason ? std::optional(qtTrId(c.reason)) : std::nullopt);
+      const char* const failed = isRetry ? "Retry failed: " : "Transcription failed: ";
+      EXPECT_EQ(row->text, c.reason ? QString::fromLatin1(failed) + qtTrId(c.reason) : QString::fromLatin1(c.text));
+      EXPECT_EQ(row->transcribedText, c.reason ? std::nullopt : std::optional(QStringLiteral("spoken")));
+      EXPECT_EQ(row->retryCount, isRetry ? std::optional<qint16>(1) : std::nullopt);
+      EXPECT_EQ(row->lastRetryDate, isRetry ? std::optional(f.clock.now()) : std::nullopt);
+      EXPECT_FALSE(f.persistence->hasChanges());
+      EXPECT_TRUE(QFile::exists(f.audioPath));
+    }
+  }
+}
+
+TEST(TranscriptRoad, KeepsOnlyTheTrimmedFileThatTheRowNames) {
+  struct Case {
+    const char* name;
+    std::function<void(RoadFixture&, TranscriptJob&)> arrange;
+    QStringList files;  // beside the audio
+  };
+  const QString trimmed = QStringLiteral("talk_trimmed.wav");
+  const QString small = QStringLiteral("talk_trimmed.m4a");
+  const std::vector<Case> table{
+      {"kept", [](RoadFixture&, TranscriptJob&) {}, {trimmed}},
+      {"kept after a failure", [](RoadFixture& f, TranscriptJob&) { f.transcriber.error = busy; }, {trimmed}},
+      {"what was compressed", [&](RoadFixture& f, TranscriptJob&) { f.vad.compressedPath = f.path(small); }, {small}},
+      {"in the place of an older one",
+       [](RoadFixture& f, TranscriptJob& job) {
+         job.row = f.persistence->createTranscript(40, std::nullopt, f.audioPath);
+         job.row->trimmedAudioFilePath = f.addFile(QStringLiteral("older.wav"));
+       },
+       {trimmed}},
+      {"never in the place of the recording",
+       [](RoadFixture& f, TranscriptJob& job) {
+         job.row = f.persistence->createTranscript(40, std::nullopt, f.audioPath);
+         job.row->trimmedAudioFilePath = f.audioPath;
+       },
+       {trimmed}},
+      {"gone with a row that was deleted meanwhile",
+       [](RoadFixture& f, TranscriptJob& job) {
+         job.onStage = [&f](Stage stage) {
+           if (stage == Stage::trimming) f.persistence->deleteTranscript(f.onlyRow());
+         };
+       },
+       {}},
+      {"none without a row", [](RoadFixture&, TranscriptJob& job) { job.isWithoutRow = true; }, {}},
+  };
+  for (const Case& c : table) {
+    RoadFixture f;
+    f.vad.trimmedPath = f.path(trimmed);
+    auto job = f.job();
+    c.arrange(f, job);
+    const TranscriptOutcome outcome = runTask(f.executor, f.road->run(job));
+    QStringList files = f.files();
+    files.removeOne(QStringLiteral("talk.wav"));
+    EXPECT_EQ(files, c.files) << c.name;
+    if (job.isWithoutRow) {
+      EXPECT_EQ(outcome.row, nullptr);
+      EXPECT_EQ(f.persistence->countTranscripts(), 0);
+      EXPECT_EQ(f.transcriber.requests.at(0).audioPath, f.audioPath);
+    } else if (!c.files.empty()) {
+      EXPECT_EQ(outcome.row->audioFilePath, f.audioPath) << c.name;
+      EXPECT_EQ(outcome.row->trimmedAudioFilePath, f.path(c.files.front())) << c.name;
+      EXPECT_EQ(f.transcriber.requests.at(0).audioPath, f.path(c.files.front())) << c.name;
+    }
+  }
+}
+
+TEST(TranscriptRoad, CompressesOnlyWhatIsSentAway) {
+  for (const char* model : {"base", "Cloud"}) {
+    RoadFixture f;
+    f.settings.general().setEnableVAD(false);
+    auto job = f.job();
+    job.source = TranscriptJob::Source::file;
+    job.mode = std::make_shared<Mode>();
+    job.mode->model = QString::fromLatin1(model);
+    (void)runTask(f.executor, f.road->run(job));
+    EXPECT_EQ(f.vad.calls.at(0).compressesLarge, model[0] == 'C');
+    EXPECT_EQ(f.vad.calls.at(0).prefix, QStringLiteral("FileImport"));
+    EXPECT_FALSE(f.vad.calls.at(0).isEnabled);
+  }
+}
+
+// A cancel at every turn of one of two jobs: it ends alone, and no row is left in processing.
+TEST(TranscriptRoad, AJobEndsAloneWhereverItIsCancelled) {
+  int cancelled = 0;
+  for (int turns = 0; turns < 12; ++turns) {
+    RoadFixture f;
+    f.vad.trimmedPath = f.path(QStringLiteral("talk_trimmed.wav"));
+    f.vad.takes = 1ms;
+    TaskScope scope(f.executor);
+    auto first = scope.spawn(f.road->run(f.job()));
+    auto second = scope.spawn(f.road->run(f.job()));
+    for (int turn = 0; turn < turns; ++turn)
+      if (!f.executor.runOne()) f.executor.advance(1ms);
+    first.cancel();
+    EXPECT_TRUE(runTask(f.executor, second.join()).result);
+    EXPECT_TRUE(first.isDone());
+    for (const TranscriptPtr& row : f.persistence->fetchTranscripts(-1)) {
+      EXPECT_NE(row->status, QStringLiteral("processing")) << turns;
+      cancelled += row->failedReason == qtTrId("transcript.failed.cancelled");
+    }
+  }
+  EXPECT_GT(cancelled, 2);
+}
+
+}  // namespace
+}  // namespace quillmere

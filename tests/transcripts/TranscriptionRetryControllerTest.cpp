@@ -1,0 +1,84 @@
+#include "transcripts/TranscriptionRetryController.h"
+
+#include <gtest/gtest.h>
+
+#include "transcripts/RoadFixture.h"
+#include "transcripts/TranscriptionResultCache.h"
+
+namespace quillmere {
+namespace {
+
+struct RetryFixture : RoadFixture {
+  RetryFixture() {
+    transcript = persistence->createTranscript(3.0, QStringLiteral("Mail"), audioPath);
+    transcript->status = QStringLiteral("failed");
+    persistence->save();
+  }
+  Result<TranscriptionResult, AnyError> retry(ModePtr mode = nullptr) {
+    return runTask(executor, controller.retry(transcript, std::move(mode)));
+  }
+
+  TranscriptionRetryController controller{*persistence, *road, Logging()};
+  TranscriptPtr transcript;
+};
+
+TEST(TranscriptionRetryController, AMissingFileChangesNothing) {
+  for (const std::optional<QString>& path :
+       {std::optional<QString>(), std::optional<QString>(QStringLiteral("/nowhere/a.wav")),
+        std::optional<QString>(QStringLiteral("/"))}) {
+    RetryFixture f;
+    f.transcript->audioFilePath = path;
+    f.persistence->save();
+    const Transcript before = *f.transcript;
+    const auto result = f.retry();
+    ASSERT_FALSE(result);
+    EXPECT_EQ(classify(result.error()).code, QStringLiteral("audio_file_not_found"));
+    EXPECT_EQ(*f.transcript, before);
+    EXPECT_TRUE(f.transcriber.requests.empty());
+  }
+}
+
+TEST(TranscriptionRetryController, AFailureKeepsTheFormerTranscription) {
+  RetryFixture f;
+  ASSERT_TRUE(f.retry());
+  EXPECT_EQ(f.transcript->status, QStringLiteral("completed"));
+  f.transcriber.error = AnyError(TranscriptionError{TranscriptionError::NoSpeechDetected{}});
+  ASSERT_FALSE(f.retry());
+  EXPECT_EQ(f.transcript->status, QStringLiteral("failed"));
+  EXPECT_EQ(f.transcript->transcribedText, QStringLiteral("spoken"));
+  EXPECT_EQ(f.transcript->retryCount, 2);
+  EXPECT_EQ(f.vad.calls.at(0).duration, 3.0);
+  EXPECT_EQ(f.vad.calls.at(0).prefix, QStringLiteral("Retry"));
+  EXPECT_EQ(f.persistence->countTranscripts(), 1) << "the row is used again";
+}
+
+TEST(TranscriptionRetryController, FindsTheModeByItsExactName) {
+  RetryFixture f;
+  const auto modeOf = [&](ModePtr forced = nullptr) {
+    EXPECT_TRUE(f.retry(std::move(forced)));
+    return f.transcriber.requests.back().mode;
+  };
+  ModeData data;
+  data.name = QStringLiteral("mail");
+  const ModePtr otherCase = f.persistence->createMode(data);
+  EXPECT_EQ(modeOf(), nullptr);
+  data.name = QStringLiteral("Mail");
+  const ModePtr exact = f.persistence->createMode(data);
+  f.persistence->save();
+  EXPECT_EQ(modeOf(), exact);
+  f.transcript->modeRelationship = otherCase;
+  EXPECT_EQ(modeOf(), otherCase);
+  EXPECT_EQ(modeOf(exact), exact);
+}
+
+TEST(TranscriptionResultCache, StaysWithinItsSize) {
+  TranscriptionResultCache cache;
+  for (int i = 0; i < 250; ++i) {
+    cache.store(QString::number(i), QStringLiteral("text"));
+    EXPECT_EQ(cache.count(), std::min(i + 1, TranscriptionResultCache::maxCacheSize));
+    EXPECT_TRUE(cache.contains(QString::number(i)));
+  }
+}
+
+}  // namespace
+}  // namespace quillmere
