@@ -212,9 +212,8 @@ TEST(TranscriptRoad, AJobEndsAloneWhereverItIsCancelled) {
     for (int turn = 0; turn < turns; ++turn)
       if (!f.executor.runOne()) f.executor.advance(1ms);
     first.cancel();
-    f.executor.runUntilIdle();
-    ASSERT_TRUE(first.isDone() && second.isDone());
     EXPECT_TRUE(runTask(f.executor, second.join()).result);
+    EXPECT_TRUE(first.isDone());
     for (const TranscriptPtr& row : f.persistence->fetchTranscripts(-1)) {
       EXPECT_NE(row->status, QStringLiteral("processing")) << turns;
       cancelled += row->failedReason == qtTrId("transcript.failed.cancelled");
