@@ -625,6 +625,15 @@
 <message id="history.noHits.title"><translation>Nichts gefunden zu „%1“</translation></message>
 <message id="history.noHits.message"><translation>Jedes Wort muss im Text oder im Namen des Modus vorkommen.</translation></message>
 <message id="history.noHits.clear"><translation>Suche löschen</translation></message>
+<message id="history.discarded.title"><translation>Aufnahme von %1, verworfen</translation></message>
+<message id="history.discarded.left"><translation>wird in %1 h endgültig gelöscht</translation></message>
+<message id="history.discarded.transcribe"><translation>Transkribieren</translation></message>
+<message id="history.discarded.empty.title"><translation>Es wurde nichts verworfen</translation></message>
+<message id="history.discarded.empty.message"><translation>Eine abgebrochene Aufnahme bleibt hier 24 Stunden lang, falls Sie sie doch noch brauchen.</translation></message>
+<message id="history.discarded.empty.back"><translation>Zurück zum Verlauf</translation></message>
+<message id="history.filter"><translation>Was gezeigt wird</translation></message>
+<message id="history.filter.kept"><translation>Alle Diktate</translation></message>
+<message id="history.filter.discarded"><translation>Verworfene</translation></message>
 <message id="models.intro"><translation>Sprache wird auf diesem Computer zu Text. Nichts davon verlässt das Gerät.</translation></message>
 <message id="models.intro.none"><translation>Laden Sie ein Modell herunter, um auf diesem Computer zu diktieren. „Base“ ist ein guter Anfang.</translation></message>
 <message id="models.active"><translation>in Gebrauch: %1</translation></message>

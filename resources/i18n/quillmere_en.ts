@@ -625,6 +625,15 @@
 <message id="history.noHits.title"><translation>Nothing found for “%1”</translation></message>
 <message id="history.noHits.message"><translation>Every word has to occur in the text or in the name of the mode.</translation></message>
 <message id="history.noHits.clear"><translation>Clear the search</translation></message>
+<message id="history.discarded.title"><translation>Recording of %1, thrown away</translation></message>
+<message id="history.discarded.left"><translation>goes for good in %1 h</translation></message>
+<message id="history.discarded.transcribe"><translation>Transcribe</translation></message>
+<message id="history.discarded.empty.title"><translation>Nothing was thrown away</translation></message>
+<message id="history.discarded.empty.message"><translation>A recording that you cancel is kept here for 24 hours, in case you want it after all.</translation></message>
+<message id="history.discarded.empty.back"><translation>Back to the history</translation></message>
+<message id="history.filter"><translation>What is shown</translation></message>
+<message id="history.filter.kept"><translation>All dictations</translation></message>
+<message id="history.filter.discarded"><translation>Discarded</translation></message>
 <message id="models.intro"><translation>Speech is turned into text on this computer. Nothing of it leaves the machine.</translation></message>
 <message id="models.intro.none"><translation>Download a model to dictate on this computer. “Base” is a good start.</translation></message>
 <message id="models.active"><translation>used by %1</translation></message>

@@ -63,6 +63,9 @@ struct TranscriptStatus {
   static constexpr const char* discarded = "discarded";  // the user threw the recording away; it goes after 24 hours
 };
 
+// How long the user can still take back a recording that was thrown away.
+inline constexpr qint64 discardedLifetimeSeconds = 24 * 60 * 60;
+
 struct Transcript {
   std::optional<QString> audioFilePath;
   std::optional<QDateTime> date;

@@ -48,9 +48,11 @@ int HistoryModel::rowCount(const QModelIndex& parent) const {
 }
 
 QHash<int, QByteArray> HistoryModel::roleNames() const {
-  return {{idRole, "transcriptId"}, {dayRole, "day"},        {textRole, "fullText"},   {excerptRole, "excerpt"},
-          {htmlRole, "html"},       {modeRole, "modeName"},  {detailsRole, "details"}, {failedRole, "hasFailed"},
-          {reasonRole, "reason"},   {retryRole, "canRetry"}, {busyRole, "isBusy"},     {audioRole, "hasAudio"}};
+  return {{idRole, "transcriptId"},      {dayRole, "day"},          {textRole, "fullText"},
+          {excerptRole, "excerpt"},      {htmlRole, "html"},        {modeRole, "modeName"},
+          {detailsRole, "details"},      {failedRole, "hasFailed"}, {reasonRole, "reason"},
+          {retryRole, "canRetry"},       {busyRole, "isBusy"},      {audioRole, "hasAudio"},
+          {discardedRole, "isDiscarded"}};
 }
 
 QVariant HistoryModel::data(const QModelIndex& index, int role) const {
@@ -58,8 +60,9 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const {
   const Row& row = rows_[size_t(index.row())];
   const Transcript& transcript = row.shown;
   const bool isBusy =
-      retrying_.contains(row.id) || transcript.status.value_or(QString()) == QStringLiteral("processing");
-  const bool failed = !isBusy && hasFailed(transcript);
+      retrying_.contains(row.id) || transcript.status.value_or(QString()) == TranscriptStatus::processing;
+  const bool isDiscarded = !isBusy && wasDiscarded(transcript);
+  const bool failed = !isBusy && !isDiscarded && hasFailed(transcript);
   switch (role) {
     case idRole:
       return idText(row.id);
@@ -67,13 +70,14 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const {
       return row.day;
     case textRole:
     case Qt::DisplayRole:
-      return failed || isBusy ? QString() : shownText(transcript);
+      return failed || isBusy || isDiscarded ? QString() : shownText(transcript);
     case excerptRole:
       if (failed) return localizedText("history.failed.title", durationText(transcript.duration.value_or(0)));
+      if (isDiscarded) return localizedText("history.discarded.title", durationText(transcript.duration.value_or(0)));
       if (isBusy) return localizedText("history.busy.title", durationText(transcript.duration.value_or(0)));
       return excerpt(shownText(transcript), search_, excerptCharacters).text;
     case htmlRole: {
-      if (search_.isEmpty() || failed || isBusy) return QString();
+      if (search_.isEmpty() || failed || isBusy || isDiscarded) return QString();
       const Excerpt shown = excerpt(shownText(transcript), search_, excerptCharacters);
       return shown.hits.empty() ? QString() : markedHtml(shown.text, shown.hits);
     }
@@ -84,6 +88,10 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const {
       QStringList parts;
       if (transcript.date)
         parts << locale_.toString(transcript.date->toTimeZone(timeZone_).time(), QLocale::ShortFormat);
+      if (isDiscarded) {
+        parts << localizedText("history.discarded.left", hoursLeft(transcript, services_.clock.now()));
+        return parts.join(QStringLiteral(" · "));
+      }
       if (transcript.duration.value_or(0) > 0) parts << durationText(*transcript.duration);
       if (transcript.transcriptionProvider && !failed) parts << *transcript.transcriptionProvider;
       // A rewriting that was skipped or changed nothing leaves the same text there.
@@ -99,11 +107,13 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const {
       return hasAudio(transcript) ? localizedText("history.failed.kept", failureText(transcript))
                                   : failureText(transcript);
     case retryRole:
-      return failed && services_.retry && hasAudio(transcript);
+      return (failed || isDiscarded) && services_.retry && hasAudio(transcript);
     case busyRole:
       return isBusy;
     case audioRole:
       return hasAudio(transcript);
+    case discardedRole:
+      return isDiscarded;
     default:
       return {};
   }
@@ -152,10 +162,21 @@ void HistoryModel::follow(const AppStateData& data) {
 void HistoryModel::applySearch() {
   if (wanted_ == search_) return;
   search_ = wanted_;
+  reload();
+}
+
+void HistoryModel::reload() {
   beginResetModel();
   rows_ = load(pageSize, 0);
   endResetModel();
   Q_EMIT countChanged();
+}
+
+void HistoryModel::setShowsDiscarded(bool isShown) {
+  if (isShown == showsDiscarded_) return;
+  showsDiscarded_ = isShown;
+  reload();
+  Q_EMIT showsDiscardedChanged();
 }
 
 void HistoryModel::refreshSoon() {
@@ -182,8 +203,10 @@ HistoryModel::Row HistoryModel::rowOf(const TranscriptPtr& transcript) const {
 
 std::vector<HistoryModel::Row> HistoryModel::load(int limit, int offset) {
   const auto search = search_.trimmed().isEmpty() ? std::nullopt : std::optional<QString>(search_);
-  const TranscriptPage page = services_.persistence.fetchTranscriptPage(limit, offset, search);
+  const HistoryFilter filter = showsDiscarded_ ? HistoryFilter::discarded : HistoryFilter::kept;
+  const TranscriptPage page = services_.persistence.fetchTranscriptPage(limit, offset, search, filter);
   total_ = page.totalCount;
+  hasDiscarded_ = services_.persistence.countTranscripts({}, HistoryFilter::discarded) > 0;
   std::vector<Row> rows;
   rows.reserve(page.transcripts.size());
   for (const auto& transcript : page.transcripts) rows.push_back(rowOf(transcript));
@@ -239,6 +262,10 @@ bool HistoryModel::hasAudio(const Transcript& transcript) const {
          intents_.fileExists(*transcript.audioFilePath);
 }
 
+bool HistoryModel::canRetry(const Transcript& transcript) const {
+  return (wasDiscarded(transcript) || hasFailed(transcript)) && hasAudio(transcript);
+}
+
 void HistoryModel::copy(const QString& id) {
   const TranscriptPtr transcript = find(id);
   if (!transcript || !intents_.copyText) return;
@@ -268,11 +295,12 @@ QString HistoryModel::audioFile(const QString& id) const {
 void HistoryModel::retry(const QString& id) {
   const TranscriptPtr transcript = find(id);
   if (!transcript || !services_.retry || retrying_.contains(*transcript->id)) return;
-  if (!hasFailed(*transcript) || !hasAudio(*transcript)) {
+  if (!canRetry(*transcript)) {
     if (services_.notices) services_.notices->showToast(localizedText("history.audio.missing"), false);
     return;
   }
   setRetrying(*transcript->id, true);
+  if (wasDiscarded(*transcript)) lifetime_.post(services_.executor, [this] { setShowsDiscarded(false); });
   scope_.spawn(runRetry(transcript, *transcript->id));
 }
 

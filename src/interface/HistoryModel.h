@@ -31,15 +31,17 @@ struct HistoryIntents {
   std::function<bool(const QString& path)> fileExists;  // default: the file system's answer
 };
 
-// The transcripts, newest first, in pages of 50, as the search finds them. Follows AppState's historySearchQuery 300 ms
-// behind and the store at once, keeping the rows that stay. Main thread; everything outlives it, the pointers may be
-// null.
+// The transcripts, newest first, in pages of 50, as the search finds them; or the recordings that were thrown away,
+// which are shown only when asked for. Follows AppState's historySearchQuery 300 ms later and the store at once,
+// keeping the rows that stay. Main thread; everything outlives it, the pointers may be null.
 class HistoryModel final : public QAbstractListModel {
   Q_OBJECT
   Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
   Q_PROPERTY(int count READ count NOTIFY countChanged)
   Q_PROPERTY(qint64 totalCount READ totalCount NOTIFY countChanged)
   Q_PROPERTY(bool isFiltered READ isFiltered NOTIFY countChanged)
+  Q_PROPERTY(bool showsDiscarded READ showsDiscarded WRITE setShowsDiscarded NOTIFY showsDiscardedChanged)
+  Q_PROPERTY(bool hasDiscarded READ hasDiscarded NOTIFY countChanged)
   Q_PROPERTY(bool canPaste READ canPaste CONSTANT)
   Q_PROPERTY(bool canPlay READ canPlay CONSTANT)
  public:
@@ -52,10 +54,11 @@ class HistoryModel final : public QAbstractListModel {
     modeRole,
     detailsRole,  // "14:32 · 6 s · Base"
     failedRole,
-    reasonRole,  // why it failed
-    retryRole,   // can be tried again
-    busyRole,    // is being transcribed
-    audioRole    // the recording is there
+    reasonRole,     // why it failed
+    retryRole,      // can be tried again
+    busyRole,       // is being transcribed
+    audioRole,      // the recording is there
+    discardedRole,  // was thrown away
   };
   static constexpr int pageSize = 50;
 
@@ -81,6 +84,9 @@ class HistoryModel final : public QAbstractListModel {
   int count() const { return int(rows_.size()); }
   qint64 totalCount() const { return total_; }
   bool isFiltered() const { return !search_.isEmpty(); }
+  bool showsDiscarded() const { return showsDiscarded_; }
+  void setShowsDiscarded(bool isShown);
+  bool hasDiscarded() const { return hasDiscarded_; }
   bool canPaste() const { return bool(intents_.pasteText); }
   bool canPlay() const { return bool(intents_.playAudio); }
 
@@ -91,12 +97,14 @@ class HistoryModel final : public QAbstractListModel {
   Q_INVOKABLE void play(const QString& id);
   // Where the recording of a row lies; empty without one.
   Q_INVOKABLE QString audioFile(const QString& id) const;
+  // What was thrown away belongs to the history again: the list goes there with it.
   Q_INVOKABLE void retry(const QString& id);
   // The row and its recording.
   Q_INVOKABLE void remove(const QString& id);
 
  Q_SIGNALS:
   void searchTextChanged();
+  void showsDiscardedChanged();
   void countChanged();
 
  private:
@@ -110,6 +118,7 @@ class HistoryModel final : public QAbstractListModel {
   void follow(const AppStateData& data);
   void refreshSoon();
   void applySearch();
+  void reload();
   Row rowOf(const TranscriptPtr& transcript) const;
   std::vector<Row> load(int limit, int offset);
   void showRows(std::vector<Row> rows);
@@ -118,6 +127,7 @@ class HistoryModel final : public QAbstractListModel {
   Task<void> runRetry(TranscriptPtr transcript, QUuid id);
   void setRetrying(const QUuid& id, bool isRetrying);
   bool hasAudio(const Transcript& transcript) const;
+  bool canRetry(const Transcript& transcript) const;
 
   Services services_;
   HistoryIntents intents_;
@@ -126,6 +136,8 @@ class HistoryModel final : public QAbstractListModel {
   Logger logger_;
   std::vector<Row> rows_;
   qint64 total_ = 0;
+  bool showsDiscarded_ = false;
+  bool hasDiscarded_ = false;
   QString search_;  // in effect
   QString wanted_;  // typed
   QSet<QUuid> retrying_;

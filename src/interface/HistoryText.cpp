@@ -167,6 +167,16 @@ bool hasFailed(const Transcript& transcript) {
          text.startsWith(QLatin1String("Transcription failed:")) || text.startsWith(QLatin1String("Retry failed:"));
 }
 
+bool wasDiscarded(const Transcript& transcript) {
+  return transcript.status.value_or(QString()) == TranscriptStatus::discarded;
+}
+
+int hoursLeft(const Transcript& transcript, const QDateTime& now) {
+  constexpr qint64 hour = 3600;
+  const qint64 age = transcript.date ? transcript.date->secsTo(now) : 0;
+  return int((std::max<qint64>(discardedLifetimeSeconds - age, 1) + hour - 1) / hour);
+}
+
 QString failureText(const Transcript& transcript) {
   const QString reason = transcript.failedReason.value_or(QString());
   QString text = withoutMark(reason.isEmpty() ? transcript.text.value_or(QString()) : reason);

@@ -1,5 +1,5 @@
 #pragma once
-#include <QDate>
+#include <QDateTime>
 #include <QLocale>
 #include <QString>
 #include <vector>
@@ -42,6 +42,9 @@ QString clockText(double seconds);
 // The text that counts: rewritten, else as it was recognised.
 QString shownText(const Transcript& transcript);
 bool hasFailed(const Transcript& transcript);
+bool wasDiscarded(const Transcript& transcript);
+// Until a recording that was thrown away goes for good; counts what has begun.
+int hoursLeft(const Transcript& transcript, const QDateTime& now);
 // Why, in the user's words and without the mark that is stored in front of it.
 QString failureText(const Transcript& transcript);
 

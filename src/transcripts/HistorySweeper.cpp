@@ -12,7 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration pause = 1h;
-constexpr qint64 discardedLifetimeSeconds = 24 * 60 * 60;
 // An owner of which nothing can be learned is believed as long as this.
 constexpr qint64 unknownLifetimeSeconds = 24 * 60 * 60;
 

@@ -74,6 +74,15 @@ TEST_P(Pictures, OfTheMainWindow) {
     f.settle();
     keep(window, QString::fromLatin1(name));
   }
+  f.interface->history().setSearchText({});
+  const TranscriptPtr thrownAway = f.add({}, f.clock.now().addSecs(-2400), f.store->fetchAllModes()[0], 22);
+  thrownAway->status = TranscriptStatus::discarded;
+  thrownAway->audioFilePath = f.store->fetchTranscriptsWithStatus(TranscriptStatus::failed)[0]->audioFilePath;
+  f.store->save();
+  f.executor.advance(std::chrono::milliseconds(300));
+  f.interface->history().setShowsDiscarded(true);
+  f.settle();
+  keep(window, QStringLiteral("history-discarded"));
 }
 
 TEST_P(Pictures, OfTheOtherPages) {

@@ -223,6 +223,35 @@ TEST(HistoryModel, AFailedOrCancelledRetryFreesTheRow) {
   f.executor.advance(2s);
 }
 
+TEST(HistoryModel, KeepsWhatWasThrownAwayApart) {
+  Fixture f(2);
+  f.make();
+  EXPECT_FALSE(f.model->hasDiscarded());
+  const TranscriptPtr thrownAway = f.addFailed();
+  thrownAway->status = TranscriptStatus::discarded;
+  thrownAway->text.reset();
+  thrownAway->date = f.clock.now().addSecs(-90 * 60);
+  f.store->save();
+  f.executor.runReady();
+  EXPECT_EQ(f.model->rowCount(), 2);
+  EXPECT_TRUE(f.model->hasDiscarded());
+  f.model->setShowsDiscarded(true);
+  ASSERT_EQ(f.model->rowCount(), 1);
+  EXPECT_EQ(f.text(0), QStringLiteral("Recording of 5\u00A0s, thrown away"));
+  EXPECT_EQ(f.at(0, HistoryModel::detailsRole).toString(), QStringLiteral("10:30 · goes for good in 23 h"));
+  EXPECT_FALSE(f.at(0, HistoryModel::failedRole).toBool());
+  EXPECT_TRUE(f.at(0, HistoryModel::retryRole).toBool());
+  // Taken back, it stands in the history, and the list shows where.
+  f.model->retry(f.id(0));
+  f.executor.runReady();
+  EXPECT_FALSE(f.model->showsDiscarded());
+  ASSERT_EQ(f.model->rowCount(), 3);
+  EXPECT_TRUE(f.at(2, HistoryModel::busyRole).toBool());
+  f.executor.advance(2s);
+  EXPECT_EQ(f.text(2), QStringLiteral("at last"));
+  EXPECT_FALSE(f.model->hasDiscarded());
+}
+
 TEST(HistoryModel, CopiesTheRewrittenTextAndDeletes) {
   Fixture f(2);
   f.make();

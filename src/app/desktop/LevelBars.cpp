@@ -1,6 +1,7 @@
 #include "app/desktop/LevelBars.h"
 
-#include <QPainter>
+#include <QQuickWindow>
+#include <QSGRectangleNode>
 #include <cmath>
 
 #include "interface/LevelMeter.h"
@@ -25,25 +26,28 @@ double heightAt(int bar, double seconds) {
 
 }  // namespace
 
-LevelBars::LevelBars(QQuickItem* parent) : QQuickPaintedItem(parent) {
-  setAntialiasing(true);
+LevelBars::LevelBars(QQuickItem* parent) : QQuickItem(parent) {
+  setFlag(ItemHasContents);
   setImplicitSize(LevelMeter::barCount * (LevelMeter::barWidth + LevelMeter::barSpacing) - LevelMeter::barSpacing, 24);
   timer_.setInterval(frameMilliseconds);
   connect(&timer_, &QTimer::timeout, this, [this] { update(); });
   clock_.start();
 }
 
-void LevelBars::paint(QPainter* painter) {
-  if (width() <= 0 || height() <= 0) return;
-  painter->setRenderHint(QPainter::Antialiasing);
-  painter->setPen(Qt::NoPen);
-  painter->setBrush(color_);
+QSGNode* LevelBars::updatePaintNode(QSGNode* node, UpdatePaintNodeData*) {
+  if (!node) {
+    node = new QSGNode;
+    for (int bar = 0; bar < LevelMeter::barCount; ++bar) node->appendChildNode(window()->createRectangleNode());
+  }
   const double seconds = isRunning_ ? double(clock_.elapsed()) / 1000.0 : 0.0;
   for (int bar = 0; bar < LevelMeter::barCount; ++bar) {
+    auto* const rectangle = static_cast<QSGRectangleNode*>(node->childAtIndex(bar));
     const double tall = std::max(2.0, height() * heightAt(bar, seconds) * verticalScale_);
     const double left = LevelMeter::x(bar, width()) - LevelMeter::barWidth / 2;
-    painter->drawRoundedRect(QRectF(left, (height() - tall) / 2, LevelMeter::barWidth, tall), 1, 1);
+    rectangle->setRect(QRectF(left, (height() - tall) / 2, LevelMeter::barWidth, tall));
+    rectangle->setColor(color_);
   }
+  return node;
 }
 
 void LevelBars::setVerticalScale(qreal scale) {
@@ -69,7 +73,7 @@ void LevelBars::setColor(const QColor& color) {
 }
 
 void LevelBars::itemChange(ItemChange change, const ItemChangeData& data) {
-  QQuickPaintedItem::itemChange(change, data);
+  QQuickItem::itemChange(change, data);
   if (change == ItemVisibleHasChanged) arm();
 }
 

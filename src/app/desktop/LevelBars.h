@@ -1,13 +1,14 @@
 #pragma once
 #include <QColor>
 #include <QElapsedTimer>
-#include <QQuickPaintedItem>
+#include <QQuickItem>
 #include <QTimer>
 
 namespace quillmere {
 
-// The row of moving bars of the recording pill, after LevelMeter. Moves only while it is visible and `running`.
-class LevelBars : public QQuickPaintedItem {
+// The row of moving bars of the recording pill, after LevelMeter. Moves only while it is visible and `running`, and is
+// drawn by the scene graph: a frame moves the rectangles, nothing is painted here.
+class LevelBars : public QQuickItem {
   Q_OBJECT
   Q_PROPERTY(qreal verticalScale READ verticalScale WRITE setVerticalScale NOTIFY changed)
   Q_PROPERTY(bool running READ isRunning WRITE setRunning NOTIFY changed)
@@ -15,7 +16,6 @@ class LevelBars : public QQuickPaintedItem {
  public:
   explicit LevelBars(QQuickItem* parent = nullptr);
 
-  void paint(QPainter* painter) override;
   qreal verticalScale() const { return verticalScale_; }
   void setVerticalScale(qreal scale);
   bool isRunning() const { return isRunning_; }
@@ -27,6 +27,7 @@ class LevelBars : public QQuickPaintedItem {
   void changed();
 
  private:
+  QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
   void itemChange(ItemChange change, const ItemChangeData& data) override;
   void arm();
 

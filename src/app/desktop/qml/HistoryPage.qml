@@ -28,6 +28,10 @@ FocusScope {
             expandedId = ""
             return true
         }
+        if (History.showsDiscarded) {
+            History.showsDiscarded = false
+            return true
+        }
         return false
     }
 
@@ -53,21 +57,38 @@ FocusScope {
                 onClicked: App.toggleRecording()
             }
         }
-        InputField {
-            id: search
+        RowLayout {
             Layout.fillWidth: true
-            visible: list.count > 0 || History.isFiltered || text !== ""
-            focus: true
-            iconName: "search"
-            placeholderText: qsTrId("history.search")
-            text: History.searchText
-            onTextEdited: History.searchText = text
-            onTextChanged: if (text === "") History.searchText = ""
-            Keys.onDownPressed: {
-                if (list.count === 0)
-                    return
-                list.currentIndex = Math.max(0, list.currentIndex)
-                list.forceActiveFocus()
+            spacing: 12
+            visible: list.count > 0 || History.isFiltered || search.text !== "" || filter.visible
+            InputField {
+                id: search
+                Layout.fillWidth: true
+                focus: true
+                iconName: "search"
+                placeholderText: qsTrId("history.search")
+                text: History.searchText
+                onTextEdited: History.searchText = text
+                onTextChanged: if (text === "") History.searchText = ""
+                Keys.onDownPressed: {
+                    if (list.count === 0)
+                        return
+                    list.currentIndex = Math.max(0, list.currentIndex)
+                    list.forceActiveFocus()
+                }
+            }
+            ChoiceBox {
+                id: filter
+                Layout.preferredWidth: 160
+                visible: History.hasDiscarded || History.showsDiscarded
+                name: qsTrId("history.filter")
+                choices: [{ value: false, text: qsTrId("history.filter.kept") },
+                          { value: true, text: qsTrId("history.filter.discarded") }]
+                value: History.showsDiscarded
+                onChosen: value => {
+                    search.clear()
+                    History.showsDiscarded = value
+                }
             }
         }
         Item {
@@ -124,12 +145,22 @@ FocusScope {
             EmptyNote {
                 anchors.centerIn: parent
                 width: Math.min(parent.width - 48, 420)
-                visible: list.count === 0 && !History.isFiltered
+                visible: list.count === 0 && !History.isFiltered && !History.showsDiscarded
                 iconName: "quill"
                 title: qsTrId("history.empty.title")
                 message: qsTrId("history.empty.message")
                 actionText: qsTrId("history.dictate")
                 onAction: App.toggleRecording()
+            }
+            EmptyNote {
+                anchors.centerIn: parent
+                width: Math.min(parent.width - 48, 420)
+                visible: list.count === 0 && !History.isFiltered && History.showsDiscarded
+                iconName: "delete"
+                title: qsTrId("history.discarded.empty.title")
+                message: qsTrId("history.discarded.empty.message")
+                actionText: qsTrId("history.discarded.empty.back")
+                onAction: History.showsDiscarded = false
             }
             EmptyNote {
                 anchors.centerIn: parent

@@ -18,6 +18,7 @@ FocusScope {
     required property bool canRetry
     required property bool isBusy
     required property bool hasAudio
+    required property bool isDiscarded
 
     property bool isExpanded: false
     property bool isAsked: false
@@ -25,6 +26,7 @@ FocusScope {
     signal askDelete()
     signal answered()
 
+    readonly property bool hasText: !hasFailed && !isBusy && !isDiscarded
     readonly property bool isCurrent: ListView.isCurrentItem
     readonly property int buttonFocus: isCurrent ? Qt.StrongFocus : Qt.ClickFocus
     readonly property bool visualFocus: isCurrent && activeFocus && !buttons.hasKeyboard && !question.hasKeyboard
@@ -40,7 +42,7 @@ FocusScope {
     Keys.onSpacePressed: toggleExpanded()
     Keys.onDeletePressed: askDelete()
     Keys.onPressed: event => {
-        if (event.matches(StandardKey.Copy) && !hasFailed && !isBusy) {
+        if (event.matches(StandardKey.Copy) && hasText) {
             History.copy(transcriptId)
             copied.restart()
             event.accepted = true
@@ -84,7 +86,7 @@ FocusScope {
                     textFormat: row.html === "" || (row.isExpanded && row.fullText !== "") ? Text.PlainText : Text.RichText
                     font.pixelSize: Theme.body
                     lineHeight: 1.2
-                    color: row.isBusy ? Theme.dim : Theme.text
+                    color: row.isBusy || row.isDiscarded ? Theme.dim : Theme.text
                     wrapMode: Text.Wrap
                     maximumLineCount: row.isExpanded || row.html !== "" ? 2147483647 : 3
                     elide: row.isExpanded || row.html !== "" ? Text.ElideNone : Text.ElideRight
@@ -105,13 +107,13 @@ FocusScope {
                         visible: row.canRetry
                         kind: "quiet"
                         focusPolicy: row.buttonFocus
-                        text: qsTrId("history.retry")
+                        text: row.isDiscarded ? qsTrId("history.discarded.transcribe") : qsTrId("history.retry")
                         isStrong: true
                         onClicked: History.retry(row.transcriptId)
                     }
                     ActionButton {
                         id: copy
-                        visible: !row.hasFailed
+                        visible: row.hasText
                         kind: "quiet"
                         focusPolicy: row.buttonFocus
                         text: copied.running ? qsTrId("history.copied") : qsTrId("history.copy")
@@ -122,7 +124,7 @@ FocusScope {
                     }
                     ActionButton {
                         id: paste
-                        visible: !row.hasFailed && History.canPaste
+                        visible: row.hasText && History.canPaste
                         kind: "quiet"
                         focusPolicy: row.buttonFocus
                         text: qsTrId("history.paste")
@@ -130,7 +132,7 @@ FocusScope {
                     }
                     ActionButton {
                         id: play
-                        visible: row.hasFailed && row.hasAudio && History.canPlay
+                        visible: !row.hasText && row.hasAudio && History.canPlay
                         kind: "quiet"
                         focusPolicy: row.buttonFocus
                         text: qsTrId("history.play")
