@@ -139,6 +139,8 @@ class Walk {
         break;
       case 10:
         say("another program in front");
+        // In the very moment in which a target is being brought up the text stays on the clipboard.
+        isHindered_ = isHindered_ || f.flow->underWay() > 0;
         f.workspace.setFrontmost(f.programs[size_t(pick(0, 2))]);
         break;
       case 11:
@@ -177,15 +179,14 @@ class Walk {
     setAnswer();
   }
 
-  // The next text says which it is.
+  // Each text says which it is.
   void setAnswer() {
-    const QString text = QStringLiteral("Text %1.").arg(++texts_);
     if (answer_ == 4)
       f.transcriber.answer = Failed{AnyError(AudioError{AudioError::Kind::noAudioTrack, QString()})};
     else if (answer_ == 5)
       f.transcriber.answer = QString();
     else
-      f.transcriber.answer = text;
+      f.transcriber.answer = QStringLiteral("Text %1.");
   }
 
   void rest() {
@@ -277,7 +278,6 @@ class Walk {
   std::mt19937 random_;
   QStringList story_;
   int cancels_ = 0;
-  int texts_ = 0;
   int answer_ = 0;
   bool isHindered_ = false;
 };

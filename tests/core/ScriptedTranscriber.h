@@ -8,7 +8,8 @@
 
 namespace quillmere {
 
-// A pipeline that answers what it was told, after a time. One engine: calls take turns in their order.
+// A pipeline that answers what it was told, after a time; "%1" becomes the number of the call. One engine: calls take
+// turns in their order.
 class ScriptedTranscriber final : public Transcriber {
  public:
   Result<QString, AnyError> answer = QStringLiteral("Hello there.");
@@ -19,7 +20,8 @@ class ScriptedTranscriber final : public Transcriber {
 
   Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
     calls.push_back(request);
-    const Result<QString, AnyError> told = answer;
+    Result<QString, AnyError> told = answer;
+    if (told && told->contains(QStringLiteral("%1"))) told = told->arg(calls.size());
     const Duration decoding = takes;
     const std::optional<Duration> rewriting = rewriteTakes;
     const Executor& executor = co_await currentExecutor();
