@@ -10,11 +10,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-QString selectedName(RecordingManagerFixture& f) {
-  const auto& device = f.manager->selectedDevice().get();
-  return device ? device->name : QStringLiteral("-");
-}
-
 TEST(AudioRecordingManagerTest, CarriesThePermissionToTheRecorder) {
   RecordingManagerFixture f;
   f.makeManager();
@@ -29,91 +24,6 @@ TEST(AudioRecordingManagerTest, CarriesThePermissionToTheRecorder) {
   f.authorization.current = MicrophoneAuthorization::Status::authorized;
   f.manager->permissionManager().refreshPermission();
   EXPECT_TRUE(f.manager->lifecycleManager().hasMicrophonePermission());
-}
-
-TEST(AudioRecordingManagerTest, TheSavedMicrophone) {
-  struct Case {
-    const char* saved;
-    const char* selected;
-    const char* kept;  // the setting afterwards
-    const char* line;
-  };
-  const Case cases[] = {
-      {"usb", "Desk", "usb", "Restoring saved microphone selection on launch: Desk"},
-      {"gone", "-", "", "Saved microphone not found on launch, clearing preference: gone"},
-      {"", "-", "", ""},
-  };
-  for (const Case& c : cases) {
-    RecordingManagerFixture f;
-    f.settings.audio().setSelectedMicrophoneId(c.saved);
-    f.configure();
-    EXPECT_EQ(selectedName(f), c.selected) << c.saved;
-    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), c.kept);
-    if (*c.line) {
-      EXPECT_EQ(f.said(c.line), 1) << f.log->lines().join('\n').toStdString();
-    }
-    EXPECT_EQ(f.said("AudioRecordingManager configured with dependencies"), 1);
-    EXPECT_EQ(f.devices.defaultUid, QString(c.selected) == "Desk" ? "usb" : "built-in");
-  }
-}
-
-// A sound server that starts later than the session: nobody knows yet what is plugged in.
-TEST(AudioRecordingManagerTest, TheSavedMicrophoneWaitsForTheSoundServer) {
-  for (const bool isStillThere : {true, false}) {
-    RecordingManagerFixture f;
-    f.settings.audio().setSelectedMicrophoneId("usb");
-    const auto attached = std::exchange(f.devices.list, {});
-    f.devices.isServerThere = false;
-    f.configure();
-    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), "usb");
-    f.devices.isServerThere = true;
-    f.devices.list = attached;
-    if (!isStillThere) f.devices.list.pop_back();
-    f.devices.tell(AudioDevices::Change::deviceList);
-    f.executor.runReady();
-    EXPECT_EQ(selectedName(f), isStillThere ? "Desk" : "-");
-    EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), isStillThere ? "usb" : "");
-    // Once: what is plugged in later changes no choice.
-    f.devices.list.push_back(FakeAudioDevices::microphone(3, "third", "Third"));
-    f.devices.tell(AudioDevices::Change::deviceList);
-    f.executor.runReady();
-    EXPECT_EQ(f.said("Restoring saved microphone selection on launch: Desk"), isStillThere ? 1 : 0);
-    EXPECT_EQ(selectedName(f), isStillThere ? "Desk" : "-");
-  }
-}
-
-TEST(AudioRecordingManagerTest, AMicrophoneThatIsPulledOutIsForgotten) {
-  RecordingManagerFixture f;
-  f.settings.audio().setSelectedMicrophoneId("usb");
-  f.configure();
-  f.devices.list.pop_back();
-  f.devices.defaultUid = "built-in";
-  f.devices.tell(AudioDevices::Change::deviceList);
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "-");
-  EXPECT_EQ(f.settings.audio().selectedMicrophoneId(), "");
-  EXPECT_EQ(f.said("Clearing persisted microphone preference for missing device: Desk"), 1);
-  EXPECT_EQ(f.manager->activeInputDeviceName().get(), "Built-in");
-}
-
-TEST(AudioRecordingManagerTest, ChoosesTheMicrophoneOfTheSettings) {
-  RecordingManagerFixture f;
-  f.configure();
-  f.defaults.changeByOtherProcess("selectedMicrophoneId", "usb");
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "Desk");
-  EXPECT_EQ(f.devices.defaultsSet.size(), 1U);
-
-  f.manager->setSelectedDevice(f.manager->selectedDevice().get());
-  f.executor.runReady();
-  EXPECT_EQ(f.said("Selected input device: Desk"), 1);  // the same again does nothing
-
-  f.defaults.changeByOtherProcess("selectedMicrophoneId", "nobody has it");
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "Desk");
-  f.defaults.changeByOtherProcess("selectedMicrophoneId", "");
-  f.executor.runReady();
-  EXPECT_EQ(selectedName(f), "-");
 }
 
 // The start of the application is not over yet, and a command comes from outside.

@@ -37,7 +37,10 @@ struct KilledProcess : RecordingFlowFixture {
   // The rows of the history after the next launch, and after the one behind it.
   std::pair<size_t, size_t> recover() {
     const auto next = std::move(*PersistenceController::open(storeAt, clock, logging));
-    CrashRecoveryManager manager({*next, converter, samples, clock, folders}, logging);
+    processLocks.kill();
+    FakeProcessLocks nextLocks(processLocks.machine());
+    RecordingSessionManager nextSessions(*next, clock, nextLocks, logging);
+    CrashRecoveryManager manager({*next, nextSessions, nextLocks, converter, samples, clock, folders}, logging);
     ManualExecutor nextExecutor;
     runTask(nextExecutor, manager.recoverOrphanedRecordings());
     const size_t first = next->fetchTranscripts(-1).size();

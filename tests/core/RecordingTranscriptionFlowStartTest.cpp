@@ -52,7 +52,7 @@ TEST(RecordingValidation, EndsTheRecordingWhereTheSpeechEngineCannotWork) {
     EXPECT_TRUE(f.state().showAPIKeyAlert);
     EXPECT_EQ(f.state().missingAPIKeys.size(), each.missing);
     EXPECT_FALSE(f.state().postProcessingKeyMissing);
-    EXPECT_EQ(f.files().size(), 1);
+    EXPECT_TRUE(f.files().isEmpty()) << "it was too short";
     EXPECT_FALSE(f.flow->capturedApplicationContext().has_value());
   }
 }
@@ -158,6 +158,7 @@ TEST(RecordingValidation, ARecordingThatWasStoppedBeforeCapturesNoContext) {
 TEST(RecordingStart, ARefusedMicrophoneShowsItsOwnAlert) {
   RecordingFlowFixture f;
   f.authorization.current = MicrophoneAuthorization::Status::denied;
+  f.authorization.grants = false;
   f.press();
   f.settle();
   EXPECT_FALSE(f.state().showRecordingDialog);
