@@ -37,7 +37,8 @@ struct KilledProcess : RecordingFlowFixture {
   // The rows of the history after the next launch, and after the one behind it.
   std::pair<size_t, size_t> recover() {
     const auto next = std::move(*PersistenceController::open(storeAt, clock, logging));
-    FakeProcessLocks nextLocks;  // those of the dead are free
+    processLocks.kill();
+    FakeProcessLocks nextLocks(processLocks.machine());
     RecordingSessionManager nextSessions(*next, clock, nextLocks, logging);
     CrashRecoveryManager manager({*next, nextSessions, nextLocks, converter, samples, clock, folders}, logging);
     ManualExecutor nextExecutor;

@@ -28,19 +28,14 @@ class RecordingFinisherTest : public RecordingFixture {
 };
 
 TEST_F(RecordingFinisherTest, TheSizeDecidesWhatBecomesOfTheFile) {
-  struct Case {
-    qint64 bytes;
-    bool isM4A;
-  };
-  for (const Case& one : {Case{5000, false}, Case{large - 1, false}, Case{large, true}}) {
-    const auto recording = raw(one.bytes);
-    const auto finished = finish(recording);
-    const QString name = one.isM4A ? m4a : wav;
-    EXPECT_EQ(finished.path, inRecordings(name)) << one.bytes;
+  for (const qint64 bytes : {qint64(5000), large - 1, large}) {
+    const QString name = bytes == large ? m4a : wav;
+    const auto recording = raw(bytes);
+    EXPECT_EQ(finish(recording).path, inRecordings(name)) << bytes;
     EXPECT_EQ(recording.session->audioFilePath, inRecordings(name));
-    EXPECT_EQ(kept(), QStringList{name}) << one.bytes;
+    EXPECT_EQ(kept(), QStringList{name}) << bytes;
     EXPECT_EQ(recording.session->audioFormat,
-              one.isM4A ? QStringLiteral("M4A AAC 16000Hz 1ch") : QStringLiteral("WAV PCM 16000Hz 1ch"));
+              bytes == large ? QStringLiteral("M4A AAC 16000Hz 1ch") : QStringLiteral("WAV PCM 16000Hz 1ch"));
     QFile::remove(inRecordings(name));
   }
   // A local engine takes it as it is.

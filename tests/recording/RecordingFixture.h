@@ -43,10 +43,6 @@ class RecordingFixture : public ::testing::Test {
   QStringList kept() const {
     return QDir(recordings()).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
   }
-  int breadcrumbs(const QString& message) const {
-    return int(std::count_if(reporting.breadcrumbs.begin(), reporting.breadcrumbs.end(),
-                             [&](const Breadcrumb& one) { return one.message == message; }));
-  }
   void setMediaControl(const char* mode) {
     defaults.setValue(QStringLiteral("mediaControlMode"), QString::fromLatin1(mode));
   }

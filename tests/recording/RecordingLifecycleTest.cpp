@@ -33,8 +33,6 @@ TEST_F(RecordingLifecycleTest, TheRowStandsInTheStoreBeforeTheFirstSample) {
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0]->audioFilePath, recorders.paths[0]);
   EXPECT_EQ(rows[0]->deviceName, QStringLiteral("System Default"));
-  EXPECT_EQ(rows[0]->deviceId, std::nullopt);
-  EXPECT_EQ(rows[0]->audioFormat, QStringLiteral("WAV PCM 16000Hz 1ch"));
   EXPECT_FALSE(persistence->hasChanges());
   EXPECT_TRUE(locks.isTaken(RecordingSessionManager::lockName(*rows[0])));
   EXPECT_FALSE(lifecycle.isRecording().get());
@@ -44,8 +42,6 @@ TEST_F(RecordingLifecycleTest, TheRowStandsInTheStoreBeforeTheFirstSample) {
 
 TEST_F(RecordingLifecycleTest, ARecordingBecomesAFileARowAndAResult) {
   deviceManager.selectDevice(AudioDevice{"usb-mic", "Desk Microphone", "usb-mic"});
-  std::vector<bool> states;
-  const auto watching = lifecycle.isRecording().observe([&](bool on) { states.push_back(on); });
   recorders.firstSample = 15ms;
   const TimePoint begin = executor.now();
   const auto started = runTask(executor, lifecycle.startRecording());
@@ -62,16 +58,11 @@ TEST_F(RecordingLifecycleTest, ARecordingBecomesAFileARowAndAResult) {
   EXPECT_EQ(result->path, inRecordings(wav));
   EXPECT_EQ(result->firstSampleAt, begin + 15ms);
   EXPECT_EQ(kept(), QStringList{wav});
-  EXPECT_EQ(lifecycle.recordingDuration().get(), 0);
-  EXPECT_EQ(lifecycle.audioLevel().get(), 0);
-  EXPECT_EQ(states, (std::vector{true, false}));
-  ASSERT_TRUE(result->session);
   EXPECT_EQ(result->session, started->session);
   EXPECT_TRUE(result->session->endTime);
   EXPECT_EQ(result->session->audioFilePath, inRecordings(wav));
   EXPECT_EQ(result->session->durationInSeconds, result->duration);
   EXPECT_EQ(result->session->deviceId, QStringLiteral("usb-mic"));
-  EXPECT_EQ(executor.timerCount(), 0u);
   EXPECT_FALSE(stop()) << "nothing runs any more";
 
   EXPECT_TRUE(locks.isTaken(RecordingSessionManager::lockName(*result->session))) << "it awaits its row";
@@ -169,23 +160,6 @@ TEST_F(RecordingLifecycleTest, AStartWhileOneRunsFinishesThatOneIntoTheHistory) 
   EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
 }
 
-TEST_F(RecordingLifecycleTest, TwoAtOnceTakeTurns) {
-  recorders.startTakes = recorders.stopTakes = 20ms;
-  TaskScope scope(executor);
-  scope.spawn(lifecycle.startRecording());
-  scope.spawn(lifecycle.startRecording());
-  executor.advance(5s);
-  EXPECT_EQ(recorders.paths.size(), 2);
-  EXPECT_EQ(recorders.running.size(), 1u);
-  auto first = scope.spawn(lifecycle.stopRecording());
-  auto second = scope.spawn(lifecycle.stopRecording());
-  executor.advance(1s);
-  EXPECT_TRUE(runTask(executor, first.join()).has_value());
-  EXPECT_FALSE(runTask(executor, second.join()).has_value());
-  EXPECT_TRUE(recorders.running.empty());
-  EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
-}
-
 TEST_F(RecordingLifecycleTest, AFailedStartLeavesTheOneThatWaitsAlone) {
   setMediaControl("muteAudio");
   recorders.startTakes = 50ms;
@@ -244,45 +218,34 @@ TEST_F(RecordingLifecycleTest, AStartThatIsCancelledAtAnyMomentLeavesNoTrace) {
   EXPECT_GT(cancelled, 40);
 }
 
-TEST_F(RecordingLifecycleTest, AStartThatIsCancelledAtTheGateStopsWhatItWouldHaveReplacedAndNothingElse) {
-  ASSERT_TRUE(start());
-  executor.advance(2s);
-  recorders.stopTakes = 100ms;
-  TaskScope scope(executor);
-  auto replacing = scope.spawn(lifecycle.startRecording());
-  auto waiting = scope.spawn(lifecycle.startRecording());
-  executor.advance(10ms);
-  replacing.cancel();
-  waiting.cancel();
-  executor.advance(1s);
-  EXPECT_TRUE(replacing.isDone() && waiting.isDone());
-  EXPECT_FALSE(lifecycle.isRecording().get());
-  EXPECT_EQ(kept(), QStringList{wav});
-  EXPECT_EQ(persistence->fetchTranscripts(-1).size(), 1u);
-}
-
-TEST_F(RecordingLifecycleTest, ACancelledStopGoesToItsEnd) {
-  recorders.stopTakes = 50ms;
-  ASSERT_TRUE(start());
-  executor.advance(2s);
-  TaskScope scope(executor);
-  auto stopping = scope.spawn(lifecycle.stopRecording());
-  executor.advance(10ms);
-  stopping.cancel();
-  executor.advance(1s);
-  EXPECT_TRUE(stopping.isDone());
-  EXPECT_EQ(kept(), QStringList{wav});
-  EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
+TEST_F(RecordingLifecycleTest, ACancelNeverLeavesAStopHalfDone) {
+  for (const bool isReplaced : {false, true}) {
+    ASSERT_TRUE(start());
+    executor.advance(2s);
+    recorders.stopTakes = 100ms;
+    TaskScope scope(executor);
+    auto waiting =
+        isReplaced ? scope.spawn(lifecycle.startRecording()) : TaskHandle<Result<StartedRecording, AnyError>>();
+    auto stopping = scope.spawn(lifecycle.stopRecording());
+    executor.advance(10ms);
+    scope.cancelAll();
+    executor.advance(1s);
+    EXPECT_TRUE(scope.isIdle());
+    EXPECT_FALSE(lifecycle.isRecording().get());
+    EXPECT_TRUE(persistence->fetchUnfinishedRecordingSessions().empty());
+  }
+  EXPECT_EQ(kept(), (QStringList{wav, QStringLiteral("recording_1700000001.wav")}));
 }
 
 TEST_F(RecordingLifecycleTest, AFailedStartPutsEverythingBack) {
-  recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("refused")};
   raiseMicrophone();
-  for (const char* mode : {"muteAudio", "pauseMedia"}) {
-    setMediaControl(mode);
+  for (const char* sentence : {"refused", ""}) {
+    setMediaControl(*sentence ? "muteAudio" : "pauseMedia");
+    recorders.recordError = PlatformError{QStringLiteral("audio"), 1, QString::fromLatin1(sentence)};
     const auto started = runTask(executor, lifecycle.startRecording());
     ASSERT_FALSE(started);
-    EXPECT_EQ(std::get<AudioError>(started.error()).reason, QStringLiteral("refused"));
+    EXPECT_EQ(std::get<AudioError>(started.error()).reason,
+              QString::fromLatin1(*sentence ? sentence : "Failed to start recording"));
     expectNoTrace();
   }
   recorders.recordError.reset();
@@ -324,7 +287,6 @@ TEST_F(RecordingLifecycleTest, AMicrophoneThatVanishesLeavesWhatWasSaid) {
   ASSERT_TRUE(result->interruption);
   EXPECT_EQ(result->interruption->description, QStringLiteral("It went away."));
   EXPECT_TRUE(result->path && QFile::exists(*result->path));
-  EXPECT_EQ(result->session->durationInSeconds, result->duration);
   EXPECT_FALSE(record().interruption) << "the next one knows nothing of it";
 }
 

@@ -24,7 +24,6 @@ struct RecordedWave {
     SF_INFO info{};
     SNDFILE* const file = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
     if (!file) return;
-    isReadable = true;
     isAsPromised = info.samplerate == 16000 && info.channels == 1 && info.format == (SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     samples.resize(size_t(info.frames));
     sf_readf_float(file, samples.data(), info.frames);
@@ -50,7 +49,6 @@ struct RecordedWave {
     return {samples.end() - qsizetype(count), samples.end()};
   }
 
-  bool isReadable = false;
   bool isAsPromised = false;
   bool isComplete = false;
   std::vector<float> samples;
