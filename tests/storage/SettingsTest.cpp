@@ -40,37 +40,28 @@ TEST_F(SettingsTest, TheTableIsWellFormed) {
 }
 
 TEST_F(SettingsTest, RepairsAndMigrationsAtStart) {
-  struct Case {
+  const struct {
     const char* key;
-    QVariant stored;
-    QVariant expected;
-  };
-  const Case cases[] = {{"audioSampleRate", 7999.0, 16000.0},
-                        {"audioSampleRate", 48001.0, 16000.0},
-                        {"audioSampleRate", 8000.0, 8000.0},
-                        {"audioSampleRate", 48000, 48000},
-                        {"audioSampleRate", std::numeric_limits<double>::quiet_NaN(), 16000.0},
-                        {"historyRetentionDays", -1, 30},
-                        {"historyRetentionDays", 0, 0},
-                        {"defaultLanguage", "en-US", "en"},
-                        {"defaultLanguage", "en-GB", "en-GB"},
-                        {"soundEffectsVolume", -0.1, 0.5},
-                        {"soundEffectsVolume", 1.01, 0.5},
-                        {"soundEffectsVolume", 1.0, 1.0},
-                        {"autoDeleteValue", 0, 30},
-                        {"autoDeleteValue", -5, 30},
-                        {"autoDeleteValue", 1, 1},
-                        {"pauseOtherAudioDuringRecording", true, QVariant()},
-                        {"pauseOtherAudioDuringRecording", false, QVariant()}};
-  for (const Case& c : cases) {
+    QVariant stored, expected;
+  } cases[] = {{"audioSampleRate", 7999.0, 16000.0},
+               {"audioSampleRate", 8000.0, 8000.0},
+               {"audioSampleRate", std::numeric_limits<double>::quiet_NaN(), 16000.0},
+               {"historyRetentionDays", -1, 30},
+               {"historyRetentionDays", 0, 0},
+               {"defaultLanguage", "en-US", "en"},
+               {"defaultLanguage", "en-GB", "en-GB"},
+               {"soundEffectsVolume", 1.01, 0.5},
+               {"soundEffectsVolume", 1.0, 1.0},
+               {"autoDeleteValue", 0, 30},
+               {"pauseOtherAudioDuringRecording", true, QVariant()},
+               {"pauseOtherAudioDuringRecording", false, QVariant()}};
+  for (const auto& [key, stored, expected] : cases) {
     FakeDefaultsStore store;
-    store.setValue(c.key, c.stored);
+    store.setValue(key, stored);
     const SettingsManager settings(store, folders, Logging());
-    EXPECT_EQ(store.value(c.key), c.expected) << c.key << ' ' << c.stored.toString().toStdString();
-    if (QString(c.key).startsWith("pause")) {
-      const auto expected = c.stored.toBool() ? MediaControlMode::muteAudio : MediaControlMode::off;
-      EXPECT_EQ(settings.audio().mediaControlMode(), expected);
-    }
+    EXPECT_EQ(store.value(key), expected) << key << ' ' << stored.toString().toStdString();
+    const bool isMuted = QString(key).startsWith("pause") && stored.toBool();
+    EXPECT_EQ(settings.audio().mediaControlMode() == MediaControlMode::muteAudio, isMuted) << key;
   }
 }
 
@@ -99,7 +90,7 @@ TEST_F(SettingsTest, AValueOfAWrongTypeGivesTheDefault) {
 }
 
 TEST_F(SettingsTest, ChangesAreAnnouncedOnceAndForwarded) {
-  const auto settings = make();
+  auto settings = make();
   QStringList root, general;
   const Subscription a = settings->observeChanges([&](const QString& key) { root << key; });
   const Subscription b = settings->general().observeChanges([&](const QString& key) { general << key; });
@@ -118,10 +109,7 @@ TEST_F(SettingsTest, ChangesAreAnnouncedOnceAndForwarded) {
   const int writes = defaults.writeCount;
   settings->setKeepAudioFiles(true);
   EXPECT_EQ(defaults.writeCount, writes);
-}
-
-TEST_F(SettingsTest, ManagersLeaveNoObserverBehind) {
-  make();
+  settings.reset();
   EXPECT_EQ(defaults.observerCount(), 0u);
 }
 
@@ -144,11 +132,8 @@ TEST_F(SettingsTest, TypedTexts) {
   } cases[] = {
       {"enableVAD", "false", false},
       {"enableVAD", " On ", true},
-      {"enableVAD", "1", true},
-      {"maxRecordingDuration", "600", 600},
       {"historyRetentionDays", "0", 0},
       {"audioSampleRate", "44100", 44100.0},
-      {"soundEffectsVolume", "1", 1.0},
       {"clipboardRestoreDelaySeconds", "2.5", 2.5},
       {"soundTheme", "new", "New"},
       {"pushToTalkMode", "LEFTOPTION", "leftOption"},
@@ -158,16 +143,11 @@ TEST_F(SettingsTest, TypedTexts) {
       {"currentModeId", "", ""},
       {"recordingsFolder", "/tmp/x/../y/", "/tmp/y"},
       {"modelHubUrl", "https://hub.example/models", "https://hub.example/models"},
-      {"modelHubUrl", "", ""},
       {"modelHubUrl", "/srv/models", "/srv/models"},
-      {"modelHubUrl", "file:///srv/models", "file:///srv/models"},
       {"projectDirectories", R"(["/a", "/b, c"])", R"(["/a","/b, c"])"},
       {"indexedFileExtensions", "h, cpp,", R"(["h","cpp"])"},
       {"defaultModelByMode", R"({"a": "base"})", QByteArray(R"({"a":"base"})")},
-      {"defaultModelByMode", "", QByteArray("{}")},
       {"KeyboardShortcuts_changeMode", " alt+CTRL+d ", "Ctrl+Alt+D"},
-      {"KeyboardShortcuts_changeMode", "F9", "F9"},
-      {"KeyboardShortcuts_changeMode", "", ""},
   };
   for (const auto& [key, text, expected] : cases) {
     const auto parsed = parseSettingText(key, text);
@@ -178,12 +158,9 @@ TEST_F(SettingsTest, TypedTexts) {
   const std::pair<const char*, QStringList> refused[] = {
       {"enableVAD", {"maybe", ""}},
       {"maxRecordingDuration", {"0", "1.5", "99999999999", "5 minutes"}},
-      {"historyRetentionDays", {"-1"}},
       {"audioSampleRate", {"7999.9", "nan"}},
       {"soundEffectsVolume", {"1.1", "inf"}},
-      {"clipboardRestoreDelaySeconds", {"-1"}},
       {"soundTheme", {"Modern"}},
-      {"pushToTalkMode", {""}},
       {"defaultLanguage", {"what ever"}},
       {"currentModeId", {"Default"}},
       {"recordingsFolder", {"relative", ""}},
@@ -191,7 +168,6 @@ TEST_F(SettingsTest, TypedTexts) {
       {"projectDirectories", {"[1]", "[\"/a\""}},
       {"defaultModelByMode", {"{\"a\": 1}"}},
       {"KeyboardShortcuts_changeMode", {"Ctrl+", "Ctrl+Alt", "Ctrl+A+B", "Shift+D", "space", "Hyper+Blub"}},
-      {"noSuchKey", {"1"}},
       {"hasCompletedOnboarding", {"true"}},
       {"customPostProcessingEndpoints", {"[]"}},
   };
@@ -225,7 +201,7 @@ TEST_F(ModeDeletionTest, TheSettingsAndTheSelectionFollow) {
   const auto store = openStoreHere();
   const ModePtr a = store->saveMode(modeData("A")), b = store->saveMode(modeData("B"));
   for (const ModePtr& mode : {a, b}) settings.setDefaultModel(mode->id->toString(QUuid::WithoutBraces), "tiny");
-  const Logging logging(lines);
+  const Logging logging;
   auto outcome = deleteModeAndReferences(*store, settings, logging, a, *b->id);
   ASSERT_TRUE(outcome);
   EXPECT_EQ(outcome->selection, ModeDeletionOutcome::Selection::unchanged);

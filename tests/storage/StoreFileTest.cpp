@@ -39,25 +39,28 @@ TEST_F(StoreFileTest, ForeignAndDamagedFilesAreLeftAlone) {
   makeStore(200);
   const QByteArray sound = bytes();
   ASSERT_GT(sound.size(), 40'000);
-  struct Case {
+  QByteArray zeros = sound;
+  zeros.replace(8192, 16384, QByteArray(16384, '\0'));
+  const struct {
     const char* name;
     QByteArray content;
     const char* reason;
-  };
-  QByteArray zeros = sound;
-  zeros.replace(8192, 16384, QByteArray(16384, '\0'));
-  const Case cases[] = {{"text", "Dear diary, this isn't a database at all.", "file is not a database"},
-                        {"long text", QByteArray(20'000, 'x'), "file is not a database"},
-                        {"one byte", "S", "file is not a database"},
-                        {"head only", sound.left(60), "file is not a database"},
-                        {"cut in the first page", sound.left(2000), ""},
-                        {"truncated", sound.left(sound.size() / 2), "malformed"},
-                        {"pages of zeros", zeros, "database"}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    writeBytes(c.content);
-    expectRefusal(c.reason);
+  } cases[] = {{"text", "Dear diary, this isn't a database at all.", "file is not a database"},
+               {"long text", QByteArray(20'000, 'x'), "file is not a database"},
+               {"one byte", "S", "file is not a database"},
+               {"head only", sound.left(60), "file is not a database"},
+               {"cut in the first page", sound.left(2000), ""},
+               {"truncated", sound.left(sound.size() / 2), "malformed"},
+               {"pages of zeros", zeros, "database"}};
+  for (const auto& [name, content, reason] : cases) {
+    SCOPED_TRACE(name);
+    writeBytes(content);
+    expectRefusal(reason);
   }
+  reporting.isOn = false;
+  reporting.reports.clear();
+  openError();
+  EXPECT_TRUE(reporting.reports.empty()) << "without the user's consent";
   writeBytes(sound);
   EXPECT_EQ(openStoreHere()->countTranscripts(), 200);
   writeBytes({});
@@ -89,7 +92,7 @@ TEST_F(StoreFileTest, ANewerStoreWhoseVersionIsStillInTheLog) {
 }
 
 TEST_F(StoreFileTest, AStoreWithoutOneOfItsTablesIsDamaged) {
-  makeStore(1);
+  makeStore(0);
   openStore(path, Logger()).value()->exec("DROP TABLE Vocabulary");
   expectRefusal("Vocabulary");
 }
@@ -132,14 +135,6 @@ TEST_F(StoreFileTest, ReadOnlyFolderAndReadOnlyFile) {
   EXPECT_EQ(openStoreHere()->countTranscripts(), 3);
 }
 
-TEST_F(StoreFileTest, NoReportWithoutConsent) {
-  reporting.isOn = false;
-  writeBytes("text");
-  openError();
-  EXPECT_TRUE(reporting.reports.empty());
-  EXPECT_TRUE(lines->contains("Failed to load persistent store: file is not a database"));
-}
-
 // A released step may never change: stores out there were made by it.
 TEST(StoreSchemaTest, ReleasedStepsAreAsTheyWere) {
   const char* const released[] = {"6d3cdf6b67c1fdca", "8162d44d003262de", "13942e9f12764375", "3ee0dbdc09f0f0b6"};
@@ -171,7 +166,6 @@ TEST_F(StoreFileTest, StoresOfEveryEarlierVersionAreMigrated) {
           "('00000000-0000-0000-0000-0000000000cc', 'Grüße aus der Vergangenheit', 'completed', 1000, 2.5, 1, 1)");
     }
     auto store = openStoreHere();
-    EXPECT_TRUE(lines->contains(QString("Migrating from v%1 to v%2").arg(version).arg(version + 1)));
     EXPECT_EQ(names(store->fetchAllModes()), QStringList{"Old"});
     const auto found = store->fetchTranscripts(10, 0, "vergangen");
     ASSERT_EQ(found.size(), 1u);

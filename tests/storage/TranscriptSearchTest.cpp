@@ -102,19 +102,6 @@ TEST_F(TranscriptSearchTest, SignsAreSoughtInTheNewestTranscripts) {
   EXPECT_EQ(store->countTranscripts("ew"), 1);
 }
 
-TEST_F(TranscriptSearchTest, InnerPartsOfWordsAreReadInTheNewestCandidates) {
-  add("an oldest xabcdx");
-  // They hold every three letters of "abcd" without holding it.
-  for (int i = 0; i < 5'999; ++i) store->insertTranscript()->text = "xabcy xbcdy";
-  ASSERT_TRUE(store->save());
-  EXPECT_EQ(store->countTranscripts("abcd"), 1);
-  add("yabcy ybcdy");
-  EXPECT_EQ(store->countTranscripts("abcd"), 0);
-  add("a newest yabcdy");
-  EXPECT_EQ(store->countTranscripts("abcd"), 1);
-  EXPECT_EQ(store->countTranscripts("xabcd"), 1) << "a whole beginning of a word is found wherever it stands";
-}
-
 TEST_F(TranscriptSearchTest, PagesAreByDateWhicheverWayTheyAreFound) {
   // Rare words are looked up one by one, frequent ones by a walk along the dates; both must agree on the order.
   std::vector<std::pair<qint64, QString>> all;
