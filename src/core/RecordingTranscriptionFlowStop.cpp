@@ -124,8 +124,7 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
   if (use_.vadProcessingService != nullptr) {
     const bool isEnabled = use_.settingsManager != nullptr && use_.settingsManager->general().enableVAD();
     const TimePoint begin = use_.executor.now();
-    auto trimming =
-        use_.vadProcessingService->process(path, result->duration, isEnabled, QStringLiteral("Recording"), true);
+    auto trimming = use_.vadProcessingService->process(path, result->duration, isEnabled, QStringLiteral("Recording"));
     prepared = co_await std::move(trimming);
     dictation->timings.trimming = use_.executor.now() - begin;
   }
