@@ -29,10 +29,13 @@ struct VADProcessingResult {
 class VADProcessing {
  public:
   virtual ~VADProcessing() = default;
-  // isEnabled is the user's setting; a logPrefix that isn't empty goes before log lines in brackets. A trimmed WAV of
-  // 25 MiB or more becomes M4A with `compressesLarge`. What is left beside the original is named in the result.
+  // isEnabled is the user's setting; a logPrefix that isn't empty goes before log lines in brackets. Nothing but the
+  // trimmed file that the result names is left beside the original.
   virtual Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
-                                            QString logPrefix, bool compressesLarge) = 0;
+                                            QString logPrefix) = 0;
+  // For audio that is sent away: a WAV of 25 MiB or more as an M4A beside it, which is the caller's to remove; else,
+  // and where that fails, the file itself.
+  virtual Task<QString> compressLargeWav(QString path, QString logPrefix) = 0;
 };
 
 }  // namespace quillmere

@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSet>
 
 #include "audio/TrimJudgement.h"
 #include "base/async/CancelToken.h"
@@ -28,13 +27,6 @@ QString megabytes(qint64 bytes) {
 
 QString tagOf(const QString& logPrefix) {
   return logPrefix.isEmpty() ? QString() : u'[' + logPrefix + QStringLiteral("] ");
-}
-
-bool isCompressedFormat(const QString& extension) {
-  static const QSet<QString> compressed{QStringLiteral("m4a"), QStringLiteral("mp3"),  QStringLiteral("mp4"),
-                                        QStringLiteral("aac"), QStringLiteral("webm"), QStringLiteral("ogg"),
-                                        QStringLiteral("opus")};
-  return compressed.contains(extension);
 }
 
 std::optional<qint64> sizeOf(const QString& path) {
@@ -86,9 +78,8 @@ VADProcessingService::VADProcessingService(Dependencies dependencies, const Logg
     : use_(dependencies), logging_(logging), logger_(logging.logger(QStringLiteral("VADProcessingService"))) {}
 
 Task<VADProcessingResult> VADProcessingService::process(QString audioPath, double durationSeconds, bool isEnabled,
-                                                        QString logPrefix, bool compressesLarge) {
+                                                        QString logPrefix) {
   const QString tag = tagOf(logPrefix);
-  const QString extension = QFileInfo(audioPath).suffix().toLower();
   if (!isEnabled) co_return unchanged(audioPath, false);
   if (durationSeconds < minimumAudioSeconds) {
     logger_.debug("%{public}sVAD skipped - duration too short (%{public}ss < %fs)", tag, seconds(durationSeconds),
@@ -122,18 +113,6 @@ Task<VADProcessingResult> VADProcessingService::process(QString audioPath, doubl
   VADProcessingResult result = unchanged(audioPath, true);
   result.trimResult = *trimmed;
   result.finalAudioPath = trimmed->outputPath;
-  if (isCompressedFormat(extension)) {
-    logger_.info("🎵 %{public}sSkipping M4A conversion - original was compressed format (.%{public}s)", tag, extension);
-    co_return result;
-  }
-  if (!compressesLarge) co_return result;
-  try {
-    auto converting = convertTrimmedFile(trimmed->outputPath, logPrefix);
-    result.finalAudioPath = co_await std::move(converting);
-  } catch (const Cancelled&) {
-    QFile::remove(trimmed->outputPath);
-    throw;
-  }
   co_return result;
 }
 
@@ -173,17 +152,17 @@ bool VADProcessingService::isAccepted(const TrimResult& trim, const QString& tag
   return true;
 }
 
-Task<QString> VADProcessingService::convertTrimmedFile(QString trimmedPath, QString logPrefix) {
-  if (QFileInfo(trimmedPath).suffix().toLower() != QLatin1String("wav")) co_return trimmedPath;
-  const std::optional<qint64> size = sizeOf(trimmedPath);
-  if (!size || *size < conversionThresholdBytes) co_return trimmedPath;
+Task<QString> VADProcessingService::compressLargeWav(QString path, QString logPrefix) {
+  if (QFileInfo(path).suffix().toLower() != QLatin1String("wav")) co_return path;
+  const std::optional<qint64> size = sizeOf(path);
+  if (!size || *size < conversionThresholdBytes) co_return path;
 
   const QString tag = tagOf(logPrefix);
   logger_.info("🔄 %{public}sTrimmed WAV file is %{public}sMB - converting to M4A", tag, megabytes(*size));
-  const QString target = m4aPathFor(trimmedPath);
+  const QString target = m4aPathFor(path);
   QFile::remove(target);
 
-  auto primary = attempt(use_.fileConverter.convertAudioToAAC(trimmedPath, target), target, logPrefix);
+  auto primary = attempt(use_.fileConverter.convertAudioToAAC(path, target), target, logPrefix);
   const Attempt first = co_await std::move(primary);
   if (first.isUsable) {
     const qint64 converted = sizeOf(target).value_or(0);
@@ -204,7 +183,7 @@ Task<QString> VADProcessingService::convertTrimmedFile(QString trimmedPath, QStr
     logger_.warning("⚠️ %{public}sPrimary M4A output validation failed - trying fallback", tag);
   }
 
-  auto fallback = attempt(use_.fileConverter.exportToM4A(trimmedPath, target), target, logPrefix);
+  auto fallback = attempt(use_.fileConverter.exportToM4A(path, target), target, logPrefix);
   const Attempt second = co_await std::move(fallback);
   if (second.isUsable) {
     logger_.info("✅ %{public}sTrimmed WAV→M4A fallback succeeded: %{public}sMB → %{public}sMB", tag, megabytes(*size),
@@ -221,7 +200,7 @@ Task<QString> VADProcessingService::convertTrimmedFile(QString trimmedPath, QStr
       {QStringLiteral("error"), second.error.value_or(QStringLiteral("M4A output validation failed"))},
       {QStringLiteral("context"), logPrefix}};
   report(QStringLiteral("Trimmed WAV→M4A conversion failed"), data);
-  co_return trimmedPath;
+  co_return path;
 }
 
 // Leaves no file at the target unless it is usable.

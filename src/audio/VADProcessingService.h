@@ -13,7 +13,7 @@
 namespace quillmere {
 
 // Decides whether a recording is worth trimming, trims it, and decides whether the result is good enough to stand in
-// for the original. Large results become M4A. Called on the main thread; a cancel removes what this run has written.
+// for the original. Called on the main thread; a cancel removes what this run has written.
 // What it is given outlives it.
 class VADProcessingService final : public VADProcessing {
  public:
@@ -29,10 +29,9 @@ class VADProcessingService final : public VADProcessing {
 
   VADProcessingService(Dependencies dependencies, const Logging& logging);
 
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString logPrefix,
-                                    bool compressesLarge) override;
-  // The file to use in place of a trimmed one: an M4A beside it when it is a WAV of at least 25 MiB, else itself.
-  Task<QString> convertTrimmedFile(QString trimmedPath, QString logPrefix);
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
+                                    QString logPrefix) override;
+  Task<QString> compressLargeWav(QString path, QString logPrefix) override;
   // Whether the file holds an audio track with a usable format.
   Task<bool> validateM4A(QString path, QString logPrefix);
 

@@ -24,8 +24,8 @@ struct FileTranscriptionProgressState {
   bool operator==(const FileTranscriptionProgressState&) const = default;
 };
 
-// The bar of a file transcription: a value that is animated from milestone to milestone, since speech engines say
-// nothing about how far they are. Main thread only.
+// The bar of a file transcription: a value that is animated from milestone to milestone, and slowly on its own where
+// the engine does not say how far it is. Main thread only.
 class FileTranscriptionProgress {
  public:
   // `executor` outlives this object; its clock drives the animation.

@@ -80,6 +80,19 @@ class PipelineTranscriptRoad::RowUnderWay {
   bool isSettled_ = false;
 };
 
+// A smaller copy of the audio for a service, gone with its upload.
+class PipelineTranscriptRoad::UploadCopy {
+ public:
+  UploadCopy() = default;
+  UploadCopy(const UploadCopy&) = delete;
+  UploadCopy& operator=(const UploadCopy&) = delete;
+  ~UploadCopy() {
+    if (!path.isEmpty()) QFile::remove(path);
+  }
+
+  QString path;
+};
+
 PipelineTranscriptRoad::PipelineTranscriptRoad(Services services, const Logging& logging)
     : use_(services), logger_(logging.logger(QStringLiteral("TranscriptRoad"))) {}
 
@@ -129,11 +142,13 @@ TranscriptPtr PipelineTranscriptRoad::beginRow(const TranscriptJob& job) {
 Task<void> PipelineTranscriptRoad::takeJob(const TranscriptJob& job, TranscriptOutcome& outcome) {
   Executor& executor = co_await currentExecutor();
   const TimePoint begin = executor.now();
+  UploadCopy copy;
   TranscriptionRequest request;
   request.audioPath = job.audioPath;
   if (outcome.row) {
     enter(job, Stage::trimming);
     request.audioPath = co_await trim(job, outcome.row);
+    request.audioPath = co_await compress(job, request.audioPath, copy);
     outcome.trimming = executor.now() - begin;
   }
 
@@ -161,18 +176,24 @@ Task<void> PipelineTranscriptRoad::takeJob(const TranscriptJob& job, TranscriptO
 
 // The file to transcribe. What was trimmed belongs to the row, beside the recording.
 Task<QString> PipelineTranscriptRoad::trim(const TranscriptJob& job, const TranscriptPtr& row) {
-  // A local engine reads the WAV as it is; only what is sent away has to be small.
-  const bool compressesLarge = isForService(job.mode);
   const VADProcessingResult trimmed = co_await use_.vad.process(
-      job.audioPath, job.durationSeconds, use_.settings.general().enableVAD(), labelOf(job.source), compressesLarge);
-  if (!trimmed.trimResult || trimmed.finalAudioPath == job.audioPath) co_return trimmed.finalAudioPath;
+      job.audioPath, job.durationSeconds, use_.settings.general().enableVAD(), labelOf(job.source));
   const QString& path = trimmed.finalAudioPath;
-  if (trimmed.trimResult->outputPath != path) QFile::remove(trimmed.trimResult->outputPath);
+  if (path == job.audioPath) co_return path;
   const std::optional<QString> older = row->trimmedAudioFilePath;
   use_.persistence.setTrimmedAudioPath(row, path);
   if (older && *older != path && *older != row->audioFilePath) QFile::remove(*older);
   logger_.info("📝 Saved trimmed audio path to transcript: %{public}s", path);
   co_return path;
+}
+
+// A local engine reads the WAV as it is. What goes to a service has to be small; a file from elsewhere was checked
+// against the service's limit and is sent as it came.
+Task<QString> PipelineTranscriptRoad::compress(const TranscriptJob& job, QString path, UploadCopy& copy) {
+  if (!isForService(job.mode) || (job.source == Source::file && path == job.audioPath)) co_return path;
+  const QString compressed = co_await use_.vad.compressLargeWav(path, labelOf(job.source));
+  if (compressed != path) copy.path = compressed;
+  co_return compressed;
 }
 
 }  // namespace quillmere

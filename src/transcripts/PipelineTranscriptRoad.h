@@ -28,7 +28,9 @@ class PipelineTranscriptRoad final : public TranscriptRoad {
  private:
   class RowUnderWay;
   Task<void> takeJob(const TranscriptJob& job, TranscriptOutcome& outcome);
+  class UploadCopy;
   Task<QString> trim(const TranscriptJob& job, const TranscriptPtr& row);
+  Task<QString> compress(const TranscriptJob& job, QString path, UploadCopy& copy);
   TranscriptPtr beginRow(const TranscriptJob& job);
 
   Services use_;

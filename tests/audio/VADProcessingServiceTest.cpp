@@ -38,7 +38,7 @@ class VADProcessingServiceTest : public ::testing::Test {
     return path;
   }
   VADProcessingResult process(const QString& path, double seconds = 40, bool isEnabled = true) {
-    return runTask(executor, service.process(path, seconds, isEnabled, "Test", true));
+    return runTask(executor, service.process(path, seconds, isEnabled, "Test"));
   }
   void expectOriginal(const VADProcessingResult& result, const QString& path, bool wasProcessed) {
     EXPECT_EQ(result.finalAudioPath, path);
@@ -168,12 +168,13 @@ TEST_F(VADProcessingServiceTest, ACompressedRecordingStaysWavWhateverItsSize) {
   const VADProcessingResult result = process(path, 1000);
   EXPECT_EQ(result.finalAudioPath, folder.filePath("talk_trimmed.M4A"));
   EXPECT_GT(QFileInfo(result.finalAudioPath).size(), conversionThreshold);
+  EXPECT_EQ(runTask(executor, service.compressLargeWav(result.finalAudioPath, QString())), result.finalAudioPath);
   EXPECT_TRUE(encoder.settings.empty());
 }
 
-TEST_F(VADProcessingServiceTest, ALargeTrimmedFileBecomesM4A) {
+TEST_F(VADProcessingServiceTest, ALargeWavBecomesM4A) {
   const auto convert = [&](const QString& path) {
-    return runTask(executor, service.convertTrimmedFile(path, QString()));
+    return runTask(executor, service.compressLargeWav(path, QString()));
   };
   const QString m4a = folder.filePath("big.m4a");
   const QString small = sparseFile("big.wav", conversionThreshold - 1);
@@ -207,7 +208,7 @@ TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {
         c.doesFallbackFail ? MediaExportSession::Status::failed : MediaExportSession::Status::completed;
     readers.files.remove(m4a);
     if (c.isTargetReadable) readers.files[m4a] = readers.files[big];
-    EXPECT_EQ(runTask(executor, service.convertTrimmedFile(big, QString())), c.isM4A ? m4a : big);
+    EXPECT_EQ(runTask(executor, service.compressLargeWav(big, QString())), c.isM4A ? m4a : big);
     EXPECT_EQ(QFileInfo::exists(m4a), c.isM4A);
     EXPECT_EQ(reporting.messages.size(), c.isM4A ? 0u : 1u);
   }
@@ -236,7 +237,7 @@ TEST_F(VADProcessingServiceTest, ACancelStopsTheAnalysisAndLeavesNothing) {
     while (!stop) std::this_thread::yield();
   };
   TaskScope scope(executor);
-  auto handle = scope.spawn(service.process(path, 40, true, QString(), true));
+  auto handle = scope.spawn(service.process(path, 40, true, QString()));
   while (!isRunning) {
     executor.runReady();
     std::this_thread::yield();

@@ -8,34 +8,43 @@
 
 namespace quillmere {
 
-// Trims to the file that it is told to, which it makes, or nothing.
+// Trims and compresses to the files that it is told to, which it makes, or nothing.
 class FakeVADProcessing final : public VADProcessing {
  public:
   std::optional<QString> trimmedPath;
-  std::optional<QString> compressedPath;  // what becomes of the trimmed file, beside it
+  std::optional<QString> compressedPath;
   Duration takes{0};
   struct Call {
     double duration;
     bool isEnabled;
     QString prefix;
-    bool compressesLarge;
   };
   std::vector<Call> calls;
+  QStringList compressed;  // what was asked for
 
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString logPrefix,
-                                    bool compressesLarge) override {
-    calls.push_back({durationSeconds, isEnabled, logPrefix, compressesLarge});
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
+                                    QString logPrefix) override {
+    calls.push_back({durationSeconds, isEnabled, logPrefix});
     if (takes > Duration::zero()) co_await sleepFor(takes);
     VADProcessingResult result;
     result.originalAudioPath = audioPath;
-    result.finalAudioPath = trimmedPath ? compressedPath.value_or(*trimmedPath) : audioPath;
+    result.finalAudioPath = trimmedPath.value_or(audioPath);
     result.wasProcessed = trimmedPath.has_value();
     if (trimmedPath) {
-      for (const QString& path : {*trimmedPath, result.finalAudioPath})
-        if (QFile file(path); !file.open(QIODevice::WriteOnly)) std::abort();
+      make(*trimmedPath);
       result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 1};
     }
     co_return result;
+  }
+  Task<QString> compressLargeWav(QString path, QString) override {
+    compressed << path;
+    if (compressedPath) make(*compressedPath);
+    co_return compressedPath.value_or(path);
+  }
+
+ private:
+  static void make(const QString& path) {
+    if (QFile file(path); !file.open(QIODevice::WriteOnly)) std::abort();
   }
 };
 

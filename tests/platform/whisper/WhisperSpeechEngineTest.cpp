@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <random>
@@ -73,7 +74,13 @@ TEST_F(WhisperSpeechEngineTest, GivesOneSegmentAWindowAndBearsAPrompt) {
   ASSERT_TRUE(context);
   SpeechRunParameters parameters = inLanguage("en");
   parameters.initialPrompt = "Quillmere Łódź naïve 東京";
+  std::vector<float> progress;
+  parameters.onProgress = [&](float share) { progress.push_back(share); };
   ASSERT_TRUE(context->run(hum(65), parameters, goOn_));
+  EXPECT_GE(progress.size(), 3U);
+  EXPECT_TRUE(std::ranges::is_sorted(progress));
+  EXPECT_EQ(progress.front(), 0.0F);
+  EXPECT_GT(progress.back(), 0.8F);
   EXPECT_EQ(context->segmentCount(), 3);
   EXPECT_EQ(context->segmentText(1), ' ' + Options().text);
 }
