@@ -119,9 +119,10 @@ Result<FilteredRows, PlatformError> FilteredRows::read(ObjectContext& context, H
   FilteredRows rows;
   rows.filter_ = filter;
   if (filter == HistoryFilter::all) return rows;
-  auto discarded = context.fetchNumbers("SELECT pk FROM Transcript WHERE status = 'discarded' ORDER BY pk");
+  auto discarded = context.fetchNumbers("SELECT pk FROM Transcript WHERE status = 'discarded'");
   if (!discarded) return Failed{discarded.error()};
   rows.discarded_ = std::move(discarded).value();
+  std::sort(rows.discarded_.begin(), rows.discarded_.end());  // asked of SQLite, it would read the whole table in order
   return rows;
 }
 

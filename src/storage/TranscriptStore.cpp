@@ -229,7 +229,10 @@ Result<TranscriptPtr, LookupFailure> TranscriptStore::findTranscript(const QStri
 }
 
 std::vector<TranscriptPtr> TranscriptStore::fetchTranscriptsWithStatus(const QString& status) {
-  auto found = fetchRows("WHERE status = ? ", status);
+  // The small indexes serve written-out values only; without one every row is read.
+  auto found = status == TranscriptStatus::processing  ? fetchRows("WHERE status = 'processing' ")
+               : status == TranscriptStatus::discarded ? fetchRows("WHERE status = 'discarded' ")
+                                                       : fetchRows("WHERE status = ? ", status);
   std::erase_if(found, [&](const TranscriptPtr& transcript) { return transcript->status != status; });
   return found;
 }

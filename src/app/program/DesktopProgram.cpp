@@ -74,6 +74,7 @@ std::optional<int> DesktopProgram::start() {
   signals_ = std::make_unique<SignalWatcher>([this] { quit(); });
   interface_->showTray();
   services_->launch->start();
+  services_->base->historySweeper->start();
   if (!options_.isHidden && !services_->base->settings->general().launchMinimized())
     QTimer::singleShot(0, &storeTimer_, [this] { interface_->showWindow(); });
   storeTimer_.setInterval(storePaceMs);
