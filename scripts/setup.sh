@@ -17,14 +17,14 @@ build_packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libsndfile1-dev
   xdg-user-dirs
   # the desktop application
-  qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-layouts
+  qt6-declarative-dev qt6-declarative-dev-tools qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-layouts
   qml6-module-qtquick-window qml6-module-qtqml-workerscript
   libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev
   libxkbcommon-dev libxkbcommon-x11-dev
 )
 # The compiler's run-time library and symbol printer are for the sanitizer builds.
 test_packages=(
-  libgtest-dev libgmock-dev libclang-rt-16-dev llvm-16 ffmpeg util-linux procps
+  libgtest-dev libgmock-dev libclang-rt-16-dev llvm-16 clang-format-16 clang-tidy-16 ffmpeg util-linux procps
   # the headless desktop and the programs that text is dictated into
   xvfb openbox dbus libglib2.0-bin pulseaudio pulseaudio-utils at-spi2-core gnome-keyring python3-dbusmock
   x11-utils x11-xkb-utils xdotool xclip wmctrl imagemagick xterm zenity chromium gnome-text-editor python3-gi gir1.2-gtk-4.0

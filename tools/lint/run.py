@@ -10,8 +10,8 @@ import subprocess
 import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-NO_CHECKS = {"run.py", "selftest.py", "source_tree.py"}
-PROGRAMS = {"texts.py"}
+NO_CHECKS = {"run.py", "selftest.py", "source_tree.py", "tidy.py"}
+PROGRAMS = {"texts.py", "format.py"}
 
 
 def main(arguments):

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Shows every lint rule one bad and one good snippet. Silent and 0 when each check says what it must."""
 import os
+import shutil
 import sys
+import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
@@ -10,6 +12,7 @@ sys.dont_write_bytecode = True
 import assertions  # noqa: E402
 import bans  # noqa: E402
 import coroutines  # noqa: E402
+import format  # noqa: E402
 import layering  # noqa: E402
 import rooms  # noqa: E402
 import words  # noqa: E402
@@ -172,6 +175,14 @@ def main():
         shown = [expected for check, _, _, expected in CASES if check is module]
         if not any(shown) or all(shown):
             failures.append("%s: needs a good and a bad snippet" % module.__name__)
+    with tempfile.TemporaryDirectory() as folder:
+        shutil.copy(os.path.join(os.path.dirname(os.path.dirname(HERE)), ".clang-format"), folder)
+        for name, text in [("good.cpp", "int a = 1;\n"), ("bad.cpp", "int a = 1;\nint  b;\n")]:
+            with open(os.path.join(folder, name), "w", encoding="utf-8") as handle:
+                handle.write(text)
+        got = format.misformatted(folder, ["good.cpp", "bad.cpp"])
+        if got != [("bad.cpp", 2)]:
+            failures.append("format: expected bad.cpp:2, got %s" % got)
     for failure in failures:
         print(failure)
     return 1 if failures else 0
