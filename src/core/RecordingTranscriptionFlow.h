@@ -72,7 +72,9 @@ class RecordingTranscriptionFlow final {
   bool isStreamingActive() const { return false; }
   const std::optional<QString>& currentRecordingAttemptId() const { return currentRecordingAttemptId_; }
   RecordingTriggerSource currentRecordingTriggerSource() const { return currentRecordingTriggerSource_; }
-  std::optional<qint64> previousFrontmostPID() const { return previousFrontmostPID_; }
+  std::optional<qint64> previousFrontmostPID() const {
+    return previousFrontmost_ ? std::optional(previousFrontmost_->processId) : std::nullopt;
+  }
   const std::optional<QString>& previousFrontmostBundleID() const { return previousFrontmostBundleID_; }
   const std::optional<ApplicationContext>& capturedApplicationContext() const { return capturedApplicationContext_; }
   const std::optional<QString>& capturedSelectedText() const { return capturedSelectedText_; }
@@ -181,7 +183,7 @@ class RecordingTranscriptionFlow final {
   std::shared_ptr<Toggle> toggleTask_;  // of the newest press; stays when its task has ended
   std::optional<QString> currentRecordingAttemptId_;
   RecordingTriggerSource currentRecordingTriggerSource_ = RecordingTriggerSource::unknown;
-  std::optional<qint64> previousFrontmostPID_;
+  std::optional<RunningApplication> previousFrontmost_;
   std::optional<QString> previousFrontmostBundleID_;
   std::optional<ApplicationContext> capturedApplicationContext_;
   std::optional<QString> capturedSelectedText_;

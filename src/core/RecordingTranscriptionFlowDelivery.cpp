@@ -81,7 +81,7 @@ void RecordingTranscriptionFlow::deliver(const std::shared_ptr<Dictation>& dicta
     const ModePtr& mode = dictation->mode;
     const QString language = mode && mode->language ? *mode->language : QStringLiteral("en");
     text = TranscriptionTextProcessing::appendTrailingSpace(text, language);
-    if (previousFrontmostPID_) dictation->target = use_.workspace.runningApplication(*previousFrontmostPID_);
+    dictation->target = previousFrontmost_;
     scope_.spawn(paste(dictation, std::move(text), std::move(tags)));
   }
   logger_.info("✅ Transcription complete: %ld chars, %ld words", graphemeCount(result.text), wordCount(result.text));

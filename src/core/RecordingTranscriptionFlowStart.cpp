@@ -8,10 +8,10 @@
 #include "core/AppState.h"
 #include "core/RecordingStartSnapshot.h"
 #include "core/RecordingTranscriptionFlow.h"
-#include "projects/SpokenFileTags.h"
 #include "ports/ErrorReporting.h"
 #include "ports/NetworkStatus.h"
 #include "ports/Workspace.h"
+#include "projects/SpokenFileTags.h"
 #include "providers/MissingAPIKey.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -144,13 +144,9 @@ void RecordingTranscriptionFlow::refuseStreaming() {
 }
 
 void RecordingTranscriptionFlow::noteFrontmostApplication() {
-  const auto frontmost = use_.workspace.frontmostApplication();
-  previousFrontmostPID_.reset();
+  previousFrontmost_ = use_.workspace.frontmostApplication();
   previousFrontmostBundleID_.reset();
-  if (frontmost) {
-    previousFrontmostPID_ = frontmost->processId;
-    previousFrontmostBundleID_ = frontmost->bundleId;
-  }
+  if (previousFrontmost_) previousFrontmostBundleID_ = previousFrontmost_->bundleId;
 }
 
 // --- behind the running recorder
@@ -266,7 +262,7 @@ void RecordingTranscriptionFlow::failStart(const std::optional<AnyError>& error)
   if (!isRecording()) use_.sessionManager.deleteCurrentSession();
   capturedApplicationContext_.reset();
   capturedSelectedText_.reset();
-  previousFrontmostPID_.reset();
+  previousFrontmost_.reset();
   previousFrontmostBundleID_.reset();
   disableCancelShortcut();
   logger_.info("🧹 Cleaned up failed recording attempt");

@@ -73,7 +73,7 @@ Task<void> RecordingTranscriptionFlow::stop(QString modeName, bool cancelled, Ca
     if (result && !cancelled && use_.appState != nullptr)
       use_.appState->showNotice(localizedDescription(AudioError{AudioError::Kind::fileNotReadable, QString()}));
     use_.powerActivityManager.end();
-      clearAttempt();
+    clearAttempt();
     co_return;
   }
 

@@ -98,10 +98,18 @@ constexpr std::array linuxTerminals = std::to_array<std::string_view>({
     "eterm",
     "contour",
     "rio",
+    // No terminal, but pasted into like one.
+    "emacs",
 });
 
 constexpr std::array<std::string_view, 6> standardInputRoles{"AXTextField",   "AXTextArea", "AXComboBox",
                                                              "AXSearchField", "AXWebArea",  "AXGroup"};
+
+constexpr std::array rolesWithoutText = std::to_array<std::string_view>({
+    "AXButton",    "AXCell",    "AXCheckBox",   "AXHeading",  "AXImage",       "AXLink",        "AXList",
+    "AXMenu",      "AXMenuBar", "AXMenuItem",   "AXOutline",  "AXPopUpButton", "AXRadioButton", "AXRow",
+    "AXScrollBar", "AXSlider",  "AXStaticText", "AXTabGroup", "AXTable",       "AXToolbar",
+});
 
 bool contains(const auto& list, const QString& text) {
   return std::any_of(list.begin(), list.end(),
@@ -119,7 +127,7 @@ bool isDeepFocusEditor(const QString& bundleId) {
 bool isBlindPaste(const QString& bundleId) {
   return contains(blindPaste, bundleId);
 }
-bool isTerminal(const QString& bundleId) {
+bool pastesWithShiftInsert(const QString& bundleId) {
   return contains(terminals, bundleId) || contains(linuxTerminals, bundleId);
 }
 bool isSlowToFocus(const QString& bundleId) {
@@ -127,6 +135,13 @@ bool isSlowToFocus(const QString& bundleId) {
 }
 bool isStandardInputRole(const QString& role) {
   return contains(standardInputRoles, role);
+}
+
+bool isRoleWithoutText(const QString& role) {
+  return contains(rolesWithoutText, role);
+}
+QString pasteKeys(const QString& bundleId) {
+  return pastesWithShiftInsert(bundleId) ? QStringLiteral("Shift+Insert") : QStringLiteral("Ctrl+V");
 }
 
 Duration waitAfterReactivation(const QString& bundleId) {

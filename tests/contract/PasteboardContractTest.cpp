@@ -120,6 +120,9 @@ TYPED_TEST(PasteboardContract, TheSelectionIsAnotherClipboard) {
   EXPECT_TRUE(ours.ownsSelection());
   EXPECT_EQ(runTaskInLoop(executor, ours.selectionString()), "marked");
   EXPECT_EQ(runTaskInLoop(executor, ours.string()), "copied");
+  ASSERT_TRUE(ours.writeSelection(std::nullopt));
+  EXPECT_FALSE(ours.ownsSelection());
+  EXPECT_EQ(runTaskInLoop(executor, ours.selectionString()), std::nullopt);
 }
 
 }  // namespace

@@ -212,7 +212,7 @@ void DesktopProgram::followWorkspace() {
   Workspace& workspace = *services_->session->workspace;
   subscriptions_.push_back(workspace.observeFrontmost([this, &workspace] {
     const auto application = workspace.frontmostApplication();
-    if (application && !application->isThisApplication) lastOtherApplication_ = application->processId;
+    if (application && !application->isThisApplication) lastOtherApplication_ = application;
   }));
 }
 
@@ -264,7 +264,7 @@ Task<void> DesktopProgram::pasteIntoLastApplication(QString text) {
   AudioRecordingManager& recording = *services_->session->audioManager;
   PasteRequest request;
   request.text = std::move(text);
-  if (lastOtherApplication_) request.target = services_->session->workspace->runningApplication(*lastOtherApplication_);
+  request.target = lastOtherApplication_;
   const PasteOutcome outcome = co_await recording.autoPasteHandler().paste(std::move(request));
   if (outcome != PasteOutcome::pasted) showToast(localizedText("history.paste.onClipboard"), false);
 }

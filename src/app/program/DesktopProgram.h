@@ -12,6 +12,7 @@
 #include "app/session/ControlService.h"
 #include "app/session/DesktopServices.h"
 #include "base/async/TaskScope.h"
+#include "ports/Workspace.h"
 
 namespace quillmere {
 
@@ -57,7 +58,7 @@ class DesktopProgram final : public UserNotices {
   std::unique_ptr<DesktopInterface> interface_;
   std::unique_ptr<SignalWatcher> signals_;
   QTimer storeTimer_;  // another process may write to the store while the window shows it
-  std::optional<qint64> lastOtherApplication_;
+  std::optional<RunningApplication> lastOtherApplication_;
   std::vector<Subscription> subscriptions_;
   std::unique_ptr<TaskScope> scope_;
   bool isQuitting_ = false;
