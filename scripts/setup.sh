@@ -19,7 +19,7 @@ build_packages=(
   # the desktop application
   qt6-declarative-dev qt6-declarative-dev-tools qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-layouts
   qml6-module-qtquick-window qml6-module-qtqml-workerscript
-  libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev
+  libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev libxcb-res0-dev
   libxkbcommon-dev libxkbcommon-x11-dev
 )
 # The compiler's run-time library and symbol printer are for the sanitizer builds.

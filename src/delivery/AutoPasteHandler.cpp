@@ -18,15 +18,15 @@ class AutoPasteHandler::Suspension {
 
 AutoPasteHandler::AutoPasteHandler(const AutoPasteServices& services, AutoPasteHandlerHooks hooks,
                                    const Logging& logging)
-    : permission_(services.permission),
+    : workspace_(services.workspace),
+      permission_(services.permission),
       hooks_(std::move(hooks)),
       logger_(logging.logger(QStringLiteral("AutoPasteHandler"))),
       keeper_(services.pasteboard, services.settings, services.executor, logging),
-      command_(services.pasteboard, services.keys, services.workspace, services.accessibility, logging),
+      command_(services.pasteboard, keeper_.selection(), services.keys, services.workspace, services.accessibility,
+               logging),
       smartPaste_(keeper_, command_, services.pasteboard, services.keys, services.workspace, hooks_.paste, logging),
-      scope_(services.executor) {
-  keeper_.setOnRestored([this] { command_.restoreSelection(); });
-}
+      scope_(services.executor) {}
 
 Task<PasteOutcome> AutoPasteHandler::paste(PasteRequest request) {
   if (request.text.trimmed().isEmpty()) co_return PasteOutcome::none;
@@ -42,26 +42,26 @@ Task<PasteOutcome> AutoPasteHandler::paste(PasteRequest request) {
 
 Task<PasteOutcome> AutoPasteHandler::run(PasteRequest request) {
   const SerialGate::Pass turn = co_await gate_.enter();
-  if (!permission_.isTrusted()) {
-    permission_.logGuidance();
-    co_await shielded(refuseWithoutPermission(std::move(request)));
-    co_return PasteOutcome::noPermission;
-  }
   const Suspension suspension(*this);
-  co_return co_await smartPaste_.paste(std::move(request));
+  const PasteOutcome outcome = co_await smartPaste_.paste(std::move(request));
+  if (outcome != PasteOutcome::notFetched || permission_.isTrusted()) co_return outcome;
+  explainMissingPermission();
+  co_return PasteOutcome::noPermission;
 }
 
-Task<void> AutoPasteHandler::refuseWithoutPermission(PasteRequest request) {
-  if (hooks_.showAlert) {
-    const AccessibilityAlert alert{localizedText("audio.alert.accessibility.title"),
-                                   localizedText("audio.alert.accessibility.message"),
-                                   localizedText("audio.alert.accessibility.open"), localizedText("common.cancel"),
-                                   [&permission = permission_] { permission.openSettings(); }};
-    hooks_.showAlert(alert);
-  }
-  logger_.info("📋 Copying to clipboard as fallback (no accessibility permission)");
-  co_await smartPaste_.leaveOnClipboard(std::move(request.text), std::move(request.clipboard),
-                                        ClipboardKeeper::RestoreRule::afterUserFetch);
+// The user sees that the text did not arrive; this says why Quillmere could do no better.
+void AutoPasteHandler::explainMissingPermission() {
+  permission_.logGuidance();
+  if (!hooks_.showAlert) return;
+  const AccessibilityAlert alert{localizedText("audio.alert.accessibility.title"),
+                                 localizedText("audio.alert.accessibility.message"),
+                                 localizedText("audio.alert.accessibility.open"), localizedText("common.cancel"),
+                                 [&permission = permission_] { permission.openSettings(); }};
+  hooks_.showAlert(alert);
+}
+
+std::shared_ptr<TypingWatch> AutoPasteHandler::watchTyping() {
+  return std::make_shared<TypingWatch>(workspace_, [this] { return isPasting_; });
 }
 
 void AutoPasteHandler::log(PasteOutcome outcome) {
@@ -74,6 +74,7 @@ void AutoPasteHandler::log(PasteOutcome outcome) {
       logger_.info("ℹ️ No valid paste target. Text on clipboard.");
       break;
     case PasteOutcome::notFetched:
+    case PasteOutcome::noPermission:
       logger_.info("ℹ️ The target did not take the text. Text on clipboard.");
       break;
     case PasteOutcome::cancelled:
@@ -85,6 +86,7 @@ void AutoPasteHandler::log(PasteOutcome outcome) {
 }
 
 void AutoPasteHandler::suspend(bool isSuspended) {
+  isPasting_ = isSuspended;
   if (hooks_.suspendKeyMonitor) hooks_.suspendKeyMonitor(isSuspended);
 }
 

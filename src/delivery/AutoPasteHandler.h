@@ -58,6 +58,13 @@ class AutoPasteHandler {
   // taken for the user's contents. A loan that nothing is pasted with just goes.
   Task<std::shared_ptr<ClipboardLoan>> borrowClipboard() { return keeper_.borrow(); }
 
+  // Watches, from the press on, which windows the user types into: with it a paste takes the focus from nobody who
+  // types elsewhere (`typedElsewhere`). The handler outlives it.
+  std::shared_ptr<TypingWatch> watchTyping();
+
+  // Whether this very text waits on the clipboard, put there by a paste.
+  bool isOnClipboard(const QString& text) const { return keeper_.holds(text); }
+
   // The user copies this text: it stays on the clipboard, and what a paste displaced is not given back any more. False
   // when the clipboard can't be had.
   bool copyForUser(const QString& text) { return keeper_.copyForUser(text); }
@@ -70,16 +77,18 @@ class AutoPasteHandler {
  private:
   class Suspension;
   Task<PasteOutcome> run(PasteRequest request);
-  Task<void> refuseWithoutPermission(PasteRequest request);
+  void explainMissingPermission();
   void log(PasteOutcome outcome);
   void suspend(bool isSuspended);
 
+  Workspace& workspace_;
   AccessibilityPermission& permission_;
   AutoPasteHandlerHooks hooks_;
   Logger logger_;
   ClipboardKeeper keeper_;
   PasteCommand command_;
   SmartPaste smartPaste_;
+  bool isPasting_ = false;
   SerialGate gate_;
   TaskScope scope_;
 };

@@ -9,7 +9,8 @@ namespace {
 constexpr int loggedTypes = 5;
 constexpr int readLimit = 3;  // of a clipboard that changes while it is read
 constexpr std::chrono::milliseconds fasterThanAnyUser{300};
-constexpr std::chrono::hours anyTime{24 * 365};
+constexpr std::chrono::milliseconds takeoverLimit{500};
+constexpr std::chrono::minutes heldPace{1};
 
 QString typesText(const ClipboardItems& items) {
   QStringList types;
@@ -42,7 +43,12 @@ ClipboardKeeper::ClipboardKeeper(Pasteboard& pasteboard, const SettingsManager* 
     : pasteboard_(pasteboard),
       settings_(settings),
       logger_(logging.logger(QStringLiteral("AccessibilityHelper"))),
+      selection_(pasteboard),
       scope_(executor) {}
+
+bool ClipboardKeeper::isTextThere() const {
+  return text_ && (pasteboard_.ownsContents() || takenOverAt_ == pasteboard_.changeCount());
+}
 
 Task<std::shared_ptr<ClipboardLoan>> ClipboardKeeper::borrow() {
   // The text of an earlier dictation is not the user's own; what it displaced is known.
@@ -78,7 +84,8 @@ Task<bool> ClipboardKeeper::lend(QString text, std::shared_ptr<ClipboardLoan> lo
     co_return false;
   }
   cancelRestore();
-  isTextOnClipboard_ = true;
+  text_ = std::move(text);
+  takenOverAt_.reset();
   if (!isDisplacedKnown) displaced_ = std::move(users);
   co_return true;
 }
@@ -86,18 +93,33 @@ Task<bool> ClipboardKeeper::lend(QString text, std::shared_ptr<ClipboardLoan> lo
 bool ClipboardKeeper::copyForUser(const QString& text) {
   if (!pasteboard_.writeText(text, false)) return false;
   cancelRestore();
-  isTextOnClipboard_ = false;
+  text_.reset();
   displaced_.reset();
+  selection_.giveBack();
   return true;
 }
 
-void ClipboardKeeper::scheduleRestore(RestoreRule rule) {
-  if (!isRestoreWanted() || !displaced_ || displaced_->empty()) return;
+Task<void> ClipboardKeeper::scheduleRestore(RestoreRule rule) {
+  if (!isRestoreWanted()) co_return;
+  co_await noticeTakeover();
+  if (!hasSomethingToGiveBack()) co_return;
   const Duration delay = restoreDelay();
   logger_.info("⏰ Scheduling clipboard restoration in %{public}f seconds (%{public}ld item(s))",
-               settings_->clipboardRestoreDelaySeconds(), displaced_->size());
+               settings_->clipboardRestoreDelaySeconds(), displaced_ ? qint64(displaced_->size()) : 0);
   cancelRestore();
   restoration_ = scope_.spawn(restoreLater(rule, delay));
+}
+
+// Some programs own what they paste from then on; it is our text all the same.
+Task<void> ClipboardKeeper::noticeTakeover() {
+  if (!text_ || pasteboard_.ownsContents()) co_return;
+  const quint64 count = pasteboard_.changeCount();
+  const auto reading = co_await withTimeout(takeoverLimit, pasteboard_.string());
+  if (reading.value_or(std::nullopt) == text_) takenOverAt_ = count;
+}
+
+bool ClipboardKeeper::hasSomethingToGiveBack() const {
+  return isRestoreWanted() && ((displaced_ && !displaced_->empty()) || selection_.isLent());
 }
 
 bool ClipboardKeeper::cancelRestore() {
@@ -120,7 +142,11 @@ Task<void> ClipboardKeeper::waitForRestore() {
 
 void ClipboardKeeper::restoreNow() {
   cancelRestore();
-  if (isTextThere() && isRestoreWanted() && displaced_ && !displaced_->empty()) restore();
+  if (!hasSomethingToGiveBack()) return;
+  if (isTextThere())
+    restore();
+  else
+    selection_.giveBack();
 }
 
 Task<void> ClipboardKeeper::restoreLater(RestoreRule rule, Duration delay) {
@@ -129,8 +155,10 @@ Task<void> ClipboardKeeper::restoreLater(RestoreRule rule, Duration delay) {
   if (isDue) {
     restore();
   } else {
-    isTextOnClipboard_ = false;
+    logger_.info("📋 Another program has taken the clipboard - nothing to restore");
+    text_.reset();
     displaced_.reset();
+    selection_.giveBack();
   }
   settled();
 }
@@ -143,28 +171,30 @@ Task<bool> ClipboardKeeper::waitUntilDue(RestoreRule rule, Duration delay) {
     delay -= first;
   }
   co_await sleepFor(delay);
-  if (pasteboard_.ownsContents() && rule != RestoreRule::whenDue && !pasteboard_.wasFetched()) {
+  if (rule != RestoreRule::whenDue && !pasteboard_.wasFetched()) {
     logger_.warning("⏸️ Nobody has fetched the text yet - it stays on the clipboard");
     isRestoreHeld_ = true;
     settled();
-    const bool isFetched = co_await pasteboard_.waitForFetch(anyTime);
+    bool isFetched = false;
+    while (!isFetched && pasteboard_.ownsContents()) isFetched = co_await pasteboard_.waitForFetch(heldPace);
     isRestoreHeld_ = false;
-    if (isFetched) co_await sleepFor(restoreDelay());
+    if (!isFetched) co_return false;
+    co_await sleepFor(restoreDelay());
   }
-  if (pasteboard_.ownsContents()) co_return true;
-  logger_.info("📋 Another program has taken the clipboard - nothing to restore");
-  co_return false;
+  co_return isTextThere();
 }
 
 void ClipboardKeeper::restore() {
-  isTextOnClipboard_ = false;
+  selection_.giveBack();
+  // What was empty stays as it is: with the text.
   const auto items = std::exchange(displaced_, std::nullopt);
+  if (!items || items->empty()) return;
+  text_.reset();
   if (pasteboard_.write(*items))
     logger_.info("♻️ Restored original clipboard content (%{public}ld item(s) with types: %{public}s)", items->size(),
                  typesText(*items));
   else
     logger_.warning("⚠️ Failed to restore clipboard content");
-  if (onRestored_) onRestored_();
 }
 
 bool ClipboardKeeper::isRestoreWanted() const {

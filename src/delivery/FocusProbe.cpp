@@ -25,18 +25,19 @@ bool isSecureFieldFocused(AccessibilityTree& tree) {
   return focused && tree.text(focused, QStringLiteral("AXSubrole")) == QStringLiteral("AXSecureTextField");
 }
 
-bool isTextInputFocused(AccessibilityTree& tree, const FocusQuery& query, const Logger& logger) {
+FocusFinding readFocus(AccessibilityTree& tree, const FocusQuery& query, const Logger& logger) {
   logger.info("🔍 Checking if text input is focused...");
   const auto systemWide = tree.systemWideElement();
   if (const auto focused = tree.element(systemWide, focusedElementName())) {
-    if (isEditableElement(tree, focused, logger)) return true;
+    if (isEditableElement(tree, focused, logger)) return FocusFinding::text;
     const int depth = pasteTargets::isDeepFocusEditor(query.frontmostBundleId) ? deepDepth : plainDepth;
     if (findEditableElement(tree, focused, depth, logger)) {
       logger.info("✅ Found editable child element in hierarchy");
-      return true;
+      return FocusFinding::text;
     }
     logger.info("❌ No text input found");
-    return false;
+    const auto role = tree.text(focused, QStringLiteral("AXRole"));
+    return role && pasteTargets::isRoleWithoutText(*role) ? FocusFinding::noText : FocusFinding::unreadable;
   }
   logger.info("❌ Could not get focused element (error: %{public}d)",
               tree.isOutOfTime() ? cannotCompleteError : noValueError);
@@ -47,15 +48,15 @@ bool isTextInputFocused(AccessibilityTree& tree, const FocusQuery& query, const 
   if (!window && application) window = tree.element(application, QStringLiteral("AXFocusedWindow"));
   if (window && findEditableElement(tree, window, deepDepth, logger)) {
     logger.info("✅ Found editable element via focused window fallback: %{public}s", query.frontmostBundleId);
-    return true;
+    return FocusFinding::text;
   }
-  if (!application) return false;
+  if (!application) return FocusFinding::unreadable;
   for (const auto& each : tree.elements(application, QStringLiteral("AXWindows"), windowLimit)) {
     if (!findEditableElement(tree, each, plainDepth, logger)) continue;
     logger.info("✅ Found editable element via windows fallback: %{public}s", query.frontmostBundleId);
-    return true;
+    return FocusFinding::text;
   }
-  return false;
+  return FocusFinding::unreadable;
 }
 
 AccessibilityElementPtr findEditableElement(AccessibilityTree& tree, const AccessibilityElementPtr& element,

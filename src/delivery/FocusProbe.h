@@ -16,9 +16,15 @@ struct FocusQuery {
 // A focused element whose text must stay out of sight. A read that fails counts as not secure.
 bool isSecureFieldFocused(AccessibilityTree& tree);
 
+enum class FocusFinding {
+  unreadable,  // nothing tells: no focused element, or a mere container
+  noText,      // a button, a list, ...
+  text
+};
+
 // Whether what has the keyboard takes text: the focused element, one of its descendants, or, when there is none, an
 // element of the focused window or of the first windows of the frontmost application.
-bool isTextInputFocused(AccessibilityTree& tree, const FocusQuery& query, const Logger& logger);
+FocusFinding readFocus(AccessibilityTree& tree, const FocusQuery& query, const Logger& logger);
 
 // The first editable element among `element` and its descendants; the first 25 children of each, `maxDepth` levels.
 AccessibilityElementPtr findEditableElement(AccessibilityTree& tree, const AccessibilityElementPtr& element,

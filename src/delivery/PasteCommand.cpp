@@ -14,14 +14,15 @@ constexpr std::chrono::milliseconds lookLimit{250};
 // Filled on the accessibility thread. What was found counts even when the look took too long.
 struct Findings {
   std::atomic<bool> isSecure{false};
-  std::atomic<bool> isInput{false};
+  std::atomic<FocusFinding> focus{FocusFinding::unreadable};
 };
 
 }  // namespace
 
-PasteCommand::PasteCommand(Pasteboard& pasteboard, KeySynthesizer& keys, Workspace& workspace,
+PasteCommand::PasteCommand(Pasteboard& pasteboard, LentSelection& selection, KeySynthesizer& keys, Workspace& workspace,
                            Accessibility& accessibility, const Logging& logging)
     : pasteboard_(pasteboard),
+      selection_(selection),
       keys_(keys),
       workspace_(workspace),
       accessibility_(accessibility),
@@ -29,9 +30,10 @@ PasteCommand::PasteCommand(Pasteboard& pasteboard, KeySynthesizer& keys, Workspa
 
 Task<PasteCommand::Target> PasteCommand::target() {
   const auto front = workspace_.frontmostApplication();
-  const FocusQuery query{front ? std::optional(front->processId) : std::nullopt, front ? front->bundleId : QString()};
+  FocusQuery query;
+  if (front) query = {front->processId, front->bundleId};
   const QString bundleId = query.frontmostBundleId;
-  const bool isKnown = pasteTargets::isBrowser(bundleId) || pasteTargets::isTerminal(bundleId);
+  const bool isKnown = pasteTargets::isBrowser(bundleId) || pasteTargets::pastesWithShiftInsert(bundleId);
   const auto findings = std::make_shared<Findings>();
   if (!accessibility_.isTrusted()) {
     logger_.warning("❌ No accessibility permission - cannot check focused element");
@@ -39,46 +41,45 @@ Task<PasteCommand::Target> PasteCommand::target() {
     std::function<void(AccessibilityTree&)> look = [findings, query, isKnown,
                                                     logger = logger_](AccessibilityTree& tree) {
       findings->isSecure = isSecureFieldFocused(tree);
-      if (!findings->isSecure && !isKnown) findings->isInput = isTextInputFocused(tree, query, logger);
+      if (!findings->isSecure && !isKnown) findings->focus = readFocus(tree, query, logger);
     };
-    auto visit = accessibility_.visit(std::move(look), lookLimit);
-    if (!co_await std::move(visit)) logger_.warning("⚠️ The target does not answer to accessibility in time");
+    if (!co_await accessibility_.visit(std::move(look), lookLimit))
+      logger_.warning("⚠️ The target does not answer to accessibility in time");
   }
-  Target target;
-  target.isSecure = findings->isSecure;
-  target.canPaste = isKnown || findings->isInput;
-  if (!target.canPaste && !target.isSecure && pasteTargets::isBlindPaste(bundleId)) {
+  if (findings->isSecure) co_return Target::secure;
+  const FocusFinding focus = findings->focus;
+  if (isKnown || focus == FocusFinding::text) co_return Target::text;
+  if (pasteTargets::isBlindPaste(bundleId)) {
     logger_.warning("⚠️ Falling back to blind paste whitelist for %{public}s", bundleId);
-    target.canPaste = target.isBlind = true;
+    co_return Target::listed;
   }
-  co_return target;
+  co_return focus == FocusFinding::noText ? Target::noText : Target::unreadable;
 }
 
 Task<PasteCommand::Outcome> PasteCommand::send(QString text) {
   logger_.info("📋 Attempting to send paste command (⌘V)...");
-  if (!accessibility_.isTrusted()) {
-    logger_.error("❌ No accessibility permission - cannot paste");
-    co_return Outcome::failed;
-  }
-  auto look = target();
-  const Target found = co_await std::move(look);
-  if (found.isSecure) {
+  const Target found = co_await target();
+  if (found == Target::secure) {
     logger_.info("🔒 Secure field focused. Skipping auto-paste for safety.");
     co_return Outcome::secureField;
   }
-  if (!found.canPaste) {
+  if (found == Target::noText) {
     logger_.info("❌ No text input focused - not sending ⌘V");
     co_return Outcome::noTarget;
   }
-  auto sending = sendBlindly(text);
-  const bool isSent = co_await std::move(sending);
+  const bool isSent = co_await sendChord(std::move(text), found);
   co_return isSent ? Outcome::sent : Outcome::failed;
 }
 
 Task<bool> PasteCommand::sendBlindly(QString text) {
+  return sendChord(std::move(text), Target::text);
+}
+
+Task<bool> PasteCommand::sendChord(QString text, Target target) {
   const auto front = workspace_.frontmostApplication();
   const auto letter = QLatin1Char('v');
-  bool isChordPossible = !front || !pasteTargets::isTerminal(front->bundleId);
+  bool isChordPossible =
+      target != Target::unreadable && (!front || !pasteTargets::pastesWithShiftInsert(front->bundleId));
   if (isChordPossible && !keys_.isAvailable()) {
     logger_.error("❌ Failed to create CGEventSource");
     co_return false;
@@ -99,22 +100,14 @@ Task<bool> PasteCommand::sendBlindly(QString text) {
     }
     logger_.error("❌ Failed to create CGEvents");
   }
-  auto sending = sendShiftInsert(text);
-  const bool isSent = co_await std::move(sending);
-  co_return isSent;
+  co_return co_await sendShiftInsert(std::move(text));
 }
 
 Task<bool> PasteCommand::sendShiftInsert(QString text) {
-  if (!isTextInSelection_ || !pasteboard_.ownsSelection()) {
-    isTextInSelection_ = false;
-    auto reading = pasteboard_.selectionString();
-    replacedSelection_ = co_await std::move(reading);
-  }
-  if (!pasteboard_.writeSelection(text)) {
+  if (!co_await selection_.lend(std::move(text))) {
     logger_.error("❌ AppleScript paste error: %{public}s", "the selection can't be had");
     co_return false;
   }
-  isTextInSelection_ = true;
   pasteboard_.expectFetch();
   const auto pressed = keys_.press(KeySynthesizer::NamedKey::insert, KeySynthesizer::Modifier::shift);
   if (!pressed) {
@@ -123,12 +116,6 @@ Task<bool> PasteCommand::sendShiftInsert(QString text) {
   }
   logger_.info("✅ AppleScript paste executed");
   co_return true;
-}
-
-void PasteCommand::restoreSelection() {
-  const auto replaced = std::exchange(replacedSelection_, std::nullopt);
-  if (std::exchange(isTextInSelection_, false) && replaced && pasteboard_.ownsSelection())
-    pasteboard_.writeSelection(*replaced);
 }
 
 }  // namespace quillmere

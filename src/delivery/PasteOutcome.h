@@ -4,20 +4,35 @@ namespace quillmere {
 
 // How a paste ended.
 enum class PasteOutcome {
-  none,         // there was nothing to paste
-  pasted,       // the target took the text
-  notFetched,   // the keystroke was sent and nobody asked for the text
-  noTarget,     // nothing that takes text has the keyboard
-  secureField,  // a password field has it
-  noPermission,
+  none,            // there was nothing to paste
+  pasted,          // the target took the text
+  notFetched,      // the keystroke was sent and nobody asked for the text
+  noTarget,        // what has the keyboard takes no text, or the target did not come to the front
+  targetGone,      // the window is closed
+  typedElsewhere,  // the user is in another window and types there: nothing was moved, nothing sent
+  secureField,     // a password field has the keyboard
+  noPermission,    // as notFetched, where other programs can't be read at all
   cancelled,
   failed
 };
 
 // Whether the text waits on the clipboard for the user to paste it himself.
 constexpr bool isLeftOnClipboard(PasteOutcome outcome) {
-  return outcome == PasteOutcome::notFetched || outcome == PasteOutcome::noTarget ||
-         outcome == PasteOutcome::secureField || outcome == PasteOutcome::noPermission;
+  switch (outcome) {
+    case PasteOutcome::notFetched:
+    case PasteOutcome::noTarget:
+    case PasteOutcome::targetGone:
+    case PasteOutcome::typedElsewhere:
+    case PasteOutcome::secureField:
+    case PasteOutcome::noPermission:
+      return true;
+    case PasteOutcome::none:
+    case PasteOutcome::pasted:
+    case PasteOutcome::cancelled:
+    case PasteOutcome::failed:
+      return false;
+  }
+  return false;
 }
 
 }  // namespace quillmere

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "delivery/ClipboardLoan.h"
+#include "delivery/TypingWatch.h"
 #include "domain/ProcessedTag.h"
 #include "ports/Workspace.h"
 
@@ -12,8 +13,9 @@ namespace quillmere {
 struct PasteRequest {
   QString text;
   std::vector<ProcessedTag> tags;
-  std::optional<RunningApplication> target;  // without one the text goes to whatever is in front
-  std::shared_ptr<ClipboardLoan> clipboard;  // without one the clipboard is read when the text takes its place
+  std::optional<RunningApplication> target;   // without one the text goes to whatever is in front
+  std::shared_ptr<const TypingWatch> typing;  // without one nobody asks where the user types
+  std::shared_ptr<ClipboardLoan> clipboard;   // without one the clipboard is read when the text takes its place
 };
 
 }  // namespace quillmere

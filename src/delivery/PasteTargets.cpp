@@ -12,6 +12,17 @@ namespace {
 constexpr std::array<std::string_view, 6> standardInputRoles{"AXTextField",   "AXTextArea", "AXComboBox",
                                                              "AXSearchField", "AXWebArea",  "AXGroup"};
 
+constexpr auto rolesWithoutText = std::to_array<std::string_view>({
+    "AXButton",    "AXCell",    "AXCheckBox",   "AXHeading",  "AXImage",       "AXLink",        "AXList",
+    "AXMenu",      "AXMenuBar", "AXMenuItem",   "AXOutline",  "AXPopUpButton", "AXRadioButton", "AXRow",
+    "AXScrollBar", "AXSlider",  "AXStaticText", "AXTabGroup", "AXTable",       "AXToolbar",
+});
+
+bool contains(const auto& list, const QString& text) {
+  return std::any_of(list.begin(), list.end(),
+                     [&](std::string_view one) { return text == QLatin1String(one.data(), qsizetype(one.size())); });
+}
+
 }  // namespace
 
 bool isBrowser(const QString& bundleId) {
@@ -23,15 +34,21 @@ bool isDeepFocusEditor(const QString& bundleId) {
 bool isBlindPaste(const QString& bundleId) {
   return applicationOf(bundleId).takesBlindPaste;
 }
-bool isTerminal(const QString& bundleId) {
-  return applicationOf(bundleId).kind == ApplicationKind::terminal;
+bool pastesWithShiftInsert(const QString& bundleId) {
+  return applicationOf(bundleId).kind == ApplicationKind::terminal ||
+         bundleId.compare(QLatin1String("emacs"), Qt::CaseInsensitive) == 0;
 }
 bool isSlowToFocus(const QString& bundleId) {
   return applicationOf(bundleId).isSlowToFocus;
 }
 bool isStandardInputRole(const QString& role) {
-  return std::any_of(standardInputRoles.begin(), standardInputRoles.end(),
-                     [&](std::string_view one) { return role == QLatin1String(one.data(), qsizetype(one.size())); });
+  return contains(standardInputRoles, role);
+}
+bool isRoleWithoutText(const QString& role) {
+  return contains(rolesWithoutText, role);
+}
+QString pasteKeys(const QString& bundleId) {
+  return pastesWithShiftInsert(bundleId) ? QStringLiteral("Shift+Insert") : QStringLiteral("Ctrl+V");
 }
 
 Duration waitAfterReactivation(const QString& bundleId) {

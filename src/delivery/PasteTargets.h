@@ -14,12 +14,17 @@ bool isBrowser(const QString& bundleId);
 bool isDeepFocusEditor(const QString& bundleId);
 // Get the paste although no editable element was found.
 bool isBlindPaste(const QString& bundleId);
-// Get Shift+Insert, and the paste without a look at the focused element: most are invisible to accessibility.
-bool isTerminal(const QString& bundleId);
+// Get Shift+Insert, and the paste without a look at the focused element: terminals, most of which are invisible to
+// accessibility, and Emacs, where Control and V turns the page.
+bool pastesWithShiftInsert(const QString& bundleId);
 // Worth a second look when the focus isn't there at once.
 bool isSlowToFocus(const QString& bundleId);
 // Roles of accessibility that take text.
 bool isStandardInputRole(const QString& role);
+// Roles of what certainly takes none. What is in neither list, as a container or a canvas, says nothing.
+bool isRoleWithoutText(const QString& role);
+// For the user who pastes himself: "Ctrl+V" or "Shift+Insert".
+QString pasteKeys(const QString& bundleId);
 
 Duration waitAfterReactivation(const QString& bundleId);
 

@@ -76,8 +76,7 @@ Task<bool> SegmentedPaste::pasteFileReference(const Piece& piece) {
     isComplete = false;
   }
   co_await sleepFor(beforeAutocomplete);
-  const PasteCommand::Target target = co_await command_.target();
-  if (target.isSecure || !target.canPaste) co_return false;
+  if (!PasteCommand::canPaste(co_await command_.target())) co_return false;
   logger_.info("🔤 Pressing Ctrl+Space to trigger autocomplete - %{public}ld/%{public}ld: `%s`", piece.number,
                piece.total, piece.text);
   if (!keys_.press(KeySynthesizer::NamedKey::space, KeySynthesizer::Modifier::control)) {

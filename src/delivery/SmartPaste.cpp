@@ -10,6 +10,7 @@ namespace {
 
 using std::chrono::milliseconds;
 using RestoreRule = ClipboardKeeper::RestoreRule;
+using Target = PasteCommand::Target;
 
 constexpr milliseconds waitAfterHiding{120};
 constexpr milliseconds waitForFrontmost{400};  // beyond the ordinary wait, for a slow window manager
@@ -51,11 +52,21 @@ Task<PasteOutcome> SmartPaste::paste(PasteRequest request) {
 }
 
 Task<void> SmartPaste::leaveOnClipboard(QString text, std::shared_ptr<ClipboardLoan> loan, RestoreRule rule) {
-  if (co_await keeper_.lend(std::move(text), std::move(loan))) keeper_.scheduleRestore(rule);
+  if (co_await keeper_.lend(std::move(text), std::move(loan))) co_await keeper_.scheduleRestore(rule);
 }
 
 Task<PasteOutcome> SmartPaste::run(Attempt& attempt) {
   const auto& target = attempt.request.target;
+  if (target && !workspace_.find(*target)) {
+    logger_.warning("⚠️ The window of %{public}s is gone. Text on clipboard.", target->bundleId);
+    attempt.rule = RestoreRule::afterUserFetch;
+    co_return PasteOutcome::targetGone;
+  }
+  if (isTypingElsewhere(attempt)) {
+    logger_.info("⌨️ The user types in another window. Text on clipboard.");
+    attempt.rule = RestoreRule::afterUserFetch;
+    co_return PasteOutcome::typedElsewhere;
+  }
   const bool isReactivated = co_await reactivate(target);
   if (!isReactivated) {
     logger_.warning("⚠️ %{public}s did not come to the front. Text on clipboard.", target->bundleId);
@@ -91,7 +102,7 @@ Task<bool> SmartPaste::reactivate(const std::optional<RunningApplication>& targe
   }
   logger_.info("🔄 Reactivating previous app: %{public}s",
                target->bundleId.isEmpty() ? QStringLiteral("unknown") : target->bundleId);
-  workspace_.activate(target->processId);
+  workspace_.activate(*target);
   co_await sleepFor(pasteTargets::waitAfterReactivation(target->bundleId));
   // Another window in front would get what was meant for this one.
   if (co_await comesToFront(*target)) co_return true;
@@ -108,7 +119,13 @@ Task<bool> SmartPaste::comesToFront(const RunningApplication& application) {
 
 bool SmartPaste::isInFront(const RunningApplication& application) const {
   const auto front = workspace_.frontmostApplication();
-  return front && front->processId == application.processId;
+  return front && isSameWindow(*front, application);
+}
+
+bool SmartPaste::isTypingElsewhere(const Attempt& attempt) const {
+  const auto& [front, request] = std::tie(attempt.before, attempt.request);
+  if (!front || !request.typing || (request.target && isSameWindow(*front, *request.target))) return false;
+  return request.typing->hasTypedIn(*front);
 }
 
 Task<PasteOutcome> SmartPaste::pasteWhole(Attempt& attempt) {
@@ -118,22 +135,21 @@ Task<PasteOutcome> SmartPaste::pasteWhole(Attempt& attempt) {
     logger_.error("%{public}s", localizedText("accessibility.error.paste.commandFailed"));
     co_return PasteOutcome::failed;
   }
-  PasteCommand::Target target = co_await command_.target();
-  const bool isFound = target.canPaste && !target.isBlind;
+  Target target = co_await command_.target();
   const auto& wanted = attempt.request.target;
-  if (!target.isSecure && !isFound && wanted && pasteTargets::isSlowToFocus(wanted->bundleId)) {
+  if (target != Target::text && target != Target::secure && wanted && pasteTargets::isSlowToFocus(wanted->bundleId)) {
     co_await sleepFor(focusRetry);
     target = co_await command_.target();
-    if (target.canPaste)
+    if (PasteCommand::canPaste(target))
       logger_.info("✅ Focus became ready after short retry");
     else
       logger_.info("ℹ️ Focus not ready after retry");
   }
-  if (target.isSecure) {
+  if (target == Target::secure) {
     logger_.info("🔒 Secure field focused. Skipping auto-paste for safety.");
     co_return PasteOutcome::secureField;
   }
-  if (!target.canPaste) {
+  if (target == Target::noText) {
     logger_.info("ℹ️ No paste target focused. Text on clipboard, scheduling restoration if enabled.");
     attempt.rule = RestoreRule::afterUserFetch;
     co_return PasteOutcome::noTarget;
@@ -156,20 +172,20 @@ Task<PasteOutcome> SmartPaste::pasteWhole(Attempt& attempt) {
 }
 
 Task<PasteOutcome> SmartPaste::pasteSegments(Attempt& attempt, std::vector<PasteSegment> segments) {
-  const PasteCommand::Target target = co_await command_.target();
-  if (target.isSecure) co_return PasteOutcome::secureField;
-  attempt.rule = RestoreRule::afterUserFetch;
-  if (!target.canPaste) {
+  const Target target = co_await command_.target();
+  if (target == Target::secure) co_return PasteOutcome::secureField;
+  if (target == Target::noText) {
     logger_.info("📋 No paste target - copying to clipboard as fallback");
+    attempt.rule = RestoreRule::afterUserFetch;
     co_return PasteOutcome::noTarget;
   }
   const bool isComplete = co_await segmented_.paste(std::move(segments), attempt.request.clipboard);
   if (!isComplete) {
     logger_.error("%{public}s", localizedText("accessibility.error.paste.partial"));
+    attempt.rule = RestoreRule::afterUserFetch;
     co_return PasteOutcome::failed;
   }
   attempt.isTextWritten = true;
-  attempt.rule = RestoreRule::whenDue;
   co_return PasteOutcome::pasted;
 }
 
@@ -177,13 +193,13 @@ Task<PasteOutcome> SmartPaste::pasteSegments(Attempt& attempt, std::vector<Paste
 Task<void> SmartPaste::finish(const Attempt& attempt) {
   const PasteRequest& request = attempt.request;
   if (attempt.isTextWritten)
-    keeper_.scheduleRestore(attempt.rule);
+    co_await keeper_.scheduleRestore(attempt.rule);
   else
     co_await leaveOnClipboard(request.text, request.clipboard, attempt.rule);
   const auto& before = attempt.before;
-  if (!before || !request.target || before->processId == request.target->processId) co_return;
+  if (!before || !request.target || isSameWindow(*before, *request.target)) co_return;
   if (!isInFront(*request.target)) co_return;
-  workspace_.activate(before->processId);
+  workspace_.activate(*before);
   // The next paste looks at what has the focus.
   co_await comesToFront(*before);
 }

@@ -30,10 +30,10 @@ class SmartPaste {
              Workspace& workspace, SmartPasteHooks hooks, const Logging& logging);
 
   Task<PasteOutcome> paste(PasteRequest request);
-  // No keystroke: the text waits on the clipboard for the user.
-  Task<void> leaveOnClipboard(QString text, std::shared_ptr<ClipboardLoan> loan, ClipboardKeeper::RestoreRule rule);
 
  private:
+  // No keystroke: the text waits on the clipboard for the user.
+  Task<void> leaveOnClipboard(QString text, std::shared_ptr<ClipboardLoan> loan, ClipboardKeeper::RestoreRule rule);
   struct Attempt;
   Task<PasteOutcome> run(Attempt& attempt);
   Task<PasteOutcome> pasteWhole(Attempt& attempt);
@@ -42,6 +42,7 @@ class SmartPaste {
   Task<bool> reactivate(const std::optional<RunningApplication>& target);
   Task<void> finish(const Attempt& attempt);
   Task<bool> comesToFront(const RunningApplication& application);
+  bool isTypingElsewhere(const Attempt& attempt) const;
   bool isInFront(const RunningApplication& application) const;
 
   ClipboardKeeper& keeper_;

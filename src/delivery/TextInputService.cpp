@@ -17,16 +17,15 @@ TextInputService::TextInputService(Pasteboard& pasteboard, KeySynthesizer& keys,
       keys_(keys),
       accessibility_(accessibility),
       logger_(logging.logger(QStringLiteral("TextInputService"))),
-      command_(pasteboard, keys, workspace, accessibility, logging) {}
+      selection_(pasteboard),
+      command_(pasteboard, selection_, keys, workspace, accessibility, logging) {}
 
 Task<bool> TextInputService::pasteText(QString text) {
   if (!accessibility_.isTrusted()) {
     logger_.error("❌ No accessibility permission - cannot paste");
     co_return false;
   }
-  auto look = command_.target();
-  const PasteCommand::Target target = co_await std::move(look);
-  if (target.isSecure) {
+  if (co_await command_.target() == PasteCommand::Target::secure) {
     logger_.info("🔒 Secure field focused. Skipping auto-paste for safety.");
     co_return false;
   }
@@ -59,7 +58,7 @@ Task<bool> TextInputService::lendClipboard(QString text, std::optional<QString> 
     }
   }
   if (previous && pasteboard_.ownsContents()) pasteboard_.writeText(*previous, false);
-  command_.restoreSelection();
+  selection_.giveBack();
   if (isPasted) logger_.info("✅ Pasted %{public}ld characters via clipboard", graphemeCount(text));
   co_return isPasted;
 }

@@ -21,6 +21,7 @@ class TextInputService {
   KeySynthesizer& keys_;
   Accessibility& accessibility_;
   Logger logger_;
+  LentSelection selection_;
   PasteCommand command_;
 };
 

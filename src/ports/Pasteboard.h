@@ -34,14 +34,16 @@ class Pasteboard {
   // Whether another program than a clipboard manager has fetched what was written last, from here or from the
   // selection.
   virtual bool wasFetched() const = 0;
-  // Waits until that is so, and 60 ms more for the second type that some fetch; false when nobody did within the time
-  // or somebody else took the clipboard.
+  // Waits until that is so, and 60 ms more for the second type that some fetch; false when nobody did within the time,
+  // or as soon as neither clipboard nor selection is this process's any more. Who fetches and then takes the clipboard
+  // over has fetched.
   virtual Task<bool> waitForFetch(Duration timeout) = 0;
 
   // The marked text, the second clipboard of X11 (PRIMARY) that Shift+Insert pastes from. None where there is no such
   // thing or nothing is marked.
   virtual Task<std::optional<QString>> selectionString() = 0;
-  virtual bool writeSelection(const QString& text) = 0;
+  // Without a text the selection is emptied.
+  virtual bool writeSelection(const std::optional<QString>& text) = 0;
   // Whether what this process wrote last is still the selection.
   virtual bool ownsSelection() const = 0;
 };

@@ -105,6 +105,9 @@ TYPED_TEST(PasteboardContract, TheSelectionIsAnotherClipboard) {
   EXPECT_TRUE(ours.ownsSelection());
   EXPECT_EQ(this->run(ours.selectionString()), "marked");
   EXPECT_EQ(this->run(ours.string()), "copied");
+  ASSERT_TRUE(ours.writeSelection(std::nullopt));
+  EXPECT_FALSE(ours.ownsSelection());
+  EXPECT_EQ(this->run(ours.selectionString()), std::nullopt);
 }
 
 }  // namespace

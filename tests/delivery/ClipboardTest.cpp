@@ -122,19 +122,47 @@ TEST_F(ClipboardTest, TypesWithoutDataAreNotSaved) {
   EXPECT_EQ(pasteboard.contents.front().types, QStringList{"text/html"});
 }
 
-TEST_F(ClipboardTest, TheSelectionThatATerminalPastedFromComesBack) {
-  for (const bool hasSelection : {true, false}) {
-    putInFront("xterm");
-    pasteboard.copyElsewhere(original);
-    if (hasSelection) pasteboard.selectElsewhere("marked");
-    EXPECT_EQ(paste("words"), PasteOutcome::pasted);
-    EXPECT_EQ(pasteboard.selection, "words");
-    if (!hasSelection) pasteboard.selectElsewhere("marked later");
-    executor.advance(11s);
-    EXPECT_TRUE(isOriginalBack());
-    EXPECT_EQ(pasteboard.selection, hasSelection ? "marked" : "marked later");
-    pasteboard.selection.reset();
+TEST_F(ClipboardTest, TheSelectionThatWasPastedFromComesBackToo) {
+  putInFront("xterm");
+  for (const bool isClipboardEmpty : {false, true}) {
+    for (const auto& marked : {std::optional<QString>("marked"), std::optional<QString>()}) {
+      pasteboard.copyElsewhere(isClipboardEmpty ? ClipboardItems{} : original);
+      pasteboard.selectElsewhere(marked);
+      EXPECT_EQ(paste("words"), PasteOutcome::pasted);
+      EXPECT_EQ(pasteboard.selection, "words");
+      executor.advance(11s);
+      EXPECT_EQ(isOriginalBack(), !isClipboardEmpty);
+      EXPECT_EQ(pasteboard.selection, marked);
+    }
   }
+  // What was marked meanwhile stays, and an owner that hangs holds up nobody.
+  pasteboard.copyElsewhere(original);
+  const auto loan = borrow();
+  pasteboard.readTakes = 2s;
+  const TimePoint start = executor.now();
+  paste(request("words", targetPID, loan));
+  EXPECT_LT(executor.now() - start, Duration(600ms));
+  pasteboard.selectElsewhere("marked later");
+  executor.advance(11s);
+  EXPECT_TRUE(isOriginalBack());
+  EXPECT_EQ(pasteboard.selection, "marked later");
+}
+
+TEST_F(ClipboardTest, AProgramThatTakesTheTextOverWhileItPastesHasFetchedIt) {
+  pasteboard.isFetchedWhenExpected = false;
+  keys.onStroke = [&](const QString&) { pasteboard.fetchAndTakeOver(); };
+  EXPECT_EQ(paste("one"), PasteOutcome::pasted);
+  EXPECT_TRUE(handler.isOnClipboard("one"));
+  executor.advance(5s);
+  EXPECT_EQ(paste("two"), PasteOutcome::pasted) << "while the other program has the first text";
+  executor.advance(11s);
+  EXPECT_TRUE(isOriginalBack());
+
+  paste("three");
+  executor.advance(5s);
+  pasteboard.copyElsewhere("newer");
+  executor.advance(11s);
+  EXPECT_EQ(clipboardText(), "newer");
 }
 
 TEST_F(ClipboardTest, WaitingForTheRestoreEndsWhenItIsDoneOrWaitsForTheUser) {

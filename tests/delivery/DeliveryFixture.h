@@ -27,8 +27,8 @@ class DeliveryFixture : public testing::Test {
     pasteboard.copyElsewhere(original);
   }
 
-  static RunningApplication application(qint64 processId, const char* bundleId) {
-    return {processId, QString::fromLatin1(bundleId), "Name", "Title", false};
+  static RunningApplication application(qint64 processId, const char* bundleId, quint64 windowId = 0) {
+    return {processId, QString::fromLatin1(bundleId), "Name", "Title", false, windowId};
   }
   static FakeAccessibilityNode::Ptr passwordField() {
     return node("AXTextField")->with("AXSubrole", "AXSecureTextField");
@@ -49,7 +49,7 @@ class DeliveryFixture : public testing::Test {
                        std::shared_ptr<ClipboardLoan> loan = nullptr) {
     PasteRequest one;
     one.text = text;
-    if (target) one.target = workspace.runningApplication(*target);
+    if (target) one.target = workspace.running(*target);
     one.clipboard = std::move(loan);
     return one;
   }

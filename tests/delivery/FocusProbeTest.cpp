@@ -66,7 +66,7 @@ TEST(FocusProbe, TheSearchEndsAtItsDepthAndAtTheTwentyFifthChild) {
     accessibility.focus(one.focused);
     // A field elsewhere doesn't count once something has the focus.
     accessibility.addApplication(7, node("AXWindow")->child(field));
-    EXPECT_EQ(isTextInputFocused(accessibility.tree, one.query, Logger()), one.isFound) << one.name;
+    EXPECT_EQ(readFocus(accessibility.tree, one.query, Logger()) == FocusFinding::text, one.isFound) << one.name;
   }
 }
 
@@ -93,7 +93,8 @@ TEST(FocusProbe, WithoutAFocusedElementTheWindowsAreSearched) {
     const auto app = node("AXApplication");
     for (const auto& each : one.windows) app->child(each, "AXWindows");
     tree.applications.insert(7, app);
-    EXPECT_EQ(isTextInputFocused(tree, query, Logger()), one.isFound) << one.name;
+    EXPECT_EQ(readFocus(tree, query, Logger()), one.isFound ? FocusFinding::text : FocusFinding::unreadable)
+        << one.name;
   }
 }
 
@@ -116,7 +117,7 @@ TEST(FocusProbe, ATreeWithoutAnEndIsLeftWhenTheTimeIsUp) {
   for (int i = 0; i < 25; ++i) endless->child(endless);
   accessibility.focus(endless);
   accessibility.tree.readsUntilOutOfTime = 100;
-  EXPECT_FALSE(isTextInputFocused(accessibility.tree, deepQuery, Logger()));
+  EXPECT_EQ(readFocus(accessibility.tree, deepQuery, Logger()), FocusFinding::unreadable);
   EXPECT_LE(accessibility.tree.reads, 100);
   endless->lists.clear();
 }
@@ -125,7 +126,7 @@ TEST(PasteTargets, ApplicationsAreToldByTheirExactIdentifiers) {
   using namespace pasteTargets;
   const struct {
     const char* bundleId;
-    bool isBrowser, isDeep, isBlind, isTerminal, isSlow;
+    bool isBrowser, isDeep, isBlind, isShiftInsert, isSlow;
   } cases[] = {
       {"org.mozilla.firefox", true, false, false, false, false},
       {"com.microsoft.VSCode", false, true, true, false, true},
@@ -140,7 +141,7 @@ TEST(PasteTargets, ApplicationsAreToldByTheirExactIdentifiers) {
     EXPECT_EQ(isBrowser(id), one.isBrowser) << one.bundleId;
     EXPECT_EQ(isDeepFocusEditor(id), one.isDeep) << one.bundleId;
     EXPECT_EQ(isBlindPaste(id), one.isBlind) << one.bundleId;
-    EXPECT_EQ(isTerminal(id), one.isTerminal) << one.bundleId;
+    EXPECT_EQ(pastesWithShiftInsert(id), one.isShiftInsert) << one.bundleId;
     EXPECT_EQ(isSlowToFocus(id), one.isSlow) << one.bundleId;
   }
 }

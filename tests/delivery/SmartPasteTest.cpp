@@ -24,6 +24,11 @@ TEST_F(SmartPasteTest, EveryKindOfTargetGetsTheKeystrokeThatFitsOrNone) {
   } cases[] = {
       {"text field", "org.example.editor", node("AXTextField"), true, Kind::pasted, {"control+55"}},
       {"no v on any layout", "org.example.editor", node("AXTextField"), false, Kind::pasted, {"shift+insert"}},
+      {"nothing to be read", "org.example.editor", nullptr, true, Kind::pasted, {"shift+insert"}},
+      {"a canvas", "org.example.editor", node("AXGroup"), true, Kind::pasted, {"shift+insert"}},
+      {"no role", "org.example.editor", node(), true, Kind::pasted, {"shift+insert"}},
+      {"emacs", "emacs", button, true, Kind::pasted, {"shift+insert"}},
+      {"a row of a list", "org.example.editor", node("AXRow"), true, Kind::noTarget, {}},
       {"button", "org.example.editor", button, true, Kind::noTarget, {}},
       {"browser without focus", "org.mozilla.firefox", nullptr, true, Kind::pasted, {"control+55"}},
       {"password field of a browser", "org.mozilla.firefox", passwordField(), true, Kind::secureField, {}},
@@ -60,7 +65,7 @@ TEST_F(SmartPasteTest, TheWaitAfterReactivationFitsTheTarget) {
                {"org.example.editor", 100ms}};
   for (const auto& one : cases) {
     putInFront(one.bundleId);
-    workspace.setFrontmost(workspace.runningApplication(otherPID));
+    workspace.setFrontmost(workspace.running(otherPID));
     std::optional<TimePoint> pressed;
     keys.onStroke = [&](const QString&) { pressed = executor.now(); };
     const TimePoint start = executor.now();
@@ -79,7 +84,7 @@ TEST_F(SmartPasteTest, OurOwnWindowsStepAside) {
 }
 
 TEST_F(SmartPasteTest, AnotherWindowInFrontIsWaitedForAndGetsNothing) {
-  workspace.setFrontmost(workspace.runningApplication(otherPID));
+  workspace.setFrontmost(workspace.running(otherPID));
   workspace.becomesFrontmostWhenActivated = false;
   EXPECT_EQ(paste(text), Kind::noTarget);
   EXPECT_EQ(clipboardText(), text);
@@ -87,7 +92,7 @@ TEST_F(SmartPasteTest, AnotherWindowInFrontIsWaitedForAndGetsNothing) {
   auto pasting = scope.spawn(handler.paste(request(text)));
   executor.advance(300ms);
   EXPECT_THAT(keys.strokes, IsEmpty());
-  workspace.setFrontmost(workspace.runningApplication(targetPID));
+  workspace.setFrontmost(workspace.running(targetPID));
   executor.advance(200ms);
   EXPECT_THAT(keys.strokes, ElementsAre("control+55"));
 }
@@ -111,13 +116,36 @@ TEST_F(SmartPasteTest, AFocusThatComesLateIsSeenAtTheSecondLook) {
   }
 }
 
-TEST_F(SmartPasteTest, ATargetThatHangsIsNoTarget) {
-  accessibility.hangs = true;
-  EXPECT_EQ(paste(text), Kind::noTarget);
+TEST_F(SmartPasteTest, WhereNothingCanBeReadTheFetchIsTheProof) {
+  const struct {
+    const char* name;
+    std::function<void()> arrange;
+  } cases[] = {{"an empty tree", [&] { accessibility.focus(nullptr); }},
+               {"a program that hangs", [&] { accessibility.hangs = true; }},
+               {"no bus", [&] { accessibility.trusted = false; }}};
+  for (const auto& one : cases) {
+    for (const bool isFetched : {true, false}) {
+      accessibility.hangs = false;
+      accessibility.trusted = true;
+      keys.strokes.clear();
+      pasteboard.copyElsewhere(original);
+      pasteboard.selectElsewhere("marked");
+      pasteboard.isFetchedWhenExpected = isFetched;
+      one.arrange();
+      const Kind expected = isFetched ? Kind::pasted : accessibility.trusted ? Kind::notFetched : Kind::noPermission;
+      EXPECT_EQ(paste(text), expected) << one.name;
+      EXPECT_THAT(keys.strokes, ElementsAre("shift+insert")) << one.name;
+      EXPECT_EQ(clipboardText(), text) << one.name;
+      EXPECT_EQ(pasteboard.selection, text) << one.name;
+      pasteboard.fetch();
+      executor.advance(21s);
+      EXPECT_TRUE(isOriginalBack()) << one.name;
+      EXPECT_EQ(pasteboard.selection, "marked") << one.name;
+    }
+  }
   for (const Duration limit : accessibility.limits) EXPECT_LE(limit, Duration(250ms));
-  // The visit that comes back late finds nothing of ours in its way.
+  // The visits that come back late find nothing of ours in their way.
   for (const auto& work : accessibility.late) work(accessibility.tree);
-  EXPECT_THAT(keys.strokes, IsEmpty());
 }
 
 TEST_F(SmartPasteTest, APasswordFieldThatTakesTheFocusAtTheLastMomentGetsNothing) {
@@ -140,6 +168,85 @@ TEST_F(SmartPasteTest, AFailedChordFallsBackAndAFailedFallbackFails) {
   keys.failure.reset();
   EXPECT_EQ(paste(text), Kind::failed);
   EXPECT_THAT(keys.strokes, IsEmpty());
+}
+
+// --- windows
+
+TEST_F(SmartPasteTest, TheTargetIsTheWindowOfThePressAndNobodyWhenThatIsClosed) {
+  const auto letter = application(300, "org.example.writer", 31);
+  const auto invoice = application(300, "org.example.writer", 32);
+  workspace.setFrontmost(letter);
+  workspace.setFrontmost(invoice);
+  PasteRequest toLetter = request(text);
+  toLetter.target = letter;
+  std::vector<quint64> windows;
+  keys.onStroke = [&](const QString&) { windows.push_back(workspace.frontmost->windowId); };
+  EXPECT_EQ(paste(toLetter), Kind::pasted);
+  EXPECT_THAT(windows, ElementsAre(31u));
+  EXPECT_EQ(workspace.frontmost, invoice);
+
+  workspace.close(letter);
+  workspace.activations.clear();
+  EXPECT_EQ(paste(toLetter), Kind::targetGone);
+  EXPECT_EQ(windows.size(), 1u);
+  EXPECT_THAT(workspace.activations, IsEmpty());
+  EXPECT_EQ(clipboardText(), text);
+  EXPECT_TRUE(handler.isOnClipboard(text));
+  pasteboard.copyElsewhere("newer");
+  EXPECT_FALSE(handler.isOnClipboard(text));
+}
+
+TEST_F(SmartPasteTest, TheFocusIsTakenFromNobodyWhoTypesElsewhere) {
+  const auto editor = workspace.running(targetPID);
+  const auto other = workspace.running(otherPID);
+  const auto third = application(300, "org.example.third");
+  workspace.applications.push_back(third);
+  const struct {
+    const char* name;
+    std::function<void()> user;
+    bool hasTarget;
+    Kind outcome;
+  } cases[] = {
+      {"types elsewhere", [&] { workspace.setFrontmost(other), workspace.type(); }, true, Kind::typedElsewhere},
+      {"types, was nowhere at the press", [&] { workspace.type(); }, false, Kind::typedElsewhere},
+      {"only moved", [&] { workspace.setFrontmost(other); }, true, Kind::pasted},
+      {"typed on in the target", [&] { workspace.type(); }, true, Kind::pasted},
+      {"came back", [&] { workspace.setFrontmost(other), workspace.type(), workspace.setFrontmost(editor); }, true,
+       Kind::pasted},
+      {"typed there, is here", [&] { workspace.setFrontmost(other), workspace.type(), workspace.setFrontmost(third); },
+       true, Kind::pasted},
+      {"keys of another paste",
+       [&] {
+         keys.onStroke = [&](const QString&) { workspace.type(); };
+         EXPECT_EQ(paste(request("first", otherPID)), Kind::pasted);
+         keys.onStroke = nullptr;
+         workspace.setFrontmost(other);
+       },
+       true, Kind::pasted},
+  };
+  for (const auto& one : cases) {
+    pasteboard.copyElsewhere(original);
+    workspace.setFrontmost(editor);
+    PasteRequest wanted = request(text);
+    if (!one.hasTarget) wanted.target.reset();
+    wanted.typing = handler.watchTyping();
+    one.user();
+    const auto before = workspace.frontmost;
+    keys.strokes.clear();
+    workspace.activations.clear();
+    EXPECT_EQ(paste(wanted), one.outcome) << one.name;
+    EXPECT_EQ(keys.strokes.size(), one.outcome == Kind::pasted ? 1 : 0) << one.name;
+    EXPECT_EQ(workspace.activations.empty(), one.outcome == Kind::typedElsewhere) << one.name;
+    EXPECT_EQ(workspace.frontmost, before) << one.name;
+    EXPECT_EQ(clipboardText(), text) << one.name;
+    // "Paste here": the same text, where the user is by now.
+    wanted.target = workspace.frontmost;
+    EXPECT_EQ(paste(wanted), Kind::pasted) << one.name;
+    wanted.typing.reset();
+    EXPECT_EQ(workspace.typingObserverCount(), 0u);
+    executor.advance(11s);
+    EXPECT_TRUE(isOriginalBack()) << one.name;
+  }
 }
 
 TEST_F(SmartPasteTest, WhatIsBlankIsNotPasted) {

@@ -66,7 +66,7 @@ class FakePasteboard final : public Pasteboard {
     const auto waiting = std::make_shared<Completion<bool>>();
     if (wasFetched_)
       waiting->resolve(true);
-    else if (!isOurs_)
+    else if (!isOurs_ && !isSelectionOurs_)
       waiting->resolve(false);
     else
       waiting_.push_back(waiting);
@@ -81,11 +81,11 @@ class FakePasteboard final : public Pasteboard {
     co_await reading();
     co_return selection;
   }
-  bool writeSelection(const QString& text) override {
+  bool writeSelection(const std::optional<QString>& text) override {
     if (!canWrite) return false;
     selection = text;
-    isSelectionOurs_ = true;
-    writes.push_back({text, false, true});
+    isSelectionOurs_ = text.has_value();
+    if (text) writes.push_back({*text, false, true});
     return true;
   }
   bool ownsSelection() const override { return isSelectionOurs_; }
@@ -103,6 +103,11 @@ class FakePasteboard final : public Pasteboard {
     wasFetched_ = true;
     settle(true);
   }
+  // Another program fetches the text and takes the clipboard over with it.
+  void fetchAndTakeOver() {
+    fetch();
+    become(contents, false);
+  }
   // Another program copies something.
   void copyElsewhere(const ClipboardItems& items) { become(items, false); }
   void copyElsewhere(const QString& text) {
@@ -110,9 +115,10 @@ class FakePasteboard final : public Pasteboard {
     put(item, "text/plain", text.toUtf8());
     become({item}, false);
   }
-  void selectElsewhere(const QString& text) {
+  void selectElsewhere(const std::optional<QString>& text) {
     selection = text;
     isSelectionOurs_ = false;
+    if (!isOurs_) settle(false);
   }
 
  private:
@@ -128,9 +134,9 @@ class FakePasteboard final : public Pasteboard {
   void become(const ClipboardItems& items, bool isOurs) {
     contents = items;
     isOurs_ = isOurs && !items.empty();
-    wasFetched_ = false;
+    if (isOurs) wasFetched_ = false;
     ++changeCount_;
-    settle(false);
+    if (isOurs || !isSelectionOurs_) settle(false);
   }
   void settle(bool isFetched) {
     for (const auto& waiting : std::exchange(waiting_, {})) waiting->resolve(isFetched);

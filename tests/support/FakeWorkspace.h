@@ -21,16 +21,16 @@ class FakeWorkspace final : public Workspace {
   int hides = 0;
 
   std::optional<RunningApplication> frontmostApplication() const override { return frontmost; }
-  std::optional<RunningApplication> runningApplication(qint64 processId) const override {
-    if (frontmost && frontmost->processId == processId) return frontmost;
+  std::optional<RunningApplication> find(const RunningApplication& application) const override {
+    if (frontmost && isSameWindow(*frontmost, application)) return frontmost;
     const auto found = std::find_if(applications.begin(), applications.end(),
-                                    [&](const RunningApplication& one) { return one.processId == processId; });
+                                    [&](const RunningApplication& one) { return isSameWindow(one, application); });
     if (found == applications.end()) return std::nullopt;
     return *found;
   }
-  bool activate(qint64 processId) override {
-    activations.push_back(processId);
-    const auto target = runningApplication(processId);
+  bool activate(const RunningApplication& application) override {
+    activations.push_back(application.processId);
+    const auto target = find(application);
     if (!target) return false;
     if (becomesFrontmostWhenActivated) setFrontmost(target);
     return true;
@@ -42,6 +42,9 @@ class FakeWorkspace final : public Workspace {
   Subscription observeFrontmost(std::function<void()> observer) override {
     return add(frontmostObservers_, std::move(observer));
   }
+  Subscription observeTyping(std::function<void(const RunningApplication&)> observer) override {
+    return add(typingObservers_, std::move(observer));
+  }
   Subscription observeLaunches(std::function<void(const RunningApplication&)> observer) override {
     return add(launchObservers_, std::move(observer));
   }
@@ -51,13 +54,30 @@ class FakeWorkspace final : public Workspace {
   }
 
   // --- the test's side
+  // One that runs, by its process.
+  std::optional<RunningApplication> running(qint64 processId) const {
+    RunningApplication application;
+    application.processId = processId;
+    return find(application);
+  }
+  // The user closes the window; the one below gets the keyboard.
+  void close(const RunningApplication& application) {
+    std::erase_if(applications, [&](const RunningApplication& one) { return isSameWindow(one, application); });
+    if (!frontmost || !isSameWindow(*frontmost, application)) return;
+    frontmost.reset();
+    if (!applications.empty()) setFrontmost(applications.back());
+  }
+  // A key in the window in front.
+  void type() {
+    const auto observers = *typingObservers_;
+    for (const auto& [id, observer] : observers) observer(*frontmost);
+  }
+  size_t typingObserverCount() const { return typingObservers_->size(); }
   // Brings an application to the front; the one that was there stays among the running ones.
   void setFrontmost(std::optional<RunningApplication> application) {
     if (application)
-      std::erase_if(applications,
-                    [&](const RunningApplication& one) { return one.processId == application->processId; });
-    if (frontmost && (!application || frontmost->processId != application->processId))
-      applications.push_back(*frontmost);
+      std::erase_if(applications, [&](const RunningApplication& one) { return isSameWindow(one, *application); });
+    if (frontmost && (!application || !isSameWindow(*frontmost, *application))) applications.push_back(*frontmost);
     frontmost = std::move(application);
     const auto observers = *frontmostObservers_;
     for (const auto& [id, observer] : observers) observer();
@@ -81,8 +101,9 @@ class FakeWorkspace final : public Workspace {
   }
 
   Observers<std::function<void()>> frontmostObservers_ = std::make_shared<std::map<int, std::function<void()>>>();
-  Observers<std::function<void(const RunningApplication&)>> launchObservers_ =
-      std::make_shared<std::map<int, std::function<void(const RunningApplication&)>>>();
+  using ApplicationObservers = Observers<std::function<void(const RunningApplication&)>>;
+  ApplicationObservers launchObservers_ = std::make_shared<ApplicationObservers::element_type>();
+  ApplicationObservers typingObservers_ = std::make_shared<ApplicationObservers::element_type>();
   int lastId_ = 0;
 };
 

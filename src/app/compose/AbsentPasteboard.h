@@ -17,7 +17,7 @@ class AbsentPasteboard final : public Pasteboard {
   bool wasFetched() const override { return false; }
   Task<bool> waitForFetch(Duration) override { co_return false; }
   Task<std::optional<QString>> selectionString() override { co_return std::nullopt; }
-  bool writeSelection(const QString&) override { return false; }
+  bool writeSelection(const std::optional<QString>&) override { return false; }
   bool ownsSelection() const override { return false; }
 };
 

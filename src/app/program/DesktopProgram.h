@@ -12,6 +12,7 @@
 #include "app/session/ControlService.h"
 #include "app/session/DesktopServices.h"
 #include "base/async/TaskScope.h"
+#include "ports/Workspace.h"
 
 namespace quillmere {
 

@@ -20,6 +20,10 @@ const char* word(PasteOutcome outcome) {
       return "notFetched";
     case PasteOutcome::noTarget:
       return "noTarget";
+    case PasteOutcome::targetGone:
+      return "targetGone";
+    case PasteOutcome::typedElsewhere:
+      return "typedElsewhere";
     case PasteOutcome::secureField:
       return "secureField";
     case PasteOutcome::noPermission:

@@ -61,6 +61,7 @@ QString axRole(const AtspiNature& nature) {
     case AtspiRole::checkBox:
       return QStringLiteral("AXCheckBox");
     case AtspiRole::radioButton:
+    case AtspiRole::pageTab:
       return QStringLiteral("AXRadioButton");
     case AtspiRole::menuBar:
       return QStringLiteral("AXMenuBar");
@@ -81,6 +82,7 @@ QString axRole(const AtspiNature& nature) {
     case AtspiRole::label:
     case AtspiRole::staticText:
       return QStringLiteral("AXStaticText");
+    case AtspiRole::icon:
     case AtspiRole::image:
       return QStringLiteral("AXImage");
     case AtspiRole::link:
@@ -91,6 +93,10 @@ QString axRole(const AtspiNature& nature) {
     case AtspiRole::table:
     case AtspiRole::documentSpreadsheet:
       return QStringLiteral("AXTable");
+    case AtspiRole::listItem:
+    case AtspiRole::tableRow:
+    case AtspiRole::treeItem:
+      return QStringLiteral("AXRow");
     case AtspiRole::tableCell:
       return QStringLiteral("AXCell");
     case AtspiRole::tree:

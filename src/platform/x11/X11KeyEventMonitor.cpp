@@ -1,7 +1,5 @@
 #include "platform/x11/X11KeyEventMonitor.h"
 
-#include <xcb/xinput.h>
-
 #include "platform/x11/KeySymbols.h"
 
 namespace quillmere {
@@ -46,33 +44,20 @@ bool X11KeyEventMonitor::connect() const {
   connection_.reset();
   auto connection = XcbConnection::open(displayName_);
   if (!connection) return false;
-  const auto input = (*connection)->extension(xcb_input_id);
-  if (!input) return false;
-  xcb_connection_t* const raw = (*connection)->raw();
-  const XcbPointer<xcb_input_xi_query_version_reply_t> version(
-      xcb_input_xi_query_version_reply(raw, xcb_input_xi_query_version(raw, 2, 2), nullptr));
-  if (!version || version->major_version < 2) return false;
+  const auto rawKeys = RawKeyEvents::on(**connection);
+  if (!rawKeys) return false;
   auto keyboard = XkbKeyboard::open(**connection);
   if (!keyboard) return false;
   connection_ = *std::move(connection);
   keyboard_ = *std::move(keyboard);
-  inputOpcode_ = input->majorOpcode;
+  rawKeys_ = rawKeys;
   return true;
-}
-
-bool X11KeyEventMonitor::select(uint32_t mask) {
-  struct {
-    xcb_input_event_mask_t head;
-    uint32_t mask;
-  } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, mask};
-  const auto cookie = xcb_input_xi_select_events_checked(connection_->raw(), connection_->root(), 1, &selection.head);
-  return !connection_->errorOf(cookie) && connection_->isOpen();
 }
 
 bool X11KeyEventMonitor::start(std::function<void(const ModifierEvent&)> observer) {
   stop();
   if (!connect()) return false;
-  if (!select(XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE)) return false;
+  if (!rawKeys_->select(true)) return false;
   observer_ = std::move(observer);
   events_ = connection_->observeEvents([this](const xcb_generic_event_t& event) { onEvent(event); });
   keyboard_->setOnChanged([this] { onKeyboardChanged(); });
@@ -86,7 +71,7 @@ void X11KeyEventMonitor::stop() {
   observer_ = nullptr;
   if (!connection_) return;
   keyboard_->setOnChanged(nullptr);
-  if (connection_->isOpen()) select(0);
+  if (connection_->isOpen()) rawKeys_->select(false);
 }
 
 void X11KeyEventMonitor::catchUp() {
@@ -126,17 +111,12 @@ void X11KeyEventMonitor::readKeysDown() {
 }
 
 void X11KeyEventMonitor::onEvent(const xcb_generic_event_t& event) {
-  if ((event.response_type & 0x7f) != XCB_GE_GENERIC) return;
-  const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
-  if (generic.extension != inputOpcode_) return;
-  const bool isPress = generic.event_type == XCB_INPUT_RAW_KEY_PRESS;
-  if (!isPress && generic.event_type != XCB_INPUT_RAW_KEY_RELEASE) return;
-  const uint32_t detail = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event).detail;
-  if (detail > 255) return;
-  keysDown_[detail] = isPress;
-  if (isModifierSymbol(keyboard_->baseSymbol(xcb_keycode_t(detail))))
+  const auto key = rawKeys_->key(event);
+  if (!key) return;
+  keysDown_[key->code] = key->isPress;
+  if (isModifierSymbol(keyboard_->baseSymbol(key->code)))
     emit(ModifierEvent::Kind::flagsChanged);
-  else if (isPress)
+  else if (key->isPress)
     emit(ModifierEvent::Kind::keyDown);
 }
 

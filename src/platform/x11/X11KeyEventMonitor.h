@@ -1,6 +1,7 @@
 #pragma once
 #include <bitset>
 
+#include "platform/x11/RawKeyEvents.h"
 #include "platform/x11/XcbConnection.h"
 #include "platform/x11/XkbKeyboard.h"
 #include "ports/KeyEventMonitor.h"
@@ -25,7 +26,6 @@ class X11KeyEventMonitor final : public KeyEventMonitor {
 
  private:
   bool connect() const;
-  bool select(uint32_t mask);
   void readKeysDown();
   void onEvent(const xcb_generic_event_t& event);
   void onKeyboardChanged();
@@ -36,7 +36,7 @@ class X11KeyEventMonitor final : public KeyEventMonitor {
   const QString displayName_;
   mutable std::unique_ptr<XcbConnection> connection_;
   mutable std::unique_ptr<XkbKeyboard> keyboard_;
-  mutable uint8_t inputOpcode_ = 0;
+  mutable std::optional<RawKeyEvents> rawKeys_;
   std::bitset<256> keysDown_;
   unsigned lastFlags_ = 0;
   std::function<void(const ModifierEvent&)> observer_;

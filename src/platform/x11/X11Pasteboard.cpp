@@ -16,6 +16,7 @@ constexpr std::chrono::milliseconds secondFetch{60};
 struct X11Pasteboard::Fetches {
   quint64 expectation = 0;
   bool isFetched = false;
+  bool isLost = false;
   std::vector<Completion<bool>> waiting;
 
   void settle(bool isFetchedNow) {
@@ -24,7 +25,7 @@ struct X11Pasteboard::Fetches {
   bool begin(quint64 number) {
     if (number == 0) return false;
     expectation = number;
-    isFetched = false;
+    isFetched = isLost = false;
     settle(false);
     return true;
   }
@@ -39,6 +40,7 @@ Result<std::unique_ptr<X11Pasteboard>, PlatformError> X11Pasteboard::open(Execut
       if (event.expectation < fetches->expectation) return;
       const bool isFetched = event.kind == X11SelectionThread::Event::Kind::fetched;
       fetches->isFetched = fetches->isFetched || isFetched;
+      fetches->isLost = fetches->isLost || !isFetched;
       fetches->settle(isFetched);
     });
   });
@@ -129,7 +131,7 @@ Task<bool> X11Pasteboard::waitForFetch(Duration timeout) {
   Completion<bool> fetch;
   if (fetches->isFetched)
     fetch.resolve(true);
-  else if (!ownsContents())
+  else if (fetches->isLost)
     fetch.resolve(false);
   else
     fetches->waiting.push_back(fetch);
@@ -140,9 +142,9 @@ Task<bool> X11Pasteboard::waitForFetch(Duration timeout) {
   co_return true;
 }
 
-bool X11Pasteboard::writeSelection(const QString& text) {
-  const quint64 number = thread_->offerText(Selection::primary, text, false);
-  return fetches_->begin(number);
+bool X11Pasteboard::writeSelection(const std::optional<QString>& text) {
+  return fetches_->begin(text ? thread_->offerText(Selection::primary, *text, false)
+                              : thread_->clear(Selection::primary));
 }
 
 bool X11Pasteboard::ownsSelection() const {

@@ -34,7 +34,7 @@ class X11Pasteboard final : public Pasteboard {
   bool wasFetched() const override;
   Task<bool> waitForFetch(Duration timeout) override;
   Task<std::optional<QString>> selectionString() override;
-  bool writeSelection(const QString& text) override;
+  bool writeSelection(const std::optional<QString>& text) override;
   bool ownsSelection() const override;
 
  private:

@@ -136,7 +136,9 @@ quint64 X11SelectionThread::clear(Selection selection) {
 quint64 X11SelectionThread::expectFetch() {
   return call([this] {
     isExpected_ = true;
-    return ++expectation_;
+    ++expectation_;
+    tellIfLost();
+    return expectation_;
   });
 }
 
@@ -258,11 +260,14 @@ void X11SelectionThread::handle(const xcb_generic_event_t& event) {
   if (type == XCB_DESTROY_NOTIFY)
     managers_.erase(clientOf(reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window));
   const bool isServed = server_->handle(event, [this](xcb_atom_t selection) {
-    const bool isClipboard = selection == atoms_.atom("CLIPBOARD");
-    owned_[isClipboard ? 0 : 1] = false;
-    if (isClipboard) onEvent_({Event::Kind::lost, expectation_});
+    owned_[selection == atoms_.atom("CLIPBOARD") ? 0 : 1] = false;
+    tellIfLost();
   });
   if (!isServed) reader_->handle(event);
+}
+
+void X11SelectionThread::tellIfLost() {
+  if (!owned_[0] && !owned_[1]) onEvent_({Event::Kind::lost, expectation_});
 }
 
 void X11SelectionThread::runCalls() {

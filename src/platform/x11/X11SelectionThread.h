@@ -27,7 +27,7 @@ class X11SelectionThread {
   struct Event {
     enum class Kind {
       fetched,  // by somebody who isn't a clipboard manager
-      lost      // another program took the clipboard
+      lost      // other programs have the clipboard and the selection
     };
     Kind kind = Kind::fetched;
     quint64 expectation = 0;  // as expectFetch() or the last offer gave it
@@ -73,6 +73,7 @@ class X11SelectionThread {
   void run();
   bool pump(Clock::time_point deadline, const std::function<bool()>& condition);
   void handle(const xcb_generic_event_t& event);
+  void tellIfLost();
   void runCalls();
   std::optional<Job> nextJob();
   bool hasJob();

@@ -1,6 +1,7 @@
 #include "platform/x11/X11Workspace.h"
 
 #include <signal.h>
+#include <xcb/res.h>
 
 #include <QList>
 #include <algorithm>
@@ -11,11 +12,32 @@ namespace {
 
 constexpr uint32_t longestProperty = 16 * 1024;  // in units of four bytes
 constexpr uint32_t sourceIsPager = 2;            // a program that the user commands: no focus-stealing prevention
+constexpr uint32_t onAllDesktops = 0xffffffff;
 
 std::vector<uint32_t> numbers(const QByteArray& bytes) {
   std::vector<uint32_t> all(size_t(bytes.size()) / sizeof(uint32_t));
   if (!all.empty()) std::memcpy(all.data(), bytes.constData(), all.size() * sizeof(uint32_t));
   return all;
+}
+
+// Keys that change a text or the place in it.
+bool isTyping(xkb_keysym_t symbol) {
+  if (symbol >= XKB_KEY_Home && symbol <= XKB_KEY_End) return true;           // and the arrows
+  if (symbol >= XKB_KEY_KP_Home && symbol <= XKB_KEY_KP_Delete) return true;  // the same without Num Lock
+  if (symbol >= XKB_KEY_dead_grave && symbol <= XKB_KEY_dead_longsolidusoverlay) return true;
+  switch (symbol) {
+    case XKB_KEY_BackSpace:
+    case XKB_KEY_Delete:
+    case XKB_KEY_KP_Enter:
+    case XKB_KEY_Multi_key:
+    case XKB_KEY_Return:
+    case XKB_KEY_Tab:
+      return true;
+    default:
+      break;
+  }
+  const uint32_t character = xkb_keysym_to_utf32(symbol);
+  return character >= 0x20 && character != 0x1b && character != 0x7f;
 }
 
 }  // namespace
@@ -41,6 +63,13 @@ X11Workspace::X11Workspace(std::unique_ptr<XcbConnection> connection, Identify i
   xcb_create_window(raw, 0, ownWindow_, connection_->root(), -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                     connection_->screen().root_visual, XCB_CW_EVENT_MASK, &mask);
   xcb_change_window_attributes(raw, connection_->root(), XCB_CW_EVENT_MASK, &mask);
+  if (connection_->extension(xcb_res_id)) {
+    const XcbPointer<xcb_res_query_version_reply_t> version(
+        xcb_res_query_version_reply(raw, xcb_res_query_version(raw, 1, 2), nullptr));
+    knowsClients_ = version && (version->server_major > 1 || version->server_minor >= 2);
+  }
+  // In a sandbox the numbers that the server sees are others.
+  if (const qint64 own = knowsClients_ ? processIdOf(ownWindow_) : 0) thisProcessId_ = own;
   events_ = connection_->observeEvents([this](const xcb_generic_event_t& event) { handle(event); });
   knownWindows_ = clientWindows();
   for (const xcb_window_t window : knownWindows_)
@@ -56,26 +85,18 @@ std::optional<RunningApplication> X11Workspace::frontmostApplication() const {
   return applicationOf(window);
 }
 
-std::optional<RunningApplication> X11Workspace::runningApplication(qint64 processId) const {
-  const xcb_window_t window = windowOf(processId);
+std::optional<RunningApplication> X11Workspace::find(const RunningApplication& application) const {
+  const xcb_window_t window = windowOf(application);
   if (window == XCB_NONE) return std::nullopt;
   return applicationOf(window);
 }
 
-bool X11Workspace::activate(qint64 processId) {
-  const xcb_window_t window = windowOf(processId);
+bool X11Workspace::activate(const RunningApplication& application) {
+  const xcb_window_t window = windowOf(application);
   if (window == XCB_NONE) return false;
-  xcb_client_message_event_t message{};
-  message.response_type = XCB_CLIENT_MESSAGE;
-  message.format = 32;
-  message.window = window;
-  message.type = connection_->atom("_NET_ACTIVE_WINDOW");
-  message.data.data32[0] = sourceIsPager;
-  message.data.data32[1] = serverTime();
-  message.data.data32[2] = activeWindow();
-  xcb_send_event(connection_->raw(), 0, connection_->root(),
-                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                 reinterpret_cast<const char*>(&message));
+  const xcb_timestamp_t time = serverTime();
+  showDesktopOf(window, time);
+  askWindowManager(window, "_NET_ACTIVE_WINDOW", {sourceIsPager, time, activeWindow()});
   if (!hasWindowManager()) {
     const uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(connection_->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
@@ -83,6 +104,26 @@ bool X11Workspace::activate(qint64 processId) {
   }
   connection_->flush();
   return connection_->isOpen();
+}
+
+// Some window managers would bring the window to this desktop instead.
+void X11Workspace::showDesktopOf(xcb_window_t window, xcb_timestamp_t time) {
+  const auto own = numbers(property(window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL));
+  const auto current = numbers(property(connection_->root(), "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL));
+  if (own.empty() || current.empty() || own.front() == onAllDesktops || own.front() == current.front()) return;
+  askWindowManager(connection_->root(), "_NET_CURRENT_DESKTOP", {own.front(), time});
+}
+
+void X11Workspace::askWindowManager(xcb_window_t window, const char* message, const std::vector<uint32_t>& values) {
+  xcb_client_message_event_t event{};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = window;
+  event.type = connection_->atom(message);
+  std::copy(values.begin(), values.end(), event.data.data32);
+  xcb_send_event(connection_->raw(), 0, connection_->root(),
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&event));
 }
 
 void X11Workspace::hideThisApplication() {
@@ -98,6 +139,15 @@ Subscription X11Workspace::add(const Observers<F>& observers, F observer) {
   });
 }
 
+// An observer may end any subscription.
+template <typename F, typename... Arguments>
+void X11Workspace::tell(const Observers<F>& observers, const Arguments&... arguments) {
+  const auto present = observers;
+  const auto all = *present;
+  for (const auto& [id, observer] : all)
+    if (present->contains(id)) (*observer)(arguments...);
+}
+
 Subscription X11Workspace::observeFrontmost(std::function<void()> observer) {
   return add(frontmostObservers_, std::move(observer));
 }
@@ -106,12 +156,47 @@ Subscription X11Workspace::observeLaunches(std::function<void(const RunningAppli
   return add(launchObservers_, std::move(observer));
 }
 
+Subscription X11Workspace::observeTyping(std::function<void(const RunningApplication&)> observer) {
+  if (typingObservers_->empty() && !watchKeys()) return {};
+  const quint64 id = ++lastObserver_;
+  typingObservers_->emplace(id, std::make_shared<ApplicationObserver>(std::move(observer)));
+  return Subscription([this, all = std::weak_ptr(typingObservers_), id] {
+    const auto present = all.lock();
+    if (!present) return;
+    present->erase(id);
+    if (present->empty() && connection_->isOpen()) rawKeys_->select(false);
+  });
+}
+
+bool X11Workspace::watchKeys() {
+  if (!rawKeys_) rawKeys_ = RawKeyEvents::on(*connection_);
+  if (!keyboard_) {
+    auto keyboard = XkbKeyboard::open(*connection_);
+    if (keyboard) keyboard_ = std::move(keyboard).value();
+  }
+  return rawKeys_ && keyboard_ && rawKeys_->select(true);
+}
+
+void X11Workspace::keyPressed(xcb_keycode_t code) {
+  if (!isTyping(keyboard_->plainSymbol(code))) return;
+  xcb_connection_t* const raw = connection_->raw();
+  const XcbPointer<xcb_query_pointer_reply_t> state(
+      xcb_query_pointer_reply(raw, xcb_query_pointer(raw, connection_->root()), nullptr));
+  const XkbKeyboard::Masks masks = keyboard_->masks();
+  if (!state || (state->mask & (XCB_MOD_MASK_CONTROL | masks.alt | masks.super)) != 0) return;
+  if (const auto front = frontmostApplication()) tell(typingObservers_, *front);
+}
+
 bool X11Workspace::forceTerminate(qint64 processId) {
   if (processId <= 1 || processId == thisProcessId_) return false;
   return ::kill(pid_t(processId), SIGKILL) == 0;
 }
 
 void X11Workspace::handle(const xcb_generic_event_t& event) {
+  if (!typingObservers_->empty()) {
+    const auto key = rawKeys_->key(event);
+    if (key && key->isPress) return keyPressed(key->code);
+  }
   if ((event.response_type & 0x7f) != XCB_PROPERTY_NOTIFY) return;
   const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
   if (change.window == ownWindow_) {
@@ -130,9 +215,7 @@ void X11Workspace::activeWindowChanged() {
   const xcb_window_t before = lastFrontmost_;
   rememberActiveWindow();
   if (lastFrontmost_ == before) return;
-  const auto observers = *frontmostObservers_;
-  for (const auto& [id, observer] : observers)
-    if (frontmostObservers_->contains(id)) (*observer)();
+  tell(frontmostObservers_);
 }
 
 void X11Workspace::rememberActiveWindow() {
@@ -158,10 +241,7 @@ void X11Workspace::clientListChanged() {
   std::erase_if(lastActiveWindow_, [&](const auto& one) {
     return std::find(knownWindows_.begin(), knownWindows_.end(), one.second) == knownWindows_.end();
   });
-  const auto observers = *launchObservers_;
-  for (const auto& application : launched)
-    for (const auto& [id, observer] : observers)
-      if (launchObservers_->contains(id)) (*observer)(application);
+  for (const auto& application : launched) tell(launchObservers_, application);
 }
 
 bool X11Workspace::hasWindowManager() const {
@@ -207,7 +287,18 @@ std::vector<xcb_window_t> X11Workspace::clientWindows() const {
   return windows;
 }
 
-xcb_window_t X11Workspace::windowOf(qint64 processId) const {
+xcb_window_t X11Workspace::windowOf(const RunningApplication& application) const {
+  if (application.windowId == 0) return lastWindowOf(application.processId);
+  const xcb_window_t window = xcb_window_t(application.windowId);
+  const auto windows = clientWindows();
+  // The lists come a moment after the window.
+  if (std::find(windows.begin(), windows.end(), window) == windows.end() && window != activeWindow()) return XCB_NONE;
+  // The server gives the number of a closed window to a new one.
+  const auto now = applicationOf(window);
+  return now && now->processId == application.processId && now->bundleId == application.bundleId ? window : XCB_NONE;
+}
+
+xcb_window_t X11Workspace::lastWindowOf(qint64 processId) const {
   if (processId <= 0) return XCB_NONE;
   // The lists come a moment after the window.
   const xcb_window_t active = activeWindow();
@@ -222,7 +313,18 @@ xcb_window_t X11Workspace::windowOf(qint64 processId) const {
   return XCB_NONE;
 }
 
+// A program in a sandbox tells its number there, one of old age none: the server knows better.
 qint64 X11Workspace::processIdOf(xcb_window_t window) const {
+  if (knowsClients_) {
+    const xcb_res_client_id_spec_t wanted{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const auto cookie = xcb_res_query_client_ids(connection_->raw(), 1, &wanted);
+    const XcbPointer<xcb_res_query_client_ids_reply_t> reply(
+        xcb_res_query_client_ids_reply(connection_->raw(), cookie, nullptr));
+    if (reply) {
+      for (auto id = xcb_res_query_client_ids_ids_iterator(reply.get()); id.rem > 0; xcb_res_client_id_value_next(&id))
+        if (xcb_res_client_id_value_value_length(id.data) > 0) return *xcb_res_client_id_value_value(id.data);
+    }
+  }
   const auto ids = numbers(property(window, "_NET_WM_PID", XCB_ATOM_CARDINAL));
   return ids.empty() ? 0 : qint64(ids.front());
 }
@@ -243,6 +345,7 @@ std::optional<RunningApplication> X11Workspace::applicationOf(xcb_window_t windo
   application.bundleId = identify_ ? identify_(windowClass, instance) : windowClass.toLower();
   application.localizedName = windowClass.isEmpty() ? instance : windowClass;
   application.windowTitle = titleOf(window);
+  application.windowId = window;
   application.isThisApplication = application.processId == thisProcessId_ && thisProcessId_ != 0;
   if (application.processId == 0 && application.localizedName.isEmpty() && application.windowTitle.isEmpty())
     return std::nullopt;

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "base/Subscription.h"
+#include "platform/x11/RawKeyEvents.h"
 #include "platform/x11/XcbConnection.h"
+#include "platform/x11/XkbKeyboard.h"
 #include "ports/Workspace.h"
 
 namespace quillmere {
@@ -25,16 +27,17 @@ class X11Workspace final : public Workspace {
   ~X11Workspace() override;
 
   std::optional<RunningApplication> frontmostApplication() const override;
-  std::optional<RunningApplication> runningApplication(qint64 processId) const override;
-  bool activate(qint64 processId) override;
+  std::optional<RunningApplication> find(const RunningApplication& application) const override;
+  bool activate(const RunningApplication& application) override;
   void hideThisApplication() override;
   Subscription observeFrontmost(std::function<void()> observer) override;
+  Subscription observeTyping(std::function<void(const RunningApplication&)> observer) override;
   Subscription observeLaunches(std::function<void(const RunningApplication&)> observer) override;
   bool forceTerminate(qint64 processId) override;
 
  private:
   using FrontmostObserver = std::function<void()>;
-  using LaunchObserver = std::function<void(const RunningApplication&)>;
+  using ApplicationObserver = std::function<void(const RunningApplication&)>;
   template <typename F>
   using ObserverMap = std::map<quint64, std::shared_ptr<F>>;
   template <typename F>
@@ -44,14 +47,21 @@ class X11Workspace final : public Workspace {
                std::function<void()> hideOwnWindows);
   template <typename F>
   Subscription add(const Observers<F>& observers, F observer);
+  template <typename F, typename... Arguments>
+  static void tell(const Observers<F>& observers, const Arguments&... arguments);
   void handle(const xcb_generic_event_t& event);
+  bool watchKeys();
+  void keyPressed(xcb_keycode_t code);
   void activeWindowChanged();
   void rememberActiveWindow();
   void clientListChanged();
   bool hasWindowManager() const;
   xcb_window_t activeWindow() const;
   std::vector<xcb_window_t> clientWindows() const;  // the lowest first
-  xcb_window_t windowOf(qint64 processId) const;
+  xcb_window_t windowOf(const RunningApplication& application) const;
+  xcb_window_t lastWindowOf(qint64 processId) const;
+  void showDesktopOf(xcb_window_t window, xcb_timestamp_t time);
+  void askWindowManager(xcb_window_t window, const char* message, const std::vector<uint32_t>& values);
   qint64 processIdOf(xcb_window_t window) const;
   QString titleOf(xcb_window_t window) const;
   std::optional<RunningApplication> applicationOf(xcb_window_t window) const;
@@ -61,7 +71,8 @@ class X11Workspace final : public Workspace {
 
   std::unique_ptr<XcbConnection> connection_;
   const Identify identify_;
-  const qint64 thisProcessId_;
+  bool knowsClients_ = false;  // the server tells which process a window belongs to
+  qint64 thisProcessId_;
   const std::function<void()> hideOwnWindows_;
   xcb_window_t ownWindow_ = XCB_NONE;  // never shown; for the server's time
   xcb_timestamp_t lastTime_ = XCB_CURRENT_TIME;
@@ -70,8 +81,11 @@ class X11Workspace final : public Workspace {
   std::vector<xcb_window_t> knownWindows_;
   std::set<qint64> knownProcesses_;
   Observers<FrontmostObserver> frontmostObservers_ = std::make_shared<ObserverMap<FrontmostObserver>>();
-  Observers<LaunchObserver> launchObservers_ = std::make_shared<ObserverMap<LaunchObserver>>();
+  Observers<ApplicationObserver> launchObservers_ = std::make_shared<ObserverMap<ApplicationObserver>>();
+  Observers<ApplicationObserver> typingObservers_ = std::make_shared<ObserverMap<ApplicationObserver>>();
   quint64 lastObserver_ = 0;
+  std::optional<RawKeyEvents> rawKeys_;
+  std::unique_ptr<XkbKeyboard> keyboard_;
   Subscription events_;
 };
 

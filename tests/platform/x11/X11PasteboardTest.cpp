@@ -189,6 +189,17 @@ TEST_F(X11PasteboardTest, NewsOfAnOlderLossDoesNotEndTheWaitForANewerText) {
   EXPECT_TRUE(runTaskInLoop(executor, waiting.join()));
 }
 
+TEST_F(X11PasteboardTest, WhoFetchesAndTakesTheClipboardOverHasFetched) {
+  auto theirs = *X11Pasteboard::open(executor, server->displayName());
+  ASSERT_TRUE(pasteboard->writeText("one", true));
+  pasteboard->expectFetch();
+  EXPECT_EQ(readElsewhere("UTF8_STRING"), "one");
+  ASSERT_TRUE(theirs->writeText("one", false));
+  // The main thread has yet to hear of either.
+  while (pasteboard->ownsContents()) std::this_thread::yield();
+  EXPECT_TRUE(runTaskInLoop(executor, pasteboard->waitForFetch(10s)));
+}
+
 TEST_F(X11PasteboardTest, TheSelectionGoesBothWays) {
   auto theirs = *X11Pasteboard::open(executor, server.displayName());
   ASSERT_TRUE(theirs->writeSelection("marked"));

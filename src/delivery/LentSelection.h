@@ -1,0 +1,28 @@
+#pragma once
+#include <QString>
+#include <optional>
+
+#include "base/async/Async.h"
+#include "ports/Pasteboard.h"
+
+namespace quillmere {
+
+// The selection that Shift+Insert pastes from, while it carries a text of ours. Main thread.
+class LentSelection {
+ public:
+  explicit LentSelection(Pasteboard& pasteboard) : pasteboard_(pasteboard) {}
+
+  // Puts the text in the place of what is marked, which is read before (up to 300 ms; an owner that takes longer gets
+  // an empty selection back). False when the selection can't be had.
+  Task<bool> lend(QString text);
+  bool isLent() const { return isLent_ && pasteboard_.ownsSelection(); }
+  // What was marked before, if nobody has marked something since.
+  void giveBack();
+
+ private:
+  Pasteboard& pasteboard_;
+  bool isLent_ = false;
+  std::optional<QString> displaced_;
+};
+
+}  // namespace quillmere
