@@ -37,6 +37,7 @@
 #include "providers/UserNotices.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/HistorySweeper.h"
 #include "transcripts/ModelPreparation.h"
 #include "transcripts/PipelineTranscriptRoad.h"
 #include "transcripts/TranscriptionPipeline.h"
