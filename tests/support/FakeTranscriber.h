@@ -13,12 +13,18 @@ class FakeTranscriber final : public Transcriber {
   TranscriptionResult result;
   bool neverEnds = false;
   std::vector<float> progress;  // told before the answer
+  bool rewrites = false;        // tells of that, too
   std::vector<TranscriptionRequest> requests;
 
   Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
     requests.push_back(request);
     if (request.onProgress)
       for (const float share : progress) request.onProgress(share);
+    if (rewrites) {
+      request.onRewriting();
+      request.onRewrittenText(QStringLiteral("so far"));
+      request.onRewritingProblem({TranscriptionError::Busy{}});
+    }
     if (neverEnds) {
       Completion<void> never;
       co_await never.wait();

@@ -38,24 +38,10 @@ TEST(TranscriptionRetryController, AMissingFileChangesNothing) {
   }
 }
 
-TEST(TranscriptionRetryController, AFailureKeepsTheFormerTranscription) {
+TEST(TranscriptionRetryController, UsesTheRowAgainUnderItsModeOrAnother) {
   RetryFixture f;
-  ASSERT_TRUE(f.retry());
-  EXPECT_EQ(f.transcript->status, QStringLiteral("completed"));
-  f.transcriber.error = AnyError(TranscriptionError{TranscriptionError::NoSpeechDetected{}});
-  ASSERT_FALSE(f.retry());
-  EXPECT_EQ(f.transcript->status, QStringLiteral("failed"));
-  EXPECT_EQ(f.transcript->transcribedText, QStringLiteral("spoken"));
-  EXPECT_EQ(f.transcript->retryCount, 2);
-  EXPECT_EQ(f.vad.calls.at(0).duration, 3.0);
-  EXPECT_EQ(f.vad.calls.at(0).prefix, QStringLiteral("Retry"));
-  EXPECT_EQ(f.persistence->countTranscripts(), 1) << "the row is used again";
-}
-
-TEST(TranscriptionRetryController, FindsTheModeByItsExactName) {
-  RetryFixture f;
-  const auto modeOf = [&](ModePtr forced = nullptr) {
-    EXPECT_TRUE(f.retry(std::move(forced)));
+  const auto modeOf = [&] {
+    EXPECT_TRUE(f.retry());
     return f.transcriber.requests.back().mode;
   };
   ModeData data;
@@ -68,7 +54,12 @@ TEST(TranscriptionRetryController, FindsTheModeByItsExactName) {
   EXPECT_EQ(modeOf(), exact);
   f.transcript->modeRelationship = otherCase;
   EXPECT_EQ(modeOf(), otherCase);
-  EXPECT_EQ(modeOf(exact), exact);
+  f.transcriber.error = AnyError(TranscriptionError{TranscriptionError::Busy{}});
+  EXPECT_FALSE(f.retry(exact));
+  EXPECT_EQ(f.transcriber.requests.back().mode, exact);
+  EXPECT_EQ(f.transcript->transcribedText, QStringLiteral("spoken")) << "of the try before";
+  EXPECT_EQ(f.vad.calls.at(0).duration, 3.0);
+  EXPECT_EQ(f.onlyRow(), f.transcript);
 }
 
 TEST(TranscriptionResultCache, StaysWithinItsSize) {
