@@ -123,6 +123,7 @@
 <message id="sidebar.streaming.help"><translation>Text, der schon beim Sprechen erscheint</translation></message>
 <message id="sidebar.developer"><translation>Entwicklung</translation></message>
 <message id="sidebar.developer.help"><translation>Gesprochene Dateinamen und Projekte</translation></message>
+<message id="sidebar.name"><translation>Seiten</translation></message>
 <message id="sidebar.history"><translation>Verlauf</translation></message>
 <message id="sidebar.history.help"><translation>Alle Transkripte, zum Suchen und Wiederholen</translation></message>
 <message id="sidebar.settings"><translation>Einstellungen</translation></message>
@@ -199,11 +200,11 @@
 <message id="settings.general.mediaControl.mode.mute"><translation>Ton stummschalten</translation></message>
 <message id="settings.general.mediaControl.mode.pause"><translation>Medien anhalten</translation></message>
 <message id="settings.shortcuts.pushToTalk.mode.disabled"><translation>Ausgeschaltet</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.fn"><translation>Fn-Taste</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.control"><translation>Strg-Taste</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.leftOption"><translation>Linke Alt-Taste</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.rightOption"><translation>Rechte Alt-Taste</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.custom"><translation>Eigenes Tastenkürzel</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.fn"><translation>Fn</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.control"><translation>Strg</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.leftOption"><translation>Alt links</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.rightOption"><translation>Alt rechts</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.custom"><translation>Eigene Tasten</translation></message>
 <message id="settings.shortcuts.pushToTalk.mode.usbPedal"><translation>USB-Pedal</translation></message>
 <message id="history.autoDelete.unit.minutes"><translation>Minuten</translation></message>
 <message id="history.autoDelete.unit.hours"><translation>Stunden</translation></message>
@@ -717,8 +718,8 @@
 <message id="shortcuts.pushToTalk.title"><translation>Taste, die gehalten wird</translation></message>
 <message id="shortcuts.pushToTalk.detail"><translation>Diktiert, solange die Taste unten ist, und hört beim Loslassen auf.</translation></message>
 <message id="shortcuts.pushToTalk.noAccessibility"><translation>Eine einzelne Taste lässt sich nur verfolgen, solange der Dienst für Barrierefreiheit des Desktops läuft. Bis dahin helfen eigene Tasten.</translation></message>
-<message id="shortcuts.doublePress.title"><translation>Zweimal drücken, um ohne Halten weiterzusprechen</translation></message>
-<message id="shortcuts.doublePress.detail"><translation>Ein weiterer Druck beendet das Diktat.</translation></message>
+<message id="shortcuts.doublePress.title"><translation>Zweimal antippen, um ohne Halten weiterzusprechen</translation></message>
+<message id="shortcuts.doublePress.detail"><translation>Zweimal angetippt oder binnen zwei Sekunden losgelassen: läuft weiter, bis Sie die Taste wieder zweimal antippen.</translation></message>
 <message id="settings.section.microphone"><translation>Mikrofon</translation></message>
 <message id="settings.section.text"><translation>Text</translation></message>
 <message id="settings.section.recordings"><translation>Aufnahmen</translation></message>

@@ -123,6 +123,7 @@
 <message id="sidebar.streaming.help"><translation>Text that appears while you speak</translation></message>
 <message id="sidebar.developer"><translation>Developer</translation></message>
 <message id="sidebar.developer.help"><translation>Spoken file names and projects</translation></message>
+<message id="sidebar.name"><translation>Pages</translation></message>
 <message id="sidebar.history"><translation>History</translation></message>
 <message id="sidebar.history.help"><translation>All transcripts, to search and to repeat</translation></message>
 <message id="sidebar.settings"><translation>Settings</translation></message>
@@ -199,12 +200,12 @@
 <message id="settings.general.mediaControl.mode.mute"><translation>Mute Audio</translation></message>
 <message id="settings.general.mediaControl.mode.pause"><translation>Pause Media</translation></message>
 <message id="settings.shortcuts.pushToTalk.mode.disabled"><translation>Disabled</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.fn"><translation>FN Key</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.control"><translation>Control Key</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.leftOption"><translation>Left Option Key</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.rightOption"><translation>Right Option Key</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.custom"><translation>Custom Shortcut</translation></message>
-<message id="settings.shortcuts.pushToTalk.mode.usbPedal"><translation>USB Pedal</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.fn"><translation>Fn</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.control"><translation>Ctrl</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.leftOption"><translation>Left Alt</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.rightOption"><translation>Right Alt</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.custom"><translation>Keys of your own</translation></message>
+<message id="settings.shortcuts.pushToTalk.mode.usbPedal"><translation>USB pedal</translation></message>
 <message id="history.autoDelete.unit.minutes"><translation>Minutes</translation></message>
 <message id="history.autoDelete.unit.hours"><translation>Hours</translation></message>
 <message id="history.autoDelete.unit.days"><translation>Days</translation></message>
@@ -717,8 +718,8 @@
 <message id="shortcuts.pushToTalk.title"><translation>Key that is held</translation></message>
 <message id="shortcuts.pushToTalk.detail"><translation>Dictates while the key is down, and stops when you let go.</translation></message>
 <message id="shortcuts.pushToTalk.noAccessibility"><translation>A key alone can only be watched while the accessibility service of the desktop runs. Until then, use keys of your own.</translation></message>
-<message id="shortcuts.doublePress.title"><translation>Press twice to go on without holding</translation></message>
-<message id="shortcuts.doublePress.detail"><translation>A further press ends the dictation.</translation></message>
+<message id="shortcuts.doublePress.title"><translation>Tap twice to go on without holding</translation></message>
+<message id="shortcuts.doublePress.detail"><translation>Tapped twice, or let go within two seconds: goes on until you tap it twice again.</translation></message>
 <message id="settings.section.microphone"><translation>Microphone</translation></message>
 <message id="settings.section.text"><translation>Text</translation></message>
 <message id="settings.section.recordings"><translation>Recordings</translation></message>

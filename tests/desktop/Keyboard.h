@@ -51,6 +51,12 @@ inline QQuickWindow* activeWindow(DesktopFixture& f, const QString& page = {}) {
   return isActive ? window : nullptr;
 }
 
+// The control that has the keyboard, as a screen reader says it; empty while nothing has it that can be seen.
+inline QString focused(DesktopFixture& f) {
+  const QQuickItem* const item = f.interface->mainWindow().window()->activeFocusItem();
+  return item && item->isVisible() && item->isEnabled() ? accessibleName(const_cast<QQuickItem*>(item)) : QString();
+}
+
 // Goes on with Tab until the control of that name has the keyboard.
 inline bool tabTo(DesktopFixture& f, const QString& name) {
   QQuickWindow* const window = f.interface->mainWindow().window();

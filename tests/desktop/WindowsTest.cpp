@@ -185,6 +185,7 @@ TEST(Windows, HistoryIsWorkedByKeyboard) {
   f.executor.advance(300ms);
   f.settle();
   EXPECT_EQ(f.store->countTranscripts(), 5);
+  EXPECT_TRUE(focused(f).startsWith(QStringLiteral("The quarterly figures"))) << "back in its row";
   // Escape: first the search, then the window.
   press(f, Qt::Key_Escape);
   f.executor.advance(300ms);
@@ -314,13 +315,24 @@ TEST(Windows, ModesAndWordsAreWorkedByKeyboard) {
   type(f, QStringLiteral("Letters"));
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->modes().count(), 3);
+  EXPECT_EQ(focused(f), QStringLiteral("New mode")) << "where the editor came from";
+  // The list is one stop, and its buttons are those of the current row.
+  press(f, Qt::Key_Tab);
+  EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Default.")));
+  press(f, Qt::Key_End);
+  EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Letters.")));
+  press(f, Qt::Key_Return);
+  EXPECT_EQ(focused(f), QStringLiteral("Name"));
+  press(f, Qt::Key_Escape);
+  EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Letters."))) << "the row that was edited";
   // Delete asks first, and the answer at hand is no.
   ASSERT_TRUE(tabTo(f, QStringLiteral("Delete the mode Letters")));
   press(f, Qt::Key_Return);
-  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Cancel"));
+  EXPECT_EQ(focused(f), QStringLiteral("Cancel"));
   press(f, Qt::Key_Escape);
   EXPECT_TRUE(f.interface->isWindowVisible());
   EXPECT_EQ(f.interface->modes().count(), 3);
+  EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Letters."))) << qPrintable(focused(f));
 
   f.interface->mainWindow().setPage(QStringLiteral("vocabulary"));
   f.settle();
@@ -333,6 +345,43 @@ TEST(Windows, ModesAndWordsAreWorkedByKeyboard) {
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->vocabulary().count(), 0);
   EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
+}
+
+TEST(Windows, SignsSayWhatTheyAreFor) {
+  DesktopFixture f;
+  QQuickWindow* const window = activeWindow(f, QStringLiteral("modes"));
+  ASSERT_NE(window, nullptr);
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Delete the mode Default")));
+  EXPECT_TRUE(f.settleUntil([&] {
+    for (QQuickItem* item : itemsOf(window))
+      if (item->property("text") == QStringLiteral("Delete the mode Default")) return true;
+    return false;
+  }));
+}
+
+// What people call their modes and words, and what they say, is nobody's markup.
+TEST(Windows, TextIsShownAsItIs) {
+  DesktopFixture f;
+  f.store->addVocabularyItem(QStringLiteral("<img src=\"file:///x\">"));
+  QQuickWindow* const window = activeWindow(f);
+  ASSERT_NE(window, nullptr);
+  int texts = 0;
+  const auto expectPlain = [&](QQuickWindow* shown) {
+    for (QQuickItem* item : itemsOf(shown))
+      if (item->inherits("QQuickText")) {
+        ++texts;
+        EXPECT_EQ(item->property("textFormat").toInt(), int(Qt::PlainText))
+            << qPrintable(item->property("text").toString());
+      }
+  };
+  for (const QVariant& page : f.interface->mainWindow().pages()) {
+    f.interface->mainWindow().setPage(page.toMap()[QStringLiteral("key")].toString());
+    f.settle();
+    expectPlain(window);
+  }
+  f.change([](AppStateData& data) { data.showRecordingDialog = true; });
+  expectPlain(f.interface->overlayWindow().window());
+  EXPECT_GT(texts, 50);
 }
 
 TEST(Windows, TrayTellsTheStateAndOffersTheModes) {

@@ -10,6 +10,7 @@ T.Button {
     property string iconName
     property string name: text  // for screen readers
     property bool isStrong: kind === "primary"
+    readonly property string hint: text === "" ? name : ""
 
     readonly property color foreground: !enabled ? Theme.dim
         : kind === "primary" ? Theme.onAccent
@@ -31,7 +32,34 @@ T.Button {
     Accessible.name: name
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
+    // A button that goes away hands the keyboard to what holds it: the row, the list or the page.
+    onVisibleChanged: if (!visible && activeFocus) passFocus()
+    onEnabledChanged: if (!enabled && focus) passFocus()
 
+    function passFocus() {
+        const now = Window.activeFocusItem
+        if (now && now.visible && !isAround(now))
+            return
+        for (let up = parent; up; up = up.parent) {
+            if (up.visible && up.takeFocus)
+                return up.takeFocus()
+        }
+    }
+    function isAround(item) {
+        for (let up = control; up; up = up.parent) {
+            if (up === item)
+                return true
+        }
+        return false
+    }
+
+    Loader {
+        active: control.hint !== "" && (control.hovered || control.visualFocus)
+        sourceComponent: Hint {
+            parent: control
+            text: control.hint
+        }
+    }
     contentItem: Item {
         implicitWidth: row.implicitWidth
         implicitHeight: row.implicitHeight
@@ -46,7 +74,7 @@ T.Button {
                 color: control.foreground
                 size: control.kind === "quiet" ? 14 : 16
             }
-            Text {
+            PlainText {
                 visible: control.text !== ""
                 anchors.verticalCenter: parent.verticalCenter
                 text: control.text

@@ -10,7 +10,7 @@ Rectangle {
     implicitHeight: label.implicitHeight + 5
     radius: height / 2
     color: Theme.sunken
-    Text {
+    PlainText {
         id: label
         anchors.centerIn: parent
         font.pixelSize: Theme.small

@@ -41,7 +41,7 @@ T.ComboBox {
     Keys.onReturnPressed: popup.open()
     Keys.onEnterPressed: popup.open()
 
-    contentItem: Text {
+    contentItem: PlainText {
         id: label
         text: control.displayText
         font: control.font
@@ -75,7 +75,7 @@ T.ComboBox {
         font.pixelSize: Theme.body
         Accessible.role: Accessible.ListItem
         Accessible.name: text
-        contentItem: Text {
+        contentItem: PlainText {
             leftPadding: 10
             rightPadding: 10
             text: option.text

@@ -20,7 +20,7 @@ ColumnLayout {
         color: Theme.accent
         size: 32
     }
-    Text {
+    PlainText {
         Layout.alignment: Qt.AlignHCenter
         Layout.fillWidth: true
         horizontalAlignment: Text.AlignHCenter
@@ -30,7 +30,7 @@ ColumnLayout {
         color: Theme.text
         wrapMode: Text.Wrap
     }
-    Text {
+    PlainText {
         Layout.fillWidth: true
         horizontalAlignment: Text.AlignHCenter
         text: note.message

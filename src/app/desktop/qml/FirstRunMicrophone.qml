@@ -22,8 +22,8 @@ ColumnLayout {
                 onChosen: value => Microphone.selectedId = value
             }
             MeterBars {
-                level: Microphone.level
-                count: Math.max(1, Math.floor((content.width + spacing) / 11))
+                value: Microphone.level
+                count: Math.max(1, Math.floor((content.width + 3) / pitch))
                 name: qsTrId("firstRun.microphone.level")
             }
             RowLayout {
@@ -33,7 +33,7 @@ ColumnLayout {
                     name: Microphone.hasProblem ? "warning" : "check"
                     color: Microphone.hasProblem ? Theme.warning : Theme.success
                 }
-                Text {
+                PlainText {
                     Layout.fillWidth: true
                     text: Microphone.statusText
                     font.pixelSize: Theme.body
@@ -46,7 +46,7 @@ ColumnLayout {
             }
         }
     }
-    Text {
+    PlainText {
         Layout.fillWidth: true
         visible: Microphone.hasProblem || !Microphone.hasHeard
         text: Microphone.hasProblem ? qsTrId("firstRun.microphone.without") : qsTrId("firstRun.microphone.hint")

@@ -6,7 +6,7 @@ ColumnLayout {
     spacing: 8
     RowLayout {
         spacing: 10
-        Text {
+        PlainText {
             text: qsTrId("firstRun.model.local")
             font.pixelSize: Theme.body
             font.weight: Font.DemiBold
@@ -14,7 +14,7 @@ ColumnLayout {
         }
         Chip { text: qsTrId("firstRun.model.private") }
     }
-    Text {
+    PlainText {
         Layout.fillWidth: true
         visible: text !== ""
         text: FirstRun.speedText
@@ -45,7 +45,7 @@ ColumnLayout {
             }
         }
     }
-    Text {
+    PlainText {
         Layout.fillWidth: true
         Layout.topMargin: 4
         visible: FirstRun.modelProblem !== "" || !Models.hasModel

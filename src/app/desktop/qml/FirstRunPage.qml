@@ -13,6 +13,9 @@ FocusScope {
     readonly property var intros: ["firstRun.microphone.intro", "firstRun.model.intro", "firstRun.shortcut.intro", "firstRun.try.intro"]
     readonly property var files: ["FirstRunMicrophone.qml", "FirstRunModel.qml", "FirstRunShortcut.qml", "FirstRunTry.qml"]
 
+    function takeFocus() {
+        forward.forceActiveFocus(Qt.TabFocusReason)
+    }
     function closeWhatIsOpen() {
         if (Shortcuts.recordingName === "")
             return false
@@ -48,7 +51,7 @@ FocusScope {
                 }
             }
         }
-        Text {
+        PlainText {
             Layout.fillWidth: true
             Layout.topMargin: 10
             text: qsTrId(page.titles[FirstRun.step])
@@ -59,7 +62,7 @@ FocusScope {
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
-        Text {
+        PlainText {
             Layout.fillWidth: true
             Layout.bottomMargin: 8
             text: qsTrId(page.intros[FirstRun.step])
@@ -92,7 +95,7 @@ FocusScope {
             spacing: 12
             MeterBars {
                 visible: FirstRun.step > 0 && App.isRecording
-                level: App.level
+                value: App.level
                 name: qsTrId("firstRun.microphone.level")
             }
             Icon {
@@ -100,7 +103,7 @@ FocusScope {
                 name: "check"
                 color: Theme.success
             }
-            Text {
+            PlainText {
                 Layout.fillWidth: true
                 visible: FirstRun.step > 0 && Microphone.hasHeard
                 text: Microphone.statusText

@@ -23,7 +23,7 @@ ColumnLayout {
             spacing: 12
             RowLayout {
                 spacing: 12
-                Text {
+                PlainText {
                     Layout.fillWidth: true
                     text: qsTrId("shortcuts.title.toggleRecordingWithTranscription")
                     font.pixelSize: Theme.body
@@ -52,7 +52,7 @@ ColumnLayout {
                     name: Shortcuts.toggleProblem !== "" ? "warning" : "check"
                     color: Shortcuts.toggleProblem !== "" ? Theme.warning : Theme.success
                 }
-                Text {
+                PlainText {
                     Layout.fillWidth: true
                     text: !Shortcuts.isAvailable ? qsTrId("firstRun.shortcut.unavailable")
                         : Shortcuts.toggleProblem !== "" ? Shortcuts.toggleProblem

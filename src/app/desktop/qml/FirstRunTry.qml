@@ -25,7 +25,7 @@ ColumnLayout {
         KeyNavigation.tab: dictate
         Accessible.role: Accessible.EditableText
         Accessible.name: qsTrId("firstRun.try.field")
-        Text {
+        PlainText {
             x: 12
             y: 12
             width: parent.width - 24
@@ -59,7 +59,7 @@ ColumnLayout {
             Layout.fillWidth: true
             visible: Shortcuts.hasTrigger
             spacing: 5
-            Text {
+            PlainText {
                 text: App.shortcutSentenceStart
                 height: cap.height
                 verticalAlignment: Text.AlignVCenter
@@ -72,7 +72,7 @@ ColumnLayout {
                 text: App.shortcutText
                 pixelSize: Theme.body
             }
-            Text {
+            PlainText {
                 text: App.shortcutSentenceEnd
                 height: cap.height
                 verticalAlignment: Text.AlignVCenter
@@ -81,7 +81,7 @@ ColumnLayout {
             }
         }
     }
-    Text {
+    PlainText {
         Layout.fillWidth: true
         visible: text !== ""
         text: FirstRun.tryProblem !== "" ? FirstRun.tryProblem

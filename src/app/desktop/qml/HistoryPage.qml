@@ -11,6 +11,14 @@ FocusScope {
 
     onExpandedIdChanged: Waveform.audioFilePath = History.audioFile(expandedId)
 
+    function takeFocus() {
+        if (list.count > 0)
+            list.takeFocus()
+        else if (search.visible)
+            search.forceActiveFocus()
+        else
+            dictate.forceActiveFocus(Qt.TabFocusReason)
+    }
     function startSearch() {
         search.forceActiveFocus()
         search.selectAll()
@@ -52,6 +60,7 @@ FocusScope {
                 onClicked: App.transcribeFile()
             }
             ActionButton {
+                id: dictate
                 kind: "primary"
                 text: App.isRecording ? qsTrId("history.stop") : qsTrId("history.dictate")
                 onClicked: App.toggleRecording()
@@ -70,12 +79,7 @@ FocusScope {
                 text: History.searchText
                 onTextEdited: History.searchText = text
                 onTextChanged: if (text === "") History.searchText = ""
-                Keys.onDownPressed: {
-                    if (list.count === 0)
-                        return
-                    list.currentIndex = Math.max(0, list.currentIndex)
-                    list.forceActiveFocus()
-                }
+                Keys.onDownPressed: list.takeFocus()
             }
             ChoiceBox {
                 id: filter
@@ -95,7 +99,7 @@ FocusScope {
             Layout.fillWidth: true
             Layout.fillHeight: true
 
-            ListView {
+            RowList {
                 id: list
 
                 anchors.fill: parent
@@ -107,19 +111,12 @@ FocusScope {
                 clip: true
                 spacing: 10
                 model: History
-                currentIndex: -1
-                keyNavigationEnabled: true
-                activeFocusOnTab: count > 0
-                boundsBehavior: Flickable.StopAtBounds
-                highlightMoveDuration: 0
                 cacheBuffer: 400
                 T.ScrollBar.vertical: ScrollMark {}
-                Accessible.role: Accessible.List
-                Accessible.name: qsTrId("sidebar.history")
-                onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
+                name: qsTrId("sidebar.history")
 
                 section.property: "day"
-                section.delegate: Text {
+                section.delegate: PlainText {
                     required property string section
                     width: ListView.view.width - 8
                     topPadding: 4
@@ -134,7 +131,6 @@ FocusScope {
                     Accessible.name: section
                 }
                 delegate: HistoryRow {
-                    width: ListView.view.width - 8
                     isExpanded: page.expandedId === transcriptId
                     isAsked: page.askedId === transcriptId
                     onToggleExpanded: page.expandedId = isExpanded ? "" : transcriptId

@@ -2,11 +2,10 @@ import QtQuick
 import QtQuick.Layouts
 import Quillmere
 
-// A transcript in the list. Reached by the arrow keys; its buttons by Tab from there.
-FocusScope {
+// A transcript in the list.
+ListRow {
     id: row
 
-    required property int index
     required property string transcriptId
     required property string fullText
     required property string excerpt
@@ -27,20 +26,12 @@ FocusScope {
     signal answered()
 
     readonly property bool hasText: !hasFailed && !isBusy && !isDiscarded
-    readonly property bool isCurrent: ListView.isCurrentItem
-    readonly property int buttonFocus: isCurrent ? Qt.StrongFocus : Qt.ClickFocus
-    readonly property bool visualFocus: isCurrent && activeFocus && !buttons.hasKeyboard && !question.hasKeyboard
 
-    implicitHeight: card.implicitHeight
-    height: implicitHeight
-    Accessible.role: Accessible.ListItem
-    Accessible.name: excerpt + (hasFailed ? ". " + reason : ". " + details)
-    Accessible.focusable: true
-
-    Keys.onReturnPressed: toggleExpanded()
-    Keys.onEnterPressed: toggleExpanded()
-    Keys.onSpacePressed: toggleExpanded()
-    Keys.onDeletePressed: askDelete()
+    contentHeight: content.implicitHeight + 24
+    spokenName: excerpt + (hasFailed ? ". " + reason : ". " + details)
+    edge: hasFailed ? Theme.warning : Theme.line
+    onActivated: toggleExpanded()
+    onDeletePressed: askDelete()
     Keys.onPressed: event => {
         if (event.matches(StandardKey.Copy) && hasText) {
             History.copy(transcriptId)
@@ -51,190 +42,165 @@ FocusScope {
 
     Timer { id: copied; interval: 1500 }
 
-    Card {
-        id: card
+    ColumnLayout {
+        id: content
 
-        width: parent.width
-        implicitHeight: content.implicitHeight + 24
-        border.color: row.hasFailed ? Theme.warning : Theme.line
+        x: 14
+        y: 12
+        width: parent.width - 28
+        spacing: 6
 
-        TapHandler {
-            onTapped: {
-                row.ListView.view.currentIndex = row.index
-                row.forceActiveFocus()
+        Item {
+            Layout.fillWidth: true
+            implicitHeight: Math.max(words.contentHeight, 18)
+            Text {
+                id: words
+
+                width: parent.width - (buttons.visible ? buttons.implicitWidth + 10 : 0)
+                text: row.isExpanded && row.fullText !== "" ? row.fullText
+                    : row.html === "" ? row.excerpt
+                    : "<style>.hit{background-color:" + Theme.softAccent + ";color:" + Theme.text + "}</style>" + row.html
+                textFormat: row.html === "" || (row.isExpanded && row.fullText !== "") ? Text.PlainText : Text.RichText
+                font.pixelSize: Theme.body
+                lineHeight: 1.2
+                color: row.isBusy || row.isDiscarded ? Theme.dim : Theme.text
+                wrapMode: Text.Wrap
+                maximumLineCount: row.isExpanded || row.html !== "" ? 2147483647 : 3
+                elide: row.isExpanded || row.html !== "" ? Text.ElideNone : Text.ElideRight
+                Accessible.ignored: true
             }
-            onDoubleTapped: row.toggleExpanded()
-        }
-        ColumnLayout {
-            id: content
+            Row {
+                id: buttons
 
-            x: 14
-            y: 12
-            width: parent.width - 28
-            spacing: 6
-
-            Item {
-                Layout.fillWidth: true
-                implicitHeight: Math.max(words.contentHeight, 18)
-                Text {
-                    id: words
-
-                    width: parent.width - (buttons.visible ? buttons.implicitWidth + 10 : 0)
-                    text: row.isExpanded && row.fullText !== "" ? row.fullText
-                        : row.html === "" ? row.excerpt
-                        : "<style>.hit{background-color:" + Theme.softAccent + ";color:" + Theme.text + "}</style>" + row.html
-                    textFormat: row.html === "" || (row.isExpanded && row.fullText !== "") ? Text.PlainText : Text.RichText
-                    font.pixelSize: Theme.body
-                    lineHeight: 1.2
-                    color: row.isBusy || row.isDiscarded ? Theme.dim : Theme.text
-                    wrapMode: Text.Wrap
-                    maximumLineCount: row.isExpanded || row.html !== "" ? 2147483647 : 3
-                    elide: row.isExpanded || row.html !== "" ? Text.ElideNone : Text.ElideRight
-                    Accessible.ignored: true
+                anchors.right: parent.right
+                anchors.rightMargin: -6
+                y: -4
+                visible: !row.isBusy
+                spacing: 0
+                ActionButton {
+                    id: retry
+                    visible: row.canRetry
+                    kind: "quiet"
+                    focusPolicy: row.buttonFocus
+                    text: row.isDiscarded ? qsTrId("history.discarded.transcribe") : qsTrId("history.retry")
+                    isStrong: true
+                    onClicked: History.retry(row.transcriptId)
                 }
-                Row {
-                    id: buttons
-
-                    anchors.right: parent.right
-                    anchors.rightMargin: -6
-                    y: -4
-                    visible: !row.isBusy
-                    spacing: 0
-                    readonly property bool hasKeyboard: retry.activeFocus || copy.activeFocus || paste.activeFocus ||
-                                                       play.activeFocus || more.activeFocus
-                    ActionButton {
-                        id: retry
-                        visible: row.canRetry
-                        kind: "quiet"
-                        focusPolicy: row.buttonFocus
-                        text: row.isDiscarded ? qsTrId("history.discarded.transcribe") : qsTrId("history.retry")
-                        isStrong: true
-                        onClicked: History.retry(row.transcriptId)
+                ActionButton {
+                    id: copy
+                    visible: row.hasText
+                    kind: "quiet"
+                    focusPolicy: row.buttonFocus
+                    text: copied.running ? qsTrId("history.copied") : qsTrId("history.copy")
+                    onClicked: {
+                        History.copy(row.transcriptId)
+                        copied.restart()
                     }
-                    ActionButton {
-                        id: copy
-                        visible: row.hasText
-                        kind: "quiet"
-                        focusPolicy: row.buttonFocus
-                        text: copied.running ? qsTrId("history.copied") : qsTrId("history.copy")
-                        onClicked: {
-                            History.copy(row.transcriptId)
-                            copied.restart()
+                }
+                ActionButton {
+                    id: paste
+                    visible: row.hasText && History.canPaste
+                    kind: "quiet"
+                    focusPolicy: row.buttonFocus
+                    text: qsTrId("history.paste")
+                    onClicked: History.paste(row.transcriptId)
+                }
+                ActionButton {
+                    id: play
+                    visible: !row.hasText && row.hasAudio && History.canPlay
+                    kind: "quiet"
+                    focusPolicy: row.buttonFocus
+                    text: qsTrId("history.play")
+                    onClicked: History.play(row.transcriptId)
+                }
+                ActionButton {
+                    id: more
+                    kind: "quiet"
+                    focusPolicy: row.buttonFocus
+                    iconName: "more"
+                    name: qsTrId("history.more")
+                    onClicked: menu.popup(more, 0, more.height + 2)
+                    SelectMenu {
+                        id: menu
+                        SelectMenuItem {
+                            text: row.isExpanded ? qsTrId("history.collapse") : qsTrId("history.expand")
+                            visible: row.fullText !== "" || row.hasAudio
+                            onTriggered: row.toggleExpanded()
                         }
-                    }
-                    ActionButton {
-                        id: paste
-                        visible: row.hasText && History.canPaste
-                        kind: "quiet"
-                        focusPolicy: row.buttonFocus
-                        text: qsTrId("history.paste")
-                        onClicked: History.paste(row.transcriptId)
-                    }
-                    ActionButton {
-                        id: play
-                        visible: !row.hasText && row.hasAudio && History.canPlay
-                        kind: "quiet"
-                        focusPolicy: row.buttonFocus
-                        text: qsTrId("history.play")
-                        onClicked: History.play(row.transcriptId)
-                    }
-                    ActionButton {
-                        id: more
-                        kind: "quiet"
-                        focusPolicy: row.buttonFocus
-                        iconName: "more"
-                        name: qsTrId("history.more")
-                        onClicked: menu.popup(more, 0, more.height + 2)
-                        SelectMenu {
-                            id: menu
-                            SelectMenuItem {
-                                text: row.isExpanded ? qsTrId("history.collapse") : qsTrId("history.expand")
-                                visible: row.fullText !== "" || row.hasAudio
-                                onTriggered: row.toggleExpanded()
-                            }
-                            SelectMenuItem {
-                                text: qsTrId("history.play")
-                                visible: row.hasAudio && History.canPlay
-                                onTriggered: History.play(row.transcriptId)
-                            }
-                            SelectMenuItem {
-                                text: qsTrId("history.delete")
-                                isDanger: true
-                                onTriggered: row.askDelete()
-                            }
+                        SelectMenuItem {
+                            text: qsTrId("history.play")
+                            visible: row.hasAudio && History.canPlay
+                            onTriggered: History.play(row.transcriptId)
+                        }
+                        SelectMenuItem {
+                            text: qsTrId("history.delete")
+                            isDanger: true
+                            onTriggered: row.askDelete()
                         }
                     }
                 }
             }
-            WaveformBars {
-                Layout.fillWidth: true
-                Layout.topMargin: 2
-                visible: row.isExpanded && samples.length > 0
-                samples: row.isExpanded ? Waveform.waveformSamples : []
-                name: qsTrId("history.waveform")
+        }
+        WaveformBars {
+            Layout.fillWidth: true
+            Layout.topMargin: 2
+            visible: row.isExpanded && samples.length > 0
+            samples: row.isExpanded ? Waveform.waveformSamples : []
+            name: qsTrId("history.waveform")
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 10
+            visible: !row.isAsked
+            Chip {
+                visible: row.modeName !== "" && !row.hasFailed
+                text: row.modeName
             }
-            RowLayout {
-                Layout.fillWidth: true
-                spacing: 10
-                visible: !row.isAsked
-                Chip {
-                    visible: row.modeName !== "" && !row.hasFailed
-                    text: row.modeName
-                }
-                Icon {
-                    visible: row.hasFailed
-                    name: "warning"
-                    size: 14
-                    color: Theme.warning
-                }
-                Text {
-                    Layout.fillWidth: true
-                    text: row.hasFailed ? row.reason : row.details
-                    font.pixelSize: Theme.small
-                    font.weight: row.hasFailed ? Font.DemiBold : Font.Normal
-                    color: row.hasFailed ? Theme.warning : Theme.dim
-                    wrapMode: Text.Wrap
-                    Accessible.ignored: true
-                }
+            Icon {
+                visible: row.hasFailed
+                name: "warning"
+                size: 14
+                color: Theme.warning
             }
-            RowLayout {
-                id: question
-
+            PlainText {
                 Layout.fillWidth: true
-                spacing: 8
-                visible: row.isAsked
-                readonly property bool hasKeyboard: yes.activeFocus || no.activeFocus
-                // Its children become visible after it.
-                onVisibleChanged: if (visible) Qt.callLater(no.forceActiveFocus)
-                Text {
-                    Layout.fillWidth: true
-                    text: row.hasAudio ? qsTrId("history.delete.question.audio") : qsTrId("history.delete.question")
-                    font.pixelSize: Theme.body
-                    color: Theme.text
-                    wrapMode: Text.Wrap
-                }
-                ActionButton {
-                    id: no
-                    text: qsTrId("common.cancel")
-                    onClicked: {
-                        row.answered()
-                        row.forceActiveFocus()
-                    }
-                }
-                ActionButton {
-                    id: yes
-                    kind: "danger"
-                    text: qsTrId("history.delete")
-                    onClicked: {
-                        row.answered()
-                        History.remove(row.transcriptId)
-                    }
-                }
+                text: row.hasFailed ? row.reason : row.details
+                font.pixelSize: Theme.small
+                font.weight: row.hasFailed ? Font.DemiBold : Font.Normal
+                color: row.hasFailed ? Theme.warning : Theme.dim
+                wrapMode: Text.Wrap
+                Accessible.ignored: true
             }
         }
-        FocusRing {
-            control: row
-            controlRadius: Theme.cardRadius
+        RowLayout {
+            id: question
+
+            Layout.fillWidth: true
+            spacing: 8
+            visible: row.isAsked
+            // Its children become visible after it.
+            onVisibleChanged: if (visible) Qt.callLater(no.forceActiveFocus)
+            PlainText {
+                Layout.fillWidth: true
+                text: row.hasAudio ? qsTrId("history.delete.question.audio") : qsTrId("history.delete.question")
+                font.pixelSize: Theme.body
+                color: Theme.text
+                wrapMode: Text.Wrap
+            }
+            ActionButton {
+                id: no
+                text: qsTrId("common.cancel")
+                onClicked: row.answered()
+            }
+            ActionButton {
+                id: yes
+                kind: "danger"
+                text: qsTrId("history.delete")
+                onClicked: {
+                    row.answered()
+                    History.remove(row.transcriptId)
+                }
+            }
         }
     }
 }

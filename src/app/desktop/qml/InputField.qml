@@ -29,7 +29,7 @@ T.TextField {
         name: control.iconName
         color: Theme.dim
     }
-    Text {
+    PlainText {
         x: control.leftPadding
         width: control.width - control.leftPadding - control.rightPadding
         anchors.verticalCenter: parent.verticalCenter

@@ -15,7 +15,7 @@ Rectangle {
     color: face
     border.width: 1
     border.color: edge
-    Text {
+    PlainText {
         id: label
         anchors.centerIn: parent
         font.pixelSize: parent.pixelSize

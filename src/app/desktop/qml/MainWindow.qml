@@ -56,16 +56,36 @@ Window {
         }
     }
 
+    Component {
+        id: pageItem
+        SideItem {
+            required property var modelData
+            Layout.fillWidth: true
+            text: modelData.title
+            iconName: modelData.icon
+            isCurrent: Navigation.page === modelData.key
+            onClicked: Navigation.page = modelData.key
+            onStepped: by => window.step(by)
+            onIsCurrentChanged: if (isCurrent && sideBar.activeFocus) forceActiveFocus(Qt.TabFocusReason)
+        }
+    }
+
     RowLayout {
         anchors.fill: parent
         spacing: 0
         visible: !window.isFirstRun
 
-        Rectangle {
+        FocusScope {
+            id: sideBar
             Layout.preferredWidth: Math.max(196, Math.round(Theme.body * 15))
             Layout.fillHeight: true
-            color: Theme.sunken
+            Accessible.role: Accessible.PageTabList
+            Accessible.name: qsTrId("sidebar.name")
 
+            Rectangle {
+                anchors.fill: parent
+                color: Theme.sunken
+            }
             Rectangle {
                 anchors.right: parent.right
                 width: 1
@@ -89,7 +109,7 @@ Window {
                         color: Theme.accent
                         size: 20
                     }
-                    Text {
+                    PlainText {
                         anchors.verticalCenter: parent.verticalCenter
                         text: "Quillmere"
                         font.pixelSize: Theme.strong
@@ -99,26 +119,12 @@ Window {
                 }
                 Repeater {
                     model: Navigation.pages.filter(page => !page.isAtBottom)
-                    delegate: SideItem {
-                        required property var modelData
-                        Layout.fillWidth: true
-                        text: modelData.title
-                        iconName: modelData.icon
-                        isCurrent: Navigation.page === modelData.key
-                        onClicked: Navigation.page = modelData.key
-                    }
+                    delegate: pageItem
                 }
                 Item { Layout.fillHeight: true }
                 Repeater {
                     model: Navigation.pages.filter(page => page.isAtBottom)
-                    delegate: SideItem {
-                        required property var modelData
-                        Layout.fillWidth: true
-                        text: modelData.title
-                        iconName: modelData.icon
-                        isCurrent: Navigation.page === modelData.key
-                        onClicked: Navigation.page = modelData.key
-                    }
+                    delegate: pageItem
                 }
                 Rectangle {
                     Layout.fillWidth: true
@@ -130,7 +136,7 @@ Window {
                     Layout.fillWidth: true
                     Layout.margins: 10
                     spacing: 5
-                    Text {
+                    PlainText {
                         Layout.fillWidth: true
                         text: App.modelText === "" ? App.microphoneName : App.microphoneName + " · " + App.modelText
                         font.pixelSize: Theme.small
@@ -142,7 +148,7 @@ Window {
                     Flow {
                         Layout.fillWidth: true
                         spacing: 4
-                        Text {
+                        PlainText {
                             text: App.shortcutSentenceStart
                             height: cap.visible ? cap.height : implicitHeight
                             verticalAlignment: Text.AlignVCenter
@@ -154,7 +160,7 @@ Window {
                             visible: App.shortcutText !== ""
                             text: App.shortcutText
                         }
-                        Text {
+                        PlainText {
                             visible: text !== ""
                             text: App.shortcutSentenceEnd
                             height: cap.height

@@ -1,25 +1,29 @@
 import QtQuick
+import QtQuick.Templates as T
 import Quillmere
 
-// How loud the microphone is, as a row of bars.
-Row {
+// How loud the microphone is, as a row of bars. value: 0 to 1.
+T.ProgressBar {
     id: meter
 
-    property real level: 0  // 0 to 1
     property int count: 16
-    property string name
+    property string name  // for screen readers
+    readonly property int pitch: 11
 
-    spacing: 3
-    Accessible.role: Accessible.ProgressBar
+    implicitWidth: count * pitch - 3
+    implicitHeight: 18
     Accessible.name: name
-    Repeater {
-        model: meter.count
-        delegate: Rectangle {
-            required property int index
-            width: 8
-            height: 18
-            radius: 2
-            color: meter.level * meter.count > index + 0.5 ? Theme.success : Theme.line
+    contentItem: Row {
+        spacing: 3
+        Repeater {
+            model: meter.count
+            delegate: Rectangle {
+                required property int index
+                width: 8
+                height: 18
+                radius: 2
+                color: meter.value * meter.count > index + 0.5 ? Theme.success : Theme.line
+            }
         }
     }
 }

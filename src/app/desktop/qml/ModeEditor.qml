@@ -84,7 +84,7 @@ Card {
         RowLayout {
             Layout.topMargin: 6
             spacing: 12
-            Text {
+            PlainText {
                 Layout.fillWidth: true
                 text: editor.problem
                 font.pixelSize: Theme.small

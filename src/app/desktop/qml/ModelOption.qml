@@ -38,7 +38,7 @@ T.RadioButton {
                 // A layout would miss what changes in the chip while the option is hidden.
                 Row {
                     spacing: 8
-                    Text {
+                    PlainText {
                         anchors.verticalCenter: parent.verticalCenter
                         text: control.text
                         font.pixelSize: Theme.body
@@ -48,7 +48,7 @@ T.RadioButton {
                     }
                     Chip { text: control.isDownloaded ? qsTrId("firstRun.model.here") : control.sizeText }
                 }
-                Text {
+                PlainText {
                     Layout.fillWidth: true
                     visible: !control.isDownloading
                     text: control.description
@@ -62,10 +62,10 @@ T.RadioButton {
                     spacing: 12
                     ProgressLine {
                         Layout.fillWidth: true
-                        value: control.progress
+                        progress: control.progress
                         name: control.text + ": " + control.progressText
                     }
-                    Text {
+                    PlainText {
                         Layout.preferredWidth: Theme.small * 16
                         horizontalAlignment: Text.AlignRight
                         text: control.progressText

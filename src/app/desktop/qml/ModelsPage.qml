@@ -8,6 +8,9 @@ FocusScope {
 
     property string askedName  // the model that asks whether to delete it
 
+    function takeFocus() {
+        list.takeFocus()
+    }
     function closeWhatIsOpen() {
         if (askedName === "")
             return false
@@ -27,7 +30,7 @@ FocusScope {
             Layout.fillWidth: true
             title: qsTrId("sidebar.models")
         }
-        Text {
+        PlainText {
             Layout.fillWidth: true
             text: Models.hasModel ? qsTrId("models.intro") : qsTrId("models.intro.none")
             font.pixelSize: Theme.body
@@ -35,7 +38,7 @@ FocusScope {
             color: Models.hasModel ? Theme.dim : Theme.text
             wrapMode: Text.Wrap
         }
-        ListView {
+        RowList {
             id: list
 
             Layout.fillWidth: true
@@ -48,17 +51,12 @@ FocusScope {
             clip: true
             spacing: 8
             model: Models
-            currentIndex: -1
             focus: true
-            keyNavigationEnabled: true
-            boundsBehavior: Flickable.StopAtBounds
-            highlightMoveDuration: 0
             cacheBuffer: 2000
             T.ScrollBar.vertical: ScrollMark {}
-            Accessible.role: Accessible.List
-            Accessible.name: qsTrId("sidebar.models")
+            name: qsTrId("sidebar.models")
 
-            delegate: Card {
+            delegate: ListRow {
                 id: row
 
                 required property string name
@@ -74,11 +72,19 @@ FocusScope {
                 required property bool isCustom
                 readonly property bool isAsked: page.askedName === name
 
-                width: ListView.view.width - 8
-                height: Math.max(62, content.implicitHeight + 24)
-                border.color: isActive ? Theme.accent : Theme.line
-                Accessible.role: Accessible.ListItem
-                Accessible.name: displayName + ". " + description
+                minimumHeight: 62
+                contentHeight: content.implicitHeight + 24
+                edge: isActive ? Theme.accent : Theme.line
+                spokenName: displayName + ". " + (isDownloading ? progressText : description)
+                onActivated: {
+                    if (isDownloading || isAsked)
+                        return
+                    if (!isDownloaded)
+                        Models.download(name)
+                    else if (!isActive)
+                        Models.use(name)
+                }
+                onDeletePressed: if (isDownloaded) page.askedName = name
 
                 RowLayout {
                     id: content
@@ -91,7 +97,7 @@ FocusScope {
                         spacing: 4
                         RowLayout {
                             spacing: 8
-                            Text {
+                            PlainText {
                                 text: row.displayName
                                 font.pixelSize: Theme.body
                                 font.weight: Font.DemiBold
@@ -106,7 +112,7 @@ FocusScope {
                             }
                             Item { Layout.fillWidth: true }
                         }
-                        Text {
+                        PlainText {
                             Layout.fillWidth: true
                             visible: !row.isDownloading
                             text: row.isAsked ? qsTrId("models.delete.question") : row.description
@@ -120,10 +126,10 @@ FocusScope {
                             ProgressLine {
                                 Layout.fillWidth: true
                                 Layout.minimumWidth: 80
-                                value: row.progress
+                                progress: row.progress
                                 name: row.displayName + ": " + row.progressText
                             }
-                            Text {
+                            PlainText {
                                 Layout.preferredWidth: Theme.small * 15
                                 horizontalAlignment: Text.AlignRight
                                 text: row.progressText
@@ -133,12 +139,14 @@ FocusScope {
                         }
                     }
                     ActionButton {
+                        focusPolicy: row.buttonFocus
                         visible: row.isDownloading
                         text: qsTrId("common.cancel")
                         name: qsTrId("models.cancel.name").arg(row.displayName)
                         onClicked: Models.cancel(row.name)
                     }
                     ActionButton {
+                        focusPolicy: row.buttonFocus
                         visible: !row.isDownloading && !row.isDownloaded
                         text: row.isPartial ? qsTrId("models.resume") : qsTrId("models.download")
                         name: qsTrId("models.download.name").arg(row.displayName)
@@ -146,6 +154,7 @@ FocusScope {
                         onClicked: Models.download(row.name)
                     }
                     ActionButton {
+                        focusPolicy: row.buttonFocus
                         visible: row.isDownloaded && !row.isActive && !row.isAsked
                         kind: "primary"
                         text: qsTrId("models.use")
@@ -153,6 +162,7 @@ FocusScope {
                         onClicked: Models.use(row.name)
                     }
                     ActionButton {
+                        focusPolicy: row.buttonFocus
                         visible: row.isDownloaded && !row.isAsked
                         kind: "quiet"
                         iconName: "delete"
@@ -160,12 +170,14 @@ FocusScope {
                         onClicked: page.askedName = row.name
                     }
                     ActionButton {
+                        focusPolicy: row.buttonFocus
                         visible: row.isAsked
                         text: qsTrId("common.cancel")
                         onVisibleChanged: if (visible) forceActiveFocus()
                         onClicked: page.askedName = ""
                     }
                     ActionButton {
+                        focusPolicy: row.buttonFocus
                         visible: row.isAsked
                         kind: "danger"
                         text: qsTrId("history.delete")

@@ -13,10 +13,17 @@ ScrollPage {
     title: qsTrId("sidebar.modes")
     intro: qsTrId("modes.intro")
 
+    function takeFocus() {
+        if (list.visible && list.count > 0)
+            list.takeFocus()
+        else if (createButton.visible)
+            createButton.forceActiveFocus(Qt.TabFocusReason)
+    }
     function closeWhatIsOpen() {
         if (!isEditing && askedId === "")
             return false
-        isEditing = false
+        if (isEditing)
+            leave()
         askedId = ""
         return true
     }
@@ -26,10 +33,15 @@ ScrollPage {
         isEditing = true
         editor.load(id)
     }
-    // Here and not in the row, which goes with its mode.
+    function leave() {
+        isEditing = false
+        if (editor.modeId === "")
+            createButton.forceActiveFocus(Qt.TabFocusReason)
+        else
+            list.takeFocus()
+    }
     function remove(id) {
         askedId = ""
-        createButton.forceActiveFocus()
         refusal = Modes.remove(id)
         refusedId = refusal === "" ? "" : id
     }
@@ -44,11 +56,18 @@ ScrollPage {
         id: editor
         Layout.fillWidth: true
         visible: page.isEditing
-        onClosed: page.isEditing = false
+        onClosed: page.leave()
     }
-    Repeater {
+    RowList {
+        id: list
+        Layout.fillWidth: true
+        implicitHeight: contentHeight
+        visible: !page.isEditing
+        interactive: false
+        spacing: 12
+        name: page.title
         model: Modes
-        delegate: Card {
+        delegate: ListRow {
             id: row
 
             required property string modeId
@@ -58,12 +77,18 @@ ScrollPage {
             required property bool isUsable
             readonly property bool isAsked: page.askedId === modeId
 
-            Layout.fillWidth: true
-            visible: !page.isEditing
-            implicitHeight: Math.max(62, content.implicitHeight + 24)
-            border.color: isSelected ? Theme.accent : Theme.line
-            Accessible.role: Accessible.ListItem
-            Accessible.name: name + ". " + details
+            minimumHeight: 62
+            contentHeight: content.implicitHeight + 24
+            edge: isSelected ? Theme.accent : Theme.line
+            spokenName: name + ". " + details
+            onActivated: page.edit(modeId)
+            onDeletePressed: ask()
+
+            function ask() {
+                page.refusedId = ""
+                page.askedId = modeId
+            }
+
             RowLayout {
                 id: content
                 x: 14
@@ -75,7 +100,7 @@ ScrollPage {
                     spacing: 4
                     RowLayout {
                         spacing: 8
-                        Text {
+                        PlainText {
                             Layout.maximumWidth: 320
                             text: row.name
                             font.pixelSize: Theme.body
@@ -91,7 +116,7 @@ ScrollPage {
                         }
                         Item { Layout.fillWidth: true }
                     }
-                    Text {
+                    PlainText {
                         Layout.fillWidth: true
                         text: row.isAsked ? qsTrId("modes.delete.question")
                             : page.refusedId === row.modeId ? page.refusal : row.details
@@ -102,34 +127,36 @@ ScrollPage {
                     }
                 }
                 ActionButton {
+                    focusPolicy: row.buttonFocus
                     visible: !row.isSelected && !row.isAsked
                     text: qsTrId("modes.select")
                     name: qsTrId("modes.select.name").arg(row.name)
                     onClicked: Modes.select(row.modeId)
                 }
                 ActionButton {
+                    focusPolicy: row.buttonFocus
                     visible: !row.isAsked
                     text: qsTrId("modes.edit")
                     name: qsTrId("modes.edit.of").arg(row.name)
                     onClicked: page.edit(row.modeId)
                 }
                 ActionButton {
+                    focusPolicy: row.buttonFocus
                     visible: !row.isAsked
                     kind: "quiet"
                     iconName: "delete"
                     name: qsTrId("modes.delete.name").arg(row.name)
-                    onClicked: {
-                        page.refusedId = ""
-                        page.askedId = row.modeId
-                    }
+                    onClicked: row.ask()
                 }
                 ActionButton {
+                    focusPolicy: row.buttonFocus
                     visible: row.isAsked
                     text: qsTrId("common.cancel")
                     onVisibleChanged: if (visible) forceActiveFocus()
                     onClicked: page.askedId = ""
                 }
                 ActionButton {
+                    focusPolicy: row.buttonFocus
                     visible: row.isAsked
                     kind: "danger"
                     text: qsTrId("history.delete")

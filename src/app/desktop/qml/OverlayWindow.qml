@@ -75,7 +75,7 @@ Window {
                 verticalScale: Overlay.verticalScale
                 running: window.visible && window.hasLevel && window.kind !== "starting" && Theme.hasAnimations
             }
-            Text {
+            PlainText {
                 id: time
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
@@ -114,7 +114,7 @@ Window {
                 color: window.kind === "notice" ? Theme.overlayDim : Theme.overlayWarning
             }
         }
-        Text {
+        PlainText {
             id: label
             x: window.lead
             width: parent.width - x - window.tail - 15

@@ -7,7 +7,7 @@ RowLayout {
     property alias title: label.text
 
     spacing: 12
-    Text {
+    PlainText {
         id: label
         Layout.fillWidth: true
         font.pixelSize: Theme.title

@@ -26,7 +26,7 @@ T.AbstractButton {
             face: control.hovered ? Theme.overlayLine : "transparent"
             edge: Theme.overlayLine
         }
-        Text {
+        PlainText {
             id: label
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter

@@ -1,31 +1,37 @@
 import QtQuick
+import QtQuick.Templates as T
 import Quillmere
 
-// value: 0 to 1; negative while nobody knows.
-Rectangle {
+// progress: 0 to 1; negative while nobody knows.
+T.ProgressBar {
     id: bar
 
-    property real value: 0
-    property string name
+    property string name  // for screen readers
+    property real progress: 0
 
+    value: Math.max(0, progress)
+    indeterminate: progress < 0
     implicitWidth: 200
     implicitHeight: 6
-    radius: 3
-    color: Theme.sunken
-    clip: true
-    Accessible.role: Accessible.ProgressBar
     Accessible.name: name
-    Rectangle {
-        width: bar.value < 0 ? bar.width * 0.3 : bar.width * Math.min(1, bar.value)
-        height: parent.height
-        radius: parent.radius
-        color: Theme.accent
-        x: 0
-        SequentialAnimation on x {
-            running: bar.value < 0 && bar.visible && Theme.hasAnimations
-            loops: Animation.Infinite
-            NumberAnimation { from: -bar.width * 0.3; to: bar.width; duration: 1400 }
-            onStopped: parent.x = 0
+    contentItem: Item {
+        clip: true
+        Rectangle {
+            id: fill
+            width: bar.indeterminate ? bar.width * 0.3 : bar.width * bar.position
+            height: bar.height
+            radius: height / 2
+            color: Theme.accent
+            SequentialAnimation on x {
+                running: bar.indeterminate && bar.visible && Theme.hasAnimations
+                loops: Animation.Infinite
+                NumberAnimation { from: -bar.width * 0.3; to: bar.width; duration: 1400 }
+                onStopped: fill.x = 0
+            }
         }
+    }
+    background: Rectangle {
+        radius: height / 2
+        color: Theme.sunken
     }
 }

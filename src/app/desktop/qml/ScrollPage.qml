@@ -58,7 +58,7 @@ FocusScope {
                 width: view.width - 8
                 spacing: 12
 
-                Text {
+                PlainText {
                     Layout.fillWidth: true
                     visible: text !== ""
                     text: page.intro

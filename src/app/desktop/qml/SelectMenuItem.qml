@@ -12,7 +12,7 @@ T.MenuItem {
     font.pixelSize: Theme.body
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
-    contentItem: Text {
+    contentItem: PlainText {
         id: label
         leftPadding: 8
         text: control.text

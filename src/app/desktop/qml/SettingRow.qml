@@ -19,14 +19,14 @@ RowLayout {
         Layout.topMargin: 6
         Layout.bottomMargin: 6
         spacing: 3
-        Text {
+        PlainText {
             Layout.fillWidth: true
             text: row.title
             font.pixelSize: Theme.body
             color: Theme.text
             wrapMode: Text.Wrap
         }
-        Text {
+        PlainText {
             Layout.fillWidth: true
             visible: text !== ""
             text: row.detail

@@ -9,7 +9,7 @@ ColumnLayout {
 
     spacing: 8
     Layout.fillWidth: true
-    Text {
+    PlainText {
         id: heading
         font.pixelSize: Theme.small
         font.weight: Font.DemiBold

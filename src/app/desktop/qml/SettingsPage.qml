@@ -57,17 +57,10 @@ ScrollPage {
             visible: Preferences.values.restoreClipboardAfterPaste === true
             title: qsTrId("settings.clipboardRestoreDelaySeconds.title")
             detail: qsTrId("settings.clipboardRestoreDelaySeconds.detail")
-            InputField {
-                implicitWidth: 72
+            NumberBox {
                 name: qsTrId("settings.clipboardRestoreDelaySeconds.title")
-                horizontalAlignment: TextInput.AlignRight
-                inputMethodHints: Qt.ImhFormattedNumbersOnly
-                text: Preferences.values.clipboardRestoreDelaySeconds
-                onEditingFinished: {
-                    if (text !== String(Preferences.values.clipboardRestoreDelaySeconds))
-                        Preferences.set("clipboardRestoreDelaySeconds", text.replace(",", "."))
-                    text = Qt.binding(() => Preferences.values.clipboardRestoreDelaySeconds)
-                }
+                number: Preferences.values.clipboardRestoreDelaySeconds
+                onChosen: number => Preferences.set("clipboardRestoreDelaySeconds", number)
             }
         }
     }

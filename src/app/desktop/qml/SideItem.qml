@@ -8,11 +8,12 @@ T.Button {
 
     property string iconName
     property bool isCurrent: false
+    signal stepped(int by)
 
     readonly property color foreground: isCurrent ? Theme.accent : hovered ? Theme.text : Theme.dim
 
     implicitHeight: Math.max(34, label.implicitHeight + 14)
-    focusPolicy: Qt.StrongFocus
+    focusPolicy: isCurrent ? Qt.StrongFocus : Qt.ClickFocus  // one stop for Tab; the arrow keys go through the pages
     hoverEnabled: true
     font.pixelSize: Theme.body
     font.weight: isCurrent ? Font.DemiBold : Font.Normal
@@ -20,6 +21,8 @@ T.Button {
     Accessible.name: text
     Accessible.selected: isCurrent
     Accessible.selectable: true
+    Keys.onUpPressed: stepped(-1)
+    Keys.onDownPressed: stepped(1)
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
@@ -30,7 +33,7 @@ T.Button {
             name: control.iconName
             color: control.foreground
         }
-        Text {
+        PlainText {
             id: label
             x: 36
             width: parent.width - x - 6

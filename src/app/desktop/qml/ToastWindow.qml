@@ -45,13 +45,12 @@ Window {
                 color: Theme.overlayWarning
             }
         }
-        Text {
+        PlainText {
             id: text
             x: 40
             width: window.kind === "mode" ? 360 - 60 : parent.width - x - 18
             anchors.verticalCenter: parent.verticalCenter
             text: window.message
-            textFormat: Text.PlainText
             font.pixelSize: Theme.toastText
             color: Theme.overlayText
             wrapMode: window.kind === "mode" ? Text.NoWrap : Text.Wrap

@@ -23,7 +23,7 @@ T.Switch {
         toggled()  // as by a click
     }
 
-    contentItem: Text {
+    contentItem: PlainText {
         text: control.text
         font: control.font
         color: Theme.text

@@ -11,6 +11,9 @@ ScrollPage {
     title: qsTrId("sidebar.vocabulary")
     intro: qsTrId("vocabulary.intro")
 
+    function takeFocus() {
+        wordField.forceActiveFocus()
+    }
     function closeWhatIsOpen() {
         if (editedId === "")
             return false
@@ -22,12 +25,20 @@ ScrollPage {
         problem = ""
         wordField.clear()
         replacementField.clear()
+        wordField.forceActiveFocus()
     }
-    // Here and not in the row, which goes with its word.
+    function edit(row) {
+        editedId = row.itemId
+        wordField.text = row.word
+        replacementField.text = row.replacement
+        problem = ""
+        wordField.forceActiveFocus()
+    }
     function remove(id) {
         if (editedId === id)
             leave()
-        wordField.forceActiveFocus()
+        if (Vocabulary.count === 1)
+            wordField.forceActiveFocus()
         Vocabulary.remove(id)
     }
     function save() {
@@ -35,7 +46,8 @@ ScrollPage {
             : Vocabulary.change(editedId, wordField.text, replacementField.text)
         if (problem === "")
             leave()
-        wordField.forceActiveFocus()
+        else
+            wordField.forceActiveFocus()
     }
 
     Card {
@@ -76,7 +88,7 @@ ScrollPage {
                     onClicked: page.save()
                 }
             }
-            Text {
+            PlainText {
                 Layout.fillWidth: true
                 visible: text !== ""
                 text: page.problem
@@ -98,33 +110,43 @@ ScrollPage {
     }
     SettingsCard {
         visible: Vocabulary.count > 0
-        Repeater {
+        RowList {
+            id: list
+            Layout.fillWidth: true
+            implicitHeight: contentHeight
+            interactive: false
+            name: page.title
             model: Vocabulary
-            delegate: SettingRow {
+            delegate: ListRow {
                 id: row
                 required property string itemId
                 required property string word
                 required property string replacement
 
-                title: word
-                detail: replacement === "" ? "" : qsTrId("vocabulary.becomes").arg(replacement)
-                ActionButton {
-                    kind: "quiet"
-                    text: qsTrId("modes.edit")
-                    name: qsTrId("modes.edit.of").arg(row.word)
-                    onClicked: {
-                        page.editedId = row.itemId
-                        wordField.text = row.word
-                        replacementField.text = row.replacement
-                        page.problem = ""
-                        wordField.forceActiveFocus()
+                hasCard: false
+                contentHeight: line.implicitHeight
+                spokenName: replacement === "" ? word : word + ". " + line.detail
+                onActivated: page.edit(row)
+                onDeletePressed: page.remove(itemId)
+                SettingRow {
+                    id: line
+                    width: parent.width
+                    title: row.word
+                    detail: row.replacement === "" ? "" : qsTrId("vocabulary.becomes").arg(row.replacement)
+                    ActionButton {
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        text: qsTrId("modes.edit")
+                        name: qsTrId("modes.edit.of").arg(row.word)
+                        onClicked: page.edit(row)
                     }
-                }
-                ActionButton {
-                    kind: "quiet"
-                    iconName: "delete"
-                    name: qsTrId("vocabulary.remove.name").arg(row.word)
-                    onClicked: page.remove(row.itemId)
+                    ActionButton {
+                        kind: "quiet"
+                        focusPolicy: row.buttonFocus
+                        iconName: "delete"
+                        name: qsTrId("vocabulary.remove.name").arg(row.word)
+                        onClicked: page.remove(row.itemId)
+                    }
                 }
             }
         }
