@@ -18,7 +18,7 @@ build_packages=(
   xdg-user-dirs
   # the desktop application
   qt6-declarative-dev qt6-declarative-dev-tools qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-layouts
-  qml6-module-qtquick-window qml6-module-qtqml-workerscript
+  qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtqml qml6-module-qtqml-models
   libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev
   libxkbcommon-dev libxkbcommon-x11-dev
 )

@@ -3,12 +3,14 @@
 #include <QElapsedTimer>
 #include <QQuickPaintedItem>
 #include <QTimer>
+#include <QtQml>
 
 namespace quillmere {
 
 // The row of moving bars of the recording pill, after LevelMeter. Moves only while it is visible and `running`.
 class LevelBars : public QQuickPaintedItem {
   Q_OBJECT
+  QML_ELEMENT
   Q_PROPERTY(qreal verticalScale READ verticalScale WRITE setVerticalScale NOTIFY changed)
   Q_PROPERTY(bool running READ isRunning WRITE setRunning NOTIFY changed)
   Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY changed)
