@@ -10,8 +10,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "base/OwnThread.h"
 #include "base/Result.h"
-#include "base/async/OwnThread.h"
 #include "domain/Errors.h"
 #include "storage/EntityColumns.h"
 #include "storage/StoreFile.h"
