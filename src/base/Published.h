@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/OwnThread.h"
 #include "base/Subscription.h"
-#include "base/async/OwnThread.h"
 
 namespace quillmere {
 

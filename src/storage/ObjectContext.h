@@ -9,8 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/OwnThread.h"
 #include "base/Result.h"
-#include "base/async/OwnThread.h"
 #include "domain/Errors.h"
 #include "storage/ObjectRegistry.h"
 #include "storage/StoreFile.h"

@@ -14,6 +14,7 @@ import bans  # noqa: E402
 import coroutines  # noqa: E402
 import format  # noqa: E402
 import layering  # noqa: E402
+import qml  # noqa: E402
 import rooms  # noqa: E402
 import words  # noqa: E402
 from source_tree import SourceTree, blank  # noqa: E402
@@ -175,6 +176,16 @@ def main():
         shown = [expected for check, _, _, expected in CASES if check is module]
         if not any(shown) or all(shown):
             failures.append("%s: needs a good and a bad snippet" % module.__name__)
+    text = "Item {\n  id: page\n  x: page.y + pge.y\n}\n"
+    for column, message, expected in [
+        (6, "Unqualified access", []), (15, "Unqualified access", [(3, "Unqualified access: pge")]),
+        (1, 'Property "x" not found on type "QVariantMap"', []),
+        (1, 'Property "x" not found on type "Theme"', [(3, 'Property "x" not found on type "Theme"')]),
+    ]:
+        length = 4 if column == 6 else 3
+        got = qml.serious([{"line": 3, "column": column, "length": length, "message": message, "type": "warning"}], text)
+        if got != expected:
+            failures.append("qml, %s at %d: expected %s, got %s" % (message, column, expected, got))
     with tempfile.TemporaryDirectory() as folder:
         shutil.copy(os.path.join(os.path.dirname(os.path.dirname(HERE)), ".clang-format"), folder)
         for name, text in [("good.cpp", "int a = 1;\n"), ("bad.cpp", "int a = 1;\nint  b;\n")]:

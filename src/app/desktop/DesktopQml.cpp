@@ -5,16 +5,12 @@
 #include <QtQml>
 
 #include "app/desktop/IconProvider.h"
-#include "app/desktop/LevelBars.h"
 
-static void initDesktopResources() {
-  Q_INIT_RESOURCE(desktop);
-}
+// Made by the build from the QML files and from what QmlTypes.h declares.
+void qml_register_types_Quillmere();
 
 namespace quillmere {
 namespace {
-
-const char* const moduleName = "Quillmere";
 
 QByteArray propertyName(const QString& name) {
   return "quillmere" + name.toLatin1();
@@ -28,14 +24,14 @@ void DesktopQml::prepareGraphics() {
 
 DesktopQml::DesktopQml(bool usesPortal, const Logging& logging)
     : logger_(logging.logger(QStringLiteral("Interface"))), appearance_(usesPortal), theme_(appearance_) {
-  initDesktopResources();
+  // The linker drops what nobody calls from a static library.
+  [[maybe_unused]] static const bool isRegistered = (qml_register_types_Quillmere(), true);
   engine_ = std::make_unique<QQmlEngine>();
   engine_->addImageProvider(QStringLiteral("icon"), new IconProvider);
   engine_->setOutputWarningsToStandardError(false);
   QObject::connect(engine_.get(), &QQmlEngine::warnings, engine_.get(), [this](const QList<QQmlError>& errors) {
     for (const QQmlError& error : errors) logger_.warning("%{public}s", error.toString());
   });
-  if (qmlTypeId(moduleName, 1, 0, "LevelBars") == -1) qmlRegisterType<LevelBars>(moduleName, 1, 0, "LevelBars");
   provide(QStringLiteral("Theme"), &theme_);
 }
 
@@ -44,16 +40,14 @@ DesktopQml::~DesktopQml() = default;
 void DesktopQml::provide(const QString& name, QObject* object) {
   if (object) QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
   engine_->setProperty(propertyName(name), QVariant::fromValue(object));
-  const QByteArray typeName = name.toLatin1();
-  if (qmlTypeId(moduleName, 1, 0, typeName) != -1) return;
-  // Registered once in a program; which object it is, each engine knows itself.
-  qmlRegisterSingletonType<QObject>(moduleName, 1, 0, typeName, [name](QQmlEngine* engine, QJSEngine*) -> QObject* {
-    return engine->property(propertyName(name)).value<QObject*>();
-  });
+}
+
+QObject* DesktopQml::provided(const QQmlEngine& engine, const QString& name) {
+  return engine.property(propertyName(name)).value<QObject*>();
 }
 
 QUrl DesktopQml::fileUrl(const QString& name) {
-  return QUrl(QStringLiteral("qrc:/desktop/qml/") + name + QStringLiteral(".qml"));
+  return QUrl(QStringLiteral("qrc:/qt-project.org/imports/Quillmere/") + name + QStringLiteral(".qml"));
 }
 
 std::unique_ptr<QQuickWindow> DesktopQml::createWindow(const QString& name, const QVariantMap& properties) {

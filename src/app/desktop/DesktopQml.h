@@ -24,9 +24,11 @@ class DesktopQml {
   DesktopQml(const DesktopQml&) = delete;
   DesktopQml& operator=(const DesktopQml&) = delete;
 
-  // `object` outlives the engine and is known as `name` (upper case first) to QML files that import Quillmere. Null
+  // `object` outlives the engine and is known as `name`, one of QmlTypes.h, to QML files that import Quillmere. Null
   // takes the name away again.
   void provide(const QString& name, QObject* object);
+  // What provide() was given for this engine; null without anything.
+  static QObject* provided(const QQmlEngine& engine, const QString& name);
   // A window of "qml/NAME.qml", not shown yet; null and a log line when the file is wrong. Properties are set before it
   // is complete.
   std::unique_ptr<QQuickWindow> createWindow(const QString& name, const QVariantMap& properties = {});

@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QQuickItem>
 #include <QTimer>
+#include <QtQml>
 
 namespace quillmere {
 
@@ -10,6 +11,7 @@ namespace quillmere {
 // drawn by the scene graph: a frame moves the rectangles, nothing is painted here.
 class LevelBars : public QQuickItem {
   Q_OBJECT
+  QML_ELEMENT
   Q_PROPERTY(qreal verticalScale READ verticalScale WRITE setVerticalScale NOTIFY changed)
   Q_PROPERTY(bool running READ isRunning WRITE setRunning NOTIFY changed)
   Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY changed)

@@ -4,6 +4,8 @@
 #include <functional>
 #include <source_location>
 
+#include "base/OwnThread.h"
+
 namespace quillmere {
 
 using Duration = std::chrono::nanoseconds;
@@ -33,10 +35,6 @@ class Executor {
   virtual void externalWorkStarted() {}
   virtual void externalWorkEnded() {}
 };
-
-namespace detail {
-[[noreturn]] void refuseThread(const std::source_location& where);
-}
 
 // For the constructors and entries of what says "Main thread": a call from another thread is a bug and throws
 // std::logic_error, which names the place. Nothing is checked in builds without assertions (NDEBUG).

@@ -2,9 +2,12 @@
 #include <source_location>
 #include <thread>
 
-#include "base/async/Executor.h"
-
 namespace quillmere {
+
+namespace detail {
+// Throws std::logic_error, which names the place of the call.
+[[noreturn]] void refuseThread(const std::source_location& where);
+}  // namespace detail
 
 // The thread that an object belongs to: the one that made it. For what says "Main thread" and has no executor to ask.
 class OwnThread {

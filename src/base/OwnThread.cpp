@@ -1,4 +1,4 @@
-#include "base/async/Executor.h"
+#include "base/OwnThread.h"
 
 #include <stdexcept>
 #include <string>
@@ -7,7 +7,7 @@ namespace quillmere::detail {
 
 void refuseThread(const std::source_location& where) {
   throw std::logic_error(std::string(where.file_name()) + ":" + std::to_string(where.line()) +
-                         ": only the executor's own thread may call " + where.function_name());
+                         ": only the thread that it belongs to may call " + where.function_name());
 }
 
 }  // namespace quillmere::detail
