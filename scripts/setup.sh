@@ -18,13 +18,8 @@ build_packages=(
   xdg-user-dirs
   # the desktop application
   qt6-declarative-dev qt6-declarative-dev-tools qml6-module-qtquick qml6-module-qtquick-templates qml6-module-qtquick-layouts
-<<<<<<< HEAD
-  qml6-module-qtquick-window qml6-module-qtqml-workerscript
-  libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev libxcb-res0-dev
-=======
   qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtqml qml6-module-qtqml-models
-  libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev
->>>>>>> f7699fd66fcafc3ab1aa25e5659aabc01ff08953
+  libpulse-dev libxcb1-dev libxcb-xkb-dev libxcb-xtest0-dev libxcb-xinput-dev libxcb-xfixes0-dev libxcb-res0-dev
   libxkbcommon-dev libxkbcommon-x11-dev
 )
 # The compiler's run-time library and symbol printer are for the sanitizer builds.

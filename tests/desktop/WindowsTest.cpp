@@ -214,11 +214,7 @@ TEST(Windows, HistoryDrawsARecording) {
   EXPECT_EQ(bars(), nullptr) << "the first has no recording";
   press(f, Qt::Key_Down);
   press(f, Qt::Key_Return);
-<<<<<<< HEAD
-  ASSERT_TRUE(f.settleUntil([&] { return bars() != nullptr && bars()->width() > 300; }));
-=======
   ASSERT_TRUE(f.settleUntil([&] { return bars() && bars()->width() > 300; }));
->>>>>>> f7699fd66fcafc3ab1aa25e5659aabc01ff08953
   EXPECT_EQ(bars()->childItems().size(), WaveformVisualizer::barCount + 1) << "the bars, and what repeats them";
   press(f, Qt::Key_Return);
   EXPECT_EQ(bars(), nullptr);
