@@ -127,7 +127,8 @@ void ObjectContext::remove(const std::shared_ptr<E>& object) {
   auto& registry = registries_->of<E>();
   const auto found = registry.records.find(object.get());
   if (found == registry.records.end() || found->second->state == RecordState::removed) return;
-  const std::shared_ptr<E> holder = object;  // the argument may be the reference that is about to be emptied
+  // The argument may be the reference that is about to be emptied.
+  const std::shared_ptr<E> holder = object;  // NOLINT(performance-unnecessary-copy-initialization)
   Record<E>& record = *found->second;
   if (record.state == RecordState::inserted) {
     std::erase(registry.inserted, holder);
