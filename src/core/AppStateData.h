@@ -26,8 +26,8 @@ struct AppStateData {
   QString selectedModeId = QStringLiteral("00000000-0000-0000-0000-000000000001");
   QString selectedModeName = QStringLiteral("Default");
   DictationNotice dictationNotice = DictationNotice::none;  // of the newest dictation; none while one records
-  QString lastTranscription;              // of the last dictation, shown in the dialog
-  bool transcriptionPasteFailed = false;  // the last paste did not reach a text field
+  QString lastTranscription;                                // of the last dictation, shown in the dialog
+  bool transcriptionPasteFailed = false;                    // the last paste did not reach a text field
   bool isStreaming = false;
   QString streamingText;
   bool isStreamingShortcutTriggered = false;  // this recording came from the streaming shortcut

@@ -21,9 +21,9 @@ class TranscriptionPipeline;
 
 // What the launch does to the windows. Each may be empty.
 struct LaunchWindows {
-  std::function<void()> onOrderOutWindow;                   // 0.1 s after the launch, for a start without the window
-  std::function<void()> onShowOnboarding;                   // 0.5 s after the launch of an application not set up yet
-  std::function<void(Duration sinceStart)> onReady;         // the shortcuts work
+  std::function<void()> onOrderOutWindow;            // 0.1 s after the launch, for a start without the window
+  std::function<void()> onShowOnboarding;            // 0.5 s after the launch of an application not set up yet
+  std::function<void(Duration sinceStart)> onReady;  // the shortcuts work
 };
 
 // The one pass through the start of the desktop application, over objects that are already built. No step can stop the

@@ -4,11 +4,11 @@
 #include <optional>
 
 #include "base/async/Executor.h"
+#include "base/async/SerialGate.h"
 #include "base/async/TaskScope.h"
 #include "base/async/WorkerPool.h"
 #include "base/log/Logger.h"
 #include "domain/WhisperModel.h"
-#include "base/async/SerialGate.h"
 #include "providers/TranscriptionProvider.h"
 
 namespace quillmere {

@@ -114,8 +114,8 @@ class PersistenceController {
   // --- recording sessions
   RecordingSessionPtr insertRecordingSession();
   RecordingSessionPtr fetchRecordingSession(const QUuid& id);
-  std::vector<RecordingSessionPtr> fetchUnfinishedRecordingSessions();  // no endTime, oldest first
-  std::vector<RecordingSessionPtr> fetchRecordingSessionsWithStatus(const QString& status);     // oldest first
+  std::vector<RecordingSessionPtr> fetchUnfinishedRecordingSessions();                       // no endTime, oldest first
+  std::vector<RecordingSessionPtr> fetchRecordingSessionsWithStatus(const QString& status);  // oldest first
   std::vector<RecordingSessionPtr> fetchAllRecordingSessions();
   void deleteRecordingSession(const RecordingSessionPtr& session);
 

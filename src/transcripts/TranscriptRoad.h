@@ -19,7 +19,7 @@ struct TranscriptJob {
 
   QString audioPath;  // finished audio; the road never changes or removes it
   double durationSeconds = 0;
-  ModePtr mode;     // resolved by its identifier at the beginning; null is the default mode
+  ModePtr mode;      // resolved by its identifier at the beginning; null is the default mode
   QString modeName;  // for the row, where the mode is null
   Source source = Source::recording;
   TranscriptPtr row;            // of an earlier try, to be used again; null makes a new one

@@ -4,9 +4,9 @@
 
 namespace quillmere {
 
-// Writes a model in ggml format (16-bit weights, as ScriptedWhisperModel makes them) as a folder in CTranslate2's Whisper
-// format: the way back of CTranslate2Converter, so that a converted folder has to give the same bytes again. No word may
-// appear twice in the vocabulary.
+// Writes a model in ggml format (16-bit weights, as ScriptedWhisperModel makes them) as a folder in CTranslate2's
+// Whisper format: the way back of CTranslate2Converter, so that a converted folder has to give the same bytes again. No
+// word may appear twice in the vocabulary.
 class CTranslate2Folder {
  public:
   enum class Vocabulary { tokenizerJson, vocabularyJson, vocabularyText };

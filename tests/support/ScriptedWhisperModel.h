@@ -12,13 +12,13 @@ class ScriptedWhisperModel {
  public:
   struct Options {
     QByteArray text = "Hello there, this is a scripted transcript.";  // empty: no segments; at most about 100 words
-    QByteArray translation;          // the text of a run with translate; empty: `text`
-    QByteArray language = "en";      // what language detection finds, one of the first twelve or so of the engine
+    QByteArray translation;                                           // the text of a run with translate; empty: `text`
+    QByteArray language = "en";  // what language detection finds, one of the first twelve or so of the engine
     bool isEnglishOnly = false;
-    int width = 0;                   // of the states; 0: as small as the text allows. 256 with 4 heads and 8 layers: 50 MB,
-    int heads = 1;                   // about half a second of encoder time a window, for tests of cancelling
+    int width = 0;  // of the states; 0: as small as the text allows. 256 with 4 heads and 8 layers: 50 MB,
+    int heads = 1;  // about half a second of encoder time a window, for tests of cancelling
     int encoderLayers = 1;
-    bool vocabularyOnly = false;     // no tensors at all: the engine loads it, but it says nothing
+    bool vocabularyOnly = false;  // no tensors at all: the engine loads it, but it says nothing
   };
 
   static QByteArray bytes(const Options& options);
