@@ -68,7 +68,7 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
   auto loading = load(inputPath);
   const auto loaded = co_await std::move(loading);
   if (!loaded) co_return Failed{loaded.error()};
-  const Samples samples = *loaded;
+  const Samples& samples = *loaded;
   const auto total = static_cast<qint64>(samples->size());
   logger_.info("Loaded %ld samples (%{public}ss)", total, seconds(total));
 

@@ -30,6 +30,7 @@
 namespace quillmere {
 
 class ClipboardLoan;
+class TypingWatch;
 
 // One dictation from the press to the pasted text, with all that belongs to it: where the text goes, mode, context,
 // selection, what the clipboard held, the sleep lock, the row, the timings. All of it is given back when the object
@@ -125,6 +126,7 @@ class Dictation final {
   std::optional<RunningApplication> target_;  // where the user was at the press
   std::optional<ApplicationContext> context_;
   std::optional<QString> selectedText_;
+  std::shared_ptr<TypingWatch> typing_;       // and whether he types elsewhere since
   std::shared_ptr<ClipboardLoan> clipboard_;
   std::optional<Ending> ending_;
   Completion<> endAsked_;

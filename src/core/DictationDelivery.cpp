@@ -150,6 +150,7 @@ Task<void> Dictation::paste(QString text, std::vector<ProcessedTag> tags) {
   request.text = std::move(text);
   request.tags = std::move(tags);
   request.target = target_;
+  request.typing = typing_;
   request.clipboard = std::move(clipboard_);
   const PasteOutcome outcome = co_await use_.autoPasteHandler.paste(std::move(request));
   const bool isPasted = outcome == PasteOutcome::pasted;

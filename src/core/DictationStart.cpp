@@ -45,6 +45,7 @@ Task<bool> Dictation::start() {
   checkpoints.mark(QStringLiteral("recording dialog shown"));
   if (!checkMode()) co_return false;
   target_ = use_.workspace.frontmostApplication();
+  typing_ = use_.autoPasteHandler.watchTyping();
 
   const bool isPermitted = co_await use_.permissionManager.requestPermission();
   checkpoints.mark(QStringLiteral("microphone permission"));

@@ -6,8 +6,8 @@
 #include "base/text/Folding.h"
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
-#include "models/WhisperModelManager.h"
 #include "domain/catalogs/LanguageData.h"
+#include "models/WhisperModelManager.h"
 #include "storage/ModeDeletion.h"
 #include "storage/PersistenceController.h"
 

@@ -25,7 +25,7 @@ RecordingWindowManager::~RecordingWindowManager() {
 void RecordingWindowManager::follow(AppState& appState, SettingsManager* settings, RecordingDialogIntents intents) {
   assertCurrent(executor_);
   isShown_ = false;
-  const auto apply = [this, &appState, settings, intents](const AppStateData& data) {
+  const auto apply = [this, &appState, settings, intents = std::move(intents)](const AppStateData& data) {
     if (data.showRecordingDialog == isShown_) return;
     isShown_ = data.showRecordingDialog;
     if (isShown_)

@@ -131,8 +131,7 @@ Task<void> TranscriptionModelManager::preloadBase(std::optional<QString> languag
     }
     if (!outcome.error) {
       if (attempt == 1) tellState({TranscriptionState::Idle{}});
-      logger_.info("%{public}s",
-                   attempt == 1 ? "Base model ready for transcription" : "Base model ready after retry");
+      logger_.info("%{public}s", attempt == 1 ? "Base model ready for transcription" : "Base model ready after retry");
       co_return;
     }
     const QString description = localizedDescription(*outcome.error);

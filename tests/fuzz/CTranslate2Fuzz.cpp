@@ -25,9 +25,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
       }
       break;
     }
-    case 1: WhisperVocabulary::fromTokenizerJson(content, false); break;
-    case 2: WhisperVocabulary::fromVocabularyJson(content, true); break;
-    case 3: WhisperVocabulary::fromVocabularyText(content, true); break;
+    case 1:
+      WhisperVocabulary::fromTokenizerJson(content, false);
+      break;
+    case 2:
+      WhisperVocabulary::fromVocabularyJson(content, true);
+      break;
+    case 3:
+      WhisperVocabulary::fromVocabularyText(content, true);
+      break;
     case 4: {
       static const QTemporaryDir folder;
       QFile model(folder.filePath(QStringLiteral("model.bin")));

@@ -10,7 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QBuffer buffer(&content);
     buffer.open(QIODevice::ReadOnly);
     const auto file = inspectGgmlModelFile(buffer, checks);
-    if (file && (file->audioHeads == 0 || file->width % file->audioHeads != 0 || file->words > file->vocabularySize)) std::abort();
+    if (file && (file->audioHeads == 0 || file->width % file->audioHeads != 0 || file->words > file->vocabularySize))
+      std::abort();
   }
   return 0;
 }

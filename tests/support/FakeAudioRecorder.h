@@ -24,8 +24,8 @@ class FakeAudioRecorderFactory final : public AudioRecorderFactory {
   std::optional<AudioRecorder::Interruption> interruptsAtStart;
 
   int prepares = 0;
-  QStringList paths;       // of record()
-  QStringList stopped;     // of stop(), when it has ended
+  QStringList paths;    // of record()
+  QStringList stopped;  // of stop(), when it has ended
   std::vector<FakeAudioRecorder*> running;
 
   void prepare() override { ++prepares; }

@@ -3,7 +3,7 @@
 
 tidy.py [--build FOLDER] [--all | --since REVISION] [--budget SECONDS] [FILE...]
 
-Needs a build: its compile commands and precompiled headers (build/dev unless told). A file takes seconds, so that only
+Needs a build (build/dev unless told): its compile commands and what it generates. A file takes seconds, so that only
 those are looked at that changed since the revision (the last ten commits unless told) or aren't committed yet, newest
 first, and within the budget; what is left over is named and no failure. A file that was found clean is not looked at
 again until it, a header of it or the list of checks changes: the build folder remembers.
@@ -35,7 +35,9 @@ def main(arguments):
         print("tidy.py: %s has no compile commands: build first" % options.build)
         return 1
     files = [path for path in wanted(options) if path in commands]
-    clean = Remembered(os.path.join(build, "tidy.json"), dependencies(build))
+    folder = os.path.join(build, "tidy")
+    write_commands(folder, files, commands)
+    clean = Remembered(os.path.join(folder, "clean.json"), dependencies(build))
     files = [path for path in files if not clean.has(path, commands[path])]
     deadline = time.monotonic() + options.budget
     failed, left = [], []
@@ -43,7 +45,7 @@ def main(arguments):
         def check(path):
             if time.monotonic() > deadline:
                 return path, None
-            return path, subprocess.run([program, "-p", build, "--quiet", "--warnings-as-errors=*", path], cwd=ROOT,
+            return path, subprocess.run([program, "-p", folder, "--quiet", "--warnings-as-errors=*", path], cwd=ROOT,
                                         capture_output=True, text=True)
         for path, done in pool.map(check, files):
             if done is None:
@@ -97,13 +99,27 @@ def wanted(options):
 
 
 def compile_commands(build):
-    """{path below the root: command}"""
+    """{path below the root: entry}. Precompiled headers are read as text: one that is older than its parts misleads."""
     try:
         with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as handle:
             entries = json.load(handle)
     except FileNotFoundError:
         return {}
-    return {os.path.relpath(os.path.realpath(entry["file"]), os.path.realpath(ROOT)): entry["command"] for entry in entries}
+    for entry in entries:
+        entry["command"] = re.sub(r"-Xclang -include-pch -Xclang \S+ -Xclang -include -Xclang (\S+)", as_text, entry["command"])
+        entry["command"] = entry["command"].replace("-Xclang -fno-pch-timestamp", "").replace("-Winvalid-pch", "")
+    return {os.path.relpath(os.path.realpath(entry["file"]), os.path.realpath(ROOT)): entry for entry in entries}
+
+
+def as_text(match):
+    with open(match.group(1), encoding="utf-8") as handle:
+        return " ".join("-include " + header for header in re.findall(r'#include "([^"]+)"', handle.read()))
+
+
+def write_commands(folder, files, commands):
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, "compile_commands.json"), "w", encoding="utf-8") as handle:
+        json.dump([commands[path] for path in files], handle)
 
 
 def dependencies(build):
@@ -132,17 +148,18 @@ class Remembered:
         except (FileNotFoundError, ValueError):
             self._known = {}
 
-    def has(self, path, command):
-        return self._known.get(path) == self._state(path, command)
+    def has(self, path, entry):
+        return self._known.get(path) == self._state(path, entry)
 
-    def add(self, path, command):
-        self._known[path] = self._state(path, command)
+    def add(self, path, entry):
+        self._known[path] = self._state(path, entry)
 
     def save(self):
         with open(self._path, "w", encoding="utf-8") as handle:
             json.dump(self._known, handle, indent=1, sort_keys=True)
 
-    def _state(self, path, command):
+    def _state(self, path, entry):
+        command = entry["command"]
         made = re.search(r" -o (\S+)", command)
         files = self._depends.get(made.group(1) if made else "", [])
         state = hashlib.sha256(command.encode())

@@ -59,7 +59,7 @@ std::unique_ptr<QQuickWindow> DesktopQml::createWindow(const QString& name, cons
     return nullptr;
   }
   QQmlEngine::setObjectOwnership(window, QQmlEngine::CppOwnership);
-  object.release();
+  (void)object.release();
   return std::unique_ptr<QQuickWindow>(window);
 }
 

@@ -10,7 +10,6 @@
 #include "base/text/LocalizedText.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ShortcutNames.h"
-#include "delivery/AccessibilityHelper.h"
 #include "delivery/AutoPasteHandler.h"
 #include "platform/x11/X11FloatingWindows.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -123,7 +122,7 @@ DesktopIntents DesktopProgram::intents() {
     recording.toggleRecording(base.appState->data().selectedModeName, false, RecordingTriggerSource::uiButton);
   };
   intents.app.cancelRecording = [&recording] { recording.cancelFromShortcut(); };
-  intents.history.copyText = [&session](const QString& text) { session.display.pasteboard->writeText(text, false); };
+  intents.history.copyText = [&parts](const QString& text) { parts.autoPaste->copyForUser(text); };
   intents.history.pasteText = [this](const QString& text) { pasteFromHistory(text); };
   intents.history.playAudio = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
   intents.dialog.finishRecording = [&recording] {

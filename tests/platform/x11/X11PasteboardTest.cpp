@@ -190,7 +190,7 @@ TEST_F(X11PasteboardTest, NewsOfAnOlderLossDoesNotEndTheWaitForANewerText) {
 }
 
 TEST_F(X11PasteboardTest, WhoFetchesAndTakesTheClipboardOverHasFetched) {
-  auto theirs = *X11Pasteboard::open(executor, server->displayName());
+  auto theirs = *X11Pasteboard::open(executor, server.displayName());
   ASSERT_TRUE(pasteboard->writeText("one", true));
   pasteboard->expectFetch();
   EXPECT_EQ(readElsewhere("UTF8_STRING"), "one");
