@@ -27,6 +27,7 @@ struct AppStateData {
   QString selectedModeId = QStringLiteral("00000000-0000-0000-0000-000000000001");
   QString selectedModeName = QStringLiteral("Default");
   std::optional<DictationError> dictationError;             // of the newest dictation
+  QString lastPastedText;                                   // with what the paste adds to it
   PasteOutcome lastPaste = PasteOutcome::none;              // of the newest dictation that had a text
   DictationNotice dictationNotice = DictationNotice::none;  // of the newest dictation; none while one records
   QString lastTranscription;                                // of the last dictation, shown in the dialog

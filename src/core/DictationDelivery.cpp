@@ -147,7 +147,7 @@ Task<void> Dictation::deliver(TranscriptionResult result) {
 
 Task<void> Dictation::paste(QString text, std::vector<ProcessedTag> tags) {
   PasteRequest request;
-  request.text = std::move(text);
+  request.text = text;
   request.tags = std::move(tags);
   request.target = target_;
   request.typing = typing_;
@@ -155,6 +155,7 @@ Task<void> Dictation::paste(QString text, std::vector<ProcessedTag> tags) {
   const PasteOutcome outcome = co_await use_.autoPasteHandler.paste(std::move(request));
   const bool isPasted = outcome == PasteOutcome::pasted;
   host_.show(*this, [&](AppStateData& data) {
+    data.lastPastedText = text;
     data.lastPaste = outcome;
     data.transcriptionPasteFailed = !isPasted;
   });

@@ -134,16 +134,9 @@ DesktopIntents DesktopProgram::intents() {
   };
   intents.dialog.cancelTranscription = [&recording] { recording.cancelFromShortcut(); };
   intents.dialog.copyText = intents.history.copyText;
-  intents.dialog.isTextOnClipboard = [&base] {
-    switch (base.appState->data().lastPaste) {
-      case PasteOutcome::notFetched:
-      case PasteOutcome::noTarget:
-      case PasteOutcome::secureField:
-      case PasteOutcome::noPermission:
-        return true;
-      default:
-        return false;
-    }
+  intents.dialog.isTextOnClipboard = [&base, &parts] {
+    const AppStateData& data = base.appState->data();
+    return isLeftOnClipboard(data.lastPaste) && parts.autoPaste->isOnClipboard(data.lastPastedText);
   };
   intents.dialog.stopKey = [this] { return keysOf(shortcutNames::toggleRecordingWithTranscription); };
   intents.dialog.cancelKey = [this] { return keysOf(shortcutNames::cancelRecording); };
