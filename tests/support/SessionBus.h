@@ -1,6 +1,7 @@
 #pragma once
 #include <QProcess>
 #include <QString>
+#include <QTemporaryDir>
 
 namespace quillmere {
 
@@ -18,6 +19,7 @@ class SessionBus {
   QString address() const { return address_; }
 
  private:
+  QTemporaryDir folder_;
   QProcess daemon_;
   QString address_;
 };
