@@ -12,7 +12,7 @@ set -euo pipefail
 
 build_packages=(
   clang-16 lld-16 g++ cmake ninja-build ccache pkg-config git ca-certificates python3
-  qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
+  qt6-base-dev qt6-websockets-dev libcurl4-openssl-dev libsecret-1-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   libsqlitecpp-dev libsqlite3-dev libspdlog-dev libcli11-dev
   libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libsndfile1-dev
   xdg-user-dirs
@@ -24,7 +24,7 @@ build_packages=(
 )
 # The compiler's run-time library and symbol printer are for the sanitizer builds.
 test_packages=(
-  libgtest-dev libgmock-dev libclang-rt-16-dev llvm-16 clang-format-16 clang-tidy-16 ffmpeg util-linux procps
+  libgtest-dev libgmock-dev libclang-rt-16-dev llvm-16 clang-format-16 clang-tidy-16 ffmpeg util-linux procps openssl
   # the headless desktop and the programs that text is dictated into
   xvfb openbox dbus libglib2.0-bin pulseaudio pulseaudio-utils at-spi2-core gnome-keyring python3-dbusmock
   x11-utils x11-xkb-utils xdotool xclip wmctrl imagemagick xterm zenity chromium gnome-text-editor python3-gi gir1.2-gtk-4.0

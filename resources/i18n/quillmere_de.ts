@@ -49,6 +49,8 @@
 <message id="audio.error.noSoundServer"><translation>Der Sound-Server läuft nicht. Bitte prüfen Sie die Klangeinstellungen.</translation></message>
 <message id="audio.error.soundServerSilent"><translation>Der Sound-Server antwortet nicht.</translation></message>
 <message id="audio.error.soundServerRefused"><translation>Der Sound-Server hat abgelehnt: %1</translation></message>
+<message id="audio.capture.deviceGone"><translation>Das Mikrofon wurde getrennt.</translation></message>
+<message id="audio.capture.serverGone"><translation>Der Tonserver wurde beendet.</translation></message>
 <message id="recording.interrupted.deviceGone"><translation>Das Mikrofon wurde getrennt. Die Aufnahme bis dahin bleibt erhalten.</translation></message>
 <message id="recording.interrupted.serverGone"><translation>Der Sound-Server wurde beendet. Die Aufnahme bis dahin bleibt erhalten.</translation></message>
 <message id="recording.interrupted.writeFailed"><translation>Die Aufnahme kann nicht weiter geschrieben werden (%1). Was bis dahin aufgenommen wurde, bleibt erhalten.</translation></message>
@@ -79,6 +81,19 @@
 <message id="error.url.tlsMissing"><translation>Sichere Verbindungen sind nicht möglich, weil dem System eine passende TLS-Bibliothek fehlt.</translation></message>
 <message id="error.url.tooManyRedirects"><translation>%1 leitet zu oft weiter.</translation></message>
 <message id="error.url.insecureRedirect"><translation>%1 leitet auf eine unsichere Adresse weiter.</translation></message>
+<message id="error.url.redirectRefused"><translation>%1 leitet auf eine andere Adresse weiter (%2), die ein anderer Server sein kann: Dorthin wurde nichts gesendet.</translation></message>
+<message id="error.url.answerTooLarge"><translation>Die Antwort von %1 ist größer als erlaubt.</translation></message>
+<message id="error.url.fileDoesNotExist"><translation>Die Datei %1 gibt es nicht.</translation></message>
+<message id="error.url.fileNotReadable"><translation>Die Datei %1 ist nicht lesbar.</translation></message>
+<message id="error.url.badHeader"><translation>Die Anfrage enthält einen Zeilenumbruch oder ein anderes Zeichen, das dort nicht erlaubt ist (%1).</translation></message>
+<message id="error.url.certificateTime"><translation>Das Zertifikat von %1 ist zu dieser Zeit nicht gültig (%2). Geht die Uhr dieses Computers richtig?</translation></message>
+<message id="error.url.certificateUntrusted"><translation>Dem Zertifikat von %1 wird nicht vertraut: %2</translation></message>
+<message id="process.error.start"><translation>%1 konnte nicht gestartet werden: %2</translation></message>
+<message id="keychain.error.absent"><translation>In dieser Sitzung gibt es keinen Schlüsselbund.</translation></message>
+<message id="keychain.error.locked"><translation>Der Schlüsselbund ist gesperrt.</translation></message>
+<message id="keychain.error.missing"><translation>Der Schlüsselbund hat keinen solchen Eintrag.</translation></message>
+<message id="keychain.error.timedOut"><translation>Der Schlüsselbund hat nicht rechtzeitig geantwortet.</translation></message>
+<message id="keychain.error.failed"><translation>Der Schlüsselbund meldete einen Fehler: %1</translation></message>
 <!-- Modes -->
 <message id="modes.preset.quillmere.name"><translation>Quillmere</translation></message>
 <message id="modes.preset.quillmere.tooltip"><translation>Sauberer Text, der Ihre eigenen Worte behält</translation></message>

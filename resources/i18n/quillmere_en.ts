@@ -49,6 +49,8 @@
 <message id="audio.error.noSoundServer"><translation>The sound server is not running. Please check your sound settings.</translation></message>
 <message id="audio.error.soundServerSilent"><translation>The sound server does not answer.</translation></message>
 <message id="audio.error.soundServerRefused"><translation>The sound server refused: %1</translation></message>
+<message id="audio.capture.deviceGone"><translation>The microphone was disconnected.</translation></message>
+<message id="audio.capture.serverGone"><translation>The sound server ended.</translation></message>
 <message id="recording.interrupted.deviceGone"><translation>The microphone was disconnected. What was recorded until then is kept.</translation></message>
 <message id="recording.interrupted.serverGone"><translation>The sound server ended. What was recorded until then is kept.</translation></message>
 <message id="recording.interrupted.writeFailed"><translation>The recording can't be written any more (%1). What was recorded until then is kept.</translation></message>
@@ -79,6 +81,19 @@
 <message id="error.url.tlsMissing"><translation>Secure connections are not possible, because the system has no TLS library that fits.</translation></message>
 <message id="error.url.tooManyRedirects"><translation>%1 redirects too many times.</translation></message>
 <message id="error.url.insecureRedirect"><translation>%1 redirects to an insecure address.</translation></message>
+<message id="error.url.redirectRefused"><translation>%1 redirects to another address (%2), which could be another server: nothing was sent there.</translation></message>
+<message id="error.url.answerTooLarge"><translation>The answer of %1 is larger than allowed.</translation></message>
+<message id="error.url.fileDoesNotExist"><translation>The file %1 does not exist.</translation></message>
+<message id="error.url.fileNotReadable"><translation>The file %1 can't be read.</translation></message>
+<message id="error.url.badHeader"><translation>The request holds a line break or another character that is not allowed there (%1).</translation></message>
+<message id="error.url.certificateTime"><translation>The certificate of %1 is not valid at this time (%2). Is the clock of this computer right?</translation></message>
+<message id="error.url.certificateUntrusted"><translation>The certificate of %1 is not trusted: %2</translation></message>
+<message id="process.error.start"><translation>%1 could not be started: %2</translation></message>
+<message id="keychain.error.absent"><translation>There is no keyring in this session.</translation></message>
+<message id="keychain.error.locked"><translation>The keyring is locked.</translation></message>
+<message id="keychain.error.missing"><translation>The keyring has no such entry.</translation></message>
+<message id="keychain.error.timedOut"><translation>The keyring did not answer in time.</translation></message>
+<message id="keychain.error.failed"><translation>The keyring reported an error: %1</translation></message>
 <!-- Modes -->
 <message id="modes.preset.quillmere.name"><translation>Quillmere</translation></message>
 <message id="modes.preset.quillmere.tooltip"><translation>Clean text that keeps your own words</translation></message>

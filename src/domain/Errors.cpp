@@ -156,34 +156,45 @@ ErrorClassification classifyUrl(int code, bool isRetryable) {
   return {QStringLiteral("network"), QStringLiteral("url_%1").arg(code), isRetryable, std::nullopt};
 }
 
-// The web errors that have a sentence of their own.
-const char* messageKeyOfUrlCode(int code) {
-  switch (code) {
-    case UrlError::cancelled:
-      return "error.url.cancelled";
-    case UrlError::badUrl:
-      return "error.url.badUrl";
-    case UrlError::timedOut:
-      return "error.url.timedOut";
-    case UrlError::cannotFindHost:
-      return "error.url.cannotFindHost";
-    case UrlError::cannotConnectToHost:
-      return "error.url.cannotConnectToHost";
-    case UrlError::networkConnectionLost:
-      return "error.url.networkConnectionLost";
-    case UrlError::dnsLookupFailed:
-      return "error.url.dnsLookupFailed";
-    case UrlError::notConnectedToInternet:
-      return "error.url.notConnectedToInternet";
-    case UrlError::badServerResponse:
-      return "error.url.badServerResponse";
-    default:
-      return "error.url.other";
-  }
+struct UrlErrorRow {
+  UrlError::Code code;
+  const char* name;
+  const char* messageKey;
+};
+
+// The web errors that have a name and a sentence of their own.
+constexpr UrlErrorRow urlErrorRows[] = {
+    {UrlError::cancelled, "cancelled", "error.url.cancelled"},
+    {UrlError::badUrl, "badUrl", "error.url.badUrl"},
+    {UrlError::timedOut, "timedOut", "error.url.timedOut"},
+    {UrlError::cannotFindHost, "cannotFindHost", "error.url.cannotFindHost"},
+    {UrlError::cannotConnectToHost, "cannotConnectToHost", "error.url.cannotConnectToHost"},
+    {UrlError::networkConnectionLost, "networkConnectionLost", "error.url.networkConnectionLost"},
+    {UrlError::dnsLookupFailed, "dnsLookupFailed", "error.url.dnsLookupFailed"},
+    {UrlError::tooManyRedirects, "tooManyRedirects", "error.url.tooManyRedirects"},
+    {UrlError::notConnectedToInternet, "notConnectedToInternet", "error.url.notConnectedToInternet"},
+    {UrlError::redirectRefused, "redirectRefused", "error.url.redirectRefused"},
+    {UrlError::badServerResponse, "badServerResponse", "error.url.badServerResponse"},
+    {UrlError::fileDoesNotExist, "fileDoesNotExist", "error.url.fileDoesNotExist"},
+    {UrlError::fileNotReadable, "fileNotReadable", "error.url.fileNotReadable"},
+    {UrlError::answerTooLarge, "answerTooLarge", "error.url.answerTooLarge"},
+    {UrlError::secureConnectionFailed, "secureConnectionFailed", "error.url.tls"},
+    {UrlError::certificateOutOfDate, "certificateOutOfDate", "error.url.certificateTime"},
+    {UrlError::certificateUntrusted, "certificateUntrusted", "error.url.certificateUntrusted"},
+    {UrlError::certificateOfUnknownAuthority, "certificateOfUnknownAuthority", "error.url.certificateUntrusted"},
+    {UrlError::certificateNotYetValid, "certificateNotYetValid", "error.url.certificateTime"},
+};
+
+const UrlErrorRow* urlErrorRow(int code) {
+  for (const UrlErrorRow& entry : urlErrorRows)
+    if (entry.code == code) return &entry;
+  return nullptr;
 }
 
 QString describe(const UrlError& error) {
-  return error.description.isEmpty() ? localizedText(messageKeyOfUrlCode(error.code), error.code) : error.description;
+  if (!error.description.isEmpty()) return error.description;
+  const UrlErrorRow* const known = urlErrorRow(error.code);
+  return localizedText(known ? known->messageKey : "error.url.other", error.code);
 }
 
 QString describe(const HostedCloudError& error) {
@@ -340,6 +351,13 @@ bool isNetworkFailure(const AnyError& error) {
     return hosted->kind == HostedCloudError::Kind::networkFailure;
   const auto* url = std::get_if<UrlError>(&error);
   return url != nullptr && url->code != UrlError::timedOut && isRetryableUrlCode(url->code);
+}
+
+UrlError urlError(UrlError::Code code, const QString& subject, const QString& detail) {
+  const UrlErrorRow* const known = urlErrorRow(code);
+  if (!known) return {code, {}, detail};
+  const QString sentence = subject.isEmpty() ? QString() : localizedText(known->messageKey, subject, detail);
+  return {code, QString::fromLatin1(known->name), sentence};
 }
 
 ErrorClassification classify(const TranscriptionError& error) {

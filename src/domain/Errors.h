@@ -139,14 +139,28 @@ struct UrlError {
     cannotConnectToHost = -1004,
     networkConnectionLost = -1005,
     dnsLookupFailed = -1006,
+    tooManyRedirects = -1007,
     notConnectedToInternet = -1009,
-    badServerResponse = -1011
+    redirectRefused = -1010,
+    badServerResponse = -1011,
+    fileDoesNotExist = -1100,
+    fileNotReadable = -1102,
+    answerTooLarge = -1103,
+    secureConnectionFailed = -1200,
+    certificateOutOfDate = -1201,
+    certificateUntrusted = -1202,  // also one for another host
+    certificateOfUnknownAuthority = -1203,
+    certificateNotYetValid = -1204
   };
   int code = 0;
   QString codeName;     // "timedOut", ...; empty for a code without a name
-  QString description;  // a clear sentence
+  QString description;  // a clear sentence; empty where the code's own says it all
   bool operator==(const UrlError&) const = default;
 };
+
+// The error of a code with its name; where the code's sentence has room for a subject (the host, the file) and a
+// detail, they are written into it.
+UrlError urlError(UrlError::Code code, const QString& subject = {}, const QString& detail = {});
 
 // The hosted service's own error.
 struct HostedCloudError {

@@ -1,23 +1,11 @@
 #pragma once
 #include <functional>
-#include <optional>
 #include <vector>
 
-#include "base/async/Async.h"
 #include "ports/HttpDownloader.h"
+#include "support/FakeHttpStream.h"
 
 namespace quillmere {
-
-// What the fake answers to one request.
-struct FakeHttpAnswer {
-  int statusCode = 200;
-  QList<HttpHeader> headers;
-  QByteArray body;
-  std::optional<UrlError> openError;     // instead of a response
-  std::optional<qsizetype> breaksAfter;  // bytes of the body that arrive before the connection is lost
-  qsizetype pieceBytes = 64 * 1024;
-  Duration pieceDelay{0};  // virtual time in front of each piece
-};
 
 // A web without sockets: a function answers, the requests are kept. Works in virtual time.
 class FakeHttpDownloader final : public HttpDownloader {
@@ -62,45 +50,9 @@ class FakeHttpDownloader final : public HttpDownloader {
     FakeHttpAnswer made = answer(request);
     co_await yieldNow();
     if (made.openError) co_return Failed{*made.openError};
-    std::unique_ptr<HttpDownload> body = std::make_unique<Body>(std::move(made), request.url, openBodies);
+    std::unique_ptr<HttpDownload> body = std::make_unique<FakeHttpStream>(std::move(made), request.url, openBodies);
     co_return body;
   }
-
- private:
-  class Body final : public HttpDownload {
-   public:
-    Body(FakeHttpAnswer answer, const QUrl& url, int& openBodies)
-        : answer_(std::move(answer)), openBodies_(openBodies) {
-      head_ = {answer_.statusCode, url, answer_.headers};
-      ++openBodies_;
-    }
-    ~Body() override { --openBodies_; }
-    const HttpResponseHead& head() const override { return head_; }
-    Task<Result<QByteArray, UrlError>> read() override {
-      if (answer_.pieceDelay > Duration::zero())
-        co_await sleepFor(answer_.pieceDelay);
-      else
-        co_await yieldNow();
-      const qsizetype end =
-          answer_.breaksAfter ? std::min(*answer_.breaksAfter, answer_.body.size()) : answer_.body.size();
-      if (position_ < end) {
-        const QByteArray piece = answer_.body.mid(position_, std::min(answer_.pieceBytes, end - position_));
-        position_ += piece.size();
-        co_return piece;
-      }
-      if (answer_.breaksAfter) {
-        const UrlError lost{UrlError::networkConnectionLost, QStringLiteral("networkConnectionLost"), {}};
-        co_return Failed{lost};
-      }
-      co_return QByteArray();
-    }
-
-   private:
-    FakeHttpAnswer answer_;
-    HttpResponseHead head_;
-    qsizetype position_ = 0;
-    int& openBodies_;
-  };
 };
 
 }  // namespace quillmere

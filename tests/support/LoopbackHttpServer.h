@@ -1,8 +1,11 @@
 #pragma once
 #include <QHostAddress>
-#include <QTcpServer>
+#include <QSslConfiguration>
+#include <QSslServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <functional>
+#include <map>
 #include <vector>
 
 namespace quillmere {
@@ -11,18 +14,25 @@ namespace quillmere {
 class LoopbackHttpServer {
  public:
   struct Reply {
-    QByteArray bytes;         // head and body as they go over the wire
-    bool isOpenLeft = false;  // don't close behind it: a server that falls silent
+    QByteArray bytes;           // head and body as they go over the wire
+    bool isOpenLeft = false;    // don't close afterwards: a server that falls silent
+    QByteArrayList later = {};  // more, each after a pause
+    std::chrono::milliseconds pause{0};
   };
   using Handler = std::function<Reply(const QByteArray& request)>;
 
-  explicit LoopbackHttpServer(Handler handler) : handler_(std::move(handler)) {
+  // Speaks TLS where a configuration with a certificate is given.
+  explicit LoopbackHttpServer(Handler handler, const std::optional<QSslConfiguration>& tls = {})
+      : handler_(std::move(handler)), owned_(tls ? std::make_unique<QSslServer>() : std::make_unique<QTcpServer>()) {
+    if (tls) static_cast<QSslServer&>(server_).setSslConfiguration(*tls);
     if (!server_.listen(QHostAddress::LocalHost)) qFatal("no loopback socket");
-    QObject::connect(&server_, &QTcpServer::newConnection, &server_, [this] {
+    QObject::connect(&server_, &QTcpServer::pendingConnectionAvailable, &server_, [this] {
       while (QTcpSocket* socket = server_.nextPendingConnection()) {
         ++openConnections;
+        ++connections;
         QObject::connect(socket, &QTcpSocket::disconnected, &server_, [this, socket] {
           --openConnections;
+          received_.erase(socket);
           socket->deleteLater();
         });
         QObject::connect(socket, &QTcpSocket::readyRead, &server_, [this, socket] { read(socket); });
@@ -37,6 +47,8 @@ class LoopbackHttpServer {
 
   std::vector<QByteArray> requests;  // each as it came, with its empty line
   int openConnections = 0;
+  int connections = 0;            // ever
+  bool isAnsweringEarly = false;  // at the head of a request, without its body
 
   // A whole response. The length is announced unless the head names one or an encoding of its own.
   static QByteArray response(const QByteArray& status, const QByteArray& headers, const QByteArray& body) {
@@ -58,19 +70,34 @@ class LoopbackHttpServer {
 
  private:
   void read(QTcpSocket* socket) {
-    const QByteArray request = socket->property("request").toByteArray() + socket->readAll();
-    socket->setProperty("request", request);
-    const bool isTlsGreeting = request.startsWith('\x16');
-    if (!request.contains("\r\n\r\n") && !isTlsGreeting) return;
-    socket->setProperty("request", QByteArray());
-    requests.push_back(request);
-    const Reply reply = handler_(request);
+    QByteArray& received = received_[socket];
+    received += socket->readAll();
+    const qsizetype head = received.indexOf("\r\n\r\n");
+    const bool isTlsGreeting = received.startsWith('\x16');
+    if (head < 0 && !isTlsGreeting) return;
+    const qint64 body = head < 0 || isAnsweringEarly ? 0 : header(received.left(head), "Content-Length").toLongLong();
+    if (received.size() < head + 4 + body) return;
+    requests.push_back(std::exchange(received, {}));
+    const Reply reply = handler_(requests.back());
     socket->write(reply.bytes);
-    if (!reply.isOpenLeft) socket->disconnectFromHost();
+    send(socket, reply.later, reply);
+  }
+
+  void send(QTcpSocket* socket, QByteArrayList pieces, const Reply& reply) {
+    if (pieces.isEmpty()) {
+      if (!reply.isOpenLeft) socket->disconnectFromHost();
+      return;
+    }
+    QTimer::singleShot(reply.pause, socket, [this, socket, pieces, reply]() mutable {
+      socket->write(pieces.takeFirst());
+      send(socket, pieces, reply);
+    });
   }
 
   Handler handler_;
-  QTcpServer server_;
+  std::map<QTcpSocket*, QByteArray> received_;
+  std::unique_ptr<QTcpServer> owned_;
+  QTcpServer& server_ = *owned_;
 };
 
 }  // namespace quillmere

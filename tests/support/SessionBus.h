@@ -1,6 +1,7 @@
 #pragma once
 #include <QProcess>
 #include <QString>
+#include <QTemporaryDir>
 
 namespace quillmere {
 
@@ -19,6 +20,7 @@ class SessionBus {
  private:
   void stop();
 
+  QTemporaryDir folder_;
   QProcess daemon_;
   QString address_;
 };

@@ -35,7 +35,9 @@ _HEADERS = [
     (r"^(?:QtDBus/)?QDBus|^QtDBus", ("src/platform/", "src/app/", "tests/platform/", "tests/contract/", "tests/app/", "tests/e2e/")),
     (r"^(?:QtNetwork/)?Q(?:Network(?!Interface)|Ssl|Tcp|Local(?:Socket|Server)|WebSocket|Http)\w*", ("src/platform/", "src/app/", "tests/")),
     (r"^QtWidgets|^QtQuick|^QtQml|^QtGui|^QGuiApplication|^QClipboard", ("src/platform/", "src/app/", "tests/platform/", "tests/app/", "tests/desktop/", "tests/e2e/")),
-    (r"^libsecret/|^libudev\.h|^libevdev/|^gio/|^glib", ("src/platform/linux/", "src/platform/atspi/", "tests/platform/")),
+    (r"^libudev\.h|^libevdev/", ("src/platform/linux/", "tests/platform/")),
+    (r"^libsecret/|^gio/|^glib", ("src/platform/secretservice/", "tests/platform/")),
+    (r"^curl/", ("src/platform/curl/", "tests/platform/")),
 ]
 _CLOCK_RULES = [(re.compile(pattern), message) for pattern, message in _CLOCKS]
 _SINGLETON_RULES = [(re.compile(pattern), message) for pattern, message in _SINGLETON]
