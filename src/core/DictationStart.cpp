@@ -8,6 +8,7 @@
 #include "core/AppState.h"
 #include "core/Dictation.h"
 #include "core/RecordingStartSnapshot.h"
+#include "delivery/AutoPasteHandler.h"
 #include "ports/ErrorReporting.h"
 #include "projects/SpokenFileTags.h"
 #include "providers/ModeReadiness.h"
