@@ -114,13 +114,12 @@ class KilledApplication : public testing::TestWithParam<KillCase> {};
 
 TEST_P(KilledApplication, GivesTheRecordingBackAtTheNextStart) {
   Application application;
-  QString reason;
   const QByteArray display = qgetenv("DISPLAY");
-  const auto otherDisplay = GetParam().isByDisplay ? XvfbServer::start(reason) : nullptr;
+  const auto otherDisplay = GetParam().isByDisplay ? std::make_unique<XvfbServer>() : nullptr;
   if (otherDisplay) qputenv("DISPLAY", otherDisplay->displayName().toLatin1());
   const bool isStarted = application.start();
   qputenv("DISPLAY", display);
-  ASSERT_TRUE(isStarted && reason.isEmpty()) << reason.toStdString();
+  ASSERT_TRUE(isStarted);
   application.toggle();
   ASSERT_TRUE(application.waitForState("recording"));
   Microphone microphone;

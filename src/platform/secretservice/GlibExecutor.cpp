@@ -30,6 +30,10 @@ GlibExecutor::~GlibExecutor() {
   g_main_context_unref(context_);  // drops what was posted
 }
 
+bool GlibExecutor::isCurrent() const {
+  return g_main_context_is_owner(context_) != FALSE;
+}
+
 void GlibExecutor::stop(std::function<void()> last, const std::function<bool()>& isBusy) {
   post([this, last = std::move(last), isBusy] {
     last();

@@ -30,6 +30,7 @@ class GlibExecutor final : public Executor {
   TimePoint now() const override { return std::chrono::steady_clock::now(); }
   TimerId startTimer(Duration delay, std::function<void()> function) override;
   void cancelTimer(TimerId id) override;
+  bool isCurrent() const override;
 
  private:
   bool runOnePosted();
