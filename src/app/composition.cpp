@@ -104,9 +104,10 @@ void buildPipeline(Services& s, const ServiceOptions& options) {
       s.logging);
   s.retryHandler = std::make_unique<TranscriptionRetryController>(*s.persistence, *s.road, s.logging);
   s.noNotices = std::make_unique<NoNotices>();
-  AppState::Dependencies state{*s.executor,    *s.defaults, *s.settings,
-                               *s.persistence, *s.network,  options.notices != nullptr ? *options.notices : *s.noNotices,
-                               options.showModeChange};
+  AppState::Dependencies state{
+      *s.executor,           *s.defaults, *s.settings,
+      *s.persistence,        *s.network,  options.notices != nullptr ? *options.notices : *s.noNotices,
+      options.showModeChange};
   s.appState = std::make_unique<AppState>(std::move(state), s.logging);
 
   FileTranscriptionFlow::Dependencies flow{*s.executor,           *s.clock, *s.fileWorkers, *s.persistence, *s.settings,

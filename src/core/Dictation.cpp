@@ -4,12 +4,12 @@
 
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
-#include "transcripts/TranscriptRow.h"
 #include "delivery/AutoPasteHandler.h"
 #include "ports/ErrorReporting.h"
 #include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 

@@ -126,7 +126,7 @@ class Dictation final {
   std::optional<RunningApplication> target_;  // where the user was at the press
   std::optional<ApplicationContext> context_;
   std::optional<QString> selectedText_;
-  std::shared_ptr<TypingWatch> typing_;       // and whether he types elsewhere since
+  std::shared_ptr<TypingWatch> typing_;  // and whether he types elsewhere since
   std::shared_ptr<ClipboardLoan> clipboard_;
   std::optional<Ending> ending_;
   Completion<> endAsked_;

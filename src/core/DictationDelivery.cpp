@@ -6,7 +6,6 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "core/Dictation.h"
-#include "transcripts/TranscriptRow.h"
 #include "delivery/AutoPasteHandler.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
 #include "projects/SpokenFileTags.h"
@@ -14,6 +13,7 @@
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "transcripts/TranscriptRoad.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 namespace {

@@ -6,13 +6,13 @@
 #include "core/AppState.h"
 #include "core/Dictation.h"
 #include "core/InterruptionNotice.h"
-#include "transcripts/TranscriptRow.h"
 #include "recording/FileWatcher.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "transcripts/TranscriptRoad.h"
+#include "transcripts/TranscriptRow.h"
 
 namespace quillmere {
 namespace {

@@ -1,6 +1,5 @@
 #include "interface/RecordingDialog.h"
 
-
 namespace quillmere {
 namespace {
 

@@ -12,13 +12,12 @@
 
 namespace quillmere {
 
-
 // The state behind the recording pill: follows AppState while the panel is up and carries out what the user chooses.
 // Main thread. Everything it is made with outlives it.
 class RecordingDialog {
  public:
-  RecordingDialog(AppState& appState, CancelOverlay& overlay, Executor& executor,
-                  RecordingDialogIntents intents, const Logging& logging);
+  RecordingDialog(AppState& appState, CancelOverlay& overlay, Executor& executor, RecordingDialogIntents intents,
+                  const Logging& logging);
   ~RecordingDialog();
   RecordingDialog(const RecordingDialog&) = delete;
   RecordingDialog& operator=(const RecordingDialog&) = delete;

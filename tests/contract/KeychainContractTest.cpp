@@ -52,9 +52,7 @@ struct RealDesk {
     end();
     if (user) QDBusConnection::disconnectFromBus(user->name());
   }
-  static bool isAvailable() {
-    return !QStandardPaths::findExecutable("gnome-keyring-daemon").isEmpty();
-  }
+  static bool isAvailable() { return !QStandardPaths::findExecutable("gnome-keyring-daemon").isEmpty(); }
   bool start() {
     // GLib keeps one connection to it.
     static SessionBus* const bus = new SessionBus;

@@ -22,8 +22,8 @@ struct LaunchFixture : RecordingManagerFixture {
     hotkeys = std::make_unique<GlobalHotkeys>(std::move(keysUse), logging);
   }
   void launch() {
-    ApplicationLaunch::Services use{executor,     appState, *manager,      recovery,     preparation, settings,
-                                    *persistence, *hotkeys, &shortcutKeys, &musicBlocker};
+    ApplicationLaunch::Services use{executor, appState,     *manager, recovery,      preparation,
+                                    settings, *persistence, *hotkeys, &shortcutKeys, &musicBlocker};
     use.windows.onOrderOutWindow = [this] { windows << "ordered out"; };
     use.windows.onShowOnboarding = [this] { windows << "onboarding"; };
     use.windows.onReady = [this](Duration time) { readyAfter = time; };

@@ -54,7 +54,8 @@ TEST(AudioRecordingManagerTest, NoHoldOutlivesItsRecording) {
   }
 }
 
-// What has nothing to do with push-to-talk must not make the key that is held deaf; another mode lets the recording run.
+// What has nothing to do with push-to-talk must not make the key that is held deaf; another mode lets the recording
+// run.
 TEST(AudioRecordingManagerTest, SettingsThatChangeDuringAHold) {
   HeldKey f;
   f.settings.setCurrentMode("Letters");

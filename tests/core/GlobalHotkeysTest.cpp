@@ -19,8 +19,7 @@ struct HotkeysFixture : TriggerFixture {
   int miniToggles = 0;
   bool isMainShown = false;
   GlobalHotkeys hotkeys{{executor, shortcuts, &dictation, &state, &settings, [this] { ++miniToggles; },
-                         [this] { return isMainShown = !isMainShown; },
-                         [this] { dictation.calls << "configure"; }},
+                         [this] { return isMainShown = !isMainShown; }, [this] { dictation.calls << "configure"; }},
                         logging};
   void toggle() {
     press(names::toggleRecordingWithTranscription);

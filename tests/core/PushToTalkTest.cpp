@@ -92,25 +92,16 @@ TEST(PushToTalkTest, WhatEachSignalDoes) {
   constexpr auto custom = PushToTalkMode::custom;
   constexpr auto pedal = PushToTalkMode::usbPedal;
   const Case cases[] = {
-      {control, "down", false, false, "hold"},
-      {control, "down", true, false, ""},
-      {control, "down", false, true, ""},
-      {control, "up", false, true, "release"},
+      {control, "down", false, false, "hold"},      {control, "down", true, false, ""},
+      {control, "down", false, true, ""},           {control, "up", false, true, "release"},
       {control, "up", false, false, "release"},  // the recorder may not run yet
-      {control, "up", true, true, "release"},
-      {control, "interference", false, true, "interference"},
-      {control, "interference", true, true, ""},
-      {custom, "press", false, false, "hold"},
-      {custom, "press", true, false, ""},
-      {custom, "press", false, true, ""},
-      {custom, "release", false, true, "release"},
-      {custom, "release", true, true, "release"},
-      {custom, "release", false, false, "release"},
-      {pedal, "pedalDown", false, false, "hold"},
-      {pedal, "pedalDown", true, false, ""},
-      {pedal, "pedalDown", false, true, ""},
-      {pedal, "pedalUp", false, true, "release"},
-      {pedal, "pedalUp", true, true, "release"},
+      {control, "up", true, true, "release"},       {control, "interference", false, true, "interference"},
+      {control, "interference", true, true, ""},    {custom, "press", false, false, "hold"},
+      {custom, "press", true, false, ""},           {custom, "press", false, true, ""},
+      {custom, "release", false, true, "release"},  {custom, "release", true, true, "release"},
+      {custom, "release", false, false, "release"}, {pedal, "pedalDown", false, false, "hold"},
+      {pedal, "pedalDown", true, false, ""},        {pedal, "pedalDown", false, true, ""},
+      {pedal, "pedalUp", false, true, "release"},   {pedal, "pedalUp", true, true, "release"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.signal) + (c.isHeld ? ", held" : "") + (c.isRecording ? ", recording" : ""));

@@ -155,7 +155,9 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
   PowerActivityManager power{powerActivity, logging};
   AccessibilityPermission accessibilityPermission{accessibility, executor, {}, logging};
   AutoPasteHandler autoPaste{
-      {pasteboard, keySynthesizer, workspace, accessibility, accessibilityPermission, &settings, executor}, {}, logging};
+      {pasteboard, keySynthesizer, workspace, accessibility, accessibilityPermission, &settings, executor},
+      {},
+      logging};
   ElectronAppDetector electron{logging};
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};
   SelectedTextReader reader{workspace, accessibility, pasteboard, logging};

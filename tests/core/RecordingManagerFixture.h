@@ -11,8 +11,8 @@ namespace quillmere {
 // The flow with the keys that drive it.
 struct RecordingManagerFixture : RecordingFlowFixture {
   AudioRecordingManager::Parts parts() {
-    return {executor,  defaults,        settings,   deviceManager,          permission, recorder,
-            lifecycle, modifierMonitor, pushToTalk, accessibilityPermission};
+    return {executor, defaults,  settings,        deviceManager, permission,
+            recorder, lifecycle, modifierMonitor, pushToTalk,    accessibilityPermission};
   }
   PushToTalk::Services triggers() {
     PushToTalk::Services use{executor, *flow, modifierMonitor};

@@ -23,8 +23,14 @@ class ScriptedRoad final : public TranscriptRoad {
     TranscriptOutcome outcome;
     outcome.row = job.row;
     outcome.error = error;
+    job.row->status = QStringLiteral("processing");
+    store.save();
     co_await sleepFor(1s);
-    if (isCancelled) throw Cancelled{};
+    if (isCancelled) {
+      job.row->status = QStringLiteral("failed");
+      store.save();
+      throw Cancelled{};
+    }
     job.row->status = error ? QStringLiteral("failed") : QStringLiteral("completed");
     job.row->text = error ? QStringLiteral("no") : QStringLiteral("at last");
     store.save();

@@ -29,21 +29,21 @@ void buildRecording(DictationParts& p, Services& base, SoundPorts& sound) {
   RecordingEnvironment::Dependencies environment{*base.executor,  *sound.devices, *sound.outputVolume,
                                                  *p.audioSession, audio,          *sound.processLocks};
   p.environment = std::make_unique<RecordingEnvironment>(environment, logging);
-  RecordingFinisher::Dependencies finisher{*base.audioFileConverter, *base.mediaReaders, *p.sessions,
-                                           *base.persistence, reporting};
+  RecordingFinisher::Dependencies finisher{*base.audioFileConverter, *base.mediaReaders, *p.sessions, *base.persistence,
+                                           reporting};
   finisher.keepsLargeWav = [&base] {
     const ModePtr mode = base.persistence->fetchMode(base.appState->data().selectedModeId);
     return mode && providerTypeOfModel(mode->model.value_or(QString())) == ProviderType::local;
   };
   p.finisher = std::make_unique<RecordingFinisher>(std::move(finisher), logging);
-  RecordingLifecycle::Dependencies lifecycle{*base.executor, *base.clock,    *p.recorder,    *p.devices, *p.sessions,
+  RecordingLifecycle::Dependencies lifecycle{*base.executor, *base.clock, *p.recorder,    *p.devices, *p.sessions,
                                              *p.environment, *p.finisher, *base.settings, reporting};
   p.lifecycle = std::make_unique<RecordingLifecycle>(lifecycle, logging);
   p.fileWatcher = std::make_unique<FileWatcher>(*sound.fileEvents, reporting, logging);
   p.power = std::make_unique<PowerActivityManager>(*sound.powerActivity, logging);
-  CrashRecoveryManager::Dependencies recovery{
-      *base.persistence,  *p.sessions, *sound.processLocks, *base.audioFileConverter,
-      *base.mediaReaders, *base.clock, base.paths.standard, reporting};
+  CrashRecoveryManager::Dependencies recovery{*base.persistence,        *p.sessions,        *sound.processLocks,
+                                              *base.audioFileConverter, *base.mediaReaders, *base.clock,
+                                              base.paths.standard,      reporting};
   p.recovery = std::make_unique<CrashRecoveryManager>(recovery, logging);
 }
 
@@ -61,23 +61,22 @@ void buildDelivery(DictationParts& p, Services& base, DisplayPorts& display, con
     monitor.setSuspended(isSuspended);
   };
   pasteHooks.showAlert = hooks.showAccessibilityAlert;
-  const AutoPasteServices services{*display.pasteboard,        *display.keySynthesizer,   *display.workspace,
-                                   *display.accessibility,     *p.accessibilityPermission, base.settings.get(),
+  const AutoPasteServices services{*display.pasteboard,    *display.keySynthesizer,    *display.workspace,
+                                   *display.accessibility, *p.accessibilityPermission, base.settings.get(),
                                    *base.executor};
   p.autoPaste = std::make_unique<AutoPasteHandler>(services, std::move(pasteHooks), logging);
-  p.contextGatherer = std::make_unique<ApplicationContextGatherer>(*display.workspace, *display.accessibility,
-                                                                   *p.electronDetector);
-  p.selectedTextReader = std::make_unique<SelectedTextReader>(*display.workspace, *display.accessibility,
-                                                              *display.pasteboard, logging);
+  p.contextGatherer =
+      std::make_unique<ApplicationContextGatherer>(*display.workspace, *display.accessibility, *p.electronDetector);
+  p.selectedTextReader =
+      std::make_unique<SelectedTextReader>(*display.workspace, *display.accessibility, *display.pasteboard, logging);
   p.selectedText = std::make_unique<SelectedTextService>(*display.accessibility, *p.selectedTextReader, logging);
 }
 
 void buildFlow(DictationParts& p, Services& base, DisplayPorts& display, const DictationHooks& hooks) {
-  DictationServices flow{*base.executor,  *base.appState,     *p.lifecycle,       *p.sessions,
-                         *p.devices,      *p.permission,      *p.power,           *p.fileWatcher,
-                         *p.autoPaste,    *p.contextGatherer, *p.selectedText,    *base.persistence,
-                         *base.settings,  *display.workspace, *base.road,         *base.router,
-                         *display.shortcuts, *base.appLogger};
+  DictationServices flow{*base.executor,  *base.appState,     *p.lifecycle,   *p.sessions,        *p.devices,
+                         *p.permission,   *p.power,           *p.fileWatcher, *p.autoPaste,       *p.contextGatherer,
+                         *p.selectedText, *base.persistence,  *base.settings, *display.workspace, *base.road,
+                         *base.router,    *display.shortcuts, *base.appLogger};
   flow.recoverRecordingsFolder = hooks.recoverRecordingsFolder;
   p.flow = std::make_unique<RecordingTranscriptionFlow>(std::move(flow), base.logging);
 
@@ -89,8 +88,9 @@ void buildFlow(DictationParts& p, Services& base, DisplayPorts& display, const D
   pushToTalk.isTrustedForAccessibility = [&permission = *p.accessibilityPermission] { return permission.isTrusted(); };
   pushToTalk.watchForAccessibility = [&permission = *p.accessibilityPermission] { permission.startPolling(); };
   p.pushToTalk = std::make_unique<PushToTalk>(std::move(pushToTalk), base.logging);
-  const AudioRecordingManager::Parts manager{*base.executor, *base.defaults, *base.settings,     *p.devices,    *p.permission,
-                                             *p.recorder,    *p.lifecycle,   *p.modifierMonitor, *p.pushToTalk, *p.accessibilityPermission};
+  const AudioRecordingManager::Parts manager{
+      *base.executor, *base.defaults, *base.settings,     *p.devices,    *p.permission,
+      *p.recorder,    *p.lifecycle,   *p.modifierMonitor, *p.pushToTalk, *p.accessibilityPermission};
   p.manager = std::make_unique<AudioRecordingManager>(manager, base.logging);
 }
 
@@ -102,8 +102,8 @@ std::unique_ptr<DictationParts> makeDictationParts(Services& base, SoundPorts& s
                                                    const DictationHooks& hooks) {
   auto parts = std::make_unique<DictationParts>();
   buildRecording(*parts, base, sound);
-  parts->modifierMonitor = std::make_unique<BareModifierKeyMonitor>(*display.keyEvents, *base.executor,
-                                                                    base.appLogger.get(), base.logging);
+  parts->modifierMonitor =
+      std::make_unique<BareModifierKeyMonitor>(*display.keyEvents, *base.executor, base.appLogger.get(), base.logging);
   buildDelivery(*parts, base, display, hooks);
   buildFlow(*parts, base, display, hooks);
   return parts;

@@ -140,7 +140,8 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   context.onInterrupt = nullptr;
   context.terminal.clearStatus();
   recording.stoppedAt = executor.now();
-  auto stopped = co_await lifecycle.stopRecording(isCancelled ? StopIntent::discard : StopIntent::keep);
+  const StopIntent intent = isCancelled ? StopIntent::discard : StopIntent::keep;
+  auto stopped = co_await lifecycle.stopRecording(intent);
   lifecycle.setOnInterrupted({});
   context.onEnd = nullptr;
   if (isCancelled) {
@@ -267,8 +268,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   DictationTimings& timings = recording.timings;
   timings.trimming = outcome.trimming;
   timings.stopToDecoding = outcome.decodingBegan - recording.stoppedAt;
-  if (!outcome.result)
-    co_return fail(context, {localizedDescription(*outcome.error), exitCodeFor(*outcome.error)});
+  if (!outcome.result) co_return fail(context, {localizedDescription(*outcome.error), exitCodeFor(*outcome.error)});
   timings.decoding = outcome.decoding;
   timings.postProcessing = outcome.rewriting;
   const TranscriptionResult& result = *outcome.result;

@@ -16,11 +16,17 @@ Task<void> tell(Task<Answer<T>> task, Executor& main, Completion<Answer<T>> told
 
 }  // namespace
 
-SecretServiceKeychain::SecretServiceKeychain() : caller_(std::make_unique<SecretServiceCaller>(executor_)) {}
+SecretServiceKeychain::SecretServiceKeychain() {
+  executor_.post([this] { caller_ = std::make_unique<SecretServiceCaller>(executor_); });
+}
 
 SecretServiceKeychain::~SecretServiceKeychain() {
-  const std::shared_ptr<int> calls = caller_->calls();
-  executor_.stop([this] { caller_.reset(); }, [calls] { return *calls > 0; });
+  std::shared_ptr<int> calls;
+  const auto end = [&] {
+    calls = caller_->calls();
+    caller_.reset();
+  };
+  executor_.stop(end, [&] { return *calls > 0; });
 }
 
 template <typename T>
@@ -29,13 +35,10 @@ Task<Answer<T>> SecretServiceKeychain::ask(Make<T> make, KeychainAccess access) 
   Completion<Answer<T>> told;
   const std::shared_ptr<KeychainPrompt> prompt(new KeychainPrompt{access.mayPrompt});
   const quint64 number = ++lastNumber_;
-  SecretServiceCaller* const caller = caller_.get();
-  executor_.post([caller, make = std::move(make), main, told, prompt, number] {
-    caller->begin(number, tell(make(*caller, prompt), *main, told));
+  executor_.post([this, make = std::move(make), main, told, prompt, number] {
+    caller_->begin(number, tell(make(*caller_, prompt), *main, told));
   });
-  const std::function<void()> giveUp = [this, caller, number] {
-    executor_.post([caller, number] { caller->cancel(number); });
-  };
+  const std::function<void()> giveUp = [this, number] { executor_.post([this, number] { caller_->cancel(number); }); };
   auto answer = co_await withTimeout(access.limit, told.wait(giveUp));
   if (answer) co_return std::move(*answer);
   co_return Failed{keychainError(prompt->isOpen ? KeychainError::Kind::locked : KeychainError::Kind::timedOut)};
