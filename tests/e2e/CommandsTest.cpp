@@ -60,10 +60,12 @@ TEST(DictateTest, EndsWithEnterAndWithSilence) {
     EXPECT_TRUE(wordsOf(QString::fromUtf8(process.readAllStandardOutput())).contains("americans"));
   }
   EXPECT_TRUE(Application::history().isEmpty());
-  EXPECT_EQ(recordings(), QStringList());
+  const auto discarded = QJsonDocument::fromJson(Application::command({"history", "--discarded", "--json"}).out);
+  EXPECT_EQ(discarded["status"].toString(), "discarded");
+  EXPECT_EQ(recordings().size(), 1);
 }
 
-TEST(DictateTest, AnInterruptThrowsTheRecordingAway) {
+TEST(DictateTest, AnInterruptPutsTheRecordingAmongTheDiscarded) {
   const Application home;
   QProcess process;
   process.start(program(), {"dictate", "-q"});
