@@ -59,7 +59,7 @@ bool TranscriptionModelManager::isDownloaded(const QString& modelName) const {
   return services_.localProvider != nullptr && services_.localProvider->isDownloaded(modelName);
 }
 
-void TranscriptionModelManager::tellState(TranscriptionState state) const {
+void TranscriptionModelManager::tellState(const TranscriptionState& state) const {
   if (onStateChange_) onStateChange_(state);
 }
 

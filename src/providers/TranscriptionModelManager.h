@@ -49,7 +49,7 @@ class TranscriptionModelManager {
   Task<LoadOutcome> loadQuietly(QString modelName);
   Task<void> switchModel(QString modelName, ModePtr mode);
   bool isDownloaded(const QString& modelName) const;
-  void tellState(TranscriptionState state) const;
+  void tellState(const TranscriptionState& state) const;
 
   TranscriptionModelServices services_;
   PersistenceController& persistence_;

@@ -12,7 +12,7 @@ class Store;
 class UsageStore {
  public:
   // `calendar` decides where a day begins.
-  UsageStore(Store& store, QTimeZone calendar) : store_(store), calendar_(std::move(calendar)) {}
+  UsageStore(Store& store, const QTimeZone& calendar) : store_(store), calendar_(calendar) {}
 
   std::shared_ptr<UsageTracking> getOrCreateUsageTracking();
   // Counted within a moment where another process writes just now, so that neither loses what the other counts.

@@ -209,7 +209,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   Executor& executor = co_await currentExecutor();
   const auto chosen = chooseMode(context, {options.mode, options.model, options.language}, nullptr);
   if (!chosen) co_return fail(context, chosen.error());
-  const ModePtr mode = *chosen;
+  const ModePtr& mode = *chosen;
   if (const auto problem = whyModeCannotRun(services, *mode)) co_return fail(context, *problem);
   prepareRecordingsFolder(services.settings->storage());
 

@@ -39,9 +39,9 @@ class CurlStream final : public HttpStream {
       });
     };
     CurlTransfer::Events events;
-    events.head = [told](HttpResponseHead head) { told([head](Mailbox& box) { box.head = head; }); };
-    events.piece = [told](QByteArray piece) { told([piece](Mailbox& box) { box.pieces += piece; }); };
-    events.ended = [told](std::optional<UrlError> error) {
+    events.head = [told](const HttpResponseHead& head) { told([head](Mailbox& box) { box.head = head; }); };
+    events.piece = [told](const QByteArray& piece) { told([piece](Mailbox& box) { box.pieces += piece; }); };
+    events.ended = [told](const std::optional<UrlError>& error) {
       told([error](Mailbox& box) {
         box.isOver = true;
         box.error = error;
