@@ -169,7 +169,7 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
 
   const auto found = findMode(context, argumentText(options.name));
   if (!found) co_return fail(context, found.error());
-  const ModePtr mode = *found;
+  const ModePtr& mode = *found;
   switch (options.action) {
     case Action::show:
       options.isJson ? (void)context.terminal.json(modeJson(*mode, isSelected(context, *mode)))

@@ -147,7 +147,7 @@ Task<Result<InputFile, CommandFailure>> openInput(CommandContext& context, std::
 Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
   const auto chosen = chooseMode(context, {options.mode, options.model, options.language}, nullptr);
   if (!chosen) co_return fail(context, chosen.error());
-  const ModePtr mode = *chosen;
+  const ModePtr& mode = *chosen;
   if (const auto problem = whyModeCannotRun(context.services, *mode)) co_return fail(context, *problem);
   if (!options.isWithoutHistory) {
     StorageSettingsManager& storage = context.services.settings->storage();

@@ -57,8 +57,8 @@ QPainterPath arc(double x, double y, double radius, double start, double sweep) 
 const std::map<QString, Drawing>& drawings() {
   static const std::map<QString, Drawing> all = [] {
     std::map<QString, Drawing> icons;
-    const auto add = [&](const char* name, QPainterPath stroke, QPainterPath fill = {}) {
-      icons[QString::fromLatin1(name)] = {std::move(stroke), std::move(fill)};
+    const auto add = [&](const char* name, const QPainterPath& stroke, const QPainterPath& fill = {}) {
+      icons[QString::fromLatin1(name)] = {stroke, fill};
     };
     add("history", ring(8, 8, 5.8) << lines({{{8, 4.8}, {8, 8.2}, {10.4, 9.6}}}));
     add("modes",

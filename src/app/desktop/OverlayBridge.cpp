@@ -11,7 +11,7 @@ namespace quillmere {
 namespace {
 
 // A copy: the handler may replace itself.
-void call(std::function<void()> handler) {
+void call(std::function<void()> handler) {  // NOLINT(performance-unnecessary-value-param)
   if (handler) handler();
 }
 
