@@ -48,7 +48,7 @@ PlatformError errorFor(CTranslate2Model::Fault fault, const QString& name) {
   return {};
 }
 
-// Keeps the first error; behind one, nothing is written any more.
+// Keeps the first error; after one, nothing is written any more.
 class Conversion {
  public:
   Conversion(QFile& file, CTranslate2Model model, QString name, const CTranslate2Converter::Sink& sink,
@@ -290,9 +290,8 @@ Result<CTranslate2Converter::Outcome, PlatformError> CTranslate2Converter::conve
   Conversion conversion(file, std::move(model).value(), name, sink, progress);
   const bool isEnglishOnly = conversion.isEnglishOnly();
   if (conversion.error()) return Failed{*conversion.error()};
-  const auto words = readVocabulary(directory, isEnglishOnly);
-  if (!words) return Failed{words.error()};
-  return conversion.write(*words);
+  TRY(const auto words, readVocabulary(directory, isEnglishOnly));
+  return conversion.write(words);
 }
 
 }  // namespace quillmere

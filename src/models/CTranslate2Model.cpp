@@ -14,7 +14,7 @@ constexpr quint32 kVersion = 6;
 constexpr int kMaximumNameBytes = 512;
 constexpr quint32 kMaximumTensors = 100000;
 
-// Reads forward and keeps the first fault; behind one, every read gives zeros.
+// Reads forward and keeps the first fault; after one, every read gives zeros.
 class Reader {
  public:
   explicit Reader(QIODevice& device) : device_(device), size_(device.size()) {}

@@ -16,6 +16,7 @@
 namespace quillmere {
 namespace {
 
+constexpr qint64 kHashChunkBytes = 4'194'304;
 const QString kHiddenPrefix = QStringLiteral(".import-");
 
 // A living process holds a lock on its hidden file.
@@ -91,12 +92,30 @@ Result<void, PlatformError> HashingFile::moveTo(const QString& destination, bool
   }
   if (code != 0) return Failed{failure(errno)};
   path_.clear();
-  const int folder = ::open(QFile::encodeName(folder_).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder >= 0) {
-    ::fsync(folder);
-    ::close(folder);
-  }
+  syncFolder(folder_);
   return {};
+}
+
+Result<QString, PlatformError> HashingFile::sha256Of(const QString& path, const std::atomic<bool>& stop) {
+  QFile file(path);
+  QCryptographicHash hash(QCryptographicHash::Sha256);
+  const auto failure = [&file] { return PlatformError{QStringLiteral("filesystem"), EIO, file.errorString()}; };
+  if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) return Failed{failure()};
+  QByteArray chunk(kHashChunkBytes, Qt::Uninitialized);
+  for (;;) {
+    const qint64 count = stop.load() ? 0 : file.read(chunk.data(), chunk.size());
+    if (count < 0) return Failed{failure()};
+    if (count == 0) break;
+    hash.addData(QByteArrayView(chunk.constData(), count));
+  }
+  return QString::fromLatin1(hash.result().toHex());
+}
+
+void HashingFile::syncFolder(const QString& path) {
+  const int folder = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  (void)::fsync(folder);
+  ::close(folder);
 }
 
 }  // namespace quillmere

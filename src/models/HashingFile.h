@@ -2,6 +2,7 @@
 #include <QByteArray>
 #include <QCryptographicHash>
 #include <QString>
+#include <atomic>
 
 #include "base/Result.h"
 #include "domain/Errors.h"
@@ -29,6 +30,12 @@ class HashingFile {
   // Forces the bytes to the disk and gives the file its name, atomically. An existing file is replaced, or, with
   // `mustBeNew`, left alone: the error's code is then EEXIST.
   Result<void, PlatformError> moveTo(const QString& destination, bool mustBeNew);
+
+  // Lower-case hexadecimal, of any file, read in pieces of 4,194,304 bytes. A set `stop` ends it early (the result is
+  // then of no meaning).
+  static Result<QString, PlatformError> sha256Of(const QString& path, const std::atomic<bool>& stop);
+  // New names in the folder survive a power failure from here on. A file system without this notion is no failure.
+  static void syncFolder(const QString& path);
 
  private:
   PlatformError failure(int number) const;

@@ -62,22 +62,9 @@ Result<void, PlatformError> copyFile(const Request& request, HashingFile& target
 
 Result<void, PlatformError> convertFolder(const Request& request, HashingFile& target, const StopFlag& stop) {
   const auto sink = [&](const char* data, qint64 bytes) { return !stop.isSet() && target.write(data, bytes); };
-  const auto converted = CTranslate2Converter::convert(request.source, sink, request.progress);
-  if (!converted) return Failed{converted.error()};
+  TRY_OK(CTranslate2Converter::convert(request.source, sink, request.progress));
   if (target.error().code != 0) return Failed{target.error()};
   return {};
-}
-
-std::optional<QString> sha256Of(const QString& path, const StopFlag& stop) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  while (!file.atEnd() && !stop.isSet()) {
-    const QByteArray piece = file.read(kPieceBytes);
-    if (piece.isEmpty()) return std::nullopt;
-    hash.addData(piece);
-  }
-  return QString::fromLatin1(hash.result().toHex());
 }
 
 // A name of the catalogue would hide the catalogue's model, or be hidden by it.
@@ -106,7 +93,7 @@ ImportResult installCustom(const Request& request, HashingFile& target, const St
   const auto moved = target.moveTo(path, true);
   if (moved) return imported;
   if (moved.error().code != EEXIST) return Failed{moved.error()};
-  if (sha256Of(path, stop) == imported.sha256) return imported;
+  if (HashingFile::sha256Of(path, stop.atomic()).valueOr({}) == imported.sha256) return imported;
   return failed(EEXIST, localizedText("models.import.error.nameTaken", name));
 }
 
@@ -115,23 +102,20 @@ ImportResult importNow(const Request& request, const StopFlag& stop) {
   const bool isFolder = source.isDir();
   const QString name = isFolder ? QDir(request.source).dirName() : source.fileName();
   if (!source.exists()) return failed(ENOENT, localizedText("models.file.error.missing", name));
-  if (!isFolder) {
-    if (const auto checked = inspect(request.source, name); !checked) return Failed{checked.error()};
-  }
+  if (!isFolder) TRY_OK(inspect(request.source, name));
 
   HashingFile target(request.modelsDirectory);
-  if (const auto created = target.create(); !created) return Failed{created.error()};
-  const auto filled = isFolder ? convertFolder(request, target, stop) : copyFile(request, target, stop);
-  if (!filled) return Failed{filled.error()};
+  TRY_OK(target.create());
+  TRY_OK(isFolder ? convertFolder(request, target, stop) : copyFile(request, target, stop));
   if (stop.isSet()) return failed(ECANCELED, {});  // nobody sees it: the task throws Cancelled
   // What was written, not what was read: the source may have changed meanwhile.
-  if (const auto checked = inspect(target.path(), name); !checked) return Failed{checked.error()};
+  TRY_OK(inspect(target.path(), name));
 
   const QString sha256 = target.sha256();
   const QString catalogFile = request.checksums.key(sha256);
   if (catalogFile.isEmpty()) return installCustom(request, target, stop);
   const QString path = request.modelsDirectory + QLatin1Char('/') + catalogFile;
-  if (const auto moved = target.moveTo(path, false); !moved) return Failed{moved.error()};
+  TRY_OK(target.moveTo(path, false));
   const auto model = whisperModelForFileName(catalogFile);
   return ImportedModel{model ? rawValue(*model) : catalogFile, path, sha256, true};
 }
@@ -165,8 +149,7 @@ Task<Result<ImportedModel, PlatformError>> ModelImporter::importModel(QString fi
     });
   };
   auto work = [request = std::move(request)](const StopFlag& stop) { return importNow(request, stop); };
-  auto task = offload(pool_, std::move(work));
-  ImportResult result = co_await std::move(task);
+  ImportResult result = co_await offload(pool_, std::move(work));
   if (result) {
     logger_.info("Imported model: %s, SHA-256 %{public}s", result->name, result->sha256);
   } else {

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -13,11 +12,11 @@
 #include <cerrno>
 
 #include "base/text/LocalizedText.h"
+#include "models/HashingFile.h"
 
 namespace quillmere {
 namespace {
 
-constexpr qint64 hashChunkBytes = 4'194'304;
 constexpr qint64 largestRecordBytes = 64 * 1024;
 
 const QString urlKey = QStringLiteral("url");
@@ -156,18 +155,7 @@ Result<void, PlatformError> PartialDownload::sync() {
 }
 
 Result<QString, PlatformError> PartialDownload::sha256(const std::atomic<bool>& stop) const {
-  QFile file(partPath_);
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  const auto failure = [&file] { return PlatformError{QStringLiteral("filesystem"), EIO, file.errorString()}; };
-  if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) return Failed{failure()};
-  QByteArray chunk(hashChunkBytes, Qt::Uninitialized);
-  for (;;) {
-    const qint64 count = stop.load() ? 0 : file.read(chunk.data(), chunk.size());
-    if (count < 0) return Failed{failure()};
-    if (count == 0) break;
-    hash.addData(QByteArrayView(chunk.constData(), count));
-  }
-  return QString::fromLatin1(hash.result().toHex());
+  return HashingFile::sha256Of(partPath_, stop);
 }
 
 Result<void, PlatformError> PartialDownload::moveTo(const QString& destination) {
@@ -178,12 +166,7 @@ Result<void, PlatformError> PartialDownload::moveTo(const QString& destination) 
                           localizedText("models.error.writeFailed", destination, systemMessage(number))};
     return Failed{failure};
   }
-  // The new name survives a power failure from here on. A file system without this notion is no reason to fail.
-  const int folder = ::open(QFile::encodeName(directory_).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder >= 0) {
-    (void)::fsync(folder);
-    ::close(folder);
-  }
+  HashingFile::syncFolder(directory_);
   QFile::remove(recordPath_);
   return {};
 }

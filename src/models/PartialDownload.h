@@ -43,8 +43,7 @@ class PartialDownload {
   Result<void, PlatformError> append(const char* data, qint64 size);
   // Forces the bytes to the disk.
   Result<void, PlatformError> sync();
-  // Lower-case hexadecimal SHA-256 over the whole file, read in pieces of 4,194,304 bytes. A set `stop` ends it early
-  // (the result is then of no meaning).
+  // Of the whole file; see HashingFile::sha256Of().
   Result<QString, PlatformError> sha256(const std::atomic<bool>& stop) const;
   // Puts the file in place of `destination`, atomically, and removes the record.
   Result<void, PlatformError> moveTo(const QString& destination);

@@ -3,16 +3,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStorageInfo>
-#include <array>
 #include <cerrno>
 
 #include "base/async/Async.h"
-#include "base/text/LocalizedText.h"
-#include "models/ContentRange.h"
 #include "models/CustomModelHeader.h"
 #include "models/ModelHub.h"
-#include "models/PartialDownload.h"
 
 namespace quillmere {
 namespace {
@@ -20,25 +15,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration activationInterval = 2s;
-constexpr Duration idleTimeout = 3600s;
-constexpr Duration resourceTimeout = 43'200s;
-constexpr Duration busyPollInterval = 10ms;
-constexpr std::array<Duration, 3> retryDelays{1s, 2s, 4s};
-constexpr qint64 progressThatForgivesFailures = 1 << 20;
-constexpr qint64 copyChunkBytes = 4'194'304;
-constexpr int checksumFailedCode = 1001;
-
-const QString managerDomain = QStringLiteral("WhisperModelManager");
-const QString filesystemDomain = QStringLiteral("filesystem");
-
-QString hiddenUserInfo(const QUrl& url) {
-  return url.toString(QUrl::RemoveUserInfo);
-}
-
-qint64 fileSystemAnswer(const QString& folder) {
-  const QStorageInfo storage(folder);
-  return storage.isValid() && storage.isReady() ? storage.bytesAvailable() : -1;
-}
 
 QStringList namesOf(const std::vector<WhisperCppModel>& models) {
   QStringList names;
@@ -76,75 +52,12 @@ bool isSameFile(const WhisperCppModel& a, const WhisperCppModel& b) {
          a.isEnglishOnly == b.isEnglishOnly;
 }
 
-bool isTransientStatus(int status) {
-  return status == 408 || status == 429 || status == 500 || (status >= 502 && status <= 504);
-}
-
-UrlError badResponse(const QString& description) {
-  return {UrlError::badServerResponse, QStringLiteral("badServerResponse"), description};
-}
-
-UrlError connectionLost() {
-  return {UrlError::networkConnectionLost, QStringLiteral("networkConnectionLost"), {}};
-}
-
-UrlError statusError(int status, const QString& filename, const QString& host) {
-  const QString text = status == 404 || status == 410 ? localizedText("models.error.notOnHub", filename, host)
-                                                      : localizedText("models.error.httpStatus", host, status);
-  return badResponse(text);
-}
-
-bool isCancellation(const AnyError& error) {
-  const auto* url = std::get_if<UrlError>(&error);
-  return url && url->code == UrlError::cancelled;
-}
-
-PartialDownload::Source sourceOf(const HttpResponseHead& head, const QUrl& requested) {
-  PartialDownload::Source source;
-  source.url = hiddenUserInfo(requested);
-  source.etag = head.header("ETag").value_or(QByteArray()).trimmed();
-  source.lastModified = head.header("Last-Modified").value_or(QByteArray()).trimmed();
-  if (const auto length = head.header("Content-Length")) {
-    bool isNumber = false;
-    const qint64 bytes = length->trimmed().toLongLong(&isNumber);
-    if (isNumber && bytes >= 0) source.totalBytes = bytes;
-  }
-  return source;
-}
-
-bool isEncoded(const HttpResponseHead& head) {
-  const QByteArray encoding = head.header("Content-Encoding").value_or(QByteArray()).trimmed().toLower();
-  return !encoding.isEmpty() && encoding != "identity";
+QString shownLocation(const HubLocation& location) {
+  const auto* url = std::get_if<QUrl>(&location);
+  return url ? url->toString(QUrl::RemoveUserInfo) : std::get<QStringList>(location).first();
 }
 
 }  // namespace
-
-// One download over the network: what its attempts share.
-struct WhisperModelManager::Attempt {
-  WhisperCppModel model;
-  QUrl url;
-  std::shared_ptr<PartialDownload> partial;
-  AnyError error = UrlError{};
-};
-
-// A copy from a folder. A copy is never continued, so it leaves nothing behind unless it is complete. Shared with the
-// worker: the last one of the two ends it.
-struct WhisperModelManager::FileCopy {
-  FileCopy(const QString& path, std::shared_ptr<PartialDownload> target) : source(path), partial(std::move(target)) {}
-  ~FileCopy() {
-    if (!isComplete) partial->remove();
-  }
-  QFile source;
-  std::shared_ptr<PartialDownload> partial;
-  QByteArray chunk = QByteArray(copyChunkBytes, Qt::Uninitialized);
-  qint64 chunkBytes = 0;  // read last; negative after a failure
-  bool isComplete = false;
-
-  Result<void, PlatformError> copyChunk() {
-    chunkBytes = source.read(chunk.data(), chunk.size());
-    return chunkBytes > 0 ? partial->append(chunk.constData(), chunkBytes) : Result<void, PlatformError>();
-  }
-};
 
 QMap<QString, QString> WhisperModelManagerConfiguration::catalogChecksums() {
   QMap<QString, QString> sums;
@@ -155,14 +68,11 @@ QMap<QString, QString> WhisperModelManagerConfiguration::catalogChecksums() {
 WhisperModelManager::WhisperModelManager(WhisperModelManagerConfiguration configuration, HttpDownloader& downloader,
                                          Executor& executor, WorkerPool& pool, Logging logging)
     : configuration_(std::move(configuration)),
-      downloader_(downloader),
       executor_(executor),
-      pool_(pool),
       logger_(logging.logger(QStringLiteral("WhisperModelManager"))),
-      scope_(executor) {
+      transfer_(downloader, executor, pool, logger_, configuration_.availableBytes) {
   if (!configuration_.hubBaseUrl) configuration_.hubBaseUrl = [] { return QString::fromLatin1(defaultModelHub); };
   if (!configuration_.modelDisplayNames) configuration_.modelDisplayNames = [] { return QMap<QString, QString>(); };
-  if (!configuration_.availableBytes) configuration_.availableBytes = fileSystemAnswer;
   configuration_.modelsDirectory = QDir::cleanPath(QDir(configuration_.modelsDirectory).absolutePath());
 
   errno = 0;
@@ -182,8 +92,6 @@ WhisperModelManager::WhisperModelManager(WhisperModelManagerConfiguration config
   scanForModels();
   logger_.info("🚀 WhisperModelManager initialized");
 }
-
-WhisperModelManager::~WhisperModelManager() = default;
 
 std::optional<WhisperCppModel> WhisperModelManager::findDownloaded(const QString& name) const {
   for (const auto* models : {&downloadedModels_.get(), &customModels_.get(), &std::as_const(transientModels_)})
@@ -312,282 +220,48 @@ Task<void> WhisperModelManager::download(WhisperCppModel model, bool fresh) {
     co_return;
   }
   errorMessage_.set(std::nullopt);
-  const auto location = locateOnHub(configuration_.hubBaseUrl(), model.filename);
-  const QString from = !location ? configuration_.hubBaseUrl()
-                       : std::holds_alternative<QUrl>(location.value())
-                           ? hiddenUserInfo(std::get<QUrl>(location.value()))
-                           : std::get<QStringList>(location.value()).first();
-  logger_.info("🔽 Starting download for %s from %s", model.name, from);
+  const QString hub = configuration_.hubBaseUrl();
+  const auto location = locateOnHub(hub, model.filename);
+  logger_.info("🔽 Starting download for %s from %s", model.name, location ? shownLocation(*location) : hub);
   setDownloading(model.name, true);
 
-  const int identifier = ++lastTaskIdentifier_;
-  auto handle = scope_.spawn(transfer(model, fresh));
-  auto joined = handle.join();
-  downloadTasks_.insert_or_assign(model.name, ActiveDownload{identifier, std::move(handle)});
-  logger_.info("📥 Started download task #%ld for %s", static_cast<long>(identifier), model.name);
-
-  std::optional<Outcome> outcome;
-  try {
-    outcome = co_await std::move(joined);
-  } catch (const Cancelled&) {
-    // told below
+  const QString destination = destinationFor(model.filename);
+  std::optional<ModelTransfer::Outcome> outcome;
+  if (location) {
+    const ModelFile file{*location, destination, configuration_.checksums.value(model.filename)};
+    const auto report = [this, name = model.name](qint64 bytes, qint64 total) { reportProgress(name, bytes, total); };
+    ModelTransferRequest request{model.name, {file}, fresh, report};
+    try {
+      outcome = co_await transfer_.download(std::move(request));
+    } catch (const Cancelled&) {
+      // told below
+    }
+  } else {
+    outcome = Failed{location.error()};
   }
 
-  if (outcome && outcome->hasValue()) {
-    if (QFileInfo::exists(outcome->value())) {
-      logger_.info("✅ Successfully downloaded %s to %s", model.name, outcome->value());
+  if (outcome && *outcome) {
+    if (QFileInfo::exists(destination)) {
+      logger_.info("✅ Successfully downloaded %s to %s", model.name, destination);
       scanForModels();
     } else {
-      logger_.error("❌ File not found after download: %s", outcome->value());
+      logger_.error("❌ File not found after download: %s", destination);
     }
-  } else if (!outcome || isCancellation(outcome->error())) {
+  } else if (!outcome) {
     logger_.info("🛑 Cancelled download for %s", model.name);
   } else {
     const QString description = localizedDescription(outcome->error());
     logger_.error("❌ Failed to download %s: %@", model.name, description);
     errorMessage_.set(QStringLiteral("Failed to download ") + model.displayName + QStringLiteral(": ") + description);
   }
-  const auto active = downloadTasks_.find(model.name);
-  const bool isSuperseded = active != downloadTasks_.end() && active->second.identifier != identifier;
-  if (!isSuperseded) {
-    if (active != downloadTasks_.end()) downloadTasks_.erase(active);
-    setDownloading(model.name, false);
-  }
+  if (!transfer_.isRunning(model.name)) setDownloading(model.name, false);  // else there is already the next one
   logger_.info("🏁 Download task completed for %s", model.name);
   if (!outcome) co_await throwIfCancelled();  // the caller itself was cancelled, not just the download
 }
 
 void WhisperModelManager::cancelDownload(QString modelName) {
-  const auto active = downloadTasks_.find(modelName);
-  if (active != downloadTasks_.end()) {
-    active->second.handle.cancel();
-    downloadTasks_.erase(active);
-  }
+  transfer_.cancel(modelName);
   setDownloading(modelName, false);
-}
-
-Task<WhisperModelManager::Outcome> WhisperModelManager::transfer(WhisperCppModel model, bool fresh) {
-  // A cancelled download of the same model may still be closing its files.
-  while (transferringFiles_.contains(model.filename)) co_await sleepFor(busyPollInterval);
-  const TransferMark mark(transferringFiles_, model.filename);
-
-  auto location = locateOnHub(configuration_.hubBaseUrl(), model.filename);
-  if (!location) co_return Failed{AnyError(location.error())};
-  QDir().mkpath(configuration_.modelsDirectory);
-  const auto partial = std::make_shared<PartialDownload>(configuration_.modelsDirectory, model.filename);
-  auto locked = partial->lock();
-  if (!locked) co_return Failed{AnyError(locked.error())};
-  if (fresh) partial->remove();
-
-  std::optional<Result<void, AnyError>> fetched;
-  if (const auto* url = std::get_if<QUrl>(&location.value())) {
-    auto fetch = fetchFromServer(model, *url, partial);
-    auto limited = withTimeout(resourceTimeout, std::move(fetch));
-    fetched = co_await std::move(limited);
-  } else {
-    auto copy = copyFromFolder(model, std::get<QStringList>(location.value()), partial);
-    fetched = co_await std::move(copy);
-  }
-  if (!fetched) fetched = Failed{AnyError(UrlError{UrlError::timedOut, QStringLiteral("timedOut"), {}})};
-  if (!fetched->hasValue()) {
-    if (!isCancellation(fetched->error()))
-      logger_.error("❌ Download failed for %s: %@", model.name, localizedDescription(fetched->error()));
-    co_return Failed{fetched->error()};
-  }
-  auto end = finish(model, partial);
-  co_return co_await std::move(end);
-}
-
-Task<Result<void, AnyError>> WhisperModelManager::fetchFromServer(WhisperCppModel model, QUrl url,
-                                                                  std::shared_ptr<PartialDownload> partial) {
-  Attempt state{model, url, partial};
-  size_t failures = 0;
-  bool hasStartedOver = false;
-  for (;;) {
-    const qint64 bytesBefore = partial->bytes();
-    auto next = attempt(state);
-    const AttemptEnd end = co_await std::move(next);
-    switch (end) {
-      case AttemptEnd::complete:
-        co_return Result<void, AnyError>();
-      case AttemptEnd::failed:
-        co_return Failed{state.error};
-      case AttemptEnd::startOver:
-        if (hasStartedOver) co_return Failed{AnyError(badResponse({}))};
-        hasStartedOver = true;
-        partial->remove();
-        logger_.warning("The server does not continue %s, starting over", model.name);
-        break;
-      case AttemptEnd::retryLater:
-        if (partial->bytes() - bytesBefore >= progressThatForgivesFailures) failures = 0;
-        if (failures == retryDelays.size()) co_return Failed{state.error};
-        logger_.warning(
-            "Download of %s broke off (%@), trying again in %ld s", model.name, localizedDescription(state.error),
-            static_cast<long>(std::chrono::duration_cast<std::chrono::seconds>(retryDelays[failures]).count()));
-        co_await sleepFor(retryDelays[failures]);
-        ++failures;
-        break;
-    }
-  }
-}
-
-Task<WhisperModelManager::AttemptEnd> WhisperModelManager::attempt(Attempt& state) {
-  PartialDownload& partial = *state.partial;
-  const auto fail = [&state](AnyError error) {
-    state.error = std::move(error);
-    return AttemptEnd::failed;
-  };
-  const auto failOrRetry = [&state](AnyError error) {
-    const bool isWorthARetry = classify(error).isRetryable;
-    state.error = std::move(error);
-    return isWorthARetry ? AttemptEnd::retryLater : AttemptEnd::failed;
-  };
-
-  HttpDownloadRequest request;
-  request.url = state.url;
-  request.idleTimeout = std::chrono::duration_cast<std::chrono::milliseconds>(idleTimeout);
-  std::optional<PartialDownload::Source> earlier = partial.source();
-  if (earlier && (earlier->url != hiddenUserInfo(state.url) || earlier->validator().isEmpty())) earlier.reset();
-  const qint64 offset = earlier ? partial.bytes() : 0;
-  if (earlier && earlier->totalBytes >= 0) {
-    if (offset == earlier->totalBytes) co_return AttemptEnd::complete;
-    if (offset > earlier->totalBytes) co_return AttemptEnd::startOver;
-  }
-  if (earlier) {
-    request.headers.append(HttpHeader{"Range", "bytes=" + QByteArray::number(offset) + "-"});
-    request.headers.append(HttpHeader{"If-Range", earlier->validator()});
-  }
-
-  auto opening = downloader_.open(std::move(request));
-  auto opened = co_await std::move(opening);
-  if (!opened) co_return failOrRetry(opened.error());
-  const std::unique_ptr<HttpDownload> body = std::move(opened).value();
-  const HttpResponseHead& head = body->head();
-
-  PartialDownload::Source source = sourceOf(head, state.url);
-  if (head.statusCode == 206 && earlier) {
-    const auto range = ContentRange::parse(head.header("Content-Range").value_or(QByteArray()));
-    const bool isOurs = range && range->first == offset && !isEncoded(head) &&
-                        (source.etag.isEmpty() || earlier->etag.isEmpty() || source.etag == earlier->etag) &&
-                        (!range->total || earlier->totalBytes < 0 || *range->total == earlier->totalBytes);
-    if (!isOurs) co_return AttemptEnd::startOver;
-    source = *earlier;
-    if (range->total) source.totalBytes = *range->total;
-    logger_.info("Continuing download of %s at %lld bytes", state.model.name, offset);
-  } else if (head.statusCode == 416 && earlier) {
-    co_return AttemptEnd::startOver;
-  } else if (head.statusCode == 200 && !isEncoded(head)) {
-    if (auto restarted = partial.restart(source); !restarted) co_return fail(restarted.error());
-  } else {
-    const AnyError error = statusError(head.statusCode, state.model.filename, head.url.host());
-    if (!isTransientStatus(head.statusCode)) co_return fail(error);
-    state.error = error;
-    co_return AttemptEnd::retryLater;
-  }
-
-  qint64 bytes = partial.bytes();
-  if (source.totalBytes >= 0) {
-    if (const auto noRoom = spaceError(source.totalBytes - bytes)) co_return fail(*noRoom);
-  }
-  for (;;) {
-    auto reading = body->read();
-    auto piece = co_await std::move(reading);
-    if (!piece) co_return failOrRetry(piece.error());
-    if (piece->isEmpty()) break;
-    const QByteArray data = std::move(piece).value();
-    if (source.totalBytes >= 0 && bytes + data.size() > source.totalBytes) {
-      partial.remove();
-      co_return fail(badResponse({}));
-    }
-    auto writing = offload(
-        pool_, [file = state.partial, data](const StopFlag&) { return file->append(data.constData(), data.size()); });
-    auto written = co_await std::move(writing);
-    if (!written) co_return fail(written.error());
-    bytes += data.size();
-    reportProgress(state.model.name, bytes, source.totalBytes);
-  }
-  if (source.totalBytes >= 0 && bytes < source.totalBytes) co_return failOrRetry(connectionLost());
-  co_return AttemptEnd::complete;
-}
-
-Task<Result<void, AnyError>> WhisperModelManager::copyFromFolder(WhisperCppModel model, QStringList candidates,
-                                                                 std::shared_ptr<PartialDownload> partial) {
-  const auto found = std::ranges::find_if(candidates, [](const QString& path) { return QFileInfo(path).isFile(); });
-  if (found == candidates.end()) {
-    const QString folder = QFileInfo(candidates.first()).path();
-    const PlatformError missing{filesystemDomain, ENOENT,
-                                localizedText("models.error.hubFileMissing", model.filename, folder)};
-    co_return Failed{AnyError(missing)};
-  }
-  const auto copy = std::make_shared<FileCopy>(*found, partial);
-  const auto readError = [&copy] {
-    const QString text = localizedText("models.error.readFailed", copy->source.fileName(), copy->source.errorString());
-    return AnyError(PlatformError{filesystemDomain, EIO, text});
-  };
-  if (!copy->source.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) co_return Failed{readError()};
-  const qint64 total = copy->source.size();
-  if (const auto noRoom = spaceError(total)) co_return Failed{AnyError(*noRoom)};
-  PartialDownload::Source origin;
-  origin.url = QUrl::fromLocalFile(*found).toString();
-  if (auto restarted = partial->restart(origin); !restarted) co_return Failed{AnyError(restarted.error())};
-
-  qint64 bytes = 0;
-  for (;;) {
-    auto copying = offload(pool_, [copy](const StopFlag&) { return copy->copyChunk(); });
-    auto copied = co_await std::move(copying);
-    if (copy->chunkBytes < 0) co_return Failed{readError()};
-    if (!copied) co_return Failed{AnyError(copied.error())};
-    if (copy->chunkBytes == 0) break;
-    bytes += copy->chunkBytes;
-    reportProgress(model.name, bytes, total);
-  }
-  copy->isComplete = true;
-  co_return Result<void, AnyError>();
-}
-
-Task<WhisperModelManager::Outcome> WhisperModelManager::finish(WhisperCppModel model,
-                                                               std::shared_ptr<PartialDownload> partial) {
-  const QString expected = configuration_.checksums.value(model.filename).toLower();
-  if (expected.isEmpty()) {
-    logger_.warning("⚠️ No checksum available for %s, skipping verification", model.filename);
-  } else {
-    logger_.info("🔐 Verifying checksum for %s...", model.filename);
-    auto hashing = offload(pool_, [partial](const StopFlag& stop) { return partial->sha256(stop.atomic()); });
-    const auto actual = co_await std::move(hashing);
-    if (!actual) {
-      logger_.error("Failed to calculate checksum for %s: %s", model.filename, actual.error().description);
-      logger_.warning("⚠️ Could not calculate checksum for %s, proceeding anyway", model.filename);
-    } else if (actual.value().toLower() != expected) {
-      logger_.error("❌ Checksum mismatch for %s", model.filename);
-      logger_.error("   Expected: %s", expected);
-      logger_.error("   Actual:   %s", actual.value());
-      partial->remove();
-      const PlatformError mismatch{managerDomain, checksumFailedCode, localizedText("models.error.checksumFailed")};
-      co_return Failed{AnyError(mismatch)};
-    } else {
-      logger_.info("✅ Checksum verified for %s", model.filename);
-    }
-  }
-  const QString destination = destinationFor(model.filename);
-  auto moving = offload(pool_, [partial, destination](const StopFlag&) {
-    auto synced = partial->sync();
-    return synced ? partial->moveTo(destination) : synced;
-  });
-  auto moved = co_await std::move(moving);
-  if (!moved) {
-    logger_.error("❌ Failed to move downloaded file: %@", moved.error().description);
-    co_return Failed{AnyError(moved.error())};
-  }
-  logger_.info("✅ Downloaded %s to %s", model.name, destination);
-  co_return destination;
-}
-
-std::optional<PlatformError> WhisperModelManager::spaceError(qint64 neededBytes) const {
-  const qint64 available = configuration_.availableBytes(configuration_.modelsDirectory);
-  if (available < 0 || available >= neededBytes) return std::nullopt;
-  return PlatformError{filesystemDomain, ENOSPC,
-                       localizedText("models.error.noSpace", sizeText(neededBytes), sizeText(available),
-                                     configuration_.modelsDirectory)};
 }
 
 Task<void> WhisperModelManager::deleteModel(WhisperCppModel model) {
@@ -615,13 +289,11 @@ Task<void> WhisperModelManager::deleteModel(WhisperCppModel model) {
 }
 
 qint64 WhisperModelManager::partialDownloadBytes(const WhisperCppModel& model) const {
-  const PartialDownload partial(configuration_.modelsDirectory, model.filename);
-  return partial.source() ? partial.bytes() : 0;
+  return ModelTransfer::partialBytes(destinationFor(model.filename));
 }
 
 void WhisperModelManager::discardPartialDownload(const WhisperCppModel& model) {
-  PartialDownload partial(configuration_.modelsDirectory, model.filename);
-  if (partial.lock()) partial.remove();
+  ModelTransfer::discardPartial(destinationFor(model.filename));
 }
 
 }  // namespace quillmere

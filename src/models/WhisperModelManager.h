@@ -3,25 +3,15 @@
 #include <QSet>
 #include <QString>
 #include <functional>
-#include <map>
-#include <memory>
 #include <optional>
 #include <vector>
 
 #include "base/Published.h"
-#include "base/Result.h"
-#include "base/async/Executor.h"
-#include "base/async/Task.h"
-#include "base/async/TaskScope.h"
-#include "base/async/WorkerPool.h"
 #include "base/log/Logger.h"
-#include "domain/Errors.h"
 #include "domain/WhisperModel.h"
-#include "ports/HttpDownloader.h"
+#include "models/ModelTransfer.h"
 
 namespace quillmere {
-
-class PartialDownload;
 
 // What the manager works on. The functions are asked anew for every download and every scan.
 struct WhisperModelManagerConfiguration {
@@ -36,17 +26,13 @@ struct WhisperModelManagerConfiguration {
 
 // Knows the models of the catalogue, finds those on the disk, downloads, verifies and deletes them.
 //
-// Main thread only; hashing, copying and writing run on `pool`. The executor, the downloader and the pool outlive the
-// manager. Failures end in errorMessage(); nothing is thrown to the caller but a cancel of the caller itself.
-// A model is visible only when it is whole: a download lives in the hidden files ".NAME.part" and ".NAME.part.json" of
-// the models directory until its checksum is right, and is moved into place atomically. A broken or cancelled download
-// keeps these two, and the next download of the model goes on where it stopped; a wrong checksum, a full disk, a delete
-// and `fresh` remove them.
+// Main thread only. The executor, the downloader and the pool outlive the manager. Failures end in errorMessage();
+// nothing is thrown to the caller but a cancel of the caller itself. A model is visible only when it is whole: see
+// ModelTransfer for what lies on the disk before. A delete removes the partial download of the model, too.
 class WhisperModelManager {
  public:
   WhisperModelManager(WhisperModelManagerConfiguration configuration, HttpDownloader& downloader, Executor& executor,
                       WorkerPool& pool, Logging logging);
-  ~WhisperModelManager();
   WhisperModelManager(const WhisperModelManager&) = delete;
   WhisperModelManager& operator=(const WhisperModelManager&) = delete;
 
@@ -105,46 +91,13 @@ class WhisperModelManager {
   }
 
  private:
-  using Outcome = Result<QString, AnyError>;  // the destination
-  struct Attempt;
-  struct FileCopy;
-  struct ActiveDownload {
-    int identifier = 0;
-    TaskHandle<Outcome> handle;
-  };
-  // Says that a task works on the partial files of this file name, for as long as the task's frame lives.
-  class TransferMark {
-   public:
-    TransferMark(QSet<QString>& files, QString filename) : files_(files), filename_(std::move(filename)) {
-      files_.insert(filename_);
-    }
-    ~TransferMark() { files_.remove(filename_); }
-    TransferMark(const TransferMark&) = delete;
-    TransferMark& operator=(const TransferMark&) = delete;
-
-   private:
-    QSet<QString>& files_;
-    QString filename_;
-  };
-  enum class AttemptEnd { complete, retryLater, startOver, failed };
-
-  Task<Outcome> transfer(WhisperCppModel model, bool fresh);
-  Task<Result<void, AnyError>> fetchFromServer(WhisperCppModel model, QUrl url,
-                                               std::shared_ptr<PartialDownload> partial);
-  Task<AttemptEnd> attempt(Attempt& state);
-  Task<Result<void, AnyError>> copyFromFolder(WhisperCppModel model, QStringList candidates,
-                                              std::shared_ptr<PartialDownload> partial);
-  Task<Outcome> finish(WhisperCppModel model, std::shared_ptr<PartialDownload> partial);
-  std::optional<PlatformError> spaceError(qint64 neededBytes) const;
   void reportProgress(const QString& name, qint64 bytes, qint64 total);
   void setDownloading(const QString& name, bool isDownloading);
   void scanCustomModels();
   QString destinationFor(const QString& filename) const;
 
   WhisperModelManagerConfiguration configuration_;
-  HttpDownloader& downloader_;
   Executor& executor_;
-  WorkerPool& pool_;
   Logger logger_;
   Published<std::vector<WhisperCppModel>> availableModels_;
   Published<std::vector<WhisperCppModel>> downloadedModels_;
@@ -154,10 +107,7 @@ class WhisperModelManager {
   Published<std::optional<QString>> errorMessage_;
   std::vector<WhisperCppModel> transientModels_;
   std::optional<TimePoint> lastScanTime_;
-  int lastTaskIdentifier_ = 0;
-  std::map<QString, ActiveDownload> downloadTasks_;
-  QSet<QString> transferringFiles_;
-  TaskScope scope_;  // last: its tasks use the fields above
+  ModelTransfer transfer_;  // last: it reports to the fields above
 };
 
 }  // namespace quillmere

@@ -4,7 +4,6 @@
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QtEndian>
 #include <csignal>
@@ -13,6 +12,7 @@
 #include "models/ModelHub.h"
 #include "models/PartialDownload.h"
 #include "support/FakeHttpDownloader.h"
+#include "support/Files.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
 #include "support/RunTask.h"
@@ -32,18 +32,6 @@ QByteArray content(qsizetype bytes, char salt = 0) {
 
 QString sha256(const QByteArray& data) {
   return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex());
-}
-
-void writeFile(const QString& path, const QByteArray& data) {
-  QDir().mkpath(QFileInfo(path).path());
-  QFile file(path);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
-  ASSERT_EQ(file.write(data), data.size());
-}
-
-QByteArray readFile(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
 }
 
 class WhisperModelManagerTest : public testing::Test {
@@ -101,6 +89,12 @@ class WhisperModelManagerTest : public testing::Test {
     for (const auto& request : downloader.requests) result << FakeHttpDownloader::header(request, "Range");
     return result;
   }
+  // Begins a download in `scope` and comes back when more than `share` of it has arrived.
+  TaskHandle<void> beginDownload(TaskScope& scope, double share = 0) {
+    auto handle = scope.spawn(manager().download(known("base")));
+    executor.runUntil([&] { return manager().downloadProgress().value("base") > share; });
+    return handle;
+  }
   // Leaves a partial download of `bytes` bytes, as a run that was cancelled does.
   void leavePartial(qsizetype bytes) {
     serve([bytes](FakeHttpAnswer& answer) {
@@ -108,8 +102,7 @@ class WhisperModelManagerTest : public testing::Test {
       answer.pieceDelay = 1s;
     });
     TaskScope scope(executor);
-    auto handle = scope.spawn(manager().download(known("base")));
-    executor.runUntil([&] { return manager().downloadProgress().value("base") > 0; });
+    const auto handle = beginDownload(scope);
     manager().cancelDownload("base");
     executor.runUntilIdle();
     ASSERT_TRUE(handle.isDone());
@@ -148,47 +141,19 @@ TEST_F(WhisperModelManagerTest, AnUnusableModelsDirectoryIsNoReasonToFail) {
   EXPECT_TRUE(manager().downloadingModels().isEmpty());
 }
 
-TEST_F(WhisperModelManagerTest, TheScanGoesByExactNames) {
+TEST_F(WhisperModelManagerTest, TheScanGoesByExactNamesAndKeepsTheValuesOfKnownOnes) {
+  for (const char* other : {"ggml-small.BIN", "GGML-base.bin", "ggml-medium.bin.txt", ".ggml-large-v2.bin",
+                            ".ggml-base.bin.part", "ggml-base.en.bin/readme"})
+    writeFile(path(other), "");
   writeFile(path("ggml-tiny.bin"), "put there by hand");
-  writeFile(path("ggml-small.BIN"), "");
-  writeFile(path("GGML-base.bin"), "");
-  writeFile(path("ggml-medium.bin.txt"), "");
-  writeFile(path(".ggml-large-v2.bin"), "");
-  writeFile(path(".ggml-base.bin.part"), "");
-  writeFile(path("ggml-base.en.bin/readme"), "a folder");
   EXPECT_EQ(downloadedNames(), QStringList{"tiny"});
   EXPECT_EQ(manager().downloadedModels()[0].url, QUrl::fromLocalFile(path("ggml-tiny.bin")));
-}
-
-TEST_F(WhisperModelManagerTest, AScanThatFindsTheSameNamesKeepsTheOldValues) {
-  writeFile(path("ggml-tiny.bin"), "");
   const QUuid id = manager().downloadedModels()[0].id;
-  EXPECT_NE(id, known("tiny").id);
-  int changes = 0;
-  const auto subscription = manager().observeDownloadedModels([&](const auto&) { ++changes; });
   manager().scanForModels();
   EXPECT_EQ(manager().downloadedModels()[0].id, id);
-  EXPECT_EQ(changes, 0);
-  writeFile(path("ggml-base.bin"), "");
-  manager().scanForModels();
-  EXPECT_EQ(downloadedNames(), QStringList({"base", "tiny"}));
-  EXPECT_EQ(changes, 1);
   QDir(configuration.modelsDirectory).removeRecursively();
   manager().scanForModels();
-  EXPECT_EQ(downloadedNames(), QStringList({"base", "tiny"})) << "an unreadable folder says nothing about the models";
-}
-
-TEST_F(WhisperModelManagerTest, ActivationsCloserThanTwoSecondsScanOnce) {
-  manager();
-  const std::pair<Duration, bool> cases[] = {{0s, true}, {2s - 1ns, false}, {1ns, true}, {1s, false}, {1s, true}};
-  for (const auto& [pause, isScanned] : cases) {
-    executor.advance(pause);
-    manager().scanForModels();
-    const QStringList before = downloadedNames();
-    if (!QFile::remove(path("ggml-tiny.bin"))) writeFile(path("ggml-tiny.bin"), "x");
-    manager().applicationDidBecomeActive();
-    EXPECT_EQ(downloadedNames() != before, isScanned) << pause.count();
-  }
+  EXPECT_EQ(downloadedNames(), QStringList{"tiny"}) << "an unreadable folder says nothing about the models";
 }
 
 TEST_F(WhisperModelManagerTest, DownloadsVerifiesAndInstalls) {
@@ -197,12 +162,8 @@ TEST_F(WhisperModelManagerTest, DownloadsVerifiesAndInstalls) {
   ASSERT_EQ(downloader.requests.size(), 1u);
   EXPECT_EQ(downloader.requests[0].url.toString(),
             "https://hub.example/ggerganov/whisper.cpp/resolve/main/ggml-base.bin");
-  EXPECT_EQ(downloader.requests[0].idleTimeout, 3600s);
-  EXPECT_EQ(ranges(), QByteArrayList{QByteArray()});
   EXPECT_TRUE(std::ranges::is_sorted(progress));
-  EXPECT_EQ(progress.front(), 0.0);
   EXPECT_EQ(progress.back(), 1.0);
-  EXPECT_GT(progress.size(), 40u);
   EXPECT_TRUE(manager().downloadProgress().isEmpty());
   EXPECT_TRUE(manager().downloadingModels().isEmpty());
   EXPECT_EQ(downloader.openBodies, 0);
@@ -251,17 +212,12 @@ TEST_F(WhisperModelManagerTest, FailuresAreRetriedOnlyWhereThatCanHelp) {
     const char* text;
   } cases[] = {
       {"connection refused", url(UrlError::cannotConnectToHost), 4, "no"},
-      {"timed out", url(UrlError::timedOut), 4, "no"},
-      {"no such host", url(UrlError::cannotFindHost), 4, "no"},
       {"TLS", url(-1200), 1, "no"},
       {"404", status(404), 1, "models.error.notOnHub"},
-      {"403", status(403), 1, "models.error.httpStatus"},
       {"a redirect that was not followed", status(304), 1, "models.error.httpStatus"},
       {"a part nobody asked for", status(206), 1, "models.error.httpStatus"},
       {"416 without a range", status(416), 1, "models.error.httpStatus"},
-      {"500", status(500), 4, "models.error.httpStatus"},
       {"503", status(503), 4, "models.error.httpStatus"},
-      {"429", status(429), 4, "models.error.httpStatus"},
       {"ends early without an error", with({"Content-Length", "100"}, "short"), 4, "error.url.networkConnectionLost"},
       {"longer than announced", with({"Content-Length", "3"}, "longer"), 1, "error.url.badServerResponse"},
       {"compressed against our wish", with({"Content-Encoding", "gzip"}, "x"), 1, "models.error.httpStatus"},
@@ -276,7 +232,6 @@ TEST_F(WhisperModelManagerTest, FailuresAreRetriedOnlyWhereThatCanHelp) {
     EXPECT_EQ(error(), QStringLiteral("Failed to download Base (Multilingual): ") + c.text);
     EXPECT_EQ(downloader.requests.size(), c.requests);
     EXPECT_EQ(executor.now() - start, c.requests == 4 ? 7s : 0s);
-    EXPECT_TRUE(downloadedNames().isEmpty());
     EXPECT_TRUE(manager().downloadingModels().isEmpty());
     EXPECT_EQ(downloader.openBodies, 0);
   }
@@ -292,7 +247,7 @@ TEST_F(WhisperModelManagerTest, AnErrorIsForgottenWithTheNextDownload) {
   EXPECT_FALSE(log->contains("secret"));
 }
 
-TEST_F(WhisperModelManagerTest, AnotherProgramGoesOnWithACancelledDownload) {
+TEST_F(WhisperModelManagerTest, AnotherProgramGoesOnWithACancelledDownloadOrForgetsIt) {
   leavePartial(1'000'000);
   EXPECT_EQ(error(), QString());
   restart();
@@ -303,9 +258,7 @@ TEST_F(WhisperModelManagerTest, AnotherProgramGoesOnWithACancelledDownload) {
   EXPECT_EQ(ranges(), QByteArrayList{"bytes=1000000-"});
   std::erase(progress, 0.0);
   EXPECT_GT(progress.front(), 1.0 / 3);
-}
 
-TEST_F(WhisperModelManagerTest, FreshAndDeleteForgetAPartialDownload) {
   leavePartial(1'000'000);
   download(true);
   expectInstalled();
@@ -332,7 +285,6 @@ TEST_F(WhisperModelManagerTest, APartThatDoesNotFitStartsOver) {
       {"416", 416, {{"Content-Range", "bytes */3000000"}}},
       {"no Content-Range", 206, {}},
       {"another start", 206, {{"Content-Range", "bytes 0-12/3000000"}}},
-      {"an impossible range", 206, {{"Content-Range", "bytes 1000000-3000000/3000000"}}},
       {"another length", 206, {{"Content-Range", "bytes 1000000-1000012/4000000"}}},
       {"another version", 206, {{"Content-Range", "bytes 1000000-2999999/3000000"}, {"ETag", "\"v2\""}}},
   };
@@ -362,7 +314,6 @@ TEST_F(WhisperModelManagerTest, APartThatDoesNotFitStartsOver) {
   const std::pair<const char*, std::function<void()>> damages[] = {
       {"record damaged", [&] { writeFile(record, "{\"url\": "); }},
       {"record gone", [&] { QFile::remove(record); }},
-      {"record is no object", [&] { writeFile(record, "[1]"); }},
       {"a weak tag only", [&] { editRecord("\\\"v1\\\"", "W/\\\"v1\\\""); }},
       {"from another hub", [&] { editRecord("hub.example", "old.example"); }},
       {"more bytes than announced", [&] { writeFile(part, content(3'000'001)); }},
@@ -402,10 +353,8 @@ TEST_F(WhisperModelManagerTest, AServerThatNeverContinuesEndsInAnError) {
 TEST_F(WhisperModelManagerTest, CancellingIsNoErrorAndADownloadMayFollowAtOnce) {
   serve([](FakeHttpAnswer& answer) { answer.pieceDelay = 1s; });
   TaskScope scope(executor);
-  auto first = scope.spawn(manager().download(known("base")));
-  executor.runUntil([&] { return manager().downloadProgress().value("base") > 0.2; });
-  auto second = scope.spawn(manager().download(known("base")));
-  executor.runUntil([&] { return second.isDone(); });
+  const auto first = beginDownload(scope, 0.2);
+  runTask(executor, manager().download(known("base")));
   EXPECT_FALSE(first.isDone()) << "the second only says that there is one already";
 
   manager().cancelDownload("base");
@@ -417,8 +366,7 @@ TEST_F(WhisperModelManagerTest, CancellingIsNoErrorAndADownloadMayFollowAtOnce) 
   EXPECT_EQ(manager().downloadingModels(), QSet<QString>{"base"}) << "the end of the first is not the end of the third";
   executor.runUntil([&] { return third.isDone(); });
   expectInstalled();
-  manager().cancelDownload("base");
-  manager().cancelDownload("no such model");
+  for (const char* name : {"base", "no such model"}) manager().cancelDownload(name);
 }
 
 TEST_F(WhisperModelManagerTest, CancellingTheCallersTaskCancelsTheDownload) {
@@ -441,8 +389,7 @@ TEST_F(WhisperModelManagerTest, TheManagersEndClosesEverythingAndKeepsThePart) {
   serve([](FakeHttpAnswer& answer) { answer.pieceDelay = 1s; });
   {
     TaskScope scope(executor);
-    auto handle = scope.spawn(manager().download(known("base")));
-    executor.runUntil([&] { return manager().downloadProgress().value("base") > 0.5; });
+    const auto handle = beginDownload(scope, 0.5);
   }
   restart();
   executor.runUntilIdle();
@@ -450,15 +397,6 @@ TEST_F(WhisperModelManagerTest, TheManagersEndClosesEverythingAndKeepsThePart) {
   EXPECT_EQ(allFiles(), QStringList({".ggml-base.bin.part", ".ggml-base.bin.part.json"}));
   download();
   expectInstalled();
-}
-
-TEST_F(WhisperModelManagerTest, ADownloadEndsAfterTwelveHours) {
-  serve([](FakeHttpAnswer& answer) { answer.pieceBytes = 200'000, answer.pieceDelay = 59min; });
-  const TimePoint start = executor.now();
-  download();
-  expectError("error.url.timedOut");
-  EXPECT_EQ(executor.now() - start, 43'200s);
-  EXPECT_EQ(manager().partialDownloadBytes(known("base")), 12 * 200'000);
 }
 
 TEST_F(WhisperModelManagerTest, ASecondProgramIsToldAndDisturbsNothing) {
@@ -529,11 +467,9 @@ TEST_F(WhisperModelManagerTest, AFolderIsAHub) {
 
 TEST_F(WhisperModelManagerTest, ACancelledCopyLeavesNothing) {
   hub = folder.filePath("shelf");
-  model = content(20'000'000);
-  writeFile(hub + "/ggml-base.bin", model);
+  writeFile(hub + "/ggml-base.bin", content(20'000'000));
   TaskScope scope(executor);
-  auto handle = scope.spawn(manager().download(known("base")));
-  executor.runUntil([&] { return manager().downloadProgress().value("base") > 0; });
+  const auto handle = beginDownload(scope);
   manager().cancelDownload("base");
   executor.runUntilIdle();
   EXPECT_TRUE(handle.isDone());
@@ -541,11 +477,9 @@ TEST_F(WhisperModelManagerTest, ACancelledCopyLeavesNothing) {
   EXPECT_EQ(allFiles(), QStringList());
 }
 
-TEST_F(WhisperModelManagerTest, DeletesTheFileAndTheEqualEntries) {
-  writeFile(path("ggml-tiny.bin"), "x");
-  writeFile(path("ggml-base.bin"), "x");
-  WhisperCppModel tiny = *manager().findDownloaded("tiny");
-  WhisperCppModel base = *manager().findDownloaded("base");
+TEST_F(WhisperModelManagerTest, DeletesTheFileAndTheEntry) {
+  for (const char* name : {"ggml-tiny.bin", "ggml-base.bin"}) writeFile(path(name), "x");
+  const WhisperCppModel tiny = *manager().findDownloaded("tiny");
   runTask(executor, manager().deleteModel(known("tiny")));
   EXPECT_EQ(downloadedNames(), QStringList({"base", "tiny"})) << "without url: ignored";
   runTask(executor, manager().deleteModel(tiny));
@@ -553,11 +487,6 @@ TEST_F(WhisperModelManagerTest, DeletesTheFileAndTheEqualEntries) {
   EXPECT_EQ(allFiles(), QStringList{"ggml-base.bin"});
   runTask(executor, manager().deleteModel(tiny));
   EXPECT_TRUE(error().startsWith("Failed to delete Tiny (Multilingual): ")) << error().toStdString();
-  base.id = QUuid::createUuid();
-  runTask(executor, manager().deleteModel(base));
-  EXPECT_EQ(downloadedNames(), QStringList{"base"}) << "another id is another value";
-  manager().scanForModels();
-  EXPECT_TRUE(downloadedNames().isEmpty());
 }
 
 QByteArray modelHeader(quint32 vocabularySize) {
@@ -570,9 +499,7 @@ QByteArray modelHeader(quint32 vocabularySize) {
 TEST_F(WhisperModelManagerTest, ImportedModelsKeepTheirOwnNames) {
   writeFile(path("custom/doctor.en.bin"), modelHeader(51864));
   writeFile(path("custom/Völker 2.bin"), modelHeader(51865));
-  writeFile(path("custom/notes.txt"), "");
-  writeFile(path("custom/.hidden.bin"), "");
-  writeFile(path("custom/stub.bin"), "no model");
+  for (const char* other : {"notes.txt", ".hidden.bin", "stub.bin"}) writeFile(path("custom/") + other, "no model");
   configuration.modelDisplayNames = [] { return QMap<QString, QString>{{"doctor.en", "Ward round"}}; };
   QStringList names;
   for (const auto& entry : manager().customModels()) names << entry.name + (entry.isEnglishOnly ? " (en)" : "");
@@ -581,10 +508,7 @@ TEST_F(WhisperModelManagerTest, ImportedModelsKeepTheirOwnNames) {
   const auto found = manager().findDownloaded("doctor.en");
   ASSERT_TRUE(found);
   EXPECT_EQ(found->displayName, "Ward round");
-  EXPECT_EQ(found->sizeInBytes, 8);
   EXPECT_EQ(found->url, QUrl::fromLocalFile(path("custom/doctor.en.bin")));
-  manager().scanForModels();
-  EXPECT_EQ(manager().findDownloaded("doctor.en")->id, found->id);
   runTask(executor, manager().deleteModel(*found));
   EXPECT_FALSE(manager().findDownloaded("doctor.en"));
   EXPECT_FALSE(QFile::exists(path("custom/doctor.en.bin")));
@@ -598,11 +522,9 @@ TEST_F(WhisperModelManagerTest, AFileNamedOnTheCommandLineGetsANameOfItsOwn) {
   EXPECT_EQ(manager().addTransientModel(path("ggml-tiny.bin")), "tiny");
   EXPECT_EQ(manager().addTransientModel(path("custom/../custom/mine.bin")), "mine");
   EXPECT_EQ(manager().addTransientModel(a), a) << "the name is taken by an imported model";
-  EXPECT_EQ(manager().addTransientModel(b), "other");
-  EXPECT_EQ(manager().addTransientModel(b), "other");
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(manager().addTransientModel(b), "other");
   EXPECT_EQ(manager().addTransientModel(c), c) << "the name is one of the catalogue";
   ASSERT_TRUE(manager().findDownloaded(c));
-  EXPECT_EQ(manager().findDownloaded(c)->url, QUrl::fromLocalFile(c));
   EXPECT_TRUE(manager().findDownloaded(c)->isEnglishOnly);
   EXPECT_FALSE(manager().findDownloaded("base"));
   runTask(executor, manager().deleteModel(*manager().findDownloaded("other")));
