@@ -26,7 +26,7 @@ add_custom_command(
   DEPENDS ${compiled_tables} "${text_dir}/texts.qrc"
   VERBATIM)
 
-add_library(quillmere_texts STATIC "${PROJECT_SOURCE_DIR}/src/app/texts/Texts.cpp"
-  "${PROJECT_SOURCE_DIR}/src/app/texts/Texts.h" "${text_dir}/qrc_texts.cpp")
+add_library(quillmere_texts STATIC "${PROJECT_SOURCE_DIR}/src/app/compose/texts/Texts.cpp"
+  "${PROJECT_SOURCE_DIR}/src/app/compose/texts/Texts.h" "${text_dir}/qrc_texts.cpp")
 quillmere_own_code(quillmere_texts)
 target_link_libraries(quillmere_texts PUBLIC Qt6::Core)

@@ -34,7 +34,7 @@ _HEADERS = [
     (r"^CLI/", ("src/app/cli/", "tests/app/")),
     (r"^(?:QtDBus/)?QDBus|^QtDBus", ("src/platform/", "src/app/", "tests/platform/", "tests/contract/", "tests/app/", "tests/e2e/")),
     (r"^(?:QtNetwork/)?Q(?:Network(?!Interface)|Ssl|Tcp|Local(?:Socket|Server)|WebSocket|Http)\w*", ("src/platform/", "src/app/", "tests/")),
-    (r"^QtWidgets|^QtQuick|^QtQml|^QtGui|^QGuiApplication|^QClipboard", ("src/platform/", "src/app/", "tests/platform/", "tests/app/", "tests/desktop/", "tests/e2e/")),
+    (r"^QtWidgets|^QtQuick|^QtQml|^QtGui|^QGuiApplication|^QClipboard", ("src/platform/", "src/app/desktop/", "src/app/windows/", "tests/platform/", "tests/app/", "tests/desktop/", "tests/e2e/")),
     (r"^libudev\.h|^libevdev/", ("src/platform/linux/", "tests/platform/")),
     (r"^libsecret/|^gio/|^glib", ("src/platform/secretservice/", "tests/platform/")),
     (r"^curl/", ("src/platform/curl/", "tests/platform/")),

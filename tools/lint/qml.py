@@ -41,7 +41,7 @@ def serious(warnings, text):
 
 def main(arguments):
     program, imports = arguments
-    folder = os.path.join(ROOT, "src/app/desktop/qml")
+    folder = os.path.join(ROOT, "src/app/windows/qml")
     files = sorted(os.path.join(folder, name) for name in os.listdir(folder) if name.endswith(".qml"))
     done = subprocess.run([program, "--json", "-", "-I", imports, *files], capture_output=True, text=True)
     try:

@@ -34,7 +34,12 @@ case(layering, "platform sees a subsystem", {"src/platform/qt/A.h": '#pragma onc
      "src/platform/qt/A.h:2")
 case(layering, "one adapter folder sees another", {"src/platform/qt/A.h": '#include "platform/linux/B.h"\n', "src/platform/linux/B.h": ""},
      "src/platform/qt/A.h:1")
-case(layering, "app sees everything", {"src/app/A.cpp": '#include "platform/qt/B.h"\n', "src/platform/qt/B.h": ""})
+case(layering, "an executable sees an adapter", {"src/app/desktop/A.cpp": '#include "platform/qt/B.h"\n', "src/platform/qt/B.h": ""})
+case(layering, "the windows see an adapter", {"src/app/windows/A.cpp": '#include "platform/qt/B.h"\n', "src/platform/qt/B.h": ""},
+     "src/app/windows/A.cpp:1")
+case(layering, "what executables share sees one of them", {"src/app/compose/A.cpp": '#include "app/cli/B.h"\n', "src/app/cli/B.h": ""},
+     "src/app/compose/A.cpp:1")
+case(layering, "a source file beside the folders of app", {"src/app/A.cpp": ""}, "src/app/A.cpp:1")
 case(layering, "a subsystem's test sees an adapter",
      {"tests/core/T.cpp": '#include "platform/qt/B.h"\n', "src/platform/qt/B.h": ""}, "tests/core/T.cpp:1")
 case(layering, "a contract test sees an adapter", {"tests/contract/T.cpp": '#include "platform/qt/B.h"\n', "src/platform/qt/B.h": ""})
@@ -107,7 +112,8 @@ for header, path, bad in [
     ("<whisper.h>", "src/providers/A.cpp", True), ("<ggml-backend.h>", "src/platform/whisper/A.cpp", False),
     ("<ggml.h>", "src/platform/ggml/A.cpp", False), ("<ggml.h>", "src/engine/A.cpp", True), ("<whisper.h>", "src/platform/ggml/A.cpp", True),
     ("<CLI/CLI.hpp>", "src/app/cli/A.cpp", False), ("<CLI/CLI.hpp>", "src/app/session/A.cpp", True),
-    ("<QDBusConnection>", "src/files/A.cpp", True), ("<QDBusConnection>", "src/app/A.cpp", False),
+    ("<QDBusConnection>", "src/files/A.cpp", True), ("<QDBusConnection>", "src/app/cli/A.cpp", False),
+    ("<QGuiApplication>", "src/app/session/A.cpp", True), ("<QGuiApplication>", "src/app/windows/A.cpp", False),
     ("<QNetworkReply>", "src/models/A.h", True), ("<QNetworkReply>", "src/platform/qt/A.h", False),
     ("<libavcodec/avcodec.h>", "src/audio/A.cpp", True), ("<xcb/xcb.h>", "src/context/A.cpp", True),
     ("<pulse/pulseaudio.h>", "src/recording/A.cpp", True), ("<QString>", "src/core/A.cpp", False),

@@ -1,8 +1,8 @@
 #pragma once
 #include <QString>
 
-#include "app/cli/ExitCode.h"
 #include "app/cli/Terminal.h"
+#include "app/compose/ExitCode.h"
 #include "base/Result.h"
 #include "base/async/Task.h"
 

@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <QtGlobal>
 
-#include "app/Version.h"
-#include "app/cli/ExitCode.h"
+#include "app/compose/ExitCode.h"
+#include "app/compose/Version.h"
 
 namespace quillmere {
 namespace {

@@ -7,13 +7,13 @@
 #include <QFileInfo>
 #include <iostream>
 
-#include "app/Version.h"
 #include "app/cli/CommandLine.h"
 #include "app/cli/Commands.h"
-#include "app/cli/SignalWatcher.h"
 #include "app/cli/Terminal.h"
-#include "app/composition.h"
-#include "app/texts/Texts.h"
+#include "app/compose/Services.h"
+#include "app/compose/SignalWatcher.h"
+#include "app/compose/Version.h"
+#include "app/compose/texts/Texts.h"
 #include "base/async/TaskScope.h"
 #include "base/text/LocalizedText.h"
 

@@ -12,7 +12,7 @@ struct SessionCommands {
   std::function<Task<int>(CommandContext, DoctorOptions)> doctor;
 };
 
-// The command line's main function behind the quick answers: starts Qt, loads the texts, parses and runs one command.
+// The command line's main function after the quick answers: starts Qt, loads the texts, parses and runs one command.
 // Without `session` its commands are handed to the session program beside this one.
 int commandLineMain(int argc, char** argv, const SessionCommands* session = nullptr);
 

@@ -6,7 +6,7 @@
 #include <QJsonObject>
 
 #include "app/cli/Commands.h"
-#include "app/control/ControlNames.h"
+#include "app/compose/ControlNames.h"
 #include "base/async/Async.h"
 #include "base/text/LocalizedText.h"
 
@@ -79,8 +79,7 @@ Task<int> runControl(CommandContext context, ControlOptions options) {
   QDBusPendingCallWatcher watcher(bus.asyncCall(call, answerTimeoutMs));
   QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &watcher,
                    [&watcher, answered]() mutable { answered.resolve(watcher.reply()); });
-  auto waiting = answered.wait();
-  const QDBusMessage reply = co_await std::move(waiting);
+  const QDBusMessage reply = co_await answered.wait();
   if (reply.type() == QDBusMessage::ErrorMessage)
     co_return fail(context, {failureText(QDBusError(reply)), exitFailure});
   if (options.action == ControlOptions::Action::status) {

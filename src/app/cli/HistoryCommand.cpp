@@ -5,7 +5,7 @@
 #include "app/cli/ModeChoice.h"
 #include "app/cli/SavedChanges.h"
 #include "app/cli/TranscriptJson.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/text/Graphemes.h"
 #include "base/text/LocalizedText.h"
 
@@ -58,7 +58,7 @@ Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wis
   if (!mode) co_return fail(context, mode.error());
   if (const auto problem = whyModeCannotRun(services, **mode)) co_return fail(context, *problem);
   const TranscriptPtr row = rowForRetry(services.persistence->transcripts(), transcript);
-  const auto result = co_await services.retryHandler->retry(row, *mode);
+  const auto result = co_await services.transcription->retry->retry(row, *mode);
   if (!result) co_return fail(context, {localizedDescription(result.error()), exitCodeFor(result.error())});
   context.terminal.out(row->text.value_or(QString()));
   co_return co_await exitWhenSaved(context);

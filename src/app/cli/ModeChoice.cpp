@@ -3,7 +3,7 @@
 #include <QFileInfo>
 
 #include "app/cli/Commands.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
 #include "domain/catalogs/LanguageData.h"
@@ -32,7 +32,7 @@ namespace {
 // disk, else the first that is.
 QString modelWhereNoneIsNamed(Services& services) {
   const QString wanted = services.settings->defaultTranscriptionModel();
-  WhisperModelManager& models = *services.modelManager;
+  WhisperModelManager& models = *services.models.manager;
   if (models.findDownloaded(wanted)) return wanted;
   if (!models.downloadedModels().empty()) return models.downloadedModels().front().name;
   if (!models.customModels().empty()) return models.customModels().front().name;
@@ -72,8 +72,8 @@ Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWi
   if (options.model) {
     QString model = argumentText(*options.model);
     const QFileInfo file(model);
-    if (!services.modelManager->findDownloaded(model) && file.isFile())
-      model = services.modelManager->addTransientModel(file.absoluteFilePath());
+    if (!services.models.manager->findDownloaded(model) && file.isFile())
+      model = services.models.manager->addTransientModel(file.absoluteFilePath());
     mode->model = model;
   }
   return ModePtr(mode);
@@ -81,11 +81,11 @@ Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWi
 
 std::optional<CommandFailure> whyModeCannotRun(const Services& services, const Mode& mode) {
   const QString model = mode.model.value_or(QStringLiteral("base"));
-  const auto isThere = [&](const QString& name) { return services.modelManager->findDownloaded(name).has_value(); };
+  const auto isThere = [&](const QString& name) { return services.models.manager->findDownloaded(name).has_value(); };
   // The engine would take another model for a name that nobody knows; a person has mistyped it.
   if (providerTypeOfModel(model.toLower()) == ProviderType::local && !chooseLocalModel(model, {}, isThere))
     return CommandFailure{localizedText("cli.model.unknown", model), exitModel};
-  const auto problem = services.router->whyModeCannotRun(&mode);
+  const auto problem = services.transcription->router->whyModeCannotRun(&mode);
   if (!problem) return std::nullopt;
   if (const auto* missing = std::get_if<TranscriptionError::ModelNotDownloaded>(&problem->kind))
     return CommandFailure{localizedText("cli.model.missing", missing->model.value_or(model)), exitModel};

@@ -4,7 +4,7 @@
 
 #include "app/cli/Commands.h"
 #include "app/cli/ProgressBar.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
 
 namespace quillmere {
@@ -16,7 +16,7 @@ QString fileSizeText(qint64 bytes) {
 }
 
 void listOne(CommandContext& context, const WhisperCppModel& model, bool isInstalled, bool isCustom, bool isJson) {
-  const qint64 partial = isInstalled || isCustom ? 0 : context.services.modelManager->partialDownloadBytes(model);
+  const qint64 partial = isInstalled || isCustom ? 0 : context.services.models.manager->partialDownloadBytes(model);
   if (isJson) {
     QJsonObject object{{"name", model.name},
                        {"displayName", model.displayName},
@@ -39,7 +39,7 @@ void listOne(CommandContext& context, const WhisperCppModel& model, bool isInsta
 }
 
 int list(CommandContext& context, const ModelsOptions& options) {
-  WhisperModelManager& manager = *context.services.modelManager;
+  WhisperModelManager& manager = *context.services.models.manager;
   for (const WhisperCppModel& model : manager.availableModels()) {
     const auto installed = manager.findDownloaded(model.name);
     listOne(context, installed ? *installed : model, installed.has_value(), false, options.isJson);
@@ -61,7 +61,7 @@ QString knownNames(WhisperModelManager& manager) {
 }
 
 Task<int> download(CommandContext context, ModelsOptions options) {
-  WhisperModelManager& manager = *context.services.modelManager;
+  WhisperModelManager& manager = *context.services.models.manager;
   for (const std::string& argument : options.names) {
     const QString name = argumentText(argument);
     const auto model = knownModel(manager, name);
@@ -77,8 +77,7 @@ Task<int> download(CommandContext context, ModelsOptions options) {
       const QString note = *at < 0 ? fileSizeText(qint64(-*at)) : QString();
       context.terminal.status(progressLine(model->name, *at, note, context.terminal.columns()));
     });
-    auto loading = manager.download(*model, options.isFresh);
-    co_await std::move(loading);
+    co_await manager.download(*model, options.isFresh);
     context.terminal.clearStatus();
     if (manager.errorMessage()) co_return fail(context, {*manager.errorMessage(), exitNetwork});
     if (!manager.findDownloaded(model->name))
@@ -89,7 +88,7 @@ Task<int> download(CommandContext context, ModelsOptions options) {
 }
 
 Task<int> remove(CommandContext context, ModelsOptions options) {
-  WhisperModelManager& manager = *context.services.modelManager;
+  WhisperModelManager& manager = *context.services.models.manager;
   for (const std::string& argument : options.names) {
     const QString name = argumentText(argument);
     auto model = manager.findDownloaded(name);
@@ -101,8 +100,7 @@ Task<int> remove(CommandContext context, ModelsOptions options) {
       co_return fail(context, {localizedText("cli.models.notInstalled", name), exitModel});
     }
     if (!model) co_return fail(context, {localizedText("cli.models.notInstalled", name), exitModel});
-    auto deleting = manager.deleteModel(*model);
-    co_await std::move(deleting);
+    co_await manager.deleteModel(*model);
     if (manager.errorMessage()) co_return fail(context, {*manager.errorMessage(), exitFailure});
   }
   co_return exitOk;
@@ -120,11 +118,10 @@ Task<int> import(CommandContext context, ModelsOptions options) {
     progress = [&terminal, label, columns](double share) {
       terminal.status(progressLine(label, share, QString(), columns));
     };
-  auto importing = context.services.modelImporter->importModel(path, name, std::move(progress));
-  const auto imported = co_await std::move(importing);
+  const auto imported = co_await context.services.models.importer->importModel(path, name, std::move(progress));
   terminal.clearStatus();
   if (!imported) co_return fail(context, {imported.error().description, exitModel});
-  context.services.modelManager->scanForModels();
+  context.services.models.manager->scanForModels();
   if (!options.isQuiet)
     terminal.err(localizedText(imported->isCatalogModel ? "cli.models.importedCatalog" : "cli.models.importedCustom",
                                imported->name));
@@ -140,21 +137,18 @@ Task<int> runModels(CommandContext context, ModelsOptions options) {
     case Action::list:
       co_return list(context, options);
     case Action::path:
-      context.terminal.out(context.services.modelManager->modelsDirectory());
+      context.terminal.out(context.services.models.manager->modelsDirectory());
       co_return exitOk;
     case Action::download: {
-      auto work = download(context, options);
-      const int code = co_await std::move(work);
+      const int code = co_await download(context, options);
       co_return code;
     }
     case Action::remove: {
-      auto work = remove(context, options);
-      const int code = co_await std::move(work);
+      const int code = co_await remove(context, options);
       co_return code;
     }
     case Action::import: {
-      auto work = import(context, options);
-      const int code = co_await std::move(work);
+      const int code = co_await import(context, options);
       co_return code;
     }
   }

@@ -1,6 +1,6 @@
 #include "app/cli/SavedChanges.h"
 
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
 
 namespace quillmere {

@@ -2,7 +2,7 @@
 #include <QJsonValue>
 
 #include "app/cli/Commands.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
 #include "storage/SettingsTable.h"
 

@@ -5,7 +5,7 @@
 #include "app/cli/InputFile.h"
 #include "app/cli/ModeChoice.h"
 #include "app/cli/TerminalPresenter.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/async/Offload.h"
 #include "base/text/LocalizedText.h"
 
@@ -43,7 +43,7 @@ Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile inp
   FileTranscriptionProgress progress(*services.executor);
   presenter.showProgress(progress);
   progress.start(input.shownName, mode->name.value_or(QString()));
-  const auto duration = co_await services.audioFileConverter->durationSeconds(*path);
+  const auto duration = co_await services.audio.fileConverter->durationSeconds(*path);
   if (!duration) {
     presenter.hideProgress();
     report.failure = CommandFailure{localizedDescription(duration.error()), exitInput};
@@ -59,7 +59,7 @@ Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile inp
   job.source = TranscriptJob::Source::file;
   job.isWithoutRow = true;
   job.onProgress = [&](float share) { progress.animate(0.05f + 0.8f * share, std::chrono::milliseconds(300)); };
-  const TranscriptOutcome outcome = co_await services.road->run(std::move(job));
+  const TranscriptOutcome outcome = co_await services.transcription->road->run(std::move(job));
   presenter.hideProgress();
   if (outcome.result)
     fill(report, *outcome.result);
@@ -72,7 +72,7 @@ Task<FileReport> transcribeIntoHistory(CommandContext& context, InputFile input,
                                        TerminalPresenter& presenter) {
   FileReport report;
   Services& services = context.services;
-  FileTranscriptionFlow& flow = *services.fileFlow;
+  FileTranscriptionFlow& flow = *services.transcription->fileFlow;
   flow.setPresenter(&presenter);
   context.onInterrupt = [&flow] { flow.cancel(); };
   const FileTranscriptionOutcome outcome = co_await flow.transcribe(input.path, mode);
@@ -137,8 +137,7 @@ QJsonObject reportJson(const std::string& file, const FileReport& report, const 
 Task<Result<InputFile, CommandFailure>> openInput(CommandContext& context, std::string argument) {
   if (argument != "-") co_return openInputFile(argument);
   auto job = [](const StopFlag& stop) { return readStandardInput(stop.atomic()); };
-  auto reading = offload(*context.services.fileWorkers, job);
-  auto input = co_await std::move(reading);
+  auto input = co_await offload(*context.services.fileWorkers, job);
   co_return input;
 }
 
@@ -161,8 +160,7 @@ Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
     QElapsedTimer elapsed;
     elapsed.start();
     FileReport report;
-    auto opening = openInput(context, argument);
-    const auto input = co_await std::move(opening);
+    const auto input = co_await openInput(context, argument);
     if (input) {
       TerminalPresenter presenter(context.terminal, options.isQuiet);
       Task<FileReport> work;

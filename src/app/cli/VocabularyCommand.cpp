@@ -2,7 +2,7 @@
 
 #include "app/cli/Commands.h"
 #include "app/cli/SavedChanges.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
 
 namespace quillmere {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "app/Version.h"
+#include "app/compose/Version.h"
 
 namespace {
 

@@ -8,14 +8,15 @@
 
 #include "app/cli/ModeChoice.h"
 #include "app/cli/TranscriptJson.h"
-#include "app/composition.h"
+#include "app/compose/Services.h"
+#include "app/compose/session/SessionServices.h"
 #include "app/session/SessionCommands.h"
-#include "app/session/SessionServices.h"
 #include "base/async/Async.h"
 #include "base/text/LocalizedText.h"
 #include "core/AudioRecordingManager.h"
 #include "core/DictationTimings.h"
 #include "delivery/AutoPasteHandler.h"
+#include "domain/ModeData.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
 #include "recording/CrashRecoveryManager.h"
 #include "recording/MicrophonePermissionManager.h"
@@ -109,7 +110,7 @@ CommandFailure keepForLater(Services& services, Transcript& row) {
 
 // Records until something ends it. An interrupt throws the recording away.
 Task<Result<Recording, CommandFailure>> record(CommandContext context, const DictateOptions& options,
-                                               SessionServices& session) {
+                                               SessionServices& session, const Mode& mode) {
   Executor& executor = co_await currentExecutor();
   DictationParts& parts = *session.dictation;
   RecordingLifecycle& lifecycle = *parts.lifecycle;
@@ -141,7 +142,8 @@ Task<Result<Recording, CommandFailure>> record(CommandContext context, const Dic
   context.terminal.clearStatus();
   recording.stoppedAt = executor.now();
   const StopIntent intent = isCancelled ? StopIntent::discard : StopIntent::keep;
-  auto stopped = co_await lifecycle.stopRecording(intent);
+  const bool isLocal = providerTypeOfModel(mode.model.value_or(QString())) == ProviderType::local;
+  auto stopped = co_await lifecycle.stopRecording(intent, isLocal);
   lifecycle.setOnInterrupted({});
   context.onEnd = nullptr;
   if (isCancelled) {
@@ -221,10 +223,10 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
   background.spawn(session->dictation->recovery->recoverOrphanedRecordings());
   co_await session->dictation->manager->configure();
   // The model loads while the user speaks.
-  services.modelPreparation->prepare(mode);
+  services.transcription->modelPreparation->prepare(mode);
 
   std::optional awake = session->dictation->power->hold(QStringLiteral("Recording and transcribing audio"));
-  auto recorded = co_await record(context, options, *session);
+  auto recorded = co_await record(context, options, *session, *mode);
   if (!recorded) co_return fail(context, recorded.error());
   Recording& recording = *recorded;
   const QString path = *recording.result.path;
@@ -248,7 +250,7 @@ Task<int> runDictate(CommandContext context, DictateOptions options) {
     transcribing.cancel();
   };
   if (!options.isQuiet) context.terminal.status(localizedText("cli.dictate.transcribing"));
-  transcribing = background.spawn(services.road->run(std::move(job)));
+  transcribing = background.spawn(services.transcription->road->run(std::move(job)));
   TranscriptOutcome outcome;
   try {
     outcome = co_await transcribing.join();

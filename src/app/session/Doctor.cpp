@@ -35,8 +35,7 @@ DoctorFinding finding(const char* id, Verdict verdict, QString detail, QString a
 }
 
 Task<DoctorFinding> checkSound(AudioDevices& devices) {
-  auto waiting = devices.waitUntilReady();
-  const bool isReady = co_await std::move(waiting);
+  const bool isReady = co_await devices.waitUntilReady();
   if (!isReady)
     co_return finding("sound", Verdict::failed, localizedText("doctor.sound.absent"),
                       localizedText("doctor.sound.advice"));
@@ -64,8 +63,7 @@ Task<DoctorFinding> checkMicrophone(AudioDevices& devices, AudioRecorderFactory&
   const QTemporaryDir folder;
   devices.preferInput(input->uid);
   const auto recorder = recorders.create();
-  auto recording = recorder->record(folder.filePath(QStringLiteral("level.wav")));
-  const auto started = co_await std::move(recording);
+  const auto started = co_await recorder->record(folder.filePath(QStringLiteral("level.wav")));
   if (!started)
     co_return finding("microphone", Verdict::failed,
                       localizedText("doctor.microphone.failed", input->name, started.error().description));
@@ -104,8 +102,7 @@ Task<DoctorFinding> checkClipboard(Pasteboard* pasteboard) {
   if (!pasteboard)
     co_return finding("clipboard", Verdict::warning, localizedText("doctor.clipboard.absent"),
                       localizedText("doctor.display.advice"));
-  auto reading = pasteboard->string();
-  co_await std::move(reading);
+  co_await pasteboard->string();
   co_return finding("clipboard", Verdict::ok, localizedText("doctor.clipboard.ok"));
 }
 
@@ -168,21 +165,15 @@ Task<std::vector<DoctorFinding>> examine(DoctorPatient patient, std::function<vo
     onFinding(next);
     findings.push_back(std::move(next));
   };
-  auto sound = checkSound(patient.devices);
-  add(co_await std::move(sound));
+  add(co_await checkSound(patient.devices));
   if (findings.back().verdict == Verdict::ok) {
-    auto microphone =
-        checkMicrophone(patient.devices, patient.recorders, patient.settings.audio().selectedMicrophoneId());
-    add(co_await std::move(microphone));
+    add(co_await checkMicrophone(patient.devices, patient.recorders, patient.settings.audio().selectedMicrophoneId()));
   }
   add(checkDisplay(patient));
-  auto accessibility = checkAccessibility(patient.accessibility);
-  add(co_await std::move(accessibility));
-  auto clipboard = checkClipboard(patient.pasteboard);
-  add(co_await std::move(clipboard));
+  add(co_await checkAccessibility(patient.accessibility));
+  add(co_await checkClipboard(patient.pasteboard));
   add(checkKeys(patient.keys));
-  auto asking = patient.keyring();
-  add(keyringFinding(co_await std::move(asking)));
+  add(keyringFinding(co_await patient.keyring()));
   add(checkModel(patient.models, patient.engine));
   add(checkDisk(patient.settings.storage().recordingsFolder()));
   co_return findings;

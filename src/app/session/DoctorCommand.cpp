@@ -1,10 +1,10 @@
 #include <QJsonObject>
 
-#include "app/composition.h"
+#include "app/compose/Services.h"
+#include "app/compose/session/SessionServices.h"
 #include "app/session/Doctor.h"
 #include "app/session/KeyringProbe.h"
 #include "app/session/SessionCommands.h"
-#include "app/session/SessionServices.h"
 
 namespace quillmere {
 namespace {
@@ -37,8 +37,9 @@ const char* word(DoctorFinding::Verdict verdict) {
 
 Task<int> runDoctor(CommandContext context, DoctorOptions options) {
   const auto session = makeSessionServices(context.services, {}, {});
-  DoctorPatient patient{*session->sound->devices,       *session->sound->recorders,     *session->display.accessibility,
-                        *context.services.modelManager, *context.services.speechEngine, *context.services.settings};
+  DoctorPatient patient{
+      *session->sound->devices,         *session->sound->recorders,           *session->display.accessibility,
+      *context.services.models.manager, *context.services.ports.speechEngine, *context.services.settings};
   if (session->display.isPresent) {
     patient.pasteboard = session->display.pasteboard.get();
     patient.keys = session->display.keySynthesizer.get();
@@ -58,8 +59,7 @@ Task<int> runDoctor(CommandContext context, DoctorOptions options) {
         QStringLiteral("%1 %2 %3").arg(mark(finding.verdict), finding.title.leftJustified(20), finding.detail));
     if (!finding.advice.isEmpty()) context.terminal.out(QString(23, u' ') + finding.advice);
   };
-  auto examining = examine(patient, show);
-  const std::vector<DoctorFinding> findings = co_await std::move(examining);
+  const std::vector<DoctorFinding> findings = co_await examine(patient, show);
   const bool canDictate = std::none_of(findings.begin(), findings.end(), [](const DoctorFinding& finding) {
     return finding.verdict == DoctorFinding::Verdict::failed;
   });

@@ -20,8 +20,7 @@ Task<KeyringState> probeKeyring() {
   QDBusPendingCallWatcher watcher(bus.asyncCall(call, 2000));
   QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &watcher,
                    [&watcher, answered]() mutable { answered.resolve(watcher.reply()); });
-  auto waiting = answered.wait();
-  const QDBusMessage reply = co_await std::move(waiting);
+  const QDBusMessage reply = co_await answered.wait();
   if (reply.type() != QDBusMessage::ReplyMessage) co_return KeyringState::absent;
   const bool isLocked = reply.arguments().value(0).value<QDBusVariant>().variant().toBool();
   co_return isLocked ? KeyringState::locked : KeyringState::unlocked;

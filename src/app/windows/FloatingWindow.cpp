@@ -1,0 +1,100 @@
+#include "app/windows/FloatingWindow.h"
+
+#include <QGuiApplication>
+#include <QPainterPath>
+#include <QRegion>
+#include <QScreen>
+
+#include "app/windows/OverlayPlace.h"
+
+namespace quillmere {
+
+FloatingWindow::FloatingWindow(DesktopQml& qml, QString fileName, Place place, Screen screen)
+    : qml_(qml), fileName_(std::move(fileName)), place_(std::move(place)), screen_(std::move(screen)) {
+  connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &FloatingWindow::followScreen);
+  connect(qGuiApp, &QGuiApplication::screenAdded, this, &FloatingWindow::followScreen);
+  connect(qGuiApp, &QGuiApplication::screenRemoved, this, &FloatingWindow::followScreen);
+  followScreen();
+}
+
+FloatingWindow::~FloatingWindow() = default;
+
+void FloatingWindow::followScreen() {
+  if (QScreen* const screen = QGuiApplication::primaryScreen()) {
+    disconnect(screen, nullptr, this, nullptr);
+    connect(screen, &QScreen::availableGeometryChanged, this, [this] {
+      place();
+      Q_EMIT screensChanged();
+    });
+  }
+  place();
+  Q_EMIT screensChanged();
+}
+
+void FloatingWindow::prepare() {
+  if (window_) return;
+  window_ = qml_.createWindow(fileName_);
+  if (!window_) return;
+  window_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
+                    Qt::NoDropShadowWindowHint);
+  window_->setColor(Qt::transparent);
+  const auto resized = [this] {
+    place();
+    cut();
+  };
+  connect(window_.get(), &QWindow::widthChanged, this, resized);
+  connect(window_.get(), &QWindow::heightChanged, this, resized);
+  window_->create();
+}
+
+QQuickWindow* FloatingWindow::window() {
+  prepare();
+  return window_.get();
+}
+
+void FloatingWindow::show() {
+  if (!window()) return;
+  if (!isShown_) {
+    isShown_ = true;
+    window_->setProperty("wasMoved", false);
+    lastWidth_ = window_->width();
+    place();
+    cut();
+    if (screen_.keepOnAllDesktops) screen_.keepOnAllDesktops(window_->winId());
+    window_->show();
+  }
+  window_->raise();
+}
+
+void FloatingWindow::hide() {
+  isShown_ = false;
+  if (window_) window_->hide();
+}
+
+void FloatingWindow::orderFront() {
+  if (isShown_ && window_) window_->raise();
+}
+
+void FloatingWindow::place() {
+  QScreen* const screen = QGuiApplication::primaryScreen();
+  if (!isShown_ || !window_ || !screen) return;
+  // Where the user has put it, it grows about its middle.
+  const QPoint wanted = window_->property("wasMoved").toBool()
+                            ? window_->position() - QPoint((window_->width() - lastWidth_) / 2, 0)
+                            : place_(screen->availableGeometry(), window_->size());
+  lastWidth_ = window_->width();
+  window_->setPosition(wanted);
+}
+
+void FloatingWindow::cut() {
+  if (!window_) return;
+  if (!screen_.isComposited || screen_.isComposited()) {
+    window_->setMask({});
+    return;
+  }
+  QPainterPath shape;
+  shape.addRoundedRect(QRectF(QPointF(), window_->size()), overlayHeight / 2.0, overlayHeight / 2.0);
+  window_->setMask(QRegion(shape.toFillPolygon().toPolygon()));
+}
+
+}  // namespace quillmere
