@@ -16,8 +16,7 @@ Task<Result<std::vector<float>, ConversionError>> AudioConverter::convert(QStrin
   auto conversion =
       std::make_shared<SampleConversion>(readers_, resamplers_, logger_, std::move(filePath), std::move(options));
   auto work = [conversion](const StopFlag& stop) { return conversion->run(stop.atomic()); };
-  auto task = offload(pool_, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(pool_, std::move(work));
 }
 
 }  // namespace quillmere

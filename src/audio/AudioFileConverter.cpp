@@ -17,22 +17,19 @@ Task<Result<AudioFileFormat, AnyError>> AudioFileConverter::convertAudioToAAC(QS
   auto work = [conversion, from, to](const StopFlag& stop) {
     return conversion.convertAudioToAAC(from, to, stop.atomic());
   };
-  auto task = offload(pool_, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(pool_, std::move(work));
 }
 
 Task<Result<AudioFileFormat, AnyError>> AudioFileConverter::exportToM4A(QString from, QString to) {
   const FileConversion conversion(readers_, encoder_, logger_);
   auto work = [conversion, from, to](const StopFlag& stop) { return conversion.exportToM4A(from, to, stop.atomic()); };
-  auto task = offload(pool_, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(pool_, std::move(work));
 }
 
 Task<bool> AudioFileConverter::hasAudioTrack(QString path) {
   const FileConversion conversion(readers_, encoder_, logger_);
   auto work = [conversion, path](const StopFlag&) { return conversion.hasAudioTrack(path); };
-  auto task = offload(pool_, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(pool_, std::move(work));
 }
 
 Task<Result<ExtractedAudio, AnyError>> AudioFileConverter::extractAudioFromVideo(QString from, QString to) {
@@ -40,15 +37,13 @@ Task<Result<ExtractedAudio, AnyError>> AudioFileConverter::extractAudioFromVideo
   auto work = [conversion, from, to](const StopFlag& stop) {
     return conversion.extractAudioFromVideo(from, to, stop.atomic());
   };
-  auto task = offload(pool_, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(pool_, std::move(work));
 }
 
 Task<Result<double, AnyError>> AudioFileConverter::durationSeconds(QString path) {
   const FileConversion conversion(readers_, encoder_, logger_);
   auto work = [conversion, path](const StopFlag& stop) { return conversion.durationSeconds(path, stop.atomic()); };
-  auto task = offload(pool_, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(pool_, std::move(work));
 }
 
 }  // namespace quillmere

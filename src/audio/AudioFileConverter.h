@@ -21,7 +21,7 @@ class AudioFileConverter {
 
   // The primary path: decoded and encoded again sample by sample. Fails with AudioError::exportFailed.
   Task<Result<AudioFileFormat, AnyError>> convertAudioToAAC(QString from, QString to);
-  // The fallback: the whole file goes to the platform's export session, which finds its own settings.
+  // The fallback: the whole file goes to the platform's exporter, which finds its own settings.
   Task<Result<AudioFileFormat, AnyError>> exportToM4A(QString from, QString to);
   Task<bool> hasAudioTrack(QString path);
   // Fails with AudioError::noAudioTrack for a video without sound, else as convertAudioToAAC.

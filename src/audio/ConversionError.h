@@ -7,7 +7,7 @@ namespace quillmere {
 struct ConversionError {
   enum class Kind { invalidAudioFile, unsupportedFormat, conversionFailed, emptyAudioFile };
   Kind kind = Kind::conversionFailed;
-  QString detail;  // invalidAudioFile: the file's path; emptyAudioFile: unused; else the text behind the colon
+  QString detail;  // invalidAudioFile: the file's path; emptyAudioFile: unused; else the text after the colon
 
   QString message() const;
   bool operator==(const ConversionError&) const = default;

@@ -78,10 +78,9 @@ Result<void, MediaError> FileConversion::pump(MediaReader& reader, MediaWriter& 
                                               const std::atomic<bool>& stop) const {
   for (;;) {
     if (stop.load(std::memory_order_relaxed)) return Failed{MediaError{MediaError::Kind::stopped, 0, {}}};
-    const auto block = reader.read(framesPerRead);
-    if (!block) return Failed{block.error()};
-    if (block->frameCount == 0) return writer.finish();
-    if (auto appended = writer.append(*block); !appended) return appended;
+    TRY(const auto block, reader.read(framesPerRead));
+    if (block.frameCount == 0) return writer.finish();
+    TRY_OK(writer.append(block));
   }
 }
 
@@ -95,14 +94,14 @@ FileConversion::FormatResult FileConversion::exportToM4A(const QString& from, co
     logger_.error("AVAssetExportSession: Could not determine source format");
     return Failed{exportFailed()};
   }
-  auto session = encoder_.createExportSession(from, to);
-  if (!session) {
+  auto exporter = encoder_.createExportSession(from, to);
+  if (!exporter) {
     logger_.error("AVAssetExportSession: Failed to create export session");
     return Failed{exportFailed()};
   }
 
   AnyError failure = exportFailed();
-  const MediaExportSession::Status status = session->run(stop);
+  const MediaExportSession::Status status = exporter->run(stop);
   switch (status) {
     case MediaExportSession::Status::completed:
       if (stop.load(std::memory_order_relaxed)) break;
@@ -114,7 +113,7 @@ FileConversion::FormatResult FileConversion::exportToM4A(const QString& from, co
       logger_.error("AVAssetExportSession: Output file not created despite success status");
       break;
     case MediaExportSession::Status::failed: {
-      const std::optional<MediaError> error = session->error();
+      const std::optional<MediaError> error = exporter->error();
       logger_.error("AVAssetExportSession: Export failed - %{public}s",
                     error ? error->description : QStringLiteral("unknown error"));
       if (error) failure = asAnyError(*error);
@@ -127,7 +126,7 @@ FileConversion::FormatResult FileConversion::exportToM4A(const QString& from, co
       logger_.error("AVAssetExportSession: Unexpected status %ld", int(status));
       break;
   }
-  session.reset();
+  exporter.reset();
   QFile::remove(to);
   return Failed{failure};
 }
@@ -147,13 +146,11 @@ Result<ExtractedAudio, AnyError> FileConversion::extractAudioFromVideo(const QSt
     logger_.warning("🎬 Video has no audio track: %{public}s", fileName(from));
     return Failed{AnyError(AudioError{AudioError::Kind::noAudioTrack, {}})};
   }
-  const auto duration = durationSeconds(from, stop);
-  if (!duration) return Failed{duration.error()};
-  const auto format = convertAudioToAAC(from, to, stop);
-  if (!format) return Failed{format.error()};
-  logger_.info("🎬 Audio extraction complete: %ss, %ldHz, %ldch", QString::number(*duration, 'f', 1),
-               qint64(format->sampleRate), format->channelCount);
-  return ExtractedAudio{*duration, format->sampleRate, format->channelCount};
+  TRY(const double duration, durationSeconds(from, stop));
+  TRY(const auto format, convertAudioToAAC(from, to, stop));
+  logger_.info("🎬 Audio extraction complete: %ss, %ldHz, %ldch", QString::number(duration, 'f', 1),
+               qint64(format.sampleRate), format.channelCount);
+  return ExtractedAudio{duration, format.sampleRate, format.channelCount};
 }
 
 Result<double, AnyError> FileConversion::durationSeconds(const QString& path, const std::atomic<bool>& stop) const {

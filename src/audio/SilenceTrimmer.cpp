@@ -29,7 +29,7 @@ Result<void, PlatformError> append(WavWriter& writer, std::span<const float> sam
   for (const SampleRange& range : ranges) {
     for (qint64 at = range.start; at < range.end && !stop.isSet(); at += samplesPerWrite) {
       const qint64 count = std::min(samplesPerWrite, range.end - at);
-      if (auto written = writer.append(samples.subspan(size_t(at), size_t(count))); !written) return written;
+      TRY_OK(writer.append(samples.subspan(size_t(at), size_t(count))));
     }
   }
   return writer.finish();
@@ -38,10 +38,9 @@ Result<void, PlatformError> append(WavWriter& writer, std::span<const float> sam
 Result<void, PlatformError> write(WavWriterFactory& writers, const QString& path, std::span<const float> samples,
                                   const std::vector<SampleRange>& ranges, const StopFlag& stop) {
   QFile::remove(path);
-  auto writer = writers.create(path, int(sampleRate));
-  if (!writer) return Failed{writer.error()};
-  Result<void, PlatformError> written = append(**writer, samples, ranges, stop);
-  writer.value().reset();
+  TRY(auto writer, writers.create(path, int(sampleRate)));
+  Result<void, PlatformError> written = append(*writer, samples, ranges, stop);
+  writer.reset();
   if (!written || stop.isSet()) QFile::remove(path);
   return written;
 }
@@ -65,23 +64,18 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
   logger_.info("Starting silence trimming for: %s", inputPath);
   if (!QFileInfo::exists(inputPath)) co_return Failed{TrimError{Kind::fileNotFound, {}}};
 
-  auto loading = load(inputPath);
-  const auto loaded = co_await std::move(loading);
-  if (!loaded) co_return Failed{loaded.error()};
-  const Samples& samples = *loaded;
+  CO_TRY(const Samples samples, co_await load(inputPath));
   const auto total = static_cast<qint64>(samples->size());
   logger_.info("Loaded %ld samples (%{public}ss)", total, seconds(total));
 
-  auto searching = findSpeech(samples);
-  const auto found = co_await std::move(searching);
-  if (!found) co_return Failed{found.error()};
-  if (found->empty()) {
+  CO_TRY(const auto found, co_await findSpeech(samples));
+  if (found.empty()) {
     logger_.info("No speech detected in audio");
     co_return Failed{TrimError{Kind::noSpeechDetected, {}}};
   }
 
-  const std::vector<TimeRange> merged = mergeSegments(*found, mergeGapMs);
-  if (merged.size() < found->size()) logger_.info("Merged %ld segments into %ld", found->size(), merged.size());
+  const std::vector<TimeRange> merged = mergeSegments(found, mergeGapMs);
+  if (merged.size() < found.size()) logger_.info("Merged %ld segments into %ld", found.size(), merged.size());
   const std::vector<TimeRange> padded = padSegments(merged, extraPaddingMs, static_cast<double>(total) / sampleRate);
   const std::vector<SampleRange> ranges = sampleRanges(padded, total, sampleRate, logger_);
   const qint64 kept = sampleCount(ranges);
@@ -92,8 +86,7 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
   auto work = [writers, output, samples, ranges](const StopFlag& stop) {
     return write(*writers, output, *samples, ranges, stop);
   };
-  auto writing = offload(workers_, std::move(work));
-  const auto written = co_await std::move(writing);
+  const auto written = co_await offload(workers_, std::move(work));
   if (!written) co_return Failed{TrimError{Kind::outputWriteFailed, written.error().description}};
   logger_.info("Wrote trimmed audio to: %s", output);
 
@@ -107,8 +100,7 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
 
 Task<Result<Samples, TrimError>> SilenceTrimmer::load(QString path) {
   ConversionOptions options{framesPerRead, sampleRate, false, {}};
-  auto converting = converter_.convert(path, std::move(options));
-  auto converted = co_await std::move(converting);
+  auto converted = co_await converter_.convert(path, std::move(options));
   const bool isEmpty = converted ? converted->empty() : converted.error().kind == ConversionError::Kind::emptyAudioFile;
   if (isEmpty) {
     co_return Failed{
@@ -120,12 +112,10 @@ Task<Result<Samples, TrimError>> SilenceTrimmer::load(QString path) {
 
 Task<Result<std::vector<TimeRange>, TrimError>> SilenceTrimmer::findSpeech(Samples samples) {
   if (!detector_.isModelLoaded()) {
-    auto loading = detector_.loadModel();
-    const auto loaded = co_await std::move(loading);
+    const auto loaded = co_await detector_.loadModel();
     if (!loaded) co_return Failed{TrimError{Kind::vadAnalysisFailed, message(loaded.error())}};
   }
-  auto analysis = detector_.analyze(std::move(samples), sampleRate);
-  auto found = co_await std::move(analysis);
+  auto found = co_await detector_.analyze(std::move(samples), sampleRate);
   if (!found) co_return Failed{TrimError{Kind::vadAnalysisFailed, message(found.error())}};
   co_return std::move(*found);
 }

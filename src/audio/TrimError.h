@@ -14,7 +14,7 @@ struct TrimError {
     invalidAudioFormat
   };
   Kind kind = Kind::audioLoadFailed;
-  QString detail;  // the text behind the colon of the first three
+  QString detail;  // the text after the colon of the first three
 
   QString message() const;
   bool operator==(const TrimError&) const = default;

@@ -162,8 +162,7 @@ Task<QString> VADProcessingService::compressLargeWav(QString path, QString logPr
   const QString target = m4aPathFor(path);
   QFile::remove(target);
 
-  auto primary = attempt(use_.fileConverter.convertAudioToAAC(path, target), target, logPrefix);
-  const Attempt first = co_await std::move(primary);
+  const Attempt first = co_await attempt(use_.fileConverter.convertAudioToAAC(path, target), target, logPrefix);
   if (first.isUsable) {
     const qint64 converted = sizeOf(target).value_or(0);
     logger_.info("✅ %{public}sTrimmed WAV→M4A conversion succeeded: %{public}sMB → %{public}sMB", tag,
@@ -212,8 +211,7 @@ Task<VADProcessingService::Attempt> VADProcessingService::attempt(Task<Result<Au
     if (converted) {
       outcome.format = *converted;
       if (QFileInfo(target).isFile()) {
-        auto validating = validateM4A(target, logPrefix);
-        outcome.isUsable = co_await std::move(validating);
+        outcome.isUsable = co_await validateM4A(target, logPrefix);
       }
     } else {
       outcome.error = localizedDescription(converted.error());
@@ -231,8 +229,7 @@ Task<bool> VADProcessingService::validateM4A(QString path, QString logPrefix) {
   auto work = [readers, path, tag = tagOf(logPrefix), logger = logger_](const StopFlag&) {
     return holdsUsableAudio(*readers, path, tag, logger);
   };
-  auto task = offload(use_.workers, std::move(work));
-  co_return co_await std::move(task);
+  co_return co_await offload(use_.workers, std::move(work));
 }
 
 void VADProcessingService::report(const QString& message, const QVariantMap& data) const {

@@ -30,8 +30,7 @@ Task<Result<void, VADError>> VoiceActivityDetector::loadModel() {
   auto work = [model, file = *path](const StopFlag&) {
     return model->isLoaded() ? Result<void, PlatformError>() : model->load(file);
   };
-  auto task = offload(worker_, std::move(work));
-  const auto loaded = co_await std::move(task);
+  const auto loaded = co_await offload(worker_, std::move(work));
   if (!loaded) {
     logger_.error("Failed to load VAD model from: %s", *path);
     logger_.error("The reason: %s", loaded.error().description);
@@ -55,8 +54,7 @@ Task<Result<std::vector<TimeRange>, VADError>> VoiceActivityDetector::analyze(Sa
   auto work = [model, samples, parameters = parameters_](const StopFlag& stop) {
     return model->segments(*samples, parameters, stop.atomic());
   };
-  auto task = offload(worker_, std::move(work));
-  const auto segments = co_await std::move(task);
+  const auto segments = co_await offload(worker_, std::move(work));
   if (!segments) {
     logger_.error("VAD segmentation failed");
     co_return Failed{VADError::segmentExtractionFailed};

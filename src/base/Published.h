@@ -11,7 +11,7 @@
 namespace quillmere {
 
 // An observable value of the thread that made it (the main thread everywhere). Observers run in the order they
-// subscribed; each sees every value in order: a value set while observers are being told is queued behind the one under
+// subscribed; each sees every value in order: a value set while observers are being told is queued after the one under
 // way, and get() gives the value under way until then. Setting an equal value tells nobody. From inside an observer one
 // may set, subscribe (the newcomer hears later values only), end any subscription (that observer is not called again)
 // and destroy the owner (observers that are still subscribed hear what was set before).

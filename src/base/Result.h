@@ -62,3 +62,22 @@ class [[nodiscard]] Result<void, E> {
 };
 
 }  // namespace quillmere
+
+// Takes the value out of a Result, or leaves the function with its error:
+//   TRY(const auto file, LocalFile::open(path));           in a function
+//   CO_TRY(const auto key, co_await keychain.read(name));  in a coroutine
+//   TRY_OK(writer.close());  CO_TRY_OK(...);               where there is no value, or none that is needed
+#define QUILLMERE_TRY_NAME2(line) tried##line
+#define QUILLMERE_TRY_NAME(line) QUILLMERE_TRY_NAME2(line)
+#define QUILLMERE_TRY(tried, leave, declaration, ...)              \
+  auto tried = __VA_ARGS__;                                        \
+  if (!tried) leave ::quillmere::Failed{std::move(tried).error()}; \
+  declaration = *std::move(tried)
+#define QUILLMERE_TRY_OK(tried, leave, ...)                         \
+  if (auto tried = __VA_ARGS__; !tried) leave ::quillmere::Failed { \
+      std::move(tried).error()                                      \
+    }
+#define TRY(declaration, ...) QUILLMERE_TRY(QUILLMERE_TRY_NAME(__LINE__), return, declaration, __VA_ARGS__)
+#define CO_TRY(declaration, ...) QUILLMERE_TRY(QUILLMERE_TRY_NAME(__LINE__), co_return, declaration, __VA_ARGS__)
+#define TRY_OK(...) QUILLMERE_TRY_OK(QUILLMERE_TRY_NAME(__LINE__), return, __VA_ARGS__)
+#define CO_TRY_OK(...) QUILLMERE_TRY_OK(QUILLMERE_TRY_NAME(__LINE__), co_return, __VA_ARGS__)

@@ -69,8 +69,7 @@ Task<ApplicationContext> ApplicationContextGatherer::gather() {
       findings->setFocused(readFocusedElement(tree, processId));
       if (hasTab) findings->setTabTitle(readTabTitle(tree, *processId));
     };
-    auto visit = accessibility_.visit(std::move(work), readingLimit);
-    co_await std::move(visit);
+    co_await accessibility_.visit(std::move(work), readingLimit);
     context.focusedElement = findings->focused();
     context.browserTabTitle = findings->tabTitle();
   }

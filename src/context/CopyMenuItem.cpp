@@ -10,7 +10,7 @@ constexpr int mostMenus = 30;
 constexpr int mostItemsOfAMenu = 100;
 constexpr int mostItems = 400;  // in all menus
 constexpr int menuDepth = 3;
-constexpr int usualEditMenu = 3;  // the fourth: behind those of the system and the application, and File
+constexpr int usualEditMenu = 3;  // the fourth: after those of the system and the application, and File
 
 QString plainTitle(QString title) {
   title = title.section(QLatin1Char('\t'), 0, 0);

@@ -73,8 +73,7 @@ Task<Result<std::optional<QString>, QString>> SelectedTextReader::read() {
   std::function<void(AccessibilityTree&)> work = [findings, processId](AccessibilityTree& tree) {
     look(tree, processId, *findings);
   };
-  auto visit = accessibility_.visit(std::move(work), readingLimit);
-  const bool isAnswered = co_await std::move(visit);
+  const bool isAnswered = co_await accessibility_.visit(std::move(work), readingLimit);
   const Findings::Content found = findings->get();
   if (found.selectedText) co_return found.selectedText;
   const QString silence = QStringLiteral("the application does not answer");
@@ -84,8 +83,7 @@ Task<Result<std::optional<QString>, QString>> SelectedTextReader::read() {
     logger_.error("Failed to get text via AXUI: %{public}s", silence);
 
   if (found.hasCopyItem && !found.isSecure && processId) {
-    auto copying = copyByMenu(*processId);
-    std::optional<QString> text = co_await std::move(copying);
+    std::optional<QString> text = co_await copyByMenu(*processId);
     if (text && !text->isEmpty()) {
       logger_.info("Successfully got non-empty text via menu action copy");
       co_return text;
@@ -97,12 +95,10 @@ Task<Result<std::optional<QString>, QString>> SelectedTextReader::read() {
 }
 
 Task<std::optional<QString>> SelectedTextReader::copyByMenu(qint64 processId) {
-  auto saving = pasteboard_.items();
-  ClipboardItems saved = co_await std::move(saving);
+  ClipboardItems saved = co_await pasteboard_.items();
   co_await throwIfCancelled();
   // From here on the pasteboard may change, so this part runs to its end.
-  auto copying = shielded(copyAndRestore(processId, std::move(saved)));
-  std::optional<QString> text = co_await std::move(copying);
+  std::optional<QString> text = co_await shielded(copyAndRestore(processId, std::move(saved)));
   co_return text;
 }
 
@@ -113,8 +109,7 @@ Task<std::optional<QString>> SelectedTextReader::copyAndRestore(qint64 processId
     const auto item = findCopyMenuItem(tree, processId);
     if (item && !*isTooLate) tree.performAction(item, QStringLiteral("AXPress"));
   };
-  auto visit = accessibility_.visit(std::move(work), readingLimit);
-  co_await std::move(visit);
+  co_await accessibility_.visit(std::move(work), readingLimit);
   *isTooLate = true;
 
   // An item may act without saying that it did, so the pasteboard alone tells.
@@ -122,8 +117,7 @@ Task<std::optional<QString>> SelectedTextReader::copyAndRestore(qint64 processId
     co_await sleepFor(pollInterval);
   // What this process has put there meanwhile is a dictated text, neither a selection nor to be taken away.
   if (pasteboard_.changeCount() == countBefore || pasteboard_.ownsContents()) co_return std::nullopt;
-  auto reading = pasteboard_.string();
-  std::optional<QString> text = co_await std::move(reading);
+  std::optional<QString> text = co_await pasteboard_.string();
   if (!pasteboard_.ownsContents() && !pasteboard_.write(saved))
     logger_.error("The pasteboard can't be given back its contents");
   co_return text;

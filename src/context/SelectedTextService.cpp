@@ -11,14 +11,12 @@ SelectedTextService::SelectedTextService(Accessibility& accessibility, SelectedT
 Task<std::optional<QString>> SelectedTextService::capture() {
   std::optional<QString> text;
   if (accessibility_.isTrusted()) {
-    auto reading = reader_.read();
-    const Result<std::optional<QString>, QString> result = co_await std::move(reading);
+    const Result<std::optional<QString>, QString> result = co_await reader_.read();
     if (result)
       text = result.value();
     else
       logger_.debug("Failed to get selected text: %s", result.error());
   }
-  lastCapturedText_ = text;
   if (text && !text->isEmpty()) logger_.info("Captured selected text: %ld chars", graphemeCount(*text));
   co_return text;
 }

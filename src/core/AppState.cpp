@@ -123,9 +123,7 @@ void AppState::showError(const QString& message, bool isCritical) {
     showErrorNow(message, isCritical);
     return;
   }
-  use_.executor.post([this, message, isCritical, alive = std::weak_ptr<bool>(isAlive_)] {
-    if (!alive.expired()) showErrorNow(message, isCritical);
-  });
+  lifetime_.post(use_.executor, [this, message, isCritical] { showErrorNow(message, isCritical); });
 }
 
 void AppState::showErrorNow(const QString& message, bool isCritical) {

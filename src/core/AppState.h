@@ -1,11 +1,11 @@
 #pragma once
 #include <QString>
 #include <functional>
-#include <memory>
 #include <vector>
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "core/AppStateData.h"
 #include "domain/Entities.h"
@@ -51,7 +51,7 @@ class AppState {
   void selectMode(const Mode& mode, bool persist);
   // The mode of the last run: selected without a word and without storing it again.
   void restoreMode(const Mode& mode);
-  // The mode behind the selected one among those that work now. False when there is none.
+  // The mode after the selected one among those that work now. False when there is none.
   bool cycleToNextMode();
   // In the store's order; without those that need the network while there is none.
   std::vector<ModePtr> availableModes() const;
@@ -70,13 +70,13 @@ class AppState {
 
   Dependencies use_;
   Logger logger_;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
   AppStateData latest_;  // with the changes that observers haven't been told of yet
   Published<AppStateData> data_;
   RecordingState loggedState_;
   QString searchQuery_;
   Executor::TimerId searchTimer_ = 0;
   std::vector<Subscription> subscriptions_;
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere

@@ -31,6 +31,7 @@ Task<void> Dictation::run() {
 }
 
 void Dictation::end(Ending ending, TimePoint at) {
+  assertCurrent(use_.executor);
   if (!ending_) endedAt_ = at;
   // What was thrown away is not asked for again, and what the application's end keeps is not transcribed any more.
   if (!ending_ || *ending_ == Ending::transcribe) ending_ = ending;
@@ -39,11 +40,13 @@ void Dictation::end(Ending ending, TimePoint at) {
 }
 
 void Dictation::cancelTranscription() {
+  assertCurrent(use_.executor);
   isTextWanted_ = false;
   roadTask_.cancel();
 }
 
 void Dictation::close() {
+  assertCurrent(use_.executor);
   isClosing_ = true;
   end(Ending::keep, use_.executor.now());
   roadTask_.cancel();

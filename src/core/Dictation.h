@@ -102,7 +102,7 @@ class Dictation final {
 
   // --- from the audio to the text and the cursor
   Task<void> transcribe();
-  void followSelectedMode();
+  ModePtr modeAtEnd() const;
   void noteTimings(const TranscriptOutcome& outcome);
   Task<void> borrowClipboard();
   void failTranscription(const AnyError& error);

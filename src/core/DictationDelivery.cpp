@@ -30,9 +30,7 @@ bool isNoSpeech(const AnyError& error) {
 }  // namespace
 
 Task<void> Dictation::transcribe() {
-  // The mode goes by its identifier: renamed meanwhile it is still the same one. Where the user has chosen another one
-  // while speaking, that one is meant.
-  followSelectedMode();
+  mode_ = modeAtEnd();
   TranscriptJob job;
   job.audioPath = *recording_.path;
   job.durationSeconds = recording_.duration;
@@ -86,10 +84,12 @@ Task<void> Dictation::transcribe() {
   if (isWav && (isLarge || use_.settingsManager.storage().storeAsM4A())) host_.compressLater(*recording_.path, row_);
 }
 
-void Dictation::followSelectedMode() {
-  const QString selected = use_.appState.data().selectedModeId;
-  if (!beginning_.modeName && host_.isNewest(*this)) modeId_ = selected;
-  if (ModePtr mode = use_.persistence.fetchMode(modeId_)) mode_ = std::move(mode);
+// The mode goes by its identifier: renamed meanwhile it is still the same one. Where the user has chosen another one
+// while speaking, that one is meant.
+ModePtr Dictation::modeAtEnd() const {
+  const bool isSelected = !beginning_.modeName && host_.isNewest(*this);
+  const ModePtr mode = use_.persistence.fetchMode(isSelected ? use_.appState.data().selectedModeId : modeId_);
+  return mode ? mode : mode_;
 }
 
 void Dictation::noteTimings(const TranscriptOutcome& outcome) {

@@ -6,6 +6,7 @@
 #include "core/AppState.h"
 #include "core/Dictation.h"
 #include "core/InterruptionNotice.h"
+#include "domain/ModeData.h"
 #include "recording/FileWatcher.h"
 #include "recording/RecordingLifecycle.h"
 #include "recording/RecordingSessionManager.h"
@@ -44,7 +45,9 @@ Task<bool> Dictation::finishRecording() {
       QStringLiteral("Recording stop requested"), QStringLiteral("audio.recording"), ReportLevel::info,
       {{QStringLiteral("cancelled"), ending_ == Ending::discard}, {QStringLiteral("trigger"), rawValue(trigger())}});
   const StopIntent intent = ending_ == Ending::discard ? StopIntent::discard : StopIntent::keep;
-  auto stopped = co_await use_.recordingLifecycle.stopRecording(intent);
+  const QString model = modeAtEnd()->model.value_or(QString());
+  const bool isLocal = providerTypeOfModel(model) == ProviderType::local;
+  auto stopped = co_await use_.recordingLifecycle.stopRecording(intent, isLocal);
   if (!stopped) co_return false;
   recording_ = std::move(*stopped);
   if (recording_.firstSampleAt) timings_.triggerToFirstSample = *recording_.firstSampleAt - beginning_.pressedAt;

@@ -99,12 +99,7 @@ void GlobalHotkeys::onKeyUp(const char* name, void (GlobalHotkeys::*handler)()) 
 }
 
 std::function<void()> GlobalHotkeys::later(void (GlobalHotkeys::*handler)()) {
-  return [this, alive = std::weak_ptr<bool>(isAlive_), handler] {
-    if (alive.expired()) return;
-    services_.executor.post([this, alive, handler] {
-      if (!alive.expired()) (this->*handler)();
-    });
-  };
+  return lifetime_.later(services_.executor, [this, handler] { (this->*handler)(); });
 }
 
 }  // namespace quillmere

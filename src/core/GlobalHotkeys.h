@@ -1,9 +1,9 @@
 #pragma once
 #include <functional>
-#include <memory>
 #include <optional>
 
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 
 namespace quillmere {
@@ -48,7 +48,7 @@ class GlobalHotkeys {
   Logger logger_;
   bool isSetUp_ = false;
   std::optional<TimePoint> lastToggleShortcutTime_;
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere

@@ -178,12 +178,7 @@ void PushToTalk::leaveBreadcrumb(const QString& message, const QVariantMap& data
 }
 
 std::function<void()> PushToTalk::later(std::function<void()> handler) {
-  return [this, alive = std::weak_ptr<bool>(isAlive_), handler = std::move(handler)] {
-    if (alive.expired()) return;
-    services_.executor.post([alive, handler] {
-      if (!alive.expired()) handler();
-    });
-  };
+  return lifetime_.later(services_.executor, std::move(handler));
 }
 
 }  // namespace quillmere

@@ -1,10 +1,10 @@
 #pragma once
 #include <QString>
 #include <functional>
-#include <memory>
 #include <optional>
 
 #include "base/async/Executor.h"
+#include "base/async/Lifetime.h"
 #include "base/log/Logger.h"
 #include "domain/ModifierKey.h"
 #include "storage/SettingTypes.h"
@@ -74,7 +74,7 @@ class PushToTalk {
   PedalMonitoring pedal_;
   bool hasLoggedMissingAccessibility_ = false;
   int configuration_ = 0;  // grows with every configure(); what was begun before no longer counts
-  std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
+  Lifetime lifetime_;
 };
 
 }  // namespace quillmere

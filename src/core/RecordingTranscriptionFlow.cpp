@@ -38,6 +38,7 @@ RecordingTranscriptionFlow::~RecordingTranscriptionFlow() {
 
 void RecordingTranscriptionFlow::toggleRecording(std::optional<QString> modeName, bool stopOnly,
                                                  RecordingTriggerSource trigger) {
+  assertCurrent(use_.executor);
   const bool isFirst = !waitingPress_;
   if (!isFirst) logger_.info("Toggle task cancelled before execution");
   waitingPress_ = pressNow(trigger);
@@ -106,6 +107,7 @@ bool RecordingTranscriptionFlow::isStreamingRefused() {
 // --- what follows
 
 void RecordingTranscriptionFlow::handle(const R::Event& event, const Press& press) {
+  assertCurrent(use_.executor);
   // The pill's own buttons answer the question in the application's state.
   if (!use_.appState.data().showCancelConfirmation) state_.isQuestionUp = false;
   const R::Step step = R::step(state_, event);

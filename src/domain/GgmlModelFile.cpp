@@ -111,7 +111,7 @@ ExpectedTensors expectedTensors(const GgmlModelFile& file, TensorType matrix) {
   return all;
 }
 
-// Reads forward and keeps the first fault; behind one, every read gives zeros.
+// Reads forward and keeps the first fault; after one, every read gives zeros.
 class Walker {
  public:
   explicit Walker(QIODevice& device) : device_(device), size_(device.size()) {}

@@ -89,7 +89,7 @@ QString importedFileName(qint64 secondsSinceEpoch, const QString& originalBaseNa
   tail.remove(QChar(QChar::ReplacementCharacter));
   if (!tail.isEmpty()) tail.prepend(u'.');
   const QString head = QStringLiteral("imported_%1_").arg(secondsSinceEpoch);
-  // Room for "_trimmed" and a change of extension behind the name.
+  // Room for "_trimmed" and a change of extension after the name.
   const int room = maxFileNameBytes - int(head.toUtf8().size()) - int(tail.toUtf8().size()) - 16;
   while (!base.isEmpty() && base.toUtf8().size() > room) base = leftGraphemes(base, graphemeCount(base) - 1);
   return head + base + tail;

@@ -103,7 +103,7 @@ Task<FileTranscriptionOutcome> FileTranscriptionFlow::run(std::filesystem::path 
   } catch (const Cancelled&) {
     wasCancelled = true;
   }
-  // A cancel that comes behind the stored result is too late: the transcript is complete.
+  // A cancel that comes after the stored result is too late: the transcript is complete.
   if (!outcome.result && (wasCancelled || progressState_.state().isCancelled)) {
     logger_.info("📂 File transcription cancelled");
     outcome.kind = FileTranscriptionOutcome::Kind::cancelled;
@@ -199,13 +199,12 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
   }
 
   animate(0.13f, 0.2);
-  const auto duration = co_await use_.converter.durationSeconds(audioPath);
-  if (!duration) co_return Failed{duration.error()};
-  if (!(*duration > 0)) co_return Failed{AnyError(AudioError{AudioError::Kind::fileNotReadable, QString()})};
-  outcome.audioDurationSeconds = *duration;
+  CO_TRY(const double duration, co_await use_.converter.durationSeconds(audioPath));
+  if (!(duration > 0)) co_return Failed{AnyError(AudioError{AudioError::Kind::fileNotReadable, QString()})};
+  outcome.audioDurationSeconds = duration;
   co_await throwIfStopped();
 
-  if (const auto taken = co_await takeRoad(audioPath, mode, outcome); !taken) co_return taken;
+  CO_TRY_OK(co_await takeRoad(audioPath, mode, outcome));
   animate(1.0f, 0.2);
   logger_.info("✅ File transcription completed: %s", name);
   if (use_.completionLinger > Duration::zero()) co_await sleepFor(use_.completionLinger);
@@ -261,8 +260,7 @@ Task<Result<QString, FileTranscriptionError>> FileTranscriptionFlow::copyIntoRec
     currentCopiedFilePath_ = target;
     const QString here = target;
     auto job = [file, here](const StopFlag& stop) { return copyFile(file, here, stop.atomic()); };
-    auto copying = offload(use_.workers, std::move(job));
-    const auto copied = co_await std::move(copying);
+    const auto copied = co_await offload(use_.workers, std::move(job));
     if (copied) {
       logger_.info("📁 Copied file to: %s", target);
       co_return target;

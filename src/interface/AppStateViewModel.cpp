@@ -86,7 +86,7 @@ QString AppStateViewModel::microphoneName() const {
   return microphoneName_.isEmpty() ? localizedText("app.microphone.none") : microphoneName_;
 }
 
-// The sentence has the key in its middle; where the language puts nothing in front or behind, that side is empty.
+// The sentence has the key in its middle; where the language puts nothing before or after it, that side is empty.
 QString AppStateViewModel::shortcutSentenceStart() const {
   switch (triggerKind_) {
     case TriggerKind::hold:

@@ -97,8 +97,7 @@ void FirstRunViewModel::updateMeasurement() {
 }
 
 Task<void> FirstRunViewModel::measure(QString model, QString file) {
-  auto measuring = services_.speed->secondsPerMinute(std::move(file));
-  const std::optional<double> seconds = co_await std::move(measuring);
+  const std::optional<double> seconds = co_await services_.speed->secondsPerMinute(std::move(file));
   secondsPerMinute_[model] = seconds;
   measuredModel_.clear();
   Q_EMIT changed();

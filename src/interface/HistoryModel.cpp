@@ -21,12 +21,12 @@ QString idText(const QUuid& id) {
 
 }  // namespace
 
-HistoryModel::HistoryModel(Services services, HistoryIntents intents, QLocale locale, QTimeZone timeZone,
+HistoryModel::HistoryModel(Services services, HistoryIntents intents, const QLocale& locale, const QTimeZone& timeZone,
                            const Logging& logging)
     : services_(services),
       intents_(std::move(intents)),
-      locale_(std::move(locale)),
-      timeZone_(std::move(timeZone)),
+      locale_(locale),
+      timeZone_(timeZone),
       logger_(logging.logger(QStringLiteral("HistoryModel"))),
       scope_(services.executor) {
   if (!intents_.fileExists) intents_.fileExists = [](const QString& path) { return QFileInfo(path).isFile(); };

@@ -70,7 +70,8 @@ class HistoryModel final : public QAbstractListModel {
     TranscriptionRetryController* retry = nullptr;
     UserNotices* notices = nullptr;
   };
-  HistoryModel(Services services, HistoryIntents intents, QLocale locale, QTimeZone timeZone, const Logging& logging);
+  HistoryModel(Services services, HistoryIntents intents, const QLocale& locale, const QTimeZone& timeZone,
+               const Logging& logging);
   ~HistoryModel() override;
 
   int rowCount(const QModelIndex& parent = {}) const override;

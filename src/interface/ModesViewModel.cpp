@@ -192,7 +192,7 @@ QVariantList ModesViewModel::languageChoices() const {
     const QString name = languageName(language.code);
     languages.push_back({foldedForSearch(name), language.code, name});
   }
-  // As the user's language sorts them, behind the automatic choice, which stands first.
+  // As the user's language sorts them, after the automatic choice, which stands first.
   std::stable_sort(languages.begin() + 1, languages.end(),
                    [](const Language& a, const Language& b) { return a.sortKey < b.sortKey; });
   QVariantList choices;

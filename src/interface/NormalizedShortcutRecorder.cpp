@@ -48,8 +48,7 @@ void NormalizedShortcutRecorder::stopRecording() {
 }
 
 Task<void> NormalizedShortcutRecorder::waitForKeys(QString name) {
-  auto waiting = shortcuts_.recordCombination();
-  const std::optional<KeyCombination> keys = co_await std::move(waiting);
+  const std::optional<KeyCombination> keys = co_await shortcuts_.recordCombination();
   recordingName_.clear();
   if (keys) choose(name, *keys);
   onChange_(name);

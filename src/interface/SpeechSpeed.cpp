@@ -18,8 +18,7 @@ constexpr size_t windowSamples = 30 * 16000;
 
 Task<std::optional<double>> SpeechSpeed::secondsPerMinute(QString modelFile) {
   ConversionOptions options{65536, sampleRate, false, {}};
-  auto reading = services_.converter.convert(services_.sampleFile, std::move(options));
-  const auto sample = co_await std::move(reading);
+  const auto sample = co_await services_.converter.convert(services_.sampleFile, std::move(options));
   if (!sample || sample->empty()) co_return std::nullopt;
   const auto speech = std::make_shared<std::vector<float>>(windowSamples);
   for (size_t i = 0; i < windowSamples; ++i) (*speech)[i] = (*sample)[i % sample->size()];
@@ -41,8 +40,7 @@ Task<std::optional<double>> SpeechSpeed::secondsPerMinute(QString modelFile) {
     }
   };
   Job job{&services_.engine, &services_.executor, std::move(modelFile), speech};
-  auto measuring = offload(services_.workers, std::move(job));
-  co_return co_await std::move(measuring);
+  co_return co_await offload(services_.workers, std::move(job));
 }
 
 }  // namespace quillmere

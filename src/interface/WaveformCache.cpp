@@ -22,8 +22,7 @@ Task<std::vector<float>> WaveformCache::samples(QString path, int barCount) {
     std::vector<float> operator()(const StopFlag&) const { return waveformSamples(*readers, file, barCount, logger); }
   };
   Job job{&readers_, logger_, path, barCount};
-  auto task = offload(pool_, std::move(job));
-  std::vector<float> bars = co_await std::move(task);
+  std::vector<float> bars = co_await offload(pool_, std::move(job));
   if (!bars.empty()) kept_.insert(key(path, barCount), new std::vector<float>(bars));
   co_return bars;
 }

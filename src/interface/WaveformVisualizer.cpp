@@ -14,8 +14,7 @@ void WaveformVisualizer::setAudioFilePath(const QString& path) {
 }
 
 Task<void> WaveformVisualizer::load(QString path) {
-  auto reading = cache_->samples(path, barCount);
-  const std::vector<float> samples = co_await std::move(reading);
+  const std::vector<float> samples = co_await cache_->samples(path, barCount);
   if (path != audioFilePath_) co_return;
   for (const float sample : samples) waveformSamples_ << sample;
   Q_EMIT changed();

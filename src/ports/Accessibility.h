@@ -38,7 +38,7 @@ class AccessibilityTree {
   virtual bool isOutOfTime() const = 0;
 };
 
-// The accessibility bus of the session. Called on the main thread.
+// The accessibility bus of the desktop session. Called on the main thread.
 class Accessibility {
  public:
   virtual ~Accessibility() = default;

@@ -71,15 +71,12 @@ class HttpClient {
   virtual Task<Result<std::unique_ptr<HttpStream>, UrlError>> open(HttpRequest request) = 0;
   // The same, and the whole body. A cancel closes the connection at once.
   Task<Result<HttpResponse, UrlError>> send(HttpRequest request) {
-    auto opened = co_await open(std::move(request));
-    if (!opened) co_return Failed{opened.error()};
-    const std::unique_ptr<HttpStream> stream = std::move(opened).value();
+    CO_TRY(const auto stream, co_await open(std::move(request)));
     HttpResponse response{stream->head(), {}};
     for (;;) {
-      auto piece = co_await stream->read();
-      if (!piece) co_return Failed{piece.error()};
-      if (piece->isEmpty()) co_return response;
-      response.body += *piece;
+      CO_TRY(const QByteArray piece, co_await stream->read());
+      if (piece.isEmpty()) co_return response;
+      response.body += piece;
     }
   }
   // Opens a connection to the server of the address in the background, so that the next request starts sooner. Sends

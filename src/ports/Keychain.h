@@ -18,7 +18,7 @@ struct KeychainItem {
 
 struct KeychainError {
   enum class Kind {
-    absent,    // the session has no keychain
+    absent,    // the desktop session has no keychain
     locked,    // it is locked (or none was made yet) and the user was not asked, refused or did not answer
     missing,   // no such item
     timedOut,  // it does not answer

@@ -3,8 +3,8 @@
 
 namespace quillmere {
 
-// The media players of the session. Main thread; each call ends within 1 s and never fails: a player that doesn't
-// answer is left out.
+// The media players of the desktop session. Main thread; each call ends within 1 s and never fails: a player that
+// doesn't answer is left out.
 class MediaPlayback {
  public:
   virtual ~MediaPlayback() = default;

@@ -27,7 +27,7 @@ struct TranscriptionTextProcessing {
   // without a letter becomes the empty text.
   static QString removeHallucinations(QString text);
 
-  // "new line" and "newline", with the punctuation behind it, become two line ends.
+  // "new line" and "newline", with the punctuation after it, become two line ends.
   static QString applyVoiceCommands(const QString& text, const Logger& logger = {});
 
   // Adds one space where the next dictation would otherwise touch this text. `language` is the mode's code; "auto"

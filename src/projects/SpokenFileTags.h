@@ -19,7 +19,7 @@ class SpokenFileTags {
   virtual bool hasFileIndex() const = 0;
   // `bundleId`: the application that the text goes to.
   virtual Resolution resolve(const QString& text, const std::optional<QString>& bundleId) = 0;
-  // Looks at the files of the active project again. Awaited behind the running recorder.
+  // Looks at the files of the active project again. Awaited while the recorder runs.
   virtual Task<void> refreshFileIndex() = 0;
 };
 

@@ -178,14 +178,13 @@ Task<Result<SpeechAnswer, AnyError>> LibWhisperProvider::decode(SpeechRequest re
     logger_.error("❌ No whisper context available for transcription");
     co_return Failed{noModelLoaded()};
   }
-  if (const auto loaded = co_await makeResident(request.model); !loaded) co_return Failed{loaded.error()};
+  CO_TRY_OK(co_await makeResident(request.model));
   logger_.info("Starting transcription with model: %s", currentModel_->name);
-  const auto converted = co_await convert(request.audioPath);
-  if (!converted) co_return Failed{converted.error()};
+  CO_TRY(const auto samples, co_await convert(request.audioPath));
 
   const auto context = whisperContext_;
   WhisperRun run;
-  run.samples16kHz = *converted;
+  run.samples16kHz = samples;
   run.language = request.language;
   if (!run.language && currentModel_->isEnglishOnly) run.language = QStringLiteral("en");
   run.prompt = promptFor(request.vocabulary);

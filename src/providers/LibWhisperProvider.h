@@ -38,9 +38,6 @@ class LibWhisperProvider final : public TranscriptionProvider {
   // Makes a model resident when the engine's turn has come. A cancelled load leaves no model behind.
   Task<Result<void, AnyError>> loadModel(QString modelName);
 
-  const std::optional<WhisperCppModel>& currentModel() const { return currentModel_; }
-  bool isModelReady() const { return isModelReady_; }
-
  private:
   using Samples = std::shared_ptr<const std::vector<float>>;
   Task<Result<void, AnyError>> makeResident(QString modelName);

@@ -17,7 +17,7 @@ class ParakeetEngine;
 class PersistenceController;
 class UserNotices;
 
-// Everything outlives the manager; null means "not in this build or session".
+// Everything outlives the manager; null means "not in this build or desktop session".
 struct TranscriptionModelServices {
   LibWhisperProvider* localProvider = nullptr;
   ParakeetEngine* parakeet = nullptr;

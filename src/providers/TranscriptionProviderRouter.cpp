@@ -74,7 +74,7 @@ TranscriptionProviderRouter::TranscriptionProviderRouter(TranscriptionEngines en
 
 TranscriptionProviderRouter::~TranscriptionProviderRouter() = default;
 
-Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectProvider(ModePtr mode) {
+Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectProvider(const ModePtr& mode) {
   if (mode && isCloud(*mode)) return selectCloudProvider(*mode);
   return selectLocalProvider(modelTextOf(mode.get()), languageOf(mode.get()));
 }
@@ -91,8 +91,7 @@ Result<QString, TranscriptionError> TranscriptionProviderRouter::keyOf(CloudProv
 Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectCloudProvider(Mode mode) {
   const CloudProvider service = serviceOf(mode);
   const QString serviceName = displayName(service);
-  const auto key = keyOf(service);
-  if (!key) co_return Failed{AnyError(key.error())};
+  CO_TRY(const QString key, keyOf(service));
 
   TranscriptionProvider* provider = nullptr;
   if (service == CloudProvider::quillmere) {
@@ -134,7 +133,7 @@ Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectCloudPro
   chosen.provider = provider;
   chosen.model = mode.cloudTranscriptionModel.value_or(QString());
   chosen.service = service;
-  chosen.apiKey = *key;
+  chosen.apiKey = key;
   co_return chosen;
 }
 
@@ -176,8 +175,7 @@ Task<Result<ChosenEngine, AnyError>> TranscriptionProviderRouter::selectLocalPro
     co_return Failed{AnyError(chosen.error())};
   }
   if (engines_.parakeet != nullptr && chosen->provider == engines_.parakeet) {
-    const auto prepared = co_await engines_.parakeet->prepare(modelText);
-    if (!prepared) co_return Failed{prepared.error()};
+    CO_TRY_OK(co_await engines_.parakeet->prepare(modelText));
     logger_.info("✅ Parakeet provider selected for model: %s", modelText);
   } else {
     logger_.info("✅ Model set to: %s", chosen->model);

@@ -19,7 +19,7 @@ class NetworkStatus;
 class ParakeetEngine;
 class ProviderHealthChecking;
 
-// What the router chooses among. Everything outlives the router; null means "not in this build or session".
+// What the router chooses among. Everything outlives the router; null means "not in this build or desktop session".
 struct TranscriptionEngines {
   LibWhisperProvider* localProvider = nullptr;
   ParakeetEngine* parakeet = nullptr;
@@ -45,7 +45,7 @@ class TranscriptionProviderRouter final : public ModeReadiness {
   ~TranscriptionProviderRouter() override;
 
   // The error is always a TranscriptionError. Asks the service where its health isn't known.
-  Task<Result<ChosenEngine, AnyError>> selectProvider(ModePtr mode);
+  Task<Result<ChosenEngine, AnyError>> selectProvider(const ModePtr& mode);
   Task<Result<void, AnyError>> checkPostProcessingHealth(ModePtr mode);
 
   std::optional<TranscriptionError> whyModeCannotRun(const Mode* mode) const override;

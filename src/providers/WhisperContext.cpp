@@ -44,8 +44,7 @@ Task<Result<void, WhisperError>> WhisperContext::load(QString path) {
     native->context = std::move(loaded).value();
     return std::nullopt;
   };
-  auto task = offload(worker_, std::move(work));
-  const std::optional<QString> failure = co_await std::move(task);
+  const std::optional<QString> failure = co_await offload(worker_, std::move(work));
   if (failure) {
     why_ = *failure;
     logger_.error("Failed to load model from: %s", path);
@@ -101,8 +100,7 @@ Task<WhisperRunResult> WhisperContext::fullTranscribe(WhisperRun run) {
     if (const auto language = context.detectedLanguage()) outcome.detectedLanguage = QString::fromUtf8(*language);
     return outcome;
   };
-  auto running = offload(worker_, std::move(work));
-  const Outcome outcome = co_await std::move(running);
+  const Outcome outcome = co_await offload(worker_, std::move(work));
   if (!outcome.succeeded) logger_.error("whisper_full failed");
   result.succeeded = outcome.succeeded;
   if (outcome.succeeded) result.text = cleanedText(outcome.segments);
@@ -137,8 +135,7 @@ Task<void> WhisperContext::release() {
     native->context.reset();
     return true;
   };
-  auto task = offload(worker_, std::move(work));
-  co_await std::move(task);
+  co_await offload(worker_, std::move(work));
   logger_.info("Released Whisper resources");
 }
 

@@ -79,10 +79,6 @@ void AudioDeviceManager::followChoice() {
     log_.info("Selected system default input device");
 }
 
-void AudioDeviceManager::selectDevice(const std::optional<AudioDevice>& device) {
-  settings_.setSelectedMicrophoneId(device ? device->uid : QString());
-}
-
 std::optional<AudioDevice> AudioDeviceManager::selectedDeviceInUse() const {
   const auto& selected = selectedDevice_.get();
   return selected && devices_.captureInputUid() == selected->uid ? selected : std::nullopt;
@@ -131,12 +127,10 @@ void AudioDeviceManager::scanDevices(DeviceScanReason reason) {
 void AudioDeviceManager::refreshActiveDevice() {
   const auto active = helper_.description(devices_.captureInputUid());
   if (!active) {
-    inputVolumeScalar_.set(std::nullopt);
     activeInputDeviceIdentifier_.set(std::nullopt);
     activeInputDeviceName_.set(defaultName());
     return;
   }
-  inputVolumeScalar_.set(active->volume ? std::optional(std::clamp(*active->volume, 0.0F, 1.0F)) : std::nullopt);
   activeInputDeviceIdentifier_.set(active->uid);
   activeInputDeviceName_.set(active->name.isEmpty() ? defaultName() : active->name);
 }

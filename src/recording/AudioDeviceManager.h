@@ -27,15 +27,12 @@ class AudioDeviceManager {
   // The chosen one, there or not (one that was never seen has its id for a name); none: the system default.
   Published<std::optional<AudioDevice>>& selectedDevice() { return selectedDevice_; }
   Published<std::optional<QString>>& systemDefaultDeviceUID() { return systemDefaultDeviceUID_; }
-  Published<std::optional<float>>& inputVolumeScalar() { return inputVolumeScalar_; }  // of the active device, 0 to 1
   Published<QString>& activeInputDeviceName() { return activeInputDeviceName_; }
   Published<std::optional<QString>>& activeInputDeviceIdentifier() { return activeInputDeviceIdentifier_; }
 
   // Completes when the sound server's first list is there (false: no server). A scan before that finds nothing.
   Task<bool> waitUntilReady();
   void scanDevices(DeviceScanReason reason);
-  // Writes the setting; nothing for the system default. What is written there by others is followed too.
-  void selectDevice(const std::optional<AudioDevice>& device);
   // The chosen device if a recording takes it now.
   std::optional<AudioDevice> selectedDeviceInUse() const;
 
@@ -57,7 +54,6 @@ class AudioDeviceManager {
   Published<std::vector<AudioDevice>> availableDevices_;
   Published<std::optional<AudioDevice>> selectedDevice_;
   Published<std::optional<QString>> systemDefaultDeviceUID_;
-  Published<std::optional<float>> inputVolumeScalar_;
   Published<QString> activeInputDeviceName_;
   Published<std::optional<QString>> activeInputDeviceIdentifier_;
   Subscription listener_;

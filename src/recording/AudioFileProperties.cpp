@@ -5,19 +5,16 @@
 namespace quillmere {
 
 Result<AudioFileProperties, MediaError> AudioFileProperties::read(MediaReaderFactory& readers, const QString& path) {
-  auto opened = readers.open(path, MediaReaderFactory::Output::native);
-  if (!opened) return Failed{opened.error()};
-  MediaReader& reader = **opened;
-  const AudioStreamFormat format = reader.format();
+  TRY(const auto reader, readers.open(path, MediaReaderFactory::Output::native));
+  const AudioStreamFormat format = reader->format();
   AudioFileProperties properties;
   properties.sampleRate = format.sampleRate;
   properties.channelCount = format.channelCount;
-  if (const auto frames = reader.nominalFrames()) {
+  if (const auto frames = reader->nominalFrames()) {
     properties.frames = *frames;
   } else {
-    const auto first = reader.read(1);
-    if (!first) return Failed{first.error()};
-    properties.frames = first->frameCount;
+    TRY(const auto first, reader->read(1));
+    properties.frames = first.frameCount;
   }
   return properties;
 }

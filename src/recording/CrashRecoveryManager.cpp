@@ -252,7 +252,8 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
   session->audioFormat = format;
   // Saved at once, and before the raw file goes: a row never names a file that is not there.
   use_.sessionManager.createFailedTranscript(session, localizedText("recording.recovered.reason"));
-  if (use_.persistence.save() && !isInPlace) QFile::remove(path);
+  const bool isSaved = co_await use_.persistence.waitUntilSaved();
+  if (isSaved && !isInPlace) QFile::remove(path);
   if (isLarge)
     log_.info("✅ Recovered M4A: %s (%ss, converted from %lldKB WAV)", target, secondsText(duration), size / 1024);
   else

@@ -56,7 +56,9 @@ std::filesystem::path systemPath(const QString& path) {
 }  // namespace
 
 RecordingFinisher::RecordingFinisher(Dependencies dependencies, const Logging& logging)
-    : use_(std::move(dependencies)), log_(logging.logger(QStringLiteral("RecordingFinisher"))) {}
+    : use_(std::move(dependencies)), log_(logging.logger(QStringLiteral("RecordingFinisher"))) {
+  saves_ = use_.persistence.observeChanges([this](const StoreChange&) { removeSuperseded(); });
+}
 
 void RecordingFinisher::leaveBreadcrumb(const QString& message, ReportLevel level, const QVariantMap& data) {
   if (use_.reporting && use_.reporting->isEnabled())
@@ -69,7 +71,7 @@ Task<RecordingFinisher::Finished> RecordingFinisher::finish(RawRecording raw) {
   const auto promoted = co_await promote(raw, finished);
   if (!promoted) {
     const QFileInfo file(raw.path);
-    const AnyError error = promoted.error();
+    const AnyError& error = promoted.error();
     reportFailure(raw, finished, error);
     const bool isKnownToBeSmall = file.exists() && file.size() < minimumSizeBytes;
     if (raw.duration < minimumSeconds || isKnownToBeSmall) {
@@ -104,9 +106,21 @@ void RecordingFinisher::completeRow(const RawRecording& raw, const Finished& fin
   std::optional<AudioFileProperties> properties;
   if (const auto read = AudioFileProperties::read(use_.mediaReaders, *finished.path)) properties = *read;
   raw.session->audioFormat = audioFormatText(*finished.path, properties);
-  const bool isSaved = use_.sessionManager.completeSession(raw.session, *finished.path, raw.duration);
-  // The raw name goes once the row names the final one, which is the same file or a complete one.
-  if (isSaved && QFileInfo::exists(*finished.path)) QFile::remove(raw.path);
+  use_.sessionManager.completeSession(raw.session, *finished.path, raw.duration);
+  supersede(raw.path, *finished.path);
+}
+
+// The row names `finished` by now, which is the same audio. Where another process holds up the store, the row that a
+// killed process would leave still has the old name.
+void RecordingFinisher::supersede(const QString& path, const QString& finished) {
+  superseded_.push_back({path, finished});
+  removeSuperseded();
+}
+
+void RecordingFinisher::removeSuperseded() {
+  if (superseded_.empty() || use_.persistence.hasChanges()) return;
+  for (const Superseded& one : std::exchange(superseded_, {}))
+    if (QFileInfo::exists(one.finished)) QFile::remove(one.path);
 }
 
 Task<Result<void, AnyError>> RecordingFinisher::promote(const RawRecording& raw, Finished& finished) {
@@ -128,8 +142,7 @@ Task<Result<void, AnyError>> RecordingFinisher::promote(const RawRecording& raw,
                      {QStringLiteral("sessionId"), sessionIdOf(raw.session)}});
     co_return Failed{error};
   }
-  const auto properties = validate(raw.path);
-  if (!properties) co_return Failed{properties.error()};
+  CO_TRY(const auto properties, validate(raw.path));
   leaveBreadcrumb(QStringLiteral("Processing recorded WAV file"), ReportLevel::info,
                   {{QStringLiteral("rawPath"), raw.path},
                    {QStringLiteral("destPath"), *finished.path},
@@ -138,17 +151,16 @@ Task<Result<void, AnyError>> RecordingFinisher::promote(const RawRecording& raw,
 
   const qint64 size = QFileInfo(raw.path).size();
   const bool isLarge = size >= wavToM4AThresholdBytes;
-  if (isLarge && !(use_.keepsLargeWav && use_.keepsLargeWav())) co_return co_await compress(raw, size, finished);
-  const auto moved = moveToFinalWav(raw);
-  if (!moved) co_return Failed{moved.error()};
-  finished.path = *moved;
+  if (isLarge && !raw.keepsLargeWav) co_return co_await compress(raw, size, finished);
+  CO_TRY(const QString moved, moveToFinalWav(raw));
+  finished.path = moved;
   log_.info("WAV file size (%lldKB) is %{public}s - using WAV: %{public}s", size / 1024,
-            isLarge ? "decoded as it is" : "under 25MB", nameOf(*moved));
+            isLarge ? "decoded as it is" : "under 25MB", nameOf(moved));
   leaveBreadcrumb(QStringLiteral("Using WAV directly (under 25MB threshold)"), ReportLevel::info,
-                  {{QStringLiteral("wavPath"), *moved},
+                  {{QStringLiteral("wavPath"), moved},
                    {QStringLiteral("wavSizeBytes"), size},
-                   {QStringLiteral("sampleRate"), properties->sampleRate},
-                   {QStringLiteral("channels"), properties->channelCount}});
+                   {QStringLiteral("sampleRate"), properties.sampleRate},
+                   {QStringLiteral("channels"), properties.channelCount}});
   co_return Result<void, AnyError>();
 }
 
@@ -236,12 +248,11 @@ Task<Result<void, AnyError>> RecordingFinisher::compress(const RawRecording& raw
 
   log_.error("All M4A conversion methods failed - keeping oversized WAV to prevent data loss");
   QFile::remove(target);
-  const auto moved = moveToFinalWav(raw);
-  if (!moved) co_return Failed{moved.error()};
-  finished.path = *moved;
+  CO_TRY(const QString moved, moveToFinalWav(raw));
+  finished.path = moved;
   finished.conversionWarning = localizedText("recording.warning.oversizedWAV", sizeBytes >> 20);
   leaveBreadcrumb(QStringLiteral("All M4A conversions failed - keeping oversized WAV"), ReportLevel::warning,
-                  {{QStringLiteral("wavPath"), *moved},
+                  {{QStringLiteral("wavPath"), moved},
                    {QStringLiteral("wavSizeBytes"), sizeBytes},
                    {QStringLiteral("primaryAttempts"), primary.attempts},
                    {QStringLiteral("primaryError"),
@@ -273,8 +284,7 @@ Task<ConversionRetryResult> RecordingFinisher::convertWithRetry(QString from, QS
 
 Task<Result<void, AnyError>> RecordingFinisher::exportFallback(QString from, QString to) {
   QFile::remove(to);
-  const auto exported = co_await use_.audioFileConverter.exportToM4A(from, to);
-  if (!exported) co_return Failed{exported.error()};
+  CO_TRY_OK(co_await use_.audioFileConverter.exportToM4A(from, to));
   if (!QFileInfo::exists(to)) co_return Failed{audioError(AudioError::Kind::exportFailed)};
   co_return Result<void, AnyError>();
 }
@@ -320,11 +330,6 @@ void RecordingFinisher::reportFailure(const RawRecording& raw, const Finished& f
 
 // --- conversion for storage
 
-bool RecordingFinisher::pointRowAt(const TranscriptPtr& transcript, const QString& path) {
-  use_.persistence.updateTranscriptAudioPath(transcript, path);
-  return transcript->audioFilePath == path && !use_.persistence.hasChanges();
-}
-
 Task<void> RecordingFinisher::convertInBackground(QString path, TranscriptPtr transcript) {
   if (QFileInfo(path).suffix().toLower() != QStringLiteral("wav")) {
     log_.info("Skipping background M4A conversion - file is not WAV: %{public}s", nameOf(path));
@@ -333,6 +338,8 @@ Task<void> RecordingFinisher::convertInBackground(QString path, TranscriptPtr tr
   if (!transcript) co_return;
   log_.info("Starting background WAV→M4A conversion: %{public}s", nameOf(path));
   const QString target = withExtension(path, "m4a");
+  // While it is made anew, the WAV is all there is.
+  std::erase_if(superseded_, [&](const Superseded& one) { return one.finished == target; });
   QFile::remove(target);
   const auto converted = co_await use_.audioFileConverter.convertAudioToAAC(path, target);
   std::optional<AnyError> fallbackError;
@@ -355,11 +362,12 @@ Task<void> RecordingFinisher::convertInBackground(QString path, TranscriptPtr tr
     log_.info("The recording was deleted during its conversion: %{public}s", nameOf(path));
     co_return;
   }
-  if (!pointRowAt(transcript, target)) {
+  use_.persistence.updateTranscriptAudioPath(transcript, target);
+  if (transcript->audioFilePath != target) {
     log_.error("The transcript could not be pointed at the M4A, keeping the WAV too: %{public}s", nameOf(path));
     co_return;
   }
-  QFile::remove(path);
+  supersede(path, target);
   if (converted) {
     log_.info("Background WAV→M4A conversion succeeded: %ldHz %ldch @ %ld kbps → %{public}s",
               qint64(converted->sampleRate), converted->channelCount, converted->bitRate / 1000, nameOf(target));

@@ -2,9 +2,11 @@
 #include <QString>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "audio/AudioFileConverter.h"
 #include "base/Result.h"
+#include "base/Subscription.h"
 #include "base/log/Logger.h"
 #include "domain/Errors.h"
 #include "ports/ErrorReporting.h"
@@ -26,15 +28,15 @@ class RecordingFinisher {
     RecordingSessionManager& sessionManager;
     PersistenceController& persistence;
     ErrorReporting* reporting = nullptr;
-    // Whether a large WAV stays one for now: a local engine decodes it as it is, and convertInBackground() makes it
-    // smaller afterwards. Empty: it never does.
-    std::function<bool()> keepsLargeWav = {};
   };
   struct RawRecording {
     QString path;
     qint64 startedAt = 0;  // seconds since 1970, for the name: "recording_1700000000.wav" or the next free second
     double duration = 0;   // seconds
     RecordingSessionPtr session;
+    // Whether a large WAV stays one for now: a local engine decodes it as it is, and convertInBackground() makes it
+    // smaller afterwards.
+    bool keepsLargeWav = false;
   };
   struct Finished {
     std::optional<QString> path;  // none where no name could be given: the raw file waits for the recovery
@@ -54,6 +56,12 @@ class RecordingFinisher {
   static constexpr double minimumSeconds = 1.0;
 
  private:
+  // A file whose row names another one by now. It goes once that is stored.
+  struct Superseded {
+    QString path;
+    QString finished;
+  };
+
   Task<Result<void, AnyError>> promote(const RawRecording& raw, Finished& finished);
   Task<bool> waitForRawFileReady(QString path);
   Result<AudioFileProperties, AnyError> validate(const QString& path) const;
@@ -64,11 +72,14 @@ class RecordingFinisher {
   void rescue(const RawRecording& raw, Finished& finished);
   void completeRow(const RawRecording& raw, const Finished& finished);
   void reportFailure(const RawRecording& raw, const Finished& finished, const AnyError& error);
-  bool pointRowAt(const TranscriptPtr& transcript, const QString& path);
+  void supersede(const QString& path, const QString& finished);
+  void removeSuperseded();
   void leaveBreadcrumb(const QString& message, ReportLevel level, const QVariantMap& data);
 
   Dependencies use_;
   Logger log_;
+  std::vector<Superseded> superseded_;
+  Subscription saves_;
 };
 
 }  // namespace quillmere

@@ -95,8 +95,7 @@ Task<Result<void, AnyError>> RecordingLifecycle::record(std::shared_ptr<Capture>
 
   capture->startedAt = use_.executor.now();
   capture_ = capture;
-  const auto started = co_await use_.simpleRecorder.start(capture->rawURL);
-  if (!started) co_return started;
+  CO_TRY_OK(co_await use_.simpleRecorder.start(capture->rawURL));
 
   capture->startedAt = use_.executor.now();
   recordingStartTime_ = use_.clock.now();
@@ -184,18 +183,18 @@ void RecordingLifecycle::interrupted(const AudioRecorder::Interruption& interrup
 
 // --- stop
 
-Task<std::optional<RecordingStopResult>> RecordingLifecycle::stopRecording(StopIntent intent) {
-  return shielded(finish(intent));
+Task<std::optional<RecordingStopResult>> RecordingLifecycle::stopRecording(StopIntent intent, bool keepsLargeWav) {
+  return shielded(finish(intent, keepsLargeWav));
 }
 
 // Nobody gets its result, so its place in the history is given to it here.
 Task<void> RecordingLifecycle::finishOlder() {
-  const auto older = co_await finish(StopIntent::keep);
+  const auto older = co_await finish(StopIntent::keep, false);
   if (older && older->path)
     use_.sessionManager.createFailedTranscript(older->session, localizedText("recording.error.replaced"));
 }
 
-Task<std::optional<RecordingStopResult>> RecordingLifecycle::finish(StopIntent intent) {
+Task<std::optional<RecordingStopResult>> RecordingLifecycle::finish(StopIntent intent, bool keepsLargeWav) {
   if (!isRecording_.get() || !capture_) co_return std::nullopt;
   const std::shared_ptr<Capture> capture = std::exchange(capture_, nullptr);
   RecordingStopResult result;
@@ -215,7 +214,8 @@ Task<std::optional<RecordingStopResult>> RecordingLifecycle::finish(StopIntent i
   audioLevel_.set(0.0F);
   log_.info("Stopped recording - Duration: %{public}fs", result.duration);
 
-  RecordingFinisher::RawRecording raw{capture->rawURL, capture->startedAtSeconds, result.duration, capture->session};
+  RecordingFinisher::RawRecording raw{capture->rawURL, capture->startedAtSeconds, result.duration, capture->session,
+                                      keepsLargeWav};
   const RecordingFinisher::Finished finished = co_await use_.finisher.finish(std::move(raw));
   result.path = finished.path;
   result.conversionWarning = finished.conversionWarning;

@@ -68,9 +68,10 @@ class RecordingLifecycle {
   // the history. After an error nothing is left of the attempt: no row, no file, media and volumes as they were. A
   // cancel undoes the attempt in the same way before Cancelled is thrown: no recording runs then.
   Task<Result<StartedRecording, AnyError>> startRecording();
-  // Nothing when no recording was on. Every failure keeps the audio of what is not too short. A cancel waits for the
-  // end.
-  Task<std::optional<RecordingStopResult>> stopRecording(StopIntent intent = StopIntent::keep);
+  // Nothing when no recording was on. Every failure keeps the audio of what is not too short. `keepsLargeWav` as in
+  // RecordingFinisher::RawRecording. A cancel waits for the end.
+  Task<std::optional<RecordingStopResult>> stopRecording(StopIntent intent = StopIntent::keep,
+                                                         bool keepsLargeWav = false);
   // The storage conversion of a finished WAV. A failure or a cancel keeps the WAV and the row.
   Task<void> convertInBackground(QString path, TranscriptPtr transcript);
 
@@ -80,7 +81,7 @@ class RecordingLifecycle {
   Task<SerialGate::Pass> enterWhenIdle();
   Task<Result<void, AnyError>> record(std::shared_ptr<Capture> capture);
   Task<void> undoStart(std::shared_ptr<Capture> capture, SerialGate::Pass pass, bool isCancelled);
-  Task<std::optional<RecordingStopResult>> finish(StopIntent intent);
+  Task<std::optional<RecordingStopResult>> finish(StopIntent intent, bool keepsLargeWav);
   Task<void> finishOlder();
   void createRow(Capture& capture);
   Task<void> updateDuration();

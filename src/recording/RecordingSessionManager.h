@@ -29,8 +29,8 @@ class RecordingSessionManager {
   // Nobody wants this recording: it never comes back by itself, wherever its process is killed; unless it is settled,
   // the next recovery removes it with its file. Saved.
   void discardSession(const RecordingSessionPtr& session);
-  // The history's row of a finished recording. The save that writes it settles the session, so that a killed process
-  // leaves either the row or a session that awaits one. `session` may be null.
+  // The history's row of a finished recording. The save that writes it settles the recording, so that a killed process
+  // leaves either the row or a recording that awaits one. `session` may be null.
   TranscriptPtr createTranscript(const RecordingSessionPtr& session, double duration,
                                  const std::optional<QString>& modeName, const std::optional<QString>& audioPath,
                                  const QString& status = QStringLiteral("processing"));

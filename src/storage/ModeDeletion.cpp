@@ -8,7 +8,7 @@ Result<ModeDeletionOutcome, LastModeRefusal> deleteModeAndReferences(Persistence
                                                                      const std::optional<QUuid>& selectedModeId) {
   const Logger log = logging.logger("coredata");
   const std::optional<QUuid> id = mode->id;
-  if (auto deleted = persistence.deleteMode(mode); !deleted) return Failed{deleted.error()};
+  TRY_OK(persistence.deleteMode(mode));
   if (id) settings.setDefaultModel(id->toString(QUuid::WithoutBraces), std::nullopt);
   ModeDeletionOutcome outcome;
   if (!id || id != selectedModeId) return outcome;

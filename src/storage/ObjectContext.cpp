@@ -158,15 +158,14 @@ void ObjectContext::refreshAll() {
 }
 
 Result<bool, PlatformError> ObjectContext::refreshIfChanged() {
-  const auto version = fetchNumber("PRAGMA data_version");
-  if (!version) return Failed{version.error()};
-  if (*version == dataVersion_) return false;
+  TRY(const qint64 version, fetchNumber("PRAGMA data_version"));
+  if (version == dataVersion_) return false;
   try {
     forEachEntity([this]<typename E>(std::type_identity<E>) { refreshAll<E>(); });
   } catch (const SQLite::Exception& exception) {
     return Failed{storeError(exception)};
   }
-  dataVersion_ = *version;
+  dataVersion_ = version;
   return true;
 }
 

@@ -176,10 +176,9 @@ Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetch(cons
 template <typename E, typename... Bind>
 Result<std::vector<std::shared_ptr<E>>, PlatformError> ObjectContext::fetchWithInserted(const std::string& tail,
                                                                                         const Bind&... values) {
-  auto objects = fetch<E>(tail, values...);
-  if (!objects) return objects;
+  TRY(auto objects, fetch<E>(tail, values...));
   const auto& inserted = registry_.inserted<E>();
-  objects->insert(objects->end(), inserted.begin(), inserted.end());
+  objects.insert(objects.end(), inserted.begin(), inserted.end());
   return objects;
 }
 
@@ -200,9 +199,8 @@ Result<std::vector<qint64>, PlatformError> ObjectContext::fetchNumbers(const std
 
 template <typename... Bind>
 Result<qint64, PlatformError> ObjectContext::fetchNumber(const std::string& sql, const Bind&... values) {
-  auto numbers = fetchNumbers(sql, values...);
-  if (!numbers) return Failed{numbers.error()};
-  return numbers->empty() ? qint64{0} : numbers->front();
+  TRY(const auto numbers, fetchNumbers(sql, values...));
+  return numbers.empty() ? qint64{0} : numbers.front();
 }
 
 }  // namespace quillmere

@@ -71,9 +71,8 @@ bool SettingsManager::isStored(const QString& key) const {
 }
 
 Result<void, QString> SettingsManager::setText(const QString& key, const QString& text) {
-  auto value = parseSettingText(key, text);
-  if (!value) return Failed{value.error()};
-  if (!store(*findSetting(key), *value)) return Failed{localizedText("settings.error.write", key)};
+  TRY(const auto value, parseSettingText(key, text));
+  if (!store(*findSetting(key), value)) return Failed{localizedText("settings.error.write", key)};
   return {};
 }
 

@@ -119,9 +119,7 @@ Result<FilteredRows, PlatformError> FilteredRows::read(ObjectContext& context, H
   FilteredRows rows;
   rows.filter_ = filter;
   if (filter == HistoryFilter::all) return rows;
-  auto discarded = context.fetchNumbers("SELECT pk FROM Transcript WHERE status = 'discarded'");
-  if (!discarded) return Failed{discarded.error()};
-  rows.discarded_ = std::move(discarded).value();
+  TRY(rows.discarded_, context.fetchNumbers("SELECT pk FROM Transcript WHERE status = 'discarded'"));
   std::sort(rows.discarded_.begin(), rows.discarded_.end());  // asked of SQLite, it would read the whole table in order
   return rows;
 }
@@ -132,9 +130,8 @@ Result<qint64, PlatformError> FilteredRows::count(ObjectContext& context) const 
       std::count_if(discarded_.begin(), discarded_.end(), [&](qint64 row) { return removed.contains(row); });
   const auto discarded = static_cast<qint64>(discarded_.size());
   if (filter_ == HistoryFilter::discarded) return discarded - removedDiscarded;
-  const auto all = context.fetchNumber("SELECT count(*) FROM Transcript");
-  if (!all) return Failed{all.error()};
-  return *all - discarded - (static_cast<qint64>(removed.size()) - removedDiscarded);
+  TRY(const qint64 all, context.fetchNumber("SELECT count(*) FROM Transcript"));
+  return all - discarded - (static_cast<qint64>(removed.size()) - removedDiscarded);
 }
 
 void FilteredRows::apply(std::vector<qint64>& rows) const {
@@ -153,9 +150,7 @@ Result<TranscriptMatches, PlatformError> TranscriptMatches::find(ObjectContext& 
     filter.apply(matches.rowIds_);
     if (!matches.rowIds_.empty()) return matches;
   }
-  auto substrings = findSubstrings(context, query);
-  if (!substrings) return Failed{substrings.error()};
-  matches.rowIds_ = std::move(substrings).value();
+  TRY(matches.rowIds_, findSubstrings(context, query));
   filter.apply(matches.rowIds_);
   return matches;
 }
@@ -164,31 +159,28 @@ Result<std::vector<qint64>, PlatformError> TranscriptMatches::page(ObjectContext
                                                                    qint64 offset) const {
   if (limit < 0) limit = count();
   if (rowIds_.empty() || limit == 0 || offset >= count()) return std::vector<qint64>{};
-  const auto highest = context.fetchNumber("SELECT max(pk) FROM Transcript");
-  if (!highest) return Failed{highest.error()};
+  TRY(const qint64 highest, context.fetchNumber("SELECT max(pk) FROM Transcript"));
   const auto wanted = static_cast<size_t>(std::min(limit, count() - offset));
   std::vector<qint64> result;
-  if (count() * walkedEntriesALookup < *highest) {
+  if (count() * walkedEntriesALookup < highest) {
     std::vector<std::pair<qint64, qint64>> dated;  // date, row
     dated.reserve(rowIds_.size());
     for (const qint64 row : rowIds_) {
-      const auto date =
-          context.fetchNumber("SELECT ifnull(date, -9223372036854775808) FROM Transcript WHERE pk = ?", row);
-      if (!date) return Failed{date.error()};
-      dated.emplace_back(*date, row);
+      TRY(const qint64 date,
+          context.fetchNumber("SELECT ifnull(date, -9223372036854775808) FROM Transcript WHERE pk = ?", row));
+      dated.emplace_back(date, row);
     }
     std::sort(dated.begin(), dated.end(), std::greater<>());
     for (size_t i = static_cast<size_t>(offset); i < dated.size() && result.size() < wanted; ++i)
       result.push_back(dated[i].second);
     return result;
   }
-  const auto walk = context.visitNumbers("SELECT pk FROM Transcript ORDER BY date DESC, pk DESC", [&](qint64 row) {
+  TRY_OK(context.visitNumbers("SELECT pk FROM Transcript ORDER BY date DESC, pk DESC", [&](qint64 row) {
     if (!std::binary_search(rowIds_.begin(), rowIds_.end(), row)) return true;
     if (offset > 0) return (--offset, true);
     result.push_back(row);
     return result.size() < wanted;
-  });
-  if (!walk) return Failed{walk.error()};
+  }));
   return result;
 }
 

@@ -151,29 +151,27 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionPipeline::run(const Tra
   auto vocabulary = services_.persistence.fetchAllVocabularyItems();
 
   markStage(report, "select_provider");
-  const auto chosen = co_await services_.providerCoordinator.selectProvider(mode);
-  if (!chosen) co_return Failed{chosen.error()};
-  result.provider = report.actualProvider = chosen->provider->name();
-  const bool isHosted = report.isQuillmereTranscription = chosen->service == CloudProvider::quillmere;
+  CO_TRY(const auto chosen, co_await services_.providerCoordinator.selectProvider(mode));
+  result.provider = report.actualProvider = chosen.provider->name();
+  const bool isHosted = report.isQuillmereTranscription = chosen.service == CloudProvider::quillmere;
   call.set({TranscriptionState::Transcribing{result.provider, 0.1F}});
 
   SpeechRequest speech;
   speech.audioPath = request.audioPath;
-  speech.model = chosen->model;
+  speech.model = chosen.model;
   speech.language = languageOf(mode);
   if (mode) speech.mode = *mode;
   speech.vocabulary = wordsOf(vocabulary);
-  speech.service = chosen->service.value_or(CloudProvider::openai);
-  speech.apiKey = chosen->apiKey;
+  speech.service = chosen.service.value_or(CloudProvider::openai);
+  speech.apiKey = chosen.apiKey;
   speech.onProgress = request.onProgress;
   report.language = speech.language.value_or(QStringLiteral("auto"));
   markStage(report, "transcribe");
   result.timings.decodingBegan = services_.executor.now();
-  const auto answer = co_await chosen->provider->transcribe(std::move(speech));
-  if (!answer) co_return Failed{answer.error()};
-  result.timings.decodingBegan = answer->begin.value_or(result.timings.decodingBegan);
+  CO_TRY(const auto answer, co_await chosen.provider->transcribe(std::move(speech)));
+  result.timings.decodingBegan = answer.begin.value_or(result.timings.decodingBegan);
   result.timings.decoding = services_.executor.now() - result.timings.decodingBegan;
-  const std::optional<QString>& rewrittenByService = answer->rewrittenText;
+  const std::optional<QString>& rewrittenByService = answer.rewrittenText;
   if (rewrittenByService)
     logger_.info("🔄 Quillmere Cloud returned AI-enhanced text · chars=%{public}ld", rewrittenByService->size());
 
@@ -183,12 +181,11 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionPipeline::run(const Tra
   report.shouldRunPostProcessing = rewriting.isWanted;
   if (rewriting.isWanted) {
     markStage(report, "post_processing_health_check");
-    const auto healthy = co_await services_.providerCoordinator.checkPostProcessingHealth(mode);
-    if (!healthy) co_return Failed{healthy.error()};
+    CO_TRY_OK(co_await services_.providerCoordinator.checkPostProcessingHealth(mode));
   }
   logPostProcessingCheck(rewriting, mode);
 
-  result.rawText = result.text = answer->text;
+  result.rawText = result.text = answer.text;
   if (rewrittenByService) {
     result.text = services_.vocabularyProcessor.apply(*rewrittenByService);
     logger_.info("✅ Using Quillmere Cloud AI-enhanced text with vocabulary replacements applied");
@@ -200,9 +197,8 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionPipeline::run(const Tra
     const auto provider = fromRawValue<PostProcessingProvider>(rewriting.provider);
     logger_.info("✅ Starting AI post-processing with provider: %{public}s",
                  provider ? displayName(*provider) : rewriting.provider);
-    const auto rewritten = co_await rewrite(request, answer->text, std::move(vocabulary));
-    if (!rewritten) co_return Failed{rewritten.error()};
-    result.text = services_.vocabularyProcessor.apply(*rewritten);
+    CO_TRY(const auto rewritten, co_await rewrite(request, answer.text, std::move(vocabulary)));
+    result.text = services_.vocabularyProcessor.apply(rewritten);
     result.timings.rewriting = services_.executor.now() - begin;
   } else if (rewriting.mode != PostProcessingMode::off) {
     logger_.info("ℹ️ Post-processing handled by Quillmere Cloud; skipping client-side step");
@@ -254,8 +250,8 @@ Task<Result<QString, AnyError>> TranscriptionPipeline::rewrite(const Transcripti
 
 Task<void> TranscriptionPipeline::remember(QString audioPath, QString text) {
   auto work = [audioPath](const StopFlag& stop) { return fileHashText(audioPath, stop); };
-  auto hashing = offload(services_.fileWorker, std::move(work));
-  if (const std::optional<QString> key = co_await std::move(hashing)) cache_.store(*key, text);
+  if (const std::optional<QString> key = co_await offload(services_.fileWorker, std::move(work)))
+    cache_.store(*key, text);
 }
 
 void TranscriptionPipeline::logPostProcessingCheck(const Rewriting& rewriting, const ModePtr& mode) const {

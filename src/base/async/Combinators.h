@@ -90,8 +90,7 @@ Task<std::optional<T>> withTimeout(Duration limit, Task<T> task) {
   Executor& executor = co_await currentExecutor();
   detail::ChildStrands children;
   auto child = children.add(executor, std::move(task));
-  auto ended = detail::endsWithin(limit, children);
-  const bool isInTime = co_await std::move(ended);
+  const bool isInTime = co_await detail::endsWithin(limit, children);
   if (!isInTime) co_return std::nullopt;
   co_return child->outcome().take();
 }
@@ -102,8 +101,7 @@ inline Task<bool> withTimeout(Duration limit, Task<void> task) {
   Executor& executor = co_await currentExecutor();
   detail::ChildStrands children;
   auto child = children.add(executor, std::move(task));
-  auto ended = detail::endsWithin(limit, children);
-  const bool isInTime = co_await std::move(ended);
+  const bool isInTime = co_await detail::endsWithin(limit, children);
   if (isInTime) child->outcome().take();
   co_return isInTime;
 }

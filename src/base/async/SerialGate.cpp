@@ -67,8 +67,7 @@ Task<SerialGate::Pass> SerialGate::enter() {
     co_return Pass(shared);
   }
   Ticket<Pass::Shared> ticket(shared);
-  auto wait = ticket.turn->wait();
-  co_await std::move(wait);
+  co_await ticket.turn->wait();
   ticket.isUsed = true;
   co_return Pass(shared);
 }

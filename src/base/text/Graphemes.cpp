@@ -6,7 +6,7 @@
 namespace quillmere {
 namespace {
 
-// Position in UTF-16 units behind the n-th character from `start`; the text's length when there are fewer.
+// Position in UTF-16 units after the n-th character from `start`; the text's length when there are fewer.
 qsizetype positionAfter(const QString& text, qsizetype start, int n) {
   if (n <= 0) return start;
   // No character is shorter than one unit.

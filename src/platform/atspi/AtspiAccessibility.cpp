@@ -79,8 +79,7 @@ Task<bool> AtspiAccessibility::visit(std::function<void(AccessibilityTree&)> wor
     const bool ran = run(*visit, bus, isEnding);
     executor.post([isDone, ran]() mutable { isDone.resolve(ran); });
   });
-  auto waiting = isDone.wait();
-  const bool ran = co_await std::move(waiting);
+  const bool ran = co_await isDone.wait();
   co_return ran;
 }
 

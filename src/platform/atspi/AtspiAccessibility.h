@@ -12,10 +12,10 @@ namespace quillmere {
 
 class AtspiThread;
 
-// The accessibility bus of a Linux session. One thread of its own talks to the bus; it speaks the bus protocol itself,
-// because every single call needs a time limit: a program that hangs costs a visit a part of its limit once, is left
-// out for the rest of that visit, and gets a short limit only in the next two seconds. So that thread never hangs and
-// visits simply queue behind each other. Without a bus nothing is trusted; it is looked for again, at most once a
+// The accessibility bus of a Linux desktop session. One thread of its own talks to the bus; it speaks the bus protocol
+// itself, because every single call needs a time limit: a program that hangs costs a visit a part of its limit once, is
+// left out for the rest of that visit, and gets a short limit only in the next two seconds. So that thread never hangs
+// and visits simply queue one after the other. Without a bus nothing is trusted; it is looked for again, at most once a
 // second, whenever somebody asks.
 class AtspiAccessibility final : public Accessibility {
  public:

@@ -126,11 +126,9 @@ Task<Result<std::unique_ptr<HttpStream>, UrlError>> CurlHttpClient::open(HttpReq
   const std::chrono::milliseconds total = request.limits.total;
   for (int redirects = 0;; ++redirects) {
     if (const auto refused = refusal(request)) co_return Failed{*refused};
-    auto body = CurlBody::open(request.body);
-    if (!body) co_return Failed{body.error()};
-    auto stream = std::make_unique<CurlStream>(request, std::move(*body), options_, thread_, executor_);
-    const auto begun = co_await stream->waitForHead();
-    if (!begun) co_return Failed{begun.error()};
+    CO_TRY(auto body, CurlBody::open(request.body));
+    auto stream = std::make_unique<CurlStream>(request, std::move(body), options_, thread_, executor_);
+    CO_TRY_OK(co_await stream->waitForHead());
     const auto location = stream->head().header("Location");
     if (!isRedirect(stream->head().statusCode) || !location) co_return std::unique_ptr<HttpStream>(std::move(stream));
     const QUrl target = request.url.resolved(QUrl::fromEncoded(*location));

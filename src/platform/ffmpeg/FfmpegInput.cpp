@@ -27,10 +27,8 @@ bool isRefused(const AVInputFormat& container) {
 
 Result<std::unique_ptr<FfmpegInput>, MediaError> FfmpegInput::open(const QString& path) {
   using Kind = MediaError::Kind;
-  auto file = LocalFile::open(path);
-  if (!file) return Failed{file.error()};
   std::unique_ptr<FfmpegInput> input(new FfmpegInput);
-  input->file_ = std::move(file).value();
+  TRY(input->file_, LocalFile::open(path));
 
   // Only the last part of the name, as a hint at what the content is.
   const QByteArray name = QFile::encodeName(QFileInfo(path).fileName());

@@ -8,7 +8,7 @@ namespace quillmere {
 Result<std::unique_ptr<MediaWriter>, MediaError> FfmpegMediaEncoder::openWriter(const QString& path,
                                                                                 const AacEncoderSettings& settings) {
   auto writer = std::make_unique<FfmpegMediaWriter>(path, settings);
-  if (auto started = writer->start(); !started) return Failed{started.error()};
+  TRY_OK(writer->start());
   return std::unique_ptr<MediaWriter>(std::move(writer));
 }
 

@@ -18,9 +18,8 @@ bool isFatal(int code) {
 }  // namespace
 
 Result<std::unique_ptr<MediaReader>, MediaError> FfmpegMediaReader::open(const QString& path) {
-  auto input = FfmpegInput::open(path);
-  if (!input) return Failed{input.error()};
-  return open(std::move(input).value());
+  TRY(auto input, FfmpegInput::open(path));
+  return open(std::move(input));
 }
 
 Result<std::unique_ptr<MediaReader>, MediaError> FfmpegMediaReader::open(std::unique_ptr<FfmpegInput> input) {

@@ -14,9 +14,8 @@ Result<std::unique_ptr<MediaReader>, MediaError> FfmpegMediaReaderFactory::open(
 
 Result<double, MediaError> FfmpegMediaReaderFactory::durationSeconds(const QString& path,
                                                                      const std::atomic<bool>& stop) {
-  auto input = ffmpeg::FfmpegInput::open(path);
-  if (!input) return Failed{input.error()};
-  return (*input)->measuredSeconds(stop);
+  TRY(const auto input, ffmpeg::FfmpegInput::open(path));
+  return input->measuredSeconds(stop);
 }
 
 }  // namespace quillmere

@@ -3,8 +3,8 @@
 
 namespace quillmere {
 
-// The entry that makes the desktop start this application with the session: a file in the autostart folder. Main
-// thread; small files only.
+// The entry that makes the desktop start this application with the desktop session: a file in the autostart folder.
+// Main thread; small files only.
 class Autostart {
  public:
   // `configFolder` is $XDG_CONFIG_HOME, `program` the absolute path of the executable.

@@ -9,7 +9,7 @@ namespace quillmere {
 
 class SharedRotatingFileSink;
 
-// The log of this user's session: JSON lines in rotating files that all processes of the application share. Private
+// The log of this user: JSON lines in rotating files that all processes of the application share. Private
 // values are masked before anything is written. Thread-safe; a write is one append and never waits for another process.
 // Nothing is touched before the first line, and a folder that can't be written never stops the program.
 class JsonLinesLog final : public LogSink {

@@ -126,8 +126,7 @@ void LinuxChildProcess::signalGroup(int number) {
 Task<Result<std::unique_ptr<ChildProcess>, PlatformError>> LinuxChildProcessFactory::start(
     ChildProcessRequest request) {
   auto process = std::make_unique<LinuxChildProcess>(std::move(request));
-  const auto started = co_await process->start();
-  if (!started) co_return Failed{started.error()};
+  CO_TRY_OK(co_await process->start());
   co_return std::unique_ptr<ChildProcess>(std::move(process));
 }
 

@@ -158,7 +158,7 @@ void PulseAudioDevices::refresh() {
     PulseReply<List>::follow(listing, std::move(list));
 
     auto defaults = std::make_unique<PulseReply<std::optional<QString>>>();
-    defaults->done = [reading, arrive](std::optional<QString> value) {
+    defaults->done = [reading, arrive](const std::optional<QString>& value) {
       reading->snapshot.defaultSource = value.value_or(QString());
       reading->hasFailed |= !value;
       if (++reading->answers == 2) arrive(*reading);

@@ -109,10 +109,10 @@ void PulseAudioRecorder::makeFile(const QString& path) {
     });
   };
   RecordingFile::Callbacks callbacks;
-  callbacks.opened = [this, toSelf](Result<void, PlatformError> result) {
+  callbacks.opened = [this, toSelf](const Result<void, PlatformError>& result) {
     toSelf([this, result] { opened_.resolve(result); });
   };
-  callbacks.failed = [this, toSelf](PlatformError error) {
+  callbacks.failed = [this, toSelf](const PlatformError& error) {
     toSelf([this, error] { interrupted(Interruption::Kind::writeFailed, error.description); });
   };
   callbacks.completed = [this, toSelf] { toSelf([this] { completed_.resolve(); }); };

@@ -159,7 +159,7 @@ void PulseConnection::contextChanged() {
         [](pa_context*, pa_subscription_event_type_t, uint32_t, void* data) {
           auto* const self = static_cast<PulseConnection*>(data);
           if (std::exchange(self->isChangePosted_, true)) return;
-          // The bundle ends with this turn of the library's loop: what is queued behind it comes first.
+          // The bundle ends with this turn of the library's loop: what is queued after it comes first.
           self->thread_.run([self] {
             self->isChangePosted_ = false;
             self->post([self] { self->serverObservers_.tell(); });

@@ -145,7 +145,7 @@ Result<void, PlatformError> RecordingFile::write(std::span<const std::int16_t> s
   framesSinceCheck_ += std::int64_t(samples.size());
   if (framesSinceCheck_ >= sampleRate) {
     framesSinceCheck_ = 0;
-    if (auto restored = restorePlace(); !restored) return restored;
+    TRY_OK(restorePlace());
   }
   errno = 0;
   const auto count = sf_count_t(samples.size());

@@ -16,7 +16,7 @@ namespace quillmere {
 //
 // Every write goes to the disk before setValue() returns: under a lock, merged with what others have written, and as a
 // whole new file. Keys that nobody here knows are kept. Types survive: `true`, `5`, `0.5` and plain text are written as
-// such, everything else as JSON behind "json:" (bytes as QSettings writes them).
+// such, everything else as JSON after "json:" (bytes as QSettings writes them).
 //
 // Changes by other processes are seen by the next read of any key, by a look at the file's times, and told to the
 // observers when the event loop hears of them. Made on the main thread, which must have an application object for that.

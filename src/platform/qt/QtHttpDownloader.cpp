@@ -53,8 +53,7 @@ class QtHttpDownload final : public HttpDownload {
   // Nothing, or why no response came.
   Task<std::optional<UrlError>> waitForHead() {
     while (!reply_->isFinished() && (status() == 0 || isRedirectStatus(status()))) {
-      auto change = nextChange();
-      co_await std::move(change);
+      co_await nextChange();
     }
     const bool isError = reply_->error() != QNetworkReply::NoError;
     if (status() == 0 || (isError && status() < 400 && isRedirectStatus(status()))) co_return error();
@@ -66,8 +65,7 @@ class QtHttpDownload final : public HttpDownload {
 
   Task<Result<QByteArray, UrlError>> read() override {
     while (reply_->bytesAvailable() == 0 && !reply_->isFinished()) {
-      auto change = nextChange();
-      co_await std::move(change);
+      co_await nextChange();
     }
     if (reply_->bytesAvailable() > 0) {
       QByteArray piece = reply_->read(largestPieceBytes);
@@ -75,7 +73,7 @@ class QtHttpDownload final : public HttpDownload {
       co_return piece;
     }
     if (reply_->error() != QNetworkReply::NoError && !isOnlyTheStatus(reply_->error())) co_return Failed{error()};
-    // Qt takes a connection that closes early, right behind its data, for the end of the body now and then.
+    // Qt takes a connection that closes early, right after its data, for the end of the body now and then.
     if (bytesRead_ < announcedBytes())
       co_return Failed{urlErrorOf(QNetworkReply::RemoteHostClosedError, reply_->url().host(), {})};
     co_return QByteArray();
@@ -137,8 +135,7 @@ Task<Result<std::unique_ptr<HttpDownload>, UrlError>> QtHttpDownloader::open(Htt
 
   if (!manager_) manager_ = std::make_unique<QNetworkAccessManager>();
   auto download = std::make_unique<QtHttpDownload>(manager_->get(qtRequest));
-  auto beginning = download->waitForHead();
-  auto failure = co_await std::move(beginning);
+  auto failure = co_await download->waitForHead();
   if (failure) co_return Failed{*failure};
   co_return std::unique_ptr<HttpDownload>(std::move(download));
 }

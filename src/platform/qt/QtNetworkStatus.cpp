@@ -42,7 +42,7 @@ QtNetworkStatus::QtNetworkStatus()
 QtNetworkStatus::QtNetworkStatus(std::function<QDBusConnection()> bus, std::function<bool()> hasDefaultRoute,
                                  std::chrono::milliseconds delay)
     : hasDefaultRoute_(std::move(hasDefaultRoute)) {
-  // Some time behind the start, so that short commands never touch the bus.
+  // Some time after the start, so that short commands never touch the bus.
   QTimer::singleShot(delay, this, [this, bus = std::move(bus)] { listen(bus); });
 }
 

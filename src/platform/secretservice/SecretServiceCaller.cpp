@@ -168,29 +168,22 @@ Task<Result<SecretServiceCaller::Items, KeychainError>> SecretServiceCaller::fin
 
   if (items.empty()) {
     // Some services do not tell what a locked collection holds.
-    const auto collection = co_await defaultCollection(service);
-    if (!collection) co_return Failed{collection.error()};
-    if (!*collection || !secret_collection_get_locked(collection->get()))
-      co_return Failed{keychainError(Kind::missing)};
-    const auto unlocked =
-        co_await unlock(service, GlibPointer<GDBusProxy>::sharing(G_DBUS_PROXY(collection->get())), prompt);
-    if (!unlocked) co_return Failed{unlocked.error()};
+    CO_TRY(const auto collection, co_await defaultCollection(service));
+    if (!collection || !secret_collection_get_locked(collection.get())) co_return Failed{keychainError(Kind::missing)};
+    CO_TRY_OK(co_await unlock(service, GlibPointer<GDBusProxy>::sharing(G_DBUS_PROXY(collection.get())), prompt));
     co_return co_await find(service, item, prompt);
   }
   for (const auto& found : items) {
     if (!secret_item_get_locked(found.get())) continue;
-    const auto unlocked = co_await unlock(service, GlibPointer<GDBusProxy>::sharing(G_DBUS_PROXY(found.get())), prompt);
-    if (!unlocked) co_return Failed{unlocked.error()};
+    CO_TRY_OK(co_await unlock(service, GlibPointer<GDBusProxy>::sharing(G_DBUS_PROXY(found.get())), prompt));
   }
   co_return items;
 }
 
 Task<Result<QString, KeychainError>> SecretServiceCaller::read(KeychainItem item, Prompt prompt) {
-  const auto service = co_await this->service();
-  if (!service) co_return Failed{service.error()};
-  const auto items = co_await find(*service, item, prompt);
-  if (!items) co_return Failed{items.error()};
-  SecretItem* const found = items->front().get();
+  CO_TRY(const auto service, co_await this->service());
+  CO_TRY(const auto items, co_await find(service, item, prompt));
+  SecretItem* const found = items.front().get();
   Start start = [found](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
     secret_item_load_secret(found, cancellable, done, data);
   };
@@ -208,41 +201,34 @@ Task<Result<QString, KeychainError>> SecretServiceCaller::read(KeychainItem item
 
 Task<Result<void, KeychainError>> SecretServiceCaller::write(KeychainItem item, QString secret, QString label,
                                                              Prompt prompt) {
-  const auto service = co_await this->service();
-  if (!service) co_return Failed{service.error()};
-  const auto collection = co_await defaultCollection(*service);
-  if (!collection) co_return Failed{collection.error()};
+  CO_TRY(const auto service, co_await this->service());
+  CO_TRY(const auto collection, co_await defaultCollection(service));
   // One that is to be made asks for a password.
-  if (!*collection && !prompt->isAllowed) co_return Failed{keychainError(Kind::locked)};
-  prompt->isOpen = !*collection;
-  if (*collection && secret_collection_get_locked(collection->get())) {
-    const auto unlocked =
-        co_await unlock(*service, GlibPointer<GDBusProxy>::sharing(G_DBUS_PROXY(collection->get())), prompt);
-    if (!unlocked) co_return Failed{unlocked.error()};
-  }
+  if (!collection && !prompt->isAllowed) co_return Failed{keychainError(Kind::locked)};
+  prompt->isOpen = !collection;
+  if (collection && secret_collection_get_locked(collection.get()))
+    CO_TRY_OK(co_await unlock(service, GlibPointer<GDBusProxy>::sharing(G_DBUS_PROXY(collection.get())), prompt));
   const Attributes attributes = attributesOf(item);
   const QByteArray bytes = secret.toUtf8(), name = label.toUtf8();
   const std::unique_ptr<SecretValue, void (*)(SecretValue*)> value(
       secret_value_new(bytes.constData(), bytes.size(), "text/plain"),
       [](SecretValue* made) { secret_value_unref(made); });
   Start start = [&](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
-    secret_service_store(service->get(), &schema, attributes.get(), SECRET_COLLECTION_DEFAULT, name.constData(),
+    secret_service_store(service.get(), &schema, attributes.get(), SECRET_COLLECTION_DEFAULT, name.constData(),
                          value.get(), cancellable, done, data);
   };
   const OnCancel onCancel = prompt->isOpen ? OnCancel::leave : OnCancel::end;
   const Ended ended = co_await call(start, onCancel);
   GError* error = nullptr;
-  if (secret_service_store_finish(service->get(), ended.get(), &error)) co_return Result<void, KeychainError>{};
+  if (secret_service_store_finish(service.get(), ended.get(), &error)) co_return Result<void, KeychainError>{};
   if (!error) co_return Failed{keychainError(Kind::locked)};  // the prompt was dismissed
   co_return Failed{errorOf(error)};
 }
 
 Task<Result<void, KeychainError>> SecretServiceCaller::remove(KeychainItem item, Prompt prompt) {
-  const auto service = co_await this->service();
-  if (!service) co_return Failed{service.error()};
-  const auto items = co_await find(*service, item, prompt);
-  if (!items) co_return Failed{items.error()};
-  for (const auto& found : *items) {
+  CO_TRY(const auto service, co_await this->service());
+  CO_TRY(const auto items, co_await find(service, item, prompt));
+  for (const auto& found : items) {
     SecretItem* const doomed = found.get();
     Start start = [doomed](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
       secret_item_delete(doomed, cancellable, done, data);

@@ -33,8 +33,7 @@ Task<std::optional<QDBusConnection>> BusConnection::get(Duration limit) {
     if (scope_.isIdle()) scope_.spawn(openNow());
     waiters_.emplace_back();
     auto waiting = waiters_.back().wait();
-    auto limited = withTimeout(limit, std::move(waiting));
-    co_await std::move(limited);
+    co_await withTimeout(limit, std::move(waiting));
   }
   co_return connection_;
 }
@@ -48,16 +47,14 @@ Task<void> BusConnection::openNow() {
 }
 
 Task<std::optional<QDBusMessage>> BusConnection::call(QDBusMessage message, Duration limit) {
-  auto getting = get(limit);
-  std::optional<QDBusConnection> bus = co_await std::move(getting);
+  std::optional<QDBusConnection> bus = co_await get(limit);
   if (!bus) co_return std::nullopt;
   const auto milliseconds = int(std::chrono::duration_cast<std::chrono::milliseconds>(limit).count());
   QDBusPendingCallWatcher watcher(bus->asyncCall(message, milliseconds));
   Completion<> finished;
   QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &watcher,
                    [finished]() mutable { finished.resolve(); });
-  auto waiting = finished.wait();
-  co_await std::move(waiting);
+  co_await finished.wait();
   if (watcher.isError()) co_return std::nullopt;
   co_return watcher.reply();
 }

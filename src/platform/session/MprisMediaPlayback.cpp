@@ -25,16 +25,14 @@ void MprisMediaPlayback::startListening() {
 
 // The first pause then finds the bus open.
 Task<void> MprisMediaPlayback::openBus() {
-  auto opening = bus_.get(stepLimit);
-  co_await std::move(opening);
+  co_await bus_.get(stepLimit);
 }
 
 Task<int> MprisMediaPlayback::pause() {
-  auto listing = bus_.call(
+  const std::optional<QDBusMessage> names = co_await bus_.call(
       QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                                      QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ListNames")),
       stepLimit);
-  const std::optional<QDBusMessage> names = co_await std::move(listing);
   if (!names) co_return 0;
   std::vector<Task<std::optional<Player>>> questions;
   for (const QString& name : names->arguments().value(0).toStringList()) {
@@ -42,8 +40,7 @@ Task<int> MprisMediaPlayback::pause() {
     const bool isPlayer = name.startsWith(namePrefix) && name != namePrefix + QStringLiteral("playerctld");
     if (isPlayer) questions.push_back(ask(name));
   }
-  auto asking = whenAll(std::move(questions));
-  const std::vector<std::optional<Player>> players = co_await std::move(asking);
+  const std::vector<std::optional<Player>> players = co_await whenAll(std::move(questions));
   std::vector<Task<bool>> commands;
   QSet<QString> owners;  // one player may have several names
   for (const auto& player : players) {
@@ -53,8 +50,7 @@ Task<int> MprisMediaPlayback::pause() {
     paused_.push_back({player->owner, bus_.executor().now()});
     commands.push_back(command(player->owner, QStringLiteral("Pause")));
   }
-  auto pausing = whenAll(std::move(commands));
-  const std::vector<bool> done = co_await std::move(pausing);
+  const std::vector<bool> done = co_await whenAll(std::move(commands));
   co_return int(std::count(done.begin(), done.end(), true));
 }
 
@@ -62,8 +58,7 @@ Task<void> MprisMediaPlayback::play() {
   const std::vector<Paused> paused = std::exchange(paused_, {});
   std::vector<Task<std::optional<Player>>> questions;
   for (const Paused& player : paused) questions.push_back(ask(player.owner));
-  auto asking = whenAll(std::move(questions));
-  const std::vector<std::optional<Player>> players = co_await std::move(asking);
+  const std::vector<std::optional<Player>> players = co_await whenAll(std::move(questions));
   std::vector<Task<bool>> commands;
   const TimePoint now = bus_.executor().now();
   for (size_t i = 0; i < players.size(); ++i) {
@@ -72,8 +67,7 @@ Task<void> MprisMediaPlayback::play() {
     if (players[i]->status == QStringLiteral("Paused") || isSettling)
       commands.push_back(command(paused[i].owner, QStringLiteral("Play")));
   }
-  auto playing = whenAll(std::move(commands));
-  co_await std::move(playing);
+  co_await whenAll(std::move(commands));
 }
 
 Task<std::optional<MprisMediaPlayback::Player>> MprisMediaPlayback::ask(QString service) {
@@ -81,8 +75,7 @@ Task<std::optional<MprisMediaPlayback::Player>> MprisMediaPlayback::ask(QString 
                                                  QStringLiteral("Get"));
   question.setAutoStartService(false);
   question << playerInterface << QStringLiteral("PlaybackStatus");
-  auto asking = bus_.call(question, stepLimit);
-  const std::optional<QDBusMessage> reply = co_await std::move(asking);
+  const std::optional<QDBusMessage> reply = co_await bus_.call(question, stepLimit);
   if (!reply) co_return std::nullopt;
   const QString status = reply->arguments().value(0).value<QDBusVariant>().variant().toString();
   co_return Player{reply->service(), status};
@@ -91,8 +84,7 @@ Task<std::optional<MprisMediaPlayback::Player>> MprisMediaPlayback::ask(QString 
 Task<bool> MprisMediaPlayback::command(QString owner, QString method) {
   auto message = QDBusMessage::createMethodCall(owner, playerPath, playerInterface, method);
   message.setAutoStartService(false);
-  auto calling = bus_.call(message, stepLimit);
-  const std::optional<QDBusMessage> reply = co_await std::move(calling);
+  const std::optional<QDBusMessage> reply = co_await bus_.call(message, stepLimit);
   co_return reply.has_value();
 }
 

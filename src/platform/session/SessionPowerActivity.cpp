@@ -62,12 +62,10 @@ Task<void> SessionPowerActivity::acquire(std::shared_ptr<Hold> hold, QString rea
   if (co_await std::move(logind)) {
     lastMeans_ = Means::logind;
   } else {
-    auto throughPortal = askPortal(hold, reason);
-    if (co_await std::move(throughPortal)) {
+    if (co_await askPortal(hold, reason)) {
       lastMeans_ = Means::portal;
     } else {
-      auto saver = askScreenSaver(hold, reason);
-      if (co_await std::move(saver)) lastMeans_ = Means::screenSaver;
+      if (co_await askScreenSaver(hold, reason)) lastMeans_ = Means::screenSaver;
     }
   }
   if (hold->isReleased) release(*hold);
@@ -78,8 +76,7 @@ Task<bool> SessionPowerActivity::askLogind(std::shared_ptr<Hold> hold, QString r
       QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
       QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("Inhibit"));
   message << QStringLiteral("idle:sleep") << applicationName << reason << QStringLiteral("block");
-  auto calling = systemBus_.call(message, lockLimit);
-  const std::optional<QDBusMessage> reply = co_await std::move(calling);
+  const std::optional<QDBusMessage> reply = co_await systemBus_.call(message, lockLimit);
   if (!reply) co_return false;
   const auto lock = reply->arguments().value(0).value<QDBusUnixFileDescriptor>();
   if (!lock.isValid()) co_return false;
@@ -93,8 +90,7 @@ Task<bool> SessionPowerActivity::askPortal(std::shared_ptr<Hold> hold, QString r
       QDBusMessage::createMethodCall(portal, QStringLiteral("/org/freedesktop/portal/desktop"),
                                      QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"));
   message << QString() << (suspend | idle) << QVariantMap{{QStringLiteral("reason"), reason}};
-  auto calling = sessionBus_.call(message, serviceLimit);
-  const std::optional<QDBusMessage> reply = co_await std::move(calling);
+  const std::optional<QDBusMessage> reply = co_await sessionBus_.call(message, serviceLimit);
   if (!reply) co_return false;
   hold->grant = reply->arguments().value(0).value<QDBusObjectPath>();
   co_return true;
@@ -103,8 +99,7 @@ Task<bool> SessionPowerActivity::askPortal(std::shared_ptr<Hold> hold, QString r
 Task<bool> SessionPowerActivity::askScreenSaver(std::shared_ptr<Hold> hold, QString reason) {
   auto message = QDBusMessage::createMethodCall(screenSaver, screenSaverPath, screenSaver, QStringLiteral("Inhibit"));
   message << applicationName << reason;
-  auto calling = sessionBus_.call(message, serviceLimit);
-  const std::optional<QDBusMessage> reply = co_await std::move(calling);
+  const std::optional<QDBusMessage> reply = co_await sessionBus_.call(message, serviceLimit);
   if (!reply) co_return false;
   hold->grant = reply->arguments().value(0).toUInt();
   co_return true;

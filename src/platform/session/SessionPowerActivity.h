@@ -4,8 +4,8 @@
 
 namespace quillmere {
 
-// Keeps the machine awake: logind's inhibitor lock, else the portal, else the session's screen saver service. Asked for
-// in the background; a token that goes before the answer came gives back what it still gets.
+// Keeps the machine awake: logind's inhibitor lock, else the portal, else the desktop session's screen saver service.
+// Asked for in the background; a token that goes before the answer came gives back what it still gets.
 class SessionPowerActivity final : public PowerActivity {
  public:
   SessionPowerActivity(BusConnection& systemBus, BusConnection& sessionBus);

@@ -3,9 +3,8 @@
 namespace quillmere {
 
 Result<std::unique_ptr<X11FloatingWindows>, PlatformError> X11FloatingWindows::open(const QString& displayName) {
-  auto connection = XcbConnection::open(displayName);
-  if (!connection) return Failed{connection.error()};
-  return std::unique_ptr<X11FloatingWindows>(new X11FloatingWindows(std::move(connection).value()));
+  TRY(auto connection, XcbConnection::open(displayName));
+  return std::unique_ptr<X11FloatingWindows>(new X11FloatingWindows(std::move(connection)));
 }
 
 bool X11FloatingWindows::isComposited() {

@@ -125,11 +125,9 @@ Task<std::optional<KeyCombination>> X11GlobalShortcuts::recordCombination() {
       logger_.warning("The keyboard can't be taken to record a shortcut");
       co_return std::nullopt;
     }
-    auto pause = sleepFor(betweenGrabAttempts);
-    co_await std::move(pause);
+    co_await sleepFor(betweenGrabAttempts);
   }
-  auto wait = recording->result.wait();
-  co_return co_await std::move(wait);
+  co_return co_await recording->result.wait();
 }
 
 bool X11GlobalShortcuts::takeKeyboard() {

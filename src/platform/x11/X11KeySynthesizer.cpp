@@ -18,13 +18,10 @@ Failed<PlatformError> failed(QString description) {
 }  // namespace
 
 Result<std::unique_ptr<X11KeySynthesizer>, PlatformError> X11KeySynthesizer::open(const QString& displayName) {
-  auto connection = XcbConnection::open(displayName);
-  if (!connection) return Failed{connection.error()};
-  if (!(*connection)->extension(xcb_test_id)) return failed(QStringLiteral("The X server lacks the XTEST extension."));
-  auto keyboard = XkbKeyboard::open(**connection);
-  if (!keyboard) return Failed{keyboard.error()};
-  return std::unique_ptr<X11KeySynthesizer>(
-      new X11KeySynthesizer(std::move(connection).value(), std::move(keyboard).value()));
+  TRY(auto connection, XcbConnection::open(displayName));
+  if (!connection->extension(xcb_test_id)) return failed(QStringLiteral("The X server lacks the XTEST extension."));
+  TRY(auto keyboard, XkbKeyboard::open(*connection));
+  return std::unique_ptr<X11KeySynthesizer>(new X11KeySynthesizer(std::move(connection), std::move(keyboard)));
 }
 
 X11KeySynthesizer::X11KeySynthesizer(std::unique_ptr<XcbConnection> connection, std::unique_ptr<XkbKeyboard> keyboard)

@@ -34,7 +34,7 @@ struct X11Pasteboard::Fetches {
 Result<std::unique_ptr<X11Pasteboard>, PlatformError> X11Pasteboard::open(Executor& executor,
                                                                           const QString& displayName) {
   const auto fetches = std::make_shared<Fetches>();
-  auto thread = X11SelectionThread::start(displayName, [&executor, fetches](X11SelectionThread::Event event) {
+  const auto onEvent = [&executor, fetches](X11SelectionThread::Event event) {
     executor.post([fetches, event] {
       // News of what was replaced meanwhile.
       if (event.expectation < fetches->expectation) return;
@@ -43,9 +43,9 @@ Result<std::unique_ptr<X11Pasteboard>, PlatformError> X11Pasteboard::open(Execut
       fetches->isLost = fetches->isLost || !isFetched;
       fetches->settle(isFetched);
     });
-  });
-  if (!thread) return Failed{thread.error()};
-  return std::unique_ptr<X11Pasteboard>(new X11Pasteboard(executor, std::move(thread).value(), fetches));
+  };
+  TRY(auto thread, X11SelectionThread::start(displayName, onEvent));
+  return std::unique_ptr<X11Pasteboard>(new X11Pasteboard(executor, std::move(thread), fetches));
 }
 
 X11Pasteboard::X11Pasteboard(Executor& executor, std::unique_ptr<X11SelectionThread> thread,
@@ -65,8 +65,7 @@ Task<ClipboardItems> X11Pasteboard::items() {
       reading.resolve(std::move(items));
     });
   });
-  auto waiting = reading.wait();
-  co_return co_await std::move(waiting);
+  co_return co_await reading.wait();
 }
 
 Task<std::optional<QString>> X11Pasteboard::string() {
@@ -86,8 +85,7 @@ Task<std::optional<QString>> X11Pasteboard::readText(int selection) {
       reading.resolve(std::move(text));
     });
   });
-  auto waiting = reading.wait();
-  co_return co_await std::move(waiting);
+  co_return co_await reading.wait();
 }
 
 quint64 X11Pasteboard::changeCount() const {
@@ -135,8 +133,7 @@ Task<bool> X11Pasteboard::waitForFetch(Duration timeout) {
     fetch.resolve(false);
   else
     fetches->waiting.push_back(fetch);
-  auto limited = withTimeout(timeout, fetch.wait());
-  const std::optional<bool> isFetched = co_await std::move(limited);
+  const std::optional<bool> isFetched = co_await withTimeout(timeout, fetch.wait());
   if (!isFetched.value_or(false)) co_return false;
   co_await sleepFor(secondFetch);
   co_return true;

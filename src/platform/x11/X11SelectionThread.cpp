@@ -30,9 +30,9 @@ QString textOf(const QByteArray& target, const QByteArray& bytes) {
 
 Result<std::unique_ptr<X11SelectionThread>, PlatformError> X11SelectionThread::start(
     const QString& displayName, std::function<void(Event)> onEvent) {
-  // Gives the clear sentences when there is no display.
-  const auto probe = XcbConnection::open(displayName);
-  if (!probe) return Failed{probe.error()};
+  // Gives the clear sentences when there is no display. Open until the second one is: a server may reset itself once
+  // nobody is connected.
+  TRY(const auto probe, XcbConnection::open(displayName));
   const QByteArray name = displayName.isEmpty() ? qgetenv("DISPLAY") : displayName.toUtf8();
   int screenNumber = 0;
   xcb_connection_t* const connection = xcb_connect(name.constData(), &screenNumber);
@@ -142,11 +142,11 @@ quint64 X11SelectionThread::expectFetch() {
   });
 }
 
-void X11SelectionThread::readItems(Selection selection, std::function<void(ClipboardItems)> done) {
+void X11SelectionThread::readItems(Selection selection, const std::function<void(ClipboardItems)>& done) {
   enqueue({[this, selection, done] { done(itemsNow(selection)); }, [done] { done({}); }});
 }
 
-void X11SelectionThread::readText(Selection selection, std::function<void(std::optional<QString>)> done) {
+void X11SelectionThread::readText(Selection selection, const std::function<void(std::optional<QString>)>& done) {
   enqueue({[this, selection, done] { done(textNow(selection)); }, [done] { done(std::nullopt); }});
 }
 

@@ -44,8 +44,8 @@ class X11SelectionThread {
   quint64 expectFetch();
 
   // `done` is called once; with nothing when the thread ends first.
-  void readItems(Selection selection, std::function<void(ClipboardItems)> done);
-  void readText(Selection selection, std::function<void(std::optional<QString>)> done);
+  void readItems(Selection selection, const std::function<void(ClipboardItems)>& done);
+  void readText(Selection selection, const std::function<void(std::optional<QString>)>& done);
 
   bool owns(Selection selection) const { return owned_[index(selection)]; }
   quint64 changeCount() const { return changeCount_; }

@@ -45,10 +45,9 @@ bool isTyping(xkb_keysym_t symbol) {
 Result<std::unique_ptr<X11Workspace>, PlatformError> X11Workspace::open(Identify identify, qint64 thisProcessId,
                                                                         std::function<void()> hideOwnWindows,
                                                                         const QString& displayName) {
-  auto connection = XcbConnection::open(displayName);
-  if (!connection) return Failed{connection.error()};
+  TRY(auto connection, XcbConnection::open(displayName));
   return std::unique_ptr<X11Workspace>(
-      new X11Workspace(std::move(connection).value(), std::move(identify), thisProcessId, std::move(hideOwnWindows)));
+      new X11Workspace(std::move(connection), std::move(identify), thisProcessId, std::move(hideOwnWindows)));
 }
 
 X11Workspace::X11Workspace(std::unique_ptr<XcbConnection> connection, Identify identify, qint64 thisProcessId,
@@ -142,10 +141,9 @@ Subscription X11Workspace::add(const Observers<F>& observers, F observer) {
 // An observer may end any subscription.
 template <typename F, typename... Arguments>
 void X11Workspace::tell(const Observers<F>& observers, const Arguments&... arguments) {
-  const auto present = observers;
-  const auto all = *present;
+  const auto all = *observers;
   for (const auto& [id, observer] : all)
-    if (present->contains(id)) (*observer)(arguments...);
+    if (observers->contains(id)) (*observer)(arguments...);
 }
 
 Subscription X11Workspace::observeFrontmost(std::function<void()> observer) {
