@@ -1,5 +1,7 @@
 #include "CommandLineProgram.h"
 
+#include "support/SpeechClip.h"
+
 namespace quillmere {
 
 CommandLineProgram::CommandLineProgram() : environment_(QProcessEnvironment::systemEnvironment()) {
@@ -29,6 +31,12 @@ CommandLineProgram::Output CommandLineProgram::run(const QStringList& arguments,
   return finish(process);
 }
 
+CommandLineProgram::Output CommandLineProgram::expect(int code, const QStringList& arguments) const {
+  const Output output = run(arguments);
+  EXPECT_EQ(output.code, code) << arguments.join(u' ').toStdString() << ": " << output.err.constData();
+  return output;
+}
+
 CommandLineProgram::Output CommandLineProgram::finish(QProcess& process) {
   if (!process.waitForFinished(60000)) process.kill();
   process.waitForFinished();
@@ -42,14 +50,15 @@ void CommandLineProgram::installModel(const ScriptedWhisperModel::Options& optio
   ASSERT_EQ(imported.out, QByteArray("scripted\n")) << imported.err.constData();
 }
 
-void CommandLineProgram::write(const QString& name, const QByteArray& bytes) const {
-  QFile out(file(name));
-  if (out.open(QIODevice::WriteOnly)) out.write(bytes);
-}
-
 QByteArray CommandLineProgram::tone(double seconds) {
   return SampleMedia::wav(16000, 1, qint64(seconds * 16000),
                           [](qint64 frame, int) { return 0.09 * std::sin(double(frame) * 0.17); });
+}
+
+QByteArray CommandLineProgram::speechAmongSilence() {
+  const QByteArray clip = SpeechClip::pcm();
+  if (clip.isEmpty()) return {};
+  return SampleMedia::wav(16000, 1, SpeechClip::silence(12) + clip + SpeechClip::silence(14));
 }
 
 }  // namespace quillmere

@@ -2,14 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <QByteArray>
-#include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include "support/Files.h"
 #include "support/SampleMedia.h"
 #include "support/ScriptedWhisperModel.h"
 
@@ -31,7 +30,6 @@ class CommandLineProgram {
   static QString path() { return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere"; }
   QString file(const QString& name) const { return home_.filePath(name); }
   QString recordings() const { return file("Documents/quillmere/recordings"); }
-  QString store() const { return file("data/quillmere/Quillmere.sqlite"); }
   QProcessEnvironment& environment() { return environment_; }
 
   // Starts without waiting; the caller ends the process.
@@ -39,12 +37,17 @@ class CommandLineProgram {
   Output run(const QStringList& arguments, const QByteArray& input = {}) const;
   static Output finish(QProcess& process);
 
+  // Expects this exit status.
+  Output expect(int code, const QStringList& arguments) const;
+
   // Installs a scripted model under the name "scripted".
   void installModel(const ScriptedWhisperModel::Options& options = {}) const;
   QStringList filesIn(const QString& folder) const { return QDir(folder).entryList(QDir::Files | QDir::Hidden); }
-  void write(const QString& name, const QByteArray& bytes) const;
+  void write(const QString& name, const QByteArray& bytes) const { writeFile(file(name), bytes); }
   // 16 bit mono WAV with a quiet tone.
   static QByteArray tone(double seconds);
+  // The same with 37 seconds, eleven of which are speech; empty without the clip of third_party/fetch.sh.
+  static QByteArray speechAmongSilence();
 
  private:
   QTemporaryDir home_;

@@ -8,7 +8,6 @@
 namespace quillmere {
 namespace {
 
-using Kind = ConversionError::Kind;
 constexpr AudioStreamFormat optimal{16000, 1, AudioStreamFormat::SampleKind::float32, false, 0};
 
 class SampleConversionTest : public ::testing::Test {
@@ -23,26 +22,7 @@ class SampleConversionTest : public ::testing::Test {
   SampleConversion::Outcome convert() {
     return SampleConversion(readers, resamplers, Logger(), path, options).run(stop);
   }
-  Kind failure() {
-    const auto outcome = convert();
-    EXPECT_FALSE(outcome);
-    return outcome ? Kind::conversionFailed : outcome.error().kind;
-  }
 };
-
-TEST_F(SampleConversionTest, ConvertsInChunksAndTellsHowFarItIs) {
-  file().frames = 480000;
-  file().nominalFrames = 480000;
-  std::vector<float> shares;
-  options.progressHandler = [&](float share) { shares.push_back(share); };
-  const auto samples = convert();
-  ASSERT_TRUE(samples);
-  EXPECT_EQ(samples->size(), 160000u);  // what the resampler held back is there
-  ASSERT_EQ(shares.size(), 15u);        // 14 whole chunks and the rest
-  EXPECT_FLOAT_EQ(shares.front(), 32768.0f / 480000);
-  EXPECT_FLOAT_EQ(shares.back(), 1.0f);
-  EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
-}
 
 TEST_F(SampleConversionTest, OnlyTheWholeFormatTakesTheFastPath) {
   using Samples = AudioStreamFormat::SampleKind;
@@ -67,28 +47,17 @@ TEST_F(SampleConversionTest, OnlyTheWholeFormatTakesTheFastPath) {
 }
 
 TEST_F(SampleConversionTest, ErrorsAreToldApart) {
-  EXPECT_EQ(failure(), Kind::invalidAudioFile);
-  file().openError = MediaError{MediaError::Kind::noAudioTrack, 0, QStringLiteral("No audio track")};
-  EXPECT_EQ(failure(), Kind::invalidAudioFile);
   file().openError = MediaError{MediaError::Kind::unsupported, 0, QStringLiteral("drm")};
   EXPECT_EQ(convert().error().message(), QStringLiteral("Unsupported audio format: drm"));
-
   file() = {};
-  file().nominalFrames = 0;
-  EXPECT_EQ(failure(), Kind::emptyAudioFile);
   file().nominalFrames.reset();  // only reading shows that there is nothing
-  EXPECT_EQ(failure(), Kind::emptyAudioFile);
+  EXPECT_EQ(convert().error().kind, ConversionError::Kind::emptyAudioFile);
   file().frames = 10;
-  options.targetSampleRate = 0;
-  EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Failed to create target format"));
-  options.targetSampleRate = 16000;
   resamplers.canMake = false;
   EXPECT_EQ(convert().error().message(), QStringLiteral("Unsupported audio format: 48000 Hz, 2 ch, 16-bit integer"));
   resamplers.canMake = true;
   resamplers.convertFailure = PlatformError{QStringLiteral("x"), 1, QStringLiteral("bad luck")};
   EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: bad luck"));
-  resamplers.convertFailure->description.clear();
-  EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Converter returned error status"));
 }
 
 TEST_F(SampleConversionTest, ABrokenReadYieldsWhatWasRead) {
@@ -102,36 +71,22 @@ TEST_F(SampleConversionTest, ABrokenReadYieldsWhatWasRead) {
   EXPECT_EQ(convert().error().message(), QStringLiteral("Audio conversion failed: Read error: broken disk"));
 }
 
-TEST_F(SampleConversionTest, AChangeInTheMiddleLosesNothing) {
-  file().frames = 96000;
-  file().changeAt = {48000, AudioStreamFormat{16000, 1, AudioStreamFormat::SampleKind::signed16, false, 0}};
-  auto samples = convert();
-  ASSERT_TRUE(samples);
-  EXPECT_EQ(samples->size(), 16000u + 48000u);
-  EXPECT_EQ(resamplers.made.size(), 2u);
-
-  file().changeAt->second = optimal;  // from here on nothing is to be converted
-  samples = convert();
-  ASSERT_TRUE(samples);
-  EXPECT_EQ(samples->size(), 16000u + 48000u);
-}
-
-TEST_F(SampleConversionTest, LengthsThatLieDoNoHarm) {
-  struct Case {
-    qint64 frames;
-    std::optional<qint64> nominal;
-  };
-  for (const Case& c : {Case{48000, 1}, Case{48000, 480000}, Case{48000, std::nullopt}, Case{48000, qint64(1) << 60}}) {
-    file().frames = c.frames;
-    file().nominalFrames = c.nominal;
+TEST_F(SampleConversionTest, TellsHowFarItIsWhateverLengthTheFileClaims) {
+  for (const std::optional<qint64> nominal : {std::optional<qint64>(480000), std::optional<qint64>(1),
+                                              std::optional<qint64>(), std::optional<qint64>(qint64(1) << 60)}) {
+    file().frames = 480000;
+    file().nominalFrames = nominal;
     std::vector<float> shares;
     options.progressHandler = [&](float share) { shares.push_back(share); };
     const auto samples = convert();
     ASSERT_TRUE(samples);
-    EXPECT_EQ(samples->size(), 16000u);
+    EXPECT_EQ(samples->size(), 160000u) << "what the resampler held back is there";
     ASSERT_FALSE(shares.empty());
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
     EXPECT_FLOAT_EQ(shares.back(), 1.0f);
-    EXPECT_LE(*std::max_element(shares.begin(), shares.end()), 1.0f);
+    if (nominal == 480000) {
+      EXPECT_FLOAT_EQ(shares.front(), 32768.0f / 480000);
+    }
   }
 }
 

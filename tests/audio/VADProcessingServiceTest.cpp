@@ -12,6 +12,7 @@
 #include "support/FakeMediaReader.h"
 #include "support/FakeVoiceActivityModel.h"
 #include "support/FakeWavWriter.h"
+#include "support/Files.h"
 #include "support/RunTask.h"
 
 namespace quillmere {
@@ -22,8 +23,7 @@ constexpr qint64 conversionThreshold = 26214400;
 class VADProcessingServiceTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    QFile file(folder.filePath(VADModelManager::fileName()));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    writeFile(folder.filePath(VADModelManager::fileName()));
     // Two pieces of a second each, far apart, in a recording of forty.
     model.answer = {{1000, 1100}, {2000, 2100}};
   }
@@ -78,18 +78,13 @@ TEST_F(VADProcessingServiceTest, CutsOutTheSilence) {
   EXPECT_TRUE(result.wasProcessed);
   ASSERT_TRUE(result.trimResult);
   EXPECT_EQ(result.trimResult->segmentCount, 2);
-  EXPECT_DOUBLE_EQ(result.trimResult->originalDuration, 40);
   EXPECT_NEAR(result.trimResult->trimmedDuration, 2.2, 0.001);
 
-  EXPECT_EQ(model.seenSamples, 640000u);
-  EXPECT_EQ(model.seenParameters, VoiceActivityParameters());
   EXPECT_EQ(writers.seenRate, 16000);
   ASSERT_NEAR(double(writers.samples.size()), 35200, 2);
   // The first comes from 9.95 s, the last from just before 21.05 s.
   EXPECT_NEAR(double(writers.samples.front()), 0.1592, 1e-5);
   EXPECT_NEAR(double(writers.samples.back()), 0.3368, 1e-5);
-  ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
-  EXPECT_NEAR(reporting.breadcrumbs[0].data["removalPercentage"].toDouble(), 94.5, 0.01);
 
   process(path);
   EXPECT_EQ(model.loads, 1) << "the model stays loaded";
@@ -109,17 +104,25 @@ TEST_F(VADProcessingServiceTest, EveryFailureEndsInTheOriginal) {
   struct Case {
     const char* name;
     std::function<void()> spoil;
-    const char* error;  // none: nothing is reported
+    bool isReported = true;
   };
   const Case cases[] = {
-      {"silence", [&] { model.answer->clear(); }, nullptr},
-      {"analysis", [&] { model.answer.reset(); }, "VAD analysis failed: Failed to extract speech segments"},
-      {"unreadable", [&] { readers.files.clear(); }, "Failed to load audio: "},
-      {"empty", [&] { readers.files.first().frames = 0; },
-       "Failed to load audio: Audio format conversion failed - no samples produced"},
-      {"missing", [&] { QFile::remove(folder.filePath("talk.wav")); }, "Audio file not found"},
-      {"disk full", [&] { writers.appendError = broken; }, "Failed to write output: broken"},
-      {"disk full at the end", [&] { writers.finishError = broken; }, "Failed to write output: broken"},
+      {"silence", [&] { model.answer->clear(); }, false},
+      {"hardly any silence",
+       [&] {
+         model.answer = {{0, 3950}};
+       },
+       false},
+      {"too short",
+       [&] {
+         model.answer = {{1000, 1010}};
+       }},
+      {"analysis", [&] { model.answer.reset(); }},
+      {"unreadable", [&] { readers.files.clear(); }},
+      {"empty", [&] { readers.files.first().frames = 0; }},
+      {"missing", [&] { QFile::remove(folder.filePath("talk.wav")); }},
+      {"disk full", [&] { writers.appendError = broken; }},
+      {"disk full at the end", [&] { writers.finishError = broken; }},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -131,10 +134,7 @@ TEST_F(VADProcessingServiceTest, EveryFailureEndsInTheOriginal) {
     c.spoil();
     expectOriginal(process(path), path, true);
     EXPECT_FALSE(files().contains("talk_trimmed.wav"));
-    ASSERT_EQ(reporting.messages.size(), c.error ? 1u : 0u);
-    if (!c.error) continue;
-    const QString error = reporting.messages[0].data["error"].toString();
-    EXPECT_TRUE(error.startsWith(QString::fromUtf8(c.error))) << error.toStdString();
+    EXPECT_EQ(reporting.messages.size(), c.isReported ? 1u : 0u);
   }
 }
 
@@ -148,28 +148,6 @@ TEST_F(VADProcessingServiceTest, AModelThatIsMissingOrBadLeavesTheOriginal) {
   VADModelManager empty({}, logging);
   VoiceActivityDetector without(model, empty, logging);
   EXPECT_EQ(runTask(executor, without.loadModel()).error(), VADError::modelNotFound);
-  const auto found = runTask(executor, without.analyze(std::make_shared<std::vector<float>>(16000), 16000));
-  EXPECT_EQ(found.error(), VADError::analysisFailedContextNotReady);
-}
-
-TEST_F(VADProcessingServiceTest, ARefusedResultIsNotUsed) {
-  const QString path = recording();
-  model.answer = {{0, 3950}};
-  expectOriginal(process(path), path, true);
-  EXPECT_TRUE(reporting.messages.empty());
-  model.answer = {{1000, 1010}};
-  expectOriginal(process(path), path, true);
-  EXPECT_EQ(reporting.messages.size(), 1u);
-}
-
-TEST_F(VADProcessingServiceTest, ACompressedRecordingStaysWavWhateverItsSize) {
-  const QString path = recording("talk.M4A", 1000);
-  model.answer = {{0, 90000}};
-  const VADProcessingResult result = process(path, 1000);
-  EXPECT_EQ(result.finalAudioPath, folder.filePath("talk_trimmed.M4A"));
-  EXPECT_GT(QFileInfo(result.finalAudioPath).size(), conversionThreshold);
-  EXPECT_EQ(runTask(executor, service.compressLargeWav(result.finalAudioPath, QString())), result.finalAudioPath);
-  EXPECT_TRUE(encoder.settings.empty());
 }
 
 TEST_F(VADProcessingServiceTest, ALargeWavBecomesM4A) {
@@ -189,8 +167,6 @@ TEST_F(VADProcessingServiceTest, ALargeWavBecomesM4A) {
   EXPECT_EQ(convert(big), m4a);
   EXPECT_TRUE(QFileInfo::exists(m4a));
   EXPECT_TRUE(QFileInfo::exists(big)) << "the WAV stays beside it";
-  ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
-  EXPECT_EQ(reporting.breadcrumbs[0].data["bitrate"].toInt(), 128000);
 }
 
 TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {
@@ -211,21 +187,6 @@ TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {
     EXPECT_EQ(runTask(executor, service.compressLargeWav(big, QString())), c.isM4A ? m4a : big);
     EXPECT_EQ(QFileInfo::exists(m4a), c.isM4A);
     EXPECT_EQ(reporting.messages.size(), c.isM4A ? 0u : 1u);
-  }
-}
-
-TEST_F(VADProcessingServiceTest, AnM4AIsValidWithATrackThatSaysWhatItIs) {
-  struct Case {
-    std::optional<MediaError::Kind> openError;
-    MediaReader::TrackDescription track;
-  };
-  for (const Case& c : {Case{MediaError::Kind::noAudioTrack, {}}, Case{MediaError::Kind::unsupported, {}},
-                        Case{{}, {0, 0}}, Case{{}, {0, 2}}, Case{{}, {16000, 1}}}) {
-    FakeMediaFile media;
-    media.track = c.track;
-    if (c.openError) media.openError = MediaError{*c.openError, 0, "no"};
-    readers.files["/x.m4a"] = media;
-    EXPECT_EQ(runTask(executor, service.validateM4A("/x.m4a", "T")), c.track.sampleRate > 0) << c.track.channelCount;
   }
 }
 

@@ -47,15 +47,6 @@ Task<int> atOnce(Env& env) {
   co_return 2;
 }
 
-Task<void> inNestedChild(Env& env) {
-  const Live live(env);
-  auto middle = [](Env& inner) -> Task<void> {
-    const Live own(inner);
-    co_await nap(inner, 10h);
-  };
-  co_await middle(env);
-}
-
 Task<void> inCompletion(Env& env) {
   Env* const pointer = &env;
   std::function<void()> onCancel = [pointer] { ++pointer->stops; };
@@ -76,8 +67,7 @@ Task<void> inTimeoutInWhenAllInTimeout(Env& env) {
   tasks.push_back(inCompletion(env));
   tasks.push_back(inWhenAllWithOneFinished(env));
   for (int i = 0; i < 5; ++i) tasks.push_back(nap(env, std::chrono::hours(10 + i)));
-  auto task = withTimeout(20h, whenAll(std::move(tasks)));
-  co_await std::move(task);
+  co_await withTimeout(20h, whenAll(std::move(tasks)));
 }
 
 Task<void> shieldedWork(Env& env) {
@@ -110,12 +100,7 @@ struct UntilStopped {
   }
 };
 
-Task<void> inOffload(Env& env) {
-  auto task = offload(env.pool, UntilStopped{&env});
-  co_await std::move(task);
-}
-
-Task<void> inOffloadBehindAnother(Env& env) {
+Task<void> inOffloads(Env& env) {
   std::vector<Task<int>> tasks;
   tasks.push_back(offload(env.pool, UntilStopped{&env}));
   tasks.push_back(offload(env.pool, UntilStopped{&env}));
@@ -128,7 +113,6 @@ struct WaitState {
   bool usesWorker = false;
   bool isShielded = false;
   int stops = 0;
-  int jobs = 1;
 };
 
 Task<void> watched(Env& env, Task<void> (*wait)(Env&)) {
@@ -161,9 +145,7 @@ class TaskCancelTest : public testing::TestWithParam<WaitState> {
     EXPECT_EQ(env.finished, 0);
     EXPECT_EQ(env.stops, GetParam().stops);
     EXPECT_EQ(env.shieldedFinished, mayFinishShielded && GetParam().isShielded ? 1 : 0);
-    if (GetParam().usesWorker) {
-      EXPECT_LE(env.jobsCalled, GetParam().jobs);
-    }
+    EXPECT_LE(env.jobsCalled, 2);
   }
   void expectCancelledEnd(TaskHandle<>& handle) {
     env.executor.runUntil([&] { return handle.isDone(); });
@@ -275,12 +257,11 @@ TEST_P(TaskCancelTest, ByAFailingSibling) {
 
 INSTANTIATE_TEST_SUITE_P(
     In, TaskCancelTest,
-    testing::Values(WaitState{"nestedChild", inNestedChild}, WaitState{"completion", inCompletion, false, false, 1},
+    testing::Values(WaitState{"completion", inCompletion, false, false, 1},
                     WaitState{"whenAllWithOneFinished", inWhenAllWithOneFinished}, WaitState{"timeout", inTimeout},
                     WaitState{"timeoutInWhenAllInTimeout", inTimeoutInWhenAllInTimeout, false, false, 1},
                     WaitState{"shielded", inShielded, false, true}, WaitState{"join", inJoin},
-                    WaitState{"offload", inOffload, true},
-                    WaitState{"offloadBehindAnother", inOffloadBehindAnother, true, false, 0, 2}),
+                    WaitState{"offloads", inOffloads, true}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(CancelTest, BetweenTheValueAndItsResumptionStillThrows) {
@@ -324,92 +305,46 @@ TEST(CancelTest, CaughtAndSwallowedTheTaskGoesOnButEveryWaitThrowsAgain) {
   EXPECT_EQ(executor.timerCount(), 0u);
 }
 
-TEST(CancelTest, AStopFunctionMayDestroyTheScopeOrCancelItsSiblings) {
-  for (const bool isInWhenAll : {false, true}) {
-    ManualExecutor executor;
-    auto scope = std::make_unique<TaskScope>(executor);
-    Completion<int> completion;
-    int stops = 0;
-    const auto sleeper = []() -> Task<int> {
-      co_await sleepFor(1h);
-      co_return 1;
-    };
-    auto wait = completion.wait([&] {
-      ++stops;
-      scope.reset();
-    });
-    TaskHandle<int> handle;
-    TaskHandle<std::tuple<int, int>> group;
-    if (isInWhenAll)
-      group = scope->spawn(whenAll(std::move(wait), sleeper()));
-    else
-      handle = scope->spawn(std::move(wait));
-    executor.runReady();
-    handle.cancel();
-    group.cancel();
-    EXPECT_EQ(stops, 1);
-    EXPECT_FALSE(scope);
-    executor.runUntilIdle();
-    EXPECT_FALSE(executor.hasWork());
-  }
-}
-
-TEST(CancelTest, TokensAreInheritedByChildrenAndRunTheirFunctions) {
+TEST(CancelTest, AStopFunctionMayDestroyTheScopeAndItsSiblings) {
   ManualExecutor executor;
-  int told = 0;
-  TaskScope scope(executor);
-  const auto child = [](int& count) -> Task<void> {
-    const CancelToken token = co_await currentCancelToken();
-    const Subscription subscription = token.onCancel([&count] { ++count; });
+  auto scope = std::make_unique<TaskScope>(executor);
+  Completion<int> completion;
+  int stops = 0;
+  const auto sleeper = []() -> Task<int> {
     co_await sleepFor(1h);
+    co_return 1;
   };
-  const auto parent = [](int& count, auto makeChild) -> Task<void> {
-    auto task = makeChild(count);
-    co_await std::move(task);
-  };
-  auto handle = scope.spawn(parent(told, child));
-  auto other = scope.spawn(parent(told, child));
+  auto wait = completion.wait([&] {
+    ++stops;
+    scope.reset();
+  });
+  auto group = scope->spawn(whenAll(std::move(wait), sleeper()));
   executor.runReady();
-  handle.cancel();
-  EXPECT_EQ(told, 1) << "at once, and only in the cancelled task";
+  group.cancel();
+  EXPECT_EQ(stops, 1);
+  EXPECT_FALSE(scope);
+  executor.runUntilIdle();
+  EXPECT_FALSE(executor.hasWork());
 }
 
-TEST(CancelTokenTest, CallsFunctionsOnceInOrder) {
-  CancelSource source;
-  const CancelToken token = source.token();
+TEST(CancelTokenTest, CallsOnceInOrderWhatIsLeftAndSurvivesItsSource) {
+  auto source = std::make_unique<CancelSource>();
+  const CancelToken token = source->token();
   QString trace;
-  const auto first = token.onCancel([&] { trace += u'1'; });
-  auto second = token.onCancel([&] { trace += u'2'; });
-  const auto third = token.onCancel([&] {
-    trace += u'3';
-    source.cancel();
+  Subscription second;
+  const auto first = token.onCancel([&] {
+    trace += u'1';
+    second.reset();
+    source->cancel();
+    source.reset();
   });
-  second.reset();
-  EXPECT_FALSE(token.isCancelled());
-  EXPECT_NO_THROW(token.throwIfCancelled());
-  source.cancel();
-  source.cancel();
+  second = token.onCancel([&] { trace += u'2'; });
+  const auto third = token.onCancel([&] { trace += u'3'; });
+  source->cancel();
   EXPECT_EQ(trace, "13");
   const auto late = token.onCancel([&] { trace += u'4'; });
   EXPECT_EQ(trace, "134") << "at once when it has happened already";
   EXPECT_THROW(token.throwIfCancelled(), Cancelled);
-  EXPECT_FALSE(CancelToken().isCancelled());
-}
-
-TEST(CancelTokenTest, AFunctionMayEndOthersAndDestroyTheSource) {
-  auto source = std::make_unique<CancelSource>();
-  const CancelToken token = source->token();
-  int calls = 0;
-  Subscription second;
-  const auto first = token.onCancel([&] {
-    ++calls;
-    second.reset();
-    source.reset();
-  });
-  second = token.onCancel([&] { calls += 10; });
-  source->cancel();
-  EXPECT_EQ(calls, 1);
-  EXPECT_TRUE(token.isCancelled());
 }
 
 }  // namespace

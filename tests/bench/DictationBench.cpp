@@ -81,31 +81,31 @@ void print(const std::vector<Row>& rows) {
 
 // --- one dictation after the other
 
-bool startRecording(Application& application) {
-  application.toggle();
-  if (asked([&] { return application.state() == QLatin1String("recording"); }, 20000)) return true;
-  std::printf("no recording began: %s\n", qPrintable(application.status()["error"].toString()));
-  return false;
+bool recordAndStop(Application& application) {
+  const bool isSpoken = application.record(shortSpeech);
+  if (isSpoken)
+    application.toggle();
+  else
+    std::printf("no recording began: %s\n", qPrintable(application.status()["error"].toString()));
+  return isSpoken;
 }
 
 struct Dictation {
-  QJsonObject timings;    // as the application's status tells them
-  QDateTime textInField;  // not known of every field
+  QJsonObject timings;  // as the application's status tells them
+  QDateTime textInField;
 };
 
-std::vector<Dictation> dictate(Application& application, TextField& field, bool canReadWhileOpen) {
+std::vector<Dictation> dictate(Application& application, TextField& field) {
   std::vector<Dictation> all;
   if (!field.isReady()) std::puts("the target's window is not active");
   // The first round warms everything up and doesn't count.
   for (int round = 0; round <= rounds; ++round) {
     field.activate();
     const QJsonObject before = application.status()["timings"].toObject();
-    const qsizetype lengthBefore = canReadWhileOpen ? field.text().size() : 0;
-    if (!startRecording(application)) break;
-    Microphone().speak(shortSpeech);
-    application.toggle();
+    const qsizetype lengthBefore = field.text().size();
+    if (!recordAndStop(application)) break;
     Dictation dictation;
-    if (canReadWhileOpen && asked([&] { return field.text().size() > lengthBefore; }))
+    if (asked([&] { return field.text().size() > lengthBefore; }))
       dictation.textInField = QDateTime::currentDateTimeUtc();
     QJsonObject status;
     const bool isDone = asked([&] {
@@ -113,7 +113,7 @@ std::vector<Dictation> dictate(Application& application, TextField& field, bool 
       const QJsonObject now = status["timings"].toObject();
       return !now.isEmpty() && now != before;
     });
-    if (!isDone || status["paste"].toString() != QLatin1String("pasted")) {
+    if (!isDone || status["paste"].toString() != "pasted") {
       std::printf("round %d: %s, paste %s, error \"%s\"\n", round, qPrintable(status["state"].toString()),
                   qPrintable(status["paste"].toString()), qPrintable(status["error"].toString()));
       if (round == 0) break;  // where the first fails, so will the others
@@ -146,36 +146,29 @@ std::vector<Row> measureDictations(Application& application, double& stopToDecod
   Row decoding{"  decoding", "ms", {}};
   Row toField{"end of decoding to the text in a Qt field", "ms", {}, 150};
   // With the wait for further requests by the same target, 60 ms.
-  Row toQt{"  to the end of the paste there", "ms", {}};
-  Row toGtk{"  the same into a GTK field", "ms", {}};
+  Row toPasted{"  to the end of the paste there", "ms", {}};
   Row total{"stop to text", "ms", {}};
   const auto take = [](Row& row, const QJsonObject& timings, const char* key) {
     if (timings.contains(QLatin1String(key))) row.values.push_back(timings[QLatin1String(key)].toDouble());
   };
   std::vector<double> wholeWay;
-  {
-    TextField field(TextField::Kind::qtLine);
-    const auto dictations = dictate(application, field, true);
-    const auto ends = decodingEnds();
-    for (const auto& [timings, textInField] : dictations) {
-      take(firstSample, timings, "triggerToFirstSample");
-      take(trimming, timings, "trimming");
-      take(decoding, timings, "decoding");
-      take(toQt, timings, "decodedToPasted");
-      take(total, timings, "stopToText");
-      wholeWay.push_back(timings["stopToDecoding"].toDouble());
-      toDecoding.values.push_back(wholeWay.back() - timings["trimming"].toDouble());
-      const auto after = std::upper_bound(ends.begin(), ends.end(), textInField);
-      if (textInField.isValid() && after != ends.begin())
-        toField.values.push_back(double(std::prev(after)->msecsTo(textInField)));
-    }
+  TextField field(TextField::Kind::qtLine);
+  const auto dictations = dictate(application, field);
+  const auto ends = decodingEnds();
+  for (const auto& [timings, textInField] : dictations) {
+    take(firstSample, timings, "triggerToFirstSample");
+    take(trimming, timings, "trimming");
+    take(decoding, timings, "decoding");
+    take(toPasted, timings, "decodedToPasted");
+    take(total, timings, "stopToText");
+    wholeWay.push_back(timings["stopToDecoding"].toDouble());
+    toDecoding.values.push_back(wholeWay.back() - timings["trimming"].toDouble());
+    const auto after = std::upper_bound(ends.begin(), ends.end(), textInField);
+    if (textInField.isValid() && after != ends.begin())
+      toField.values.push_back(double(std::prev(after)->msecsTo(textInField)));
   }
-  TextField field(TextField::Kind::gtkEntry);
-  for (const Dictation& dictation : dictate(application, field, false))
-    take(toGtk, dictation.timings, "decodedToPasted");
-  if (field.text().isEmpty()) std::puts("no text was seen in the GTK field");
   stopToDecodingMs = median(wholeWay);
-  return {firstSample, toDecoding, trimming, decoding, toField, toQt, toGtk, total};
+  return {firstSample, toDecoding, trimming, decoding, toField, toPasted, total};
 }
 
 // --- cancel
@@ -183,7 +176,7 @@ std::vector<Row> measureDictations(Application& application, double& stopToDecod
 // Processor time of each thread but the main one, in ticks.
 QMap<qint64, qint64> threadTicks(qint64 process) {
   QMap<qint64, qint64> ticks;
-  const QDir tasks(QStringLiteral("/proc/%1/task").arg(process));
+  const QDir tasks(QString("/proc/%1/task").arg(process));
   for (const QString& name : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
     QFile file(tasks.filePath(name + "/stat"));
     if (name.toLongLong() == process || !file.open(QIODevice::ReadOnly)) continue;
@@ -200,17 +193,15 @@ std::vector<Row> measureCancels(Application& application, double stopToDecodingM
   Row toRest{"cancel to the engine's threads at rest", "ms", {}, 100};
   constexpr int busyTicks = 3;
   for (int round = 0; round < rounds; ++round) {
-    if (!startRecording(application)) break;
-    Microphone().speak(shortSpeech);
-    application.toggle();
+    if (!recordAndStop(application)) break;
     // Each round at another point of the decode.
     pause(int(stopToDecodingMs) + 60);
     const auto before = threadTicks(application.processId());
     pause(100 + 7 * round);
     const auto during = threadTicks(application.processId());
-    if (application.state() != QLatin1String("transcribing")) {
+    if (application.state() != "transcribing") {
       std::printf("round %d: nothing to cancel\n", round);
-      asked([&] { return application.state() == QLatin1String("idle"); });
+      asked([&] { return application.state() == "idle"; });
       continue;
     }
     QList<qint64> decoders;
@@ -218,7 +209,7 @@ std::vector<Row> measureCancels(Application& application, double stopToDecodingM
       if (thread.value() - before.value(thread.key()) >= busyTicks) decoders << thread.key();
     const auto begin = Steady::now();
     application.cancel();
-    if (asked([&] { return application.state() == QLatin1String("idle"); })) toIdle.values.push_back(since(begin));
+    if (asked([&] { return application.state() == "idle"; })) toIdle.values.push_back(since(begin));
     if (decoders.isEmpty()) continue;
     auto last = threadTicks(application.processId());
     double restAt = since(begin);
@@ -237,14 +228,14 @@ std::vector<Row> measureCancels(Application& application, double stopToDecodingM
 
 // --- start and memory
 
-Row measureStarts(Application& application, const char* what, const QStringList& arguments, double budget) {
-  Row row{what, "ms", {}, budget};
+Row measureStarts(Application& application) {
+  Row row{"start to ready tray", "ms", {}, 400};
   for (int round = 0; round <= rounds; ++round) {
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
     const auto begin = Steady::now();
-    process.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere-desktop", arguments);
+    process.start(Application::program("quillmere-desktop"), {"--hidden"});
     const bool isReady = asked([&] { return !application.status().isEmpty(); });
     if (isReady && round > 0) row.values.push_back(since(begin));
     pause(300);
@@ -257,30 +248,21 @@ Row measureStarts(Application& application, const char* what, const QStringList&
   return row;
 }
 
-double memoryMegabytes(qint64 process, const QByteArray& field) {
-  QFile file(QStringLiteral("/proc/%1/smaps_rollup").arg(process));
+double residentMegabytes(qint64 process) {
+  QFile file(QString("/proc/%1/statm").arg(process));
   if (!file.open(QIODevice::ReadOnly)) return 0;
-  for (const QByteArray& line : file.readAll().split('\n'))
-    if (line.startsWith(field + ':'))
-      return line.mid(field.size() + 1).simplified().split(' ').value(0).toDouble() / 1024;
-  return 0;
+  return file.readAll().split(' ').value(1).toDouble() * double(::sysconf(_SC_PAGESIZE)) / 1048576;
 }
 
-std::vector<Row> measureMemory(Application& application) {
+Row measureMemory(Application& application) {
   Row resident{"idle resident memory without a model", "MB", {}, 120};
-  Row proportional{"  its share (PSS)", "MB", {}};
-  Row shown{"  resident after the window was shown", "MB", {}};
   Application::command({"modes", "edit", "Default", "--model", "base"});
   for (int round = 0; round < 3 && application.start({"--hidden"}); ++round) {
     pause(4000);
-    resident.values.push_back(memoryMegabytes(application.processId(), "Rss"));
-    proportional.values.push_back(memoryMegabytes(application.processId(), "Pss"));
-    Application::command({"show"});
-    pause(3000);
-    shown.values.push_back(memoryMegabytes(application.processId(), "Rss"));
+    resident.values.push_back(residentMegabytes(application.processId()));
     application.quit();
   }
-  return {resident, proportional, shown};
+  return resident;
 }
 
 bool prepareEnvironment(const QString& build) {
@@ -330,9 +312,7 @@ int main(int argc, char** argv) {
   add(measureDictations(application, stopToDecodingMs));
   add(measureCancels(application, stopToDecodingMs));
   application.quit();
-  add({measureStarts(application, "start to ready tray", {"--hidden"}, 400)});
-  add({measureStarts(application, "  with the window", {}, 0)});
-  add(measureMemory(application));
+  add({measureStarts(application), measureMemory(application)});
   print(rows);
   return 0;
 }

@@ -5,18 +5,16 @@
 //
 // CLIP is a 16 kHz WAV file; it is measured as it is and repeated to ten minutes.
 #include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QThread>
 #include <cstdio>
 #include <cstdlib>
 
 #include "bench/ProcessTiming.h"
+#include "support/SampleMedia.h"
 
 namespace {
 
-using quillmere::median;
-using quillmere::timeProcess;
+using namespace quillmere;
 
 // The clip's samples (16 bit, 16 kHz, mono) again and again up to `seconds`, with a plain header.
 QByteArray repeated(const QByteArray& wav, int seconds) {
@@ -24,10 +22,7 @@ QByteArray repeated(const QByteArray& wav, int seconds) {
   QByteArray body;
   while (body.size() < seconds * 32000) body += samples;
   body.truncate(seconds * 32000);
-  const auto number = [](quint32 value, int bytes) { return QByteArray(reinterpret_cast<const char*>(&value), bytes); };
-  return "RIFF" + number(quint32(36 + body.size()), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
-         number(16000, 4) + number(32000, 4) + number(2, 2) + number(16, 2) + "data" + number(quint32(body.size()), 4) +
-         body;
+  return SampleMedia::wav(16000, 1, body);
 }
 
 void compare(const char* title, const std::vector<std::string>& ours, const std::vector<std::string>& theirs,

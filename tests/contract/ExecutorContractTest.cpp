@@ -1,10 +1,9 @@
-#include <QEventLoop>
-#include <QTimer>
 #include <thread>
 
 #include "base/async/Async.h"
 #include "platform/qt/QtExecutor.h"
-#include "support/RunTask.h"
+#include "support/ManualExecutor.h"
+#include "support/WaitUntil.h"
 
 using namespace quillmere;
 using namespace std::chrono_literals;
@@ -18,15 +17,7 @@ class ExecutorContract : public testing::TestWithParam<std::unique_ptr<Executor>
   ManualExecutor* manual() { return dynamic_cast<ManualExecutor*>(owned.get()); }
   void runUntil(const std::function<bool()>& condition) {
     if (manual()) return manual()->runUntil(condition);
-    QEventLoop loop;
-    bool isHanging = false;
-    QTimer::singleShot(60s, &loop, [&] { isHanging = true; });
-    while (!condition() && !isHanging) loop.processEvents(QEventLoop::WaitForMoreEvents);
-    if (isHanging) throw std::logic_error("the condition never holds");
-  }
-  template <typename T>
-  T run(Task<T> task) {
-    return manual() ? runTask(*manual(), std::move(task)) : runTaskInLoop(executor, std::move(task));
+    ASSERT_TRUE(waitUntil(condition));
   }
   void runUntilCount(size_t count) {
     runUntil([&] { return trace.size() >= count; });
@@ -170,48 +161,6 @@ TEST_P(ExecutorContract, PostsOfOtherThreadsArriveInTheirOrder) {
   for (auto& thread : threads) thread.join();
   EXPECT_TRUE(isOrdered);
   EXPECT_TRUE(isOwnThread);
-}
-
-Task<int> everything(WorkerPool& pool) {
-  Completion<int> completion;
-  Executor& executor = co_await currentExecutor();
-  executor.startTimer(1ms, [completion]() mutable { completion.resolve(1); });
-  int total = co_await completion.wait();
-  total += co_await withTimeout(1ms, sleepFor(1h)) ? 0 : 10;
-  auto work = offload(pool, [](const StopFlag&) { return 100; });
-  auto group = whenAll(std::move(work), shielded(offload(pool, [](const StopFlag&) { return 1000; })));
-  const auto pair = co_await std::move(group);
-  total += std::get<0>(pair) + std::get<1>(pair);
-  for (int i = 0; i < 5000; ++i) co_await yieldNow();
-  TaskScope scope(executor);
-  auto handle = scope.spawn(sleepFor(1h));
-  co_await yieldNow();
-  handle.cancel();
-  try {
-    co_await handle.join();
-  } catch (const Cancelled&) {
-    total += 10000;
-  }
-  co_return total;
-}
-
-TEST_P(ExecutorContract, CarriesTasksWithAllTheirWaits) {
-  WorkerPool pool(2);
-  EXPECT_EQ(run(everything(pool)), 11111);
-}
-
-TEST_P(ExecutorContract, ACancelEndsARunningOffload) {
-  WorkerPool pool(1);
-  const auto spin = [](const StopFlag& stop) {
-    while (!stop.isSet()) std::this_thread::yield();
-  };
-  TaskScope scope(executor);
-  auto handle = scope.spawn(offload(pool, spin));
-  executor.startTimer(1ms, [&] { handle.cancel(); });
-  // The virtual clock stands still while a worker works, so the timer is fired by hand there.
-  if (manual()) manual()->advance(1ms);
-  runUntil([&] { return handle.isDone(); });
-  EXPECT_THROW(run(handle.join()), Cancelled);
 }
 
 template <typename E>

@@ -20,7 +20,6 @@ struct FakeSide : InLoop {
 struct QtSide : InLoop {
   void serve(const FakeHttpAnswer& answer) {
     server.setHandler([answer](const QByteArray&) {
-      if (answer.openError) return LoopbackHttpServer::Reply{};
       QByteArray headers = "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
       for (const HttpHeader& header : answer.headers) headers += header.name + ": " + header.value + "\r\n";
       const bool hangs = answer.pieceDelay > Duration::zero();
@@ -79,12 +78,6 @@ TYPED_TEST(HttpDownloaderContract, ABodyComesWholeOrEndsInAnError) {
       EXPECT_EQ(broken.bodyError->code, UrlError::networkConnectionLost);
     }
   }
-}
-
-TYPED_TEST(HttpDownloaderContract, NoResponseIsAnError) {
-  const HttpFetch fetched = this->get({.openError = UrlError{UrlError::networkConnectionLost, {}, {}}});
-  ASSERT_TRUE(fetched.openError);
-  EXPECT_FALSE(localizedDescription(AnyError(*fetched.openError)).isEmpty());
 }
 
 TYPED_TEST(HttpDownloaderContract, ACancelHangsUp) {

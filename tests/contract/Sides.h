@@ -1,8 +1,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
-#include "platform/qt/QtExecutor.h"
-#include "support/RunTask.h"
+#include "support/InLoop.h"
 
 namespace quillmere {
 
@@ -13,15 +12,6 @@ struct SideNames {
   static std::string GetName(int index) {
     return index == 0 ? "Fake" : "Real";
   }
-};
-
-// For sides whose port has tasks.
-struct InLoop {
-  template <typename T>
-  T run(Task<T> task) {
-    return runTaskInLoop(executor, std::move(task));
-  }
-  QtExecutor executor;
 };
 
 }  // namespace quillmere

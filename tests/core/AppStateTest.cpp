@@ -9,62 +9,56 @@
 namespace quillmere {
 namespace {
 
-using E = TranscriptionError;
-
-TEST(AppStateTest, ToldAsCriticalIsWhatTheUserHasToActOn) {
-  const std::vector<std::pair<AnyError, bool>> errors{
-      {E{E::ApiKeyMissing{}}, true},
-      {E{E::Unauthorized{}}, true},
-      {E{E::InsufficientCredits{1, 2}}, true},
-      {E{E::QuotaExceeded{QStringLiteral("X"), {}}}, true},
-      {HostedCloudError{HostedCloudError::Kind::insufficientCredits, {}}, true},
-      {HostedCloudError{HostedCloudError::Kind::serverFailure, {}}, false},
-      {E{E::RateLimited{}}, false},
-      {PlatformError{}, false}};
-  for (const auto& [error, expected] : errors)
-    EXPECT_EQ(isCritical(error), expected) << qPrintable(classify(error).code);
-  TriggerFixture f;
-  f.state.showTranscriptionError(E{E::Unauthorized{}});
-  f.state.showError(QStringLiteral("bad"));
-  f.state.showNotice(QStringLiteral("well"));
-  ASSERT_EQ(f.notices.toasts.size(), 3U);
-  EXPECT_TRUE(f.notices.toasts[0].second);
-  EXPECT_FALSE(f.notices.toasts[1].second);
-  EXPECT_FALSE(f.notices.toasts[2].second);
-  EXPECT_EQ(f.state.data().errorMessage, QStringLiteral("bad"));  // a notice is none
-}
+using namespace std::chrono_literals;
 
 TEST(AppStateTest, TakesAnErrorFromAnotherThread) {
   TriggerFixture f;
-  std::thread([&] { f.state.showError(QStringLiteral("from afar")); }).join();
+  std::thread([&] { f.state.showError("from afar"); }).join();
   EXPECT_TRUE(f.notices.toasts.empty());
   f.executor.runUntilIdle();
   EXPECT_EQ(f.notices.toasts.size(), 1U);
 
   auto gone = std::make_unique<AppState>(f.dependencies(), Logging());
-  std::thread([&] { gone->showError(QStringLiteral("too late")); }).join();
+  std::thread([&] { gone->showError("too late"); }).join();
   gone.reset();
   f.executor.runUntilIdle();
   EXPECT_EQ(f.notices.toasts.size(), 1U);
 }
 
-TEST(AppStateTest, EveryObserverSeesEveryChangeInOrder) {
+TEST(AppStateTest, ChangesMadeByAnObserverBuildOnOneAnother) {
   TriggerFixture f;
-  QStringList first;
-  QStringList second;
-  const auto a = f.state.observe([&](const AppStateData& data) {
-    first.append(data.streamingText);
-    // changes made from inside build on one another
-    if (data.streamingText == QStringLiteral("1")) {
-      f.state.update([](AppStateData& d) { d.streamingText += QStringLiteral("2"); });
-      f.state.update([](AppStateData& d) { d.streamingText += QStringLiteral("3"); });
-    }
+  QStringList seen;
+  const auto watching = f.state.observe([&](const AppStateData& data) {
+    seen.append(data.streamingText);
+    if (data.streamingText != "1") return;
+    f.state.update([](AppStateData& d) { d.streamingText += "2"; });
+    f.state.update([](AppStateData& d) { d.streamingText += "3"; });
   });
-  const auto b = f.state.observe([&](const AppStateData& data) { second.append(data.streamingText); });
-  f.state.update([](AppStateData& d) { d.streamingText = QStringLiteral("1"); });
-  const QStringList expected{QStringLiteral("1"), QStringLiteral("12"), QStringLiteral("123")};
-  EXPECT_EQ(first, expected);
-  EXPECT_EQ(second, expected);
+  f.state.update([](AppStateData& d) { d.streamingText = "1"; });
+  EXPECT_EQ(seen, (QStringList{"1", "12", "123"}));
+}
+
+TEST(AppStateTest, TheSectionAndTheFirstRunAreRemembered) {
+  TriggerFixture f;
+  f.state.setHasCompletedOnboarding(true);
+  f.state.selectNavigationItem(NavigationItem::history);
+  const AppState next(f.dependencies(), f.logging);
+  EXPECT_TRUE(next.data().hasCompletedOnboarding);
+  EXPECT_EQ(next.data().selectedNavigationItem, NavigationItem::history);
+  f.defaults.setValue("lastNavigationItem", "Nowhere");
+  EXPECT_EQ(AppState(f.dependencies(), f.logging).data().selectedNavigationItem, NavigationItem::home);
+}
+
+TEST(AppStateTest, WhatWasSaidAndIsLookedForIsInNoPublicLine) {
+  TriggerFixture f;
+  const auto lookFor = [](AppStateData& data) { data.historySearchQuery = "invoice"; };
+  f.state.update([](AppStateData& data) { data.recordingState = {RecordingState::Complete{"my secret"}}; });
+  f.state.update(lookFor);
+  std::make_unique<AppState>(f.dependencies(), f.logging)->update(lookFor);  // gone before its timer fires
+  f.executor.advance(1s);
+  EXPECT_EQ(f.log->count("Searching history for: invoice"), 1);
+  EXPECT_TRUE(f.log->contains("my secret"));
+  for (const char* said : {"invoice", "secret"}) EXPECT_FALSE(f.log->publicLines().join('\n').contains(said));
 }
 
 }  // namespace

@@ -26,7 +26,6 @@ struct LaunchFixture : RecordingManagerFixture {
                                     settings, *persistence, *hotkeys, &shortcutKeys, &musicBlocker};
     use.windows.onOrderOutWindow = [this] { windows << "ordered out"; };
     use.windows.onShowOnboarding = [this] { windows << "onboarding"; };
-    use.windows.onReady = [this](Duration time) { readyAfter = time; };
     applicationLaunch = std::make_unique<ApplicationLaunch>(std::move(use), logging);
     applicationLaunch->start();
   }
@@ -48,7 +47,6 @@ struct LaunchFixture : RecordingManagerFixture {
   MusicBlocker musicBlocker{workspace, logging};
   std::unique_ptr<GlobalHotkeys> hotkeys;
   QStringList windows;
-  std::optional<Duration> readyAfter;
   std::unique_ptr<ApplicationLaunch> applicationLaunch;
 };
 
@@ -59,7 +57,6 @@ TEST(ApplicationLaunchTest, RecoversBesideTheShortcuts) {
   ASSERT_TRUE(f.settings.setText(shortcutSettingKey(shortcutNames::toggleRecordingWithTranscription), "Ctrl+Alt+D"));
   for (int i = 0; i < 20; ++i) f.addOrphan();
   f.launchToTheEnd();
-  EXPECT_TRUE(f.readyAfter.has_value());
   EXPECT_FALSE(f.persistence->fetchUnfinishedRecordingSessions().empty());  // not yet
   EXPECT_TRUE(f.shortcuts.press(shortcutNames::toggleRecordingWithTranscription));
   EXPECT_TRUE(f.shortcuts.release(shortcutNames::toggleRecordingWithTranscription));
@@ -68,11 +65,7 @@ TEST(ApplicationLaunchTest, RecoversBesideTheShortcuts) {
   EXPECT_EQ(f.persistence->fetchUnfinishedRecordingSessions().size(), 1u);  // the one that runs
   f.press();
   f.settle();
-  EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
-
-  f.applicationLaunch->start();  // once
-  f.executor.advance(1s);
-  EXPECT_EQ(f.said("🔧 Setting up global hotkeys..."), 1);
+  EXPECT_EQ(f.onlyRow(), "completed Hello there.");
 }
 
 // The first dictation after the start doesn't wait for its model, also where the mode is the one that was there from
@@ -89,7 +82,6 @@ TEST(ApplicationLaunchTest, PreparesTheModelOfTheSavedMode) {
     f.mode->model = "base";
     if (hasChosen) f.settings.setCurrentMode("Letters");
     f.launchToTheEnd();
-    EXPECT_TRUE(f.applicationLaunch->didBootstrapModels().get());
     const QString name = hasChosen ? "Letters" : "Default";
     EXPECT_EQ(f.appState.data().selectedModeName, name);
     EXPECT_EQ(f.said("Mode changed: " + name + " → model: base. Preparing model…"), 1)
@@ -97,39 +89,9 @@ TEST(ApplicationLaunchTest, PreparesTheModelOfTheSavedMode) {
   }
 }
 
-TEST(ApplicationLaunchTest, WindowsOfTheLaunch) {
-  struct Case {
-    bool isSetUp;
-    bool launchMinimized;
-    QStringList windows;
-  };
-  const Case cases[] = {{false, false, {"onboarding"}},
-                        {false, true, {"onboarding"}},  // the window stays up
-                        {true, true, {"ordered out"}},
-                        {true, false, {}}};
-  for (const Case& c : cases) {
-    LaunchFixture f;
-    f.appState.setHasCompletedOnboarding(c.isSetUp);
-    f.settings.general().setLaunchMinimized(c.launchMinimized);
-    f.launch();
-    f.executor.advance(99ms);
-    EXPECT_EQ(f.windows, QStringList());
-    f.executor.advance(1ms);
-    EXPECT_EQ(f.windows, c.isSetUp ? c.windows : QStringList());
-    f.executor.advance(400ms);
-    EXPECT_EQ(f.windows, c.windows);
-    EXPECT_EQ(f.appState.data().showOnboarding, !c.isSetUp);
-  }
-}
-
 TEST(ApplicationLaunchTest, FollowsTheSettings) {
   LaunchFixture f;
-  f.settings.general().setBlockAppleMusic(true);
   f.launchToTheEnd();
-  EXPECT_TRUE(f.musicBlocker.isActive());
-  f.defaults.changeByOtherProcess("blockAppleMusic", false);
-  EXPECT_FALSE(f.musicBlocker.isActive());
-
   ModeData data;
   data.name = "Letters";
   const ModePtr letters = f.persistence->createMode(data);

@@ -11,11 +11,11 @@ using namespace std::chrono_literals;
 
 TEST(AudioRecordingManagerTest, CarriesThePermissionToTheRecorder) {
   RecordingManagerFixture f;
-  EXPECT_TRUE(f.lifecycle.hasMicrophonePermission());
-  EXPECT_EQ(f.authorization.questions, 0);
   f.authorization.current = MicrophoneAuthorization::Status::denied;
   f.permission.refreshPermission();
   EXPECT_FALSE(f.lifecycle.hasMicrophonePermission());
+  EXPECT_FALSE(f.permission.errorMessage().get().isEmpty());
+  EXPECT_EQ(f.authorization.questions, 0) << "looking does not ask";
   f.authorization.current = MicrophoneAuthorization::Status::authorized;
   f.permission.refreshPermission();
   EXPECT_TRUE(f.lifecycle.hasMicrophonePermission());
@@ -102,7 +102,7 @@ TEST(AudioRecordingManagerTest, AChordWithThePushToTalkKey) {
     f.settle();
     EXPECT_FALSE(f.flow->isRecordingNow());
     ASSERT_EQ(f.rows().size(), rows + 1);
-    EXPECT_EQ(f.rows().front()->status, QStringLiteral("completed"));
+    EXPECT_EQ(f.rows().front()->status, "completed");
     f.clock.set(f.clock.now().addSecs(20));
   }
   // What the hold itself began is thrown away.

@@ -1,7 +1,4 @@
 #pragma once
-#include <QDir>
-#include <QTemporaryDir>
-
 #include "context/ApplicationContextGatherer.h"
 #include "context/SelectedTextService.h"
 #include "core/AppState.h"
@@ -12,52 +9,31 @@
 #include "delivery/AccessibilityPermission.h"
 #include "delivery/AutoPasteHandler.h"
 #include "projects/SpokenFileTags.h"
-#include "recording/AudioDeviceManager.h"
 #include "recording/FileWatcher.h"
 #include "recording/MicrophonePermissionManager.h"
 #include "recording/PowerActivityManager.h"
-#include "recording/RecordingEnvironment.h"
-#include "recording/RecordingFinisher.h"
-#include "recording/RecordingLifecycle.h"
-#include "recording/RecordingSessionManager.h"
-#include "recording/SimpleRecorder.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
-#include "support/FakeDesktop.h"
-#include "support/ManualExecutor.h"
-#include "support/PlainSamples.h"
-#include "support/RecordingLogSink.h"
+#include "recording/RecordingSide.h"
 #include "transcripts/PipelineTranscriptRoad.h"
 
 namespace quillmere {
 
-// What the platform made up below may still hold.
-struct VirtualTime {
-  ManualExecutor executor;
-};
-
 // The flow over the real recording, delivery and context classes; only the platform and the transcription are made up.
 // A text field of another application has the keyboard. Nothing is converted to M4A unless a test says so.
-struct RecordingFlowFixture : VirtualTime, FakeDesktop {
-  enum class Store { inMemory, onDisk };
-  explicit RecordingFlowFixture(Store store = Store::inMemory)
-      : storeAt(store == Store::onDisk ? std::optional(folder.filePath(QStringLiteral("store.sqlite")))
-                                       : PersistenceController::inMemory()) {
-    settings.storage().setRecordingsFolder(folder.filePath(QStringLiteral("recordings")));
+struct RecordingFlowFixture : RecordingSide {
+  explicit RecordingFlowFixture(Store store = Store::inMemory) : RecordingSide(store) {
     settings.storage().setStoreAsM4A(false);
-    QDir().mkpath(settings.storage().recordingsFolder());
+    QDir().mkpath(recordings());
     ModeData data;
-    data.name = QStringLiteral("Letters");
+    data.name = "Letters";
     mode = persistence->createMode(data);
     appState.selectMode(*mode, false);
-    devices.list = {FakeAudioDevices::microphone(7, QStringLiteral("mic.usb"), QStringLiteral("Desk microphone"))};
-    devices.defaultUid = QStringLiteral("mic.usb");
+    devices.list = {FakeAudioDevices::microphone(7, "mic.usb", "Desk microphone")};
+    devices.defaultUid = "mic.usb";
     deviceManager.scanDevices(DeviceScanReason::initialBootstrap);
     permission.refreshPermission();
-    lifecycle.setHasMicrophonePermission(true);
     workspace.frontmost = editor;
-    accessibility.addApplication(editor.processId, node(QStringLiteral("AXWindow")));
-    accessibility.focus(node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXValue"), QString()));
+    accessibility.addApplication(editor.processId, node("AXWindow"));
+    accessibility.focus(node("AXTextField")->with("AXValue", QString()));
     makeFlow();
   }
 
@@ -105,9 +81,6 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     if (all.size() != 1) return all.empty() ? QString() : QStringLiteral("%1 rows").arg(all.size());
     return all.front()->status.value_or(QString()) + u' ' + all.front()->text.value_or(QString());
   }
-  QStringList files() const {
-    return QDir(settings.storage().recordingsFolder()).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-  }
   QStringList toasts() const {
     QStringList shown;
     for (const auto& [text, isCritical] : notices.toasts) shown << text;
@@ -123,34 +96,12 @@ struct RecordingFlowFixture : VirtualTime, FakeDesktop {
     return pasted;
   }
 
-  QTemporaryDir folder;
-  const PersistenceController::Location storeAt;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
-  Logging logging{log};
   FakeModeReadiness readiness;
-  PlainSamples samples;
   ScriptedTranscriber transcriber;
   bool recoversFolder = false;
-  RunningApplication editor{42, QStringLiteral("org.example.Editor"), QStringLiteral("Editor"),
-                            QStringLiteral("Letter"), false};
-  StandardFolders folders{folder.filePath(QStringLiteral("data")), folder.filePath(QStringLiteral("documents")),
-                          folder.filePath(QStringLiteral("downloads")), folder.filePath(QStringLiteral("temporary"))};
-
-  WorkerPool workers{1, QStringLiteral("conversion")};
-  SettingsManager settings{defaults, folders, logging, &reporting};
-  std::unique_ptr<PersistenceController> persistence = std::move(*PersistenceController::open(storeAt, clock, logging));
+  RunningApplication editor{42, "org.example.Editor", "Editor", "Letter", false};
   AppState appState{{executor, defaults, settings, *persistence, network, notices}, logging};
-  AudioFileConverter converter{samples, encoder, workers, logging};
-  AudioDeviceManager deviceManager{devices, settings.audio(), executor, &reporting, logging};
   MicrophonePermissionManager permission{authorization, &reporting};
-  RecordingSessionManager sessions{*persistence, clock, processLocks, logging};
-  SimpleRecorder recorder{recorders, executor, logging};
-  AudioSessionManager audioSession{outputVolume, playback, clock, logging};
-  RecordingEnvironment environment{{executor, devices, outputVolume, audioSession, settings.audio(), processLocks},
-                                   logging};
-  RecordingFinisher finisher{{converter, samples, sessions, *persistence, &reporting}, logging};
-  RecordingLifecycle lifecycle{
-      {executor, clock, recorder, deviceManager, sessions, environment, finisher, settings, &reporting}, logging};
   FileWatcher watcher{fileEvents, &reporting, logging};
   PowerActivityManager power{powerActivity, logging};
   AccessibilityPermission accessibilityPermission{accessibility, executor, {}, logging};

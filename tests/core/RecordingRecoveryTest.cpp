@@ -110,7 +110,7 @@ const KilledDictation dictations[] = {
     {"Interrupted",
      [](KilledProcess& f) {
        f.record();
-       f.recorders.interrupt({AudioRecorder::Interruption::Kind::deviceGone, QStringLiteral("gone")});
+       f.recorders.interrupt({AudioRecorder::Interruption::Kind::deviceGone, "gone"});
      },
      one},
     {"ApplicationEnds",
@@ -180,7 +180,7 @@ TEST(RecordingRecoveryStore, EveryWriteLeavesTheRecordingInOnePlace) {
   });
   f.press();
   f.settle();
-  EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
+  EXPECT_EQ(f.onlyRow(), "completed Hello there.");
   const auto sessions = f.persistence->fetchAllRecordingSessions();
   ASSERT_EQ(sessions.size(), 1u);
   EXPECT_EQ(f.rows().front()->recordingSession, sessions[0]);

@@ -4,7 +4,6 @@
 
 #include "base/text/LocalizedText.h"
 #include "core/RecordingFlowFixture.h"
-#include "core/RecordingStartSnapshot.h"
 #include "support/RunTask.h"
 #include "support/WithoutPrivileges.h"
 
@@ -31,36 +30,33 @@ TEST(RecordingTranscriptionFlowTest, CarriesADictationFromThePressToTheCursor) {
   f.vad.takes = 30ms;
   f.recorders.firstSample = 12ms;
   f.press();
-  EXPECT_FALSE(f.lifecycle.isRecording().get());
   f.executor.runReady();
-  EXPECT_TRUE(f.lifecycle.isRecording().get());
   EXPECT_EQ(f.stateLabel(), "recording");
   EXPECT_TRUE(f.state().showRecordingDialog);
   EXPECT_TRUE(f.isCancelShortcutOn());
   EXPECT_EQ(f.powerActivity.held(), 1);
   f.executor.advance(2s);
+  f.mode->name = "Post";  // renamed meanwhile, it is the same mode
+  f.persistence->save();
 
   f.press();
   f.executor.advance(100ms);
   EXPECT_EQ(f.stateLabel(), "transcribing");
-  EXPECT_EQ(f.rows().front()->status, QStringLiteral("processing"));
+  EXPECT_EQ(f.rows().front()->status, "processing");
   f.settle();
 
-  EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
+  EXPECT_EQ(f.onlyRow(), "completed Hello there.");
   const TranscriptPtr row = f.rows().front();
-  EXPECT_EQ(row->mode, QStringLiteral("Letters"));
+  EXPECT_EQ(row->mode, "Post");
+  EXPECT_EQ(f.transcriber.calls.at(0).mode, f.mode);
   EXPECT_DOUBLE_EQ(*row->duration, 2.0);
-  EXPECT_EQ(f.pastedTexts(), QStringList{QStringLiteral("Hello there. ")});  // the space is in the paste only
+  EXPECT_EQ(f.pastedTexts(), QStringList{"Hello there. "});  // the space is in the paste only
   EXPECT_FALSE(f.state().showRecordingDialog);
   expectIdle(f);
   const auto timings = f.flow->lastTimings().get();
-  ASSERT_TRUE(timings.has_value());
-  EXPECT_EQ(timings->triggerToRecorderRunning, Duration(0));
+  ASSERT_TRUE(timings && timings->decodedToPasted);
   EXPECT_EQ(timings->triggerToFirstSample, Duration(12ms));
-  EXPECT_EQ(timings->trimming, Duration(30ms));
   EXPECT_EQ(timings->stopToDecoding, Duration(30ms));
-  EXPECT_EQ(timings->decoding, Duration(400ms));
-  ASSERT_TRUE(timings->decodedToPasted.has_value());
   EXPECT_EQ(*timings->stopToText, 430ms + *timings->decodedToPasted);
 }
 
@@ -74,46 +70,32 @@ TEST(RecordingTranscriptionFlowTest, LooksIntoOtherProgramsOnlyForSomebodyWhoRea
     EXPECT_EQ(f.accessibility.limits.size() > visits, isRewritten);
     f.press();
     f.settle();
-    ASSERT_EQ(f.transcriber.calls.size(), 1u);
-    EXPECT_EQ(f.transcriber.calls[0].applicationContext.has_value(), isRewritten);
-    if (isRewritten) {
-      EXPECT_EQ(f.transcriber.calls[0].applicationContext->appName, QStringLiteral("Editor"));
-    }
+    EXPECT_EQ(f.transcriber.calls.at(0).applicationContext.has_value(), isRewritten);
   }
 }
 
 // --- presses that meet
 
 TEST(RecordingTranscriptionFlowTest, PressesDuringTheStart) {
+  using Step = std::function<void(RecordingFlowFixture&)>;
+  const Step press = [](RecordingFlowFixture& f) { f.press(); };
+  const Step hold = [](RecordingFlowFixture& f) { f.flow->holdBegan(); };
+  const Step letGo = [](RecordingFlowFixture& f) { f.flow->holdEnded(); };
+  const Step cancel = [](RecordingFlowFixture& f) {
+    f.flow->cancelFromShortcut();
+    EXPECT_FALSE(f.state().showRecordingDialog);
+  };
   struct Case {
     const char* name;
-    std::function<void(RecordingFlowFixture&)> act;
+    Step first;
+    Duration pause;
+    Step second;
     bool runsOn;  // the recorder, once it has come up
   };
-  const Case cases[] = {
-      {"two presses in one turn are one", [](RecordingFlowFixture& f) { f.press(), f.press(); }, true},
-      {"a later press stops it",
-       [](RecordingFlowFixture& f) {
-         f.press();
-         f.executor.advance(200ms);
-         f.press();
-       },
-       false},
-      {"a held key let go",
-       [](RecordingFlowFixture& f) {
-         f.flow->holdBegan();
-         f.executor.advance(200ms);
-         f.flow->holdEnded();
-       },
-       false},
-      {"thrown away",
-       [](RecordingFlowFixture& f) {
-         f.press();
-         f.executor.advance(200ms);
-         f.flow->cancelFromShortcut();
-         EXPECT_FALSE(f.state().showRecordingDialog);
-       },
-       false}};
+  const Case cases[] = {{"two presses in one turn are one", press, 0ms, press, true},
+                        {"a later press stops it", press, 200ms, press, false},
+                        {"a held key let go", hold, 200ms, letGo, false},
+                        {"thrown away", press, 200ms, cancel, false}};
   for (const bool isAtPermission : {true, false}) {
     for (const Case& each : cases) {
       SCOPED_TRACE(each.name);
@@ -124,15 +106,16 @@ TEST(RecordingTranscriptionFlowTest, PressesDuringTheStart) {
       } else {
         f.recorders.startTakes = 700ms;
       }
-      each.act(f);
+      each.first(f);
+      if (each.pause > 0ms) f.executor.advance(each.pause);
+      each.second(f);
       f.executor.advance(3s);
       EXPECT_EQ(f.recorders.running.size(), each.runsOn ? 1u : 0u);
-      EXPECT_EQ(f.lifecycle.isRecording().get(), each.runsOn);
       if (each.runsOn) f.press();
       f.settle();
       expectIdle(f);
       EXPECT_LE(f.recorders.paths.size(), 1);
-      EXPECT_EQ(f.onlyRow(), each.runsOn ? QStringLiteral("completed Hello there.") : QString());
+      EXPECT_EQ(f.onlyRow(), each.runsOn ? "completed Hello there." : QString());
       EXPECT_EQ(f.files().size(), each.runsOn ? 1 : 0);
     }
   }
@@ -143,8 +126,8 @@ TEST(RecordingTranscriptionFlowTest, OverlappingDictationsKeepApart) {
   for (const bool isFirstLong : {false, true}) {
     SCOPED_TRACE(isFirstLong ? "B is stopped while A is transcribed" : "A ends while B records");
     RecordingFlowFixture f;
-    const RunningApplication mail{43, QStringLiteral("org.example.Mail"), QStringLiteral("Mail"), {}, false};
-    f.accessibility.addApplication(mail.processId, node(QStringLiteral("AXWindow")));
+    const RunningApplication mail{43, "org.example.Mail", "Mail", {}, false};
+    f.accessibility.addApplication(mail.processId, node("AXWindow"));
     QStringList went;
     f.keySynthesizer.onStroke = [&](const QString&) {
       went << f.workspace.frontmost->localizedName + u':' + f.pasteboard.plainText().value_or(QString());
@@ -159,40 +142,24 @@ TEST(RecordingTranscriptionFlowTest, OverlappingDictationsKeepApart) {
     f.transcriber.answer = QStringLiteral("Second.");
     f.record();
     EXPECT_EQ(f.powerActivity.held(), 1);
-    if (isFirstLong) {
-      f.press();
-    } else {
+    if (!isFirstLong) {
       f.executor.advance(3s);  // the first is pasted meanwhile
-      EXPECT_EQ(went, QStringList{QStringLiteral("Editor:First. ")});
-      EXPECT_EQ(f.workspace.frontmost->localizedName, QStringLiteral("Mail"));
-      EXPECT_TRUE(f.lifecycle.isRecording().get());
+      EXPECT_EQ(went, QStringList{"Editor:First. "});
+      EXPECT_EQ(f.workspace.frontmost->localizedName, "Mail");
       EXPECT_EQ(f.stateLabel(), "recording");
-      EXPECT_TRUE(f.state().showRecordingDialog);
       EXPECT_TRUE(f.isCancelShortcutOn());
       EXPECT_EQ(f.powerActivity.held(), 1);
-      f.press();
     }
+    f.press();
     f.executor.advance(30s);
-    EXPECT_EQ(went, (QStringList{QStringLiteral("Editor:First. "), QStringLiteral("Mail:Second. ")}));
-    EXPECT_EQ(f.workspace.frontmost->localizedName, QStringLiteral("Mail"));
+    EXPECT_EQ(went, (QStringList{"Editor:First. ", "Mail:Second. "}));
+    EXPECT_EQ(f.workspace.frontmost->localizedName, "Mail");
     EXPECT_EQ(f.transcriber.cancels, 0);
     const auto rows = f.rows();
     ASSERT_EQ(rows.size(), 2u);
-    for (const auto& row : rows) EXPECT_EQ(row->status, QStringLiteral("completed"));
+    for (const auto& row : rows) EXPECT_EQ(row->status, "completed");
     expectIdle(f);
   }
-}
-
-TEST(RecordingTranscriptionFlowTest, AModeThatIsRenamedMeanwhileIsTheSameMode) {
-  RecordingFlowFixture f;
-  f.record();
-  f.mode->name = QStringLiteral("Post");
-  f.persistence->save();
-  f.press();
-  f.settle();
-  ASSERT_EQ(f.transcriber.calls.size(), 1u);
-  EXPECT_EQ(f.transcriber.calls[0].mode, f.mode);
-  EXPECT_EQ(f.rows().front()->mode, QStringLiteral("Post"));
 }
 
 // --- throwing away
@@ -221,7 +188,7 @@ TEST(RecordingTranscriptionFlowTest, CancelThrowsAwayUpToFifteenSecondsAndAsksAb
       f.flow->cancelFromShortcut();
       f.press();  // the question goes with the recording it is about
       f.settle();
-      EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
+      EXPECT_EQ(f.onlyRow(), "completed Hello there.");
       expectIdle(f);
       continue;
     }
@@ -231,9 +198,7 @@ TEST(RecordingTranscriptionFlowTest, CancelThrowsAwayUpToFifteenSecondsAndAsksAb
     const auto discarded = f.persistence->fetchTranscripts(-1, 0, {}, HistoryFilter::discarded);
     ASSERT_EQ(discarded.size(), 1u);
     EXPECT_TRUE(QFile::exists(*discarded[0]->audioFilePath));
-    EXPECT_TRUE(f.pastedTexts().isEmpty());
     EXPECT_TRUE(f.transcriber.calls.empty());
-    EXPECT_FALSE(f.shortcuts.release(shortcutNames::cancelRecording));
   }
 }
 
@@ -251,7 +216,7 @@ TEST(RecordingTranscriptionFlowTest, CancelDuringTheTranscriptionLeavesARowToBeR
     EXPECT_FALSE(f.state().showRecordingDialog);
     f.settle();
     EXPECT_EQ(f.transcriber.cancels, 1);
-    EXPECT_EQ(f.rows().front()->status, QStringLiteral("failed"));
+    EXPECT_EQ(f.rows().front()->status, "failed");
     EXPECT_TRUE(f.toasts().isEmpty());
     EXPECT_TRUE(f.pastedTexts().isEmpty());
     expectIdle(f);
@@ -263,42 +228,28 @@ TEST(RecordingTranscriptionFlowTest, CancelDuringTheTranscriptionLeavesARowToBeR
 TEST(RecordingTranscriptionFlowTest, TooShortAndNothingHeardAreTwoWordsOnThePill) {
   struct Case {
     const char* name;
-    std::function<void(RecordingFlowFixture&)> act;
+    Duration length;
+    std::optional<qint64> bytes;
+    Result<QString, AnyError> answer;
     DictationNotice notice;
     int rows;
   };
-  const Case cases[] = {{"short", [](RecordingFlowFixture& f) { f.dictate(990ms); }, DictationNotice::tooShort, 0},
-                        {"small",
-                         [](RecordingFlowFixture& f) {
-                           f.recorders.bytesAtStop = 4999;
-                           f.dictate(1s);
-                         },
-                         DictationNotice::tooShort, 0},
-                        {"just long enough",
-                         [](RecordingFlowFixture& f) {
-                           f.recorders.bytesAtStop = 5000;
-                           f.dictate(1s);
-                         },
-                         DictationNotice::none, 1},
-                        {"silence",
-                         [](RecordingFlowFixture& f) {
-                           f.transcriber.answer = QStringLiteral("  ");
-                           f.dictate();
-                         },
-                         DictationNotice::nothingHeard, 1},
-                        {"no speech",
-                         [](RecordingFlowFixture& f) {
-                           f.transcriber.answer = Failed{AnyError(E{E::NoSpeechDetected{}})};
-                           f.dictate();
-                         },
-                         DictationNotice::nothingHeard, 1}};
+  const QString hello = "Hello there.";
+  const auto noSpeech = Failed{AnyError(E{E::NoSpeechDetected{}})};
+  const Case cases[] = {{"short", 990ms, 64044, hello, DictationNotice::tooShort, 0},
+                        {"small", 1s, 4999, hello, DictationNotice::tooShort, 0},
+                        {"just long enough", 1s, 5000, hello, DictationNotice::none, 1},
+                        {"silence", 2s, 64044, QString("  "), DictationNotice::nothingHeard, 1},
+                        {"no speech", 2s, 64044, noSpeech, DictationNotice::nothingHeard, 1}};
   for (const bool hasPill : {true, false}) {
     for (const Case& each : cases) {
       SCOPED_TRACE(each.name);
       RecordingFlowFixture f;
       f.settings.general().setShowRecordingWindow(hasPill);
-      f.pasteboard.copyElsewhere(QStringLiteral("mine"));
-      each.act(f);
+      f.pasteboard.copyElsewhere("mine");
+      f.recorders.bytesAtStop = each.bytes;
+      f.transcriber.answer = each.answer;
+      f.dictate(each.length);
       f.executor.advance(12s);
       const bool isNotice = each.notice != DictationNotice::none;
       EXPECT_EQ(f.state().dictationNotice, hasPill ? each.notice : DictationNotice::none);
@@ -306,7 +257,7 @@ TEST(RecordingTranscriptionFlowTest, TooShortAndNothingHeardAreTwoWordsOnThePill
       EXPECT_EQ(f.toasts().size(), !hasPill && isNotice ? 1 : 0);
       EXPECT_EQ(f.rows().size(), size_t(each.rows));
       EXPECT_EQ(f.keySynthesizer.strokes.isEmpty(), isNotice);
-      EXPECT_EQ(f.pasteboard.plainText(), QStringLiteral("mine"));
+      EXPECT_EQ(f.pasteboard.plainText(), "mine");
       expectIdle(f);
       f.press();
       f.executor.runReady();
@@ -323,7 +274,7 @@ TEST(RecordingTranscriptionFlowTest, AFileThatNeverComesIsARowThatCanBeRetried) 
   f.dictate();
   f.executor.advance(12s);
   EXPECT_EQ(f.rows().size(), 1u);
-  EXPECT_EQ(f.rows().front()->status, QStringLiteral("failed"));
+  EXPECT_EQ(f.rows().front()->status, "failed");
   EXPECT_TRUE(f.state().dictationError.has_value());
   EXPECT_EQ(f.toasts().size(), 1);
   expectIdle(f);
@@ -344,7 +295,7 @@ TEST(RecordingTranscriptionFlowTest, AFileThatBecomesReadableLateIsTranscribed) 
   EXPECT_TRUE(f.rows().empty());
   allow(*f.lifecycle.lastRecordingURL().get(), true);
   f.settle();
-  EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
+  EXPECT_EQ(f.onlyRow(), "completed Hello there.");
 }
 
 TEST(RecordingTranscriptionFlowTest, FailuresReachTheRowThePillAndTheToast) {
@@ -353,21 +304,22 @@ TEST(RecordingTranscriptionFlowTest, FailuresReachTheRowThePillAndTheToast) {
     bool isCritical;
     bool isNetwork;
   };
-  const Case cases[] = {
-      {AudioError{AudioError::Kind::noAudioTrack, QString()}, false, false},
-      {E{E::Unauthorized{QStringLiteral("OpenAI")}}, true, false},
-      {E{E::NetworkError{QStringLiteral("gone")}}, false, true},
-      {HostedCloudError{HostedCloudError::Kind::networkFailure, QStringLiteral("gone")}, false, true},
-      {HostedCloudError{HostedCloudError::Kind::insufficientCredits, QStringLiteral("empty")}, true, false},
-      {UrlError{UrlError::cannotFindHost, {}, QStringLiteral("no host")}, false, true},
-      {UrlError{UrlError::timedOut, {}, QStringLiteral("late")}, false, false}};
+  const Case cases[] = {{AudioError{AudioError::Kind::noAudioTrack, QString()}, false, false},
+                        {E{E::Unauthorized{"OpenAI"}}, true, false},
+                        {E{E::QuotaExceeded{"X", {}}}, true, false},
+                        {E{E::InsufficientCredits{1, 2}}, true, false},
+                        {E{E::RateLimited{}}, false, false},
+                        {HostedCloudError{HostedCloudError::Kind::insufficientCredits, "empty"}, true, false},
+                        {E{E::NetworkError{"gone"}}, false, true},
+                        {UrlError{UrlError::cannotFindHost, {}, "no host"}, false, true},
+                        {UrlError{UrlError::timedOut, {}, "late"}, false, false}};
   for (const Case& each : cases) {
     RecordingFlowFixture f;
     const QString description = localizedDescription(each.error);
     SCOPED_TRACE(description.toStdString());
     f.transcriber.answer = Failed{each.error};
     f.dictate();
-    EXPECT_EQ(f.rows().front()->status, QStringLiteral("failed"));
+    EXPECT_EQ(f.rows().front()->status, "failed");
     EXPECT_EQ(f.rows().front()->failedReason, description);
     const QString told = each.isNetwork ? localizedText("recording.error.noInternet") : description;
     EXPECT_TRUE(f.state().dictationError == (DictationError{told, each.isCritical, each.isNetwork}));
@@ -385,11 +337,10 @@ TEST(RecordingTranscriptionFlowTest, ATextThatIsNotPastedStaysInThePill) {
     if (isSwitchedOff)
       f.settings.setPasteResultText(false);
     else
-      f.accessibility.focus(
-          node(QStringLiteral("AXTextField"))->with(QStringLiteral("AXSubrole"), QStringLiteral("AXSecureTextField")));
+      f.accessibility.focus(node("AXTextField")->with("AXSubrole", "AXSecureTextField"));
     f.dictate();
-    EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Hello there."));
-    EXPECT_EQ(f.state().lastTranscription, QStringLiteral("Hello there."));
+    EXPECT_EQ(f.onlyRow(), "completed Hello there.");
+    EXPECT_EQ(f.state().lastTranscription, "Hello there.");
     EXPECT_TRUE(f.state().transcriptionPasteFailed);
     EXPECT_TRUE(f.state().showRecordingDialog);
     EXPECT_TRUE(f.keySynthesizer.strokes.isEmpty());
@@ -411,7 +362,7 @@ TEST(RecordingTranscriptionFlowTest, WhatPastesNothingGivesTheClipboardBackToo) 
        }},
       {"failed",
        [](RecordingFlowFixture& f) {
-         f.transcriber.answer = Failed{AnyError(AudioError{AudioError::Kind::noAudioTrack, QString()})};
+         f.transcriber.answer = Failed{AnyError(E{E::Busy{}})};
          f.press();
        }},
       {"not to be pasted", [](RecordingFlowFixture& f) {
@@ -421,28 +372,25 @@ TEST(RecordingTranscriptionFlowTest, WhatPastesNothingGivesTheClipboardBackToo) 
   for (const auto& [name, steps] : cases) {
     SCOPED_TRACE(name);
     RecordingFlowFixture f;
-    f.pasteboard.copyElsewhere(QStringLiteral("mine"));
+    f.pasteboard.copyElsewhere("mine");
     f.record();
     f.press();
     f.executor.advance(1s);
-    ASSERT_EQ(f.pasteboard.plainText(), QStringLiteral("Hello there. "));
+    ASSERT_EQ(f.pasteboard.plainText(), "Hello there. ");
     f.clock.set(f.clock.now().addSecs(2));
     f.record();
     steps(f);
     f.settle();
     EXPECT_EQ(f.pastedTexts().size(), 1);
     f.executor.advance(12s);
-    EXPECT_EQ(f.pasteboard.plainText(), QStringLiteral("mine"));
+    EXPECT_EQ(f.pasteboard.plainText(), "mine");
     expectIdle(f);
   }
 }
 
 // --- before anything is spoken
 
-TEST(RecordingTranscriptionFlowTest, AModeThatCannotRunSaysSoAtThePress) {
-  const auto useCloud = [](RecordingFlowFixture& f) {
-    f.readiness.problem = E{E::ApiKeyMissing{QStringLiteral("Deepgram")}};
-  };
+TEST(RecordingTranscriptionFlowTest, WhatCannotRunSaysSoAtThePress) {
   struct Case {
     const char* name;
     std::function<void(RecordingFlowFixture&)> prepare;
@@ -451,15 +399,15 @@ TEST(RecordingTranscriptionFlowTest, AModeThatCannotRunSaysSoAtThePress) {
   };
   const Case cases[] = {
       {"no key",
-       [&](RecordingFlowFixture& f) {
-         useCloud(f);
+       [](RecordingFlowFixture& f) {
+         f.readiness.problem = E{E::ApiKeyMissing{"Deepgram"}};
          f.readiness.missing = {MissingAPIKey{MissingAPIKey::Transcription{CloudProvider::deepgram}}};
        },
        true, true},
       {"no model", [](RecordingFlowFixture& f) { f.readiness.problem = E{E::ModelNotDownloaded{}}; }, false, false},
       {"mode is gone",
        [](RecordingFlowFixture& f) {
-         f.appState.update([](AppStateData& data) { data.selectedModeId = QStringLiteral("no mode has this"); });
+         f.appState.update([](AppStateData& data) { data.selectedModeId = "no mode has this"; });
        },
        false, false}};
   for (const Case& each : cases) {
@@ -476,8 +424,14 @@ TEST(RecordingTranscriptionFlowTest, AModeThatCannotRunSaysSoAtThePress) {
     EXPECT_FALSE(f.state().showRecordingDialog);
     expectIdle(f);
   }
-  // Without the key of the rewriting the plain text will do.
   RecordingFlowFixture f;
+  f.appState.update([](AppStateData& data) { data.isStreamingShortcutTriggered = true; });
+  f.press(RecordingTriggerSource::streamingShortcut);  // live dictation isn't there yet
+  f.settle();
+  EXPECT_EQ(f.toasts().size(), 1);
+  EXPECT_TRUE(f.recorders.paths.isEmpty());
+  EXPECT_FALSE(f.state().isStreamingShortcutTriggered);
+  // Without the key of the rewriting the plain text will do.
   f.readiness.missing = {MissingAPIKey{MissingAPIKey::PostProcessing{PostProcessingProvider::anthropic}}};
   f.record();
   EXPECT_TRUE(f.lifecycle.isRecording().get());
@@ -489,7 +443,7 @@ TEST(RecordingTranscriptionFlowTest, AStartThatFailsIsToldReportedAndForgotten) 
   RecordingFlowFixture f;
   f.dictate();
   const QStringList before = f.files();
-  f.recorders.recordError = PlatformError{QStringLiteral("audio"), 5, QStringLiteral("The sound server refused.")};
+  f.recorders.recordError = PlatformError{"audio", 5, "The sound server refused."};
   f.clock.set(f.clock.now().addSecs(5));
   f.press();
   f.settle();
@@ -498,8 +452,7 @@ TEST(RecordingTranscriptionFlowTest, AStartThatFailsIsToldReportedAndForgotten) 
   EXPECT_FALSE(f.state().showRecordingDialog);
   EXPECT_EQ(f.toasts().size(), 1);
   expectIdle(f);
-  ASSERT_EQ(f.reporting.reports.size(), 1u);
-  EXPECT_EQ(f.reporting.reports[0].options.extra[QStringLiteral("recordingsFolderWritable")], true);
+  EXPECT_EQ(f.reporting.reports.size(), 1u);
 
   f.recorders.recordError.reset();
   f.dictate();
@@ -513,17 +466,10 @@ TEST(RecordingTranscriptionFlowTest, AStartThatFailsIsToldReportedAndForgotten) 
   EXPECT_FALSE(f.state().showRecordingDialog);
   EXPECT_EQ(f.recorders.paths.size(), 3);
   expectIdle(f);
-}
-
-TEST(RecordingTranscriptionFlowTest, LiveDictationSaysThatItIsNotThereYet) {
-  RecordingFlowFixture f;
-  f.appState.update([](AppStateData& data) { data.isStreamingShortcutTriggered = true; });
-  f.press(RecordingTriggerSource::streamingShortcut);
-  f.settle();
-  EXPECT_EQ(f.toasts(), QStringList{localizedText("recording.error.streamingUnavailable")});
-  EXPECT_TRUE(f.recorders.paths.isEmpty());
-  EXPECT_FALSE(f.state().isStreamingShortcutTriggered);
-  expectIdle(f);
+  f.authorization.grants = true;  // allowed since
+  f.clock.set(f.clock.now().addSecs(5));
+  f.dictate();
+  EXPECT_EQ(f.rows().size(), 3u);
 }
 
 // --- ends that nobody asked for
@@ -538,20 +484,19 @@ TEST(RecordingTranscriptionFlowTest, AnInterruptionFinishesByItselfAndSaysWhatWa
     bool isPressedToo;
   };
   for (const Case& each :
-       {Case{Kind::deviceGone, 12500ms, QStringLiteral("Microphone gone. Kept 0:12."), true, false},
-        Case{Kind::deviceGone, 12500ms, QStringLiteral("Microphone gone. Kept 0:12."), true, true},
-        Case{Kind::serverGone, 61s, QStringLiteral("The sound server stopped. Kept 1:01."), true, false},
-        Case{Kind::deviceGone, 900ms, QStringLiteral("Microphone gone. The recording was too short to keep."), false,
-             false}}) {
+       {Case{Kind::deviceGone, 12500ms, "Microphone gone. Kept 0:12.", true, false},
+        Case{Kind::deviceGone, 12500ms, "Microphone gone. Kept 0:12.", true, true},
+        Case{Kind::serverGone, 61s, "The sound server stopped. Kept 1:01.", true, false},
+        Case{Kind::deviceGone, 900ms, "Microphone gone. The recording was too short to keep.", false, false}}) {
     SCOPED_TRACE(each.toast.toStdString());
     RecordingFlowFixture f;
     f.record(each.length);
     FakeAudioRecorderFactory::fill(f.recorders.paths[0], 64044);
     if (each.isPressedToo) f.press();
-    f.recorders.interrupt({each.kind, QStringLiteral("gone")});
+    f.recorders.interrupt({each.kind, "gone"});
     f.settle();
     EXPECT_EQ(f.toasts(), QStringList{each.toast});
-    EXPECT_EQ(f.onlyRow(), each.isKept ? QStringLiteral("completed Hello there.") : QString());
+    EXPECT_EQ(f.onlyRow(), each.isKept ? "completed Hello there." : QString());
     EXPECT_EQ(f.recorders.paths.size(), 1);
     expectIdle(f);
   }
@@ -640,10 +585,9 @@ class FakeFileTags final : public SpokenFileTags {
   bool hasFileIndex() const override { return true; }
   Resolution resolve(const QString& text, const std::optional<QString>& target) override {
     bundleId = target;
-    Resolution resolution{QString(text).replace(QStringLiteral("@{main}"), QStringLiteral("src/main.cpp")), {}};
-    resolution.tags.push_back(
-        {QStringLiteral("@{main}"), QStringLiteral("src/main.cpp"), QStringLiteral("/p/src/main.cpp"), std::nullopt});
-    resolution.tags.push_back({QStringLiteral("@{none}"), QStringLiteral("@{none}"), std::nullopt, std::nullopt});
+    Resolution resolution{QString(text).replace("@{main}", "src/main.cpp"), {}};
+    resolution.tags.push_back({"@{main}", "src/main.cpp", "/p/src/main.cpp", std::nullopt});
+    resolution.tags.push_back({"@{none}", "@{none}", std::nullopt, std::nullopt});
     return resolution;
   }
   Task<void> refreshFileIndex() override { co_return; }
@@ -657,26 +601,11 @@ TEST(RecordingTranscriptionFlowTest, SpokenFileNamesAreInThePasteOnlyAndInDevelo
     f.settings.developerMode().setEnableDeveloperMode(isDeveloper);
     f.transcriber.answer = QStringLiteral("Open @{main}.");
     f.dictate();
-    EXPECT_EQ(f.onlyRow(), QStringLiteral("completed Open @{main}."));
-    EXPECT_EQ(f.pastedTexts(),
-              QStringList{isDeveloper ? QStringLiteral("Open src/main.cpp. ") : QStringLiteral("Open @{main}. ")});
-    EXPECT_EQ(tags.bundleId, isDeveloper ? std::optional(QStringLiteral("org.example.Editor")) : std::nullopt);
+    EXPECT_EQ(f.onlyRow(), "completed Open @{main}.");
+    EXPECT_EQ(f.pastedTexts(), QStringList{isDeveloper ? "Open src/main.cpp. " : "Open @{main}. "});
+    EXPECT_EQ(tags.bundleId, isDeveloper ? std::optional<QString>("org.example.Editor") : std::nullopt);
     f.flow.reset();
   }
-}
-
-TEST(RecordingStartSnapshotTest, TellsTheStageAndListsTwentyDevices) {
-  using Kind = AudioError::Kind;
-  const std::pair<std::optional<AnyError>, const char*> stages[] = {
-      {AudioError{Kind::noPermission, {}}, "audio_error"},
-      {AudioError{Kind::recordingFailed, QStringLiteral("Failed to start recording")}, "record_start_failed"},
-      {AudioError{Kind::recordingFailed, QStringLiteral("something else")}, "recorder_init_failed"},
-      {PlatformError{}, "unknown"}};
-  for (const auto& [error, stage] : stages) EXPECT_EQ(RecordingStartSnapshot::failureStage(error), stage);
-  RecordingStartSnapshot snapshot;
-  snapshot.availableInputs.resize(25, {QStringLiteral("M"), QStringLiteral("pci")});
-  EXPECT_EQ(snapshot.data()[QStringLiteral("availableInputDevices")].toStringList(),
-            QStringList(20, QStringLiteral("M (pci)")));
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ class ScriptedTranscriber final : public Transcriber {
   Task<Result<TranscriptionResult, AnyError>> transcribeWithDetails(TranscriptionRequest request) override {
     calls.push_back(request);
     Result<QString, AnyError> told = answer;
-    if (told && told->contains(QStringLiteral("%1"))) told = told->arg(calls.size());
+    if (told && told->contains("%1")) told = told->arg(calls.size());
     const Duration decoding = takes;
     const std::optional<Duration> rewriting = rewriteTakes;
     const Executor& executor = co_await currentExecutor();
@@ -45,10 +45,10 @@ class ScriptedTranscriber final : public Transcriber {
     if (!told) co_return Failed{told.error()};
     result.rawText = *told;
     result.text = isRewritten ? QStringLiteral("Rewritten: ") + *told : *told;
-    result.provider = QStringLiteral("Scripted");
+    result.provider = "Scripted";
     result.mode = request.mode;
     result.wasPostProcessed = isRewritten;
-    if (isRewritten) result.postProcessingProvider = QStringLiteral("groq");
+    if (isRewritten) result.postProcessingProvider = "groq";
     co_return result;
   }
 

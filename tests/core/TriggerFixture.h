@@ -25,7 +25,7 @@ class FakeDictationControl final : public DictationControl {
   QStringList calls;
 
   void toggleRecording(std::optional<QString> modeName, bool stopOnly, RecordingTriggerSource trigger) override {
-    calls << QStringLiteral("toggle ") + rawValue(trigger) + (stopOnly ? QStringLiteral(" stopOnly") : QString()) +
+    calls << QStringLiteral("toggle ") + rawValue(trigger) + (stopOnly ? " stopOnly" : QString()) +
                  (modeName ? QStringLiteral(" ") + *modeName : QString());
   }
   void cancelFromShortcut() override { calls << QStringLiteral("cancel"); }

@@ -48,19 +48,13 @@ TEST_F(ClipboardTest, OverlappingDictationsGiveBackTheUsersOwn) {
   executor.advance(2s);
   EXPECT_TRUE(isOriginalBack());
   paste(request("three", targetPID, third));
-  executor.advance(11s);
+  executor.advance(4s);
+  borrow().reset();  // of which nothing is pasted
+  executor.advance(7s);
   EXPECT_TRUE(isOriginalBack()) << "a loan from the time when a text was there";
   paste("four");
   executor.advance(5s);
   handler.restoreNow();
-  EXPECT_TRUE(isOriginalBack());
-}
-
-TEST_F(ClipboardTest, ALoanOfWhichNothingIsPastedLeavesTheRestoreOfTheOneBefore) {
-  paste("one");
-  executor.advance(4s);
-  borrow().reset();
-  executor.advance(7s);
   EXPECT_TRUE(isOriginalBack());
 }
 
@@ -85,14 +79,6 @@ TEST_F(ClipboardTest, WhatChangedBetweenLoanAndPasteIsReadAnew) {
   EXPECT_EQ(clipboardText(), "newest");
 }
 
-TEST_F(ClipboardTest, ALoanSavesTheWait) {
-  pasteboard.readTakes = 2s;
-  const auto loan = borrow();
-  const TimePoint start = executor.now();
-  paste(request("words", targetPID, loan));
-  EXPECT_LT(executor.now() - start, Duration(300ms));
-}
-
 TEST_F(ClipboardTest, NothingIsRestoredWhereNothingWasSavedOrNobodyWantsIt) {
   pasteboard.copyElsewhere(ClipboardItems{});
   EXPECT_EQ(paste("words"), PasteOutcome::pasted);
@@ -100,13 +86,10 @@ TEST_F(ClipboardTest, NothingIsRestoredWhereNothingWasSavedOrNobodyWantsIt) {
   EXPECT_EQ(clipboardText(), "words");
 
   settings.setRestoreClipboardAfterPaste(false);
-  for (const bool isTrusted : {true, false}) {
-    accessibility.trusted = isTrusted;
-    pasteboard.copyElsewhere(original);
-    paste("words");
-    executor.advance(60s);
-    EXPECT_EQ(clipboardText(), "words");
-  }
+  pasteboard.copyElsewhere(original);
+  paste("words");
+  executor.advance(60s);
+  EXPECT_EQ(clipboardText(), "words");
 }
 
 TEST_F(ClipboardTest, TypesWithoutDataAreNotSaved) {
@@ -157,12 +140,6 @@ TEST_F(ClipboardTest, AProgramThatTakesTheTextOverWhileItPastesHasFetchedIt) {
   EXPECT_EQ(paste("two"), PasteOutcome::pasted) << "while the other program has the first text";
   executor.advance(11s);
   EXPECT_TRUE(isOriginalBack());
-
-  paste("three");
-  executor.advance(5s);
-  pasteboard.copyElsewhere("newer");
-  executor.advance(11s);
-  EXPECT_EQ(clipboardText(), "newer");
 }
 
 TEST_F(ClipboardTest, WaitingForTheRestoreEndsWhenItIsDoneOrWaitsForTheUser) {

@@ -77,11 +77,9 @@ class DeliveryFixture : public testing::Test {
   FakeWorkspace workspace;
   FakeAccessibility accessibility;
   std::vector<PasteSegment> segments;
-  QStringList openedUrls;
   std::vector<bool> suspensions;
   std::vector<AccessibilityAlert> alerts;
-  AccessibilityPermission permission{accessibility, executor, [this](const QString& url) { openedUrls.append(url); },
-                                     logging};
+  AccessibilityPermission permission{accessibility, executor, {}, logging};
   AutoPasteHandler handler{
       {pasteboard, keys, workspace, accessibility, permission, &settings, executor}, hooks(), logging};
 };

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "delivery/PasteTargets.h"
 #include "support/FakeAccessibility.h"
 
 namespace quillmere {
@@ -30,12 +29,9 @@ TEST(FocusProbe, AnElementTakesTextByItsRoleOrItsSettableValue) {
     bool isEditable;
   } cases[] = {
       {node("AXTextField"), true},
-      {node("AXTextArea"), true},
-      {node("AXComboBox"), true},
       {node("AXSearchField"), true},
       {node("AXButton"), false},
       {node("AXSlider")->settable(value), true},
-      {node("AXWebArea"), false},
       {node("AXWebArea")->settable(value), true},
       {node("AXGroup"), false},
       {node("AXGroup")->settable("AXSelectedText"), false},
@@ -76,23 +72,24 @@ TEST(FocusProbe, WithoutAFocusedElementTheWindowsAreSearched) {
   const auto empty = node("AXWindow");
   const struct {
     const char* name;
-    FakeAccessibilityNode::Ptr focusedWindow;
+    bool hasFocusedWindow;
     std::vector<FakeAccessibilityNode::Ptr> windows;
     bool isFound;
   } cases[] = {
-      {"focused window, depth 5", window(3), {}, true},
-      {"focused window, depth 6", window(4), {}, false},
-      {"third window, depth 3", nullptr, {empty, empty, window(1)}, true},
-      {"third window, depth 4", nullptr, {empty, empty, window(2)}, false},
-      {"fourth window", nullptr, {empty, empty, empty, window(1)}, false},
-      {"nothing", nullptr, {}, false},
+      {"focused window, depth 5", true, {window(3)}, true},
+      {"focused window, depth 6", true, {window(4)}, false},
+      {"third window, depth 3", false, {empty, empty, window(1)}, true},
+      {"third window, depth 4", false, {empty, empty, window(2)}, false},
+      {"fourth window", false, {empty, empty, empty, window(1)}, false},
   };
   for (const auto& one : cases) {
     FakeAccessibilityTree tree;
-    if (one.focusedWindow) tree.systemWide->pointing("AXFocusedWindow", one.focusedWindow);
     const auto app = node("AXApplication");
-    for (const auto& each : one.windows) app->child(each, "AXWindows");
     tree.applications.insert(7, app);
+    if (one.hasFocusedWindow)
+      tree.systemWide->pointing("AXFocusedWindow", one.windows.front());
+    else
+      for (const auto& each : one.windows) app->child(each, "AXWindows");
     EXPECT_EQ(readFocus(tree, query, Logger()), one.isFound ? FocusFinding::text : FocusFinding::unreadable)
         << one.name;
   }
@@ -120,30 +117,6 @@ TEST(FocusProbe, ATreeWithoutAnEndIsLeftWhenTheTimeIsUp) {
   EXPECT_EQ(readFocus(accessibility.tree, deepQuery, Logger()), FocusFinding::unreadable);
   EXPECT_LE(accessibility.tree.reads, 100);
   endless->lists.clear();
-}
-
-TEST(PasteTargets, ApplicationsAreToldByTheirExactIdentifiers) {
-  using namespace pasteTargets;
-  const struct {
-    const char* bundleId;
-    bool isBrowser, isDeep, isBlind, isShiftInsert, isSlow;
-  } cases[] = {
-      {"org.mozilla.firefox", true, false, false, false, false},
-      {"com.microsoft.VSCode", false, true, true, false, true},
-      {"com.tinyspeck.slackmacgap", false, false, true, false, true},
-      {"com.jetbrains.fleet", false, false, true, false, false},
-      {"net.kovidgoyal.kitty", false, false, false, true, false},
-      {"com.microsoft.vscode", false, false, false, false, false},
-      {"", false, false, false, false, false},
-  };
-  for (const auto& one : cases) {
-    const QString id = QString::fromLatin1(one.bundleId);
-    EXPECT_EQ(isBrowser(id), one.isBrowser) << one.bundleId;
-    EXPECT_EQ(isDeepFocusEditor(id), one.isDeep) << one.bundleId;
-    EXPECT_EQ(isBlindPaste(id), one.isBlind) << one.bundleId;
-    EXPECT_EQ(pastesWithShiftInsert(id), one.isShiftInsert) << one.bundleId;
-    EXPECT_EQ(isSlowToFocus(id), one.isSlow) << one.bundleId;
-  }
 }
 
 }  // namespace

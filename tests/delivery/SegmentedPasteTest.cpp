@@ -24,7 +24,6 @@ class SegmentedPasteTest : public DeliveryFixture {
     one.tags = std::move(tags);
     return one;
   }
-  bool isFailedPartially() { return paste(tagged("x")) == Kind::failed; }
 };
 
 TEST_F(SegmentedPasteTest, AFileReferenceIsAcceptedFromTheCompletion) {
@@ -40,8 +39,6 @@ TEST_F(SegmentedPasteTest, AFileReferenceIsAcceptedFromTheCompletion) {
   EXPECT_EQ(moments[2] - moments[1], Duration(560ms)) << "60 ms of the fetch, 500 ms before the completion";
   EXPECT_EQ(moments[3] - moments[2], Duration(200ms));
   EXPECT_EQ(moments[4] - moments[3], Duration(300ms));
-  EXPECT_TRUE(
-      lines->contains("🎯 Detected Electron editor with matched file references - using async segmented paste"));
   for (const QString& line : lines->publicLines()) EXPECT_FALSE(line.contains("main.cpp")) << line.toStdString();
   executor.advance(11s);
   EXPECT_TRUE(isOriginalBack());
@@ -62,15 +59,13 @@ TEST_F(SegmentedPasteTest, TheFiftyFirstPieceIsLeftOut) {
   EXPECT_EQ(paste(tagged("x")), Kind::pasted);
   EXPECT_EQ(keys.strokes.size(), 50);
   EXPECT_EQ(written().last(), "50");
-  EXPECT_TRUE(lines->contains("⚠️ Limiting segmented paste to first 50 segments (total: 51)"));
 }
 
 TEST_F(SegmentedPasteTest, APieceThatNobodyFetchedIsAFailureAndTheRestGoesOn) {
   segments = {{"one", false}, {"two", false}};
   pasteboard.isFetchedWhenExpected = false;
-  EXPECT_TRUE(isFailedPartially());
+  EXPECT_EQ(paste(tagged("x")), Kind::failed);
   EXPECT_EQ(keys.strokes.size(), 2);
-  EXPECT_TRUE(lines->contains("⚠️ Async segmented paste partially failed - clipboard restored"));
   EXPECT_EQ(clipboardText(), "x") << "the whole text is left, not a piece";
   executor.advance(60s);
   EXPECT_EQ(clipboardText(), "x");
@@ -81,19 +76,15 @@ TEST_F(SegmentedPasteTest, APieceThatNobodyFetchedIsAFailureAndTheRestGoesOn) {
 
 TEST_F(SegmentedPasteTest, NoKeyOfTheCompletionReachesAPasswordField) {
   segments = {{"@main.cpp", true}};
-  keys.onStroke = [&](const QString&) { accessibility.focus(passwordField()); };
-  EXPECT_TRUE(isFailedPartially());
-  EXPECT_EQ(keys.strokes, QStringList{"control+55"});
-}
-
-TEST_F(SegmentedPasteTest, WithoutATargetTheWholeTextIsOnTheClipboard) {
-  segments = {{"one", false}, {"two", false}};
   accessibility.focus(passwordField());
   EXPECT_EQ(paste(tagged("one two")), Kind::secureField);
   EXPECT_EQ(clipboardText(), "one two");
   EXPECT_EQ(keys.strokes.size(), 0);
-  executor.advance(11s);
-  EXPECT_TRUE(isOriginalBack());
+
+  accessibility.focus(node("AXTextField"));
+  keys.onStroke = [&](const QString&) { accessibility.focus(passwordField()); };
+  EXPECT_EQ(paste(tagged("x")), Kind::failed);
+  EXPECT_EQ(keys.strokes, QStringList{"control+55"});
 }
 
 TEST_F(SegmentedPasteTest, ACancelStopsBeforeTheNextPieceAndGivesTheClipboardBack) {
@@ -112,7 +103,6 @@ TEST_F(SegmentedPasteTest, ACancelStopsBeforeTheNextPieceAndGivesTheClipboardBac
     executor.advance(6s);
     EXPECT_TRUE(isOriginalBack()) << moment.count();
   }
-  EXPECT_TRUE(lines->contains("❌ Segmented paste cancelled at segment 2/3"));
 }
 
 }  // namespace

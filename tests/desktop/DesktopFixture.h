@@ -2,64 +2,37 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QImage>
-#include <QTemporaryDir>
 
-#include "app/desktop/DesktopInterface.h"
-#include "core/AppState.h"
+#include "app/windows/DesktopInterface.h"
 #include "core/ShortcutStore.h"
-#include "models/WhisperModelManager.h"
+#include "interface/InterfaceFixture.h"
 #include "recording/AudioDeviceManager.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
 #include "support/FakeAudioDevices.h"
 #include "support/FakeAudioRecorder.h"
-#include "support/FakeDefaultsStore.h"
 #include "support/FakeGlobalShortcuts.h"
-#include "support/FakeHttpDownloader.h"
 #include "support/FakeMediaReader.h"
-#include "support/FakeNetworkStatus.h"
-#include "support/ManualExecutor.h"
-#include "support/RecordingLogSink.h"
-#include "support/TestTexts.h"
 #include "transcripts/TranscriptRoad.h"
 #include "transcripts/TranscriptionRetryController.h"
 
 namespace quillmere {
 
 // The interface over a store in memory, with a history and models to look at.
-class DesktopFixture {
+class DesktopFixture : public InterfaceFixture {
  public:
-  // `downloader` and `hub`: where models come from; default: nothing does.
+  // `server` and `hub`: where models come from.
   explicit DesktopFixture(const QString& language = QStringLiteral("en"), bool hasHistory = true, bool hasTray = false,
-                          HttpDownloader* downloader = nullptr, const QString& hub = {})
-      : texts(language), clock(QDateTime(QDate(2026, 3, 12), QTime(15, 0), QTimeZone::utc())) {
-    const QDir models(folder.filePath(QStringLiteral("models")));
-    models.mkpath(QStringLiteral("."));
-    QFile base(models.filePath(QStringLiteral("ggml-base.bin")));
-    if (base.open(QIODevice::WriteOnly)) base.resize(1'000'000);
-    base.close();
-    WhisperModelManagerConfiguration configuration;
-    configuration.modelsDirectory = models.path();
-    configuration.checksums.clear();
-    if (downloader) configuration.hubBaseUrl = [hub] { return hub; };
-    manager = std::make_unique<WhisperModelManager>(configuration, downloader ? *downloader : noDownloads, executor,
-                                                    pool, Logging(log));
-    manager->scanForModels();
-    ModeData mode;
-    mode.name = QStringLiteral("Default");
-    mode.model = QStringLiteral("base");
-    const ModePtr standard = store->createMode(mode);
-    mode.name = QStringLiteral("E-mail & notes");
-    const ModePtr mail = store->createMode(mode);
+                          HttpDownloader* server = nullptr, const QString& hub = {})
+      : InterfaceFixture(language, server, hub) {
+    const bool isGerman = language == QLatin1String("de");
+    const QString microphone = isGerman ? QStringLiteral("USB-Mikrofon") : QStringLiteral("USB microphone");
+    install(QStringLiteral("base"));
+    const ModePtr standard = makeMode("Default");
+    const ModePtr mail = makeMode("E-mail & notes");
     state.selectMode(*standard, false);
     if (hasHistory) addHistory(standard, mail);
-    inputs.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"),
-                                                language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon")
-                                                                                : QStringLiteral("USB microphone")),
+    inputs.list = {FakeAudioDevices::microphone(1, QStringLiteral("usb"), microphone),
                    FakeAudioDevices::microphone(2, QStringLiteral("web"), QStringLiteral("Webcam"))};
     inputs.defaultUid = QStringLiteral("usb");
     devices.scanDevices(DeviceScanReason::initialBootstrap);
@@ -80,12 +53,9 @@ class DesktopFixture {
     intents.dialog.cancelKey = [] { return QStringLiteral("Esc"); };
     intents.firstRun.tryDictation = [this] { ++trials; };
     intents.firstRun.cancelDictation = [this] { ++cancels; };
-    DesktopInterfaceServices services{
-        state,           *store,       settings,
-        defaults,        *manager,     executor,
-        clock,           Logging(log), &notices,
-        &retry,          nullptr,      QLocale(language == QLatin1String("de") ? QLocale::German : QLocale::English),
-        QTimeZone::utc()};
+    const QLocale locale(isGerman ? QLocale::German : QLocale::English);
+    DesktopInterfaceServices services{state,        *store,  settings, defaults, models, executor,        clock,
+                                      Logging(log), &toasts, &retry,   nullptr,  locale, QTimeZone::utc()};
     services.devices = &devices;
     services.recorders = &recorders;
     services.mediaReaders = &mediaReaders;
@@ -94,8 +64,7 @@ class DesktopFixture {
     services.shortcutStore = &shortcutStore;
     interface = std::make_unique<DesktopInterface>(std::move(services), std::move(intents),
                                                    DesktopInterfaceOptions{.hasTray = hasTray, .usesPortal = false});
-    interface->app().setMicrophone(
-        language == QLatin1String("de") ? QStringLiteral("USB-Mikrofon") : QStringLiteral("USB microphone"), true);
+    interface->app().setMicrophone(microphone, true);
     interface->app().setModel(QStringLiteral("Base"), true);
     interface->app().setShortcut(QStringLiteral("Right Ctrl"), AppStateViewModel::TriggerKind::hold);
   }
@@ -120,20 +89,17 @@ class DesktopFixture {
     const TranscriptPtr failed = add(QString(), now.addSecs(-3600), standard, 48);
     failed->status = QStringLiteral("failed");
     failed->failedReason = QStringLiteral("The service did not answer.");
-    failed->audioFilePath = folder.filePath(QStringLiteral("kept.wav"));
-    QFile audio(*failed->audioFilePath);
-    if (audio.open(QIODevice::WriteOnly)) audio.write("RIFF");
+    failed->audioFilePath = writeFile(folder.filePath(QStringLiteral("kept.wav")), "RIFF");
     FakeMediaFile sound;
     sound.frames = 48 * 16000;
     sound.nominalFrames = sound.frames;
     sound.canSeek = true;
     sound.sample = [](qint64 frame) { return 0.3F * float(std::abs(std::sin(double(frame) / 30000))); };
     mediaReaders.files[*failed->audioFilePath] = sound;
-    add(QStringLiteral("The quarterly figures are in docs/q3/report.md; I changed the second table and left the totals "
-                       "alone."),
-        now.addDays(-1).addSecs(7500), standard, 9)
-        ->postProcessedText = QStringLiteral(
-        "The quarterly figures are in docs/q3/report.md; I changed the second table and left the totals alone.");
+    const TranscriptPtr rewritten =
+        add(QStringLiteral("The quarterly figures are in docs/q3/report.md; I changed the second table."),
+            now.addDays(-1).addSecs(7500), standard, 9);
+    rewritten->postProcessedText = rewritten->text;
     add(QStringLiteral("Good morning, thank you for the quarterly summary. I read it on the train and have two small "
                        "remarks, both about the second page."),
         now.addDays(-1).addSecs(-20000), mail, 81);
@@ -184,26 +150,12 @@ class DesktopFixture {
     return image;
   }
 
-  QTemporaryDir folder;
-  TestTexts texts;
-  ManualExecutor executor;
-  FixedClock clock;
-  FakeDefaultsStore defaults;
-  FakeHttpDownloader noDownloads;
   FakeMediaReaderFactory mediaReaders;
-  DesktopNotices notices;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
-  WorkerPool pool{1};
-  SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
-  std::unique_ptr<PersistenceController> store =
-      std::move(PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log))).value();
-  FakeNetworkStatus network;
-  AppState state{{executor, defaults, settings, *store, network, notices}, Logging(log)};
+  DesktopNotices toasts;
   struct NoRoad final : TranscriptRoad {
     Task<TranscriptOutcome> run(TranscriptJob) override { throw Cancelled(); }
   } road;
   TranscriptionRetryController retry{*store, road, Logging(log)};
-  std::unique_ptr<WhisperModelManager> manager;
   FakeAudioDevices inputs;
   FakeAudioRecorderFactory recorders;
   AudioDeviceManager devices{inputs, settings.audio(), executor, nullptr, Logging(log)};

@@ -3,7 +3,7 @@
 #include <QProcess>
 #include <QScreen>
 
-#include "app/desktop/OverlayPlace.h"
+#include "app/windows/OverlayPlace.h"
 #include "desktop/Keyboard.h"
 #include "platform/x11/X11FloatingWindows.h"
 

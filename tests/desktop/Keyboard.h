@@ -26,6 +26,13 @@ inline QString accessibleName(QQuickItem* item) {
   return interface ? interface->text(QAccessible::Name) : QString();
 }
 
+// The first item that is said to a screen reader with this beginning.
+inline QQuickItem* itemNamed(QQuickWindow* window, const QString& start) {
+  for (QQuickItem* item : itemsOf(window))
+    if (accessibleName(item).startsWith(start)) return item;
+  return nullptr;
+}
+
 // A key in the main window, and what comes of it.
 inline void press(DesktopFixture& f, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
                   const QString& text = {}) {
@@ -59,11 +66,8 @@ inline QString focused(DesktopFixture& f) {
 
 // Goes on with Tab until the control of that name has the keyboard.
 inline bool tabTo(DesktopFixture& f, const QString& name) {
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  for (int i = 0; i < 60; ++i) {
-    if (window->activeFocusItem() && accessibleName(window->activeFocusItem()) == name) return true;
-    press(f, Qt::Key_Tab);
-  }
+  for (int i = 0; i < 60; ++i, press(f, Qt::Key_Tab))
+    if (focused(f) == name) return true;
   return false;
 }
 

@@ -43,7 +43,6 @@ class Pictures : public testing::TestWithParam<PictureCase> {
     f.interface->showWindow();
     f.settle();
     QQuickWindow* const window = f.interface->mainWindow().window();
-    EXPECT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
     return window;
   }
   void TearDown() override {
@@ -104,11 +103,12 @@ TEST_P(Pictures, OfTheOtherPages) {
   }
 }
 
-TEST_P(Pictures, OfTheFirstRun) {
+TEST_P(Pictures, OfAnEmptyHistoryAndTheFirstRun) {
   DesktopFixture& f = make(false);
-  f.state.update([](AppStateData& data) { data.showOnboarding = true; });
   QQuickWindow* const window = show(f);
   ASSERT_NE(window, nullptr);
+  keep(window, QStringLiteral("history-empty"));
+  f.change([](AppStateData& data) { data.showOnboarding = true; });
   f.interface->firstRun()->setActive(true);
   f.settle();
   f.speak();
@@ -124,63 +124,45 @@ TEST_P(Pictures, OfTheFirstRun) {
   keep(window, QStringLiteral("first-run-small"));
 }
 
-TEST_P(Pictures, OfAnEmptyHistory) {
-  DesktopFixture& f = make(false);
-  QQuickWindow* const window = show(f);
-  ASSERT_NE(window, nullptr);
-  keep(window, QStringLiteral("history-empty"));
-}
-
 TEST_P(Pictures, OfTheOverlay) {
   DesktopFixture& f = make();
   f.interface->warmUp();
   QQuickWindow* const window = f.interface->overlayWindow().window();
   ASSERT_NE(window, nullptr) << qPrintable(f.log->lines().join(u'\n'));
-  const auto take = [&](const char* name) {
-    f.settle();
+  const auto take = [&](const char* name, const std::function<void(AppStateData&)>& change) {
+    f.change(change);
     EXPECT_EQ(window->height(), 40);
     EXPECT_GE(window->width(), 200);
     EXPECT_LE(window->width(), 360);
     keep(window, QStringLiteral("overlay-") + QString::fromLatin1(name));
   };
-  f.change([](AppStateData& data) { data.showRecordingDialog = true; });
-  EXPECT_TRUE(window->isVisible());
-  take("starting");
-  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
-  for (int i = 0; i < 30; ++i) f.interface->setLiveMetrics(0.8F, 7.2);
-  take("recording");
-  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
-  take("question");
   const auto scaleText = [&](double scale) {
     f.interface->qml().appearance().take(QStringLiteral("org.gnome.desktop.interface"),
                                          QStringLiteral("text-scaling-factor"), scale);
   };
+  f.change([](AppStateData& data) { data.showRecordingDialog = true; });
+  EXPECT_TRUE(window->isVisible());
+  for (int i = 0; i < 30; ++i) f.interface->setLiveMetrics(0.8F, 7.2);
+  take("recording", [](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  take("question", [](AppStateData& data) { data.showCancelConfirmation = true; });
   scaleText(2.0);
-  take("question-large");
+  take("question-large", [](AppStateData&) {});
   scaleText(1.0);
-  f.change([](AppStateData& data) { data.showCancelConfirmation = false; });
-  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::Transcribing{}; });
-  take("transcribing");
-  f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::PostProcessing{}; });
-  take("postprocessing");
-  f.change([](AppStateData& data) {
+  take("transcribing", [](AppStateData& data) {
+    data.showCancelConfirmation = false;
+    data.recordingState.kind = RecordingState::Transcribing{};
+  });
+  take("on-clipboard", [](AppStateData& data) {
     data.recordingState.kind = RecordingState::Idle{};
     data.lastTranscription = QStringLiteral("Hello");
+    data.transcriptionPasteFailed = true;
   });
-  f.change([](AppStateData& data) { data.transcriptionPasteFailed = true; });
-  take("on-clipboard");
   f.isTextOnClipboard = false;
-  f.change([](AppStateData& data) { data.errorMessage = QStringLiteral("x"); });
-  take("ready");
-  f.change([](AppStateData& data) { data.transcriptionPasteFailed = false; });
-  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
-  take("pasted");
-  f.change([](AppStateData& data) {
+  take("ready", [](AppStateData& data) { data.errorMessage = QStringLiteral("x"); });
+  take("nothing-heard", [](AppStateData& data) {
     data.lastTranscription.clear();
     data.dictationNotice = DictationNotice::nothingHeard;
-    data.showRecordingDialog = true;
   });
-  take("nothing-heard");
   f.executor.advance(std::chrono::milliseconds(1500));
   f.settle();
   EXPECT_FALSE(window->isVisible());
@@ -188,15 +170,13 @@ TEST_P(Pictures, OfTheOverlay) {
 
 TEST_P(Pictures, OfTheToasts) {
   DesktopFixture& f = make();
-  f.interface->notices().showToast(localizedText("transcription.error.network.generic"), false);
-  f.settle();
-  keep(f.interface->errorToastWindow().window(), QStringLiteral("toast"));
-  f.interface->notices().showToast(localizedText("transcription.error.modelProtected"), true);
-  f.settle();
-  QQuickWindow* const window = f.interface->errorToastWindow().window();
-  EXPECT_EQ(window->width(), 360);
-  EXPECT_TRUE(window->isVisible());
-  keep(window, QStringLiteral("toast-critical"));
+  for (const auto& [key, isCritical] :
+       {std::pair("transcription.error.network.generic", false), {"transcription.error.modelProtected", true}}) {
+    f.interface->notices().showToast(localizedText(key), isCritical);
+    f.settle();
+    keep(f.interface->errorToastWindow().window(),
+         isCritical ? QStringLiteral("toast-critical") : QStringLiteral("toast"));
+  }
   f.interface->showModeToast(QStringLiteral("E-mail"));
   f.settle();
 }

@@ -3,8 +3,7 @@
 #include <QScreen>
 #include <QTest>
 
-#include "app/desktop/IconPainter.h"
-#include "app/desktop/OverlayPlace.h"
+#include "app/windows/OverlayPlace.h"
 #include "desktop/Keyboard.h"
 
 namespace quillmere {
@@ -30,7 +29,30 @@ int expectNames(QQuickWindow* window, const char* where) {
   return controls;
 }
 
-TEST(Windows, EveryControlHasAName) {
+class WindowsTest : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList()); }
+  // The main window with the keyboard.
+  bool open(const QString& page = {}) {
+    window = activeWindow(f, page);
+    return window != nullptr;
+  }
+  // The control that has the keyboard, after Return.
+  QString enter() {
+    press(f, Qt::Key_Return);
+    return focused(f);
+  }
+  void search(const QString& text) {
+    type(f, text);
+    f.executor.advance(300ms);
+    f.settle();
+  }
+
+  DesktopFixture f;
+  QQuickWindow* window = nullptr;
+};
+
+TEST(AccessibleNamesTest, OfEveryControl) {
   QAccessible::setActive(true);
   for (const bool hasHistory : {true, false}) {
     DesktopFixture f(QStringLiteral("en"), hasHistory);
@@ -63,32 +85,25 @@ TEST(Windows, EveryControlHasAName) {
   QAccessible::setActive(false);
 }
 
-TEST(Windows, PillStandsInTheMiddleAboveTheEdge) {
-  EXPECT_EQ(overlayPlace(QRect(0, 0, 1920, 1040), QSize(200, 40)), QPoint(860, 960));
+TEST_F(WindowsTest, PillStandsInTheMiddleAboveTheEdge) {
   EXPECT_EQ(overlayPlace(QRect(1920, 30, 1001, 770), QSize(200, 40)), QPoint(2321, 720));
-  EXPECT_EQ(toastPlace(QRect(0, 0, 1920, 1040), QSize(360, 60)), QPoint(780, 892));
-
-  DesktopFixture f;
   f.change([](AppStateData& data) { data.showRecordingDialog = true; });
-  QQuickWindow* const window = f.interface->overlayWindow().window();
-  const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+  QQuickWindow* const pill = f.interface->overlayWindow().window();
   f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
-  EXPECT_GT(window->width(), 200);
-  EXPECT_EQ(window->position(), overlayPlace(screen, window->size())) << "grows about its middle";
+  EXPECT_GT(pill->width(), 200);
+  EXPECT_EQ(pill->position(), overlayPlace(QGuiApplication::primaryScreen()->availableGeometry(), pill->size()))
+      << "grows about its middle";
 }
 
 // With the mouse, which is all that the pill has.
-TEST(Windows, PillIsWorkedByClicks) {
-  DesktopFixture f;
+TEST_F(WindowsTest, PillIsWorkedByClicks) {
   f.change([](AppStateData& data) { data.showRecordingDialog = true; });
   f.change([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
-  QQuickWindow* const window = f.interface->overlayWindow().window();
+  window = f.interface->overlayWindow().window();
   const auto click = [&](const char* name) {
-    QPointF place(20, 20);  // the ground
-    for (QQuickItem* item : itemsOf(window))
-      if (name && accessibleName(item) == QString::fromUtf8(name))
-        place = item->mapToScene(item->boundingRect().center());
-    EXPECT_TRUE(!name || place != QPointF(20, 20)) << name;
+    QQuickItem* const item = name ? itemNamed(window, QString::fromUtf8(name)) : nullptr;
+    EXPECT_EQ(item != nullptr, name != nullptr);
+    const QPointF place = item ? item->mapToScene(item->boundingRect().center()) : QPointF(20, 20);  // the ground
     QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, place.toPoint());
     f.settle();
   };
@@ -114,11 +129,9 @@ TEST(Windows, PillIsWorkedByClicks) {
   EXPECT_TRUE(f.state.data().showRecordingDialog) << "until it was seen that it is copied";
   click(nullptr);
   EXPECT_FALSE(f.state.data().showRecordingDialog);
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
-TEST(Windows, LocalKeysAnswerTheQuestion) {
-  DesktopFixture f;  // without an interceptor
+TEST_F(WindowsTest, LocalKeysAnswerTheQuestion) {
   f.interface->showWindow();
   f.change([](AppStateData& data) {
     data.showRecordingDialog = true;
@@ -134,105 +147,59 @@ TEST(Windows, LocalKeysAnswerTheQuestion) {
   EXPECT_EQ(f.stops, 1);
 }
 
-TEST(Windows, MainWindowRemembersItsPlaceAndPage) {
-  DesktopFixture f;
+TEST_F(WindowsTest, MainWindowRemembersItsPlaceAndPage) {
   f.interface->showWindow(QStringLiteral("models"));
   f.settle();
-  QQuickWindow* window = f.interface->mainWindow().window();
-  EXPECT_EQ(window->minimumSize(), QSize(720, 480));
-  window->setGeometry(20, 30, 730, 500);
+  f.interface->mainWindow().window()->setGeometry(20, 30, 730, 500);
   f.settle();
   f.interface->hideWindow();
-  EXPECT_EQ(f.defaults.value(QStringLiteral("mainWindowPlace")).toString(), QStringLiteral("20 30 730 500"));
-  for (const char* stored : {"20 30 730 500", "9999 9999 730 500", "1 2 3", "a b c d", "-50 -900 100 100"}) {
-    f.defaults.setValue(QStringLiteral("mainWindowPlace"), QString::fromLatin1(stored));
+  const QString place = QStringLiteral("mainWindowPlace"), kept = f.defaults.value(place).toString();
+  EXPECT_EQ(kept, QStringLiteral("20 30 730 500"));
+  for (const QString& stored : {kept, QStringLiteral("9999 9999 730 500"), QStringLiteral("1 2 3"),
+                                QStringLiteral("a b c d"), QStringLiteral("-50 -900 100 100")}) {
+    f.defaults.setValue(place, stored);
     DesktopQml qml(false, Logging());
     MainWindow second(qml, f.state, f.defaults);
-    second.addPage({QStringLiteral("history"), QStringLiteral("sidebar.history"), QStringLiteral("history"),
-                    QStringLiteral("EmptyNote")});
-    second.addPage({QStringLiteral("models"), QStringLiteral("sidebar.models"), QStringLiteral("models"),
-                    QStringLiteral("EmptyNote")});
+    for (const QString& page : {QStringLiteral("history"), QStringLiteral("models")})
+      second.addPage({page, QStringLiteral("sidebar.") + page, page, QStringLiteral("EmptyNote")});
     EXPECT_EQ(second.page(), QStringLiteral("models"));
-    const QRect place = second.window()->geometry();
-    EXPECT_GE(place.width(), 720);
-    EXPECT_GE(place.height(), 480);
-    if (QLatin1String(stored) == QLatin1String("20 30 730 500")) {
-      EXPECT_EQ(place, QRect(20, 30, 730, 500));
-    }
+    const QRect geometry = second.window()->geometry();
+    EXPECT_GE(geometry.width(), 720);
+    EXPECT_GE(geometry.height(), 480);
+    EXPECT_TRUE(stored != kept || geometry == QRect(20, 30, 730, 500));
   }
 }
 
-TEST(Windows, HistoryIsWorkedByKeyboard) {
-  DesktopFixture f;
-  QQuickWindow* const window = activeWindow(f, QStringLiteral("models"));
-  ASSERT_NE(window, nullptr);
+TEST_F(WindowsTest, HistoryIsWorkedByKeyboard) {
+  ASSERT_TRUE(open(QStringLiteral("models")));
   press(f, Qt::Key_F, Qt::ControlModifier);
   EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("history"));
-  type(f, QStringLiteral("figures"));
-  f.executor.advance(300ms);
-  f.settle();
-  EXPECT_EQ(f.interface->history().searchText(), QStringLiteral("figures"));
+  search(QStringLiteral("figures"));
   EXPECT_EQ(f.interface->history().totalCount(), 1);
   press(f, Qt::Key_Down);
   press(f, Qt::Key_C, Qt::ControlModifier);
-  ASSERT_EQ(f.copied.size(), 1);
-  EXPECT_TRUE(f.copied[0].startsWith(QStringLiteral("The quarterly figures")));
+  EXPECT_TRUE(f.copied.value(0).startsWith(QStringLiteral("The quarterly figures")));
   // Delete asks first, and the answer at hand is no.
   press(f, Qt::Key_Delete);
-  ASSERT_NE(window->activeFocusItem(), nullptr);
-  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Cancel"));
-  press(f, Qt::Key_Return);
-  f.executor.advance(300ms);
-  f.settle();
+  EXPECT_EQ(focused(f), QStringLiteral("Cancel"));
+  EXPECT_TRUE(enter().startsWith(QStringLiteral("The quarterly figures"))) << "back in its row";
   EXPECT_EQ(f.store->countTranscripts(), 5);
-  EXPECT_TRUE(focused(f).startsWith(QStringLiteral("The quarterly figures"))) << "back in its row";
   // Escape: first the search, then the window.
   press(f, Qt::Key_Escape);
-  f.executor.advance(300ms);
-  f.settle();
-  EXPECT_EQ(f.interface->history().searchText(), QString());
+  search({});
   EXPECT_EQ(f.interface->history().totalCount(), 5);
   EXPECT_TRUE(f.interface->isWindowVisible());
   press(f, Qt::Key_Escape);
   EXPECT_FALSE(f.interface->isWindowVisible());
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
-// A recording that is opened shows how loud it is.
-TEST(Windows, HistoryDrawsARecording) {
-  DesktopFixture f;
-  QQuickWindow* const window = activeWindow(f);
-  ASSERT_NE(window, nullptr);
-  const auto bars = [&] {
-    for (QQuickItem* item : itemsOf(window))
-      if (accessibleName(item) == QStringLiteral("How loud the recording is")) return item;
-    return static_cast<QQuickItem*>(nullptr);
-  };
-  press(f, Qt::Key_F, Qt::ControlModifier);
-  press(f, Qt::Key_Down);
-  press(f, Qt::Key_Return);
-  EXPECT_EQ(bars(), nullptr) << "the first has no recording";
-  press(f, Qt::Key_Down);
-  press(f, Qt::Key_Return);
-  ASSERT_TRUE(f.settleUntil([&] { return bars() && bars()->width() > 300; }));
-  EXPECT_EQ(bars()->childItems().size(), WaveformVisualizer::barCount + 1) << "the bars, and what repeats them";
-  press(f, Qt::Key_Return);
-  EXPECT_EQ(bars(), nullptr);
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
-}
-
-TEST(Windows, FirstRunIsWorkedByKeyboard) {
-  DesktopFixture f;
+TEST_F(WindowsTest, FirstRunIsWorkedByKeyboard) {
   f.state.update([](AppStateData& data) { data.showOnboarding = true; });
-  f.interface->showWindow();
-  QQuickWindow* const window = f.interface->mainWindow().window();
-  ASSERT_NE(window, nullptr);
-  window->requestActivate();
-  ASSERT_TRUE(f.settleUntil([&] { return window->isActive() && f.interface->firstRun()->isActive(); }));
+  ASSERT_TRUE(open());
+  ASSERT_TRUE(f.settleUntil([&] { return f.interface->firstRun()->isActive(); }));
   f.speak();
   EXPECT_TRUE(f.interface->microphone().hasHeard());
-  ASSERT_NE(window->activeFocusItem(), nullptr);
-  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Continue")) << "at hand from the start";
+  EXPECT_EQ(focused(f), QStringLiteral("Continue")) << "at hand from the start";
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->firstRun()->step(), 1);
   EXPECT_TRUE(f.recorders.running.empty());
@@ -252,30 +219,23 @@ TEST(Windows, FirstRunIsWorkedByKeyboard) {
   ASSERT_TRUE(tabTo(f, QStringLiteral("Field to dictate into")));
   press(f, Qt::Key_A, Qt::NoModifier, QStringLiteral("a"));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Dictate")));
-  press(f, Qt::Key_Return);
+  EXPECT_EQ(enter(), QStringLiteral("Field to dictate into")) << "where the text goes";
   EXPECT_EQ(f.trials, 1);
-  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Field to dictate into"))
-      << "where the text goes";
   EXPECT_TRUE(f.interface->isTryingDictation());
   // Escape puts the window away; the first run is still to be finished.
   press(f, Qt::Key_Escape);
   EXPECT_FALSE(f.interface->isWindowVisible());
   EXPECT_FALSE(f.state.data().hasCompletedOnboarding);
-  f.interface->showWindow();
-  window->requestActivate();
-  ASSERT_TRUE(f.settleUntil([&] { return window->isActive(); }));
+  ASSERT_TRUE(open());
   ASSERT_TRUE(tabTo(f, QStringLiteral("Finish")));
   press(f, Qt::Key_Return);
   EXPECT_TRUE(f.state.data().hasCompletedOnboarding);
   press(f, Qt::Key_Comma, Qt::ControlModifier);
   EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("settings"));
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
-TEST(Windows, SettingsAreWorkedByKeyboard) {
-  DesktopFixture f;
-  QQuickWindow* const window = activeWindow(f, QStringLiteral("settings"));
-  ASSERT_NE(window, nullptr);
+TEST_F(WindowsTest, SettingsAreWorkedByKeyboard) {
+  ASSERT_TRUE(open(QStringLiteral("settings")));
   ASSERT_TRUE(tabTo(f, QStringLiteral("Cut silence before it becomes text")));
   press(f, Qt::Key_Space);
   EXPECT_FALSE(f.settings.general().enableVAD());
@@ -297,38 +257,31 @@ TEST(Windows, SettingsAreWorkedByKeyboard) {
   press(f, Qt::Key_3, Qt::NoModifier, QStringLiteral("3"));
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.settings.clipboardRestoreDelaySeconds(), 3);
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
 }
 
-TEST(Windows, ModesAndWordsAreWorkedByKeyboard) {
-  DesktopFixture f;
-  QQuickWindow* const window = activeWindow(f, QStringLiteral("modes"));
-  ASSERT_NE(window, nullptr);
+TEST_F(WindowsTest, ModesAndWordsAreWorkedByKeyboard) {
+  ASSERT_TRUE(open(QStringLiteral("modes")));
   ASSERT_TRUE(tabTo(f, QStringLiteral("New mode")));
-  press(f, Qt::Key_Return);
-  EXPECT_EQ(accessibleName(window->activeFocusItem()), QStringLiteral("Name"));
+  EXPECT_EQ(enter(), QStringLiteral("Name"));
   EXPECT_GE(expectNames(window, "mode editor"), 6);
   type(f, QStringLiteral("Default"));
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->modes().count(), 2) << "the name is taken";
   press(f, Qt::Key_A, Qt::ControlModifier);
   type(f, QStringLiteral("Letters"));
-  press(f, Qt::Key_Return);
+  EXPECT_EQ(enter(), QStringLiteral("New mode")) << "where the editor came from";
   EXPECT_EQ(f.interface->modes().count(), 3);
-  EXPECT_EQ(focused(f), QStringLiteral("New mode")) << "where the editor came from";
   // The list is one stop, and its buttons are those of the current row.
   press(f, Qt::Key_Tab);
   EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Default.")));
   press(f, Qt::Key_End);
   EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Letters.")));
-  press(f, Qt::Key_Return);
-  EXPECT_EQ(focused(f), QStringLiteral("Name"));
+  EXPECT_EQ(enter(), QStringLiteral("Name"));
   press(f, Qt::Key_Escape);
   EXPECT_TRUE(focused(f).startsWith(QStringLiteral("Letters."))) << "the row that was edited";
   // Delete asks first, and the answer at hand is no.
   ASSERT_TRUE(tabTo(f, QStringLiteral("Delete the mode Letters")));
-  press(f, Qt::Key_Return);
-  EXPECT_EQ(focused(f), QStringLiteral("Cancel"));
+  EXPECT_EQ(enter(), QStringLiteral("Cancel"));
   press(f, Qt::Key_Escape);
   EXPECT_TRUE(f.interface->isWindowVisible());
   EXPECT_EQ(f.interface->modes().count(), 3);
@@ -344,27 +297,12 @@ TEST(Windows, ModesAndWordsAreWorkedByKeyboard) {
   ASSERT_TRUE(tabTo(f, QStringLiteral("Remove Zug")));
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.interface->vocabulary().count(), 0);
-  EXPECT_EQ(f.log->lines(LogLevel::warning), QStringList());
-}
-
-TEST(Windows, SignsSayWhatTheyAreFor) {
-  DesktopFixture f;
-  QQuickWindow* const window = activeWindow(f, QStringLiteral("modes"));
-  ASSERT_NE(window, nullptr);
-  ASSERT_TRUE(tabTo(f, QStringLiteral("Delete the mode Default")));
-  EXPECT_TRUE(f.settleUntil([&] {
-    for (QQuickItem* item : itemsOf(window))
-      if (item->property("text") == QStringLiteral("Delete the mode Default")) return true;
-    return false;
-  }));
 }
 
 // What people call their modes and words, and what they say, is nobody's markup.
-TEST(Windows, TextIsShownAsItIs) {
-  DesktopFixture f;
+TEST_F(WindowsTest, TextIsShownAsItIs) {
   f.store->addVocabularyItem(QStringLiteral("<img src=\"file:///x\">"));
-  QQuickWindow* const window = activeWindow(f);
-  ASSERT_NE(window, nullptr);
+  ASSERT_TRUE(open());
   int texts = 0;
   const auto expectPlain = [&](QQuickWindow* shown) {
     for (QQuickItem* item : itemsOf(shown))
@@ -384,32 +322,18 @@ TEST(Windows, TextIsShownAsItIs) {
   EXPECT_GT(texts, 50);
 }
 
-TEST(Windows, TrayTellsTheStateAndOffersTheModes) {
+TEST(TrayIconTest, OffersTheModes) {
   DesktopFixture f(QStringLiteral("en"), true, true);
   TrayIcon* const tray = f.interface->tray();
   ASSERT_NE(tray, nullptr);
-  EXPECT_EQ(tray->toolTip(), QStringLiteral("Quillmere: Ready. Mode: Default"));
-  const QList<QAction*> actions = tray->menu().actions();
-  EXPECT_EQ(actions[0]->text(), QStringLiteral("Record"));
-  EXPECT_FALSE(actions[1]->isVisible());
-  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
-  EXPECT_EQ(actions[0]->text(), QStringLiteral("Stop recording"));
-  EXPECT_TRUE(actions[1]->isVisible());
-  actions[0]->trigger();
-  EXPECT_EQ(f.toggles, 1);
-  actions[1]->trigger();
-  EXPECT_EQ(f.cancels, 1);
-  f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Idle{}; });
-  const QList<QAction*> modes = actions[2]->menu()->actions();
-  ASSERT_EQ(modes.size(), 2);
-  EXPECT_TRUE(modes[0]->isChecked());
-  EXPECT_EQ(modes[1]->text(), QStringLiteral("E-mail && notes"));
-  modes[1]->trigger();
+  const auto modes = [tray] { return tray->menu().actions()[2]->menu()->actions(); };
+  ASSERT_EQ(modes().size(), 2);
+  EXPECT_EQ(modes()[1]->text(), QStringLiteral("E-mail && notes"));
+  modes()[1]->trigger();
   EXPECT_EQ(f.state.data().selectedModeName, QStringLiteral("E-mail & notes"));
   f.settle();
-  EXPECT_TRUE(actions[2]->menu()->actions()[1]->isChecked());
-  f.interface->app().setMicrophone({}, false);
-  EXPECT_TRUE(tray->toolTip().contains(QStringLiteral("microphone")));
+  EXPECT_TRUE(modes()[1]->isChecked());
+  EXPECT_EQ(tray->toolTip(), QStringLiteral("Quillmere: Ready. Mode: E-mail & notes"));
 
   // The state is seen without colours too.
   const auto shape = [](AppStateViewModel::TrayState state) {
@@ -418,7 +342,7 @@ TEST(Windows, TrayTellsTheStateAndOffersTheModes) {
   EXPECT_NE(shape(AppStateViewModel::TrayState::ready), shape(AppStateViewModel::TrayState::unable));
 }
 
-TEST(Windows, NoticesWaitForTheInterface) {
+TEST(DesktopNoticesTest, NoticesWaitForTheInterface) {
   DesktopNotices notices;
   for (int i = 0; i < 6; ++i) notices.showToast(QString::number(i), false);
   struct Target final : UserNotices {
@@ -429,21 +353,6 @@ TEST(Windows, NoticesWaitForTheInterface) {
   notices.showToast(QStringLiteral("now"), true);
   EXPECT_EQ(target.shown, (QStringList{QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4"),
                                        QStringLiteral("5"), QStringLiteral("now")}));
-}
-
-TEST(IconPainter, DrawsEveryIconWithinItsBounds) {
-  for (const QString& name : IconPainter::names()) {
-    const QImage image = IconPainter::image(name, Qt::black, 64);
-    int inked = 0, edge = 0;
-    for (int y = 0; y < 64; ++y)
-      for (int x = 0; x < 64; ++x) {
-        const bool isInked = qAlpha(image.pixel(x, y)) > 20;
-        inked += isInked;
-        edge += isInked && (x == 0 || y == 0 || x == 63 || y == 63);
-      }
-    EXPECT_GT(inked, 60) << qPrintable(name);
-    EXPECT_EQ(edge, 0) << qPrintable(name) << " is cut off";
-  }
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <QApplication>
 
-#include "app/desktop/DesktopQml.h"
+#include "app/windows/DesktopQml.h"
 #include "support/SkipGuard.h"
 
 // Windows need an application with a platform; offscreen unless told otherwise.

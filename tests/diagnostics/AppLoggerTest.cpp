@@ -1,6 +1,5 @@
 #include "diagnostics/AppLogger.h"
 
-#include "diagnostics/BeforeSend.h"
 #include "support/FakeCrashReporter.h"
 #include "support/FakeLogArchive.h"
 
@@ -27,11 +26,13 @@ class AppLoggerTest : public ::testing::Test {
   AppLogger logger{Logging(), reporter, archive, clock, [this] { return isOn; }, [this] { return random; }};
 };
 
-TEST_F(AppLoggerTest, AFailedLoadReportsAlwaysAndAFailedSaveOnlyWithTheUsersLeave) {
+TEST_F(AppLoggerTest, OnlyAFailedLoadIsReportedWithoutTheUsersLeave) {
   start();
   for (const bool on : {true, false}) {
     isOn = on;
     reporter.events.clear();
+    reporter.breadcrumbs.clear();
+    logger.addBreadcrumb({"one", "audio.toggle", ReportLevel::info, {}});
     logger.logCoreData({Store::StoreLoad{}}, failure());
     logger.logCoreData({Store::Save{}}, failure());
     logger.logTranscription({Operation::Failure{failure()}});
@@ -41,6 +42,7 @@ TEST_F(AppLoggerTest, AFailedLoadReportsAlwaysAndAFailedSaveOnlyWithTheUsersLeav
     EXPECT_EQ(messages, on ? QStringList({"Failed to load persistent store", "Core Data save failed",
                                           "Transcription failed", "Recorder stopped"})
                            : QStringList({"Failed to load persistent store"}));
+    EXPECT_EQ(reporter.breadcrumbs.size(), on ? 1 : 0);
   }
 }
 
@@ -50,13 +52,9 @@ TEST_F(AppLoggerTest, ExpectedAudioConditionsAreNeverReported) {
     return AnyError(PlatformError{QString::fromLatin1(domain), code, "d"});
   };
   const std::pair<AnyError, bool> cases[] = {
-      {AudioError{AudioError::Kind::noPermission, {}}, false},
       {AudioError{AudioError::Kind::recordingTooShort, {}}, false},
-      {AudioError{AudioError::Kind::noInputNode, {}}, true},
       {platform("Quillmere.AudioError", 1), false},
-      {platform("Quillmere.AudioError", 12), false},
       {platform("Quillmere.AudioError", 2), true},
-      {platform("sqlite", 1), true},
   };
   for (const auto& [error, isReported] : cases) {
     reporter.events.clear();
@@ -66,11 +64,8 @@ TEST_F(AppLoggerTest, ExpectedAudioConditionsAreNeverReported) {
 }
 
 TEST_F(AppLoggerTest, RecentLogsAreScrubbedLineByLine) {
-  EXPECT_EQ(logger.recentLogs(5, 2), QString());
   archive.write(clock.now().addSecs(-301), "too old");
-  archive.write(clock.now().addSecs(-300), "just within");
-  EXPECT_EQ(logger.recentLogs(5, 2), "just within");
-  archive.write(clock.now(), "open /home/ada/x");
+  archive.write(clock.now().addSecs(-300), "open /home/ada/x");
   archive.write(clock.now(), "a@b.cd");
   EXPECT_EQ(logger.recentLogs(5, 2), "open /home/[REDACTED]/x\n[EMAIL_REDACTED]");
   archive.failure = PlatformError{"filesystem", 13, "Permission denied"};
@@ -85,38 +80,14 @@ TEST_F(AppLoggerTest, AReportCarriesTheErrorTheCallersDataAndTheLogs) {
   options.message = "Save failed";
   options.tags = {{"stage", "save"}};
   options.extra = {{"n", 3}, {"recent_logs", "overwritten"}};
-  options.level = ReportLevel::warning;
   logger.captureError(failure(7), options);
   ASSERT_EQ(reporter.events.size(), 1);
   const CrashEvent& event = reporter.events[0];
   EXPECT_EQ(event.message, "Save failed");
-  EXPECT_EQ(event.errorDomain, "sqlite");
   EXPECT_EQ(event.errorCode, 7);
-  EXPECT_EQ(event.level, ReportLevel::warning);
   EXPECT_EQ(event.tags.value("stage"), "save");
   EXPECT_EQ(event.extra, (QVariantMap{{"n", 3}, {"recent_logs", "line of /home/[REDACTED]/"}}));
   EXPECT_EQ(event.fingerprint, QStringList({"{{ default }}", "Save failed", errorTypeName(failure())}));
-}
-
-TEST_F(AppLoggerTest, FingerprintAndLogsFollowTheOptions) {
-  start();
-  ReportOptions options;
-  options.attachRecentLogs = false;
-  logger.captureError(failure(), options);
-  options.message = "m";
-  options.fingerprint = QStringList{"own"};
-  logger.captureError(failure(), options);
-  options.fingerprint = QStringList{};
-  logger.captureError(failure(), options);
-  archive.failure = PlatformError{};
-  options.attachRecentLogs = true;
-  logger.captureError(failure(), options);
-  ASSERT_EQ(reporter.events.size(), 4);
-  EXPECT_TRUE(reporter.events[0].fingerprint.isEmpty());
-  EXPECT_EQ(reporter.events[1].fingerprint, QStringList("own"));
-  EXPECT_TRUE(reporter.events[2].fingerprint.isEmpty());
-  EXPECT_EQ(archive.asked, 1);
-  EXPECT_TRUE(reporter.events[3].extra.isEmpty());
 }
 
 TEST_F(AppLoggerTest, SamplingDrawsOnlyBelowOne) {
@@ -126,9 +97,8 @@ TEST_F(AppLoggerTest, SamplingDrawsOnlyBelowOne) {
     double drawn;
     bool goesOn;
   };
-  for (const Case& each :
-       {Case{std::nullopt, 0.99, true}, Case{1.0, 0.99, true}, Case{2.0, 0.99, true}, Case{0.5, 0.5, true},
-        Case{0.5, 0.51, false}, Case{0.5, 0.1, true}, Case{0.0, 0.0, false}, Case{-1.0, 0.0, false}}) {
+  for (const Case& each : {Case{std::nullopt, 0.99, true}, Case{1.0, 0.99, true}, Case{0.5, 0.5, true},
+                           Case{0.5, 0.51, false}, Case{0.0, 0.0, false}}) {
     reporter.events.clear();
     random = each.drawn;
     ReportOptions options;
@@ -138,7 +108,7 @@ TEST_F(AppLoggerTest, SamplingDrawsOnlyBelowOne) {
   }
 }
 
-TEST_F(AppLoggerTest, WithoutADsnNothingStartsAndNothingIsReported) {
+TEST_F(AppLoggerTest, StartsOnceAndOnlyWithADsn) {
   logger.startCrashReporting({});
   DeploymentValues empty;
   empty.crashReportDsn = QString();
@@ -147,39 +117,12 @@ TEST_F(AppLoggerTest, WithoutADsnNothingStartsAndNothingIsReported) {
   EXPECT_FALSE(reporter.isStarted());
   EXPECT_TRUE(reporter.events.isEmpty());
   EXPECT_EQ(archive.asked, 0);  // the log isn't read for nothing
-}
-
-TEST_F(AppLoggerTest, TheReporterStartsOnceWithTheDeploymentsValues) {
-  DeploymentValues values;
-  values.crashReportDsn = "dsn";
-  values.crashReportEnvironment = QString();
-  values.systemVersion = "Debian 12";
-  values.architecture = "x86_64";
-  values.processorCount = 8;
-  logger.startCrashReporting(values);
-  logger.startCrashReporting(values);
-  ASSERT_EQ(reporter.starts, 1);
-  const CrashReporterOptions& options = *reporter.startedWith;
-  EXPECT_EQ(options.environment, "production");
-  EXPECT_EQ(options.release, "quillmere@unknown");
-  EXPECT_EQ(options.tags, (QMap<QString, QString>{{"macos_version", "Debian 12"},
-                                                  {"build_number", "unknown"},
-                                                  {"architecture", "x86_64"},
-                                                  {"cpu_cores", "8"},
-                                                  {"environment", "production"}}));
+  start();
+  start();
+  EXPECT_EQ(reporter.starts, 1);
   CrashEvent event;
   event.extra = {{"text", 1}};
-  ASSERT_TRUE(options.beforeSend);
-  EXPECT_EQ(options.beforeSend(event).extra.value("text"), "[redacted]");
-}
-
-TEST_F(AppLoggerTest, BreadcrumbsFollowTheSettingAtOnce) {
-  start();
-  logger.addBreadcrumb({"one", "audio.toggle", ReportLevel::info, {}});
-  isOn = false;
-  logger.addBreadcrumb({"two", "audio.toggle", ReportLevel::info, {}});
-  ASSERT_EQ(reporter.breadcrumbs.size(), 1);
-  EXPECT_EQ(reporter.breadcrumbs[0].message, "one");
+  EXPECT_EQ(reporter.startedWith->beforeSend(event).extra.value("text"), "[redacted]");
 }
 
 }  // namespace

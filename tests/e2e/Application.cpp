@@ -4,24 +4,18 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDir>
-#include <QFile>
 #include <QJsonDocument>
 
 #include "e2e/Eventually.h"
 #include "e2e/Microphone.h"
+#include "support/Files.h"
 
 namespace quillmere {
 namespace {
 
-QString built(const char* name) {
-  return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/src/app/") + QString::fromLatin1(name);
-}
-
 QDBusMessage ask(const char* method, const QVariantList& arguments = {}) {
-  auto call = QDBusMessage::createMethodCall(QStringLiteral("com.quillmere.Quillmere"),
-                                             QStringLiteral("/com/quillmere/Quillmere"),
-                                             QStringLiteral("com.quillmere.Quillmere"), QString::fromLatin1(method));
+  auto call = QDBusMessage::createMethodCall("com.quillmere.Quillmere", "/com/quillmere/Quillmere",
+                                             "com.quillmere.Quillmere", QString::fromLatin1(method));
   call.setArguments(arguments);
   call.setAutoStartService(false);
   return QDBusConnection::sessionBus().call(call, QDBus::Block, 10000);
@@ -33,16 +27,13 @@ Application::Application(const QList<std::pair<QString, QString>>& settings) {
   const QString home = qEnvironmentVariable("DESKTOP_FOLDER");
   for (const char* folder : {"data/quillmere", "config/quillmere", "home/Documents"})
     QDir(home + u'/' + QString::fromLatin1(folder)).removeRecursively();
-  const QString models = home + QStringLiteral("/data/quillmere/models");
+  const QString models = home + "/data/quillmere/models";
   QDir().mkpath(models);
-  QFile::link(qEnvironmentVariable("QUILLMERE_STARTER_MODEL"), models + QStringLiteral("/ggml-tiny.en.bin"));
-  QDir().mkpath(home + QStringLiteral("/config/quillmere"));
-  QFile file(home + QStringLiteral("/config/quillmere/quillmere.conf"));
-  if (file.open(QIODevice::WriteOnly)) file.write("[General]\nhasCompletedOnboarding=true\n");
-  file.close();
+  QFile::link(qEnvironmentVariable("QUILLMERE_STARTER_MODEL"), models + "/ggml-tiny.en.bin");
+  writeFile(home + "/config/quillmere/quillmere.conf", "[General]\nhasCompletedOnboarding=true\n");
   command({"modes", "edit", "Default", "--model", "tiny.en"});
-  set(QStringLiteral("clipboardRestoreDelaySeconds"), QStringLiteral("2"));
-  for (const auto& [key, value] : settings) set(key, value);
+  command({"settings", "set", "clipboardRestoreDelaySeconds", "2"});
+  for (const auto& [key, value] : settings) command({"settings", "set", key, value});
 }
 
 Application::~Application() {
@@ -52,9 +43,9 @@ Application::~Application() {
 bool Application::start(const QStringList& arguments) {
   process_ = std::make_unique<QProcess>();
   process_->setStandardOutputFile(QProcess::nullDevice());
-  process_->setStandardErrorFile(qEnvironmentVariable("DESKTOP_FOLDER") + QStringLiteral("/log/quillmere-desktop.log"),
+  process_->setStandardErrorFile(qEnvironmentVariable("DESKTOP_FOLDER") + "/log/quillmere-desktop.log",
                                  QIODevice::Append);
-  process_->start(built("quillmere-desktop"), arguments);
+  process_->start(program("quillmere-desktop"), arguments);
   if (!process_->waitForStarted()) return false;
   return eventually([&] { return process_->state() == QProcess::NotRunning || !status().isEmpty(); }) && isRunning();
 }
@@ -79,20 +70,12 @@ void Application::kill() {
   process_->waitForFinished();
 }
 
-Application::Output Application::command(const QStringList& arguments, const QByteArray& input, int timeoutMs) {
-  QProcess process;
-  process.start(built("quillmere"), arguments);
-  process.write(input);
-  process.closeWriteChannel();
-  if (!process.waitForFinished(timeoutMs)) {
-    process.kill();
-    process.waitForFinished();
-  }
-  return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+QString Application::program(const char* name) {
+  return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/" + name;
 }
 
-bool Application::set(const QString& key, const QString& value) {
-  return command({QStringLiteral("settings"), QStringLiteral("set"), key, value}).code == 0;
+Tool Application::command(const QStringList& arguments) {
+  return Tool::run(program("quillmere"), arguments, 120000);
 }
 
 void Application::toggle() {
@@ -110,32 +93,35 @@ QJsonObject Application::status() const {
 }
 
 QString Application::state() const {
-  return status()[QStringLiteral("state")].toString();
+  return status()["state"].toString();
 }
 
 bool Application::waitForState(const QString& wanted) const {
   return eventually([&] { return state() == wanted || !isRunning(); }, std::chrono::seconds(60)) && isRunning();
 }
 
-bool Application::dictate(double seconds) {
+bool Application::record(double seconds) {
   toggle();
-  if (!waitForState(QStringLiteral("recording"))) return false;
-  Microphone microphone;
-  microphone.speak(seconds);
-  toggle();
-  return waitForState(QStringLiteral("idle"));
+  if (!waitForState("recording")) return false;
+  Microphone().speak(seconds);
+  return true;
 }
 
-QList<QJsonObject> Application::history() {
+bool Application::dictate(double seconds) {
+  if (!record(seconds)) return false;
+  toggle();
+  return waitForState("idle");
+}
+
+QList<QJsonObject> Application::history(const QStringList& options) {
   QList<QJsonObject> rows;
-  for (const QByteArray& line : command({"history", "--json"}).out.split('\n'))
+  for (const QByteArray& line : command(QStringList{"history", "--json"} + options).out.split('\n'))
     if (!line.trimmed().isEmpty()) rows << QJsonDocument::fromJson(line).object();
   return rows;
 }
 
 QByteArray Application::errors() const {
-  QFile file(qEnvironmentVariable("DESKTOP_FOLDER") + QStringLiteral("/log/quillmere-desktop.log"));
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  return readFile(qEnvironmentVariable("DESKTOP_FOLDER") + "/log/quillmere-desktop.log");
 }
 
 }  // namespace quillmere

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <memory>
 
+#include "e2e/Tool.h"
+
 namespace quillmere {
 
 // The built desktop application in the home of this desktop, started and driven as a user or a compositor would.
@@ -21,13 +23,10 @@ class Application {
   bool isRunning() const;
   qint64 processId() const;
 
+  // The built program of that name.
+  static QString program(const char* name);
   // The command line of the same home: `quillmere ARGUMENT...`.
-  struct Output {
-    int code = -1;
-    QByteArray out, err;
-  };
-  static Output command(const QStringList& arguments, const QByteArray& input = {}, int timeoutMs = 120000);
-  static bool set(const QString& key, const QString& value);
+  static Tool command(const QStringList& arguments);
 
   void toggle();
   void cancel();
@@ -35,11 +34,13 @@ class Application {
   QString state() const;
   // "idle", "recording", "transcribing", ...
   bool waitForState(const QString& state) const;
-  // Records while the words are spoken into the microphone, stops and waits until it is idle again.
+  // Records while the words are spoken into the microphone.
+  bool record(double seconds = 3.2);
+  // The same, then stops and waits until it is idle again.
   bool dictate(double seconds = 3.2);
 
   // Newest first, as `quillmere history --json` gives them.
-  static QList<QJsonObject> history();
+  static QList<QJsonObject> history(const QStringList& options = {});
   // What it wrote to its error stream.
   QByteArray errors() const;
 

@@ -16,9 +16,7 @@ class Clipboard {
   bool own(const QString& type, const QByteArray& bytes) {
     release();
     owner_ = std::make_unique<QProcess>();
-    owner_->start(QStringLiteral("xclip"),
-                  {QStringLiteral("-selection"), QStringLiteral("clipboard"), QStringLiteral("-quiet"),
-                   QStringLiteral("-t"), type, QStringLiteral("-i")});
+    owner_->start("xclip", {"-selection", "clipboard", "-quiet", "-t", type, "-i"});
     owner_->write(bytes);
     owner_->closeWriteChannel();
     return eventually([&] { return read(type) == bytes; });
@@ -31,12 +29,7 @@ class Clipboard {
   }
 
   static QByteArray read(const QString& type) {
-    return Tool::run(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard"),
-                                               QStringLiteral("-t"), type, QStringLiteral("-o")})
-        .out;
-  }
-  static QStringList types() {
-    return QString::fromUtf8(read(QStringLiteral("TARGETS"))).split(u'\n', Qt::SkipEmptyParts);
+    return Tool::run("xclip", {"-selection", "clipboard", "-t", type, "-o"}).out;
   }
 
  private:

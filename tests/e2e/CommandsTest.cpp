@@ -13,10 +13,6 @@
 namespace quillmere {
 namespace {
 
-QString program() {
-  return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere";
-}
-
 QStringList recordings() {
   return QDir(qEnvironmentVariable("HOME") + "/Documents/quillmere/recordings")
       .entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot);
@@ -31,79 +27,60 @@ QMap<QString, QString> verdicts(const QByteArray& json) {
   return found;
 }
 
-TEST(DictateTest, PrintsWhatIsSpokenUntilTheTimeIsOver) {
+TEST(DictateTest, EndsWithEnterWithSilenceAndWithItsTime) {
   const Application home;
-  Microphone microphone;
-  microphone.start();
-  const auto result = Application::command({"dictate", "--seconds", "5", "--timings"});
-  EXPECT_EQ(result.code, 0) << result.err.toStdString();
-  EXPECT_TRUE(wordsOf(QString::fromUtf8(result.out)).contains("fellow")) << result.out.toStdString();
-  EXPECT_TRUE(result.err.contains("stop to text")) << result.err.toStdString();
+  TextField field(TextField::Kind::qtLine);
+  ASSERT_TRUE(field.isReady());
+  for (const QStringList& options : {QStringList{"-q", "--no-history"},
+                                     {"-q", "--silence", "1", "--no-history"},
+                                     {"-q", "--seconds", "5", "--no-history", "--type"},
+                                     {"--seconds", "5", "--timings"}}) {
+    SCOPED_TRACE(options.join(' ').toStdString());
+    QProcess process;
+    process.start(Application::program("quillmere"), QStringList("dictate") + options);
+    ASSERT_TRUE(process.waitForStarted());
+    Microphone().speak();
+    if (!options.contains("--silence") && !options.contains("--seconds")) process.write("\n");
+    ASSERT_TRUE(process.waitForFinished(60000));
+    const QByteArray printed = process.readAllStandardOutput(), said = process.readAllStandardError();
+    EXPECT_EQ(process.exitCode(), 0) << said.toStdString();
+    const QString text = options.contains("--type") ? field.eventualText() : QString::fromUtf8(printed);
+    EXPECT_TRUE(wordsOf(text).contains("americans")) << text.toStdString();
+    if (options.contains("--no-history")) {
+      EXPECT_TRUE(Application::history().isEmpty());
+      EXPECT_EQ(recordings(), QStringList());
+    } else {
+      EXPECT_TRUE(said.contains("stop to text")) << said.toStdString();
+    }
+  }
   const auto rows = Application::history();
   ASSERT_EQ(rows.size(), 1);
   EXPECT_EQ(rows[0]["status"].toString(), "completed");
 }
 
-TEST(DictateTest, EndsWithEnterAndWithSilence) {
-  const Application home;
-  for (const QStringList& arguments :
-       {QStringList{"dictate", "-q", "--no-history"}, {"dictate", "-q", "--silence", "1", "--no-history"}}) {
-    SCOPED_TRACE(arguments.join(' ').toStdString());
+TEST(DictateTest, ASignalKeepsTheRecordingForLater) {
+  const struct {
+    int signal;
+    QStringList filter;
+    const char* status;
+  } cases[] = {{SIGINT, {"--discarded"}, "discarded"}, {SIGHUP, {}, "failed"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.status);
+    const Application home;
     QProcess process;
-    process.start(program(), arguments);
+    process.start(Application::program("quillmere"), {"dictate", "-q"});
     ASSERT_TRUE(process.waitForStarted());
-    Microphone microphone;
-    microphone.speak();
-    if (!arguments.contains("--silence")) process.write("\n");
-    ASSERT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-    EXPECT_TRUE(wordsOf(QString::fromUtf8(process.readAllStandardOutput())).contains("americans"));
+    ASSERT_TRUE(eventually([] { return !recordings().isEmpty(); }));
+    Microphone().speak(1.6);
+    ::kill(pid_t(process.processId()), c.signal);
+    ASSERT_TRUE(process.waitForFinished(20000));
+    EXPECT_EQ(process.exitCode(), 130);
+    const auto rows = Application::history(c.filter);
+    ASSERT_EQ(rows.size(), 1);
+    EXPECT_EQ(rows[0]["status"].toString(), c.status);
+    EXPECT_EQ(Application::history().isEmpty(), c.signal == SIGINT);
+    EXPECT_EQ(recordings().size(), 1);
   }
-  EXPECT_TRUE(Application::history().isEmpty());
-  EXPECT_EQ(recordings(), QStringList());
-}
-
-TEST(DictateTest, AnInterruptPutsTheRecordingAmongTheDiscarded) {
-  const Application home;
-  QProcess process;
-  process.start(program(), {"dictate", "-q"});
-  ASSERT_TRUE(process.waitForStarted());
-  ASSERT_TRUE(eventually([] { return !recordings().isEmpty(); }));
-  QThread::msleep(1200);
-  ::kill(pid_t(process.processId()), SIGINT);
-  ASSERT_TRUE(process.waitForFinished(20000));
-  EXPECT_EQ(process.exitCode(), 130);
-  EXPECT_TRUE(Application::history().isEmpty());
-  const auto discarded = QJsonDocument::fromJson(Application::command({"history", "--discarded", "--json"}).out);
-  EXPECT_EQ(discarded["status"].toString(), "discarded");
-  EXPECT_EQ(recordings().size(), 1);
-}
-
-TEST(DictateTest, TheEndOfTheTerminalKeepsTheRecordingForLater) {
-  const Application home;
-  QProcess process;
-  process.start(program(), {"dictate", "-q"});
-  ASSERT_TRUE(process.waitForStarted());
-  ASSERT_TRUE(eventually([] { return !recordings().isEmpty(); }));
-  Microphone().speak(1.6);
-  ::kill(pid_t(process.processId()), SIGHUP);
-  ASSERT_TRUE(process.waitForFinished(20000));
-  EXPECT_EQ(process.exitCode(), 130);
-  const auto history = Application::history();
-  ASSERT_EQ(history.size(), 1);
-  EXPECT_EQ(history[0]["status"].toString(), "failed");
-  EXPECT_EQ(recordings().size(), 1);
-}
-
-TEST(DictateTest, TypesIntoTheFieldWithTheKeyboard) {
-  const Application home;
-  TextField field(TextField::Kind::qtLine);
-  ASSERT_TRUE(field.isReady());
-  Microphone microphone;
-  microphone.start();
-  const auto result = Application::command({"dictate", "-q", "--seconds", "5", "--type"});
-  EXPECT_EQ(result.code, 0) << result.err.toStdString();
-  EXPECT_TRUE(wordsOf(field.eventualText()).contains("fellow"));
 }
 
 TEST(DoctorTest, FindsTheDesktopWell) {
@@ -113,23 +90,20 @@ TEST(DoctorTest, FindsTheDesktopWell) {
   const auto result = Application::command({"doctor", "--json"});
   EXPECT_EQ(result.code, 0) << result.out.toStdString();
   const auto found = verdicts(result.out);
-  EXPECT_EQ(found.size(), 9);
+  EXPECT_TRUE(found.contains("microphone"));
   for (auto check = found.begin(); check != found.end(); ++check)
     EXPECT_EQ(check.value(), "ok") << check.key().toStdString();
 }
 
 TEST(DoctorTest, SaysWhatIsMissing) {
   const Application home;
-  struct Case {
-    const char* variable;
-    const char* value;
-    const char* check;
-    const char* verdict;
+  const struct {
+    const char *variable, *value, *check, *verdict;
     int code;
-  };
-  for (const Case& c :
-       {Case{"PULSE_SERVER", "unix:/nowhere", "sound", "failed", 1}, Case{"DISPLAY", "", "display", "warning", 0},
-        Case{"XDG_DATA_HOME", "/tmp/quillmere-empty-home", "model", "failed", 1}}) {
+  } cases[] = {{"PULSE_SERVER", "unix:/nowhere", "sound", "failed", 1},
+               {"DISPLAY", "", "display", "warning", 0},
+               {"XDG_DATA_HOME", "/tmp/quillmere-empty-home", "model", "failed", 1}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.check);
     const bool wasSet = qEnvironmentVariableIsSet(c.variable);
     const QByteArray before = qgetenv(c.variable);
@@ -150,7 +124,7 @@ TEST(ControlTest, TheApplicationSaysThatItNeedsADisplay) {
   for (const auto& [arguments, code] : {std::pair<QStringList, int>{{}, 1}, {{"--version"}, 0}}) {
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere-desktop", arguments);
+    process.start(Application::program("quillmere-desktop"), arguments);
     ASSERT_TRUE(process.waitForFinished(20000));
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(process.exitCode(), code);
@@ -165,26 +139,6 @@ TEST(ControlTest, TellsWhenNobodyListens) {
     EXPECT_EQ(result.code, 1) << command;
     EXPECT_TRUE(result.err.contains("not running")) << result.err.toStdString();
   }
-}
-
-TEST(ControlTest, ASecondStartShowsTheFirstAndCancelThrowsAway) {
-  Application application;
-  ASSERT_TRUE(application.start({"--hidden"}));
-  QProcess second;
-  second.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/src/app/quillmere-desktop", QStringList());
-  ASSERT_TRUE(second.waitForFinished(20000));
-  EXPECT_EQ(second.exitCode(), 0);
-  EXPECT_TRUE(application.isRunning());
-
-  EXPECT_EQ(Application::command({"toggle"}).code, 0);
-  ASSERT_TRUE(application.waitForState("recording"));
-  const auto status = QJsonDocument::fromJson(Application::command({"status", "--json"}).out).object();
-  EXPECT_EQ(status["state"].toString(), "recording");
-  EXPECT_EQ(Application::command({"cancel"}).code, 0);
-  ASSERT_TRUE(application.waitForState("idle"));
-  EXPECT_TRUE(Application::history().isEmpty());
-  EXPECT_EQ(Application::command({"quit"}).code, 0);
-  EXPECT_TRUE(eventually([&] { return !application.isRunning(); }));
 }
 
 }  // namespace

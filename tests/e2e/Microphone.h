@@ -1,8 +1,8 @@
 #pragma once
-#include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 
+#include "support/Files.h"
+#include "support/SampleMedia.h"
 #include "support/SpeechClip.h"
 
 namespace quillmere {
@@ -18,29 +18,14 @@ class Microphone {
     process_.waitForFinished(60000);
   }
   void start(double seconds = 3.2) {
-    const QString path = folder_.filePath(QStringLiteral("speech.wav"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) return;
-    // Half a second of silence behind the words, as a speaker leaves it.
-    file.write(wave(SpeechClip::pcm().left(qsizetype(seconds * 16000) * 2) + SpeechClip::silence(0.5)));
-    file.close();
-    process_.start(QStringLiteral("paplay"), {QStringLiteral("-d"), QStringLiteral("mic_feed"), path});
+    const QString path = folder_.filePath("speech.wav");
+    // Half a second of silence after the words, as a speaker leaves it.
+    writeFile(path, SampleMedia::wav(
+                        16000, 1, SpeechClip::pcm().left(qsizetype(seconds * 16000) * 2) + SpeechClip::silence(0.5)));
+    process_.start("paplay", {"-d", "mic_feed", path});
     process_.waitForStarted();
   }
   bool isSpeaking() { return !process_.waitForFinished(1) && process_.state() == QProcess::Running; }
-  void stop() {
-    process_.kill();
-    process_.waitForFinished();
-  }
-
-  static QByteArray wave(const QByteArray& pcm) {
-    const auto number = [](quint32 value, int bytes) {
-      return QByteArray(reinterpret_cast<const char*>(&value), bytes);
-    };
-    return "RIFF" + number(quint32(36 + pcm.size()), 4) + "WAVEfmt " + number(16, 4) + number(1, 2) + number(1, 2) +
-           number(16000, 4) + number(32000, 4) + number(2, 2) + number(16, 2) + "data" +
-           number(quint32(pcm.size()), 4) + pcm;
-  }
 
  private:
   QTemporaryDir folder_;

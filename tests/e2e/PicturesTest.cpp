@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
 #include <QImage>
+#include <QJsonDocument>
 #include <QSet>
 
 #include "e2e/Application.h"
@@ -10,6 +9,7 @@
 #include "e2e/Microphone.h"
 #include "e2e/TextField.h"
 #include "e2e/Tool.h"
+#include "support/Files.h"
 
 namespace quillmere {
 namespace {
@@ -59,21 +59,34 @@ TEST(PicturesTest, ThePillShowsWhatHappensAndLeavesTheKeyboardAlone) {
   EXPECT_EQ(Tool::run("xdotool", {"getactivewindow"}).text(), active);
 }
 
-TEST(PicturesTest, TheWindowOpensOnlyWhereItIsWanted) {
+TEST(PicturesTest, TheWindowOpensOnlyWhereItIsWantedAndCommandsDriveTheRest) {
   Application application;
   ASSERT_TRUE(application.start({"--hidden"}));
   EXPECT_FALSE(eventually([] { return windowIsShown(); }, std::chrono::milliseconds(700)));
+  QProcess second;
+  second.start(Application::program("quillmere-desktop"), QStringList());
+  ASSERT_TRUE(second.waitForFinished(20000));
+  EXPECT_EQ(second.exitCode(), 0);
+  EXPECT_TRUE(application.isRunning());
   EXPECT_EQ(Application::command({"show"}).code, 0);
   EXPECT_TRUE(eventually([] { return windowIsShown(); }));
   QThread::msleep(500);  // until it has drawn itself
   EXPECT_GT(colors(picture("window"), QRect(400, 300, 800, 400)), 8);
+
+  EXPECT_EQ(Application::command({"toggle"}).code, 0);
+  ASSERT_TRUE(application.waitForState("recording"));
+  const auto status = QJsonDocument::fromJson(Application::command({"status", "--json"}).out);
+  EXPECT_EQ(status["state"].toString(), "recording");
+  EXPECT_EQ(Application::command({"cancel"}).code, 0);
+  ASSERT_TRUE(application.waitForState("idle"));
+  EXPECT_TRUE(Application::history().isEmpty());
+  EXPECT_EQ(Application::command({"quit"}).code, 0);
+  EXPECT_TRUE(eventually([&] { return !application.isRunning(); }));
 }
 
 TEST(PicturesTest, AFreshInstallationOpensTheFirstRun) {
   Application application;
-  QFile settings(qEnvironmentVariable("DESKTOP_FOLDER") + "/config/quillmere/quillmere.conf");
-  ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-  settings.close();
+  writeFile(qEnvironmentVariable("DESKTOP_FOLDER") + "/config/quillmere/quillmere.conf");
   ASSERT_TRUE(application.start());
   EXPECT_TRUE(eventually([] { return windowIsShown(); }));
   QThread::msleep(1500);  // the first run comes half a second behind the window

@@ -1,50 +1,42 @@
 #include "e2e/TextField.h"
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QUuid>
 
 #include "e2e/Eventually.h"
 #include "e2e/Tool.h"
+#include "support/Files.h"
 
 namespace quillmere {
 
-TextField::TextField(Kind kind)
-    : kind_(kind), title_(QStringLiteral("field-") + QUuid::createUuid().toString(QUuid::Id128).left(8)) {
+TextField::TextField(Kind kind) : kind_(kind), title_("field-" + QUuid::createUuid().toString(QUuid::Id128).left(8)) {
   process_.setStandardErrorFile(QProcess::nullDevice());
-  const auto zenity = [&](const QStringList& arguments) {
-    process_.start(QStringLiteral("zenity"), arguments + QStringList{QStringLiteral("--title"), title_});
-  };
+  const QString target = qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/tests/targets/text_target";
   switch (kind) {
     case Kind::gtkEntry:
-      zenity({QStringLiteral("--entry"), QStringLiteral("--text=Words")});
+      process_.start("zenity", {"--entry", "--text=Words", "--title", title_});
       break;
     case Kind::gtkPassword:
-      zenity({QStringLiteral("--entry"), QStringLiteral("--hide-text"), QStringLiteral("--text=Secret")});
-      break;
-    case Kind::gtkEditor:
-      zenity({QStringLiteral("--text-info"), QStringLiteral("--editable")});
+      process_.start("zenity", {"--entry", "--hide-text", "--text=Secret", "--title", title_});
       break;
     case Kind::gtk4Editor:
       startGtk4();
       break;
     case Kind::qtLine:
-      startQt("line");
+      process_.start(target, {"--kind", "line", "--window-title", title_});
       break;
     case Kind::qtPassword:
-      startQt("password");
+      process_.start(target, {"--kind", "password", "--window-title", title_});
       break;
     case Kind::qtEditor:
-      startQt("edit");
+      process_.start(target, {"--kind", "edit", "--window-title", title_});
       break;
     case Kind::chromiumTextarea:
       startChromium();
       break;
     case Kind::terminal:
-      process_.start(QStringLiteral("xterm"),
-                     {QStringLiteral("-T"), title_, QStringLiteral("-e"), QStringLiteral("sh"), QStringLiteral("-c"),
-                      QStringLiteral("cat > '%1/typed'").arg(folder_.path())});
+      process_.start("xterm", {"-T", title_, "-e", "sh", "-c", "cat > '" + savedPath() + "'"});
       break;
   }
   isReady_ = process_.waitForStarted() && waitUntilActive();
@@ -55,39 +47,28 @@ TextField::~TextField() {
   process_.waitForFinished();
 }
 
-void TextField::startQt(const char* field) {
-  process_.start(qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/tests/targets/text_target"),
-                 {QStringLiteral("--kind"), QString::fromLatin1(field), QStringLiteral("--window-title"), title_});
-}
-
 // The document is a file of the window's name, which text() has saved.
 void TextField::startGtk4() {
-  QFile document(folder_.filePath(title_));
-  if (!document.open(QIODevice::WriteOnly)) return;
-  document.close();
+  const QString document = writeFile(folder_.filePath(title_));
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  environment.insert(QStringLiteral("GSK_RENDERER"), QStringLiteral("cairo"));
+  environment.insert("GSK_RENDERER", "cairo");
   process_.setProcessEnvironment(environment);
-  process_.start(QStringLiteral("gnome-text-editor"), {QStringLiteral("--standalone"), document.fileName()});
+  process_.start("gnome-text-editor", {"--standalone", document});
 }
 
 void TextField::startChromium() {
-  QFile page(folder_.filePath(QStringLiteral("page.html")));
-  if (!page.open(QIODevice::WriteOnly)) return;
-  page.write("<!doctype html><meta charset=utf-8><title>" + title_.toUtf8() +
-             "</title><textarea id=t autofocus rows=8 cols=60></textarea><script>t.focus();"
-             "t.oninput=()=>{document.title='" +
-             title_.toUtf8() + " text:'+t.value}</script>");
-  page.close();
-  process_.start(QStringLiteral("chromium"),
-                 {QStringLiteral("--no-sandbox"), QStringLiteral("--disable-gpu"), QStringLiteral("--no-first-run"),
-                  QStringLiteral("--force-renderer-accessibility"), QStringLiteral("--disable-background-networking"),
-                  QStringLiteral("--user-data-dir=") + folder_.filePath(QStringLiteral("profile")),
-                  QStringLiteral("--app=file://") + page.fileName()});
+  const QString page = writeFile(folder_.filePath("page.html"),
+                                 "<!doctype html><meta charset=utf-8><title>" + title_.toUtf8() +
+                                     "</title><textarea id=t autofocus rows=8 cols=60></textarea><script>t.focus();"
+                                     "t.oninput=()=>{document.title='" +
+                                     title_.toUtf8() + " text:'+t.value}</script>");
+  process_.start("chromium", {"--no-sandbox", "--disable-gpu", "--no-first-run", "--force-renderer-accessibility",
+                              "--disable-background-networking", "--user-data-dir=" + folder_.filePath("profile"),
+                              "--app=file://" + page});
 }
 
 QString TextField::windowName() const {
-  for (const QString& line : Tool::run(QStringLiteral("wmctrl"), {QStringLiteral("-l")}).text().split(u'\n'))
+  for (const QString& line : Tool::run("wmctrl", {"-l"}).text().split(u'\n'))
     if (const qsizetype at = line.indexOf(title_); at >= 0) return line.mid(at);
   return {};
 }
@@ -95,8 +76,7 @@ QString TextField::windowName() const {
 bool TextField::waitUntilActive() {
   return eventually(
       [&] {
-        const Tool active =
-            Tool::run(QStringLiteral("xdotool"), {QStringLiteral("getactivewindow"), QStringLiteral("getwindowname")});
+        const Tool active = Tool::run("xdotool", {"getactivewindow", "getwindowname"});
         if (active.text().contains(title_)) return true;
         activate();
         return false;
@@ -105,46 +85,42 @@ bool TextField::waitUntilActive() {
 }
 
 void TextField::activate() {
-  Tool::run(QStringLiteral("wmctrl"), {QStringLiteral("-a"), title_});
+  Tool::run("wmctrl", {"-a", title_});
+}
+
+QString TextField::savedText() const {
+  return QFile::exists(savedPath()) ? QString::fromUtf8(readFile(savedPath())).trimmed() : QString();
 }
 
 QString TextField::text() {
+  const auto press = [this](const char* key) {
+    activate();
+    Tool::run("xdotool", {"key", key});
+  };
   switch (kind_) {
     case Kind::gtkEntry:
     case Kind::gtkPassword:
-    case Kind::gtkEditor:
       if (process_.state() == QProcess::Running) {
-        activate();
-        if (kind_ == Kind::gtkEditor)  // Return would be a line of text: over to the button
-          Tool::run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+Tab")});
-        Tool::run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
+        press("Return");
         process_.waitForFinished(10000);
       }
       return QString::fromUtf8(process_.readAllStandardOutput()).trimmed();
-    case Kind::gtk4Editor: {
-      activate();
-      Tool::run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("ctrl+s")});
-      QFile document(folder_.filePath(title_));
-      return document.open(QIODevice::ReadOnly) ? QString::fromUtf8(document.readAll()).trimmed() : QString();
-    }
+    case Kind::gtk4Editor:
+      press("ctrl+s");
+      return savedText();
     case Kind::qtLine:
     case Kind::qtPassword:
     case Kind::qtEditor:
       process_.waitForReadyRead(20);
       pending_ += process_.readAllStandardOutput();
-      for (qsizetype end; (end = pending_.indexOf('\n')) >= 0; pending_.remove(0, end + 1)) {
-        const QJsonObject line = QJsonDocument::fromJson(pending_.left(end)).object();
-        if (line.contains(QStringLiteral("text"))) lastQtText_ = line[QStringLiteral("text")].toString();
-      }
+      for (qsizetype end; (end = pending_.indexOf('\n')) >= 0; pending_.remove(0, end + 1))
+        lastQtText_ = QJsonDocument::fromJson(pending_.left(end))["text"].toString();
       return lastQtText_;
     case Kind::chromiumTextarea:
-      return windowName().section(QStringLiteral(" text:"), 1);
-    case Kind::terminal: {
-      activate();
-      Tool::run(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
-      QFile typed(folder_.filePath(QStringLiteral("typed")));
-      return typed.open(QIODevice::ReadOnly) ? QString::fromUtf8(typed.readAll()).trimmed() : QString();
-    }
+      return windowName().section(" text:", 1);
+    case Kind::terminal:
+      press("Return");
+      return savedText();
   }
   return {};
 }

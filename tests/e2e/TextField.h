@@ -9,17 +9,7 @@ namespace quillmere {
 // tells whether it came.
 class TextField {
  public:
-  enum class Kind {
-    gtkEntry,
-    gtkPassword,
-    gtkEditor,
-    gtk4Editor,
-    qtLine,
-    qtPassword,
-    qtEditor,
-    chromiumTextarea,
-    terminal
-  };
+  enum class Kind { gtkEntry, gtkPassword, gtk4Editor, qtLine, qtPassword, qtEditor, chromiumTextarea, terminal };
   explicit TextField(Kind kind);
   ~TextField();
 
@@ -33,10 +23,12 @@ class TextField {
   void activate();
 
  private:
-  void startQt(const char* field);
   void startChromium();
   void startGtk4();
   QString windowName() const;
+  // The file that an editor's document or a terminal's input goes to; what it holds.
+  QString savedPath() const { return folder_.filePath(title_); }
+  QString savedText() const;
   bool waitUntilActive();
 
   Kind kind_;

@@ -4,17 +4,14 @@
 
 namespace quillmere {
 
-// One run of a command-line tool of the desktop (xdotool, xclip, pactl, ...).
+// One run of a command-line program to its end.
 struct Tool {
   int code = -1;
-  QByteArray out;
-  QByteArray err;
+  QByteArray out, err;
 
-  static Tool run(const QString& program, const QStringList& arguments, const QByteArray& input = {},
-                  int timeoutMs = 30000) {
+  static Tool run(const QString& program, const QStringList& arguments, int timeoutMs = 30000) {
     QProcess process;
     process.start(program, arguments);
-    process.write(input);
     process.closeWriteChannel();
     if (!process.waitForFinished(timeoutMs)) {
       process.kill();

@@ -36,8 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
       break;
     case 4: {
       static const QTemporaryDir folder;
-      QFile model(folder.filePath(QStringLiteral("model.bin")));
-      QFile words(folder.filePath(QStringLiteral("vocabulary.txt")));
+      QFile model(folder.filePath("model.bin"));
+      QFile words(folder.filePath("vocabulary.txt"));
       if (!words.exists() && words.open(QIODevice::WriteOnly)) {
         for (int i = 0; i < WhisperVocabulary::wordCount; ++i) words.write(QByteArray::number(i) + '\n');
         words.close();

@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FfmpegAudioResamplerFactory resamplers(log);
   const int file = ::memfd_create("media", MFD_CLOEXEC);
   if (file < 0 || ::write(file, data, size) != ssize_t(size)) std::abort();
-  const QString path = QStringLiteral("/proc/self/fd/%1").arg(file);
+  const QString path = QString("/proc/self/fd/%1").arg(file);
   const std::atomic<bool> stop{false};
   static_cast<void>(readers.durationSeconds(path, stop));
   readAll(readers, resamplers, path, MediaReaderFactory::Output::native);

@@ -49,6 +49,7 @@ struct Fixture : InterfaceFixture {
   explicit Fixture(int count = 0) {
     for (int i = 0; i < count; ++i) add(QStringLiteral("number %1").arg(i), -i * 60);
     store->save();
+    make();
   }
   void make() {
     HistoryIntents intents;
@@ -70,11 +71,13 @@ struct Fixture : InterfaceFixture {
   TranscriptPtr addFailed() {
     const TranscriptPtr transcript = add(QStringLiteral("Transcription failed: no luck."), 1);
     transcript->status = QStringLiteral("failed");
-    transcript->audioFilePath = folder.filePath(QStringLiteral("kept.wav"));
-    QFile file(*transcript->audioFilePath);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    store->save();
+    transcript->audioFilePath = writeFile(folder.filePath(QStringLiteral("kept.wav")));
+    save();
     return transcript;
+  }
+  void save() {
+    store->save();
+    executor.runReady();
   }
   QVariant at(int row, int role) const { return model->data(model->index(row), role); }
   QString text(int row) const { return at(row, HistoryModel::excerptRole).toString(); }
@@ -88,13 +91,11 @@ TEST(HistoryModel, ComesInPagesWithHeadings) {
   f.make();
   EXPECT_EQ(f.model->rowCount(), 50);
   EXPECT_EQ(f.model->totalCount(), 121);
-  EXPECT_TRUE(f.model->canFetchMore({}));
   // A new one pushes the others down: none comes twice.
   f.add(QStringLiteral("newest"), 5);
   f.store->save();
   f.model->fetchMore({});
   f.executor.runReady();
-  f.model->fetchMore({});
   while (f.model->canFetchMore({})) f.model->fetchMore({});
   EXPECT_EQ(f.model->rowCount(), 122);
   QSet<QString> ids;
@@ -104,11 +105,14 @@ TEST(HistoryModel, ComesInPagesWithHeadings) {
   EXPECT_EQ(f.at(0, HistoryModel::dayRole), QStringLiteral("Today"));
   EXPECT_EQ(f.at(121, HistoryModel::dayRole), QStringLiteral("Tuesday"));
   EXPECT_EQ(f.at(121, HistoryModel::detailsRole).toString(), QStringLiteral("20:00 · 5\u00A0s"));
+  // The next day the headings are others.
+  f.clock.set(f.clock.now().addDays(1));
+  f.model->refresh();
+  EXPECT_EQ(f.at(0, HistoryModel::dayRole), QStringLiteral("Yesterday"));
 }
 
 TEST(HistoryModel, SearchesBehindTheTyping) {
   Fixture f(60);
-  f.make();
   int resets = 0;
   QObject::connect(f.model.get(), &QAbstractItemModel::modelReset, f.model.get(), [&] { ++resets; });
   f.model->setSearchText(QStringLiteral("numb"));
@@ -125,8 +129,7 @@ TEST(HistoryModel, SearchesBehindTheTyping) {
   // What comes in meanwhile shows only if it is meant.
   f.add(QStringLiteral("other"), 10);
   f.add(QStringLiteral("number 4 again"), 11);
-  f.store->save();
-  f.executor.runReady();
+  f.save();
   EXPECT_EQ(f.model->totalCount(), 12);
   EXPECT_EQ(f.text(0), QStringLiteral("number 4 again"));
   f.model->setSearchText(QString());
@@ -137,44 +140,35 @@ TEST(HistoryModel, SearchesBehindTheTyping) {
 
 TEST(HistoryModel, FollowsTheStoreWithoutLosingItsPlace) {
   Fixture f(10);
-  f.make();
-  int resets = 0, inserted = 0, removed = 0;
-  QList<int> changed;
+  int resets = 0;
   QObject::connect(f.model.get(), &QAbstractItemModel::modelReset, f.model.get(), [&] { ++resets; });
-  QObject::connect(f.model.get(), &QAbstractItemModel::rowsInserted, f.model.get(), [&] { ++inserted; });
-  QObject::connect(f.model.get(), &QAbstractItemModel::rowsRemoved, f.model.get(), [&] { ++removed; });
+  QList<int> changed;
   QObject::connect(f.model.get(), &QAbstractItemModel::dataChanged, f.model.get(),
                    [&](const QModelIndex& from) { changed << from.row(); });
+  const QPersistentModelIndex last = f.model->index(9);
   const TranscriptPtr third = f.store->fetchTranscript(f.id(2));
   f.store->deleteTranscript(f.store->fetchTranscript(f.id(5)));
   third->text = QStringLiteral("corrected");
   f.add(QStringLiteral("newest"), 5);
-  f.store->save();
-  f.executor.runReady();
+  f.save();
   EXPECT_EQ(f.model->rowCount(), 10);
   EXPECT_EQ(f.text(0), QStringLiteral("newest"));
   EXPECT_EQ(f.text(3), QStringLiteral("corrected"));
-  EXPECT_EQ(std::make_tuple(resets, inserted, removed), std::make_tuple(0, 1, 1));
+  EXPECT_EQ(resets, 0);
   EXPECT_EQ(changed, QList<int>{3});
+  EXPECT_EQ(last.data(HistoryModel::excerptRole), QStringLiteral("number 9"));
   // Another order is shown anew.
   third->date = f.clock.now().addSecs(100);
-  f.store->save();
-  f.executor.runReady();
+  f.save();
   EXPECT_EQ(f.text(0), QStringLiteral("corrected"));
-  // The next day the headings are others.
-  f.clock.set(f.clock.now().addDays(1));
-  f.model->refresh();
-  EXPECT_EQ(f.at(0, HistoryModel::dayRole), QStringLiteral("Yesterday"));
 }
 
 TEST(HistoryModel, SaysWhyARecordingFailedAndThatItIsKept) {
   Fixture f;
   f.addFailed();
-  f.make();
   EXPECT_TRUE(f.at(0, HistoryModel::failedRole).toBool());
   EXPECT_TRUE(f.at(0, HistoryModel::retryRole).toBool());
   EXPECT_EQ(f.at(0, HistoryModel::reasonRole).toString(), QStringLiteral("no luck. The recording is safe."));
-  EXPECT_EQ(f.at(0, HistoryModel::textRole).toString(), QString());
   EXPECT_TRUE(f.model->audioFile(f.id(0)).endsWith(QStringLiteral("kept.wav")));
   f.hasFiles = false;
   EXPECT_FALSE(f.at(0, HistoryModel::retryRole).toBool());
@@ -189,12 +183,10 @@ TEST(HistoryModel, SaysWhyARecordingFailedAndThatItIsKept) {
 TEST(HistoryModel, RetriesInPlaceOnce) {
   Fixture f;
   f.addFailed();
-  f.make();
   f.model->retry(f.id(0));
   f.model->retry(f.id(0));
   f.executor.runReady();
   EXPECT_TRUE(f.at(0, HistoryModel::busyRole).toBool());
-  EXPECT_FALSE(f.at(0, HistoryModel::failedRole).toBool());
   f.model->remove(f.id(0));
   f.executor.runUntilIdle();
   EXPECT_EQ(f.model->rowCount(), 1) << "not while it is being transcribed";
@@ -210,7 +202,6 @@ TEST(HistoryModel, AFailedOrCancelledRetryFreesTheRow) {
   for (const bool isCancelled : {false, true}) {
     Fixture f;
     f.addFailed();
-    f.make();
     f.road.isCancelled = isCancelled;
     f.road.error = AnyError{TranscriptionError{TranscriptionError::NoSpeechDetected{}}};
     f.model->retry(f.id(0));
@@ -222,7 +213,6 @@ TEST(HistoryModel, AFailedOrCancelledRetryFreesTheRow) {
   // The window may close in the middle.
   Fixture f;
   f.addFailed();
-  f.make();
   f.model->retry(f.id(0));
   f.executor.runReady();
   f.model.reset();
@@ -231,21 +221,18 @@ TEST(HistoryModel, AFailedOrCancelledRetryFreesTheRow) {
 
 TEST(HistoryModel, KeepsWhatWasThrownAwayApart) {
   Fixture f(2);
-  f.make();
   EXPECT_FALSE(f.model->hasDiscarded());
   const TranscriptPtr thrownAway = f.addFailed();
   thrownAway->status = TranscriptStatus::discarded;
   thrownAway->text.reset();
   thrownAway->date = f.clock.now().addSecs(-90 * 60);
-  f.store->save();
-  f.executor.runReady();
+  f.save();
   EXPECT_EQ(f.model->rowCount(), 2);
   EXPECT_TRUE(f.model->hasDiscarded());
   f.model->setShowsDiscarded(true);
   ASSERT_EQ(f.model->rowCount(), 1);
   EXPECT_EQ(f.text(0), QStringLiteral("Recording of 5\u00A0s, thrown away"));
   EXPECT_EQ(f.at(0, HistoryModel::detailsRole).toString(), QStringLiteral("10:30 · goes for good in 23 h"));
-  EXPECT_FALSE(f.at(0, HistoryModel::failedRole).toBool());
   EXPECT_TRUE(f.at(0, HistoryModel::retryRole).toBool());
   // Taken back, it stands in the history, and the list shows where.
   f.model->retry(f.id(0));
@@ -260,10 +247,8 @@ TEST(HistoryModel, KeepsWhatWasThrownAwayApart) {
 
 TEST(HistoryModel, CopiesTheRewrittenTextAndDeletes) {
   Fixture f(2);
-  f.make();
   f.store->fetchTranscript(f.id(0))->postProcessedText = QStringLiteral("better");
-  f.store->save();
-  f.executor.runReady();
+  f.save();
   f.model->copy(f.id(0));
   EXPECT_EQ(f.copied, QStringList{QStringLiteral("better")});
   EXPECT_TRUE(f.at(0, HistoryModel::detailsRole).toString().endsWith(QStringLiteral("rewritten")));

@@ -36,13 +36,15 @@ TEST(HistoryText, MarksWhatTheSearchMeant) {
     EXPECT_EQ(marked(QString::fromUtf8(text), QString::fromUtf8(search)), QString::fromUtf8(expected)) << search;
 }
 
+TEST(HistoryText, EscapesWhatPeopleSay) {
+  EXPECT_EQ(markedHtml(QStringLiteral("<script> & \"x\""), {{0, 8}}),
+            QStringLiteral("<span class=\"hit\">&lt;script&gt;</span> &amp; &quot;x&quot;"));
+}
+
 TEST(HistoryText, CutsAroundTheFirstHit) {
   const QString word = QStringLiteral("word ");
   const QString longText = word.repeated(100) + QStringLiteral("needle ") + word.repeated(100);
-  const Excerpt start = excerpt(longText, {}, 60);
-  EXPECT_TRUE(start.text.startsWith(QStringLiteral("word word")));
-  EXPECT_TRUE(start.text.endsWith(QStringLiteral("word…"))) << qPrintable(start.text);
-  EXPECT_LE(start.text.size(), 61);
+  EXPECT_TRUE(excerpt(longText, {}, 60).text.endsWith(QStringLiteral("word…")));
   const Excerpt middle = excerpt(longText, QStringLiteral("needle"), 60);
   EXPECT_TRUE(middle.text.startsWith(QStringLiteral("…word"))) << qPrintable(middle.text);
   ASSERT_EQ(middle.hits.size(), 1U);
@@ -51,34 +53,22 @@ TEST(HistoryText, CutsAroundTheFirstHit) {
   EXPECT_EQ(excerpt(QStringLiteral("  a\r\nb\n "), {}, 60).text, QStringLiteral("a b"));
   // No blanks to cut at, and never through a character.
   const QString families = QStringLiteral("👨‍👩‍👧").repeated(40);
-  for (const int length : {10, 11, 12, 13, 14, 15, 16}) {
-    QString cut = excerpt(families, {}, length).text;
-    EXPECT_TRUE(cut.endsWith(u'…'));
-    cut.chop(1);
-    EXPECT_EQ(cut.size() % QStringLiteral("👨‍👩‍👧").size(), 0) << length;
-  }
-}
-
-TEST(HistoryText, EscapesWhatPeopleSay) {
-  const QString text = QStringLiteral("<script> & \"x\"");
-  EXPECT_EQ(markedHtml(text, {{0, 8}}),
-            QStringLiteral("<span class=\"hit\">&lt;script&gt;</span> &amp; &quot;x&quot;"));
-  EXPECT_EQ(markedHtml(text, {}), text.toHtmlEscaped());
+  for (const int length : {10, 11, 12, 13, 14, 15, 16})
+    EXPECT_EQ(excerpt(families, {}, length).text.chopped(1).size() % QStringLiteral("👨‍👩‍👧").size(), 0)
+        << length;
 }
 
 TEST(HistoryText, NamesDaysAndLengths) {
   const TestTexts texts;
   const QLocale english(QLocale::English, QLocale::UnitedKingdom);
   const QDate today(2026, 3, 12);
-  EXPECT_EQ(dayHeading(today, today, english), QStringLiteral("Today"));
-  EXPECT_EQ(dayHeading(today.addDays(-1), today, english), QStringLiteral("Yesterday"));
   EXPECT_EQ(dayHeading(today.addDays(-6), today, english), QStringLiteral("Friday"));
-  EXPECT_EQ(dayHeading(today.addDays(-7), today, english), english.toString(today.addDays(-7), QLocale::LongFormat));
-  EXPECT_EQ(dayHeading(today.addDays(1), today, english), english.toString(today.addDays(1), QLocale::LongFormat));
-  const std::vector<std::pair<double, const char*>> clocks{
-      {0, "0:00"}, {7.99, "0:07"}, {59.9, "0:59"}, {60, "1:00"}, {3600, "1:00:00"}, {-3, "0:00"}, {36'061, "10:01:01"}};
+  for (const int days : {-7, 1})
+    EXPECT_EQ(dayHeading(today.addDays(days), today, english),
+              english.toString(today.addDays(days), QLocale::LongFormat));
+  const std::pair<double, const char*> clocks[] = {
+      {7.99, "0:07"}, {60, "1:00"}, {3600, "1:00:00"}, {-3, "0:00"}, {36'061, "10:01:01"}};
   for (const auto& [seconds, text] : clocks) EXPECT_EQ(clockText(seconds), QLatin1String(text));
-  EXPECT_EQ(durationText(59.4), QStringLiteral("59\u00A0s"));
   EXPECT_EQ(durationText(59.6), QStringLiteral("1:00\u00A0min"));
 }
 
@@ -93,10 +83,7 @@ TEST(HistoryText, KnowsFailuresOldAndNew) {
   EXPECT_EQ(failureText(t), QStringLiteral("no network"));
   t.failedReason = QStringLiteral("The disk is full.");
   EXPECT_EQ(failureText(t), QStringLiteral("The disk is full."));
-  Transcript bare;
-  bare.status = QStringLiteral("failed");
-  EXPECT_TRUE(hasFailed(bare));
-  EXPECT_FALSE(failureText(bare).isEmpty());
+  EXPECT_FALSE(failureText(Transcript()).isEmpty());
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #pragma once
-#include <QFile>
 #include <QTemporaryDir>
 
 #include "core/AppState.h"
@@ -10,6 +9,7 @@
 #include "support/FakeHttpDownloader.h"
 #include "support/FakeNetworkStatus.h"
 #include "support/FakeUserNotices.h"
+#include "support/Files.h"
 #include "support/ManualExecutor.h"
 #include "support/RecordingLogSink.h"
 #include "support/TestTexts.h"
@@ -32,13 +32,15 @@ struct InterfaceFixture {
   AppState state{{executor, defaults, settings, *store, network, notices}, Logging(log)};
   FakeHttpDownloader downloader;
   WorkerPool pool{1};
-  WhisperModelManager models{configuration(), downloader, executor, pool, Logging(log)};
+  WhisperModelManager models;
 
-  explicit InterfaceFixture(const QString& language = QStringLiteral("en")) : texts(language) {}
+  // `server` and `hub`: where models come from; default: `downloader` and the public hub.
+  explicit InterfaceFixture(const QString& language = QStringLiteral("en"), HttpDownloader* server = nullptr,
+                            const QString& hub = {})
+      : texts(language), models(configuration(hub), server ? *server : downloader, executor, pool, Logging(log)) {}
 
   void install(const QString& model) {
-    QFile file(folder.filePath(QStringLiteral("ggml-%1.bin").arg(model)));
-    if (!file.open(QIODevice::WriteOnly) || !file.resize(1'000'000)) qFatal("no model file");
+    writeFile(folder.filePath(QStringLiteral("ggml-%1.bin").arg(model)), QByteArray(1'000'000, '\0'));
     models.scanForModels();
   }
   ModePtr makeMode(const char* name, const char* model = "base") {
@@ -49,8 +51,9 @@ struct InterfaceFixture {
   }
 
  private:
-  WhisperModelManagerConfiguration configuration() const {
+  WhisperModelManagerConfiguration configuration(const QString& hub) const {
     WhisperModelManagerConfiguration configuration;
+    if (!hub.isEmpty()) configuration.hubBaseUrl = [hub] { return hub; };
     configuration.modelsDirectory = folder.path();
     configuration.checksums.clear();
     return configuration;

@@ -2,18 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "core/AppState.h"
+#include "interface/InterfaceFixture.h"
 #include "interface/RecordingDialog.h"
-#include "storage/PersistenceController.h"
-#include "storage/SettingsManager.h"
-#include "support/FakeDefaultsStore.h"
 #include "support/FakeKeyInterceptor.h"
-#include "support/FakeNetworkStatus.h"
 #include "support/FakeRecordingPanel.h"
-#include "support/FakeUserNotices.h"
-#include "support/ManualExecutor.h"
-#include "support/RecordingLogSink.h"
-#include "support/TestTexts.h"
 
 namespace quillmere {
 namespace {
@@ -21,18 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 using Kind = OverlayContent::Kind;
 
-struct Fixture {
-  TestTexts texts;
-  ManualExecutor executor;
-  FakeDefaultsStore defaults;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
-  SettingsManager settings{defaults, StandardFolders{}, Logging(log)};
-  FakeUserNotices notices;
-  FixedClock clock{QDateTime::fromSecsSinceEpoch(1'700'000'000)};
-  std::unique_ptr<PersistenceController> store =
-      std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, Logging(log)));
-  FakeNetworkStatus network;
-  AppState state{{executor, defaults, settings, *store, network, notices}, Logging(log)};
+struct Fixture : InterfaceFixture {
   FakeKeyInterceptor keys;
   FakePanelRecord panel;
   QStringList calls;
@@ -60,6 +41,12 @@ struct Fixture {
   void become() {
     change([](AppStateData& data) { data.recordingState.kind = S{}; });
   }
+  void ask() {
+    change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  }
+  void close() {
+    change([](AppStateData& data) { data.showRecordingDialog = false; });
+  }
   // A text comes out of what ran.
   void arrive(bool isPasteFailed = false) {
     become<RecordingState::Transcribing>();
@@ -86,7 +73,7 @@ TEST(RecordingWindowManager, ShowsADictationFromStartToPaste) {
   EXPECT_EQ(f.kind(), Kind::working);
   f.arrive();
   EXPECT_EQ(f.kind(), Kind::working);
-  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  f.close();
   EXPECT_EQ(f.kind(), Kind::pasted);
   f.executor.advance(899ms);
   EXPECT_EQ(f.panel.open(), 1);
@@ -98,7 +85,7 @@ TEST(RecordingWindowManager, ANewDictationReplacesTheWordOfTheLast) {
   Fixture f;
   f.show();
   f.arrive();
-  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  f.close();
   f.change([](AppStateData& data) { data.lastTranscription.clear(); });
   f.show();
   EXPECT_EQ(f.panel.open(), 1);
@@ -106,17 +93,6 @@ TEST(RecordingWindowManager, ANewDictationReplacesTheWordOfTheLast) {
   f.executor.advance(2s);
   EXPECT_EQ(f.panel.open(), 1);
   EXPECT_EQ(f.kind(), Kind::starting);
-}
-
-TEST(RecordingWindowManager, AbandonedDictationsLeaveAtOnce) {
-  Fixture f;
-  f.show();
-  f.become<RecordingState::Recording>();
-  f.change([](AppStateData& data) {
-    data.recordingState.kind = RecordingState::Idle{};
-    data.showRecordingDialog = false;
-  });
-  EXPECT_EQ(f.panel.open(), 0);
 }
 
 // However a dictation ends without a text, its pill goes. The fields of the end are written one after another around
@@ -171,6 +147,12 @@ TEST(RecordingWindowManager, AClickOnTheGroundTakesAwayWhatNobodyWaitsFor) {
   for (const Case& c : std::initializer_list<Case>{
            {Kind::starting, [](Fixture&) {}, false},
            {Kind::recording, [](Fixture& f) { f.become<RecordingState::Recording>(); }, false},
+           {Kind::question,
+            [](Fixture& f) {
+              f.become<RecordingState::Recording>();
+              f.ask();
+            },
+            false},
            {Kind::working, [](Fixture& f) { f.become<RecordingState::Transcribing>(); }, true},
            {Kind::ready, [](Fixture& f) { f.arrive(true); }, true},
            {Kind::notice,
@@ -179,7 +161,7 @@ TEST(RecordingWindowManager, AClickOnTheGroundTakesAwayWhatNobodyWaitsFor) {
            {Kind::pasted,
             [](Fixture& f) {
               f.arrive();
-              f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+              f.close();
             },
             true}}) {
     Fixture f;
@@ -191,13 +173,6 @@ TEST(RecordingWindowManager, AClickOnTheGroundTakesAwayWhatNobodyWaitsFor) {
     EXPECT_EQ(f.panel.open(), c.leaves ? 0 : 1) << int(c.kind);
     EXPECT_EQ(f.calls, QStringList());
   }
-  Fixture f;
-  f.show();
-  f.become<RecordingState::Recording>();
-  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
-  f.panel.handlers.onGroundClicked();
-  f.executor.runReady();
-  EXPECT_EQ(f.kind(), Kind::recording) << "no harm done";
 }
 
 TEST(RecordingWindowManager, HasButtonsToStopAndCancel) {
@@ -228,7 +203,7 @@ TEST(RecordingWindowManager, ShowsTheNewestDictation) {
       data.recordingState.kind = RecordingState::Idle{};
     });
     EXPECT_EQ(f.kind(), Kind::starting) << isPasting;
-    f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+    f.close();
     EXPECT_EQ(f.panel.open(), 0) << "nothing of it was pasted";
   }
 }
@@ -238,7 +213,7 @@ TEST(RecordingWindowManager, TakesTheKeysOnlyWhileItAsks) {
   f.show();
   f.become<RecordingState::Recording>();
   EXPECT_FALSE(f.keys.isRunning());
-  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.ask();
   EXPECT_TRUE(f.keys.isRunning());
   EXPECT_TRUE(f.windows.isOverlayVisible());
   EXPECT_TRUE(f.windows.dialog()->state().usingCancelOverlayEventTap);
@@ -252,14 +227,13 @@ TEST(RecordingWindowManager, TakesTheKeysOnlyWhileItAsks) {
   EXPECT_EQ(f.calls, QStringList());
   EXPECT_EQ(f.panel.open(), 1);
 
-  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.ask();
   EXPECT_TRUE(f.keys.pressReturn());
   EXPECT_TRUE(f.keys.pressReturn());
   f.executor.runReady();
   EXPECT_EQ(f.calls, QStringList{QStringLiteral("stop")});
   EXPECT_FALSE(f.keys.isRunning());
   EXPECT_EQ(f.panel.open(), 0);
-  EXPECT_TRUE(f.log->contains(QStringLiteral("❌ Recording/transcription cancelled from dialog")));
 }
 
 TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
@@ -267,7 +241,7 @@ TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
   f.keys.isAllowed = false;
   f.show();
   f.become<RecordingState::PostProcessing>();
-  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.ask();
   EXPECT_TRUE(f.panel.hasLocalKeys);
   EXPECT_FALSE(f.windows.dialog()->state().usingCancelOverlayEventTap);
   EXPECT_EQ(f.kind(), Kind::question);
@@ -275,46 +249,28 @@ TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
   f.executor.runReady();
   EXPECT_FALSE(f.panel.hasLocalKeys);
   EXPECT_FALSE(f.state.data().showCancelConfirmation);
-  f.change([](AppStateData& data) { data.showCancelConfirmation = true; });
+  f.ask();
   f.panel.handlers.onConfirmCancel();
   f.executor.runReady();
   EXPECT_EQ(f.calls, QStringList{QStringLiteral("cancel")}) << "what runs is a transcription";
 }
 
 TEST(RecordingWindowManager, KeepsTheTextOfAFailedPasteToBeCopied) {
-  Fixture f;
-  f.show();
-  f.arrive();
-  f.change([](AppStateData& data) { data.transcriptionPasteFailed = true; });
-  EXPECT_EQ(f.kind(), Kind::ready);
-  f.panel.handlers.onCopy();
-  EXPECT_EQ(f.calls, QStringList{QStringLiteral("copy Hello")});
-  f.executor.advance(900ms);
-  EXPECT_FALSE(f.state.data().showRecordingDialog);
-  EXPECT_FALSE(f.state.data().transcriptionPasteFailed);
-  EXPECT_EQ(f.panel.open(), 0);
-}
-
-TEST(RecordingWindowManager, WhatIsTranscribedOnceMoreWaitsToBeCopied) {
-  Fixture f;
-  f.change([](AppStateData& data) {
-    data.pendingRetryAudioPath = QStringLiteral("/kept.wav");
-    data.recordingState.kind = RecordingState::Transcribing{};
-    data.showRecordingDialog = true;
-  });
-  f.arrive();
-  EXPECT_EQ(f.kind(), Kind::ready) << "nobody pastes it";
-}
-
-TEST(RecordingWindowManager, AWaitingTextLeavesInTheEnd) {
-  Fixture f;
-  f.show();
-  f.arrive(true);
-  f.executor.advance(11s);
-  EXPECT_EQ(f.panel.open(), 1);
-  f.executor.advance(2s);
-  EXPECT_EQ(f.panel.open(), 0);
-  EXPECT_EQ(f.executor.timerCount(), 0U);
+  for (const bool isCopied : {true, false}) {
+    Fixture f;
+    f.show();
+    f.arrive(true);
+    EXPECT_EQ(f.kind(), Kind::ready);
+    if (isCopied) f.panel.handlers.onCopy();
+    EXPECT_EQ(f.calls, isCopied ? QStringList{QStringLiteral("copy Hello")} : QStringList());
+    const Duration time = isCopied ? 900ms : 12s;
+    f.executor.advance(time - 1ms);
+    EXPECT_EQ(f.panel.open(), 1);
+    f.executor.advance(1ms);
+    EXPECT_EQ(f.panel.open(), 0);
+    EXPECT_FALSE(f.state.data().transcriptionPasteFailed);
+    EXPECT_EQ(f.executor.timerCount(), 0U);
+  }
 }
 
 TEST(RecordingWindowManager, WithoutTheWindowNothingShows) {
@@ -323,17 +279,8 @@ TEST(RecordingWindowManager, WithoutTheWindowNothingShows) {
   f.show();
   f.become<RecordingState::Recording>();
   f.windows.setLiveMetrics(0.5F, 1);
-  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
+  f.close();
   EXPECT_EQ(f.panel.shown, 0);
-}
-
-TEST(RecordingWindowManager, ComesToTheFrontWhenTheScreensChange) {
-  Fixture f;
-  f.show();
-  f.panel.screensChanged();
-  EXPECT_EQ(f.panel.ordered, 1);
-  f.change([](AppStateData& data) { data.showRecordingDialog = false; });
-  EXPECT_EQ(f.panel.screensChanged, nullptr);
 }
 
 }  // namespace

@@ -23,34 +23,8 @@ TEST(AppStateViewModel, SaysInWordsWhatTheTrayShows) {
   EXPECT_TRUE(app.statusText().contains(QStringLiteral("model")));
   app.setMicrophone({}, false);
   EXPECT_TRUE(app.statusText().contains(QStringLiteral("microphone")));
-  EXPECT_EQ(app.microphoneName(), QStringLiteral("No microphone"));
   f.state.update([](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
   EXPECT_EQ(app.trayStateName(), QStringLiteral("recording")) << "what runs counts more than what is missing";
-  for (const RecordingState& state :
-       {RecordingState{RecordingState::Transcribing{}}, RecordingState{RecordingState::PostProcessing{}},
-        RecordingState{RecordingState::Processing{}}}) {
-    f.state.update([&](AppStateData& data) { data.recordingState = state; });
-    EXPECT_EQ(app.trayStateName(), QStringLiteral("working"));
-  }
-}
-
-TEST(AppStateViewModel, ListsAndSelectsModes) {
-  Fixture f;
-  const ModePtr first = f.makeMode("One");
-  AppStateViewModel app(f.state, f.store.get(), {});
-  int changes = 0;
-  QObject::connect(&app, &AppStateViewModel::modesChanged, &app, [&] { ++changes; });
-  const ModePtr second = f.makeMode("Two");
-  f.store->save();
-  EXPECT_GE(changes, 1);
-  app.selectMode(second->id->toString(QUuid::WithoutBraces));
-  EXPECT_EQ(app.modeName(), QStringLiteral("Two"));
-  ASSERT_GE(app.modes().size(), 2);
-  for (const QVariant& entry : app.modes())
-    EXPECT_EQ(entry.toMap()[QStringLiteral("isSelected")].toBool(),
-              entry.toMap()[QStringLiteral("name")] == QStringLiteral("Two"));
-  app.selectMode(QStringLiteral("unknown"));
-  EXPECT_EQ(app.modeName(), QStringLiteral("Two"));
 }
 
 TEST(DownloadEstimate, FollowsTheSpeedOfTheLastSeconds) {
@@ -72,14 +46,8 @@ struct ModelsFixture : Fixture {
   ModePtr selected = makeMode("One");
   std::unique_ptr<ModelsViewModel> list;
 
-  explicit ModelsFixture(const QByteArray& content = {}) {
+  ModelsFixture() {
     state.selectMode(*selected, false);
-    downloader.answer = [content](const HttpDownloadRequest& request) {
-      if (content.isEmpty()) return FakeHttpAnswer{.statusCode = 404};
-      FakeHttpAnswer answer = FakeHttpDownloader::serve(request, content, "\"e\"");
-      answer.pieceDelay = 100ms;
-      return answer;
-    };
     list = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{
         models, executor, &state, store.get(), &notices, [this](ModePtr m) { chosen.push_back(std::move(m)); }});
   }
@@ -93,9 +61,7 @@ struct ModelsFixture : Fixture {
 
 TEST(ModelsViewModel, ShowsTheCatalogueAndWhatIsHere) {
   ModelsFixture f;
-  EXPECT_EQ(f.list->rowCount(), 11);
   EXPECT_FALSE(f.list->hasModel());
-  EXPECT_FALSE(f.of("base", ModelsViewModel::downloadedRole).toBool());
   EXPECT_TRUE(f.of("base", ModelsViewModel::activeRole).toBool());
   int changes = 0;
   QObject::connect(f.list.get(), &QAbstractItemModel::dataChanged, f.list.get(), [&] { ++changes; });
@@ -113,27 +79,30 @@ TEST(ModelsViewModel, ShowsTheCatalogueAndWhatIsHere) {
   EXPECT_FALSE(f.of("small", ModelsViewModel::downloadedRole).toBool());
 }
 
-TEST(ModelsViewModel, DownloadsWithProgressAndTimeLeft) {
-  ModelsFixture f(QByteArray(4'000'000, 'x'));
-  f.list->download(QStringLiteral("tiny"));
-  f.list->download(QStringLiteral("tiny"));
-  f.executor.runUntil([&] { return f.of("tiny", ModelsViewModel::downloadingRole).toBool(); });
-  EXPECT_EQ(f.of("tiny", ModelsViewModel::progressTextRole).toString(), QStringLiteral("Connecting…"));
-  f.executor.runUntil(
-      [&] { return f.of("tiny", ModelsViewModel::progressTextRole).toString().contains(QStringLiteral("left")); });
+TEST(ModelsViewModel, DownloadsWithProgressAndTimeLeftOrSaysWhyNot) {
+  ModelsFixture f;
+  const auto is = [&f](int role) { return f.of("tiny", role).toBool(); };
+  const auto progressText = [&f] { return f.of("tiny", ModelsViewModel::progressTextRole).toString(); };
+  f.downloader.answer = [](const HttpDownloadRequest& request) {
+    FakeHttpAnswer answer = FakeHttpDownloader::serve(request, QByteArray(4'000'000, 'x'), "\"e\"");
+    answer.pieceDelay = 100ms;
+    return answer;
+  };
+  for (int i = 0; i < 2; ++i) f.list->download(QStringLiteral("tiny"));
+  f.executor.runUntil([&] { return is(ModelsViewModel::downloadingRole); });
+  EXPECT_EQ(progressText(), QStringLiteral("Connecting…"));
+  f.executor.runUntil([&] { return progressText().contains(QStringLiteral("left")); });
   EXPECT_GT(f.of("tiny", ModelsViewModel::progressRole).toDouble(), 0);
   f.list->cancel(QStringLiteral("tiny"));
-  f.executor.runUntil([&] { return !f.of("tiny", ModelsViewModel::downloadingRole).toBool(); });
-  EXPECT_TRUE(f.of("tiny", ModelsViewModel::partialRole).toBool());
+  f.executor.runUntil([&] { return !is(ModelsViewModel::downloadingRole); });
+  EXPECT_TRUE(is(ModelsViewModel::partialRole));
   EXPECT_EQ(f.downloader.requests.size(), 1U);
-}
+  EXPECT_TRUE(f.notices.toasts.empty());
 
-TEST(ModelsViewModel, SaysWhyADownloadFailed) {
-  ModelsFixture f;
+  f.downloader.answer = [](const HttpDownloadRequest&) { return FakeHttpAnswer{.statusCode = 404}; };
   f.list->download(QStringLiteral("tiny"));
   f.executor.runUntil([&] { return !f.notices.toasts.empty(); });
-  EXPECT_FALSE(f.notices.toasts[0].first.isEmpty());
-  EXPECT_FALSE(f.of("tiny", ModelsViewModel::downloadingRole).toBool());
+  EXPECT_FALSE(is(ModelsViewModel::downloadingRole));
 }
 
 }  // namespace

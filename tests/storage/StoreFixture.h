@@ -1,9 +1,9 @@
 #pragma once
-#include <QFile>
 #include <QTemporaryDir>
 
 #include "storage/PersistenceController.h"
 #include "support/FakeErrorReporting.h"
+#include "support/Files.h"
 #include "support/RecordingLogSink.h"
 
 namespace quillmere {
@@ -32,15 +32,7 @@ class StoreFixture : public testing::Test {
     EXPECT_FALSE(opened);
     return opened ? PlatformError{} : opened.error();
   }
-  QByteArray bytes() const {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-  }
-  void writeBytes(const QByteArray& content) const {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(content), content.size());
-  }
+  QByteArray bytes() const { return readFile(path); }
   QStringList reportTexts() const {
     QStringList texts;
     for (const auto& report : reporting.reports) texts << report.options.message.value_or(QString());

@@ -1,7 +1,5 @@
 #include "support/CTranslate2Folder.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFloat16>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,6 +7,8 @@
 #include <cstring>
 #include <map>
 #include <vector>
+
+#include "support/Files.h"
 
 namespace quillmere {
 namespace {
@@ -110,17 +110,12 @@ class ModelWriter {
       const bool isWide = part && part->isWide;
       data += isWide == options_.hasWideWeights ? own : (isWide ? narrowed(own) : widened(own));
     }
-    if (options_.isQuantised && name == "encoder/layer_0/ffn/linear_0/weight") {
-      add(name, shape, 1, QByteArray(data.size() / 2, '\1'));
-      add(name + "_scale", {shape[0]}, 0, QByteArray(qsizetype{4} * shape[0], '\0'));
-    } else {
-      add(name, shape, options_.hasWideWeights ? 0 : 4, data);
-    }
+    add(name, shape, options_.hasWideWeights ? 0 : 4, data);
   }
 
   QByteArray take() const {
     QByteArray out;
-    append(out, options_.version);
+    append(out, quint32{6});
     appendText(out, "WhisperSpec");
     append(out, quint32{3});
     append(out, count_);
@@ -216,14 +211,10 @@ QByteArray CTranslate2Folder::vocabularyBytes(const QByteArray& ggmlModel, Vocab
   return QJsonDocument(QJsonObject{{"model", QJsonObject{{"type", "BPE"}, {"vocab", numbers}}}}).toJson();
 }
 
-bool CTranslate2Folder::write(const QString& folder, const QByteArray& ggmlModel, const Options& options) {
-  const auto writeFile = [&](const char* name, const QByteArray& content) {
-    QFile file(folder + u'/' + QLatin1String(name));
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-  };
-  const char* const names[] = {"tokenizer.json", "vocabulary.json", "vocabulary.txt"};
-  return QDir().mkpath(folder) && writeFile("model.bin", modelBytes(ggmlModel, options)) &&
-         writeFile(names[int(options.vocabulary)], vocabularyBytes(ggmlModel, options.vocabulary));
+void CTranslate2Folder::write(const QString& folder, const QByteArray& ggmlModel, const Options& options) {
+  const char* const names[] = {"/tokenizer.json", "/vocabulary.json", "/vocabulary.txt"};
+  writeFile(folder + "/model.bin", modelBytes(ggmlModel, options));
+  writeFile(folder + names[int(options.vocabulary)], vocabularyBytes(ggmlModel, options.vocabulary));
 }
 
 }  // namespace quillmere

@@ -13,14 +13,12 @@ class CTranslate2Folder {
   struct Options {
     Vocabulary vocabulary = Vocabulary::tokenizerJson;
     bool hasWideWeights = false;  // 32-bit numbers everywhere
-    bool isQuantised = false;     // one 8-bit matrix with its scale
-    quint32 version = 6;
   };
 
   static QByteArray modelBytes(const QByteArray& ggmlModel, const Options& options);
   static QByteArray vocabularyBytes(const QByteArray& ggmlModel, Vocabulary kind);
   // Makes the folder where it is missing.
-  static bool write(const QString& folder, const QByteArray& ggmlModel, const Options& options);
+  static void write(const QString& folder, const QByteArray& ggmlModel, const Options& options);
 };
 
 }  // namespace quillmere

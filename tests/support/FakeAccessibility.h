@@ -34,14 +34,13 @@ class FakeAccessibility final : public Accessibility {
 
   // What has the keyboard, in the window of the process.
   void focus(const FakeAccessibilityNode::Ptr& element) {
-    tree.systemWide->elements.insert(QStringLiteral("AXFocusedUIElement"), element);
+    tree.systemWide->elements.insert("AXFocusedUIElement", element);
   }
   void addApplication(qint64 processId, const FakeAccessibilityNode::Ptr& window,
                       const FakeAccessibilityNode::Ptr& menuBar = nullptr) {
-    auto application = node(QStringLiteral("AXApplication"));
-    if (window)
-      application->pointing(QStringLiteral("AXFocusedWindow"), window)->child(window, QStringLiteral("AXWindows"));
-    if (menuBar) application->pointing(QStringLiteral("AXMenuBar"), menuBar);
+    auto application = node("AXApplication");
+    if (window) application->pointing("AXFocusedWindow", window)->child(window, "AXWindows");
+    if (menuBar) application->pointing("AXMenuBar", menuBar);
     tree.applications.insert(processId, application);
   }
 };

@@ -33,7 +33,7 @@ class FakeAccessibilityNode final : public AccessibilityElement,
     elements.insert(attribute, target);
     return shared_from_this();
   }
-  Ptr child(const Ptr& node, const QString& list = QStringLiteral("AXChildren")) {
+  Ptr child(const Ptr& node, const QString& list = "AXChildren") {
     lists[list].push_back(node);
     return shared_from_this();
   }
@@ -49,7 +49,7 @@ class FakeAccessibilityNode final : public AccessibilityElement,
 
 inline FakeAccessibilityNode::Ptr node(const QString& role = QString()) {
   auto made = std::make_shared<FakeAccessibilityNode>();
-  if (!role.isEmpty()) made->texts.insert(QStringLiteral("AXRole"), role);
+  if (!role.isEmpty()) made->texts.insert("AXRole", role);
   return made;
 }
 

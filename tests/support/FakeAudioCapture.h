@@ -30,7 +30,7 @@ class FakeAudioCaptureFactory final : public AudioCaptureFactory {
     explicit Capture(FakeAudioCaptureFactory& owner) : owner_(owner) {}
     ~Capture() override { owner_.running = 0; }
     Task<Result<void, PlatformError>> start(std::optional<QString> deviceUid) override {
-      if (std::exchange(isStarted_, true)) co_return Failed{PlatformError{QStringLiteral("audio"), 1, {}}};
+      if (std::exchange(isStarted_, true)) co_return Failed{PlatformError{"audio", 1, {}}};
       owner_.started.push_back(deviceUid);
       co_await sleepFor(owner_.startTakes);
       if (owner_.startError) co_return Failed{*owner_.startError};

@@ -16,19 +16,19 @@ class FakeAudioRecorderFactory final : public AudioRecorderFactory {
   std::optional<PlatformError> recordError;
   Duration startTakes = Duration::zero();
   Duration stopTakes = Duration::zero();
-  // What the file is filled to: at the start, and by stop(). Zeros behind a WAV header's length; nothing: no file.
+  // What the file is filled to: at the start, and by stop() or an interruption. Zeros after a WAV header's length;
+  // nothing: no file.
   std::optional<qint64> bytesAtStart = 44;
   std::optional<qint64> bytesAtStop = 64044;
   float decibels = -30;
   std::optional<Duration> firstSample;  // after record()
   std::optional<AudioRecorder::Interruption> interruptsAtStart;
 
-  int prepares = 0;
   QStringList paths;    // of record()
   QStringList stopped;  // of stop(), when it has ended
   std::vector<FakeAudioRecorder*> running;
 
-  void prepare() override { ++prepares; }
+  void prepare() override {}
   std::unique_ptr<AudioRecorder> create() override;
   // The running recorder's end without a stop.
   void interrupt(AudioRecorder::Interruption interruption);
@@ -45,11 +45,17 @@ class FakeAudioRecorder final : public AudioRecorder {
   ~FakeAudioRecorder() override { leave(); }
 
   Task<Result<void, PlatformError>> record(QString path) override {
+    if (!path_.isEmpty()) co_return Failed{PlatformError{QStringLiteral("audio"), 15, QStringLiteral("once")}};
     owner_.paths << path;
     path_ = path;
     if (owner_.startTakes > Duration::zero()) co_await sleepFor(owner_.startTakes);
     if (owner_.recordError) co_return Failed{*owner_.recordError};
-    if (owner_.bytesAtStart) FakeAudioRecorderFactory::fill(path, *owner_.bytesAtStart);
+    if (owner_.bytesAtStart) {
+      QFile file(path);
+      if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        co_return Failed{PlatformError{QStringLiteral("filesystem"), 2, file.errorString()}};
+      FakeAudioRecorderFactory::fill(path, *owner_.bytesAtStart);
+    }
     owner_.running.push_back(this);
     isRecording_ = true;
     if (owner_.interruptsAtStart) interrupt(*owner_.interruptsAtStart);
@@ -63,16 +69,21 @@ class FakeAudioRecorder final : public AudioRecorder {
   void setInterruptionObserver(std::function<void(Interruption)> observer) override { observer_ = std::move(observer); }
 
   void interrupt(const Interruption& interruption) {
-    leave();
-    if (observer_) observer_(interruption);
+    if (!std::exchange(isRecording_, false)) return;
+    complete();
+    if (const auto observer = observer_) observer(interruption);
   }
 
  private:
   Task<void> finish() {
+    if (!std::exchange(isRecording_, false)) co_return;
     if (owner_.stopTakes > Duration::zero()) co_await sleepFor(owner_.stopTakes);
+    complete();
+    owner_.stopped << path_;
+  }
+  void complete() {
     leave();
     if (owner_.bytesAtStop) FakeAudioRecorderFactory::fill(path_, *owner_.bytesAtStop);
-    owner_.stopped << path_;
   }
   void leave() {
     isRecording_ = false;

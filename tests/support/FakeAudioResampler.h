@@ -37,13 +37,11 @@ class FakeAudioResampler final : public AudioResampler {
  private:
   float sampleAt(const AudioBlock& block, qint64 frame) const {
     float sum = 0;
-    for (int channel = 0; channel < source_.channelCount; ++channel) {
-      const std::byte* const plane = block.planes[source_.isPlanar ? size_t(channel) : 0];
-      const qint64 index = source_.isPlanar ? frame : frame * source_.channelCount + channel;
+    for (qint64 at = frame * source_.channelCount; at < (frame + 1) * source_.channelCount; ++at) {
       if (source_.kind == AudioStreamFormat::SampleKind::float32)
-        sum += valueAt<float>(plane, index);
+        sum += valueAt<float>(block.planes[0], at);
       else
-        sum += float(valueAt<std::int16_t>(plane, index)) / 32767;
+        sum += float(valueAt<std::int16_t>(block.planes[0], at)) / 32767;
     }
     return sum / float(source_.channelCount);
   }
@@ -69,7 +67,7 @@ class FakeAudioResamplerFactory final : public AudioResamplerFactory {
   Result<std::unique_ptr<AudioResampler>, PlatformError> create(const AudioStreamFormat& source,
                                                                 double targetSampleRate) override {
     if (!canMake || source.sampleRate <= 0 || source.channelCount <= 0)
-      return Failed{PlatformError{QStringLiteral("fake"), 1, QStringLiteral("cannot")}};
+      return Failed{PlatformError{"fake", 1, "cannot"}};
     made.push_back(source);
     auto resampler = std::make_unique<FakeAudioResampler>(source, targetSampleRate);
     resampler->failure = convertFailure;

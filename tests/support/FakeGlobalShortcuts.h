@@ -16,9 +16,9 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   bool isAvailable() const override { return true; }
   Result<void, PlatformError> setShortcut(const QString& name, std::optional<KeyCombination> keys) override {
     if (keys) {
-      if (takenByOthers.contains(keys->text())) return failed(keys->text() + QStringLiteral(" is taken."));
+      if (takenByOthers.contains(keys->text())) return failed(keys->text() + " is taken.");
       for (const auto& [other, entry] : entries_)
-        if (other != name && entry.keys == keys) return failed(keys->text() + QStringLiteral(" is taken."));
+        if (other != name && entry.keys == keys) return failed(keys->text() + " is taken.");
     }
     entries_[name].keys = std::move(keys);
     return {};
@@ -61,7 +61,7 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   };
 
   static Failed<PlatformError> failed(const QString& description) {
-    return Failed{PlatformError{QStringLiteral("shortcuts"), 10, description}};
+    return Failed{PlatformError{"shortcuts", 10, description}};
   }
   static Task<std::optional<KeyCombination>> waitForKey(FakeGlobalShortcuts& self,
                                                         Completion<std::optional<KeyCombination>> recording) {

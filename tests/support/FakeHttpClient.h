@@ -13,7 +13,6 @@ class FakeHttpClient final : public HttpClient {
     return FakeHttpAnswer{.statusCode = 404};
   };
   std::vector<HttpRequest> requests;
-  QList<QUrl> prepared;
   int openBodies = 0;  // responses that somebody still holds
 
   Task<Result<std::unique_ptr<HttpStream>, UrlError>> open(HttpRequest request) override {
@@ -21,7 +20,7 @@ class FakeHttpClient final : public HttpClient {
     if (request.url.host().isEmpty() || (scheme != u"https" && scheme != u"http"))
       co_return Failed{urlError(UrlError::badUrl)};
     for (const HttpHeader& header : request.headers)
-      if (!header.isValid()) co_return Failed{UrlError{-1, {}, QStringLiteral("header")}};
+      if (!header.isValid()) co_return Failed{UrlError{-1, {}, "header"}};
     requests.push_back(request);
     const FakeHttpAnswer made = answer(request);
     co_await yieldNow();
@@ -30,7 +29,7 @@ class FakeHttpClient final : public HttpClient {
         std::make_unique<FakeHttpStream>(made, request.url, openBodies, request.limits);
     co_return stream;
   }
-  void prepare(const QUrl& url) override { prepared << url; }
+  void prepare(const QUrl&) override {}
 };
 
 }  // namespace quillmere

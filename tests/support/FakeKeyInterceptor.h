@@ -9,10 +9,8 @@ namespace quillmere {
 class FakeKeyInterceptor final : public KeyInterceptor {
  public:
   bool isAllowed = true;
-  int startCount = 0;
 
   bool start(std::function<void()> onReturn, std::function<void()> onEscape) override {
-    ++startCount;
     stop();
     if (!isAllowed) return false;
     isRunning_ = true;

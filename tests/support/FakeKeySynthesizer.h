@@ -18,10 +18,11 @@ class FakeKeySynthesizer final : public KeySynthesizer {
 
   bool isAvailable() const override { return available; }
   std::optional<int> keyCodeForLetter(QChar letter) override {
-    if (!keyCodes.contains(letter)) return std::nullopt;
-    return keyCodes.value(letter);
+    const auto found = keyCodes.constFind(letter.toLower());
+    return available && found != keyCodes.constEnd() ? std::optional(*found) : std::nullopt;
   }
   Result<void, PlatformError> press(int keyCode, Modifier modifier) override {
+    if (keyCode < 8 || keyCode > 255) return Failed{PlatformError{QStringLiteral("x11"), 0, QStringLiteral("no key")}};
     return press(modifierText(modifier) + QString::number(keyCode));
   }
   Result<void, PlatformError> press(NamedKey key, Modifier modifier) override {
@@ -32,10 +33,10 @@ class FakeKeySynthesizer final : public KeySynthesizer {
  private:
   static QString modifierText(Modifier modifier) {
     if (modifier == Modifier::none) return {};
-    return modifier == Modifier::control ? QStringLiteral("control+") : QStringLiteral("shift+");
+    return modifier == Modifier::control ? "control+" : "shift+";
   }
   Result<void, PlatformError> press(const QString& stroke) {
-    if (!available) return Failed{PlatformError{QStringLiteral("x11"), 1, QStringLiteral("Keys can't be sent.")}};
+    if (!available) return Failed{PlatformError{"x11", 1, "Keys can't be sent."}};
     if (failure) return Failed{*failure};
     strokes.append(stroke);
     if (onStroke) onStroke(stroke);

@@ -10,30 +10,25 @@ namespace quillmere {
 class FakeKeychain final : public Keychain {
  public:
   enum class State { open, locked, absent, silent };
-  enum class User { unlocks, refuses, isAway };
+  enum class User { refuses, isAway };
   State state = State::open;
   User user = User::refuses;
-  int prompts = 0;
-  struct Entry {
-    QString secret, label;
-  };
-  std::map<std::pair<QString, QString>, Entry> entries;
+  std::map<std::pair<QString, QString>, QString> secrets;
 
   Task<Result<QString, KeychainError>> read(KeychainItem item, KeychainAccess access) override {
     if (auto error = co_await access_(access)) co_return Failed{*error};
-    const auto found = entries.find({item.service, item.account});
-    if (found == entries.end()) co_return Failed{KeychainError{KeychainError::Kind::missing, {}}};
-    co_return found->second.secret;
+    const auto found = secrets.find({item.service, item.account});
+    if (found == secrets.end()) co_return Failed{KeychainError{KeychainError::Kind::missing, {}}};
+    co_return found->second;
   }
-  Task<Result<void, KeychainError>> write(KeychainItem item, QString secret, QString label,
-                                          KeychainAccess access) override {
+  Task<Result<void, KeychainError>> write(KeychainItem item, QString secret, QString, KeychainAccess access) override {
     if (auto error = co_await access_(access)) co_return Failed{*error};
-    entries[{item.service, item.account}] = {secret, label};
+    secrets[{item.service, item.account}] = secret;
     co_return Result<void, KeychainError>{};
   }
   Task<Result<void, KeychainError>> remove(KeychainItem item, KeychainAccess access) override {
     if (auto error = co_await access_(access)) co_return Failed{*error};
-    if (entries.erase({item.service, item.account}) == 0)
+    if (secrets.erase({item.service, item.account}) == 0)
       co_return Failed{KeychainError{KeychainError::Kind::missing, {}}};
     co_return Result<void, KeychainError>{};
   }
@@ -48,12 +43,7 @@ class FakeKeychain final : public Keychain {
       co_return KeychainError{Kind::timedOut, {}};
     }
     if (state == State::open) co_return std::nullopt;
-    if (access.mayPrompt) {
-      ++prompts;
-      if (user == User::isAway) co_await sleepFor(access.limit);
-      if (user == User::unlocks) state = State::open;
-    }
-    if (state == State::open) co_return std::nullopt;
+    if (access.mayPrompt && user == User::isAway) co_await sleepFor(access.limit);
     co_return KeychainError{Kind::locked, {}};
   }
 };

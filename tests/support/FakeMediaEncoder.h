@@ -12,7 +12,6 @@ class FakeMediaEncoder final : public MediaEncoder {
  public:
   std::vector<AacEncoderSettings> settings;
   qint64 framesWritten = 0;
-  bool areBlocksSigned16 = true;
   std::optional<MediaError> openError, appendError, finishError;
   int failures = 0;              // so many openings fail, then it works
   std::function<void()> onOpen;  // on the worker
@@ -25,8 +24,7 @@ class FakeMediaEncoder final : public MediaEncoder {
                                                               const AacEncoderSettings& wanted) override {
     settings.push_back(wanted);
     if (onOpen) onOpen();
-    if (failures > 0 && failures-- > 0)
-      return Failed{MediaError{MediaError::Kind::writeFailed, 5, QStringLiteral("no")}};
+    if (failures > 0 && failures-- > 0) return Failed{MediaError{MediaError::Kind::writeFailed, 5, "no"}};
     if (!put(path, "begun")) return Failed{MediaError{MediaError::Kind::writeFailed, 2, "no such folder"}};
     if (openError) return Failed{*openError};
     return std::unique_ptr<MediaWriter>(std::make_unique<Writer>(*this, path));
@@ -43,8 +41,6 @@ class FakeMediaEncoder final : public MediaEncoder {
     Result<void, MediaError> append(const AudioBlock& block) override {
       if (owner_.appendError) return Failed{*owner_.appendError};
       owner_.framesWritten += block.frameCount;
-      if (block.format.kind != AudioStreamFormat::SampleKind::signed16 || block.format.isPlanar)
-        owner_.areBlocksSigned16 = false;
       return {};
     }
     Result<void, MediaError> finish() override {

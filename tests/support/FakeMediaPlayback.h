@@ -9,17 +9,14 @@ class FakeMediaPlayback final : public MediaPlayback {
   int playing = 1;  // players that play
   int paused = 0;   // of those, paused by us
   Duration takes = Duration::zero();
-  int listens = 0, pauses = 0, plays = 0;
 
-  void startListening() override { ++listens; }
+  void startListening() override {}
   Task<int> pause() override {
-    ++pauses;
     if (takes > Duration::zero()) co_await sleepFor(takes);
     paused += playing;
     co_return std::exchange(playing, 0);
   }
   Task<void> play() override {
-    ++plays;
     if (takes > Duration::zero()) co_await sleepFor(takes);
     playing += paused;
     paused = 0;

@@ -21,7 +21,6 @@ struct FakeMediaFile {
   qint64 blockFrames = 1000;  // the most that one read gives
   std::optional<MediaError> openError;
   std::optional<qint64> readErrorAt;  // frame at which reading breaks off
-  std::optional<std::pair<qint64, AudioStreamFormat>> changeAt;
   double duration = 0;
   std::function<void()> onRead;  // on the reading thread, before each read
   bool canSeek = false;
@@ -32,8 +31,6 @@ class FakeMediaReader final : public MediaReader {
   FakeMediaReader(FakeMediaFile file, MediaReaderFactory::Output output) : file_(std::move(file)) {
     if (output == MediaReaderFactory::Output::native) return;
     file_.format.kind = AudioStreamFormat::SampleKind::signed16;
-    file_.format.isPlanar = false;
-    file_.changeAt.reset();
   }
 
   TrackDescription trackDescription() const override {
@@ -47,22 +44,15 @@ class FakeMediaReader final : public MediaReader {
     if (isAtEnd_) return AudioBlock{};
     qint64 end = file_.frames;
     if (file_.readErrorAt) end = std::min(end, *file_.readErrorAt);
-    AudioStreamFormat format = file_.format;
-    if (file_.changeAt) {
-      if (position_ < file_.changeAt->first)
-        end = std::min(end, file_.changeAt->first);
-      else
-        format = file_.changeAt->second;
-    }
     const qint64 count = std::min({maxFrames, file_.blockFrames, end - position_});
     if (count <= 0) {
       isAtEnd_ = true;
-      if (file_.readErrorAt) return Failed{MediaError{MediaError::Kind::readFailed, 5, QStringLiteral("broken disk")}};
+      if (file_.readErrorAt) return Failed{MediaError{MediaError::Kind::readFailed, 5, "broken disk"}};
       return AudioBlock{};
     }
-    fill(format, count);
+    fill(count);
     position_ += count;
-    return AudioBlock{format, planes_, count};
+    return AudioBlock{file_.format, std::span(&plane_, 1), count};
   }
 
   bool seek(qint64 frame) override {
@@ -73,18 +63,14 @@ class FakeMediaReader final : public MediaReader {
   }
 
  private:
-  void fill(const AudioStreamFormat& format, qint64 count) {
-    const int planeCount = format.isPlanar ? format.channelCount : 1;
-    const int perPlane = format.isPlanar ? 1 : format.channelCount;
+  void fill(qint64 count) {
+    const AudioStreamFormat& format = file_.format;
     const int bytes = bytesPerSample(format.kind);
-    memory_.assign(size_t(planeCount), std::vector<std::byte>(size_t(count * perPlane * bytes)));
-    planes_.clear();
-    for (auto& plane : memory_) {
-      for (qint64 i = 0; i < count; ++i)
-        for (int channel = 0; channel < perPlane; ++channel)
-          put(format.kind, file_.sample(position_ + i), plane.data() + (i * perPlane + channel) * bytes);
-      planes_.push_back(plane.data());
-    }
+    memory_.assign(size_t(count * format.channelCount * bytes), {});
+    for (qint64 i = 0; i < count; ++i)
+      for (int channel = 0; channel < format.channelCount; ++channel)
+        put(format.kind, file_.sample(position_ + i), memory_.data() + (i * format.channelCount + channel) * bytes);
+    plane_ = memory_.data();
   }
   static void put(AudioStreamFormat::SampleKind kind, float value, std::byte* to) {
     if (kind == AudioStreamFormat::SampleKind::signed16) {
@@ -98,8 +84,8 @@ class FakeMediaReader final : public MediaReader {
   FakeMediaFile file_;
   qint64 position_ = 0;
   bool isAtEnd_ = false;
-  std::vector<std::vector<std::byte>> memory_;
-  std::vector<const std::byte*> planes_;
+  std::vector<std::byte> memory_;
+  const std::byte* plane_ = nullptr;
 };
 
 class FakeMediaReaderFactory final : public MediaReaderFactory {
@@ -111,22 +97,25 @@ class FakeMediaReaderFactory final : public MediaReaderFactory {
   Result<std::unique_ptr<MediaReader>, MediaError> open(const QString& path, Output output) override {
     const std::scoped_lock lock(mutex_);
     opened.emplace_back(path, output);
-    const auto file = files.constFind(path);
-    if (file == files.cend())
-      return Failed{MediaError{MediaError::Kind::cannotOpen, 2, QStringLiteral("No such file or directory")}};
-    if (file->openError) return Failed{*file->openError};
+    auto file = find(path);
+    if (!file) return Failed{file.error()};
     return std::unique_ptr<MediaReader>(std::make_unique<FakeMediaReader>(*file, output));
   }
   Result<double, MediaError> durationSeconds(const QString& path, const std::atomic<bool>&) override {
     const std::scoped_lock lock(mutex_);
-    const auto file = files.constFind(path);
-    if (file == files.cend())
-      return Failed{MediaError{MediaError::Kind::cannotOpen, 2, QStringLiteral("No such file or directory")}};
-    if (file->openError) return Failed{*file->openError};
+    auto file = find(path);
+    if (!file) return Failed{file.error()};
     return file->duration;
   }
 
  private:
+  Result<FakeMediaFile, MediaError> find(const QString& path) const {
+    const auto file = files.constFind(path);
+    if (file == files.cend()) return Failed{MediaError{MediaError::Kind::cannotOpen, 2, "No such file or directory"}};
+    if (file->openError) return Failed{*file->openError};
+    return *file;
+  }
+
   std::mutex mutex_;
 };
 

@@ -9,15 +9,13 @@ namespace quillmere {
 // Outputs by their uid, with two channels each.
 class FakeOutputVolume final : public OutputVolume {
  public:
-  std::map<QString, std::vector<double>> outputs{{QStringLiteral("speakers"), {0.65, 0.325}}};
-  QString defaultUid = QStringLiteral("speakers");
+  std::map<QString, std::vector<double>> outputs{{"speakers", {0.65, 0.325}}};
+  QString defaultUid = "speakers";
   std::optional<PlatformError> readError, writeError;
   Duration takes = Duration::zero();
   int writes = 0;
 
-  int percent(const QString& uid = QStringLiteral("speakers")) const {
-    return OutputLevel{uid, uid, outputs.at(uid)}.percent();
-  }
+  int percent(const QString& uid = "speakers") const { return OutputLevel{uid, uid, outputs.at(uid)}.percent(); }
 
   Task<Result<OutputLevel, PlatformError>> level(std::optional<QString> uid = {}) override {
     const auto found = outputs.find(uid.value_or(defaultUid));
@@ -37,7 +35,7 @@ class FakeOutputVolume final : public OutputVolume {
   }
 
  private:
-  static PlatformError absent() { return {QStringLiteral("audio"), 5, QStringLiteral("No such entity")}; }
+  static PlatformError absent() { return {"audio", 5, "No such entity"}; }
 };
 
 }  // namespace quillmere

@@ -70,8 +70,7 @@ class FakePasteboard final : public Pasteboard {
       waiting->resolve(false);
     else
       waiting_.push_back(waiting);
-    auto limited = withTimeout(timeout, waiting->wait());
-    const std::optional<bool> outcome = co_await std::move(limited);
+    const std::optional<bool> outcome = co_await withTimeout(timeout, waiting->wait());
     if (!outcome.value_or(false)) co_return false;
     co_await sleepFor(std::chrono::milliseconds(60));
     co_return true;
@@ -94,8 +93,7 @@ class FakePasteboard final : public Pasteboard {
   std::optional<QString> plainText() const {
     for (const auto& item : contents)
       for (const QString& type : item.types)
-        if (type.startsWith(QLatin1String("text/plain")) || type == QLatin1String("UTF8_STRING"))
-          return QString::fromUtf8(item.data.value(type));
+        if (type.startsWith("text/plain") || type == "UTF8_STRING") return QString::fromUtf8(item.data.value(type));
     return std::nullopt;
   }
   // Another program fetches what is on the clipboard.

@@ -1,19 +1,13 @@
 #pragma once
-#include <QStringList>
-
 #include "ports/PowerActivity.h"
 
 namespace quillmere {
 
 class FakePowerActivity final : public PowerActivity {
  public:
-  QStringList reasons;  // of every begin()
   int held() const { return *held_; }
 
-  std::unique_ptr<Token> begin(const QString& reason) override {
-    reasons << reason;
-    return std::make_unique<CountedToken>(held_);
-  }
+  std::unique_ptr<Token> begin(const QString&) override { return std::make_unique<CountedToken>(held_); }
 
  private:
   class CountedToken final : public Token {

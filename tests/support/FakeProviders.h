@@ -61,15 +61,14 @@ class FakeSpeechService final : public TranscriptionProvider {
 
 class FakeHostedFactory final : public HostedTranscriptionProviderFactory {
  public:
-  bool hasManager = true;
   bool makes = true;
   int made = 0;
   FakeAnswer answer;
-  bool hasCreditManager() const override { return hasManager; }
+  bool hasCreditManager() const override { return true; }
   std::unique_ptr<TranscriptionProvider> makeProvider() override {
     if (!makes) return nullptr;
     ++made;
-    auto provider = std::make_unique<FakeSpeechService>(QStringLiteral("Quillmere Cloud"));
+    auto provider = std::make_unique<FakeSpeechService>("Quillmere Cloud");
     provider->answer = answer;
     return provider;
   }
@@ -121,7 +120,7 @@ class FakeParakeetEngine final : public ParakeetEngine {
     return FakeAnswer{}.give(std::move(request));
   }
   bool isAvailable() const override { return !installed.empty(); }
-  QString name() const override { return QStringLiteral("Parakeet TDT"); }
+  QString name() const override { return "Parakeet TDT"; }
 };
 
 class FakeGemmaRuntime final : public GemmaRuntime {
@@ -134,7 +133,7 @@ class FakeGemmaRuntime final : public GemmaRuntime {
     requests.emplace_back(modelId, configuration);
     co_await yieldNow();
     if (error) co_return Failed{*error};
-    co_return modelId.value_or(QStringLiteral("first"));
+    co_return modelId.value_or("first");
   }
   void stop(GemmaStopReason reason) override { stops.push_back(reason); }
 };

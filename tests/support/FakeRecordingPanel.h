@@ -8,12 +8,11 @@ namespace quillmere {
 
 // What happened to the panels of one factory.
 struct FakePanelRecord {
-  int shown = 0, hidden = 0, ordered = 0;
+  int shown = 0, hidden = 0;
   bool hasLocalKeys = false;
   std::vector<OverlayContent> contents;
   float verticalScale = 0;
   RecordingPanel::Handlers handlers;
-  std::function<void()> screensChanged;
   int open() const { return shown - hidden; }
 };
 
@@ -28,12 +27,9 @@ class FakeRecordingPanel final : public RecordingPanel {
   void update(const OverlayContent& content) override { record_.contents.push_back(content); }
   void setLevel(float verticalScale, double) override { record_.verticalScale = verticalScale; }
   void hide() override { ++record_.hidden; }
-  void orderFront() override { ++record_.ordered; }
+  void orderFront() override {}
   void setLocalKeysEnabled(bool isEnabled) override { record_.hasLocalKeys = isEnabled; }
-  [[nodiscard]] Subscription observeScreens(std::function<void()> observer) override {
-    record_.screensChanged = std::move(observer);
-    return Subscription([this] { record_.screensChanged = nullptr; });
-  }
+  [[nodiscard]] Subscription observeScreens(std::function<void()>) override { return {}; }
 
  private:
   FakePanelRecord& record_;

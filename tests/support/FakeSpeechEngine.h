@@ -35,7 +35,7 @@ class FakeSpeechEngine final : public SpeechEngine {
     changed_.notify_all();
     changed_.wait(lock, [&] { return !areLoadsHeld_; });
     if (brokenFiles.contains(name) || !QFileInfo::exists(modelPath))
-      return Failed{PlatformError{QStringLiteral("whisper"), 1, QStringLiteral("broken")}};
+      return Failed{PlatformError{"whisper", 1, "broken"}};
     mostLoaded_ = std::max(mostLoaded_, ++loaded_);
     return std::unique_ptr<SpeechEngineContext>(std::make_unique<Context>(*this));
   }
@@ -52,22 +52,10 @@ class FakeSpeechEngine final : public SpeechEngine {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return loads_.size() >= count; });
   }
-  QStringList loads() const {
-    const std::lock_guard lock(mutex_);
-    return loads_;
-  }
-  std::vector<SpeechRunParameters> runs() const {
-    const std::lock_guard lock(mutex_);
-    return runs_;
-  }
-  int loaded() const {
-    const std::lock_guard lock(mutex_);
-    return loaded_;
-  }
-  int mostLoaded() const {
-    const std::lock_guard lock(mutex_);
-    return mostLoaded_;
-  }
+  QStringList loads() const { return guarded(loads_); }
+  std::vector<SpeechRunParameters> runs() const { return guarded(runs_); }
+  int loaded() const { return guarded(loaded_); }
+  int mostLoaded() const { return guarded(mostLoaded_); }
   int interruptedRuns() const { return interruptedRuns_; }
 
  private:
@@ -106,6 +94,12 @@ class FakeSpeechEngine final : public SpeechEngine {
     FakeSpeechEngine& engine_;
     Answer last_;
   };
+
+  template <typename T>
+  T guarded(const T& member) const {
+    const std::lock_guard lock(mutex_);
+    return member;
+  }
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;

@@ -22,7 +22,7 @@ class FakeTranscriber final : public Transcriber {
       for (const float share : progress) request.onProgress(share);
     if (rewrites) {
       request.onRewriting();
-      request.onRewrittenText(QStringLiteral("so far"));
+      request.onRewrittenText("so far");
       request.onRewritingProblem({TranscriptionError::Busy{}});
     }
     if (neverEnds) {

@@ -1,10 +1,10 @@
 #pragma once
-#include <QFile>
 #include <QString>
 #include <vector>
 
 #include "audio/VADProcessing.h"
 #include "base/async/Await.h"
+#include "support/Files.h"
 
 namespace quillmere {
 
@@ -17,34 +17,27 @@ class FakeVADProcessing final : public VADProcessing {
   struct Call {
     double duration;
     bool isEnabled;
-    QString prefix;
   };
   std::vector<Call> calls;
   QStringList compressed;  // what was asked for
 
-  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled,
-                                    QString logPrefix) override {
-    calls.push_back({durationSeconds, isEnabled, logPrefix});
+  Task<VADProcessingResult> process(QString audioPath, double durationSeconds, bool isEnabled, QString) override {
+    calls.push_back({durationSeconds, isEnabled});
     if (takes > Duration::zero()) co_await sleepFor(takes);
     VADProcessingResult result;
     result.originalAudioPath = audioPath;
     result.finalAudioPath = trimmedPath.value_or(audioPath);
     result.wasProcessed = trimmedPath.has_value();
     if (trimmedPath) {
-      make(*trimmedPath);
+      writeFile(*trimmedPath);
       result.trimResult = TrimResult{*trimmedPath, durationSeconds, durationSeconds / 2, 1};
     }
     co_return result;
   }
   Task<QString> compressLargeWav(QString path, QString) override {
     compressed << path;
-    if (compressedPath) make(*compressedPath);
+    if (compressedPath) writeFile(*compressedPath);
     co_return compressedPath.value_or(path);
-  }
-
- private:
-  static void make(const QString& path) {
-    if (QFile file(path); !file.open(QIODevice::WriteOnly)) std::abort();
   }
 };
 

@@ -13,8 +13,6 @@ class FakeVoiceActivityModel final : public VoiceActivityModel {
   std::optional<std::vector<VoiceActivitySegment>> answer = std::vector<VoiceActivitySegment>();
   std::function<void(const std::atomic<bool>& stop)> onSegments;
   int loads = 0;
-  std::size_t seenSamples = 0;
-  VoiceActivityParameters seenParameters;
 
   Result<void, PlatformError> load(const QString& path) override {
     ++loads;
@@ -24,11 +22,8 @@ class FakeVoiceActivityModel final : public VoiceActivityModel {
     return {};
   }
   bool isLoaded() const override { return isLoaded_; }
-  std::optional<std::vector<VoiceActivitySegment>> segments(std::span<const float> samples,
-                                                            const VoiceActivityParameters& parameters,
+  std::optional<std::vector<VoiceActivitySegment>> segments(std::span<const float>, const VoiceActivityParameters&,
                                                             const std::atomic<bool>& stop) override {
-    seenSamples = samples.size();
-    seenParameters = parameters;
     if (onSegments) onSegments(stop);
     return isLoaded_ && !stop ? answer : std::nullopt;
   }

@@ -74,22 +74,13 @@ class FakeWebSocketConnection final : public WebSocketConnection {
   qint64 bytesWaiting_ = 0;
 };
 
-// Connects to one peer, or fails.
+// Connects to one peer.
 class FakeWebSocket final : public WebSocket {
  public:
-  std::optional<UrlError> refusal;
-  Duration connectTakes{0};
-  std::vector<WebSocketRequest> requests;
   FakeWebSocketConnection::Peer peer;
 
-  Task<Result<std::unique_ptr<WebSocketConnection>, UrlError>> connect(WebSocketRequest request) override {
-    requests.push_back(request);
-    if (connectTakes > request.connectLimit) {
-      co_await sleepFor(request.connectLimit);
-      co_return Failed{urlError(UrlError::timedOut)};
-    }
-    co_await sleepFor(connectTakes);
-    if (refusal) co_return Failed{*refusal};
+  Task<Result<std::unique_ptr<WebSocketConnection>, UrlError>> connect(WebSocketRequest) override {
+    co_await yieldNow();
     std::unique_ptr<WebSocketConnection> connection = std::make_unique<FakeWebSocketConnection>(peer);
     co_return connection;
   }

@@ -1,9 +1,9 @@
 #pragma once
 #include <algorithm>
-#include <map>
 #include <vector>
 
 #include "ports/Workspace.h"
+#include "support/FakeObservers.h"
 
 namespace quillmere {
 
@@ -11,21 +11,19 @@ namespace quillmere {
 class FakeWorkspace final : public Workspace {
  public:
   std::optional<RunningApplication> frontmost;
-  std::vector<RunningApplication> applications;  // besides the frontmost one
+  std::vector<RunningApplication> applications;  // besides the frontmost one, the last active one last
   bool becomesFrontmostWhenActivated = true;
-  bool canTerminate = true;
 
   // What was asked for.
   std::vector<qint64> activations;
-  std::vector<qint64> terminations;
   int hides = 0;
 
   std::optional<RunningApplication> frontmostApplication() const override { return frontmost; }
   std::optional<RunningApplication> find(const RunningApplication& application) const override {
     if (frontmost && isSameWindow(*frontmost, application)) return frontmost;
-    const auto found = std::find_if(applications.begin(), applications.end(),
+    const auto found = std::find_if(applications.rbegin(), applications.rend(),
                                     [&](const RunningApplication& one) { return isSameWindow(one, application); });
-    if (found == applications.end()) return std::nullopt;
+    if (found == applications.rend()) return std::nullopt;
     return *found;
   }
   bool activate(const RunningApplication& application) override {
@@ -40,17 +38,18 @@ class FakeWorkspace final : public Workspace {
     if (frontmost && frontmost->isThisApplication) setFrontmost(std::nullopt);
   }
   Subscription observeFrontmost(std::function<void()> observer) override {
-    return add(frontmostObservers_, std::move(observer));
+    return frontmostObservers_.add(std::move(observer));
   }
   Subscription observeTyping(std::function<void(const RunningApplication&)> observer) override {
-    return add(typingObservers_, std::move(observer));
+    return typingObservers_.add(std::move(observer));
   }
   Subscription observeLaunches(std::function<void(const RunningApplication&)> observer) override {
-    return add(launchObservers_, std::move(observer));
+    return launchObservers_.add(std::move(observer));
   }
   bool forceTerminate(qint64 processId) override {
-    terminations.push_back(processId);
-    return canTerminate;
+    if (!running(processId)) return false;
+    while (const auto window = running(processId)) close(*window);
+    return true;
   }
 
   // --- the test's side
@@ -65,46 +64,29 @@ class FakeWorkspace final : public Workspace {
     std::erase_if(applications, [&](const RunningApplication& one) { return isSameWindow(one, application); });
     if (!frontmost || !isSameWindow(*frontmost, application)) return;
     frontmost.reset();
-    if (!applications.empty()) setFrontmost(applications.back());
+    setFrontmost(applications.empty() ? std::nullopt : std::optional(applications.back()));
   }
   // A key in the window in front.
   void type() {
-    const auto observers = *typingObservers_;
-    for (const auto& [id, observer] : observers) observer(*frontmost);
+    if (const auto front = frontmost) typingObservers_.tell(*front);
   }
-  size_t typingObserverCount() const { return typingObservers_->size(); }
+  size_t typingObserverCount() const { return typingObservers_.count(); }
   // Brings an application to the front; the one that was there stays among the running ones.
   void setFrontmost(std::optional<RunningApplication> application) {
     if (application)
       std::erase_if(applications, [&](const RunningApplication& one) { return isSameWindow(one, *application); });
     if (frontmost && (!application || !isSameWindow(*frontmost, *application))) applications.push_back(*frontmost);
     frontmost = std::move(application);
-    const auto observers = *frontmostObservers_;
-    for (const auto& [id, observer] : observers) observer();
+    frontmostObservers_.tell();
   }
   void launch(const RunningApplication& application) {
     applications.push_back(application);
-    const auto observers = *launchObservers_;
-    for (const auto& [id, observer] : observers) observer(application);
+    launchObservers_.tell(application);
   }
-  size_t launchObserverCount() const { return launchObservers_->size(); }
 
  private:
-  template <typename F>
-  using Observers = std::shared_ptr<std::map<int, F>>;
-
-  template <typename F>
-  Subscription add(const Observers<F>& observers, F observer) {
-    const int id = ++lastId_;
-    observers->emplace(id, std::move(observer));
-    return Subscription([observers, id] { observers->erase(id); });
-  }
-
-  Observers<std::function<void()>> frontmostObservers_ = std::make_shared<std::map<int, std::function<void()>>>();
-  using ApplicationObservers = Observers<std::function<void(const RunningApplication&)>>;
-  ApplicationObservers launchObservers_ = std::make_shared<ApplicationObservers::element_type>();
-  ApplicationObservers typingObservers_ = std::make_shared<ApplicationObservers::element_type>();
-  int lastId_ = 0;
+  FakeObservers<> frontmostObservers_;
+  FakeObservers<const RunningApplication&> launchObservers_, typingObservers_;
 };
 
 }  // namespace quillmere

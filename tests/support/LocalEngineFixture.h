@@ -1,6 +1,4 @@
 #pragma once
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include "audio/AudioConverter.h"
@@ -8,6 +6,7 @@
 #include "providers/LibWhisperProvider.h"
 #include "support/FakeHttpDownloader.h"
 #include "support/FakeSpeechEngine.h"
+#include "support/Files.h"
 #include "support/ManualExecutor.h"
 #include "support/PlainSamples.h"
 #include "support/RecordingLogSink.h"
@@ -21,28 +20,19 @@ inline AnyError transcriptionError(TranscriptionError::Case kind) {
 
 // The local provider over a fake engine, with model files that only exist.
 struct LocalEngineFixture {
-  explicit LocalEngineFixture(const QStringList& models = {QStringLiteral("ggml-base.bin")}, int processors = 4) {
-    for (const QString& model : models) addFile(QStringLiteral("models/") + model);
-    audioPath = addFile(QStringLiteral("speech.wav"));
+  explicit LocalEngineFixture(const QStringList& models = {"ggml-base.bin"}, int processors = 4) {
+    for (const QString& model : models) addFile("models/" + model);
+    audioPath = addFile("speech.wav");
     WhisperModelManagerConfiguration configuration;
-    configuration.modelsDirectory = folder.filePath(QStringLiteral("models"));
+    configuration.modelsDirectory = folder.filePath("models");
     manager = std::make_unique<WhisperModelManager>(configuration, downloader, executor, files, logging);
     converter = std::make_unique<AudioConverter>(samples, samples, files, logging);
     provider = std::make_unique<LibWhisperProvider>(executor, engine, *manager, *converter, processors, logging);
   }
 
-  QString addFile(const QString& name) {
-    const QString path = folder.filePath(name);
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) std::abort();
-    file.write("some bytes of ");
-    file.write(name.toUtf8());
-    return path;
-  }
+  QString addFile(const QString& name) { return writeFile(folder.filePath(name), "some bytes of " + name.toUtf8()); }
 
-  SpeechRequest request(const QString& model = QStringLiteral("base"),
-                        std::optional<QString> language = std::nullopt) const {
+  SpeechRequest request(const QString& model = "base", std::optional<QString> language = std::nullopt) const {
     SpeechRequest request;
     request.audioPath = audioPath;
     request.model = model;
@@ -65,7 +55,7 @@ struct LocalEngineFixture {
   ManualExecutor executor;
   std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   Logging logging{log};
-  WorkerPool files{2, QStringLiteral("files")};
+  WorkerPool files{2, "files"};
   FakeHttpDownloader downloader;
   FakeSpeechEngine engine;
   PlainSamples samples;

@@ -41,7 +41,7 @@ class LoopbackHttpServer {
   }
 
   quint16 port() const { return server_.serverPort(); }
-  QString address() const { return QStringLiteral("http://127.0.0.1:%1").arg(port()); }
+  QString address() const { return QString("http://127.0.0.1:%1").arg(port()); }
   QUrl url(const QString& path) const { return QUrl(address() + path); }
   void setHandler(Handler handler) { handler_ = std::move(handler); }
 

@@ -23,7 +23,7 @@ PulseServer::PulseServer() {
   daemon_.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
   daemon_.setProcessEnvironment(environment());
   daemon_.setStandardOutputFile(QProcess::nullDevice());
-  daemon_.setStandardErrorFile(folder_.filePath(QStringLiteral("server.log")));
+  daemon_.setStandardErrorFile(folder_.filePath("server.log"));
 }
 
 PulseServer::~PulseServer() {
@@ -35,12 +35,12 @@ bool PulseServer::isAvailable() {
 }
 
 QString PulseServer::address() const {
-  return QStringLiteral("unix:") + folder_.filePath(QStringLiteral("native"));
+  return "unix:" + folder_.filePath("native");
 }
 
 QProcessEnvironment PulseServer::environment() const {
   QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-  variables.insert(QStringLiteral("HOME"), folder_.path());
+  variables.insert("HOME", folder_.path());
   for (const char* name : {"XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "PULSE_RUNTIME_PATH"})
     variables.insert(QString::fromLatin1(name), folder_.path());
   for (const char* name : {"PULSE_SERVER", "PULSE_SINK", "PULSE_SOURCE", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS"})
@@ -50,37 +50,31 @@ QProcessEnvironment PulseServer::environment() const {
 
 bool PulseServer::start() {
   // Without norewinds a null sink works in blocks of two seconds.
-  QStringList lines{QStringLiteral("load-module module-native-protocol-unix socket=%1/native").arg(folder_.path())};
-  lines += QStringLiteral(
+  QStringList lines{QString("load-module module-native-protocol-unix socket=%1/native").arg(folder_.path())};
+  lines +=
       "load-module module-null-sink sink_name=speakers norewinds=1 "
-      "sink_properties=\"device.description='Test Speakers' device.bus=pci device.form_factor=internal\"");
-  lines += QStringLiteral("set-default-sink speakers");
-  if (hasMicrophone_) {
-    lines += QStringLiteral(
-        "load-module module-null-sink sink_name=mic_feed norewinds=1 rate=48000 channels=1 "
-        "sink_properties=\"device.description='Mic Feed'\"");
-    lines += QStringLiteral(
-        "load-module module-remap-source source_name=virtual_mic master=mic_feed.monitor "
-        "source_properties=\"device.description='Virtual USB Microphone' device.bus=usb "
-        "device.form_factor=microphone\"");
-    lines += QStringLiteral("set-default-source virtual_mic");
-  }
-  lines += setup_;
-  const QString script = folder_.filePath(QStringLiteral("server.pa"));
+      "sink_properties=\"device.description='Test Speakers' device.bus=pci device.form_factor=internal\"";
+  lines += "set-default-sink speakers";
+  lines +=
+      "load-module module-null-sink sink_name=mic_feed norewinds=1 rate=48000 channels=1 "
+      "sink_properties=\"device.description='Mic Feed'\"";
+  lines +=
+      "load-module module-remap-source source_name=virtual_mic master=mic_feed.monitor "
+      "source_properties=\"device.description='Virtual USB Microphone' device.bus=usb "
+      "device.form_factor=microphone\"";
+  lines += "set-default-source virtual_mic";
+  const QString script = folder_.filePath("server.pa");
   QFile file(script);
   if (!file.open(QIODevice::WriteOnly)) return false;
   file.write(lines.join(QLatin1Char('\n')).toUtf8() + '\n');
   file.close();
-  QFile::remove(folder_.filePath(QStringLiteral("native")));
-  daemon_.start(
-      QStringLiteral("pulseaudio"),
-      {QStringLiteral("-n"), QStringLiteral("-F"), script, QStringLiteral("--daemonize=no"),
-       QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--use-pid-file=no"), QStringLiteral("--realtime=no"),
-       QStringLiteral("--high-priority=no"), QStringLiteral("--log-target=stderr")});
+  QFile::remove(folder_.filePath("native"));
+  daemon_.start("pulseaudio", {"-n", "-F", script, "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
+                               "--realtime=no", "--high-priority=no", "--log-target=stderr"});
   if (!daemon_.waitForStarted(processLimitMs)) return false;
   for (int attempt = 0; attempt < 400 && daemon_.state() == QProcess::Running; ++attempt) {
     bool isReady = false;
-    pactl({QStringLiteral("info")}, &isReady);
+    pactl({"info"}, &isReady);
     if (isReady) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(25));
   }
@@ -106,7 +100,7 @@ void PulseServer::setFrozen(bool isFrozen) {
 QString PulseServer::pactl(const QStringList& arguments, bool* ok) {
   QProcess process;
   process.setProcessEnvironment(environment());
-  process.start(QStringLiteral("pactl"), QStringList{QStringLiteral("--server"), address()} + arguments);
+  process.start("pactl", QStringList{"--server", address()} + arguments);
   const bool isFinished = process.waitForFinished(processLimitMs);
   if (ok) *ok = isFinished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
   return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
@@ -114,24 +108,22 @@ QString PulseServer::pactl(const QStringList& arguments, bool* ok) {
 
 int PulseServer::loadModule(const QStringList& arguments) {
   bool isLoaded = false;
-  const int number = pactl(QStringList{QStringLiteral("load-module")} + arguments, &isLoaded).toInt();
+  const int number = pactl(QStringList{"load-module"} + arguments, &isLoaded).toInt();
   return isLoaded ? number : -1;
 }
 
 bool PulseServer::unloadModule(int number) {
   bool isUnloaded = false;
-  pactl({QStringLiteral("unload-module"), QString::number(number)}, &isUnloaded);
+  pactl({"unload-module", QString::number(number)}, &isUnloaded);
   return isUnloaded;
 }
 
 int PulseServer::plugIn(const QString& name, const QString& properties) {
-  const QString feed = name + QStringLiteral("_feed");
-  const int number = loadModule({QStringLiteral("module-null-sink"), QStringLiteral("sink_name=") + feed,
-                                 QStringLiteral("norewinds=1"), QStringLiteral("channels=1")});
+  const QString feed = name + "_feed";
+  const int number = loadModule({"module-null-sink", "sink_name=" + feed, "norewinds=1", "channels=1"});
   if (number < 0) return number;
-  const int source =
-      loadModule({QStringLiteral("module-remap-source"), QStringLiteral("source_name=") + name,
-                  QStringLiteral("master=%1.monitor").arg(feed), QStringLiteral("source_properties=") + properties});
+  const int source = loadModule({"module-remap-source", "source_name=" + name, QString("master=%1.monitor").arg(feed),
+                                 "source_properties=" + properties});
   return source < 0 ? source : number;
 }
 
@@ -142,8 +134,7 @@ std::shared_ptr<QProcess> PulseServer::play(const QString& wavPath, const QStrin
     delete player;
   });
   process->setProcessEnvironment(environment());
-  process->start(QStringLiteral("paplay"), {QStringLiteral("--server"), address(), QStringLiteral("--device"), sink,
-                                            QStringLiteral("--latency-msec=1000"), wavPath});
+  process->start("paplay", {"--server", address(), "--device", sink, "--latency-msec=1000", wavPath});
   process->waitForStarted(processLimitMs);
   return process;
 }

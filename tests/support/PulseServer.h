@@ -27,9 +27,6 @@ class PulseServer {
   void setFrozen(bool isFrozen);
 
   QString address() const;  // for a client's server option or PULSE_SERVER
-  // Adds a line to what the server does at its next start.
-  void addSetup(const QString& line) { setup_ += line; }
-  void removeMicrophone() { hasMicrophone_ = false; }  // at the next start
 
   // Runs pactl; its output, trimmed. `ok` tells whether it succeeded.
   QString pactl(const QStringList& arguments, bool* ok = nullptr);
@@ -37,17 +34,15 @@ class PulseServer {
   int loadModule(const QStringList& arguments);
   bool unloadModule(int number);
   // A second microphone, fed by its own output NAME_feed; the number of the module whose removal takes it along.
-  int plugIn(const QString& name, const QString& properties = QStringLiteral("device.bus=usb"));
+  int plugIn(const QString& name, const QString& properties = "device.bus=usb");
   // Plays a WAV file into an output until it ends or the object goes.
-  std::shared_ptr<QProcess> play(const QString& wavPath, const QString& sink = QStringLiteral("mic_feed"));
+  std::shared_ptr<QProcess> play(const QString& wavPath, const QString& sink = "mic_feed");
 
  private:
   QProcessEnvironment environment() const;
 
   QTemporaryDir folder_;
   QProcess daemon_;
-  QStringList setup_;
-  bool hasMicrophone_ = true;
 };
 
 }  // namespace quillmere

@@ -2,40 +2,42 @@
 
 #include <QProcess>
 
+#include "support/Files.h"
+
 namespace quillmere {
 
 QString SampleMedia::write(const QString& name, const QByteArray& bytes) const {
-  QFile file(path(name));
-  if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) qFatal("cannot write a sample file");
-  return file.fileName();
+  return writeFile(path(name), bytes);
 }
 
 QByteArray SampleMedia::read(const QString& name) const {
-  QFile file(path(name));
-  if (!file.open(QIODevice::ReadOnly)) qFatal("cannot read a sample file");
-  return file.readAll();
+  return readFile(path(name));
 }
 
-QByteArray SampleMedia::wav(int sampleRate, int channels, qint64 frames, const Wave& wave, bool isFloat) {
+QByteArray SampleMedia::wav(int sampleRate, int channels, const QByteArray& samples, bool isFloat) {
   const auto bytesOf = [](auto value) {
     return QByteArray(reinterpret_cast<const char*>(&value), sizeof value);  // little endian as the file
   };
   const int bytes = isFloat ? 4 : 2;
-  const auto size = quint32(frames * channels * bytes);
-  QByteArray file = "RIFF" + bytesOf(36 + size) + "WAVEfmt " + bytesOf(quint32(16)) +
-                    bytesOf(quint16(isFloat ? 3 : 1)) + bytesOf(quint16(channels)) + bytesOf(quint32(sampleRate)) +
-                    bytesOf(quint32(sampleRate * channels * bytes)) + bytesOf(quint16(channels * bytes)) +
-                    bytesOf(quint16(bytes * 8)) + "data" + bytesOf(size);
-  file.reserve(file.size() + qsizetype(size));
+  const auto size = quint32(samples.size());
+  return "RIFF" + bytesOf(36 + size) + "WAVEfmt " + bytesOf(quint32(16)) + bytesOf(quint16(isFloat ? 3 : 1)) +
+         bytesOf(quint16(channels)) + bytesOf(quint32(sampleRate)) + bytesOf(quint32(sampleRate * channels * bytes)) +
+         bytesOf(quint16(channels * bytes)) + bytesOf(quint16(bytes * 8)) + "data" + bytesOf(size) + samples;
+}
+
+QByteArray SampleMedia::wav(int sampleRate, int channels, qint64 frames, const Wave& wave, bool isFloat) {
+  QByteArray samples;
+  samples.reserve(qsizetype(frames) * channels * 4);
   for (qint64 frame = 0; frame < frames; ++frame) {
     for (int channel = 0; channel < channels; ++channel) {
       const double value = wave(frame, channel);
       const auto real = float(value);
       const auto integer = qint16(std::lround(value * 32767));
-      file.append(isFloat ? reinterpret_cast<const char*>(&real) : reinterpret_cast<const char*>(&integer), bytes);
+      isFloat ? samples.append(reinterpret_cast<const char*>(&real), sizeof real)
+              : samples.append(reinterpret_cast<const char*>(&integer), sizeof integer);
     }
   }
-  return file;
+  return wav(sampleRate, channels, samples, isFloat);
 }
 
 SampleMedia::Wave SampleMedia::tone(double hertz, double sampleRate, double level) {

@@ -24,6 +24,7 @@ class SampleMedia {
   // A WAV file of 32-bit floats or 16-bit integers; the sample depends on the frame and the channel.
   using Wave = std::function<double(qint64 frame, int channel)>;
   static QByteArray wav(int sampleRate, int channels, qint64 frames, const Wave& wave, bool isFloat = false);
+  static QByteArray wav(int sampleRate, int channels, const QByteArray& samples, bool isFloat = false);
   static Wave tone(double hertz, double sampleRate, double level = 0.5);
 
   // Runs the ffmpeg program; false when it fails (an encoder that it lacks).

@@ -146,7 +146,6 @@ QByteArray ScriptedWhisperModel::bytes(const Options& options) {
     out.integer(static_cast<qint32>(word.size()));
     out.text(word);
   }
-  if (options.vocabularyOnly) return out.take();
 
   // One random direction a token of the script; all have mean 0 and length sqrt(width), as behind a layer norm.
   std::mt19937 random(7);

@@ -18,7 +18,6 @@ class ScriptedWhisperModel {
     int width = 0;  // of the states; 0: as small as the text allows. 256 with 4 heads and 8 layers: 50 MB,
     int heads = 1;  // about half a second of encoder time a window, for tests of cancelling
     int encoderLayers = 1;
-    bool vocabularyOnly = false;  // no tensors at all: the engine loads it, but it says nothing
   };
 
   static QByteArray bytes(const Options& options);

@@ -20,16 +20,15 @@ SessionBus::~SessionBus() {
 
 void SessionBus::restart() {
   stop();
-  QFile configuration(folder_.filePath(QStringLiteral("bus.conf")));
+  QFile configuration(folder_.filePath("bus.conf"));
   if (!configuration.open(QIODevice::WriteOnly)) throw std::runtime_error("the bus has no configuration");
   configuration.write(
       "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
       "<policy context='default'><allow send_destination='*'/><allow receive_sender='*'/><allow own='*'/></policy>"
       "</busconfig>");
   configuration.close();
-  daemon_.start(QStringLiteral("dbus-daemon"),
-                {QStringLiteral("--config-file=") + configuration.fileName(), QStringLiteral("--nofork"),
-                 QStringLiteral("--nopidfile"), QStringLiteral("--print-address")});
+  daemon_.start("dbus-daemon",
+                {"--config-file=" + configuration.fileName(), "--nofork", "--nopidfile", "--print-address"});
   if (!daemon_.waitForStarted() || !daemon_.waitForReadyRead()) throw std::runtime_error("dbus-daemon does not start");
   address_ = QString::fromLatin1(daemon_.readLine()).trimmed();
 }

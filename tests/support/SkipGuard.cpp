@@ -24,7 +24,7 @@ bool isAllowed(const QString& test) {
 class SkipGuard final : public testing::EmptyTestEventListener {
   void OnTestEnd(const testing::TestInfo& test) override {
     if (!test.result()->Skipped()) return;
-    const QString name = QStringLiteral("%1.%2").arg(QLatin1String(test.test_suite_name()), QLatin1String(test.name()));
+    const QString name = QString("%1.%2").arg(QLatin1String(test.test_suite_name()), QLatin1String(test.name()));
     if (!isAllowed(name)) ADD_FAILURE() << "skipped, and tests/allowed_skips.txt does not name it";
   }
 };

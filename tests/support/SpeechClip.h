@@ -11,8 +11,7 @@ namespace quillmere {
 class SpeechClip {
  public:
   static QString path() {
-    return qEnvironmentVariable("QUILLMERE_SOURCE_DIR") +
-           QStringLiteral("/third_party/src/whisper.cpp/bindings/go/samples/jfk.wav");
+    return qEnvironmentVariable("QUILLMERE_SOURCE_DIR") + "/third_party/src/whisper.cpp/bindings/go/samples/jfk.wav";
   }
   // The bare samples, without the header and the notes before them. Empty when the file is missing.
   static QByteArray pcm() {

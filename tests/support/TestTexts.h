@@ -1,12 +1,12 @@
 #pragma once
-#include "app/texts/Texts.h"
+#include "app/compose/texts/Texts.h"
 
 namespace quillmere {
 
 // Installs a text table for the length of a test.
 class TestTexts {
  public:
-  explicit TestTexts(const QString& language = QStringLiteral("en")) : texts_(language) {}
+  explicit TestTexts(const QString& language = "en") : texts_(language) {}
 
  private:
   Texts texts_;

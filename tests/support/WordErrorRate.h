@@ -8,8 +8,7 @@ namespace quillmere {
 
 // The words of a text: letters, digits and apostrophes, in lower case.
 inline QStringList wordsOf(const QString& text) {
-  static const QRegularExpression word(QStringLiteral("[\\p{L}\\p{N}']+"),
-                                       QRegularExpression::UseUnicodePropertiesOption);
+  static const QRegularExpression word("[\\p{L}\\p{N}']+", QRegularExpression::UseUnicodePropertiesOption);
   QStringList words;
   for (auto match = word.globalMatch(text.toLower()); match.hasNext();) words << match.next().captured();
   return words;

@@ -1,5 +1,6 @@
 #pragma once
 #include <QProcess>
+#include <stdexcept>
 
 namespace quillmere {
 
@@ -7,16 +8,29 @@ namespace quillmere {
 // come up. Needs an application object.
 class XvfbServer {
  public:
-  XvfbServer();
+  XvfbServer() {
+    process_.setStandardErrorFile(QProcess::nullDevice());
+    process_.start("Xvfb", {"-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp", "-noreset"});
+    while (!process_.canReadLine())
+      if (!process_.waitForReadyRead(limitMs)) throw std::runtime_error("Xvfb does not start");
+    displayName_ = u':' + QString::fromLatin1(process_.readLine().trimmed());
+  }
   XvfbServer(const XvfbServer&) = delete;
   XvfbServer& operator=(const XvfbServer&) = delete;
-  ~XvfbServer();
+  ~XvfbServer() {
+    process_.terminate();
+    if (!process_.waitForFinished(limitMs)) kill();
+  }
 
   QString displayName() const { return displayName_; }
   // The server dies without a word to its clients.
-  void kill();
+  void kill() {
+    process_.kill();
+    process_.waitForFinished(-1);
+  }
 
  private:
+  static constexpr int limitMs = 60000;
   QProcess process_;
   QString displayName_;
 };

@@ -14,45 +14,32 @@
 #include <csignal>
 #include <cstdio>
 
-// A window with one text field, for tests that write into another program. Every change of the content, and the focus
-// the field gets or loses, goes to standard output as one line of JSON:
-//   {"event":"ready","pid":12,"kind":"line","text":""}   the window has been shown and the field has the keyboard
-//   {"event":"text","text":"Hello","html":"..."}          ("html" of a rich text only)
-//   {"event":"focus","hasFocus":true}
-// It ends with the program that started it.
+// A window with one text field, for tests that write into another program. Every change of the content goes to standard
+// output as one line of JSON: {"text":"Hello"}. It ends with the program that started it.
 namespace {
 
-void say(const QString& event, QJsonObject object) {
-  object.insert(QStringLiteral("event"), event);
-  std::puts(QJsonDocument(object).toJson(QJsonDocument::Compact).constData());
+void tell(const QString& text) {
+  std::puts(QJsonDocument(QJsonObject{{"text", text}}).toJson(QJsonDocument::Compact).constData());
   std::fflush(stdout);
 }
 
-// The field under test, whatever its class.
-struct Field {
-  QWidget* widget = nullptr;
-  std::function<QString()> text;
-  std::function<QString()> html;
-  std::function<void()> copy;
-};
-
-Field makeLine(const QString& text, QLineEdit::EchoMode mode, bool isReadOnly, const QString& placeholder) {
+QWidget* makeLine(const QString& text, QLineEdit::EchoMode mode, bool isReadOnly, bool isSelected) {
   auto* const line = new QLineEdit(text);
   line->setEchoMode(mode);
   line->setReadOnly(isReadOnly);
-  line->setPlaceholderText(placeholder);
-  return {line, [line] { return line->text(); }, {}, [line] { line->copy(); }};
+  if (isSelected) line->selectAll();
+  QObject::connect(line, &QLineEdit::textChanged, tell);
+  return line;
 }
 
 template <typename Edit>
-Field makeEdit(const QString& text, const QString& placeholder) {
+QWidget* makeEdit(const QString& text, bool isSelected) {
   auto* const edit = new Edit;
   edit->setPlainText(text);
-  edit->setPlaceholderText(placeholder);
   edit->setTabChangesFocus(true);
-  Field field{edit, [edit] { return edit->toPlainText(); }, {}, [edit] { edit->copy(); }};
-  if constexpr (std::is_same_v<Edit, QTextEdit>) field.html = [edit] { return edit->toHtml(); };
-  return field;
+  if (isSelected) edit->selectAll();
+  QObject::connect(edit, &Edit::textChanged, [edit] { tell(edit->toPlainText()); });
+  return edit;
 }
 
 }  // namespace
@@ -60,91 +47,52 @@ Field makeEdit(const QString& text, const QString& placeholder) {
 int main(int argc, char** argv) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
   QApplication application(argc, argv);
-  QApplication::setApplicationName(QStringLiteral("text_target"));
+  QApplication::setApplicationName("text_target");
   QCommandLineParser options;
   options.addHelpOption();
   options.addOptions({
-      {QStringLiteral("kind"), QStringLiteral("line, password, readonly, edit (rich text) or plain."),
-       QStringLiteral("kind"), QStringLiteral("line")},
-      {QStringLiteral("window-title"), QStringLiteral("Title of the window."), QStringLiteral("text"),
-       QStringLiteral("Text target")},
-      {QStringLiteral("text"), QStringLiteral("Content to begin with."), QStringLiteral("text")},
-      {QStringLiteral("label"), QStringLiteral("A label in front of the field, its accessible name."),
-       QStringLiteral("text")},
-      {QStringLiteral("placeholder"), QStringLiteral("Shown in the empty field."), QStringLiteral("text")},
-      {QStringLiteral("select"), QStringLiteral("Begins with everything selected.")},
-      {QStringLiteral("menu"), QStringLiteral("A menu bar with File and Edit; Copy copies what is selected.")},
-      {QStringLiteral("copy-word"), QStringLiteral("The title of that Copy item."), QStringLiteral("text"),
-       QStringLiteral("&Copy")},
+      {"kind", "line, password, readonly, edit (rich text) or plain.", "kind", "line"},
+      {"window-title", "Title of the window.", "text", "Text target"},
+      {"text", "Content to begin with.", "text"},
+      {"label", "A label in front of the field, its accessible name.", "text"},
+      {"select", "Begins with everything selected."},
+      {"menu", "A menu bar with File and Edit."},
   });
   options.process(application);
-  const QString kind = options.value(QStringLiteral("kind"));
-  const QString text = options.value(QStringLiteral("text"));
-  const QString placeholder = options.value(QStringLiteral("placeholder"));
-
-  Field field;
-  if (kind == QLatin1String("line"))
-    field = makeLine(text, QLineEdit::Normal, false, placeholder);
-  else if (kind == QLatin1String("password"))
-    field = makeLine(text, QLineEdit::Password, false, placeholder);
-  else if (kind == QLatin1String("readonly"))
-    field = makeLine(text, QLineEdit::Normal, true, placeholder);
-  else if (kind == QLatin1String("edit"))
-    field = makeEdit<QTextEdit>(text, placeholder);
-  else if (kind == QLatin1String("plain"))
-    field = makeEdit<QPlainTextEdit>(text, placeholder);
+  const QString kind = options.value("kind"), text = options.value("text");
+  const bool isSelected = options.isSet("select");
+  QWidget* field = nullptr;
+  if (kind == "line" || kind == "readonly")
+    field = makeLine(text, QLineEdit::Normal, kind == "readonly", isSelected);
+  else if (kind == "password")
+    field = makeLine(text, QLineEdit::Password, false, isSelected);
+  else if (kind == "edit")
+    field = makeEdit<QTextEdit>(text, isSelected);
+  else if (kind == "plain")
+    field = makeEdit<QPlainTextEdit>(text, isSelected);
   else
     options.showHelp(2);
 
-  const auto tell = [&] {
-    QJsonObject object{{QStringLiteral("text"), field.text()}};
-    if (field.html) object.insert(QStringLiteral("html"), field.html());
-    say(QStringLiteral("text"), object);
-  };
-  if (auto* const line = qobject_cast<QLineEdit*>(field.widget)) {
-    QObject::connect(line, &QLineEdit::textChanged, tell);
-    if (options.isSet(QStringLiteral("select"))) line->selectAll();
-  } else if (auto* const rich = qobject_cast<QTextEdit*>(field.widget)) {
-    QObject::connect(rich, &QTextEdit::textChanged, tell);
-    if (options.isSet(QStringLiteral("select"))) rich->selectAll();
-  } else if (auto* const plain = qobject_cast<QPlainTextEdit*>(field.widget)) {
-    QObject::connect(plain, &QPlainTextEdit::textChanged, tell);
-    if (options.isSet(QStringLiteral("select"))) plain->selectAll();
-  }
-
   QWidget window;
-  window.setWindowTitle(options.value(QStringLiteral("window-title")));
+  window.setWindowTitle(options.value("window-title"));
   auto* const layout = new QVBoxLayout(&window);
-  if (options.isSet(QStringLiteral("menu"))) {
+  if (options.isSet("menu")) {
     auto* const bar = new QMenuBar;
-    bar->addMenu(QStringLiteral("&File"))->addAction(QStringLiteral("&Quit"), &application, &QApplication::quit);
-    auto* const edit = bar->addMenu(QStringLiteral("&Edit"));
-    edit->addAction(QStringLiteral("Cu&t"));
-    edit->addAction(options.value(QStringLiteral("copy-word")), QKeySequence(QKeySequence::Copy), field.widget,
-                    [&] { field.copy(); });
+    bar->addMenu("&File")->addAction("&Quit", &application, &QApplication::quit);
+    auto* const edit = bar->addMenu("&Edit");
+    edit->addAction("Cu&t");
+    edit->addAction("&Copy")->setShortcut(QKeySequence::Copy);
     layout->setMenuBar(bar);
   }
-  if (options.isSet(QStringLiteral("label"))) {
-    auto* const label = new QLabel(options.value(QStringLiteral("label")));
-    label->setBuddy(field.widget);
+  if (options.isSet("label")) {
+    auto* const label = new QLabel(options.value("label"));
+    label->setBuddy(field);
     layout->addWidget(label);
   }
-  layout->addWidget(field.widget);
+  layout->addWidget(field);
   window.resize(420, 160);
   window.show();
   window.activateWindow();
-  field.widget->setFocus();
-
-  bool isReady = false;
-  QObject::connect(&application, &QApplication::focusChanged, [&](QWidget* before, QWidget* now) {
-    if (now == field.widget && !isReady) {
-      isReady = true;
-      say(QStringLiteral("ready"), {{QStringLiteral("pid"), qint64(QCoreApplication::applicationPid())},
-                                    {QStringLiteral("kind"), kind},
-                                    {QStringLiteral("text"), field.text()}});
-    } else if (now == field.widget || before == field.widget) {
-      say(QStringLiteral("focus"), {{QStringLiteral("hasFocus"), now == field.widget}});
-    }
-  });
+  field->setFocus();
   return QApplication::exec();
 }

@@ -35,23 +35,23 @@ struct PreparationFixture : LocalEngineFixture {
 
 TEST(ModelPreparation, PreparesEachSelectionOnce) {
   PreparationFixture f;
-  const QString base = f.modeWith(QStringLiteral("base"));
-  const QString tiny = f.modeWith(QStringLiteral("tiny"));
+  const QString base = f.modeWith("base");
+  const QString tiny = f.modeWith("tiny");
   for (const QString& id : {base, base, QString(), QUuid::createUuid().toString(), tiny, base}) f.select(id);
   EXPECT_EQ(f.engine.loads().size(), 3);
   const ModePtr edited = f.persistence->fetchMode(base);
-  edited->model = QStringLiteral("small");
+  edited->model = "small";
   f.preparation->prepare(edited);
   f.executor.runUntilIdle();
-  EXPECT_EQ(f.engine.loads().back(), QStringLiteral("ggml-small.bin"));
+  EXPECT_EQ(f.engine.loads().back(), "ggml-small.bin");
 }
 
 TEST(ModelPreparation, TheNewestWinsAndNoTranscriptionEnds) {
   PreparationFixture f;
-  const QStringList ids{f.modeWith(QStringLiteral("tiny")), f.modeWith(QStringLiteral("small"))};
+  const QStringList ids{f.modeWith("tiny"), f.modeWith("small")};
   f.engine.holdRuns(true);
   TaskScope scope(f.executor);
-  auto running = scope.spawn(f.provider->transcribe(f.request(QStringLiteral("base"), QStringLiteral("de"))));
+  auto running = scope.spawn(f.provider->transcribe(f.request("base", "de")));
   f.runUntilRuns(1);
   for (const QString& id : ids) {
     f.preparation->modeSelected(id);
@@ -59,9 +59,9 @@ TEST(ModelPreparation, TheNewestWinsAndNoTranscriptionEnds) {
   }
   EXPECT_EQ(f.engine.loads().size(), 1) << "they wait for their turn";
   f.engine.holdRuns(false);
-  EXPECT_EQ(runTask(f.executor, running.join())->text, QStringLiteral("Hello there."));
+  EXPECT_EQ(runTask(f.executor, running.join())->text, "Hello there.");
   f.executor.runUntilIdle();
-  EXPECT_EQ(f.engine.loads(), (QStringList{QStringLiteral("ggml-base.bin"), QStringLiteral("ggml-small.bin")}));
+  EXPECT_EQ(f.engine.loads(), (QStringList{"ggml-base.bin", "ggml-small.bin"}));
 }
 
 }  // namespace

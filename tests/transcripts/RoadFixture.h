@@ -20,10 +20,10 @@ struct RoadFixture {
     persistence = std::move(*PersistenceController::open(PersistenceController::inMemory(), clock, {}));
     road = std::make_unique<PipelineTranscriptRoad>(
         PipelineTranscriptRoad::Services{clock, *persistence, settings, vad, transcriber}, Logging());
-    audioPath = addFile(QStringLiteral("talk.wav"));
-    transcriber.result.text = QStringLiteral("Rewritten.");
-    transcriber.result.rawText = QStringLiteral("spoken");
-    transcriber.result.provider = QStringLiteral("Local Whisper");
+    audioPath = addFile("talk.wav");
+    transcriber.result.text = "Rewritten.";
+    transcriber.result.rawText = "spoken";
+    transcriber.result.provider = "Local Whisper";
   }
   QString path(const QString& name) const { return folder.filePath(name); }
   QString addFile(const QString& name) const {
@@ -35,7 +35,7 @@ struct RoadFixture {
     TranscriptJob job;
     job.audioPath = audioPath;
     job.durationSeconds = 40;
-    job.modeName = QStringLiteral("Mail");
+    job.modeName = "Mail";
     return job;
   }
   TranscriptPtr onlyRow() const {

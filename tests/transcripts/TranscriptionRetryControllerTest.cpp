@@ -3,15 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "transcripts/RoadFixture.h"
-#include "transcripts/TranscriptionResultCache.h"
 
 namespace quillmere {
 namespace {
 
 struct RetryFixture : RoadFixture {
   RetryFixture() {
-    transcript = persistence->createTranscript(3.0, QStringLiteral("Mail"), audioPath);
-    transcript->status = QStringLiteral("failed");
+    transcript = persistence->createTranscript(3.0, "Mail", audioPath);
+    transcript->status = "failed";
     persistence->save();
   }
   Result<TranscriptionResult, AnyError> retry(ModePtr mode = nullptr) {
@@ -24,15 +23,14 @@ struct RetryFixture : RoadFixture {
 
 TEST(TranscriptionRetryController, AMissingFileChangesNothing) {
   for (const std::optional<QString>& path :
-       {std::optional<QString>(), std::optional<QString>(QStringLiteral("/nowhere/a.wav")),
-        std::optional<QString>(QStringLiteral("/"))}) {
+       {std::optional<QString>(), std::optional<QString>("/nowhere/a.wav"), std::optional<QString>("/")}) {
     RetryFixture f;
     f.transcript->audioFilePath = path;
     f.persistence->save();
     const Transcript before = *f.transcript;
     const auto result = f.retry();
     ASSERT_FALSE(result);
-    EXPECT_EQ(classify(result.error()).code, QStringLiteral("audio_file_not_found"));
+    EXPECT_EQ(classify(result.error()).code, "audio_file_not_found");
     EXPECT_EQ(*f.transcript, before);
     EXPECT_TRUE(f.transcriber.requests.empty());
   }
@@ -45,10 +43,10 @@ TEST(TranscriptionRetryController, UsesTheRowAgainUnderItsModeOrAnother) {
     return f.transcriber.requests.back().mode;
   };
   ModeData data;
-  data.name = QStringLiteral("mail");
+  data.name = "mail";
   const ModePtr otherCase = f.persistence->createMode(data);
   EXPECT_EQ(modeOf(), nullptr);
-  data.name = QStringLiteral("Mail");
+  data.name = "Mail";
   const ModePtr exact = f.persistence->createMode(data);
   f.persistence->save();
   EXPECT_EQ(modeOf(), exact);
@@ -57,18 +55,9 @@ TEST(TranscriptionRetryController, UsesTheRowAgainUnderItsModeOrAnother) {
   f.transcriber.error = AnyError(TranscriptionError{TranscriptionError::Busy{}});
   EXPECT_FALSE(f.retry(exact));
   EXPECT_EQ(f.transcriber.requests.back().mode, exact);
-  EXPECT_EQ(f.transcript->transcribedText, QStringLiteral("spoken")) << "of the try before";
+  EXPECT_EQ(f.transcript->transcribedText, "spoken") << "of the try before";
   EXPECT_EQ(f.vad.calls.at(0).duration, 3.0);
   EXPECT_EQ(f.onlyRow(), f.transcript);
-}
-
-TEST(TranscriptionResultCache, StaysWithinItsSize) {
-  TranscriptionResultCache cache;
-  for (int i = 0; i < 250; ++i) {
-    cache.store(QString::number(i), QStringLiteral("text"));
-    EXPECT_EQ(cache.count(), std::min(i + 1, TranscriptionResultCache::maxCacheSize));
-    EXPECT_TRUE(cache.contains(QString::number(i)));
-  }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "support/FakeErrorReporting.h"
 #include "support/FakeKeyEventMonitor.h"
 #include "support/ManualExecutor.h"
-#include "support/RecordingLogSink.h"
 
 namespace quillmere {
 namespace {
@@ -35,8 +34,7 @@ class Desk {
   ManualExecutor executor;
   FakeKeyEventMonitor keyboard;
   FakeErrorReporting reporting;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
-  BareModifierKeyMonitor monitor{keyboard, executor, &reporting, Logging(log)};
+  BareModifierKeyMonitor monitor{keyboard, executor, &reporting, Logging()};
   QStringList signalled;
 
  private:
@@ -109,15 +107,11 @@ const Gesture gestures[] = {
     {"QuickTap", control, "0+ 249- 9000.", "down@349 up@1749", idle},
     {"TapTap", control, "0+ 100- 400+ 500- 9000.", "down@200", latched},
     {"TapTapBeforeTheDelayedStart", control, "0+ 50- 90+ 120- 9000.", "down@150", latched},
-    {"SecondPressHoldsOffTheEndOfTheWindow", control, "0+ 100- 1590+ 1700- 9000.", "down@200 up@1700", idle},
-    {"SecondReleaseAtExactlyTheWindowLocks", control, "0+ 100- 1590+ 1600- 9000.", "down@200", latched},
     {"SecondPressAfterTheWindowIsANewGesture", control, "0+ 100- 1700+ 1800- 1850.", "down@200 up@1600", active},
     {"UnlockBeginsOneSecondAfterTheLock", control, "0+ 300- 1299+ 1299- 1300+", "down@250", unlatching},
     {"IgnoredPressAndReleaseDoNotCountAsATap", control, "0+ 300- 1200+ 1400- 2000+ 2100- 9000.", "down@250", latched},
-    {"TwoTapsUnlock", control, "0+ 300- 2000+ 2100- 2500+ 2600- 9000.", "down@250 up@2600", idle},
     {"SecondTapMayBeHeldBeyondTheTimer", control, "0+ 300- 2000+ 2100- 2500+ 3599-", "down@250 up@3599", idle},
     {"UnlockAfterTheTimerBeginsAnew", control, "0+ 300- 2000+ 2100- 2500+ 3601- 9000.", "down@250", latched},
-    {"OneTapFallsBackToTheLock", control, "0+ 300- 2000+ 2100- 3600.", "down@250", latched},
     {"ALongPressWhileLockedIsTheFirstTap", control, "0+ 300- 2000+ 8000- 8100+ 8200-", "down@250 up@8200", idle},
 
     {"KeyDuringActivation", control, "0+ 100k 200- 9000.", "", idle},
@@ -127,8 +121,6 @@ const Gesture gestures[] = {
     {"KeysAreFreeWhileLocked", control, "0+ 300- 1000k 2000m 2100k 2200M 9000.", "down@250", latched},
     {"KeysAreFreeWhileUnlocking", control, "0+ 300- 2000+ 2050k 2100- 2200k 2300+ 2400-", "down@250 up@2400", idle},
     {"OtherModifierFirstThenTheKey", control, "0m 100+ 500M 600-", "down@350", latched},
-    {"OtherModifierDuringTheHold", control, "0+ 500m 600- 700M 9000.", "down@250 interference@500", idle},
-    {"OptionSpoilsFn", fn, "0+ 500o 600-", "down@325 interference@500", idle},
     {"TheOtherOptionDoesNotSpoilTheLeftOne", left, "0+ 500o 600O 1000-", "down@250", latched},
     {"SuperSpoilsTheRightOption", right, "0+ 300m", "down@250 interference@300", idle},
     {"TheOtherOptionIsNotTheKey", left, "0o 1000O", "", idle},
@@ -150,8 +142,6 @@ const Gesture gestures[] = {
     {"DoublePressOffQuickTap", control, "0d 0+ 200- 9000.", "", idle},
 
     {"SuspensionDuringActivationDropsTheTimer", control, "0+ 100s 9000.", "", waiting},
-    {"SuspensionHidesEverything", control, "0s 100+ 500k 600- 700m 9000.", "", idle},
-    {"ReleaseDuringSuspensionIsNotSeen", control, "0+ 500s 600- 700r 9000.", "down@250", active},
     {"PressAfterSuspensionCountsAndItsReleaseEnds", control, "0+ 500s 600- 700r 3000+ 3100-", "down@250 up@3100", idle},
     {"SuspensionInTheWindowOfATapKeepsTheDelayedStart", control, "0+ 100- 150s 9000.", "down@200", active},
     {"SuspensionWhileLockedKeepsTheLock", control, "0+ 300- 400s 500r 2000+ 2100- 2200+ 2300-", "down@250 up@2300",
@@ -159,10 +149,8 @@ const Gesture gestures[] = {
     {"SuspensionForgetsFn", fn, "0+ 50s 60r 9000.", "", idle},
 
     {"ResetDuringActivationDoesNothing", control, "0+ 100i 400.", "down@250", active},
-    {"ResetDuringTheHold", control, "0+ 500i 600- 9000.", "down@250", idle},
     {"ResetWhileLockedMakesTheNextPressAStart", control, "0+ 300- 400i 500+ 3000-", "down@250 down@750 up@3000", idle},
     {"ResetJustAfterFnWasLetGo", fn, "0+ 1000- 1030i 2000+ 4500- 9000.", "down@325 down@2325 up@4575", idle},
-    {"ResetWhileUnlocking", control, "0+ 300- 2000+ 2100- 2200i 9000.", "down@250", idle},
 
     {"StopEndsASuspension", control, "0s 10z 20a 100+ 2500-", "down@350 up@2500", idle},
     {"StartForgetsTheGesture", control, "0+ 300- 400a 500+ 3000-", "down@250 down@750 up@3000", idle},
@@ -171,45 +159,16 @@ const Gesture gestures[] = {
 INSTANTIATE_TEST_SUITE_P(All, BareModifierGestures, testing::ValuesIn(gestures),
                          [](const auto& test) { return test.param.name; });
 
-TEST(BareModifierKeyMonitor, LeavesBreadcrumbsWithTheUsersLeave) {
+TEST(BareModifierKeyMonitorTest, LeavesBreadcrumbsWithTheUsersLeaveOnly) {
   Desk desk;
   desk.play("0+ 100- 400+ 500-");
   ASSERT_EQ(desk.reporting.breadcrumbs.size(), 2u);
-  EXPECT_EQ(desk.reporting.breadcrumbs[1].data.value("mode"), "control");
-  EXPECT_EQ(desk.reporting.breadcrumbs[1].data.value("timeSinceFirstTap"), 0.4);
   desk.reporting.isOn = false;
   desk.play("2000+ 2100- 2200+ 2300-");
   EXPECT_EQ(desk.reporting.breadcrumbs.size(), 2u);
 }
 
-// What runs was begun by a chord that contains the key: held slowly, the chord that stops it does not start anew.
-TEST(BareModifierKeyMonitor, ASlowChordOverARunningRecordingStaysAChord) {
-  Desk desk;
-  desk.monitor.setOnModifierDown([&] {
-    desk.signalled << QStringLiteral("down");
-    desk.monitor.resetToIdle();
-  });
-  desk.play("0+ 400o 900k 1000O 1100k 3000- 4000+ 4300.");
-  EXPECT_EQ(desk.signalled, (QStringList{"down", "down"})) << "once for each press of the key";
-}
-
-TEST(BareModifierKeyMonitor, SaysThatTheKeyboardCanNotBeWatched) {
-  Desk desk;
-  desk.keyboard.isAllowed = false;
-  desk.monitor.start(ModifierKey::rightOption);
-  EXPECT_FALSE(desk.monitor.isMonitoring());
-  EXPECT_EQ(desk.log->lines(LogLevel::error),
-            QStringList{QStringLiteral(
-                "BareModifierKeyMonitor: Failed to create CGEventTap - check Accessibility permissions")});
-  desk.keyboard.isAllowed = true;
-  desk.monitor.start(ModifierKey::rightOption);
-  EXPECT_TRUE(desk.monitor.isMonitoring());
-  desk.monitor.stop();
-  EXPECT_FALSE(desk.monitor.isMonitoring());
-  EXPECT_FALSE(desk.keyboard.isRunning());
-}
-
-TEST(BareModifierKeyMonitor, OwnKeystrokesThatArriveLateAreStillThoseOfTheSuspension) {
+TEST(BareModifierKeyMonitorTest, OwnKeystrokesThatArriveLateAreStillThoseOfTheSuspension) {
   Desk desk;
   desk.play("0+ 300- 400s");
   ASSERT_EQ(desk.monitor.state(), MonitorState::latchActive);
@@ -222,7 +181,7 @@ TEST(BareModifierKeyMonitor, OwnKeystrokesThatArriveLateAreStillThoseOfTheSuspen
   EXPECT_EQ(desk.signalled, QStringList{"down@250"});
 }
 
-TEST(BareModifierKeyMonitor, AHandlerMayResetOrStopTheMonitor) {
+TEST(BareModifierKeyMonitorTest, AHandlerMayResetOrStopTheMonitor) {
   Desk desk;
   desk.monitor.setOnModifierDown([&] { desk.monitor.resetToIdle(); });
   desk.play("0+ 300.");
@@ -233,7 +192,7 @@ TEST(BareModifierKeyMonitor, AHandlerMayResetOrStopTheMonitor) {
   EXPECT_EQ(desk.executor.timerCount(), 0u);
 }
 
-TEST(BareModifierKeyMonitor, LeavesNothingBehind) {
+TEST(BareModifierKeyMonitorTest, LeavesNothingBehind) {
   ManualExecutor executor;
   FakeKeyEventMonitor keyboard;
   {

@@ -25,10 +25,6 @@ struct FakeSide : InLoop {
 struct AtspiSide : AtspiDesk {
   AtspiSide() { waitForWindow("Writing"); }
   ~AtspiSide() { *isBusy = false; }
-  template <typename T>
-  T run(Task<T> task) {
-    return runTaskInLoop(executor, std::move(task));
-  }
   Accessibility& port() { return *accessibility; }
   // The thread is busy with another visit.
   void hang() {

@@ -59,7 +59,7 @@ std::unique_ptr<AtspiAccessibility> AtspiDesk::make() {
 }
 
 bool AtspiDesk::visit(std::function<void(AccessibilityTree&)> work, Duration limit) {
-  return runTaskInLoop(executor, accessibility->visit(std::move(work), limit));
+  return run(accessibility->visit(std::move(work), limit));
 }
 
 SeenElement AtspiDesk::seeFocus() {
@@ -79,7 +79,7 @@ bool AtspiDesk::becomes(const std::function<bool()>& condition) {
   while (time.elapsed() < 60000) {
     if (condition()) return true;
     QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    runTaskInLoop(executor, sleepFor(std::chrono::milliseconds(30)));
+    run(sleepFor(std::chrono::milliseconds(30)));
   }
   return false;
 }

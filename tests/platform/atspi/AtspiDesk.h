@@ -5,8 +5,7 @@
 
 #include "base/async/Async.h"
 #include "platform/atspi/AtspiAccessibility.h"
-#include "platform/qt/QtExecutor.h"
-#include "support/RunTask.h"
+#include "support/InLoop.h"
 
 namespace quillmere {
 
@@ -34,7 +33,7 @@ class DesktopProgram {
 };
 
 // The accessibility bus of the private desktop that the launcher of the tests brings up; throws where there is none.
-struct AtspiDesk {
+struct AtspiDesk : InLoop {
   AtspiDesk();
 
   std::unique_ptr<AtspiAccessibility> make();
@@ -46,7 +45,6 @@ struct AtspiDesk {
   SeenElement waitForWindow(const QString& title);
   static QString textTarget();
 
-  QtExecutor executor;
   std::optional<qint64> frontmostProcessId;
   std::unique_ptr<AtspiAccessibility> accessibility = make();
 };

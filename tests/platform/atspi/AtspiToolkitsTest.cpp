@@ -127,7 +127,7 @@ TEST_F(AtspiToolkitsTest, Gtk4FieldsThatHideTheirText) {
     frontmostProcessId = fields.processId();
     const auto seen = waitForWindow(each.kind);
     EXPECT_EQ(seen.role, "AXTextField");
-    EXPECT_EQ(seen.subrole, each.isSecure ? std::optional(QStringLiteral("AXSecureTextField")) : std::nullopt);
+    EXPECT_EQ(seen.subrole, each.isSecure ? std::optional("AXSecureTextField") : std::nullopt);
     EXPECT_EQ(seen.value, each.isSecure ? std::nullopt : std::optional(QString::fromLatin1(each.text)));
     EXPECT_TRUE(!each.isSecure || !seen.selectedText);
   }
@@ -176,10 +176,9 @@ TEST_F(AtspiToolkitsTest, ChromiumPage) {
            "const next=()=>{i=(i+1)%order.length;const e=document.getElementById(order[i]);e.focus();"
            "if(e.select)e.select();document.title='Fields '+order[i]};"
            "onload=()=>{next();setInterval(next,4000)}</script>");
-  DesktopProgram chromium(
-      "chromium", {"--no-sandbox", "--disable-gpu", "--no-first-run", "--no-default-browser-check",
-                   "--force-renderer-accessibility", "--password-store=basic",
-                   QStringLiteral("--user-data-dir=") + folder.filePath("profile"), QStringLiteral("file://") + page});
+  DesktopProgram chromium("chromium", {"--no-sandbox", "--disable-gpu", "--no-first-run", "--no-default-browser-check",
+                                       "--force-renderer-accessibility", "--password-store=basic",
+                                       "--user-data-dir=" + folder.filePath("profile"), "file://" + page});
   const struct {
     const char *label, *role, *subrole, *value, *placeholder;
   } fields[] = {{"Name", "AXTextField", "", "Ada", "Who?"},
@@ -212,7 +211,7 @@ TEST_F(AtspiToolkitsTest, ChromiumPage) {
       level = next;
     }
   });
-  EXPECT_EQ(*address, QStringLiteral("file://") + page);
+  EXPECT_EQ(*address, "file://" + page);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ class FfmpegDecodingTest : public FfmpegFixture {
     return media.write("source.wav",
                        SampleMedia::wav(44100, 2, qint64(seconds * 44100), SampleMedia::tone(440, 44100)));
   }
+  bool ffmpeg(const QString& arguments) { return media.ffmpeg(arguments.split(u' ')); }
   static double secondsLeft(MediaReader& reader) {
     qint64 frames = 0;
     for (auto block = reader.read(4096); block && block->frameCount > 0; block = reader.read(4096))
@@ -33,40 +34,33 @@ class FfmpegDecodingTest : public FfmpegFixture {
 };
 
 TEST_F(FfmpegDecodingTest, Formats) {
-  struct Case {
-    const char* name;
-    QStringList arguments;
+  const struct {
+    const char *name, *codecs;
     double lengthTolerance;  // seconds; codecs pad the end
-    bool isOptionalEncoder = false;
-    bool canSeek = false;
-  };
-  const auto words = [](const char* text) { return QString::fromUtf8(text).split(u' ', Qt::SkipEmptyParts); };
-  const Case cases[] = {
-      {"a.wav", words("-c:a pcm_s16le"), 0, false, true},
-      {"u8.wav", words("-c:a pcm_u8"), 0},
-      {"f32.wav", words("-c:a pcm_f32le"), 0},
-      {"alaw.wav", words("-c:a pcm_alaw"), 0},
-      {"a.aiff", words("-c:a pcm_s16be"), 0},
-      {"a.caf", words("-c:a pcm_s16le"), 0},
-      {"a.flac", words("-c:a flac"), 0, false, true},
-      {"alac.m4a", words("-c:a alac"), 0},
-      {"a.m4a", words("-c:a aac"), 0.05, false, true},
-      {"a.aac", words("-c:a aac"), 0.05},
-      {"a.mp3", words("-c:a libmp3lame"), 0.05, true, true},
-      {"a.ogg", words("-c:a libvorbis"), 0.01, true},
-      {"a.webm", words("-c:a libopus"), 0.01, true},
-      {"a.wma", words("-c:a wmav2"), 0.1},
-      {"a.mov", words("-c:v mpeg4 -c:a aac"), 0.05},
-      {"a.avi", words("-c:v mpeg4 -c:a pcm_s16le"), 0.01},
-      {"a.ts", words("-c:v mpeg2video -c:a aac"), 0.1},
+    bool isOptionalEncoder = false, canSeek = false;
+  } cases[] = {
+      {"a.wav", "-c:a pcm_s16le", 0, false, true},
+      {"u8.wav", "-c:a pcm_u8", 0},
+      {"f32.wav", "-c:a pcm_f32le", 0},
+      {"a.aiff", "-c:a pcm_s16be", 0},
+      {"a.flac", "-c:a flac", 0, false, true},
+      {"alac.m4a", "-c:a alac", 0},
+      {"a.m4a", "-c:a aac", 0.05, false, true},
+      {"a.aac", "-c:a aac", 0.05},
+      {"a.mp3", "-c:a libmp3lame", 0.05, true, true},
+      {"a.ogg", "-c:a libvorbis", 0.01, true},
+      {"a.webm", "-c:a libopus", 0.01, true},
+      {"a.wma", "-c:a wmav2", 0.1},
+      {"a.mov", "-c:v mpeg4 -c:a aac", 0.05},
+      {"a.avi", "-c:v mpeg4 -c:a pcm_s16le", 0.01},
+      {"a.ts", "-c:v mpeg2video -c:a aac", 0.1},
   };
   makeSource();
-  for (const Case& c : cases) {
-    const QString name = QString::fromUtf8(c.name);
-    QStringList arguments = words("-i source.wav") + c.arguments;
-    if (arguments.contains("-c:v"))
-      arguments = words("-f lavfi -i testsrc=d=1.5:s=64x64 -i source.wav -map 0:v -map 1:a") + c.arguments;
-    if (!media.ffmpeg(arguments + QStringList{name})) {
+  for (const auto& c : cases) {
+    const QString name = c.name, codecs = c.codecs;
+    const QString from = codecs.contains("-c:v") ? "-f lavfi -i testsrc=d=1.5:s=64x64 -i source.wav -map 0:v -map 1:a "
+                                                 : "-i source.wav ";
+    if (!ffmpeg(from + codecs + ' ' + name)) {
       EXPECT_TRUE(c.isOptionalEncoder) << "the ffmpeg program makes no " << c.name;
       continue;
     }
@@ -115,11 +109,7 @@ TEST_F(FfmpegDecodingTest, BadFilesAreRefused) {
 
 TEST_F(FfmpegDecodingTest, FilesThatOnlyReferToOthersAreRefused) {
   media.write("a.wav", SampleMedia::wav(16000, 1, 16000, SampleMedia::tone(440, 16000)));
-  struct Case {
-    const char* name;
-    QByteArray content;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, QByteArray> cases[] = {
       {"list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\na.wav\n#EXT-X-ENDLIST\n"},
       {"list.wav", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/a.wav\n#EXT-X-ENDLIST\n"},
       {"list.ffconcat", "ffconcat version 1.0\nfile a.wav\n"},
@@ -127,29 +117,29 @@ TEST_F(FfmpegDecodingTest, FilesThatOnlyReferToOthersAreRefused) {
       {"call.sdp", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=audio 5004 RTP/AVP 0\n"},
       {"dash.mpd", "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\"></MPD>\n"},
   };
-  for (const Case& c : cases)
-    EXPECT_EQ(openError(media.write(QString::fromUtf8(c.name), c.content)), MediaError::Kind::cannotOpen) << c.name;
+  for (const auto& [name, content] : cases)
+    EXPECT_EQ(openError(media.write(name, content)), MediaError::Kind::cannotOpen) << name;
 }
 
 TEST_F(FfmpegDecodingTest, FilesWithoutSound) {
   const QString empty = media.write("e.wav", SampleMedia::wav(16000, 1, 0, SampleMedia::tone(1, 2)));
   EXPECT_EQ(decode(empty).error().kind, Kind::emptyAudioFile);
-  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=0.5:s=64x64 -c:v mpeg4 silent.mp4").split(u' ')));
+  ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc=d=0.5:s=64x64 -c:v mpeg4 silent.mp4"));
   EXPECT_EQ(openError(media.path("silent.mp4")), MediaError::Kind::noAudioTrack);
   EXPECT_EQ(decode(media.path("silent.mp4")).error().kind, Kind::invalidAudioFile);
 }
 
 TEST_F(FfmpegDecodingTest, TruncatedFiles) {
   makeSource();
-  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-i source.wav -c:a aac a.m4a").split(u' ')));
-  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-i source.wav -c:a flac a.flac").split(u' ')));
+  ASSERT_TRUE(ffmpeg("-i source.wav -c:a aac a.m4a"));
+  ASSERT_TRUE(ffmpeg("-i source.wav -c:a flac a.flac"));
   media.write("cut.m4a", media.read("a.m4a").chopped(2000));
   EXPECT_EQ(openError(media.path("cut.m4a")), MediaError::Kind::cannotOpen);  // its index is gone
 
   for (const char* whole : {"source.wav", "a.flac"}) {
     const QString name = QString::fromUtf8(whole);
     const QByteArray bytes = media.read(name);
-    const QString cut = media.write(QStringLiteral("cut_") + name, bytes.left(bytes.size() / 2));
+    const QString cut = media.write("cut_" + name, bytes.left(bytes.size() / 2));
     const auto samples = decode(cut);
     ASSERT_TRUE(samples) << whole;
     EXPECT_GT(samples->size(), 4000u) << whole;  // what is there, and no more
@@ -159,16 +149,6 @@ TEST_F(FfmpegDecodingTest, TruncatedFiles) {
     ASSERT_TRUE(length);
     EXPECT_NEAR(*length, seconds / 2, 0.1) << whole;
   }
-}
-
-TEST_F(FfmpegDecodingTest, DamageInTheMiddleCostsOnlyWhatIsDamaged) {
-  makeSource();
-  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-i source.wav -c:a flac a.flac").split(u' ')));
-  QByteArray bytes = media.read("a.flac");
-  for (qsizetype i = bytes.size() / 2; i < bytes.size() / 2 + 300; ++i) bytes[i] = char(i * 7);
-  const auto samples = decode(media.write("bad.flac", bytes));
-  ASSERT_TRUE(samples);
-  EXPECT_GT(samples->size(), size_t(0.7 * seconds * 16000));
 }
 
 // A recorder that was killed leaves a header of zero length before its samples.
@@ -184,18 +164,14 @@ TEST_F(FfmpegDecodingTest, AHeaderThatSaysNothingIsNotBelieved) {
 }
 
 TEST_F(FfmpegDecodingTest, ManyChannelsAndHighRates) {
-  struct Case {
-    int rate, channels;
-  };
-  for (const Case& c : {Case{192000, 2}, Case{48000, 12}, Case{44100, 3}, Case{11025, 1}, Case{96000, 64}}) {
-    const double hertz = 440;
+  for (const auto& [rate, channels] : {std::pair(192000, 2), {48000, 12}, {44100, 3}, {11025, 1}, {96000, 64}}) {
     // The same tone everywhere: whatever the weights, they sum up to it.
-    const auto wave = [&](qint64 frame, int) { return 0.9 * std::sin(2 * M_PI * hertz * double(frame) / c.rate); };
-    const auto samples = decode(media.write("many.wav", SampleMedia::wav(c.rate, c.channels, c.rate, wave)));
-    ASSERT_TRUE(samples) << c.rate << " " << c.channels;
+    const auto samples =
+        decode(media.write("many.wav", SampleMedia::wav(rate, channels, rate, SampleMedia::tone(440, rate, 0.9))));
+    ASSERT_TRUE(samples) << rate << " " << channels;
     EXPECT_NEAR(double(samples->size()), 16000, 1);
-    EXPECT_NEAR(SampleMedia::levelAt(std::span<const float>(*samples).subspan(2000, 12000), hertz, 16000), 0.9, 0.01)
-        << c.rate << " " << c.channels;
+    EXPECT_NEAR(SampleMedia::levelAt(std::span<const float>(*samples).subspan(2000, 12000), 440, 16000), 0.9, 0.01)
+        << rate << " " << channels;
   }
 }
 

@@ -39,18 +39,15 @@ class FfmpegEncodingTest : public FfmpegFixture {
 };
 
 TEST_F(FfmpegEncodingTest, BothRoadsGiveWhatWasThere) {
-  struct Case {
-    int rate, channels;
-  };
   // 192 kHz, 5 kHz and 12 channels are more than AAC knows.
-  for (const Case& c :
-       {Case{16000, 1}, Case{44100, 2}, Case{48000, 6}, Case{8000, 1}, Case{192000, 2}, Case{48000, 12}}) {
-    const QString from = makeTone(c.rate, c.channels);
+  for (const auto& [rate, channels] :
+       {std::pair(16000, 1), {44100, 2}, {48000, 6}, {8000, 1}, {192000, 2}, {48000, 12}}) {
+    const QString from = makeTone(rate, channels);
     for (const bool isPrimary : {true, false}) {
       const auto format =
           isPrimary ? conversion.convertAudioToAAC(from, to, stop) : conversion.exportToM4A(from, to, stop);
-      ASSERT_TRUE(format) << c.rate << " " << c.channels << " " << isPrimary;
-      EXPECT_EQ(*format, (AudioFileFormat{double(c.rate), c.channels, 64000 * c.channels}));
+      ASSERT_TRUE(format) << rate << " " << channels << " " << isPrimary;
+      EXPECT_EQ(*format, (AudioFileFormat{double(rate), channels, 64000 * channels}));
       const QStringList names = boxes(media.read("target.m4a"));
       EXPECT_EQ(names.first(), "ftyp");
       EXPECT_LT(names.indexOf("moov"), names.indexOf("mdat")) << "the index stands in front";
@@ -59,13 +56,9 @@ TEST_F(FfmpegEncodingTest, BothRoadsGiveWhatWasThere) {
       EXPECT_EQ(QFileInfo(to).permissions() & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
       const auto reader = readers.open(to, MediaReaderFactory::Output::native);
       ASSERT_TRUE(reader);
-      if (!isPrimary) continue;
-      if (c.rate <= 96000) {
-        EXPECT_EQ((*reader)->format().sampleRate, c.rate);
-      }
-      if (c.channels <= 6) {
-        EXPECT_EQ((*reader)->format().channelCount, c.channels);
-      }
+      const AudioStreamFormat made = (*reader)->format();
+      EXPECT_TRUE(!isPrimary || rate > 96000 || made.sampleRate == rate) << made.sampleRate;
+      EXPECT_TRUE(!isPrimary || channels > 6 || made.channelCount == channels) << made.channelCount;
     }
   }
 }
@@ -86,8 +79,8 @@ TEST_F(FfmpegEncodingTest, TheFallbackTakesAacOverUnchanged) {
 
 TEST_F(FfmpegEncodingTest, Videos) {
   makeTone(48000, 1);
-  ASSERT_TRUE(media.ffmpeg(
-      QStringLiteral("-f lavfi -i testsrc=d=1:s=64x64 -i source.wav -c:v mpeg4 -c:a aac v.mov").split(u' ')));
+  ASSERT_TRUE(
+      media.ffmpeg(QString("-f lavfi -i testsrc=d=1:s=64x64 -i source.wav -c:v mpeg4 -c:a aac v.mov").split(u' ')));
   const auto audio = conversion.extractAudioFromVideo(media.path("v.mov"), to, stop);
   ASSERT_TRUE(audio);
   EXPECT_NEAR(audio->durationSeconds, 1, 0.05);
@@ -95,7 +88,7 @@ TEST_F(FfmpegEncodingTest, Videos) {
   EXPECT_EQ(audio->channelCount, 1);
   expectTone(to);
 
-  ASSERT_TRUE(media.ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=1:s=64x64 -c:v mpeg4 silent.mov").split(u' ')));
+  ASSERT_TRUE(media.ffmpeg(QString("-f lavfi -i testsrc=d=1:s=64x64 -c:v mpeg4 silent.mov").split(u' ')));
   const auto silent = conversion.extractAudioFromVideo(media.path("silent.mov"), to, stop);
   ASSERT_FALSE(silent);
   EXPECT_EQ(silent.error(), AnyError(AudioError{AudioError::Kind::noAudioTrack, {}}));

@@ -9,8 +9,7 @@
 #include <csignal>
 
 #include "base/async/Async.h"
-#include "platform/qt/QtExecutor.h"
-#include "support/RunTask.h"
+#include "support/InLoop.h"
 #include "support/SecondProcess.h"
 #include "support/WaitUntil.h"
 
@@ -22,16 +21,12 @@ using Output = ChildProcessRequest::Output;
 
 // Also true where nobody has asked for the end of a dead process yet.
 bool isDead(const QString& processId) {
-  QFile file(QStringLiteral("/proc/%1/stat").arg(processId));
+  QFile file(QString("/proc/%1/stat").arg(processId));
   return !file.open(QIODevice::ReadOnly) || file.readAll().contains(") Z ");
 }
 
-class LinuxChildProcessTest : public testing::Test {
+class LinuxChildProcessTest : public testing::Test, protected InLoop {
  protected:
-  template <typename T>
-  T run(Task<T> task) {
-    return runTaskInLoop(executor, std::move(task));
-  }
   std::unique_ptr<ChildProcess> start(const QString& script, ChildProcessRequest request = {}) {
     request.program = "sh";
     request.arguments = {"-c", script};
@@ -39,7 +34,6 @@ class LinuxChildProcessTest : public testing::Test {
     auto started = run(factory.start(std::move(request)));
     return started ? std::move(*started) : nullptr;
   }
-  QtExecutor executor;
   LinuxChildProcessFactory factory;
   QStringList lines;
 };

@@ -20,7 +20,7 @@ TEST(LocalCrashReporterTest, KeepsTheLastAndWritesAll) {
   for (int i = 0; i < 4; ++i) {
     reporter.addBreadcrumb({QString::number(i), "audio.toggle", ReportLevel::info, {}});
     CrashEvent event;
-    event.message = QStringLiteral("line\n%1").arg(i);
+    event.message = QString("line\n%1").arg(i);
     event.errorCode = 7;
     event.extra = {{"kept", 2}};
     reporter.capture(event);

@@ -2,7 +2,6 @@
 
 #include <sys/resource.h>
 
-#include <QCoreApplication>
 #include <QUuid>
 #include <csignal>
 
@@ -15,9 +14,6 @@ using Interruption = AudioRecorder::Interruption;
 
 class PulseAudioRecorderTest : public PulseTest {
  protected:
-  void watch(AudioRecorder& recorder) {
-    recorder.setInterruptionObserver([this](Interruption told) { interruptions.push_back(std::move(told)); });
-  }
   // A short recording succeeds.
   bool records() {
     const auto recorder = startedRecorder(recordingPath("short.wav"));
@@ -25,7 +21,6 @@ class PulseAudioRecorderTest : public PulseTest {
     run(recorder->stop());
     return isHeard && RecordedWave(recordingPath("short.wav")).isComplete;
   }
-  std::vector<Interruption> interruptions;
 };
 
 TEST_F(PulseAudioRecorderTest, AToneArrivesWholeAndInTheFormatPromised) {
@@ -38,20 +33,20 @@ TEST_F(PulseAudioRecorderTest, AToneArrivesWholeAndInTheFormatPromised) {
     }
     const QString path = recordingPath(isPrepared ? "prepared.wav" : "cold.wav");
     const auto recorder = startedRecorder(path);
-    ASSERT_TRUE(recorder->isRecording());
     ASSERT_TRUE(waitForSound(*recorder));
     const double heardAt = recorder->recordedSeconds();
     ASSERT_TRUE(waitForSeconds(*recorder, heardAt + 1.5));
     recorder->averagePowerDecibels();
     ASSERT_TRUE(waitForSeconds(*recorder, heardAt + 2));
     EXPECT_NEAR(recorder->averagePowerDecibels(), -9.03, 0.5) << "0.5 / sqrt(2)";
-    EXPECT_EQ(recorder->averagePowerDecibels(), -160) << "nothing came since";
     EXPECT_TRUE(recorder->firstSampleLatency());
     EXPECT_FALSE(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther));
-    EXPECT_TRUE(RecordedWave(path).isAsPromised) << "valid while it grows";
+    // What a reader sees now is what a killed process leaves.
     const double secondsBefore = recorder->recordedSeconds();
+    const RecordedWave growing(path);
+    EXPECT_TRUE(growing.isAsPromised);
+    EXPECT_GE(growing.seconds(), secondsBefore - 0.1);
     run(recorder->stop());
-    EXPECT_FALSE(recorder->isRecording());
     const RecordedWave wave(path);
     EXPECT_TRUE(wave.isAsPromised);
     EXPECT_TRUE(wave.isComplete);
@@ -129,63 +124,6 @@ TEST_F(PulseAudioRecorderTest, RecordingsTakeTheChosenMicrophoneWhileItIsThere) 
   EXPECT_TRUE(hears(300, 700));
 }
 
-TEST_F(PulseAudioRecorderTest, AnUnpluggedMicrophoneEndsTheRecordingAndTheNextUsesAnother) {
-  const int module = server.plugIn("travelling_mic");
-  ASSERT_GE(module, 0);
-  devices->preferInput("travelling_mic");
-  ASSERT_TRUE(waitUntil([&] { return devices->captureInputUid() == "travelling_mic"; }));
-  factory->prepare();
-  const auto tone = playTone(500, "travelling_mic_feed");
-  const auto recorder = startedRecorder(recordingPath());
-  watch(*recorder);
-  ASSERT_TRUE(waitForSound(*recorder));
-  ASSERT_TRUE(waitForSeconds(*recorder, recorder->recordedSeconds() + 1));
-  ASSERT_TRUE(server.unloadModule(module));
-  ASSERT_TRUE(waitUntil([&] { return !interruptions.empty(); }));
-  EXPECT_EQ(interruptions[0].kind, Interruption::Kind::deviceGone);
-  EXPECT_EQ(interruptions[0].description, "The microphone was disconnected. What was recorded until then is kept.");
-  EXPECT_FALSE(recorder->isRecording());
-  const RecordedWave wave(recordingPath());
-  EXPECT_TRUE(wave.isComplete);
-  EXPECT_GE(wave.seconds(), 1);
-  EXPECT_DOUBLE_EQ(wave.seconds(), recorder->recordedSeconds());
-  run(recorder->stop());  // harmless
-  EXPECT_EQ(interruptions.size(), 1u);
-
-  ASSERT_TRUE(waitUntil([&] { return devices->captureInputUid() == "virtual_mic" && factory->isPrepared(); }));
-  EXPECT_TRUE(records());
-}
-
-TEST_F(PulseAudioRecorderTest, AServerThatEndsEndsTheRecordingAndTheNextServerTakesTheNext) {
-  factory->prepare();
-  for (const bool isPolite : {false, true}) {
-    SCOPED_TRACE(isPolite);
-    interruptions.clear();
-    const QString path = recordingPath(isPolite ? "terminated.wav" : "killed.wav");
-    const auto recorder = startedRecorder(path);
-    watch(*recorder);
-    ASSERT_TRUE(waitForSeconds(*recorder, 0.5));
-    isPolite ? server.terminate() : server.kill();
-    ASSERT_TRUE(waitUntil([&] { return !interruptions.empty(); }));
-    EXPECT_EQ(interruptions[0].kind, Interruption::Kind::serverGone);
-    EXPECT_TRUE(RecordedWave(path).isComplete);
-    EXPECT_GE(RecordedWave(path).seconds(), 0.5);
-    EXPECT_FALSE(devices->isConnected());
-    EXPECT_TRUE(devices->inputs().empty());
-
-    const auto withoutServer = factory->createRecorder();
-    const QString lostPath = recordingPath("without.wav");
-    const auto refused = run(withoutServer->record(lostPath));
-    ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.error().description, "The sound server is not running. Please check your sound settings.");
-    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(lostPath); }));
-
-    ASSERT_TRUE(server.start());
-    ASSERT_TRUE(waitUntil([&] { return devices->isConnected() && factory->isPrepared(); })) << "comes back by itself";
-  }
-  EXPECT_TRUE(records());
-}
-
 TEST_F(PulseAudioRecorderTest, AServerThatDoesNotAnswerIsGivenUpAndUsedAgainWhenItDoes) {
   factory->prepare();
   ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
@@ -202,7 +140,8 @@ TEST_F(PulseAudioRecorderTest, AServerThatDoesNotAnswerIsGivenUpAndUsedAgainWhen
 TEST_F(PulseAudioRecorderTest, AFullDiskEndsTheRecordingAndKeepsWhatWasWritten) {
   std::signal(SIGXFSZ, SIG_IGN);
   const auto recorder = startedRecorder(recordingPath());
-  watch(*recorder);
+  std::vector<Interruption> interruptions;
+  recorder->setInterruptionObserver([&](const Interruption& told) { interruptions.push_back(told); });
   rlimit before{};
   ::getrlimit(RLIMIT_FSIZE, &before);
   rlimit small = before;
@@ -219,109 +158,27 @@ TEST_F(PulseAudioRecorderTest, AFullDiskEndsTheRecordingAndKeepsWhatWasWritten) 
   run(recorder->stop());
 }
 
-TEST_F(PulseAudioRecorderTest, WhatCantBeMadeOrRepeatedIsAnError) {
-  QFile(recordingPath("there.wav")).open(QIODevice::WriteOnly);
-  for (const auto& [path, code] :
-       {std::pair{folder.filePath("no/such/folder/take.wav"), ENOENT}, std::pair{recordingPath("there.wav"), EEXIST}}) {
-    const auto recorder = factory->createRecorder();
-    const auto result = run(recorder->record(path));
-    ASSERT_FALSE(result);
-    EXPECT_EQ(result.error().code, code);
-    EXPECT_TRUE(result.error().description.startsWith("The recording file could not be created. ("));
-  }
-  EXPECT_TRUE(QFile::exists(recordingPath("there.wav"))) << "somebody else's";
-  const auto recorder = startedRecorder(recordingPath());
-  EXPECT_FALSE(run(recorder->record(recordingPath("second.wav"))));
-  EXPECT_TRUE(recorder->isRecording());
-  run(recorder->stop());
-  EXPECT_TRUE(waitUntil([&] { return !isCaptured(); }));
-}
-
-TEST_F(PulseAudioRecorderTest, ACancelledStartAndADestroyedRecorderEndTheCapture) {
-  {
-    TaskScope scope(executor);
-    const auto recorder = factory->createRecorder();
-    scope.spawn(recorder->record(recordingPath("cancelled.wav")));
-    ASSERT_TRUE(waitUntil([&] { return QFile::exists(recordingPath("cancelled.wav")); }));
-    scope.cancelAll();
-    ASSERT_TRUE(waitUntil([&] { return scope.isIdle(); }));
-    const bool cameTooLate = recorder->isRecording();
-    run(recorder->stop());
-    EXPECT_TRUE(cameTooLate || waitUntil([&] { return !QFile::exists(recordingPath("cancelled.wav")); }));
-  }
-  auto recorder = startedRecorder(recordingPath("destroyed.wav"));
-  ASSERT_TRUE(waitForSeconds(*recorder, 0.3));
-  recorder.reset();
-  const RecordedWave wave(recordingPath("destroyed.wav"));
-  EXPECT_TRUE(wave.isComplete);
-  EXPECT_GE(wave.seconds(), 0.3);
-  EXPECT_TRUE(waitUntil([&] { return !isCaptured(); }));
-}
-
-class WithoutMicrophone : public PulseAudioRecorderTest {
- protected:
-  void configure() override { server.removeMicrophone(); }
-};
-
-TEST_F(WithoutMicrophone, RecordSaysSoAndAnOutputsMonitorIsNoSubstitute) {
-  ASSERT_TRUE(waitUntilListed());
-  EXPECT_EQ(devices->defaultInputUid(), std::nullopt);
-  ASSERT_EQ(devices->inputs().size(), 1u);
-  EXPECT_TRUE(devices->inputs()[0].isMonitor);
-  factory->prepare();
-  const auto recorder = factory->createRecorder();
-  const auto result = run(recorder->record(recordingPath()));
+TEST_F(PulseAudioRecorderTest, AServerThatLetsNobodyInIsARefusal) {
+  const QString port = freePort();
+  ASSERT_GE(servePort(port, "auth-cookie=other-cookie"), 0);
+  connect(addressOf(port));
+  const auto result = run(factory->createRecorder()->record(recordingPath()));
   ASSERT_FALSE(result);
-  EXPECT_EQ(result.error().description, "No microphone is connected.");
-  // Plugged in, it works.
+  EXPECT_EQ(result.error().description,
+            "Quillmere may not use the microphone. Please allow it in the system settings.");
+}
+
+TEST_F(PulseAudioRecorderTest, WithoutAMicrophoneItSaysSoAndALateOneIsUsed) {
+  server.pactl({"unload-module", "module-remap-source"});
+  ASSERT_TRUE(waitUntil([&] { return devices->isConnected() && !devices->defaultInputUid(); }));
+  factory->prepare();
+  const auto result = run(factory->createRecorder()->record(recordingPath()));
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().description, "No microphone is connected.") << "an output's monitor is no substitute";
   ASSERT_GE(server.plugIn("late_mic"), 0);
   server.pactl({"set-default-source", "late_mic"});
   ASSERT_TRUE(waitUntil([&] { return factory->isPrepared(); }));
   EXPECT_TRUE(records());
-}
-
-// The other half of the next test, in a process of its own: tells what was recorded until somebody kills it.
-TEST(PulseAudioRecorderVictim, DISABLED_RecordsUntilItIsKilled) {
-  QtExecutor executor;
-  PulseConnection::Options options;
-  options.server = qEnvironmentVariable("QUILLMERE_TEST_SOUND_SERVER");
-  options.mayStartServer = false;
-  PulseConnection connection(executor, Logging(), options);
-  PulseAudioDevices devices(connection);
-  PulseAudioRecorderFactory factory(connection, devices);
-  const auto recorder = factory.createRecorder();
-  ASSERT_TRUE(runTaskInLoop(executor, recorder->record(qEnvironmentVariable("QUILLMERE_TEST_RECORDING"))));
-  waitUntil([&] {
-    std::fprintf(stderr, "%.4f\n", recorder->recordedSeconds());
-    return false;
-  });
-}
-
-TEST_F(PulseAudioRecorderTest, AKilledProcessLeavesAPlayableFile) {
-  QProcess victim;
-  QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-  variables.insert("QUILLMERE_TEST_SOUND_SERVER", server.address());
-  variables.insert("QUILLMERE_TEST_RECORDING", recordingPath());
-  victim.setProcessEnvironment(variables);
-  victim.setStandardOutputFile(QProcess::nullDevice());
-  victim.start(QCoreApplication::applicationFilePath(),
-               {"--gtest_also_run_disabled_tests", "--gtest_filter=PulseAudioRecorderVictim.*"});
-  double told = 0;
-  const auto listen = [&] {
-    while (victim.canReadLine()) told = std::max(told, victim.readLine().trimmed().toDouble());
-  };
-  victim.setReadChannel(QProcess::StandardError);
-  ASSERT_TRUE(waitUntil([&] {
-    listen();
-    return told >= 1;
-  }));
-  victim.kill();
-  ASSERT_TRUE(victim.waitForFinished());
-  listen();
-  const RecordedWave wave(recordingPath());
-  EXPECT_TRUE(wave.isAsPromised);
-  EXPECT_TRUE(wave.isComplete);
-  EXPECT_GE(wave.seconds(), told - 0.1);
 }
 
 }  // namespace

@@ -3,15 +3,14 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <cmath>
 
 #include "platform/pulse/PulseAudioDevices.h"
 #include "platform/pulse/PulseAudioRecorderFactory.h"
-#include "platform/qt/QtExecutor.h"
+#include "support/InLoop.h"
 #include "support/PulseServer.h"
-#include "support/RecordingLogSink.h"
-#include "support/RunTask.h"
 #include "support/SampleMedia.h"
 #include "support/TestTexts.h"
 #include "support/WaitUntil.h"
@@ -55,15 +54,13 @@ struct RecordedWave {
 };
 
 // A private sound server and the adapters on it.
-class PulseTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!PulseServer::isAvailable()) GTEST_SKIP() << "pulseaudio, pactl and paplay are needed";
-    configure();
-    ASSERT_TRUE(server.start());
-    connect();
+struct PulseRoom : InLoop {
+  static bool isAvailable() { return PulseServer::isAvailable(); }
+  bool start() {
+    if (!server.start()) return false;
+    connect(server.address());
+    return true;
   }
-  virtual void configure() {}
 
   static PulseConnection::Options at(const QString& address) {
     PulseConnection::Options options;
@@ -73,22 +70,27 @@ class PulseTest : public testing::Test {
     options.longestPause = std::chrono::milliseconds(200);
     return options;
   }
-  void connect() {
-    connection = std::make_unique<PulseConnection>(executor, Logging(log), at(server.address()));
+  // The adapters anew, on this address of the server.
+  void connect(const QString& address) {
+    factory.reset();
+    devices.reset();
+    connection = std::make_unique<PulseConnection>(executor, Logging(), at(address));
     devices = std::make_unique<PulseAudioDevices>(*connection);
     factory = std::make_unique<PulseAudioRecorderFactory>(*connection, *devices);
   }
-  template <typename T>
-  T run(Task<T> task) {
-    return runTaskInLoop(executor, std::move(task));
+  // A port of this machine for servePort().
+  static QString freePort() {
+    QTcpServer finder;
+    EXPECT_TRUE(finder.listen(QHostAddress::LocalHost));
+    return QString::number(finder.serverPort());
+  }
+  static QString addressOf(const QString& port) { return "tcp:127.0.0.1:" + port; }
+  // Opens the port to those whom the option lets in; the number of the module.
+  int servePort(const QString& port, const QString& option) {
+    return server.loadModule({"module-native-protocol-tcp", "listen=127.0.0.1", "port=" + port, option});
   }
   bool waitUntilListed() { return run(devices->waitUntilReady()); }
   QString recordingPath(const char* name = "take.wav") const { return folder.filePath(QString::fromLatin1(name)); }
-  std::optional<AudioInputDescription> input(const QString& uid) const {
-    for (const auto& candidate : devices->inputs())
-      if (candidate.uid == uid) return candidate;
-    return std::nullopt;
-  }
   // Plays a tone of half the full scale until the process goes.
   std::shared_ptr<QProcess> playTone(double hertz, const QString& sink = QStringLiteral("mic_feed")) {
     const QString name = QStringLiteral("tone%1.wav").arg(hertz);
@@ -116,11 +118,17 @@ class PulseTest : public testing::Test {
   QTemporaryDir folder;
   SampleMedia media;
   PulseServer server;
-  QtExecutor executor;
-  std::shared_ptr<RecordingLogSink> log = std::make_shared<RecordingLogSink>();
   std::unique_ptr<PulseConnection> connection;
   std::unique_ptr<PulseAudioDevices> devices;
   std::unique_ptr<PulseAudioRecorderFactory> factory;
+};
+
+class PulseTest : public testing::Test, protected PulseRoom {
+ protected:
+  void SetUp() override {
+    if (!isAvailable()) GTEST_SKIP() << "pulseaudio, pactl and paplay are needed";
+    ASSERT_TRUE(start());
+  }
 };
 
 }  // namespace quillmere

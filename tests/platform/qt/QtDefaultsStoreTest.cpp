@@ -56,12 +56,10 @@ TEST_F(QtDefaultsStoreTest, AFileWrittenByHand) {
       "[General]\nenableVAD=false\nmaxRecordingDuration=90\nsoundEffectsVolume=0.25\ncurrentMode=My notes\n"
       "indexedFileExtensions=a, b\nfutureKey=@Variant(whatever)\n\n[Group]\nkey=x\n");
   QtDefaultsStore store(path);
-  EXPECT_EQ(store.value("enableVAD"), false);
-  EXPECT_EQ(store.value("maxRecordingDuration"), 90);
-  EXPECT_EQ(store.value("soundEffectsVolume"), 0.25);
-  EXPECT_EQ(store.value("currentMode"), "My notes");
-  EXPECT_EQ(store.value("indexedFileExtensions"), "a, b");
-  EXPECT_EQ(store.value("Group/key"), "x");
+  const std::pair<const char*, QVariant> values[] = {
+      {"enableVAD", false},        {"maxRecordingDuration", 90},      {"soundEffectsVolume", 0.25},
+      {"currentMode", "My notes"}, {"indexedFileExtensions", "a, b"}, {"Group/key", "x"}};
+  for (const auto& [key, value] : values) EXPECT_EQ(store.value(key), value) << key;
   EXPECT_TRUE(store.setValue("enableVAD", true));
   const QByteArray after = content();
   for (const char* line : {"enableVAD=true\n", "maxRecordingDuration=90\n", "soundEffectsVolume=0.25\n",

@@ -6,7 +6,7 @@ bool BusService::handleMessage(const QDBusMessage& message, const QDBusConnectio
   QStringList arguments;
   for (const QVariant& argument : message.arguments())
     if (argument.canConvert<QString>()) arguments << argument.toString();
-  calls << QStringLiteral("%1(%2)").arg(message.member(), arguments.join(','));
+  calls << QString("%1(%2)").arg(message.member(), arguments.join(','));
   if (isMute) return true;
   const auto answer = answers.find(message.member());
   return connection.send(answer == answers.end() ? message.createReply()
@@ -19,7 +19,7 @@ PrivateBus::~PrivateBus() {
 
 // Any thread, one at a time.
 QDBusConnection PrivateBus::connect() {
-  names << QStringLiteral("%1-%2").arg(bus.address()).arg(names.size());
+  names << QString("%1-%2").arg(bus.address()).arg(names.size());
   return QDBusConnection::connectToBus(bus.address(), names.last());
 }
 

@@ -4,9 +4,8 @@
 #include <QDBusVirtualObject>
 #include <map>
 
-#include "platform/qt/QtExecutor.h"
 #include "platform/session/BusConnection.h"
-#include "support/RunTask.h"
+#include "support/InLoop.h"
 #include "support/SessionBus.h"
 #include "support/WaitUntil.h"
 
@@ -25,20 +24,15 @@ class BusService final : public QDBusVirtualObject {
 };
 
 // A bus of the test's own with everything that speaks to it; connections end with it.
-struct PrivateBus {
+struct PrivateBus : InLoop {
   ~PrivateBus();
   QDBusConnection connect();
   BusConnection::Open opener() {
     return [this] { return connect(); };
   }
-  template <typename T>
-  T run(Task<T> task) {
-    return runTaskInLoop(executor, std::move(task));
-  }
 
   SessionBus bus;
   QStringList names;
-  QtExecutor executor;
   WorkerPool workers{1, "bus"};
 };
 

@@ -85,22 +85,15 @@ TEST_F(WhisperSpeechEngineTest, GivesOneSegmentAWindowAndBearsAPrompt) {
   EXPECT_EQ(context->segmentText(1), ' ' + Options().text);
 }
 
-TEST_F(WhisperSpeechEngineTest, DetectsALanguageInOneRunAndDecodesInTheNext) {
-  const auto context = load({.language = "de"});
+TEST_F(WhisperSpeechEngineTest, DetectsALanguageInOneRunAndDecodesOrTranslatesInTheNext) {
+  const auto context = load({.text = "", .translation = "Good morning.", .language = "de"});
   ASSERT_TRUE(context);
   SpeechRunParameters parameters;
   parameters.detectLanguage = true;
   ASSERT_TRUE(context->run(hum(2), parameters, goOn_));
   EXPECT_EQ(context->segmentCount(), 0);
   EXPECT_EQ(context->detectedLanguage(), QByteArray("de"));
-  ASSERT_TRUE(context->run(hum(2), inLanguage("de"), goOn_));
-  EXPECT_EQ(context->segmentCount(), 1);
-}
-
-TEST_F(WhisperSpeechEngineTest, TranslatesWhenAsked) {
-  const auto context = load({.text = "", .translation = "Good morning."});
-  ASSERT_TRUE(context);
-  SpeechRunParameters parameters = inLanguage("fr");
+  parameters = inLanguage("de");
   ASSERT_TRUE(context->run(hum(2), parameters, goOn_));
   EXPECT_EQ(context->segmentCount(), 0);
   parameters.translate = true;

@@ -19,7 +19,7 @@ using Stopwatch = std::chrono::steady_clock;
 class WhisperVoiceActivityModelTest : public ::testing::Test {
  protected:
   static QString builtModel() {
-    return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + QStringLiteral("/models/") + VADModelManager::fileName();
+    return qEnvironmentVariable("QUILLMERE_BUILD_DIR") + "/models/" + VADModelManager::fileName();
   }
   auto segments(const std::vector<float>& samples) { return model.segments(samples, {}, stop); }
 

@@ -6,15 +6,21 @@
 
 namespace quillmere {
 
+// Starts a program on that display.
+inline void startOn(const QString& displayName, QProcess& process, const QString& program,
+                    const QStringList& arguments) {
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert("DISPLAY", displayName);
+  process.setProcessEnvironment(environment);
+  process.setStandardErrorFile(QProcess::nullDevice());
+  process.start(program, arguments);
+}
+
 // Starts openbox on the server and waits until it manages windows. Ends with this object.
 class WindowManager {
  public:
   explicit WindowManager(const QString& displayName) {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DISPLAY", displayName);
-    process_.setProcessEnvironment(environment);
-    process_.setStandardErrorFile(QProcess::nullDevice());
-    process_.start("openbox", {"--sm-disable"});
+    startOn(displayName, process_, "openbox", {"--sm-disable"});
     const auto connection = *XcbConnection::open(displayName);
     const bool isReady = waitUntil([&] {
       // Set when it has looked through the windows that were there before.

@@ -21,14 +21,16 @@ class X11GlobalShortcutsTest : public X11DeskTest {
  protected:
   X11GlobalShortcutsTest() {
     other.showFocusedWindow();
-    note(toggle, u't');
-  }
-  // Key down writes the letter, key up the capital.
-  void note(const QString& name, QChar letter) {
-    shortcuts.setHandlers(name, {[this, letter] { trace += letter; }, [this, letter] { trace += letter.toUpper(); }});
+    shortcuts.setHandlers(toggle, handlers);
   }
   bool waitForTrace(const char* expected) {
     return waitUntil([&] { return trace.size() >= qsizetype(qstrlen(expected)); }) && trace == QLatin1String(expected);
+  }
+  void tapWith(std::initializer_list<uint32_t> modifiers, uint8_t code) {
+    for (const uint32_t modifier : modifiers) keys.press(modifier);
+    keys.pressCode(code);
+    keys.releaseCode(code);
+    for (const uint32_t modifier : modifiers) keys.release(modifier);
   }
   // The recording holds the keyboard.
   bool isRecording() {
@@ -46,6 +48,7 @@ class X11GlobalShortcutsTest : public X11DeskTest {
   QtExecutor executor;
   X11GlobalShortcuts shortcuts{Logging(), server.displayName()};
   QString trace;
+  const GlobalShortcuts::Handlers handlers{[this] { trace += u't'; }, [this] { trace += u'T'; }};
   QStringList recorded;
   TaskScope scope{executor};
 };
@@ -64,30 +67,20 @@ TEST_F(X11GlobalShortcutsTest, ReactWhateverLocksAreOn) {
   }
 }
 
-TEST_F(X11GlobalShortcutsTest, TheReleaseComesAlsoWhenTheModifierGoesFirst) {
+TEST_F(X11GlobalShortcutsTest, AHeldKeyIsPressedOnceAndItsReleaseComesAlsoWhenTheModifierGoesFirst) {
   ASSERT_TRUE(shortcuts.setShortcut(toggle, combination("Super+F9")));
   keys.press(XKB_KEY_Super_L);
   keys.press(XKB_KEY_F9);
   keys.release(XKB_KEY_Super_L);
-  EXPECT_TRUE(waitForTrace("t"));
-  keys.release(XKB_KEY_F9);
-  EXPECT_TRUE(waitForTrace("tT"));
-}
-
-TEST_F(X11GlobalShortcutsTest, AHeldKeyIsPressedOnce) {
-  ASSERT_TRUE(shortcuts.setShortcut(toggle, combination("Pause")));
-  keys.press(XKB_KEY_Pause);
   pause(1200ms);  // longer than the keyboard waits before it repeats
   EXPECT_EQ(trace, "t");
-  keys.release(XKB_KEY_Pause);
+  keys.release(XKB_KEY_F9);
   EXPECT_TRUE(waitForTrace("tT"));
 }
 
 TEST_F(X11GlobalShortcutsTest, AKeyThatCannotBeHadIsRefusedAndTheFormerOneStays) {
   ASSERT_TRUE(shortcuts.setShortcut(toggle, combination("Ctrl+Alt+D")));
-  const auto missing = shortcuts.setShortcut(toggle, KeyCombination{.key = "NoSuchKeyAnywhere"});
-  ASSERT_FALSE(missing);
-  EXPECT_TRUE(missing.error().description.contains("NoSuchKeyAnywhere"));
+  EXPECT_FALSE(shortcuts.setShortcut(toggle, KeyCombination{.key = "NoSuchKeyAnywhere"}));
   // One of the lock variants is enough.
   ASSERT_TRUE(other.grabKey(controlAlt | XCB_MOD_MASK_2, keys.codeOf(XKB_KEY_e)));
   const auto refused = shortcuts.setShortcut(toggle, combination("Ctrl+Alt+E"));
@@ -108,7 +101,7 @@ TEST_F(X11GlobalShortcutsTest, TakeAKeyOnlyWhileTheyCanReact) {
   shortcuts.setHandlers(toggle, {});
   ASSERT_TRUE(shortcuts.setShortcut(toggle, combination("Pause")));
   EXPECT_FALSE(other.isTaken(0, pauseKey));
-  note(toggle, u't');
+  shortcuts.setHandlers(toggle, handlers);
   EXPECT_TRUE(other.isTaken(0, pauseKey));
   shortcuts.setEnabled(toggle, false);
   EXPECT_FALSE(other.isTaken(0, pauseKey));
@@ -124,15 +117,7 @@ TEST_F(X11GlobalShortcutsTest, StayWithTheirLetterThroughLayouts) {
   ASSERT_TRUE(isOnlyOn(d));
   ASSERT_TRUE(setLayout({"us", "-variant", "dvorak"}));
   EXPECT_TRUE(isOnlyOn(h));
-  const auto tapWithControlAlt = [this](uint8_t code) {
-    keys.press(XKB_KEY_Control_L);
-    keys.press(XKB_KEY_Alt_L);
-    keys.pressCode(code);
-    keys.releaseCode(code);
-    keys.release(XKB_KEY_Alt_L);
-    keys.release(XKB_KEY_Control_L);
-  };
-  tapWithControlAlt(h);
+  tapWith({XKB_KEY_Control_L, XKB_KEY_Alt_L}, h);
   EXPECT_TRUE(waitForTrace("tT"));
   // No Latin letters at all.
   ASSERT_TRUE(setLayout({"ru", "-variant", QString()}));
@@ -141,7 +126,7 @@ TEST_F(X11GlobalShortcutsTest, StayWithTheirLetterThroughLayouts) {
   ASSERT_TRUE(setLayout({"us,ru", "-variant", "dvorak,"}));
   EXPECT_TRUE(isOnlyOn(h));
   other.lockLayout(1);
-  tapWithControlAlt(h);
+  tapWith({XKB_KEY_Control_L, XKB_KEY_Alt_L}, h);
   EXPECT_TRUE(waitForTrace("tTtT"));
   ASSERT_TRUE(setLayout({"us,us", "-variant", "dvorak,"}));
   other.lockLayout(1);
@@ -176,26 +161,16 @@ TEST_F(X11GlobalShortcutsTest, RecordTheNextKey) {
   EXPECT_TRUE(trace.isEmpty());
 }
 
-TEST_F(X11GlobalShortcutsTest, RecordLatinLettersOnALayoutWithoutThem) {
+TEST_F(X11GlobalShortcutsTest, RecordLatinLettersOnALayoutWithoutThemWhenAMenuHasGivenTheKeyboardBack) {
   const uint8_t d = keys.codeOf(XKB_KEY_d);
   ASSERT_TRUE(setLayout({"ru"}));
-  record();
-  ASSERT_TRUE(isRecording());
-  keys.press(XKB_KEY_Control_L);
-  keys.pressCode(d);
-  keys.releaseCode(d);
-  keys.release(XKB_KEY_Control_L);
-  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{"Ctrl+D"}; })) << qPrintable(recorded.join(u' '));
-}
-
-TEST_F(X11GlobalShortcutsTest, ARecordingWaitsForAMenuToGiveTheKeyboardBack) {
   ASSERT_TRUE(other.grabKeyboard());
   record();
   pause(50ms);
   other.ungrabKeyboard();
   ASSERT_TRUE(isRecording());
-  keys.tap({XKB_KEY_F7});
-  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{"F7"}; }));
+  tapWith({XKB_KEY_Control_L}, d);
+  EXPECT_TRUE(waitUntil([&] { return recorded == QStringList{"Ctrl+D"}; })) << qPrintable(recorded.join(u' '));
 }
 
 TEST_F(X11GlobalShortcutsTest, TheEndOfTheServerEndsTheReactionsOnly) {
@@ -209,16 +184,11 @@ TEST_F(X11GlobalShortcutsTest, TheEndOfTheServerEndsTheReactionsOnly) {
   EXPECT_FALSE(shortcuts.setShortcut(toggle, combination("F9")));
   shortcuts.setEnabled(toggle, false);
   EXPECT_TRUE(shortcuts.setShortcut(toggle, std::nullopt));
-}
-
-TEST_F(X11GlobalShortcutsTest, WithoutADisplayNothingIsAvailable) {
   X11GlobalShortcuts none(Logging(), ":64999");
   EXPECT_FALSE(none.isAvailable());
-  none.setHandlers(toggle, {[] {}, nullptr});
   const auto refused = none.setShortcut(toggle, combination("Pause"));
   ASSERT_FALSE(refused);
-  EXPECT_EQ(refused.error().description,
-            "Global shortcuts need an X display. The X display \":64999\" can't be reached.");
+  EXPECT_TRUE(refused.error().description.contains(":64999"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ inline void PrintTo(const ModifierEvent& event, std::ostream* out) {
 namespace {
 
 using Kind = ModifierEvent::Kind;
+using Events = std::vector<ModifierEvent>;
 using namespace modifierFlags;
 
 class X11KeyEventMonitorTest : public X11DeskTest {
@@ -18,13 +19,13 @@ class X11KeyEventMonitorTest : public X11DeskTest {
   bool start() {
     return monitor.start([this](const ModifierEvent& event) { events.push_back(event); });
   }
-  std::vector<ModifierEvent> take() {
+  Events take() {
     monitor.catchUp();
     return std::exchange(events, {});
   }
 
   X11KeyEventMonitor monitor{server.displayName()};
-  std::vector<ModifierEvent> events;
+  Events events;
 };
 
 TEST_F(X11KeyEventMonitorTest, KnowsBothKeysOfAModifier) {
@@ -36,26 +37,26 @@ TEST_F(X11KeyEventMonitorTest, KnowsBothKeysOfAModifier) {
   for (const auto& [symbol, flags] : {Case{XKB_KEY_Control_R, control}, Case{XKB_KEY_Shift_L, shift},
                                       Case{XKB_KEY_Super_R, command}, Case{XKB_KEY_Caps_Lock, 0}}) {
     keys.tap({symbol});
-    EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, flags}, {Kind::flagsChanged, 0}})) << symbol;
+    EXPECT_EQ(take(), (Events{{Kind::flagsChanged, flags}, {Kind::flagsChanged, 0}})) << symbol;
   }
   // The one of two keys is still down.
   keys.press(XKB_KEY_Control_L);
   keys.press(XKB_KEY_Control_R);
   keys.release(XKB_KEY_Control_L);
   keys.release(XKB_KEY_Control_R);
-  EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, control},
-                                                {Kind::flagsChanged, control},
-                                                {Kind::flagsChanged, control},
-                                                {Kind::flagsChanged, 0}}));
+  EXPECT_EQ(take(), (Events{{Kind::flagsChanged, control},
+                            {Kind::flagsChanged, control},
+                            {Kind::flagsChanged, control},
+                            {Kind::flagsChanged, 0}}));
 }
 
 TEST_F(X11KeyEventMonitorTest, SeesKeysWhileAnotherProgramHasTheKeyboard) {
   ASSERT_TRUE(start());
   ASSERT_TRUE(other.grabKeyboard());
   keys.tap({XKB_KEY_Alt_L, XKB_KEY_a});
-  EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, leftOption | option},
-                                                {Kind::keyDown, leftOption | option},
-                                                {Kind::flagsChanged, 0}}));
+  EXPECT_EQ(take(), (Events{{Kind::flagsChanged, leftOption | option},
+                            {Kind::keyDown, leftOption | option},
+                            {Kind::flagsChanged, 0}}));
 }
 
 TEST_F(X11KeyEventMonitorTest, FollowsTheLayout) {
@@ -82,7 +83,7 @@ TEST_F(X11KeyEventMonitorTest, SeesFnOnlyWhereAKeyGivesIt) {
   EXPECT_TRUE(waitUntil([&] { return monitor.canSee(ModifierKey::fn); }));
   ASSERT_TRUE(start());
   keys.pressCode(wakeUp);
-  EXPECT_EQ(take(), (std::vector<ModifierEvent>{{Kind::flagsChanged, function}}));
+  EXPECT_EQ(take(), (Events{{Kind::flagsChanged, function}}));
 }
 
 }  // namespace
