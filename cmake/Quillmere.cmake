@@ -39,6 +39,11 @@ function(quillmere_own_code target)
     target_compile_options(${target} PRIVATE -fsanitize=${kinds} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(${target} PUBLIC -fsanitize=${kinds})
   endif()
+  # A fuzzer only learns from code that tells it where it has been.
+  if(QUILLMERE_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    target_link_options(${target} PUBLIC -fsanitize=fuzzer-no-link)
+  endif()
 endfunction()
 
 # quillmere_room(NAME LIBS ...): src/NAME/**.cpp becomes the library quillmere_NAME ('/' becomes '_').

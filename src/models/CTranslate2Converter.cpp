@@ -87,7 +87,7 @@ class Conversion {
   void readDimensions() {
     const auto dimension = [&](const char* tensor, std::size_t rank, std::size_t axis) -> qint64 {
       const Tensor* found = model_.find(tensor);
-      if (found && found->shape.size() == rank) return found->shape[axis];
+      if (found && found->shape.size() == rank && found->shape[axis] > 0) return found->shape[axis];
       failDamaged();
       return 0;
     };
@@ -99,6 +99,7 @@ class Conversion {
     if (melBands_ != 80 && melBands_ != 128) failDamaged();
     audioHeads_ = readNumber("encoder/num_heads");
     textHeads_ = readNumber("decoder/num_heads");
+    if (audioHeads_ < 1 || textHeads_ < 1) failDamaged();
     audioLayers_ = countLayers("encoder");
     textLayers_ = countLayers("decoder");
   }
@@ -113,7 +114,7 @@ class Conversion {
     const Tensor* tensor = model_.find(name);
     QByteArray bytes;
     if (tensor && tensor->bytes <= 4 && file_.seek(tensor->offset)) bytes = file_.read(tensor->bytes);
-    if (tensor && bytes.size() == tensor->bytes) {
+    if (!bytes.isEmpty() && bytes.size() == tensor->bytes) {
       if (tensor->type == Type::int8) return static_cast<qint8>(bytes[0]);
       if (tensor->type == Type::int16) return qFromLittleEndian<qint16>(bytes.constData());
       if (tensor->type == Type::int32) return qFromLittleEndian<qint32>(bytes.constData());

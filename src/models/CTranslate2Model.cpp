@@ -84,11 +84,12 @@ CTranslate2Model::Tensor readTensor(Reader& reader) {
   CTranslate2Model::Tensor tensor;
   const int rank = reader.number<quint8>();
   if (rank > 4) reader.fail(Fault::damaged);
+  for (int i = 0; i < rank && reader.isGood(); ++i) tensor.shape.push_back(reader.number<quint32>());
+  if (reader.isGood() && std::ranges::count(tensor.shape, 0) > 0) reader.fail(Fault::damaged);
   qint64 count = 1;
-  for (int i = 0; i < rank && reader.isGood(); ++i) {
-    const qint64 length = reader.number<quint32>();
-    tensor.shape.push_back(length);
-    if (length != 0 && count > reader.left() / length) reader.fail(Fault::truncated);  // also keeps it from overflowing
+  for (const qint64 length : tensor.shape) {
+    if (!reader.isGood()) break;
+    if (count > reader.left() / length) reader.fail(Fault::truncated);  // also keeps it from overflowing
     count *= length;
   }
   const auto type = reader.number<quint8>();

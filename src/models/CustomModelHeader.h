@@ -3,8 +3,14 @@
 
 namespace quillmere {
 
-// Whether the header of a ggml model file announces the vocabulary of the English-only models. False for a file that
-// can't be read or isn't one. Reads eight bytes.
-bool isEnglishOnlyModelFile(const QString& path);
+// What the size of its vocabulary says about the languages of a model.
+struct ModelFileLanguages {
+  bool isEnglishOnly = false;
+  bool knowsCantonese = false;
+};
+
+// As the header of a ggml model file announces it; neither for a file that can't be read or isn't one. Reads eight
+// bytes.
+ModelFileLanguages languagesOfModelFile(const QString& path);
 
 }  // namespace quillmere

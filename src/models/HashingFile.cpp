@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "base/text/LocalizedText.h"
+#include "models/DiskSpace.h"
 
 namespace quillmere {
 namespace {
@@ -39,7 +40,7 @@ HashingFile::~HashingFile() {
 }
 
 PlatformError HashingFile::failure(int number) const {
-  QString text = number == ENOSPC || number == EDQUOT
+  QString text = isOutOfSpace(number)
                      ? localizedText("models.import.error.diskFull", folder_)
                      : localizedText("models.import.error.notWritten", folder_, qt_error_string(number));
   return {QStringLiteral("filesystem"), number, std::move(text)};

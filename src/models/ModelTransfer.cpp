@@ -9,6 +9,7 @@
 
 #include "base/async/Async.h"
 #include "base/text/LocalizedText.h"
+#include "domain/WhisperModel.h"
 #include "models/ContentRange.h"
 #include "models/PartialDownload.h"
 
@@ -17,7 +18,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Duration idleTimeout = 3600s;
+constexpr Duration idleTimeout = 60s;  // without a byte: the connection is dead
+constexpr Duration networkInterval = 1s;
 constexpr Duration resourceTimeout = 43'200s;
 constexpr std::array<Duration, 3> retryDelays{1s, 2s, 4s};
 constexpr qint64 progressThatForgivesFailures = 1 << 20;
@@ -115,11 +117,12 @@ struct ModelTransfer::FileCopy {
 };
 
 ModelTransfer::ModelTransfer(HttpDownloader& downloader, Executor& executor, WorkerPool& pool, Logger logger,
-                             SpaceCheck availableBytes)
+                             SpaceCheck availableBytes, NetworkCheck isOnline)
     : downloader_(downloader),
       pool_(pool),
       logger_(std::move(logger)),
       availableBytes_(availableBytes ? std::move(availableBytes) : fileSystemAnswer),
+      isOnline_(isOnline ? std::move(isOnline) : [] { return true; }),
       scope_(executor) {}
 
 Task<ModelTransfer::Outcome> ModelTransfer::download(ModelTransferRequest request) {
@@ -207,6 +210,11 @@ Task<ModelTransfer::Outcome> ModelTransfer::fetchFromServer(Job& job) {
     }
     const Failure& failure = end.error();
     if (partial.bytes() - bytesBefore >= progressThatForgivesFailures) failures = 0;
+    if (failure.isWorthARetry && !isOnline_()) {
+      co_await waitForNetwork(job);
+      failures = 0;
+      continue;
+    }
     if (!failure.isWorthARetry || failures == retryDelays.size()) co_return Failed{failure.error};
     const Duration delay = retryDelays[failures++];
     logger_.warning("Download of %s broke off (%@), trying again in %ld s", job.request.name,
@@ -214,6 +222,13 @@ Task<ModelTransfer::Outcome> ModelTransfer::fetchFromServer(Job& job) {
                     static_cast<long>(std::chrono::duration_cast<std::chrono::seconds>(delay).count()));
     co_await sleepFor(delay);
   }
+}
+
+Task<void> ModelTransfer::waitForNetwork(Job& job) {
+  logger_.warning("Download of %s waits for the network", job.request.name);
+  if (job.request.waiting) job.request.waiting(true);
+  while (!isOnline_()) co_await sleepFor(networkInterval);
+  if (job.request.waiting) job.request.waiting(false);
 }
 
 Task<Result<ModelTransfer::AttemptEnd, ModelTransfer::Failure>> ModelTransfer::attempt(Job& job) {
@@ -367,7 +382,7 @@ Result<void, PlatformError> ModelTransfer::checkSpace(const Job& job, qint64 nee
   const qint64 available = availableBytes_(folder);
   if (available < 0 || available >= neededBytes) return {};
   return Failed{filesystemError(
-      ENOSPC, localizedText("models.error.noSpace", sizeText(neededBytes), sizeText(available), folder))};
+      ENOSPC, localizedText("models.error.noSpace", modelSizeText(neededBytes), modelSizeText(available), folder))};
 }
 
 }  // namespace quillmere

@@ -30,6 +30,7 @@ struct ModelTransferRequest {
   bool fresh = false;  // forgets an earlier partial download
   // Bytes of all files that are here, and their sum; that is negative where it isn't known (yet).
   std::function<void(qint64 bytes, qint64 totalBytes)> progress{};
+  std::function<void(bool isWaiting)> waiting{};  // for the network
 };
 
 // Brings the files of a model, whatever kind of model it is, to their places: from a web server or a folder, with
@@ -42,8 +43,9 @@ struct ModelTransferRequest {
 // atomically. Until then a file lives in the hidden ".NAME.part" and ".NAME.part.json" beside its destination. A broken
 // or cancelled download keeps these, and the next one goes on where it stopped. A wrong size or checksum, a full disk,
 // `fresh` and a copy from a folder that isn't completed remove those of the file concerned.
-// Retries: a connection that breaks off and a server that is busy are tried again after 1, 2 and 4 s, counted anew
-// after every 2^20 bytes; a server that doesn't continue is asked once for the whole file. A file may take 12 hours.
+// Retries: a connection that breaks off or brings no byte for 60 s, and a server that is busy, are tried again after 1,
+// 2 and 4 s, counted anew after every 2^20 bytes; a server that doesn't continue is asked once for the whole file.
+// Without network these failures don't count: the download waits for it and goes on. A file may take 12 hours in all.
 // Errors: UrlError for the network and the server (timedOut after 12 hours); PlatformError "filesystem" with the
 // system's number (ENOSPC: too little space, EBUSY: another process downloads the file, ENOENT: not in the folder);
 // PlatformError "models" with EBADMSG for a wrong size or checksum.
@@ -52,10 +54,12 @@ class ModelTransfer {
   using Outcome = Result<void, AnyError>;
   // Free bytes of the file system a folder is on; negative: unknown.
   using SpaceCheck = std::function<qint64(const QString& folder)>;
+  // Whether this machine has a network; asked after a failure, and once a second until it has one.
+  using NetworkCheck = std::function<bool()>;
 
-  // `availableBytes` default: the file system's answer.
+  // `availableBytes` default: the file system's answer; `isOnline` default: always.
   ModelTransfer(HttpDownloader& downloader, Executor& executor, WorkerPool& pool, Logger logger,
-                SpaceCheck availableBytes = {});
+                SpaceCheck availableBytes = {}, NetworkCheck isOnline = {});
   ModelTransfer(const ModelTransfer&) = delete;
   ModelTransfer& operator=(const ModelTransfer&) = delete;
 
@@ -86,6 +90,7 @@ class ModelTransfer {
   Task<Outcome> fetch(Job& job);
   Task<Outcome> fetchFromServer(Job& job);
   Task<Result<AttemptEnd, Failure>> attempt(Job& job);
+  Task<void> waitForNetwork(Job& job);
   Task<Outcome> copyFromFolder(Job& job);
   Task<Outcome> verify(Job& job);
   Task<Outcome> install(Job& job);
@@ -95,6 +100,7 @@ class ModelTransfer {
   WorkerPool& pool_;
   Logger logger_;
   SpaceCheck availableBytes_;
+  NetworkCheck isOnline_;
   std::map<QString, SerialGate> gates_;  // by name
   std::vector<Running> running_;
   int lastNumber_ = 0;

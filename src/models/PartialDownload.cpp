@@ -12,6 +12,7 @@
 #include <cerrno>
 
 #include "base/text/LocalizedText.h"
+#include "models/DiskSpace.h"
 #include "models/HashingFile.h"
 
 namespace quillmere {
@@ -23,10 +24,6 @@ const QString urlKey = QStringLiteral("url");
 const QString etagKey = QStringLiteral("etag");
 const QString lastModifiedKey = QStringLiteral("lastModified");
 const QString totalBytesKey = QStringLiteral("totalBytes");
-
-bool isOutOfSpace(int number) {
-  return number == ENOSPC || number == EDQUOT || number == EFBIG;
-}
 
 QString hiddenPath(const QString& directory, const QString& filename, const char* suffix) {
   return directory + QStringLiteral("/.") + filename + QLatin1String(suffix);

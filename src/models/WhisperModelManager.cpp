@@ -7,6 +7,7 @@
 
 #include "base/async/Async.h"
 #include "models/CustomModelHeader.h"
+#include "models/DiskSpace.h"
 #include "models/ModelHub.h"
 
 namespace quillmere {
@@ -41,15 +42,17 @@ WhisperCppModel modelOfFile(const QFileInfo& file, const QString& name, const QM
   model.displayName = displayNames.value(name, name);
   model.filename = file.fileName();
   model.sizeInBytes = file.size();
-  model.size = sizeText(file.size());
-  model.isEnglishOnly = isEnglishOnlyModelFile(file.absoluteFilePath());
+  model.size = modelSizeText(file.size());
+  const ModelFileLanguages languages = languagesOfModelFile(file.absoluteFilePath());
+  model.isEnglishOnly = languages.isEnglishOnly;
+  model.knowsCantonese = languages.knowsCantonese;
   model.url = QUrl::fromLocalFile(file.absoluteFilePath());
   return model;
 }
 
 bool isSameFile(const WhisperCppModel& a, const WhisperCppModel& b) {
   return a.name == b.name && a.url == b.url && a.sizeInBytes == b.sizeInBytes && a.displayName == b.displayName &&
-         a.isEnglishOnly == b.isEnglishOnly;
+         a.isEnglishOnly == b.isEnglishOnly && a.knowsCantonese == b.knowsCantonese;
 }
 
 QString shownLocation(const HubLocation& location) {
@@ -70,7 +73,7 @@ WhisperModelManager::WhisperModelManager(WhisperModelManagerConfiguration config
     : configuration_(std::move(configuration)),
       executor_(executor),
       logger_(logging.logger(QStringLiteral("WhisperModelManager"))),
-      transfer_(downloader, executor, pool, logger_, configuration_.availableBytes) {
+      transfer_(downloader, executor, pool, logger_, configuration_.availableBytes, configuration_.isOnline) {
   if (!configuration_.hubBaseUrl) configuration_.hubBaseUrl = [] { return QString::fromLatin1(defaultModelHub); };
   if (!configuration_.modelDisplayNames) configuration_.modelDisplayNames = [] { return QMap<QString, QString>(); };
   configuration_.modelsDirectory = QDir::cleanPath(QDir(configuration_.modelsDirectory).absolutePath());
@@ -85,8 +88,8 @@ WhisperModelManager::WhisperModelManager(WhisperModelManagerConfiguration config
   std::vector<WhisperCppModel> models;
   for (const auto& [model, raw] : RawValues<WhisperModel>::values) {
     models.push_back({QUuid::createUuid(), rawValue(model), quillmere::displayName(model, displayNames),
-                      fileName(model), sizeLabel(model), nominalSizeInBytes(model), quillmere::isEnglishOnly(model),
-                      std::nullopt});
+                      fileName(model), modelSizeText(sizeInBytes(model)), sizeInBytes(model),
+                      quillmere::isEnglishOnly(model), quillmere::knowsCantonese(model), std::nullopt});
   }
   availableModels_.set(std::move(models));
   scanForModels();
@@ -97,6 +100,13 @@ std::optional<WhisperCppModel> WhisperModelManager::findDownloaded(const QString
   for (const auto* models : {&downloadedModels_.get(), &customModels_.get(), &std::as_const(transientModels_)})
     if (const WhisperCppModel* model = named(*models, name)) return *model;
   return std::nullopt;
+}
+
+std::optional<WhisperCppModel> WhisperModelManager::findMeant(const QString& text) const {
+  if (const auto downloaded = findDownloaded(text)) return downloaded;
+  const auto model = lenientWhisperModel(text);
+  const WhisperCppModel* known = model ? named(availableModels_.get(), rawValue(*model)) : nullptr;
+  return known ? std::optional(*known) : std::nullopt;
 }
 
 QString WhisperModelManager::addTransientModel(const QString& path) {
@@ -145,6 +155,8 @@ void WhisperModelManager::scanForModels() {
     WhisperCppModel model = *match;
     model.id = QUuid::createUuid();
     model.url = QUrl::fromLocalFile(file.absoluteFilePath());
+    model.sizeInBytes = file.size();
+    model.size = modelSizeText(file.size());
     found.push_back(std::move(model));
   }
   if (nameSetOf(found) == nameSetOf(downloadedModels_.get())) {
@@ -197,9 +209,19 @@ void WhisperModelManager::setDownloading(const QString& name, bool isDownloading
   } else {
     names.remove(name);
     progress.remove(name);
+    setWaiting(name, false);
   }
   downloadingModels_.set(std::move(names));
   downloadProgress_.set(std::move(progress));
+}
+
+void WhisperModelManager::setWaiting(const QString& name, bool isWaiting) {
+  auto names = waitingModels_.get();
+  if (isWaiting && downloadingModels_.get().contains(name))
+    names.insert(name);
+  else
+    names.remove(name);
+  waitingModels_.set(std::move(names));
 }
 
 void WhisperModelManager::reportProgress(const QString& name, qint64 bytes, qint64 total) {
@@ -230,7 +252,8 @@ Task<void> WhisperModelManager::download(WhisperCppModel model, bool fresh) {
   if (location) {
     const ModelFile file{*location, destination, configuration_.checksums.value(model.filename)};
     const auto report = [this, name = model.name](qint64 bytes, qint64 total) { reportProgress(name, bytes, total); };
-    ModelTransferRequest request{model.name, {file}, fresh, report};
+    const auto wait = [this, name = model.name](bool isWaiting) { setWaiting(name, isWaiting); };
+    ModelTransferRequest request{model.name, {file}, fresh, report, wait};
     try {
       outcome = co_await transfer_.download(std::move(request));
     } catch (const Cancelled&) {
@@ -252,6 +275,7 @@ Task<void> WhisperModelManager::download(WhisperCppModel model, bool fresh) {
   } else {
     const QString description = localizedDescription(outcome->error());
     logger_.error("❌ Failed to download %s: %@", model.name, description);
+    isOutOfDiskSpace_ = isOutOfSpace(outcome->error());
     errorMessage_.set(QStringLiteral("Failed to download ") + model.displayName + QStringLiteral(": ") + description);
   }
   if (!transfer_.isRunning(model.name)) setDownloading(model.name, false);  // else there is already the next one
@@ -275,6 +299,7 @@ Task<void> WhisperModelManager::deleteModel(WhisperCppModel model) {
   if (!file.remove()) {
     const QString description = file.errorString();
     logger_.error("Failed to delete model: %@", description);
+    isOutOfDiskSpace_ = false;
     errorMessage_.set(QStringLiteral("Failed to delete ") + model.displayName + QStringLiteral(": ") + description);
     co_return;
   }

@@ -20,6 +20,7 @@ struct WhisperModelManagerConfiguration {
   std::function<QMap<QString, QString>()> modelDisplayNames;    // the setting "modelDisplayNames"; default: none
   QMap<QString, QString> checksums = catalogChecksums();        // file name -> lower-case SHA-256
   std::function<qint64(const QString& folder)> availableBytes;  // default: the file system's answer; negative: unknown
+  std::function<bool()> isOnline;                               // whether this machine has a network; default: always
 
   static QMap<QString, QString> catalogChecksums();
 };
@@ -43,11 +44,17 @@ class WhisperModelManager {
   // 0 to 1, or the negated byte count when the total is unknown, by model name.
   QMap<QString, double> downloadProgress() const { return downloadProgress_.get(); }
   QSet<QString> downloadingModels() const { return downloadingModels_.get(); }
+  // Those among them that wait for the network to come back.
+  QSet<QString> waitingModels() const { return waitingModels_.get(); }
   std::optional<QString> errorMessage() const { return errorMessage_.get(); }
+  // Whether that failure was a disk on which the model doesn't fit.
+  bool isOutOfDiskSpace() const { return errorMessage() && isOutOfDiskSpace_; }
   QString modelsDirectory() const { return configuration_.modelsDirectory; }
 
   // A downloaded, custom or transient model, in this order.
   std::optional<WhisperCppModel> findDownloaded(const QString& name) const;
+  // The same, or the model of the catalogue that a mode means with this text, on the disk or not.
+  std::optional<WhisperCppModel> findMeant(const QString& text) const;
   // Makes a model file anywhere on the disk usable until the program ends, and returns the name findDownloaded() knows
   // it by: the model's own name for a file of the models directory, else the file name without ".bin", or the full path
   // where that name is taken. The file is not looked into.
@@ -86,6 +93,9 @@ class WhisperModelManager {
   [[nodiscard]] Subscription observeDownloadingModels(Observer<QSet<QString>> observer) {
     return downloadingModels_.observe(std::move(observer));
   }
+  [[nodiscard]] Subscription observeWaitingModels(Observer<QSet<QString>> observer) {
+    return waitingModels_.observe(std::move(observer));
+  }
   [[nodiscard]] Subscription observeErrorMessage(Observer<std::optional<QString>> observer) {
     return errorMessage_.observe(std::move(observer));
   }
@@ -93,6 +103,7 @@ class WhisperModelManager {
  private:
   void reportProgress(const QString& name, qint64 bytes, qint64 total);
   void setDownloading(const QString& name, bool isDownloading);
+  void setWaiting(const QString& name, bool isWaiting);
   void scanCustomModels();
   QString destinationFor(const QString& filename) const;
 
@@ -104,7 +115,9 @@ class WhisperModelManager {
   Published<std::vector<WhisperCppModel>> customModels_;
   Published<QMap<QString, double>> downloadProgress_;
   Published<QSet<QString>> downloadingModels_;
+  Published<QSet<QString>> waitingModels_;
   Published<std::optional<QString>> errorMessage_;
+  bool isOutOfDiskSpace_ = false;  // told with the message
   std::vector<WhisperCppModel> transientModels_;
   std::optional<TimePoint> lastScanTime_;
   ModelTransfer transfer_;  // last: it reports to the fields above

@@ -7,8 +7,10 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QTemporaryDir>
+#include <QtEndian>
 
 #include <csignal>
+#include <cstring>
 
 #include "base/async/TaskScope.h"
 #include "base/math/MelFilterBank.h"
@@ -220,7 +222,7 @@ TEST_F(ModelImporterTest, AFullDiskGivesASentenceAndLeavesNothing) {
   std::signal(SIGXFSZ, oldHandler);
   ASSERT_FALSE(result);
   EXPECT_EQ(result.error().domain, "filesystem");
-  EXPECT_EQ(result.error().description, "models.import.error.notWritten");
+  EXPECT_EQ(result.error().description, "models.import.error.diskFull");
   EXPECT_EQ(files(), QStringList());
   models_ = write("occupied", "a file where the folder should be");
   expectRefusal("no folder", write("m.bin", model()), "models.import.error.notWritten");
@@ -238,6 +240,27 @@ TEST_F(ModelImporterTest, ACancelLeavesNothing) {
   executor_.runUntilIdle();
   EXPECT_TRUE(handle.isDone());
   EXPECT_EQ(files(), QStringList());
+}
+
+TEST_F(ModelImporterTest, ADimensionOfZeroIsDamage) {
+  for (const char* tensor : {"decoder/embeddings/weight", "decoder/position_encodings/encodings",
+                             "encoder/position_encodings/encodings", "encoder/layer_norm/gamma"}) {
+    for (const bool isFirst : {true, false}) {
+      QByteArray content = CTranslate2Folder::modelBytes(model(), {});
+      // After the name and its zero: the rank, a dimension of four bytes each, the type, the length, the numbers.
+      char* const record = content.data() + content.indexOf(tensor) + qsizetype(std::strlen(tensor)) + 1;
+      const int rank = record[0];
+      qToLittleEndian<quint32>(0, record + 1 + (isFirst ? 0 : 4 * (rank - 1)));
+      char* const length = record + 1 + 4 * rank + 1;
+      const auto bytes = qFromLittleEndian<quint32>(length);
+      qToLittleEndian<quint32>(0, length);
+      content.remove(length + 4 - content.constData(), bytes);
+      const QString name = QString::fromLatin1(tensor).replace(u'/', u'-') + QString::number(isFirst);
+      write(name + "/tokenizer.json", CTranslate2Folder::vocabularyBytes(model(), Vocabulary::tokenizerJson));
+      write(name + "/model.bin", content);
+      expectRefusal(tensor, path(name), "models.file.error.damaged");
+    }
+  }
 }
 
 }  // namespace

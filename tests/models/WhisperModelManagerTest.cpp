@@ -414,6 +414,7 @@ TEST_F(WhisperModelManagerTest, SpaceIsCheckedAgainstWhatIsStillMissing) {
   freeBytes = modelBytes - 1;
   download();
   expectError("models.error.noSpace");
+  EXPECT_TRUE(manager().isOutOfDiskSpace());
   EXPECT_EQ(allFiles(), QStringList());
   freeBytes = -1;
   leavePartial(1'000'000);
@@ -433,6 +434,7 @@ TEST_F(WhisperModelManagerTest, ADiskThatFillsUpMeanwhileKeepsNoHiddenFile) {
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
   std::signal(SIGXFSZ, handler);
   expectError("models.error.diskFull");
+  EXPECT_TRUE(manager().isOutOfDiskSpace());
   EXPECT_EQ(allFiles(), QStringList());
   EXPECT_EQ(downloader.requests.size(), 1u);
 }
@@ -530,6 +532,30 @@ TEST_F(WhisperModelManagerTest, AFileNamedOnTheCommandLineGetsANameOfItsOwn) {
   runTask(executor, manager().deleteModel(*manager().findDownloaded("other")));
   EXPECT_FALSE(manager().findDownloaded("other"));
   EXPECT_TRUE(QFile::exists(b)) << "not ours to delete";
+}
+
+TEST_F(WhisperModelManagerTest, WithoutNetworkADownloadWaitsAndGoesOnByItself) {
+  bool isOnline = true;
+  configuration.isOnline = [&] { return isOnline; };
+  serve([](FakeHttpAnswer& answer) { answer.breaksAfter = 1'000'000; });
+  TaskScope scope(executor);
+  const auto handle = beginDownload(scope, 0.3);
+  isOnline = false;
+  downloader.answer = [](const HttpDownloadRequest&) {
+    return FakeHttpAnswer{.openError = UrlError{UrlError::cannotFindHost, {}, "no"}};
+  };
+  executor.runUntil([&] { return manager().waitingModels() == QSet<QString>{"base"}; });
+  const size_t requests = downloader.requests.size();
+  executor.advance(std::chrono::hours(3));
+  EXPECT_EQ(downloader.requests.size(), requests);
+  EXPECT_FALSE(handle.isDone());
+  isOnline = true;
+  serve();
+  executor.runUntil([&] { return handle.isDone(); });
+  expectInstalled();
+  EXPECT_TRUE(manager().waitingModels().isEmpty());
+  EXPECT_EQ(ranges().back(), "bytes=1000000-");
+  for (const auto& request : downloader.requests) EXPECT_EQ(request.idleTimeout, 60s);
 }
 
 }  // namespace
