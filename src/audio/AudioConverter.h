@@ -15,7 +15,8 @@ namespace quillmere {
 
 // Decodes an audio file into mono floats in memory. Called on the main thread; the work runs on the pool, several
 // conversions may be under way. Memory: the samples, once, and one chunk of the source. A cancel stops between two
-// blocks of a chunk and drops what was decoded. A file that breaks off in the middle yields what could be read.
+// blocks of a chunk and drops what was decoded. A file that breaks off in the middle yields what could be read; a WAV
+// that can't be read to its end is an error.
 // The factories must outlive the pool.
 class AudioConverter {
  public:

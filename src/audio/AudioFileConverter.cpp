@@ -32,6 +32,12 @@ Task<bool> AudioFileConverter::hasAudioTrack(QString path) {
   co_return co_await offload(pool_, std::move(work));
 }
 
+Task<Result<bool, AnyError>> AudioFileConverter::hasPicture(QString path) {
+  const FileConversion conversion(readers_, encoder_, logger_);
+  auto work = [conversion, path](const StopFlag&) { return conversion.hasPicture(path); };
+  co_return co_await offload(pool_, std::move(work));
+}
+
 Task<Result<ExtractedAudio, AnyError>> AudioFileConverter::extractAudioFromVideo(QString from, QString to) {
   const FileConversion conversion(readers_, encoder_, logger_);
   auto work = [conversion, from, to](const StopFlag& stop) {

@@ -24,7 +24,11 @@ class AudioFileConverter {
   // The fallback: the whole file goes to the platform's exporter, which finds its own settings.
   Task<Result<AudioFileFormat, AnyError>> exportToM4A(QString from, QString to);
   Task<bool> hasAudioTrack(QString path);
-  // Fails with AudioError::noAudioTrack for a video without sound, else as convertAudioToAAC.
+  // Whether the file shows moving pictures, as its content says, not its name. Fails for what can't be opened, with
+  // AudioError::noAudioTrack for media without sound.
+  Task<Result<bool, AnyError>> hasPicture(QString path);
+  // The sound alone: its packets as they are where an M4A can hold them, else encoded as by convertAudioToAAC. Fails
+  // with AudioError::noAudioTrack for a video without sound, else as convertAudioToAAC.
   Task<Result<ExtractedAudio, AnyError>> extractAudioFromVideo(QString from, QString to);
   // Length of an audio or video file; measured where the file's own statement can't be trusted.
   Task<Result<double, AnyError>> durationSeconds(QString path);

@@ -10,6 +10,8 @@ QString ConversionError::message() const {
       return QStringLiteral("Unsupported audio format: ") + detail;
     case Kind::conversionFailed:
       return QStringLiteral("Audio conversion failed: ") + detail;
+    case Kind::incomplete:
+      return QStringLiteral("Audio file breaks off before its end");
     case Kind::emptyAudioFile:
       break;
   }

@@ -15,6 +15,7 @@ AnyError exportFailed() {
 
 AnyError asAnyError(const MediaError& error) {
   if (error.kind == MediaError::Kind::noAudioTrack) return AudioError{AudioError::Kind::noAudioTrack, {}};
+  if (error.kind == MediaError::Kind::incomplete) return AudioError{AudioError::Kind::incomplete, {}};
   if (error.kind == MediaError::Kind::cannotOpen) return AudioError{AudioError::Kind::fileNotReadable, {}};
   return PlatformError{QStringLiteral("media"), error.code, error.description};
 }
@@ -51,6 +52,11 @@ FileConversion::FormatResult FileConversion::convertAudioToAAC(const QString& fr
                                                                const std::atomic<bool>& stop) const {
   if (isSameFile(from, to)) return Failed{exportFailed()};
   QFile::remove(to);
+  return encode(from, to, stop);
+}
+
+FileConversion::FormatResult FileConversion::encode(const QString& from, const QString& to,
+                                                    const std::atomic<bool>& stop) const {
   auto reader = readers_.open(from, MediaReaderFactory::Output::signed16Interleaved);
   if (!reader) {
     logger_.error("Failed to open the source: %@", reader.error().description);
@@ -139,6 +145,26 @@ bool FileConversion::hasAudioTrack(const QString& path) const {
   return false;
 }
 
+Result<bool, AnyError> FileConversion::hasPicture(const QString& path) const {
+  const auto reader = readers_.open(path, MediaReaderFactory::Output::native);
+  if (!reader) return Failed{asAnyError(reader.error())};
+  return (*reader)->hasPicture();
+}
+
+// As it is, without a loss, where the M4A can hold it.
+FileConversion::FormatResult FileConversion::copyPackets(const QString& from, const QString& to,
+                                                         const std::atomic<bool>& stop) const {
+  const auto copy = encoder_.createPacketCopy(from, to);
+  if (!copy || copy->run(stop) != MediaExportSession::Status::completed) {
+    const std::optional<MediaError> error = copy ? copy->error() : std::nullopt;
+    return Failed{error ? asAnyError(*error) : exportFailed()};
+  }
+  const auto reader = readers_.open(to, MediaReaderFactory::Output::native);
+  const std::optional<AudioFileFormat> format = reader ? sourceFormat(**reader) : std::nullopt;
+  if (!format) return Failed{exportFailed()};
+  return *format;
+}
+
 Result<ExtractedAudio, AnyError> FileConversion::extractAudioFromVideo(const QString& from, const QString& to,
                                                                        const std::atomic<bool>& stop) const {
   logger_.info("🎬 Extracting audio from video: %{public}s", fileName(from));
@@ -147,7 +173,16 @@ Result<ExtractedAudio, AnyError> FileConversion::extractAudioFromVideo(const QSt
     return Failed{AnyError(AudioError{AudioError::Kind::noAudioTrack, {}})};
   }
   TRY(const double duration, durationSeconds(from, stop));
-  TRY(const auto format, convertAudioToAAC(from, to, stop));
+  if (isSameFile(from, to)) return Failed{exportFailed()};
+  // The target may be an empty file that holds the name: it is written to, never removed in between.
+  FormatResult made = copyPackets(from, to, stop);
+  if (!made && !stop.load(std::memory_order_relaxed)) {
+    logger_.info("🎬 The sound is encoded anew: %{public}s", localizedDescription(made.error()));
+    made = encode(from, to, stop);
+  }
+  if (!made || stop.load(std::memory_order_relaxed)) QFile::remove(to);
+  if (!made) return Failed{made.error()};
+  const AudioFileFormat& format = *made;
   logger_.info("🎬 Audio extraction complete: %ss, %ldHz, %ldch", QString::number(duration, 'f', 1),
                qint64(format.sampleRate), format.channelCount);
   return ExtractedAudio{duration, format.sampleRate, format.channelCount};

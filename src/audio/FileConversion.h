@@ -22,11 +22,14 @@ class FileConversion {
   FormatResult convertAudioToAAC(const QString& from, const QString& to, const std::atomic<bool>& stop) const;
   FormatResult exportToM4A(const QString& from, const QString& to, const std::atomic<bool>& stop) const;
   bool hasAudioTrack(const QString& path) const;
+  Result<bool, AnyError> hasPicture(const QString& path) const;
   Result<ExtractedAudio, AnyError> extractAudioFromVideo(const QString& from, const QString& to,
                                                          const std::atomic<bool>& stop) const;
   Result<double, AnyError> durationSeconds(const QString& path, const std::atomic<bool>& stop) const;
 
  private:
+  FormatResult copyPackets(const QString& from, const QString& to, const std::atomic<bool>& stop) const;
+  FormatResult encode(const QString& from, const QString& to, const std::atomic<bool>& stop) const;
   Result<void, MediaError> pump(MediaReader& reader, MediaWriter& writer, const std::atomic<bool>& stop) const;
 
   MediaReaderFactory& readers_;

@@ -174,6 +174,7 @@ void SampleConversion::makeRoom(qint64 frames) {
 
 std::optional<ConversionError> SampleConversion::settleReadError(const MediaError& error) {
   logger_.error("Failed to read audio chunk at frame %lld: %@", framesRead_, error.description);
+  if (error.kind == MediaError::Kind::incomplete) return ConversionError{Kind::incomplete, {}};
   if (auto failed = flushResampler()) return failed;
   if (output_.empty())
     return ConversionError{Kind::conversionFailed, QStringLiteral("Read error: ") + error.description};

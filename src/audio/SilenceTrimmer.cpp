@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <span>
 
+#include "audio/NewFile.h"
 #include "audio/SpeechRanges.h"
 #include "base/async/Offload.h"
 
@@ -37,7 +38,6 @@ Result<void, PlatformError> append(WavWriter& writer, std::span<const float> sam
 
 Result<void, PlatformError> write(WavWriterFactory& writers, const QString& path, std::span<const float> samples,
                                   const std::vector<SampleRange>& ranges, const StopFlag& stop) {
-  QFile::remove(path);
   TRY(auto writer, writers.create(path, int(sampleRate)));
   Result<void, PlatformError> written = append(*writer, samples, ranges, stop);
   writer.reset();
@@ -55,12 +55,7 @@ SilenceTrimmer::SilenceTrimmer(VoiceActivityDetector& detector, AudioConverter& 
       workers_(workers),
       logger_(logging.logger(QStringLiteral("SilenceTrimmer"))) {}
 
-QString SilenceTrimmer::outputPathFor(const QString& inputPath) {
-  const QFileInfo input(inputPath);
-  return input.path() + u'/' + input.completeBaseName() + QStringLiteral("_trimmed.") + input.suffix();
-}
-
-Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPath, std::optional<QString> outputPath) {
+Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPath) {
   logger_.info("Starting silence trimming for: %s", inputPath);
   if (!QFileInfo::exists(inputPath)) co_return Failed{TrimError{Kind::fileNotFound, {}}};
 
@@ -81,7 +76,11 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
   const qint64 kept = sampleCount(ranges);
   logger_.info("Extracted %ld samples (%{public}ss)", kept, seconds(kept));
 
-  const QString output = outputPath ? *outputPath : outputPathFor(inputPath);
+  const QFileInfo input(inputPath);
+  auto target =
+      NewFile::create(input.path(), input.completeBaseName() + QStringLiteral("_trimmed"), QStringLiteral("wav"));
+  if (!target) co_return Failed{TrimError{Kind::outputWriteFailed, QStringLiteral("The folder takes no file")}};
+  const QString output = target->path();
   WavWriterFactory* writers = &writers_;
   auto work = [writers, output, samples, ranges](const StopFlag& stop) {
     return write(*writers, output, *samples, ranges, stop);
@@ -91,7 +90,7 @@ Task<Result<TrimResult, TrimError>> SilenceTrimmer::trimSilence(QString inputPat
   logger_.info("Wrote trimmed audio to: %s", output);
 
   TrimResult result;
-  result.outputPath = output;
+  result.outputPath = target->keep();
   result.originalDuration = static_cast<double>(total) / sampleRate;
   result.trimmedDuration = static_cast<double>(kept) / sampleRate;
   result.segmentCount = static_cast<int>(merged.size());

@@ -1,6 +1,5 @@
 #pragma once
 #include <QString>
-#include <optional>
 
 #include "audio/AudioConverter.h"
 #include "audio/TrimError.h"
@@ -22,11 +21,8 @@ class SilenceTrimmer {
   SilenceTrimmer(VoiceActivityDetector& detector, AudioConverter& converter, WavWriterFactory& writers,
                  WorkerPool& workers, const Logging& logging);
 
-  // Without outputPath the file is written beside the input as outputPathFor() says.
-  Task<Result<TrimResult, TrimError>> trimSilence(QString inputPath, std::optional<QString> outputPath);
-
-  // "talks/a.b.wav" gives "talks/a.b_trimmed.wav".
-  static QString outputPathFor(const QString& inputPath);
+  // "talks/a.b.mp3" gives "talks/a.b_trimmed.wav", or the next name that nothing has.
+  Task<Result<TrimResult, TrimError>> trimSilence(QString inputPath);
 
  private:
   Task<Result<VoiceActivityDetector::Samples, TrimError>> load(QString path);

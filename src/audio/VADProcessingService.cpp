@@ -3,8 +3,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include "audio/NewFile.h"
 #include "audio/TrimJudgement.h"
-#include "base/async/CancelToken.h"
 #include "base/async/Offload.h"
 
 namespace quillmere {
@@ -40,11 +40,6 @@ VADProcessingResult unchanged(const QString& audioPath, bool wasProcessed) {
   result.originalAudioPath = audioPath;
   result.wasProcessed = wasProcessed;
   return result;
-}
-
-QString m4aPathFor(const QString& path) {
-  const QFileInfo file(path);
-  return file.path() + u'/' + file.completeBaseName() + QStringLiteral(".m4a");
 }
 
 bool holdsUsableAudio(MediaReaderFactory& readers, const QString& path, const QString& tag, const Logger& logger) {
@@ -90,7 +85,7 @@ Task<VADProcessingResult> VADProcessingService::process(QString audioPath, doubl
   logger_.info("🎤 %{public}sVAD enabled - analyzing audio for silence trimming (duration: %{public}ss)...", tag,
                seconds(durationSeconds));
   SilenceTrimmer trimmer(use_.detector, use_.converter, use_.writers, use_.workers, logging_);
-  auto trimming = trimmer.trimSilence(audioPath, std::nullopt);
+  auto trimming = trimmer.trimSilence(audioPath);
   const auto trimmed = co_await std::move(trimming);
   if (!trimmed) {
     if (trimmed.error().kind == TrimError::Kind::noSpeechDetected) {
@@ -159,8 +154,11 @@ Task<QString> VADProcessingService::compressLargeWav(QString path, QString logPr
 
   const QString tag = tagOf(logPrefix);
   logger_.info("🔄 %{public}sTrimmed WAV file is %{public}sMB - converting to M4A", tag, megabytes(*size));
-  const QString target = m4aPathFor(path);
-  QFile::remove(target);
+  // Not the name of the recording's own M4A, which may be in the making.
+  const QFileInfo wav(path);
+  auto copy = NewFile::create(wav.path(), wav.completeBaseName() + QStringLiteral("_upload"), QStringLiteral("m4a"));
+  if (!copy) co_return path;
+  const QString target = copy->path();
 
   const Attempt first = co_await attempt(use_.fileConverter.convertAudioToAAC(path, target), target, logPrefix);
   if (first.isUsable) {
@@ -174,7 +172,7 @@ Task<QString> VADProcessingService::compressLargeWav(QString path, QString logPr
                            {QStringLiteral("bitrate"), first.format->bitRate},
                            {QStringLiteral("context"), logPrefix}};
     leaveBreadcrumb(QStringLiteral("Trimmed WAV→M4A conversion succeeded"), data);
-    co_return target;
+    co_return copy->keep();
   }
   if (first.error) {
     logger_.warning("⚠️ %{public}sPrimary M4A conversion failed: %s - trying fallback", tag, *first.error);
@@ -187,7 +185,7 @@ Task<QString> VADProcessingService::compressLargeWav(QString path, QString logPr
   if (second.isUsable) {
     logger_.info("✅ %{public}sTrimmed WAV→M4A fallback succeeded: %{public}sMB → %{public}sMB", tag, megabytes(*size),
                  megabytes(sizeOf(target).value_or(0)));
-    co_return target;
+    co_return copy->keep();
   }
   if (second.error) {
     logger_.warning("⚠️ %{public}sM4A fallback also failed - using original WAV", tag);
@@ -202,25 +200,15 @@ Task<QString> VADProcessingService::compressLargeWav(QString path, QString logPr
   co_return path;
 }
 
-// Leaves no file at the target unless it is usable.
 Task<VADProcessingService::Attempt> VADProcessingService::attempt(Task<Result<AudioFileFormat, AnyError>> conversion,
                                                                   QString target, QString logPrefix) {
   Attempt outcome;
-  try {
-    const auto converted = co_await std::move(conversion);
-    if (converted) {
-      outcome.format = *converted;
-      if (QFileInfo(target).isFile()) {
-        outcome.isUsable = co_await validateM4A(target, logPrefix);
-      }
-    } else {
-      outcome.error = localizedDescription(converted.error());
-    }
-  } catch (const Cancelled&) {
-    QFile::remove(target);
-    throw;
-  }
-  if (!outcome.isUsable) QFile::remove(target);
+  const auto converted = co_await std::move(conversion);
+  if (!converted)
+    outcome.error = localizedDescription(converted.error());
+  else if (QFileInfo(target).isFile())
+    outcome.isUsable = co_await validateM4A(target, logPrefix);
+  if (converted) outcome.format = *converted;
   co_return outcome;
 }
 

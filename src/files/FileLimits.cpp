@@ -76,11 +76,6 @@ FormatCheck checkFormat(const QString& extension, const Mode* mode) {
   return check;
 }
 
-bool isVideoExtension(const QString& extension) {
-  const QString lower = extension.toLower();
-  return lower == QLatin1String("mp4") || lower == QLatin1String("mov") || lower == QLatin1String("m4v");
-}
-
 QString importedFileName(qint64 secondsSinceEpoch, const QString& originalBaseName, const QString& extension) {
   QString base = originalBaseName;
   base.remove(QChar(QChar::ReplacementCharacter));

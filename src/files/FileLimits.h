@@ -23,9 +23,6 @@ struct FormatCheck {
 // Compares the lower-cased extension with what a cloud mode's provider accepts.
 FormatCheck checkFormat(const QString& extension, const Mode* mode);
 
-// mp4, mov and m4v go through audio extraction.
-bool isVideoExtension(const QString& extension);
-
 // Name of the copy in the recordings folder: "imported_<seconds>_<name>.<extension>". Bytes that are no UTF-8, and
 // what a name of 255 bytes has no room for, are left out.
 QString importedFileName(qint64 secondsSinceEpoch, const QString& originalBaseName, const QString& extension);

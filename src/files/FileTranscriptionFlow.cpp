@@ -1,13 +1,15 @@
 #include "files/FileTranscriptionFlow.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
 
+#include "audio/NewFile.h"
 #include "base/async/Offload.h"
 #include "files/FileCopier.h"
 #include "files/FileLimits.h"
+#include "files/TextPath.h"
+#include "storage/PrivateFolder.h"
 
 namespace quillmere {
 namespace {
@@ -28,12 +30,26 @@ struct SizeOnDisk {
   qint64 bytes = 0;
 };
 
-// Between them the bar stands for the engine's work.
-constexpr float engineBegin = 0.15f;
-constexpr float engineEnd = 0.85f;
-
 QString defaultModeName() {
   return QStringLiteral("Default");
+}
+
+QString soundExtension() {
+  return QStringLiteral("m4a");
+}
+
+bool isNoAudioTrack(const AnyError& error) {
+  const auto* problem = std::get_if<AudioError>(&error);
+  return problem && problem->kind == AudioError::Kind::noAudioTrack;
+}
+
+Failed<FileTranscriptionError> copyFailed(QString reason) {
+  return Failed{FileTranscriptionError{FileTranscriptionError::CopyFailed{std::move(reason)}}};
+}
+
+Failed<AnyError> refused(FileTranscriptionOutcome& outcome, FileTranscriptionError refusal) {
+  outcome.refusal = std::move(refusal);
+  return Failed{AnyError(PlatformError{QStringLiteral("FileTranscriptionError"), 0, outcome.refusal->description()})};
 }
 
 // The size of a regular file; nothing for a directory, a device or a file that can't be looked at.
@@ -54,23 +70,6 @@ FileTranscriptionFlow::FileTranscriptionFlow(Dependencies dependencies, const Lo
       scope_(dependencies.executor) {}
 
 FileTranscriptionFlow::~FileTranscriptionFlow() = default;
-
-void FileTranscriptionFlow::selectAndTranscribeFile(ModePtr mode) {
-  if (use_.picker) scope_.spawn(pickAndRun(std::move(mode)));
-}
-
-Task<void> FileTranscriptionFlow::pickAndRun(ModePtr mode) {
-  logger_.info("📂 Opening file picker for mode: %s", mode && mode->name ? *mode->name : QStringLiteral("unnamed"));
-  auto question = use_.picker->pickFile(qtTrId("select.audio.file"), {QStringLiteral("audio/*")},
-                                        {"wav", "mp3", "m4a", "aiff", "webm", "ogg", "flac", "mp4", "mov"});
-  const auto choice = co_await std::move(question);
-  if (!choice) {
-    logger_.info("📂 File picker cancelled");
-    co_return;
-  }
-  logger_.info("📂 Selected file: %s", displayPath(*choice));
-  co_await transcribe(*choice, mode);
-}
 
 Task<FileTranscriptionOutcome> FileTranscriptionFlow::transcribe(std::filesystem::path file, ModePtr mode) {
   if (currentTranscriptionTask_.isValid() && !currentTranscriptionTask_.isDone()) {
@@ -135,10 +134,7 @@ Task<FileTranscriptionOutcome> FileTranscriptionFlow::run(std::filesystem::path 
 
 Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path file, ModePtr mode,
                                                          FileTranscriptionOutcome& outcome) {
-  const auto refuse = [&](FileTranscriptionError refusal) {
-    outcome.refusal = std::move(refusal);
-    return Failed{AnyError(PlatformError{QStringLiteral("FileTranscriptionError"), 0, outcome.refusal->description()})};
-  };
+  const auto refuse = [&](FileTranscriptionError refusal) { return refused(outcome, std::move(refusal)); };
   const QString name = QFileInfo(displayPath(file)).fileName();
   const QString modeName = mode ? mode->name.value_or(defaultModeName()) : defaultModeName();
 
@@ -148,12 +144,21 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
 
   const auto size = sizeOf(file);
   if (!size) co_return refuse(FileTranscriptionError{FileTranscriptionError::CannotReadFile{}});
-  if (auto refusal = refusalBySize(size->bytes, mode.get())) co_return refuse(*refusal);
+  const auto named = TextPath::of(file);
+  if (!named) co_return Failed{AnyError(named.error())};
+  auto looking = use_.converter.hasPicture(named->text());
+  const Result<bool, AnyError> picture = co_await std::move(looking);
+  if (!picture && isNoAudioTrack(picture.error()))
+    co_return refuse(FileTranscriptionError{FileTranscriptionError::VideoHasNoAudio{}});
+  CO_TRY(const bool isVideo, picture);
+  // Of a video nothing but the sound is sent anywhere.
+  if (!isVideo)
+    if (auto refusal = refusalBySize(size->bytes, mode.get())) co_return refuse(*refusal);
   logger_.info("📊 File size: %s MB - validation passed", QString::number(double(size->bytes) / 1048576.0, 'f', 2));
   co_await throwIfStopped();
   animate(0.05f, 0.2);
 
-  const FormatCheck format = checkFormat(extensionOf(name), mode.get());
+  const FormatCheck format = checkFormat(isVideo ? soundExtension() : extensionOf(name), mode.get());
   switch (format.verdict) {
     case FormatCheck::Verdict::skippedNoMode:
       logger_.info("📄 Format validation skipped (no provider specified)");
@@ -172,31 +177,16 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::work(std::filesystem::path f
   co_await throwIfStopped();
   animate(0.08f, 0.3);
 
-  const auto copied = co_await copyIntoRecordings(file);
-  if (!copied) co_return refuse(copied.error());
-  QString audioPath = *copied;
-  co_await throwIfStopped();
-
-  if (isVideoExtension(extensionOf(audioPath))) {
-    logger_.info("🎬 [FileImport] Detected video file, extracting audio...");
-    animate(0.10f, 0.5);
-    const QFileInfo video(audioPath);
-    const QString extracted = video.path() + u'/' + video.completeBaseName() + QStringLiteral(".m4a");
-    const auto audio = co_await use_.converter.extractAudioFromVideo(audioPath, extracted);
-    if (!audio) {
-      if (const auto* problem = std::get_if<AudioError>(&audio.error());
-          problem && problem->kind == AudioError::Kind::noAudioTrack)
-        co_return refuse(FileTranscriptionError{FileTranscriptionError::VideoHasNoAudio{}});
-      co_return Failed{audio.error()};
-    }
-    QFile::remove(audioPath);
-    audioPath = extracted;
-    currentCopiedFilePath_ = extracted;
-    logger_.info("🎬 [FileImport] Audio extracted: %ss, %ldHz, %ldch", QString::number(audio->durationSeconds, 'f', 2),
-                 qint64(audio->sampleRate), qint64(audio->channelCount));
-    animate(0.12f, 0.2);
-    co_await throwIfStopped();
+  QString audioPath;
+  if (isVideo) {
+    CO_TRY(audioPath, co_await takeSound(named->text(), name, outcome));
+    if (auto refusal = refusalBySize(QFileInfo(audioPath).size(), mode.get())) co_return refuse(*refusal);
+  } else {
+    const auto copied = co_await copyIntoRecordings(file);
+    if (!copied) co_return refuse(copied.error());
+    audioPath = *copied;
   }
+  co_await throwIfStopped();
 
   animate(0.13f, 0.2);
   CO_TRY(const double duration, co_await use_.converter.durationSeconds(audioPath));
@@ -227,7 +217,7 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::takeRoad(QString audioPath, 
     logger_.info("📝 Created processing transcript for file: %s", progressState_.state().fileName);
   };
   job.onStage = [this](TranscriptJob::Stage stage) { enter(stage); };
-  job.onProgress = [this](float share) { animate(engineBegin + (engineEnd - engineBegin) * share, 0.3); };
+  job.onProgress = [this](float share) { progressState_.tellEngine(share); };
   const TranscriptOutcome end = co_await use_.road.run(std::move(job));
   if (!end.result) co_return Failed{*end.error};
   outcome.result = end.result;
@@ -237,21 +227,38 @@ Task<Result<void, AnyError>> FileTranscriptionFlow::takeRoad(QString audioPath, 
 }
 
 void FileTranscriptionFlow::enter(TranscriptJob::Stage stage) {
-  if (stage == TranscriptJob::Stage::trimming) animate(engineBegin, 0.3);
-  if (stage != TranscriptJob::Stage::transcribing) return;
-  progressState_.setStage(FileTranscriptionStage::transcribing);
-  // For an engine that doesn't say how far it is.
-  animate(engineEnd, 60.0);
+  if (stage == TranscriptJob::Stage::trimming) animate(0.15f, 0.3);
+  if (stage == TranscriptJob::Stage::transcribing) progressState_.beginEngine();
+}
+
+Result<QString, FileTranscriptionError> FileTranscriptionFlow::recordingsFolder() const {
+  QString folder = use_.settings.storage().usableRecordingsFolder();
+  if (folder.isEmpty()) folder = use_.settings.folders().documents + QStringLiteral("/Recordings");
+  if (!makePrivateFolder(folder)) return copyFailed(QStringLiteral("%1 can't be created").arg(folder));
+  return folder;
+}
+
+// The picture stays where it is: only the sound comes into the folder.
+Task<Result<QString, AnyError>> FileTranscriptionFlow::takeSound(QString video, QString name,
+                                                                 FileTranscriptionOutcome& outcome) {
+  logger_.info("🎬 [FileImport] Detected video file, extracting audio...");
+  animate(0.10f, 0.5);
+  const auto folder = recordingsFolder();
+  if (!folder) co_return refused(outcome, folder.error());
+  const QString stem = importedFileName(use_.clock.now().toSecsSinceEpoch(), baseNameOf(name), QString());
+  auto target = NewFile::create(*folder, stem, soundExtension());
+  if (!target) co_return refused(outcome, FileTranscriptionError{FileTranscriptionError::CopyFailed{*folder}});
+  auto extraction = use_.converter.extractAudioFromVideo(video, target->path());
+  CO_TRY(const auto audio, co_await std::move(extraction));
+  logger_.info("🎬 [FileImport] Audio extracted: %ss, %ldHz, %ldch", QString::number(audio.durationSeconds, 'f', 2),
+               qint64(audio.sampleRate), qint64(audio.channelCount));
+  animate(0.12f, 0.2);
+  currentCopiedFilePath_ = target->keep();
+  co_return *currentCopiedFilePath_;
 }
 
 Task<Result<QString, FileTranscriptionError>> FileTranscriptionFlow::copyIntoRecordings(std::filesystem::path file) {
-  QString folder = use_.settings.storage().recordingsFolder();
-  if (folder.isEmpty()) folder = use_.settings.folders().documents + QStringLiteral("/Recordings");
-  const auto failed = [](QString reason) {
-    return Failed{FileTranscriptionError{FileTranscriptionError::CopyFailed{std::move(reason)}}};
-  };
-  if (!QDir().mkpath(folder)) co_return failed(QStringLiteral("%1 can't be created").arg(folder));
-
+  CO_TRY(const QString folder, recordingsFolder());
   const QString name = QFileInfo(displayPath(file)).fileName();
   const qint64 seconds = use_.clock.now().toSecsSinceEpoch();
   QString target = folder + u'/' + importedFileName(seconds, baseNameOf(name), extensionOf(name));
@@ -266,11 +273,11 @@ Task<Result<QString, FileTranscriptionError>> FileTranscriptionFlow::copyIntoRec
       co_return target;
     }
     currentCopiedFilePath_.reset();
-    if (copied.error().code != EEXIST) co_return failed(copied.error().description);
+    if (copied.error().code != EEXIST) co_return copyFailed(copied.error().description);
     target = folder + u'/' +
              importedFileName(seconds, baseNameOf(name) + QStringLiteral("_%1").arg(attempt), extensionOf(name));
   }
-  co_return failed(QStringLiteral("too many files of that name"));
+  co_return copyFailed(QStringLiteral("too many files of that name"));
 }
 
 Task<void> FileTranscriptionFlow::throwIfStopped() {

@@ -14,7 +14,6 @@
 #include "files/FileTranscriptionError.h"
 #include "files/FileTranscriptionPresenter.h"
 #include "files/FileTranscriptionProgress.h"
-#include "ports/FilePicker.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "transcripts/TranscriptRoad.h"
@@ -32,8 +31,8 @@ struct FileTranscriptionOutcome {
   std::optional<AnyError> error;                  // ... or this one
 };
 
-// Takes an existing audio or video file to the road: checks it, copies it into the recordings folder, pulls the sound
-// out of a video, and shows how far it is. One file at a time; main thread, long steps suspend. cancel() ends a run at
+// Takes an existing audio or video file to the road: checks it, copies it into the recordings folder, of a video only
+// the sound, and shows how far it is. One file at a time; main thread, long steps suspend. cancel() ends a run at
 // its next suspension; so does cancelling the task that awaits transcribe(). Without a row the copy goes with it; with
 // one the row is "failed" and the copy is there for a retry. Everything referred to outlives the flow; the pointers may
 // be null where a part is missing.
@@ -48,7 +47,6 @@ class FileTranscriptionFlow {
     AudioFileConverter& converter;
     TranscriptRoad& road;
     FileTranscriptionPresenter* presenter = nullptr;
-    FilePicker* picker = nullptr;
     // How long a full bar stays up for the eye. A terminal needs none.
     Duration completionLinger = std::chrono::milliseconds(500);
   };
@@ -56,8 +54,6 @@ class FileTranscriptionFlow {
   FileTranscriptionFlow(Dependencies dependencies, const Logging& logging);
   ~FileTranscriptionFlow();
 
-  // Asks for a file and runs it. Does nothing without a picker.
-  void selectAndTranscribeFile(ModePtr mode);
   Task<FileTranscriptionOutcome> transcribe(std::filesystem::path file, ModePtr mode);
   void cancel();
 
@@ -67,8 +63,9 @@ class FileTranscriptionFlow {
  private:
   Task<FileTranscriptionOutcome> run(std::filesystem::path file, ModePtr mode);
   Task<Result<void, AnyError>> work(std::filesystem::path file, ModePtr mode, FileTranscriptionOutcome& outcome);
+  Result<QString, FileTranscriptionError> recordingsFolder() const;
   Task<Result<QString, FileTranscriptionError>> copyIntoRecordings(std::filesystem::path file);
-  Task<void> pickAndRun(ModePtr mode);
+  Task<Result<QString, AnyError>> takeSound(QString video, QString name, FileTranscriptionOutcome& outcome);
   Task<void> throwIfStopped();
   Task<Result<void, AnyError>> takeRoad(QString audioPath, ModePtr mode, FileTranscriptionOutcome& outcome);
   void enter(TranscriptJob::Stage stage);

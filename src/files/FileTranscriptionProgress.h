@@ -5,6 +5,7 @@
 
 #include "base/Published.h"
 #include "base/async/Executor.h"
+#include "files/TimeLeft.h"
 
 namespace quillmere {
 
@@ -21,11 +22,13 @@ struct FileTranscriptionProgressState {
   bool isCancelled = false;
   QString fileName;
   QString modeName;
+  int secondsRunning = 0;          // since the start; rises every second, whatever else stands still
+  std::optional<int> secondsLeft;  // of the engine's work, as far as it can be told
   bool operator==(const FileTranscriptionProgressState&) const = default;
 };
 
 // The bar of a file transcription: a value that is animated from milestone to milestone, and slowly on its own where
-// the engine does not say how far it is. Main thread only.
+// the engine does not say how far it is. A clock goes along with it. Main thread only.
 class FileTranscriptionProgress {
  public:
   // `executor` outlives this object; its clock drives the animation.
@@ -41,6 +44,10 @@ class FileTranscriptionProgress {
   void setStage(FileTranscriptionStage stage);
   // Moves the bar from where it is to `target` (held to 0..1) within `duration`, 60 steps a second.
   void animate(float target, std::chrono::duration<double> duration);
+  // The engine's turn. The bar moves on slowly by itself until the engine says how far it is.
+  void beginEngine();
+  // How far the engine is, 0 to 1, rising.
+  void tellEngine(float share);
   // Marks the run as cancelled and stops the animation.
   void cancel();
   // Back to the values of an unused object.
@@ -58,6 +65,9 @@ class FileTranscriptionProgress {
   void stopTimer();
   void startTick();
   void tick();
+  void startClock();
+  void stopClock();
+  void showTime();
 
   Executor& executor_;
   Published<FileTranscriptionProgressState> state_;
@@ -66,6 +76,9 @@ class FileTranscriptionProgress {
   float targetProgress_ = 0;
   TimePoint animationStartTime_{};
   std::chrono::duration<double> animationDuration_{};
+  std::optional<Executor::TimerId> clock_;
+  TimePoint beginning_{};
+  TimeLeft timeLeft_;
 };
 
 }  // namespace quillmere

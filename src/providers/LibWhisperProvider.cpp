@@ -7,6 +7,7 @@
 #include "audio/AudioConverter.h"
 #include "base/async/CancelToken.h"
 #include "base/text/Graphemes.h"
+#include "domain/catalogs/SpeechLanguages.h"
 #include "models/WhisperModelManager.h"
 #include "providers/WhisperContext.h"
 
@@ -37,6 +38,8 @@ AnyError errorForConversion(ConversionError::Kind kind) {
       return failure(TranscriptionError::InvalidAudioFormat{});
     case ConversionError::Kind::emptyAudioFile:
       return failure(TranscriptionError::AudioFileNotFound{});
+    case ConversionError::Kind::incomplete:
+      return AudioError{AudioError::Kind::incomplete, {}};
     case ConversionError::Kind::conversionFailed:
       break;
   }
@@ -54,9 +57,11 @@ std::optional<QString> promptFor(const QStringList& vocabulary) {
   return vocabulary.join(QLatin1Char(' '));
 }
 
-// The runs of one request may each begin anew; what is shown only rises.
+// The runs of one request may each begin anew; what is shown only rises. That it tells at all is told at once: reading
+// a long file and waiting for the engine's turn take their time.
 std::function<void(float)> rising(std::function<void(float)> tell) {
   if (!tell) return {};
+  tell(0);
   return [tell = std::move(tell), highest = std::make_shared<float>(0.0f)](float share) {
     if (share <= *highest) return;
     *highest = std::min(share, 1.0f);
@@ -102,6 +107,11 @@ bool LibWhisperProvider::isAvailable() const {
 
 bool LibWhisperProvider::isDownloaded(const QString& modelName) const {
   return models_.findDownloaded(modelName).has_value();
+}
+
+bool LibWhisperProvider::canBeAskedFor(const QString& language, const QString& modelName) const {
+  const auto model = models_.findDownloaded(modelName);
+  return !model || model->isEnglishOnly || knowsLanguage(*model, language);
 }
 
 std::optional<QString> LibWhisperProvider::unsupportedProcessor() const {
@@ -160,6 +170,7 @@ Task<Result<void, AnyError>> LibWhisperProvider::makeResident(QString modelName)
 
 Task<Result<SpeechAnswer, AnyError>> LibWhisperProvider::transcribe(SpeechRequest request) {
   std::optional<Result<SpeechAnswer, AnyError>> answer;
+  request.onProgress = rising(std::move(request.onProgress));
   try {
     const SerialGate::Pass turn = co_await gate_.enter();
     answer.emplace(co_await decode(std::move(request)));
@@ -189,7 +200,7 @@ Task<Result<SpeechAnswer, AnyError>> LibWhisperProvider::decode(SpeechRequest re
   if (!run.language && currentModel_->isEnglishOnly) run.language = QStringLiteral("en");
   run.prompt = promptFor(request.vocabulary);
   run.temperature = decodingTemperature;
-  run.onProgress = rising(std::move(request.onProgress));
+  run.onProgress = std::move(request.onProgress);
 
   const WhisperRunResult first = co_await context->fullTranscribe(run);
   if (!first.succeeded)

@@ -33,6 +33,8 @@ class LibWhisperProvider final : public TranscriptionProvider {
   QString name() const override;
 
   bool isDownloaded(const QString& modelName) const;
+  // False where the engine would refuse the language or take it for another. English-only models take any for English.
+  bool canBeAskedFor(const QString& language, const QString& modelName) const;
   // A clear sentence where this processor can't run the engine.
   std::optional<QString> unsupportedProcessor() const;
   // Makes a model resident when the engine's turn has come. A cancelled load leaves no model behind.

@@ -18,10 +18,11 @@ std::optional<LocalModelChoice> chooseLocalModel(const QString& text, const std:
   const auto model = lenientWhisperModel(text);
   if (!model) return std::nullopt;
   const QString name = rawValue(*model);
+  if (isDownloaded(name)) return LocalModelChoice{name, true};
   const QString english = name + QStringLiteral(".en");
   if (isEnglish(language) && fromRawValue<WhisperModel>(english) && isDownloaded(english))
     return LocalModelChoice{english, true};
-  return LocalModelChoice{name, isDownloaded(name)};
+  return LocalModelChoice{name, false};
 }
 
 }  // namespace quillmere

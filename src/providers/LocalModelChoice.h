@@ -13,8 +13,9 @@ struct LocalModelChoice {
 };
 
 // A file of the user's own goes by its exact name, before a rule can take that for another model's; every other text by
-// the lenient rules, nothing where none hits. For English ("en", "en-...") the ".en" sister is taken where it is on the
-// disk. What loads a model and what decodes with it both ask here, so that it is loaded once. Pure.
+// the lenient rules, nothing where none hits. The model that is meant is the one that is used; only where it is not on
+// the disk, and for English ("en", "en-..."), its ".en" sister takes its place. What loads a model and what decodes
+// with it both ask here, so that it is loaded once. Pure.
 std::optional<LocalModelChoice> chooseLocalModel(const QString& text, const std::optional<QString>& language,
                                                  const std::function<bool(const QString& name)>& isDownloaded);
 

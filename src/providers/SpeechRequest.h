@@ -13,10 +13,10 @@ namespace quillmere {
 // What a speech engine is asked. A value: all that a call needs, and nothing of it is kept when the call is over.
 struct SpeechRequest {
   QString audioPath;
-  QString model;                    // a local model by its name; a service's own choice where it is empty
-  std::optional<QString> language;  // lower-cased; none: the engine finds it
-  Mode mode;                        // a copy of its values
-  QStringList vocabulary;           // the user's words in the store's order; a row without a word is empty
+  QString model;                                  // a local model by its name; a service's own choice where it is empty
+  std::optional<QString> language;                // lower-cased; none: the engine finds it
+  Mode mode;                                      // a copy of its values
+  QStringList vocabulary;                         // the user's words as they are to be written, in the store's order
   CloudProvider service = CloudProvider::openai;  // which one, where an engine serves several
   QString apiKey;
   std::function<void(float)> onProgress;  // 0 to 1, rising; main thread; not every engine tells

@@ -1,5 +1,6 @@
 #include "providers/TranscriptionProviderRouter.h"
 
+#include "base/text/LocalizedText.h"
 #include "domain/WhisperModel.h"
 #include "ports/ErrorReporting.h"
 #include "ports/NetworkStatus.h"
@@ -148,6 +149,9 @@ Result<ChosenEngine, TranscriptionError> TranscriptionProviderRouter::chooseLoca
   if (const auto model =
           chooseLocalModel(modelText, language, [&](const QString& name) { return local->isDownloaded(name); })) {
     if (!model->isDownloaded) return Failed{TranscriptionError{TranscriptionError::ModelNotDownloaded{model->name}}};
+    if (language && !local->canBeAskedFor(*language, model->name))
+      return Failed{TranscriptionError{TranscriptionError::ProviderNotAvailable{
+          local->name(), localizedText("models.error.languageUnknown", model->name, *language)}}};
     chosen.model = model->name;
     return chosen;
   }

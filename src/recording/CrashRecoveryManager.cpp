@@ -7,11 +7,13 @@
 #include "base/async/Await.h"
 #include "base/async/Offload.h"
 #include "base/text/LocalizedText.h"
+#include "storage/AbsentDisk.h"
 
 namespace quillmere {
 namespace {
 
 constexpr qint64 minimumBytes = 101;
+constexpr double leastDiscardedSeconds = 1.0;
 constexpr qint64 slowAttemptMs = 751;
 constexpr qint64 slowScanMs = 2001;
 
@@ -40,8 +42,8 @@ QString CrashRecoveryManager::outcomeText(Outcome outcome) {
       return QStringLiteral("recovered");
     case Outcome::deletedMissingPath:
       return QStringLiteral("deleted_missing_path");
-    case Outcome::deletedDiscarded:
-      return QStringLiteral("deleted_discarded");
+    case Outcome::discarded:
+      return QStringLiteral("discarded");
     case Outcome::deletedDeprecatedCaf:
       return QStringLiteral("deleted_deprecated_caf");
     case Outcome::deletedUnsupportedFormat:
@@ -145,11 +147,12 @@ Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(const Orphan& o
     co_return Outcome::deletedMissingPath;
   }
   const QString path = *session->audioFilePath;
-  if (session->status == QLatin1String(RecordingSessionManager::discardedStatus)) {
-    log_.info("Session %s was thrown away by its user, deleting", sessionId);
-    discard(session, path);
-    co_return Outcome::deletedDiscarded;
+  if (isOnAbsentDisk(path)) {
+    log_.info("Session %s lies on a disk that is not there, leaving it for later", sessionId);
+    co_return Outcome::skipped;
   }
+  if (session->status == QLatin1String(RecordingSessionManager::discardedStatus))
+    co_return co_await settleDiscarded(session, path);
   if (session->endTime) co_return addUnsettled(orphan, recovered);
   const QVariantMap place{{QStringLiteral("sessionId"), sessionId}, {QStringLiteral("path"), path}};
   const QString extension = QFileInfo(path).suffix().toLower();
@@ -181,6 +184,31 @@ Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::handle(const Orphan& o
   co_return Outcome::recovered;
 }
 
+// Whoever threw it away may still find it for a day, as where the process lived on. What is too short for a row goes.
+Task<CrashRecoveryManager::Outcome> CrashRecoveryManager::settleDiscarded(RecordingSessionPtr session, QString path) {
+  log_.info("Session %s was thrown away by its user", idText(session));
+  if (session->endTime && QFileInfo(path).isFile()) {
+    giveRow(session);
+    co_return Outcome::discarded;
+  }
+  const auto length = co_await use_.audioFileConverter.durationSeconds(path);
+  if (!isRecoverable(path) || length.valueOr(0) < leastDiscardedSeconds) {
+    discard(session, path);
+    co_return Outcome::discarded;
+  }
+  const auto kept = co_await recoverSession(session, path);
+  co_return kept ? Outcome::discarded : Outcome::conversionFailed;
+}
+
+// In the history, where a recording that was thrown away is none of the list.
+void CrashRecoveryManager::giveRow(const RecordingSessionPtr& session) {
+  if (session->status == QLatin1String(RecordingSessionManager::discardedStatus))
+    use_.sessionManager.createTranscript(session, session->durationInSeconds.value_or(0), std::nullopt,
+                                         session->audioFilePath, TranscriptStatus::discarded);
+  else
+    use_.sessionManager.createFailedTranscript(session, localizedText("recording.recovered.reason"));
+}
+
 void CrashRecoveryManager::discard(const RecordingSessionPtr& session, const QString& path) {
   QFile::remove(path);
   use_.persistence.deleteRecordingSession(session);
@@ -209,10 +237,7 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
     co_return std::nullopt;
   }
   const qint64 size = info.size();
-  const QString folder = use_.folders.documents + QStringLiteral("/Recordings");
-  std::error_code failure;
-  std::filesystem::create_directories(QFile::encodeName(folder).toStdString(), failure);
-  if (failure) log_.error("Cannot create the folder for recovered recordings: %s", failure.message());
+  const QString folder = use_.storage.usableRecordingsFolder();
 
   const auto properties = AudioFileProperties::read(use_.mediaReaders, path);
   if (!properties) {
@@ -251,7 +276,7 @@ Task<std::optional<QString>> CrashRecoveryManager::recoverSession(RecordingSessi
   session->channelCount = qint16(properties->channelCount);
   session->audioFormat = format;
   // Saved at once, and before the raw file goes: a row never names a file that is not there.
-  use_.sessionManager.createFailedTranscript(session, localizedText("recording.recovered.reason"));
+  giveRow(session);
   const bool isSaved = co_await use_.persistence.waitUntilSaved();
   if (isSaved && !isInPlace) QFile::remove(path);
   if (isLarge)

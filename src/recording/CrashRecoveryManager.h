@@ -13,7 +13,7 @@
 #include "recording/AudioFileProperties.h"
 #include "recording/RecordingSessionManager.h"
 #include "storage/PersistenceController.h"
-#include "storage/StandardFolders.h"
+#include "storage/StorageSettingsManager.h"
 
 namespace quillmere {
 
@@ -35,7 +35,7 @@ class CrashRecoveryManager {
     AudioFileConverter& audioFileConverter;
     MediaReaderFactory& mediaReaders;
     const Clock& clock;
-    StandardFolders folders;
+    StorageSettingsManager& storage;  // recovered recordings go where new ones go
     ErrorReporting* reporting = nullptr;
   };
 
@@ -50,7 +50,7 @@ class CrashRecoveryManager {
     skipped,
     recovered,
     deletedMissingPath,
-    deletedDiscarded,
+    discarded,
     deletedDeprecatedCaf,
     deletedUnsupportedFormat,
     deletedUnrecoverable,
@@ -67,6 +67,8 @@ class CrashRecoveryManager {
   std::vector<Orphan> claimOrphans();
   Task<Outcome> handle(const Orphan& orphan, std::vector<RecoveredRecording>& recovered);
   Outcome addUnsettled(const Orphan& orphan, std::vector<RecoveredRecording>& recovered);
+  Task<Outcome> settleDiscarded(RecordingSessionPtr session, QString path);
+  void giveRow(const RecordingSessionPtr& session);
   Task<std::optional<QString>> recoverSession(RecordingSessionPtr session, QString path);
   Task<Result<void, AnyError>> keepAs(QString path, QString target);
   bool isRecoverable(const QString& path) const;

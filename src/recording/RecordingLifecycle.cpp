@@ -1,13 +1,14 @@
 #include "recording/RecordingLifecycle.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QUuid>
+#include <cerrno>
 #include <cmath>
-#include <filesystem>
+#include <cstring>
 
 #include "base/async/Combinators.h"
 #include "base/text/LocalizedText.h"
+#include "storage/PrivateFolder.h"
 
 namespace quillmere {
 namespace {
@@ -50,7 +51,7 @@ void RecordingLifecycle::setOnInterrupted(std::function<void(AudioRecorder::Inte
 }
 
 QString RecordingLifecycle::recordingsFolder() const {
-  const QString chosen = use_.settings.storage().recordingsFolder();
+  const QString chosen = use_.settings.storage().folderForRecordings();
   return chosen.isEmpty() ? use_.settings.folders().documents + QStringLiteral("/Recordings") : chosen;
 }
 
@@ -111,10 +112,8 @@ Task<Result<void, AnyError>> RecordingLifecycle::record(std::shared_ptr<Capture>
 // From here on a killed process leaves a row that names the file.
 void RecordingLifecycle::createRow(Capture& capture) {
   const QString folder = recordingsFolder();
-  std::error_code failure;
-  std::filesystem::create_directories(QFile::encodeName(folder).toStdString(), failure);
-  if (failure)
-    log_.error("Failed to create recordings directory: %s", failure.message());
+  if (!makePrivateFolder(folder))
+    log_.error("Failed to create recordings directory: %s", QString::fromLocal8Bit(std::strerror(errno)));
   else
     log_.info("Recordings directory ready: %{public}s", folder);
 

@@ -27,7 +27,7 @@ class RecordingSessionManager {
   // True when it is saved. It awaits being settled.
   bool completeSession(const RecordingSessionPtr& session, const QString& path, double duration);
   // Nobody wants this recording: it never comes back by itself, wherever its process is killed; unless it is settled,
-  // the next recovery removes it with its file. Saved.
+  // the next recovery gives it a row among the discarded. Saved.
   void discardSession(const RecordingSessionPtr& session);
   // The history's row of a finished recording. The save that writes it settles the recording, so that a killed process
   // leaves either the row or a recording that awaits one. `session` may be null.

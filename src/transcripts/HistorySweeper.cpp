@@ -5,6 +5,7 @@
 
 #include "base/async/Offload.h"
 #include "base/text/LocalizedText.h"
+#include "storage/AbsentDisk.h"
 
 namespace quillmere {
 namespace {
@@ -15,11 +16,11 @@ constexpr Duration pause = 1h;
 // An owner of which nothing can be learned is believed as long as this.
 constexpr qint64 unknownLifetimeSeconds = 24 * 60 * 60;
 
-// Those that are still there afterwards.
+// Those that are still there afterwards, or will be when their disk is.
 QStringList removeFiles(const QStringList& paths, const StopFlag& stop) {
   QStringList left;
   for (const QString& path : paths)
-    if (QFileInfo(path).isFile() && (stop.isSet() || !QFile::remove(path))) left << path;
+    if (isOnAbsentDisk(path) || (QFileInfo(path).isFile() && (stop.isSet() || !QFile::remove(path)))) left << path;
   return left;
 }
 

@@ -6,7 +6,7 @@ void completeTranscript(Transcript& row, const TranscriptionResult& result) {
   row.status = QStringLiteral("completed");
   row.transcribedText = result.rawText;
   row.transcriptionProvider = result.provider;
-  row.text = result.wasPostProcessed ? result.text : result.rawText;
+  row.text = result.text;
   if (!result.wasPostProcessed) return;
   row.postProcessedText = result.text;
   if (result.postProcessingProvider) row.postProcessingProvider = result.postProcessingProvider;

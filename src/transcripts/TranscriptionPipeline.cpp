@@ -10,6 +10,7 @@
 #include "ports/ErrorReporting.h"
 #include "postprocessing/AIPostProcessing.h"
 #include "postprocessing/VocabularyProcessor.h"
+#include "postprocessing/VocabularyReplacement.h"
 #include "providers/TranscriptionModelManager.h"
 #include "providers/TranscriptionProviderRouter.h"
 #include "storage/PersistenceController.h"
@@ -20,12 +21,6 @@ namespace quillmere {
 namespace {
 
 constexpr qint64 hashBlockBytes = 1 << 20;
-
-QStringList wordsOf(const std::vector<VocabularyPtr>& vocabulary) {
-  QStringList words;
-  for (const VocabularyPtr& row : vocabulary) words.append(row->word.value_or(QString()));
-  return words;
-}
 
 std::optional<QString> languageOf(const ModePtr& mode) {
   if (!mode || !mode->language) return std::nullopt;
@@ -161,7 +156,7 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionPipeline::run(const Tra
   speech.model = chosen.model;
   speech.language = languageOf(mode);
   if (mode) speech.mode = *mode;
-  speech.vocabulary = wordsOf(vocabulary);
+  speech.vocabulary = vocabularyForPrompt(vocabulary);
   speech.service = chosen.service.value_or(CloudProvider::openai);
   speech.apiKey = chosen.apiKey;
   speech.onProgress = request.onProgress;
@@ -187,7 +182,7 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionPipeline::run(const Tra
 
   result.rawText = result.text = answer.text;
   if (rewrittenByService) {
-    result.text = services_.vocabularyProcessor.apply(*rewrittenByService);
+    result.text = *rewrittenByService;
     logger_.info("✅ Using Quillmere Cloud AI-enhanced text with vocabulary replacements applied");
   } else if (rewriting.isWanted) {
     call.set({TranscriptionState::PostProcessing{}});
@@ -197,14 +192,17 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionPipeline::run(const Tra
     const auto provider = fromRawValue<PostProcessingProvider>(rewriting.provider);
     logger_.info("✅ Starting AI post-processing with provider: %{public}s",
                  provider ? displayName(*provider) : rewriting.provider);
-    CO_TRY(const auto rewritten, co_await rewrite(request, answer.text, std::move(vocabulary)));
-    result.text = services_.vocabularyProcessor.apply(rewritten);
+    CO_TRY(result.text, co_await rewrite(request, answer.text, std::move(vocabulary)));
     result.timings.rewriting = services_.executor.now() - begin;
   } else if (rewriting.mode != PostProcessingMode::off) {
     logger_.info("ℹ️ Post-processing handled by Quillmere Cloud; skipping client-side step");
   } else {
     logger_.info("ℹ️ Post-processing skipped (mode setting = %hd or nil mode)", mode ? 0 : -1);
   }
+
+  const bool isRewritten = rewrittenByService || (rewriting.isWanted && services_.aiPostProcessor != nullptr);
+  if (isRewritten || services_.settings.applyVocabularyWithoutRewriting())
+    result.text = services_.vocabularyProcessor.apply(result.text);
 
   markStage(report, "finalize");
   result.id = QUuid::createUuid();

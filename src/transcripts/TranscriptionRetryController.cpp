@@ -31,8 +31,9 @@ Task<Result<TranscriptionResult, AnyError>> TranscriptionRetryController::retry(
   job.audioPath = *transcript->audioFilePath;
   job.durationSeconds = transcript->duration.value_or(0);
   job.mode = forcedMode ? forcedMode : modeOf(*transcript);
+  job.modeName = transcript->mode.value_or(QString());
   job.source = TranscriptJob::Source::retry;
-  job.row = transcript;
+  if (transcript->status != TranscriptStatus::completed) job.row = transcript;
   const TranscriptOutcome outcome = co_await road_.run(std::move(job));
   if (!outcome.result) {
     logger_.error("❌ Retry failed for transcript: %s", localizedDescription(*outcome.error));

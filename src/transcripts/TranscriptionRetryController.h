@@ -11,8 +11,9 @@ namespace quillmere {
 class PersistenceController;
 class TranscriptRoad;
 
-// Sends the audio of a row of the history over the road once more. Main thread. The caller keeps two retries of one row
-// apart. A cancelled retry leaves the row as failed and throws.
+// Sends the audio of a row of the history over the road once more. A text that is there stays: a completed row keeps
+// its own, and the audio gets a row more. Main thread. The caller keeps two retries of one row apart. A cancelled retry
+// leaves the row as failed and throws.
 class TranscriptionRetryController {
  public:
   TranscriptionRetryController(PersistenceController& persistence, TranscriptRoad& road, const Logging& logging);

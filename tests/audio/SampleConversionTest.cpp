@@ -119,5 +119,12 @@ TEST_F(SampleConversionTest, Normalizes) {
   EXPECT_FLOAT_EQ(samples->front(), -0.95f);
 }
 
+TEST_F(SampleConversionTest, AWavThatCannotBeReadToItsEndIsNoHalfAText) {
+  file().frames = 480000;
+  file().readErrorAt = 240000;
+  file().readErrorKind = MediaError::Kind::incomplete;
+  EXPECT_EQ(convert().error().kind, ConversionError::Kind::incomplete);
+}
+
 }  // namespace
 }  // namespace quillmere

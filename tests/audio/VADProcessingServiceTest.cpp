@@ -150,11 +150,18 @@ TEST_F(VADProcessingServiceTest, AModelThatIsMissingOrBadLeavesTheOriginal) {
   EXPECT_EQ(runTask(executor, without.loadModel()).error(), VADError::modelNotFound);
 }
 
+TEST_F(VADProcessingServiceTest, WhatIsTrimmedIsAWavByItsNameAndTakesTheNameOfNothing) {
+  const QString other = sparseFile("talk_trimmed.wav", 7);
+  EXPECT_EQ(process(recording("talk.M4A")).finalAudioPath, folder.filePath("talk_trimmed_2.wav"));
+  EXPECT_EQ(process(recording("talk.mp3")).finalAudioPath, folder.filePath("talk_trimmed_3.wav"));
+  EXPECT_EQ(QFileInfo(other).size(), 7);
+}
+
 TEST_F(VADProcessingServiceTest, ALargeWavBecomesM4A) {
   const auto convert = [&](const QString& path) {
     return runTask(executor, service.compressLargeWav(path, QString()));
   };
-  const QString m4a = folder.filePath("big.m4a");
+  const QString m4a = folder.filePath("big_upload.m4a");
   const QString small = sparseFile("big.wav", conversionThreshold - 1);
   EXPECT_EQ(convert(small), small);
   const QString missing = folder.filePath("missing.wav");
@@ -170,7 +177,7 @@ TEST_F(VADProcessingServiceTest, ALargeWavBecomesM4A) {
 }
 
 TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {
-  const QString m4a = folder.filePath("big.m4a");
+  const QString m4a = folder.filePath("big_upload.m4a");
   const QString big = sparseFile("big.wav", conversionThreshold);
   const MediaError broken{MediaError::Kind::writeFailed, 1, "broken"};
   struct Case {
@@ -186,6 +193,7 @@ TEST_F(VADProcessingServiceTest, TheFallbackFollowsAndThenTheWav) {
     if (c.isTargetReadable) readers.files[m4a] = readers.files[big];
     EXPECT_EQ(runTask(executor, service.compressLargeWav(big, QString())), c.isM4A ? m4a : big);
     EXPECT_EQ(QFileInfo::exists(m4a), c.isM4A);
+    QFile::remove(m4a);  // as the caller does
     EXPECT_EQ(reporting.messages.size(), c.isM4A ? 0u : 1u);
   }
 }
@@ -208,6 +216,30 @@ TEST_F(VADProcessingServiceTest, ACancelStopsTheAnalysisAndLeavesNothing) {
   EXPECT_FALSE(files().contains("talk_trimmed.wav"));
   model.onSegments = nullptr;
   EXPECT_TRUE(process(path).trimResult) << "the next one works";
+}
+
+// The file may be whole when the cancel comes, and only the news of it on its way.
+TEST_F(VADProcessingServiceTest, ACancelAtAnyTurnLeavesNoFile) {
+  const QString path = recording();
+  for (int turns = 0; turns < 40; ++turns) {
+    for (const bool isScopeDeath : {false, true}) {
+      std::optional<TaskScope> scope(executor);
+      auto handle = scope->spawn(service.process(path, 40, true, QString()));
+      for (int turn = 0; turn < turns; ++turn) {
+        while (executor.queuedCount() == 0 && executor.externalWorkCount() > 0) std::this_thread::yield();
+        executor.runOne();
+      }
+      if (handle.isDone()) return;
+      while (executor.queuedCount() == 0 && executor.externalWorkCount() > 0) std::this_thread::yield();
+      if (isScopeDeath)
+        scope.reset();
+      else
+        handle.cancel();
+      executor.runUntilIdle();
+      EXPECT_EQ(files().filter("trimmed"), QStringList()) << turns << isScopeDeath;
+    }
+  }
+  ADD_FAILURE() << "the trimming never ended";
 }
 
 }  // namespace

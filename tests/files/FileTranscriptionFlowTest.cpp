@@ -1,8 +1,10 @@
 #include "files/FileTranscriptionFlow.h"
 
 #include <QTemporaryDir>
+#include <fstream>
 
 #include "base/async/Completion.h"
+#include "files/TextPath.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeMediaEncoder.h"
 #include "support/FakeMediaReader.h"
@@ -30,12 +32,6 @@ class FakePresenter final : public FileTranscriptionPresenter {
   void openHistory() override { ++historyOpened; }
 };
 
-class FakePicker final : public FilePicker {
- public:
-  std::optional<std::filesystem::path> choice;
-  Task<std::optional<std::filesystem::path>> pickFile(QString, QStringList, QStringList) override { co_return choice; }
-};
-
 class FileTranscriptionFlowTest : public ::testing::Test {
  protected:
   FileTranscriptionFlowTest() {
@@ -50,7 +46,6 @@ class FileTranscriptionFlowTest : public ::testing::Test {
         PipelineTranscriptRoad::Services{clock, *persistence, *settings, trimming, pipeline}, logging);
     FileTranscriptionFlow::Dependencies use{executor, clock, workers, *persistence, *settings, converter, *road};
     use.presenter = &presenter;
-    use.picker = &picker;
     flow = std::make_unique<FileTranscriptionFlow>(use, logging);
   }
 
@@ -62,8 +57,10 @@ class FileTranscriptionFlowTest : public ::testing::Test {
     FakeMediaFile media;
     media.duration = duration;
     media.frames = 1000;
-    readers.files[copyOf(name)] = media;
-    return writeFile(home.filePath(name), "sound").toStdString();
+    media.hasPicture = name.startsWith(QStringLiteral("film"));
+    const QString path = writeFile(home.filePath(name), "sound");
+    readers.files[copyOf(name)] = readers.files[path] = media;
+    return path.toStdString();
   }
   Outcome run(const std::filesystem::path& file, const ModePtr& mode = nullptr) {
     return runTask(executor, flow->transcribe(file, mode));
@@ -85,7 +82,6 @@ class FileTranscriptionFlowTest : public ::testing::Test {
   FakeTranscriber pipeline;
   FakeVADProcessing trimming;
   FakePresenter presenter;
-  FakePicker picker;
   std::unique_ptr<TranscriptRoad> road;
   std::unique_ptr<FileTranscriptionFlow> flow;
 };
@@ -142,10 +138,10 @@ TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
   cloud->cloudProvider = QStringLiteral("openai");
   const auto flac = input(QStringLiteral("talk.flac"));
   const auto silentFilm = input(QStringLiteral("silent.mov"));
-  readers.files[copyOf(QStringLiteral("silent.mov"))].openError =
+  readers.files[home.filePath(QStringLiteral("silent.mov"))].openError =
       MediaError{MediaError::Kind::noAudioTrack, 0, QString()};
   const auto broken = input(QStringLiteral("broken.wav"));
-  readers.files.remove(copyOf(QStringLiteral("broken.wav")));
+  readers.files.remove(home.filePath(QStringLiteral("broken.wav")));
   using E = FileTranscriptionError;
   struct Row {
     std::filesystem::path file;
@@ -165,8 +161,10 @@ TEST_F(FileTranscriptionFlowTest, FailuresBeforeTheRowLeaveNothingBehind) {
     EXPECT_EQ(kept(), QStringList()) << row.file;
     EXPECT_EQ(flow->progressState().state(), FileTranscriptionProgressState()) << row.file;
   }
-  QDir(recordings()).removeRecursively();
-  writeFile(recordings());
+  for (const QString& name : {"recordings", "Quillmere", "Quillmere Recordings"}) {  // and what stands in for it
+    QDir(home.filePath(name)).removeRecursively();
+    writeFile(home.filePath(name));
+  }
   const Outcome outcome = run(flac);
   EXPECT_TRUE(outcome.refusal && outcome.refusal->is<E::CopyFailed>());
   EXPECT_TRUE(rows().empty());
@@ -238,14 +236,43 @@ TEST_F(FileTranscriptionFlowTest, OneFileAtATime) {
   first.cancel();
 }
 
-TEST_F(FileTranscriptionFlowTest, ThePickerStartsTheFlowOrDoesNothing) {
-  flow->selectAndTranscribeFile(nullptr);
-  executor.runUntilIdle();
-  EXPECT_EQ(presenter.shown, 0);
-  picker.choice = input(QStringLiteral("picked.wav"));
-  flow->selectAndTranscribeFile(nullptr);
-  executor.runUntil([&] { return presenter.historyOpened == 1; });
-  EXPECT_EQ(rows().size(), 1u);
+// Whatever it is called: nothing of the picture is ever in the folder, and no import takes the name of another.
+TEST_F(FileTranscriptionFlowTest, OfAVideoOnlyTheSoundComesIntoTheFolder) {
+  encoder.canCopyPackets = true;
+  const QStringList sounds{"imported_1700000000_film.m4a", "imported_1700000000_film_2.m4a",
+                           "imported_1700000000_film_3.m4a", "imported_1700000000_film_4.m4a"};
+  QStringList names{"film.mkv", "film.webm", "film.avi", "film"};
+  for (const QString& name : sounds) readers.files[recordings() + u'/' + name].duration = 5;
+  for (const QString& name : names) {
+    ASSERT_EQ(run(input(name)).kind, Outcome::Kind::completed) << name.toStdString();
+    readers.files.remove(copyOf(name));
+  }
+  EXPECT_EQ(kept(), sounds);
+  for (const QString& name : sounds) {
+    QFile file(recordings() + u'/' + name);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly) && file.readAll() == "exported") << "its packets, not encoded anew";
+  }
+}
+
+// What a service is sent of a video is its sound: neither the name nor the size of the film counts.
+TEST_F(FileTranscriptionFlowTest, AServiceGetsTheSoundOfAnyVideo) {
+  auto cloud = std::make_shared<Mode>();
+  cloud->model = QStringLiteral("cloud");
+  cloud->cloudProvider = QStringLiteral("openai");
+  const auto file = input(QStringLiteral("film.mkv"));
+  std::filesystem::resize_file(file, 26214401);
+  readers.files[copyOf(QStringLiteral("film.m4a"))].duration = 5;
+  EXPECT_EQ(run(file, cloud).kind, Outcome::Kind::completed);
+}
+
+TEST_F(FileTranscriptionFlowTest, ANameThatIsNoUtf8IsReadThroughALink) {
+  const std::filesystem::path file = std::filesystem::path(home.path().toStdString()) / "caf\xe9.wav";
+  std::ofstream(file) << "sound";
+  const auto path = TextPath::of(file);
+  ASSERT_TRUE(path);
+  QFile link(path->text());
+  EXPECT_TRUE(link.open(QIODevice::ReadOnly) && link.readAll() == "sound");
+  EXPECT_TRUE(path->text().endsWith(QStringLiteral(".wav"))) << path->text().toStdString();
 }
 
 }  // namespace

@@ -26,10 +26,10 @@ TEST(ApplyVocabularyTest, WholeWordsInAnyCase) {
       {"quills tranquill quill_x", "quill", "X", "quills tranquill quill_x"},
       {"ÜBER über Überall", "über", "ueber", "ueber ueber Überall"},
       {"a.b axb", "a.b", "dot", "dot axb"},
-      {"use C++ here, C++11", "C++", "Cpp", "use C++ here, Cpp11"},  // no boundary behind the symbol but before a digit
-      {"word", "word", "$0-$0", "word-word"},
-      {"word", "word", "\\$0 \\\\ \\n", "$0 \\ n"},
-      {"word", "word", "end\\", "end"},
+      {"use C++, c++ and C++11", "C++", "Cpp", "use Cpp, Cpp and C++11"},
+      {"ASP.net .NET .network (.net)", ".net", ".NET", "ASP.net .NET .network (.NET)"},
+      {"C C++", "C", "see", "see see++"},
+      {"word", "word", "$0 \\1 \\\\ \\n end\\", "$0 \\1 \\\\ \\n end\\"},  // nothing in it means anything
       {"  word \n", "other", "x", "word"},
       {"word", "word", "", "word"},
   };
@@ -45,6 +45,12 @@ TEST(ApplyVocabularyTest, RowsRunByWordAscendingEachOnceOnTheResultBefore) {
 
 TEST(ApplyVocabularyTest, IncompleteRowsTakeNoPartAndTheTextIsTrimmedAllTheSame) {
   EXPECT_EQ(applyVocabulary(" text ", {row({}, "x"), row("text", {}), row("text", ""), nullptr}), "text");
+}
+
+TEST(VocabularyForPromptTest, WhatIsToBeWrittenOncePerSpelling) {
+  EXPECT_EQ(vocabularyForPrompt({row("Anna", {}), row("quill mere", "Quillmere"), row("quilmer", "Quillmere"),
+                                 row("Otto", ""), row({}, "x"), row("", "x")}),
+            (QStringList{"Anna", "Quillmere", "Otto"}));
 }
 
 }  // namespace

@@ -114,7 +114,7 @@ TEST(LibWhisperProvider, TellsItsProgressWhichOnlyRises) {
   EXPECT_EQ(textOf(f.transcribe(request)), "Tag");
   late(1.0F);  // of a run that was left behind
   f.executor.runUntilIdle();
-  EXPECT_EQ(heard, (std::vector<float>{0.5F, 0.9F, 1.0F}));
+  EXPECT_EQ(heard, (std::vector<float>{0, 0.5F, 0.9F, 1.0F}));
 }
 
 // --- models

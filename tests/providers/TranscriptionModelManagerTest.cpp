@@ -53,9 +53,9 @@ TEST(TranscriptionModelManager, LoadsTheModelOfTheMode) {
     QStringList loads;
   };
   const QString base = "ggml-base.bin";
-  const std::vector<Case> table{
-      {"", "auto", {base}},       {"Cloud", "en", {base}}, {"base", "EN-us", {"ggml-base.en.bin"}},
-      {"own", "en", {"own.bin"}}, {"zzz", "en", {}},       {"parakeet-tdt-0.6b-v3", "en", {}}};
+  const std::vector<Case> table{{"", "auto", {base}},      {"Cloud", "en", {base}},
+                                {"base", "EN-us", {base}}, {"own", "en", {"own.bin"}},
+                                {"zzz", "en", {}},         {"parakeet-tdt-0.6b-v3", "en", {}}};
   for (const Case& c : table) {
     ManagerFixture f;
     f.prepare(ManagerFixture::mode(QString::fromLatin1(c.model), QString::fromLatin1(c.language)));

@@ -136,7 +136,10 @@ TEST(TranscriptionProviderRouter, ChoosesTheLocalModelOfTheMode) {
   };
   const std::vector<Case> table{
       {"base", "Local Whisper base"},
-      {"base", "Local Whisper base.en", "en-GB"},
+      {"base", "Local Whisper base", "en-GB"},  // its sister is there, too
+      {"base", "provider_not_available: Local Whisper, models.error.languageUnknown", "yue"},
+      {"base", "provider_not_available: Local Whisper, models.error.languageUnknown", "taq"},
+      {"large-v3_turbo", "Local Whisper large-v3_turbo", "yue"},
       {"tiny", "Local Whisper tiny.en", "en"},  // it alone is on the disk
       {"tiny", "model_not_downloaded: tiny"},
       {"whisper-large-v3-turbo-custom", "Local Whisper large-v3_turbo"},

@@ -10,7 +10,12 @@ using namespace std::chrono_literals;
 
 class CrashRecoveryManagerTest : public RecordingFixture {
  protected:
-  CrashRecoveryManagerTest() { QDir().mkpath(recordings()); }
+  // The folder was another one while the lost ones were recorded.
+  CrashRecoveryManagerTest() {
+    QDir().mkpath(recordings());
+    settings.storage().changeRecordingsFolder(now());
+  }
+  QString now() const { return folder.filePath("new recordings"); }
 
   // A row without an end that names a raw file of that size (-1: no file).
   RecordingSessionPtr orphan(const std::optional<QString>& name, qint64 bytes) {
@@ -25,7 +30,7 @@ class CrashRecoveryManagerTest : public RecordingFixture {
   struct Program {
     Program(CrashRecoveryManagerTest& test, ProcessLocks& its)
         : sessions(*test.persistence, test.clock, its, test.logging),
-          manager({*test.persistence, sessions, its, test.converter, test.samples, test.clock, test.folders,
+          manager({*test.persistence, sessions, its, test.converter, test.samples, test.clock, test.settings.storage(),
                    &test.reporting},
                   test.logging) {}
     RecordingSessionManager sessions;
@@ -39,8 +44,7 @@ class CrashRecoveryManagerTest : public RecordingFixture {
     return recovered;
   }
   QString target(const RecordingSessionPtr& session, const char* extension) const {
-    return folders.documents + QStringLiteral("/Recordings/") + session->id->toString(QUuid::WithoutBraces) + u'.' +
-           QLatin1String(extension);
+    return now() + u'/' + session->id->toString(QUuid::WithoutBraces) + u'.' + QLatin1String(extension);
   }
   bool isRowThere(const RecordingSessionPtr& session) {
     return persistence->fetchRecordingSession(*session->id) != nullptr;
@@ -105,18 +109,20 @@ TEST_F(CrashRecoveryManagerTest, AFailedConversionIsTriedAgainAndHoldsNobodyUp) 
 }
 
 TEST_F(CrashRecoveryManagerTest, FoldersThatCantBeWritten) {
-  QFile inTheWay(folders.documents);
-  ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
   const RecordingSessionPtr session = orphan(".incomplete_1.wav", 5000);
+  QDir(now()).removeRecursively();
+  for (const QString& path : {now(), folders.applicationSupport, folders.downloads, folders.temporary}) {
+    QDir(path).removeRecursively();
+    ASSERT_TRUE(QFile(path).open(QIODevice::WriteOnly));
+  }
   EXPECT_TRUE(recover().empty());
   EXPECT_TRUE(isRowThere(session));
   EXPECT_EQ(files(), QStringList{".incomplete_1.wav"});
 
   // There is a place now, but the old one lets nothing go.
-  inTheWay.remove();
-  ASSERT_TRUE(QDir().mkpath(folders.documents + QStringLiteral("/Recordings")));
-  for (const QString& folder : {folder.path(), folders.documents, folders.documents + QStringLiteral("/Recordings")})
-    QFile::setPermissions(folder, QFile::Permissions(0x7777));
+  QFile::remove(now());
+  ASSERT_TRUE(QDir().mkpath(now()));
+  for (const QString& path : {folder.path(), now()}) QFile::setPermissions(path, QFile::Permissions(0x7777));
   QFile::setPermissions(recordings(), QFile::Permissions(0x5555));
   {
     const WithoutPrivileges scope;
@@ -128,6 +134,7 @@ TEST_F(CrashRecoveryManagerTest, FoldersThatCantBeWritten) {
 
 // At no moment from the row to the history does a recovery, of this process or of another, take a living recording.
 TEST_F(CrashRecoveryManagerTest, LivingRecordingsAreLeftAlone) {
+  settings.storage().changeRecordingsFolder(recordings());
   recorders.startTakes = recorders.stopTakes = 20ms;
   recorders.bytesAtStop = CrashRecoveryManager::wavToM4AThreshold;  // and a conversion
   Program itself(*this, processLocks);
@@ -171,23 +178,20 @@ TEST_F(CrashRecoveryManagerTest, OfTwoRecoveriesEachTakesWhatTheOtherDoesNot) {
   EXPECT_TRUE(files().isEmpty());
 }
 
-TEST_F(CrashRecoveryManagerTest, WhatItsUserThrewAwayGoesAtEveryStage) {
-  const auto started = runTask(executor, lifecycle.startRecording());
-  executor.advance(2s);
-  for (const bool isFinished : {false, true}) {
-    if (isFinished) {
-      EXPECT_TRUE(stop(StopIntent::discard)->path);
-    } else {
-      sessions.discardSession(started->session);
-    }
-    EXPECT_TRUE(recover().empty());
-    EXPECT_TRUE(isRowThere(started->session)) << "its process lives";
-  }
-  processLocks.kill();
-  EXPECT_TRUE(recover().empty());
-  EXPECT_FALSE(isRowThere(started->session));
-  EXPECT_TRUE(files().isEmpty());
+// As where the process had lived on: for a day it can be found among what was thrown away.
+TEST_F(CrashRecoveryManagerTest, WhatWasThrownAwayIsKeptAmongTheDiscarded) {
+  const RecordingSessionPtr session = orphan(".incomplete_x.wav", 64000);
+  const RecordingSessionPtr tooShort = orphan(".incomplete_y.wav", 100);
+  for (const RecordingSessionPtr& each : {session, tooShort}) each->status = "discarded";
+  persistence->save();
+  EXPECT_TRUE(recover().empty()) << "nobody is told of it";
+  EXPECT_FALSE(isRowThere(tooShort));
   EXPECT_TRUE(persistence->fetchTranscripts(-1).empty());
+  const auto rows = persistence->fetchTranscriptsWithStatus(TranscriptStatus::discarded);
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0]->audioFilePath, target(session, "wav"));
+  EXPECT_TRUE(QFile::exists(target(session, "wav")));
+  EXPECT_EQ(rows[0]->date, clock.now()) << "its day begins now";
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ TEST(TranscriptRoad, LeavesNoRowInProcessing) {
     const char* reason;
     const char* text;  // behind "Transcription failed: " or "Retry failed: " where there is a reason
   };
-  const std::vector<Case> table{{End::text, "completed", nullptr, "spoken"},
+  const std::vector<Case> table{{End::text, "completed", nullptr, "Rewritten."},
                                 {End::rewritten, "completed", nullptr, "Rewritten."},
                                 {End::failure, "failed", "transcription.error.busy", nullptr},
                                 {End::cancelWhileTrimming, "failed", "transcript.failed.cancelled", nullptr},

@@ -143,8 +143,8 @@ TEST(TranscriptionPipeline, DecidesWhatIsDoneWithTheText) {
   const QString enhanced = "enhanced kuh";
   using F = PipelineFixture;
   const std::vector<Case> table{
-      {"off", F::mode(cloudText, 0, openai), none, "  eine kuh ", false, none, 0},
-      {"unknown value", F::mode(cloudText, 7, openai), none, "  eine kuh ", false, none, 0},
+      {"off", F::mode(cloudText, 0, openai), none, "eine Kuh!", false, none, 0},
+      {"unknown value", F::mode(cloudText, 7, openai), none, "eine Kuh!", false, none, 0},
       {"cloud", F::mode(cloudText, 1, openai), none, "Rewritten:   eine Kuh!", true, openai, 1},
       {"cloud without a provider", F::mode(cloudText, 1), none, "Rewritten:   eine Kuh!", true, quillmere, 1},
       {"local has its own provider", F::mode(cloudText, 2, openai), none, "Rewritten:   eine Kuh!", true, gemma, 1},
@@ -152,7 +152,7 @@ TEST(TranscriptionPipeline, DecidesWhatIsDoneWithTheText) {
       {"hosted, enhanced, off", F::hostedMode(0), enhanced, "enhanced Kuh!", true, quillmere, 0},
       {"hosted, enhanced, another", F::hostedMode(1, openai), enhanced, "enhanced Kuh!", true, quillmere, 0},
       {"hosted, plain, itself", F::hostedMode(1), none, "Rewritten:   eine Kuh!", true, quillmere, 1},
-      {"hosted, plain, off", F::hostedMode(0), none, "  eine kuh ", false, none, 0},
+      {"hosted, plain, off", F::hostedMode(0), none, "eine Kuh!", false, none, 0},
   };
   for (const Case& c : table) {
     PipelineFixture f;
@@ -174,18 +174,27 @@ TEST(TranscriptionPipeline, DecidesWhatIsDoneWithTheText) {
   }
 }
 
+TEST(TranscriptionPipeline, TheVocabularyOfTextsThatNothingRewritesIsASetting) {
+  PipelineFixture f;
+  f.persistence->addVocabularyItem("kuh", "Kuh!");
+  f.defaults.setValue("applyVocabularyWithoutRewriting", false);
+  f.cloud.answer.text = QStringLiteral("eine kuh");
+  EXPECT_EQ(f.run(PipelineFixture::mode(cloudText))->text, "eine kuh");
+  EXPECT_EQ(f.run(PipelineFixture::mode(cloudText, 1, "openai"))->text, "Rewritten: eine Kuh!");
+}
+
 TEST(TranscriptionPipeline, HandsLanguageContextAndVocabularyOn) {
   const std::vector<std::pair<std::optional<QString>, std::optional<QString>>> table{
       {std::nullopt, std::nullopt}, {"auto", std::nullopt}, {QString(), std::nullopt}, {"zh-Hant", "zh-hant"}};
   PipelineFixture f;
   f.persistence->addVocabularyItem("eins");
-  f.persistence->addVocabularyItem("zwei");
+  f.persistence->addVocabularyItem("zwei", "Zwei");
   for (const auto& [language, expected] : table) {
     auto mode = PipelineFixture::mode(cloudText);
     mode->language = language;
     ASSERT_TRUE(f.run(mode));
     EXPECT_EQ(f.cloud.requests.back().language, expected);
-    EXPECT_EQ(f.cloud.requests.back().vocabulary, (QStringList{"eins", "zwei"}));
+    EXPECT_EQ(f.cloud.requests.back().vocabulary, (QStringList{"eins", "Zwei"}));
     EXPECT_EQ(f.cloud.requests.back().apiKey, "key");
   }
   auto request = f.request(PipelineFixture::mode(cloudText, 1, "openai"));

@@ -39,6 +39,7 @@ TEST(TranscriptionRetryController, AMissingFileChangesNothing) {
 TEST(TranscriptionRetryController, UsesTheRowAgainUnderItsModeOrAnother) {
   RetryFixture f;
   const auto modeOf = [&] {
+    f.transcript->status = TranscriptStatus::failed;
     EXPECT_TRUE(f.retry());
     return f.transcriber.requests.back().mode;
   };
@@ -53,11 +54,35 @@ TEST(TranscriptionRetryController, UsesTheRowAgainUnderItsModeOrAnother) {
   f.transcript->modeRelationship = otherCase;
   EXPECT_EQ(modeOf(), otherCase);
   f.transcriber.error = AnyError(TranscriptionError{TranscriptionError::Busy{}});
+  f.transcript->status = TranscriptStatus::failed;
   EXPECT_FALSE(f.retry(exact));
   EXPECT_EQ(f.transcriber.requests.back().mode, exact);
   EXPECT_EQ(f.transcript->transcribedText, "spoken") << "of the try before";
   EXPECT_EQ(f.vad.calls.at(0).duration, 3.0);
   EXPECT_EQ(f.onlyRow(), f.transcript);
+}
+
+TEST(TranscriptionRetryController, ATextThatIsThereStays) {
+  RetryFixture f;
+  f.transcript->status = TranscriptStatus::completed;
+  f.transcript->text = "good";
+  f.persistence->save();
+  const Transcript before = *f.transcript;
+  const QString path = *f.transcript->audioFilePath;
+  f.transcript->audioFilePath = "/nowhere/a.wav";
+  EXPECT_FALSE(f.retry());
+  EXPECT_EQ(f.onlyRow(), f.transcript) << "no row of a try that can't be";
+  f.transcript->audioFilePath = path;
+  ASSERT_TRUE(f.retry());
+  EXPECT_EQ(*f.transcript, before);
+  const auto rows = f.persistence->fetchTranscripts(-1);
+  ASSERT_EQ(rows.size(), 2u);
+  const TranscriptPtr& fresh = rows[0] == f.transcript ? rows[1] : rows[0];
+  EXPECT_EQ(fresh->status, TranscriptStatus::completed);
+  EXPECT_EQ(fresh->transcribedText, "spoken");
+  EXPECT_EQ(fresh->audioFilePath, path);
+  EXPECT_EQ(fresh->mode, "Mail");
+  EXPECT_EQ(fresh->duration, 3.0);
 }
 
 }  // namespace

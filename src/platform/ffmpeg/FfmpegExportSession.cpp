@@ -18,7 +18,10 @@ constexpr int highestRate = 48000;
 MediaExportSession::Status FfmpegExportSession::run(const std::atomic<bool>& stop) {
   auto input = FfmpegInput::open(from_);
   if (!input) return fail(input.error());
-  if ((*input)->stream().codecpar->codec_id == AV_CODEC_ID_AAC) return copyPackets(**input, stop);
+  const AVCodecID codec = (*input)->stream().codecpar->codec_id;
+  if (way_ == Way::packetsOnly && !M4aFile::canHold(codec))
+    return fail({MediaError::Kind::unsupported, AVERROR_INVALIDDATA, QString::fromUtf8(avcodec_get_name(codec))});
+  if (way_ == Way::packetsOnly || codec == AV_CODEC_ID_AAC) return copyPackets(**input, stop);
   return encode(std::move(input).value(), stop);
 }
 

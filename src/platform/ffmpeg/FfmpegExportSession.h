@@ -4,11 +4,14 @@
 
 namespace quillmere {
 
-// The other road to an M4A file: AAC is taken over packet by packet without decoding, anything else is encoded from the
-// decoder's own samples with the fast coder, the encoder's own bit rate, at most two channels and at most 48 kHz.
+// The other road to an M4A file: packets that it can hold (AAC, mostly) are taken over without decoding. Anything else
+// is refused, or encoded from the decoder's own samples with the fast coder, the encoder's own bit rate, at most two
+// channels and at most 48 kHz.
 class FfmpegExportSession final : public MediaExportSession {
  public:
-  FfmpegExportSession(QString from, QString to) : from_(std::move(from)), to_(std::move(to)) {}
+  enum class Way { any, packetsOnly };
+
+  FfmpegExportSession(QString from, QString to, Way way) : from_(std::move(from)), to_(std::move(to)), way_(way) {}
 
   Status run(const std::atomic<bool>& stop) override;
   std::optional<MediaError> error() const override { return error_; }
@@ -20,6 +23,7 @@ class FfmpegExportSession final : public MediaExportSession {
 
   QString from_;
   QString to_;
+  Way way_;
   std::optional<MediaError> error_;
 };
 

@@ -13,6 +13,13 @@ constexpr const char* refusedContainers[] = {"hls",    "concat", "dash",   "imf"
                                              "rtsp",   "rtp",    "image2", "avisynth",  "vapoursynth",        "lavfi",
                                              "vobsub", "sbg",    "tty",    "ffmetadata"};
 
+// Programs that write a WAV into a pipe state some length in bytes about as large as this.
+constexpr double leastUnknownLength = 0x7fff'0000;
+
+MediaError incomplete() {
+  return {MediaError::Kind::incomplete, AVERROR_INVALIDDATA, QStringLiteral("The file holds less than it states")};
+}
+
 int refuseToOpen(AVFormatContext*, AVIOContext** io, const char*, int, AVDictionary**) {
   *io = nullptr;
   return AVERROR(EPERM);
@@ -49,6 +56,7 @@ Result<std::unique_ptr<FfmpegInput>, MediaError> FfmpegInput::open(const QString
   code = avformat_open_input(&context, name.constData(), container, options.out());  // frees the context on failure
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
   input->format_.reset(context);
+  input->soundStart_ = avio_tell(context->pb);  // where the header ends; what follows reads ahead
 
   code = avformat_find_stream_info(context, nullptr);
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
@@ -64,6 +72,15 @@ Result<std::unique_ptr<FfmpegInput>, MediaError> FfmpegInput::open(const QString
   for (unsigned i = 0; i < context->nb_streams; ++i)
     if (int(i) != index) context->streams[i]->discard = AVDISCARD_ALL;
   return input;
+}
+
+bool FfmpegInput::hasPicture() const {
+  for (unsigned i = 0; i < format_->nb_streams; ++i) {
+    const AVStream& stream = *format_->streams[i];
+    const bool isStill = (stream.disposition & (AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS)) != 0;
+    if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !isStill) return true;
+  }
+  return false;
 }
 
 int FfmpegInput::readPacket(AVPacket& packet) {
@@ -91,6 +108,10 @@ std::optional<double> FfmpegInput::statedSeconds() const {
   return std::nullopt;
 }
 
+bool FfmpegInput::isWave() const {
+  return av_match_name("wav", format_->iformat->name) > 0 || av_match_name("w64", format_->iformat->name) > 0;
+}
+
 bool FfmpegInput::isStatementReliable() const {
   if (!statedSeconds() || format_->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) return false;
   const auto is = [this](const char* name) { return av_match_name(name, format_->iformat->name) > 0; };
@@ -106,9 +127,11 @@ Result<double, MediaError> FfmpegInput::measuredSeconds(const std::atomic<bool>&
   const AVCodecParameters& parameters = *stream_->codecpar;
   const int bits = av_get_exact_bits_per_sample(parameters.codec_id) * parameters.ch_layout.nb_channels;
   if (bits > 0 && parameters.sample_rate > 0) {
-    const qint64 soundBytes = std::max<qint64>(0, file_->sizeBytes() - avio_tell(format_->pb));
+    const qint64 soundBytes = std::max<qint64>(0, file_->sizeBytes() - soundStart_);
     const double present = double(soundBytes) * 8 / bits / parameters.sample_rate;
     const double stated = statedSeconds().value_or(present);
+    const bool isKnown = stated * bits * parameters.sample_rate < leastUnknownLength * 8;
+    if (isWave() && isKnown && stated > present + 0.5) return Failed{incomplete()};
     if (format_->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE && stated <= present + 1) return stated;
   }
   Owned<AVPacket> packet(av_packet_alloc());

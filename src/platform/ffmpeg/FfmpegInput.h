@@ -18,6 +18,8 @@ class FfmpegInput {
 
   const AVStream& stream() const { return *stream_; }
   const AVCodec& codec() const { return *codec_; }
+  // Of moving pictures, which a cover or a still beside a chapter isn't.
+  bool hasPicture() const;
   // Reads the next packet of the track: 0, AVERROR_EOF at the end, or the error.
   int readPacket(AVPacket& packet);
   // The next packet is the one of this time, or one a little before it.
@@ -25,7 +27,10 @@ class FfmpegInput {
 
   // As the file states it. Nothing when it says nothing.
   std::optional<double> statedSeconds() const;
-  // As statedSeconds(), or by reading all packets where the statement is a guess or known to lie.
+  // A plain WAV, whose statement is the length of its samples.
+  bool isWave() const;
+  // As statedSeconds(), or by reading all packets where the statement is a guess or known to lie. The error is
+  // `incomplete` for a WAV that states much more than it holds.
   Result<double, MediaError> measuredSeconds(const std::atomic<bool>& stop);
 
  private:
@@ -36,6 +41,7 @@ class FfmpegInput {
   Owned<AVFormatContext> format_;
   const AVStream* stream_ = nullptr;
   const AVCodec* codec_ = nullptr;
+  qint64 soundStart_ = 0;  // bytes before the first sample, in containers that begin with a header
 };
 
 }  // namespace quillmere::ffmpeg

@@ -13,7 +13,11 @@ Result<std::unique_ptr<MediaWriter>, MediaError> FfmpegMediaEncoder::openWriter(
 }
 
 std::unique_ptr<MediaExportSession> FfmpegMediaEncoder::createExportSession(const QString& from, const QString& to) {
-  return std::make_unique<FfmpegExportSession>(from, to);
+  return std::make_unique<FfmpegExportSession>(from, to, FfmpegExportSession::Way::any);
+}
+
+std::unique_ptr<MediaExportSession> FfmpegMediaEncoder::createPacketCopy(const QString& from, const QString& to) {
+  return std::make_unique<FfmpegExportSession>(from, to, FfmpegExportSession::Way::packetsOnly);
 }
 
 }  // namespace quillmere

@@ -126,7 +126,8 @@ int FfmpegMediaReader::decodeNext() {
 
 Result<AudioBlock, MediaError> FfmpegMediaReader::fail(int code) {
   isAtEnd_ = true;
-  return Failed{mediaError(MediaError::Kind::readFailed, code)};
+  using Kind = MediaError::Kind;
+  return Failed{mediaError(input_->isWave() && hasGivenFrames_ ? Kind::incomplete : Kind::readFailed, code)};
 }
 
 }  // namespace quillmere

@@ -17,6 +17,7 @@ class FfmpegMediaReader final : public MediaReader {
   TrackDescription trackDescription() const override { return description_; }
   AudioStreamFormat format() const override { return format_; }
   std::optional<qint64> nominalFrames() const override;
+  bool hasPicture() const override { return input_->hasPicture(); }
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override;
   bool seek(qint64 frame) override;
 

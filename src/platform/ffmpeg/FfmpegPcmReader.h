@@ -17,6 +17,7 @@ class FfmpegPcmReader final : public MediaReader {
   TrackDescription trackDescription() const override { return source_->trackDescription(); }
   AudioStreamFormat format() const override { return format_; }
   std::optional<qint64> nominalFrames() const override { return source_->nominalFrames(); }
+  bool hasPicture() const override { return source_->hasPicture(); }
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override;
 
  private:

@@ -7,13 +7,21 @@
 #include <cerrno>
 
 namespace quillmere::ffmpeg {
+namespace {
+constexpr const char* container = "ipod";
+}
+
+bool M4aFile::canHold(AVCodecID codec) {
+  const AVOutputFormat* format = av_guess_format(container, nullptr, nullptr);
+  return format && avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) == 1;
+}
 
 Result<std::unique_ptr<M4aFile>, int> M4aFile::create(const QString& path, const AVCodecParameters& parameters,
                                                       AVRational timeBase) {
   const QByteArray url = "file:" + QFile::encodeName(path);  // never another protocol, whatever the name
   std::unique_ptr<M4aFile> file(new M4aFile);
   file->timeBase_ = timeBase;
-  int code = avformat_alloc_output_context2(&file->context_, nullptr, "ipod", url.constData());
+  int code = avformat_alloc_output_context2(&file->context_, nullptr, container, url.constData());
   if (code < 0) return Failed{code};
   file->stream_ = avformat_new_stream(file->context_, nullptr);
   if (!file->stream_) return Failed{AVERROR(ENOMEM)};

@@ -9,6 +9,7 @@ namespace quillmere::ffmpeg {
 // An M4A file being written, with one audio track and its index moved to the front at the end. One thread at a time.
 class M4aFile {
  public:
+  static bool canHold(AVCodecID codec);
   // Creates the file. The track is described by the parameters, whose packets come in `timeBase`.
   static Result<std::unique_ptr<M4aFile>, int> create(const QString& path, const AVCodecParameters& parameters,
                                                       AVRational timeBase);

@@ -23,14 +23,18 @@ class PlainWaveReader final : public MediaReader {
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override;
   bool seek(qint64 frame) override;
 
-  double durationSeconds() const { return double(frames_) / sampleRate; }
+  // `incomplete` where the file states half a second more than it holds; read() gives what is there all the same.
+  Result<double, MediaError> durationSeconds() const;
 
  private:
   static constexpr double sampleRate = 16000;
-  PlainWaveReader(sf_private_tag* file, qint64 frames) : file_(file), frames_(frames) {}
+  PlainWaveReader(sf_private_tag* file, qint64 frames, qint64 statedFrames)
+      : file_(file), frames_(frames), statedFrames_(statedFrames) {}
 
   sf_private_tag* file_;
   qint64 frames_;
+  qint64 statedFrames_;
+  qint64 position_ = 0;
   std::vector<std::int16_t> samples_;
   const std::byte* plane_ = nullptr;
 };

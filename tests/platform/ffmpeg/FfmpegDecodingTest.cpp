@@ -145,9 +145,7 @@ TEST_F(FfmpegDecodingTest, TruncatedFiles) {
     EXPECT_GT(samples->size(), 4000u) << whole;  // what is there, and no more
     EXPECT_LT(samples->size(), size_t(0.6 * seconds * 16000)) << whole;
     if (name == "a.flac") continue;  // states its length in its header, and nothing else
-    const auto length = duration(cut);
-    ASSERT_TRUE(length);
-    EXPECT_NEAR(*length, seconds / 2, 0.1) << whole;
+    EXPECT_EQ(duration(cut).error().kind, MediaError::Kind::incomplete) << whole;
   }
 }
 

@@ -124,5 +124,33 @@ TEST_F(FfmpegEncodingTest, AFullDiskLeavesNothing) {
   EXPECT_FALSE(conversion.convertAudioToAAC(from, media.path("no/such/folder/x.m4a"), stop));
 }
 
+// Told by the content, whatever the name; a cover is no picture. AAC is taken over as it is.
+TEST_F(FfmpegEncodingTest, WhatHasAPictureGivesItsSoundAlone) {
+  makeTone(48000, 1);
+  const QString film = "-f lavfi -i testsrc=d=1:s=64x64 -i source.wav -c:v %1 -c:a %2 -f %3 %4";
+  const std::tuple<const char*, const char*, const char*, const char*> films[] = {
+      {"mpeg4", "aac", "matroska", "a.wav"},
+      {"mpeg4", "libmp3lame", "avi", "b.avi"},
+      {"libvpx", "libopus", "webm", "c.webm"},
+      {"mpeg4", "aac", "mpegts", "no_extension"}};
+  for (const auto& [video, audio, container, name] : films) {
+    if (!media.ffmpeg(film.arg(video, audio, container, name).split(u' '))) continue;  // an encoder that it lacks
+    const auto picture = conversion.hasPicture(media.path(name));
+    ASSERT_TRUE(picture) << name;
+    EXPECT_TRUE(*picture) << name;
+    ASSERT_TRUE(conversion.extractAudioFromVideo(media.path(name), to, stop)) << name;
+    EXPECT_FALSE(*conversion.hasPicture(to)) << name;
+    expectTone(to);
+    const bool isCopied = !sink->lines().join(u'\n').contains(QStringLiteral("encoded anew"));
+    EXPECT_EQ(isCopied, QString(audio) == "aac") << name;
+    sink->clear();
+  }
+  const QString cover =
+      "-i source.wav -f lavfi -i color=d=0.04:s=16x16 -map 0:a -map 1:v -frames:v 1 -c:a flac -c:v png";
+  ASSERT_TRUE(media.ffmpeg((cover + " -disposition:v attached_pic cover.flac").split(u' ')));
+  EXPECT_FALSE(*conversion.hasPicture(media.path("cover.flac")));
+  EXPECT_FALSE(*conversion.hasPicture(media.path("source.wav")));
+}
+
 }  // namespace
 }  // namespace quillmere

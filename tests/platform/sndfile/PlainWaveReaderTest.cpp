@@ -38,7 +38,7 @@ TEST(PlainWaveReaderTest, ReadsWhatACutFileStillHolds) {
   const QByteArray whole = SampleMedia::wav(16000, 1, 2500, SampleMedia::tone(440, 16000));
   const auto reader = PlainWaveReader::open(media.write("cut.wav", whole.left(44 + 2000)));
   ASSERT_TRUE(reader);
-  EXPECT_DOUBLE_EQ(reader->durationSeconds(), 1000 / 16000.0);
+  EXPECT_DOUBLE_EQ(*reader->durationSeconds(), 1000 / 16000.0);
   qint64 frames = 0;
   for (auto block = reader->read(300); block && block->frameCount > 0; block = reader->read(300))
     frames += block->frameCount;
@@ -60,6 +60,34 @@ TEST(PlainResamplerTest, TakesOnlySourcesThatNeedNoResamplingAndLeavesThemAsThey
   EXPECT_GE(resampler->outputBound(5), 5);
   EXPECT_EQ(*resampler->convert(AudioBlock{plain, {&plane, 1}, 5}, out), 5);
   for (size_t i = 0; i < 5; ++i) EXPECT_EQ(out[i], float(samples[i]) / 32768.F) << i;
+}
+
+TEST(PlainWaveReaderTest, TellsOfAFileThatHoldsLessThanItStates) {
+  SampleMedia media;
+  const QByteArray whole = SampleMedia::wav(16000, 1, 32000, SampleMedia::tone(440, 16000));
+  const auto cut = PlainWaveReader::open(media.write("cut.wav", whole.left(44 + 32000)));
+  ASSERT_TRUE(cut);
+  EXPECT_EQ(cut->durationSeconds().error().kind, MediaError::Kind::incomplete);
+  // What programs state that write into a pipe is no length.
+  QByteArray piped = whole;
+  qToLittleEndian<quint32>(0x7fffffd8, piped.data() + 40);
+  const auto reader = PlainWaveReader::open(media.write("piped.wav", piped));
+  ASSERT_TRUE(reader);
+  EXPECT_DOUBLE_EQ(*reader->durationSeconds(), 2.0);
+}
+
+// As a disk that goes away or breaks.
+TEST(PlainWaveReaderTest, AFileThatEndsWhileItIsReadIsAnError) {
+  SampleMedia media;
+  const QString path = media.write("x.wav", SampleMedia::wav(16000, 1, 32000, SampleMedia::tone(440, 16000)));
+  const auto reader = PlainWaveReader::open(path);
+  ASSERT_TRUE(reader && reader->read(1000));
+  ASSERT_TRUE(QFile::resize(path, 44 + 20000));
+  auto block = reader->read(1000);
+  for (int reads = 0; block && block->frameCount > 0 && reads < 40; ++reads) block = reader->read(1000);
+  ASSERT_FALSE(block);
+  EXPECT_EQ(block.error().kind, MediaError::Kind::incomplete);
+  EXPECT_EQ(reader->read(1000)->frameCount, 0);
 }
 
 }  // namespace
