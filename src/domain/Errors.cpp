@@ -304,6 +304,9 @@ QString messageKey(const AudioError& error) {
     case K::noAudioTrack:
       key = "audio.error.noAudioTrack";
       break;
+    case K::incomplete:
+      key = "audio.error.incomplete";
+      break;
   }
   return QString::fromLatin1(key);
 }

@@ -120,7 +120,8 @@ struct AudioError {
     exportFailed,
     fileNotReadable,
     recordingTooShort,
-    noAudioTrack
+    noAudioTrack,
+    incomplete  // the file breaks off before its end
   };
   Kind kind = Kind::recordingFailed;
   QString reason;  // only permissionDenied and recordingFailed carry one: it is their whole message

@@ -7,7 +7,7 @@
 namespace quillmere {
 
 // An enumeration with stored texts specialises this with `static constexpr std::array values{std::pair{E::a, "raw"},
-// ...}` in case order.
+// ...}` in case order; what older versions stored may stand in `formerValues` beside it and is still understood.
 template <typename E>
 struct RawValues;
 
@@ -23,6 +23,9 @@ template <typename E>
 std::optional<E> fromRawValue(const QString& raw) {
   for (const auto& [candidate, text] : RawValues<E>::values)
     if (raw == QLatin1String(text)) return candidate;
+  if constexpr (requires { RawValues<E>::formerValues; })
+    for (const auto& [candidate, text] : RawValues<E>::formerValues)
+      if (raw == QLatin1String(text)) return candidate;
   return std::nullopt;
 }
 

@@ -44,9 +44,10 @@ QString fileName(WhisperModel model);          // "ggml-tiny.bin"
 QString tableDisplayName(WhisperModel model);  // "Tiny (Multilingual)"
 // The user's own name for the model where `overrides` (the setting "modelDisplayNames") has one.
 QString displayName(WhisperModel model, const QMap<QString, QString>& overrides);
-QString sizeLabel(WhisperModel model);  // "39 MB"
-qint64 nominalSizeInBytes(WhisperModel model);
+qint64 sizeInBytes(WhisperModel model);  // of the file
+QString modelSizeText(qint64 bytes);     // "78 MB", "1.6 GB": decimal, as the model hub and file managers count
 bool isEnglishOnly(WhisperModel model);
+bool knowsCantonese(WhisperModel model);
 QString expectedSha256(WhisperModel model);  // lower-case hexadecimal
 std::optional<WhisperModel> whisperModelForFileName(const QString& fileName);
 // "ggml-base.en" -> baseEn, "whisper-large-v3-turbo-custom" -> largeV3Turbo; nothing when no rule hits.
@@ -61,6 +62,7 @@ struct WhisperCppModel {
   QString size;
   qint64 sizeInBytes = 0;
   bool isEnglishOnly = false;
+  bool knowsCantonese = false;
   std::optional<QUrl> url;
   bool operator==(const WhisperCppModel&) const = default;
 };

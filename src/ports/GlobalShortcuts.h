@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <optional>
 
@@ -28,9 +29,14 @@ class GlobalShortcuts {
   // Replaces the handlers of the name.
   virtual void setHandlers(const QString& name, Handlers handlers) = 0;
   virtual void setEnabled(const QString& name, bool isEnabled) = 0;
-  // The next key that the user presses, with its modifiers; while it waits no shortcut reacts. None on Escape. A cancel
-  // ends the wait.
-  virtual Task<std::optional<KeyCombination>> recordCombination() = 0;
+  // Leaves these keys ("Escape"), pressed without modifiers, to whoever takes them next: a shortcut that has one does
+  // not react and does not hold it. Until the next call; an empty list takes all back.
+  virtual void yieldKeys(const QStringList& keys) = 0;
+  // What Escape alone means while a combination is recorded.
+  enum class EscapeKey { endsRecording, isRecorded };
+  // The next key that the user presses, with its modifiers; while it waits no shortcut reacts. None where Escape ended
+  // it. A cancel ends the wait.
+  virtual Task<std::optional<KeyCombination>> recordCombination(EscapeKey escape) = 0;
 };
 
 }  // namespace quillmere

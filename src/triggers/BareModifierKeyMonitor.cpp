@@ -18,7 +18,7 @@ BareModifierKeyMonitor::~BareModifierKeyMonitor() {
 void BareModifierKeyMonitor::start(ModifierKey key) {
   if (isMonitoring_) stop();
   handle(Reducer::Start{key});
-  isMonitoring_ = keyboard_.start([this](const ModifierEvent& event) { handle(event); });
+  isMonitoring_ = keyboard_.start(key, [this](const ModifierEvent& event) { handle(event); });
   if (isMonitoring_)
     logger_.info("BareModifierKeyMonitor started for %s using CGEventTap", rawValue(key));
   else

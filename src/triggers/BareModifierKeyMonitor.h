@@ -8,8 +8,8 @@
 
 namespace quillmere {
 
-// Turns what one modifier key does on its own into three signals: start a recording, stop it, another key spoiled what
-// was started.
+// Turns what one key does on its own into three signals: start a recording, stop it, another key or a click spoiled
+// what was started.
 // Timing and gestures are BareModifierReducer's. Main thread. Signals come from inside an event of the keyboard, a
 // timer or nothing else: never out of a call of this class. A signal's handler may call anything here, but not destroy
 // this. Keyboard, executor and reporting (may be null) outlive this object.

@@ -39,8 +39,15 @@ class Stepper {
   }
 
   void on(const Reducer::SetSuspended& event) {
+    if (event.isSuspended && !state().isSuspended) state().isHeldInSuspension = state().isModifierPressed;
     state().isSuspended = event.isSuspended;
-    if (!event.isSuspended) return log(LogLevel::debug, "BareModifierKeyMonitor resumed");
+    if (!event.isSuspended) {
+      log(LogLevel::debug, "BareModifierKeyMonitor resumed");
+      // Our own keystrokes are over: what is down now is the user's, who would otherwise speak to nobody, or to a
+      // recording that doesn't see the key let go.
+      if (std::exchange(state().isHeldInSuspension, false) && state().currentMode) take(true);
+      return;
+    }
     state().isModifierPressed = false;
     cancel(Timer::activation);
     cancel(Timer::latch);
@@ -61,13 +68,16 @@ class Stepper {
   void on(const Reducer::SetDoublePressEnabled& event) { state().doublePressEnabled = event.isEnabled; }
 
   void on(const ModifierEvent& event) {
-    if (state().isSuspended || !state().currentMode) return;
+    if (!state().currentMode) return;
     const ModifierKey key = *state().currentMode;
-    const bool isOtherKey =
-        event.kind == ModifierEvent::Kind::keyDown || (event.flags & Reducer::interferenceMask(key)) != 0;
-    if (isOtherKey && isHoldUnderWay()) return interfere(event);
-    if (event.kind == ModifierEvent::Kind::keyDown) return;
-    const bool isPressed = (event.flags & Reducer::flagMask(key)) != 0;
+    if (state().isSuspended) {
+      if (event.kind == ModifierEvent::Kind::flagsChanged)
+        state().isHeldInSuspension = (event.flags & modifierFlags::of(key)) != 0;
+      return;
+    }
+    if (isInterference(event, key) && isHoldUnderWay()) return interfere(event);
+    if (event.kind != ModifierEvent::Kind::flagsChanged) return;
+    const bool isPressed = (event.flags & modifierFlags::of(key)) != 0;
     if (key != ModifierKey::fn) return take(isPressed);
     if (state().monitor == MonitorState::latchActive || state().monitor == MonitorState::unlatchPending) {
       // The latch needs its taps seen at once.
@@ -133,6 +143,17 @@ class Stepper {
   }
   bool isHoldUnderWay() {
     return state().monitor == MonitorState::waitingForActivation || state().monitor == MonitorState::pttActive;
+  }
+  bool isInterference(const ModifierEvent& event, ModifierKey key) {
+    switch (event.kind) {
+      case ModifierEvent::Kind::keyDown:
+        return true;
+      case ModifierEvent::Kind::buttonDown:  // after a tap the user may still go to the place for the text
+        return state().pendingFnKeyState.value_or(state().isModifierPressed);
+      case ModifierEvent::Kind::flagsChanged:
+        break;
+    }
+    return (event.flags & Reducer::interferenceMask(key)) != 0;
   }
   Duration sinceFirstTap() { return now_ - state().firstTapTime.value_or(TimePoint()); }
 
@@ -274,7 +295,7 @@ class Stepper {
          {QStringLiteral("outcome"), wasActive ? QStringLiteral("stoppingRecording") : QStringLiteral("cancelled")}});
     // A key that is still held has to be let go before it counts again: the rest of a chord begins no recording.
     if (event.kind == ModifierEvent::Kind::flagsChanged && state().currentMode != ModifierKey::fn)
-      state().isModifierPressed = (event.flags & Reducer::flagMask(*state().currentMode)) != 0;
+      state().isModifierPressed = (event.flags & modifierFlags::of(*state().currentMode)) != 0;
     rest();
     if (wasActive)
       log(LogLevel::info, "BareModifierKeyMonitor interference while active - stopping PTT");
@@ -295,30 +316,28 @@ BareModifierReducer::Step BareModifierReducer::step(const State& state, const Ev
   return stepper.take();
 }
 
-unsigned BareModifierReducer::flagMask(ModifierKey key) {
-  switch (key) {
-    case ModifierKey::fn:
-      return modifierFlags::function;
-    case ModifierKey::control:
-      return modifierFlags::control;
-    case ModifierKey::leftOption:
-      return modifierFlags::leftOption;
-    case ModifierKey::rightOption:
-      return modifierFlags::rightOption;
-  }
-  return 0;
-}
-
 unsigned BareModifierReducer::interferenceMask(ModifierKey key) {
   using namespace modifierFlags;
   switch (key) {
-    case ModifierKey::fn:
-      return command | shift | option | control;
     case ModifierKey::control:
-      return command | shift | option;
-    case ModifierKey::leftOption:
-    case ModifierKey::rightOption:
-      return command | shift | control;
+    case ModifierKey::leftControl:
+    case ModifierKey::rightControl:
+      return super | shift | alt;
+    case ModifierKey::leftAlt:
+    case ModifierKey::rightAlt:
+      return super | shift | control;
+    case ModifierKey::leftShift:
+    case ModifierKey::rightShift:
+      return super | alt | control;
+    case ModifierKey::leftSuper:
+    case ModifierKey::rightSuper:
+      return shift | alt | control;
+    case ModifierKey::fn:
+    case ModifierKey::capsLock:
+    case ModifierKey::menu:
+    case ModifierKey::pause:
+    case ModifierKey::scrollLock:
+      return super | shift | alt | control;
   }
   return 0;
 }

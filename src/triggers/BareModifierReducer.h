@@ -12,8 +12,8 @@
 
 namespace quillmere {
 
-// Push-to-talk on a key that is only a modifier, as a pure function: the effects are to be performed in their order; a
-// signal is always the last one. Tells a hold from a chord, and has a latch: a second tap locks, two taps unlock.
+// Push-to-talk on a single key, as a pure function: the effects are to be performed in their order; a signal is always
+// the last one. Tells a hold from a chord, and has a latch: a second tap locks, two taps unlock.
 class BareModifierReducer {
  public:
   static constexpr Duration minimumLockDuration = std::chrono::seconds(1);
@@ -23,8 +23,8 @@ class BareModifierReducer {
   static constexpr Duration fnDebounceDelay = std::chrono::milliseconds(75);
 
   enum class Timer { latch, activation, doubleTapStart, fnDebounce };
-  // interferenceDetected: another key came in after modifierDown. Before it there is nothing to take back, and the key
-  // belongs to a chord that is none of ours.
+  // interferenceDetected: another key or a click came in after modifierDown. Before it there is nothing to take back,
+  // and the key belongs to a chord that is none of ours.
   enum class Signal { modifierDown, modifierUp, interferenceDetected };
 
   struct State {
@@ -32,6 +32,7 @@ class BareModifierReducer {
     MonitorState monitor = MonitorState::idle;
     bool isModifierPressed = false;
     bool isSuspended = false;
+    bool isHeldInSuspension = false;
     bool doublePressEnabled = true;
     bool hasBegun = false;  // modifierDown was given for this gesture
     std::optional<TimePoint> firstTapTime;
@@ -73,8 +74,8 @@ class BareModifierReducer {
 
   static Step step(const State& state, const Event& event, TimePoint now);
 
-  // The bit of ModifierEvent::flags that tells the key's state, and those of other modifiers that spoil a hold.
-  static unsigned flagMask(ModifierKey key);
+  // The bits of ModifierEvent::flags that spoil a hold: modifiers of another kind. The same key on the other side
+  // doesn't.
   static unsigned interferenceMask(ModifierKey key);
 };
 

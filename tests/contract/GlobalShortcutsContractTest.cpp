@@ -12,8 +12,9 @@ struct FakeSide : InLoop {
   // The user presses the keys and lets them go.
   void tap(const KeyCombination& keys) {
     if (shortcuts.isRecordingCombination()) {
-      const bool isEscape = keys == KeyCombination{.key = "Escape"};
-      return shortcuts.enterCombination(isEscape ? std::nullopt : std::optional(keys));
+      const bool isEnd =
+          keys == KeyCombination{.key = "Escape"} && shortcuts.escape == GlobalShortcuts::EscapeKey::endsRecording;
+      return shortcuts.enterCombination(isEnd ? std::nullopt : std::optional(keys));
     }
     for (const char* name : {"first", "second"}) {
       if (shortcuts.shortcut(name) != keys) continue;
@@ -64,12 +65,12 @@ class GlobalShortcutsContract : public testing::Test, public Side {
     waitUntil([&] { return trace.endsWith(u'S'); });
     return trace.chopped(2);
   }
-  TaskHandle<> record() {
-    const auto body = [](GlobalShortcutsContract& test) -> Task<> {
-      const auto outcome = co_await test.shortcuts.recordCombination();
+  TaskHandle<> record(GlobalShortcuts::EscapeKey escape = GlobalShortcuts::EscapeKey::endsRecording) {
+    const auto body = [](GlobalShortcutsContract& test, GlobalShortcuts::EscapeKey meaning) -> Task<> {
+      const auto outcome = co_await test.shortcuts.recordCombination(meaning);
       test.recorded << (outcome ? outcome->text() : QStringLiteral("none"));
     };
-    auto handle = scope.spawn(body(*this));
+    auto handle = scope.spawn(body(*this, escape));
     EXPECT_TRUE(waitUntil([&] { return this->isRecordingCombination(); }));
     return handle;
   }
@@ -124,6 +125,19 @@ TYPED_TEST(GlobalShortcutsContract, AShortcutThatAHandlerDisablesGivesNoKeyUp) {
   EXPECT_EQ(this->traceOf("Ctrl+D"), "f");
 }
 
+TYPED_TEST(GlobalShortcutsContract, YieldsAKeyThatIsPressedAlone) {
+  ASSERT_TRUE(this->set(this->first, "Escape"));
+  EXPECT_EQ(this->traceOf("Escape"), "fF");
+  this->shortcuts.yieldKeys({"Return", "Escape"});
+  EXPECT_EQ(this->traceOf("Escape"), QString());
+  ASSERT_TRUE(this->set(this->first, "Ctrl+Escape"));
+  EXPECT_EQ(this->traceOf("Ctrl+Escape"), "fF");
+  ASSERT_TRUE(this->set(this->first, "Escape"));
+  EXPECT_EQ(this->traceOf("Escape"), QString());
+  this->shortcuts.yieldKeys({});
+  EXPECT_EQ(this->traceOf("Escape"), "fF");
+}
+
 TYPED_TEST(GlobalShortcutsContract, RecordsACombinationWhileNothingReacts) {
   const auto recordedBy = [this](const char* text) {
     this->tap(this->keys(text));
@@ -134,6 +148,8 @@ TYPED_TEST(GlobalShortcutsContract, RecordsACombinationWhileNothingReacts) {
   EXPECT_EQ(recordedBy("F9"), QStringList("F9"));
   this->record();
   EXPECT_EQ(recordedBy("Escape"), QStringList("none"));
+  this->record(GlobalShortcuts::EscapeKey::isRecorded);
+  EXPECT_EQ(recordedBy("Escape"), QStringList("Escape"));
   this->record();
   this->record();  // takes over
   EXPECT_TRUE(waitUntil([this] { return this->recorded == QStringList("none"); }));

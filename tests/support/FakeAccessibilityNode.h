@@ -23,6 +23,7 @@ class FakeAccessibilityNode final : public AccessibilityElement,
   QMap<QString, Ptr> elements;            // "AXFocusedUIElement", "AXFocusedWindow", "AXMenuBar", ...
   QMap<QString, std::vector<Ptr>> lists;  // "AXChildren", "AXWindows"
   QSet<QString> settableAttributes;
+  std::optional<QRect> caret;
   QMap<QString, std::function<bool()>> actions;  // run on performAction
 
   Ptr with(const QString& attribute, const QString& value) {

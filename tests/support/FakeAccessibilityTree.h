@@ -45,6 +45,10 @@ class FakeAccessibilityTree final : public AccessibilityTree {
     performedActions.append(action);
     return at->actions.value(action)();
   }
+  std::optional<QRect> caret(const AccessibilityElementPtr& element) override {
+    const auto* const at = read(element);
+    return at ? at->caret : std::nullopt;
+  }
   bool isOutOfTime() const override { return readsUntilOutOfTime && reads >= *readsUntilOutOfTime; }
 
  private:

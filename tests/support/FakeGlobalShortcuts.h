@@ -13,7 +13,10 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
  public:
   std::set<QString> takenByOthers;  // texts of combinations that another program has
 
-  bool isAvailable() const override { return true; }
+  bool isThere = true;
+  EscapeKey escape = EscapeKey::endsRecording;  // of the last recording
+
+  bool isAvailable() const override { return isThere; }
   Result<void, PlatformError> setShortcut(const QString& name, std::optional<KeyCombination> keys) override {
     if (keys) {
       if (takenByOthers.contains(keys->text())) return failed(keys->text() + " is taken.");
@@ -29,7 +32,9 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   }
   void setHandlers(const QString& name, Handlers handlers) override { entries_[name].handlers = std::move(handlers); }
   void setEnabled(const QString& name, bool isEnabled) override { entries_[name].isEnabled = isEnabled; }
-  Task<std::optional<KeyCombination>> recordCombination() override {
+  void yieldKeys(const QStringList& keys) override { yieldedKeys_ = keys; }
+  Task<std::optional<KeyCombination>> recordCombination(EscapeKey meaning) override {
+    escape = meaning;
     enterCombination(std::nullopt);  // a later recording takes over
     recording_ = Completion<std::optional<KeyCombination>>();
     return waitForKey(*this, *recording_);
@@ -44,11 +49,18 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
     return entry != entries_.end() && (entry->second.handlers.onKeyDown || entry->second.handlers.onKeyUp);
   }
   bool isRecordingCombination() const { return recording_.has_value(); }
-  // The user presses or lets go the key of that name. False when the shortcut doesn't react: it has no key, is disabled
+  // Whether the shortcut of that name holds the key of its own.
+  bool hasKey(const QString& name) const {
+    const auto entry = entries_.find(name);
+    if (entry == entries_.end() || !entry->second.keys || !entry->second.isEnabled) return false;
+    const KeyCombination alone{.key = entry->second.keys->key};
+    return *entry->second.keys != alone || !yieldedKeys_.contains(alone.key);
+  }
+  // The user presses or lets go the key of that name. False when the shortcut doesn't react: it does not hold its key
   // or a combination is being recorded. (A handler that is missing counts as reacting.)
   bool press(const QString& name) { return call(name, &Handlers::onKeyDown); }
   bool release(const QString& name) { return call(name, &Handlers::onKeyUp); }
-  // What recordCombination() gives; none is Escape.
+  // What recordCombination() gives; none is an Escape that ends it.
   void enterCombination(std::optional<KeyCombination> keys) {
     if (auto recording = std::exchange(recording_, std::nullopt)) recording->resolve(std::move(keys));
   }
@@ -69,12 +81,13 @@ class FakeGlobalShortcuts final : public GlobalShortcuts {
   }
   bool call(const QString& name, std::function<void()> Handlers::*handler) {
     const auto entry = entries_.find(name);
-    if (entry == entries_.end() || !entry->second.keys || !entry->second.isEnabled || recording_) return false;
+    if (!hasKey(name) || recording_) return false;
     if (const auto function = entry->second.handlers.*handler) function();
     return true;
   }
 
   std::map<QString, Entry> entries_;
+  QStringList yieldedKeys_;
   std::optional<Completion<std::optional<KeyCombination>>> recording_;
 };
 

@@ -1,4 +1,5 @@
 #pragma once
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -6,15 +7,17 @@
 
 namespace quillmere {
 
-// A keyboard whose events the test makes. Events made while nobody watches are lost. Main thread.
+// A keyboard and a mouse whose events the test makes. Events made while nobody watches are lost. Main thread.
 class FakeKeyEventMonitor final : public KeyEventMonitor {
  public:
   bool isAllowed = true;
   int startCount = 0;
+  std::optional<ModifierKey> watched;     // by the last start()
   std::vector<ModifierEvent> onTheirWay;  // has happened, but comes at the next catchUp()
 
-  bool start(std::function<void(const ModifierEvent&)> observer) override {
+  bool start(ModifierKey key, std::function<void(const ModifierEvent&)> observer) override {
     ++startCount;
+    watched = key;
     stop();
     if (!isAllowed) return false;
     observer_ = std::move(observer);
@@ -30,6 +33,8 @@ class FakeKeyEventMonitor final : public KeyEventMonitor {
   void setFlags(unsigned flags) { emit({ModifierEvent::Kind::flagsChanged, flags_ = flags}); }
   // An ordinary key, with the modifiers as they are.
   void pressKey() { emit({ModifierEvent::Kind::keyDown, flags_}); }
+  // A button of the mouse or its wheel.
+  void click() { emit({ModifierEvent::Kind::buttonDown, flags_}); }
 
  private:
   void emit(const ModifierEvent& event) {

@@ -17,6 +17,7 @@ class FakeMediaEncoder final : public MediaEncoder {
   std::function<void()> onOpen;  // on the worker
   bool canExport = true;
   bool writesExport = true;
+  bool canCopyPackets = false;
   MediaExportSession::Status exportStatus = MediaExportSession::Status::completed;
   std::optional<MediaError> exportError;
 
@@ -32,6 +33,9 @@ class FakeMediaEncoder final : public MediaEncoder {
   std::unique_ptr<MediaExportSession> createExportSession(const QString&, const QString& to) override {
     if (!canExport) return nullptr;
     return std::make_unique<Session>(*this, to);
+  }
+  std::unique_ptr<MediaExportSession> createPacketCopy(const QString&, const QString& to) override {
+    return canCopyPackets ? std::make_unique<Session>(*this, to) : nullptr;
   }
 
  private:

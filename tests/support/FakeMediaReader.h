@@ -21,9 +21,11 @@ struct FakeMediaFile {
   qint64 blockFrames = 1000;  // the most that one read gives
   std::optional<MediaError> openError;
   std::optional<qint64> readErrorAt;  // frame at which reading breaks off
+  MediaError::Kind readErrorKind = MediaError::Kind::readFailed;
   double duration = 0;
   std::function<void()> onRead;  // on the reading thread, before each read
   bool canSeek = false;
+  bool hasPicture = false;
 };
 
 class FakeMediaReader final : public MediaReader {
@@ -37,6 +39,7 @@ class FakeMediaReader final : public MediaReader {
     return file_.track.value_or(TrackDescription{file_.format.sampleRate, file_.format.channelCount});
   }
   AudioStreamFormat format() const override { return file_.format; }
+  bool hasPicture() const override { return file_.hasPicture; }
   std::optional<qint64> nominalFrames() const override { return file_.nominalFrames; }
 
   Result<AudioBlock, MediaError> read(qint64 maxFrames) override {
@@ -47,7 +50,7 @@ class FakeMediaReader final : public MediaReader {
     const qint64 count = std::min({maxFrames, file_.blockFrames, end - position_});
     if (count <= 0) {
       isAtEnd_ = true;
-      if (file_.readErrorAt) return Failed{MediaError{MediaError::Kind::readFailed, 5, "broken disk"}};
+      if (file_.readErrorAt) return Failed{MediaError{file_.readErrorKind, 5, "broken disk"}};
       return AudioBlock{};
     }
     fill(count);

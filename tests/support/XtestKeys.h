@@ -10,8 +10,8 @@
 
 namespace quillmere {
 
-// Presses keys of an X server as a keyboard would. Keys are told by the X symbol that they give on the first layout;
-// when a call returns the server has worked it off.
+// Presses keys of an X server as a keyboard would, and the buttons of its mouse. Keys are told by the X symbol that
+// they give on the first layout; when a call returns the server has worked it off.
 class XtestKeys {
  public:
   explicit XtestKeys(const QString& displayName) : connection_(xcb_connect(displayName.toUtf8().constData(), nullptr)) {
@@ -27,6 +27,11 @@ class XtestKeys {
   void tap(std::initializer_list<uint32_t> symbols) {
     for (const uint32_t symbol : symbols) press(symbol);
     for (auto symbol = std::rbegin(symbols); symbol != std::rend(symbols); ++symbol) release(*symbol);
+  }
+  // Buttons 4 and 5 are the wheel.
+  void click(uint8_t button) {
+    send(XCB_BUTTON_PRESS, button);
+    send(XCB_BUTTON_RELEASE, button);
   }
   void pressCode(uint8_t code) { send(XCB_KEY_PRESS, code); }
   void releaseCode(uint8_t code) { send(XCB_KEY_RELEASE, code); }

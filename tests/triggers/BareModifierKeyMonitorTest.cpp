@@ -19,9 +19,10 @@ class Desk {
     monitor.start(key);
   }
 
-  // Steps such as "250+": at 250 ms the key goes down. '-' up, 'k' an ordinary key, 'm' and 'M' Super down and up, 'o'
-  // and 'O' the option key of the other side, 's' suspend, 'r' resume, 'i' resetToIdle, 'd' double press off, 'z' stop,
-  // 'a' start again, '.' nothing. What is due at a time happens before the step of that time.
+  // Steps such as "250+": at 250 ms the key goes down. '-' up, 'k' an ordinary key, 'c' a click, 'm' and 'M' Super
+  // (Alt where Super is the key) down and up, 'o' and 'O' the same key of the other side, 's' suspend, 'r' resume, 'i'
+  // resetToIdle, 'd' double press off, 'z' stop, 'a' start again, '.' nothing. What is due at a time happens before the
+  // step of that time.
   void play(const QString& script) {
     for (const QString& step : script.split(u' ', Qt::SkipEmptyParts)) {
       const Duration at = std::chrono::milliseconds(step.chopped(1).toLongLong());
@@ -42,18 +43,30 @@ class Desk {
     const qint64 at = (executor.now() - start_) / 1ms;
     signalled << QStringLiteral("%1@%2").arg(QLatin1String(signal)).arg(at);
   }
+  // As the keyboard gives them: the bit of the side with the common one.
+  static std::pair<unsigned, unsigned> flagsOf(ModifierKey key) {
+    using namespace modifierFlags;
+    struct Sides {
+      unsigned left, right, common;
+    };
+    for (const Sides& kind : {Sides{leftControl, rightControl, control}, Sides{leftAlt, rightAlt, alt},
+                              Sides{leftShift, rightShift, shift}, Sides{leftSuper, rightSuper, super}}) {
+      if (of(key) == kind.left) return {kind.left | kind.common, kind.right | kind.common};
+      if (of(key) == kind.right) return {kind.right | kind.common, kind.left | kind.common};
+    }
+    return {of(key), 0};
+  }
   void set(unsigned mask, bool isOn) { keyboard.setFlags(flags_ = isOn ? flags_ | mask : flags_ & ~mask); }
   void act(QChar action) {
-    const bool isOption = key_ == ModifierKey::leftOption || key_ == ModifierKey::rightOption;
-    const unsigned own = BareModifierReducer::flagMask(key_) | (isOption ? modifierFlags::option : 0);
-    const unsigned otherSide = modifierFlags::option | (key_ == ModifierKey::leftOption ? modifierFlags::rightOption
-                                                                                        : modifierFlags::leftOption);
+    const auto [own, otherSide] = flagsOf(key_);
+    const unsigned other = (own & modifierFlags::super) != 0 ? modifierFlags::alt : modifierFlags::super;
     const std::map<QChar, std::function<void()>> actions{
         {u'+', [&] { set(own, true); }},
         {u'-', [&] { set(own, false); }},
         {u'k', [&] { keyboard.pressKey(); }},
-        {u'm', [&] { set(modifierFlags::command, true); }},
-        {u'M', [&] { set(modifierFlags::command, false); }},
+        {u'c', [&] { keyboard.click(); }},
+        {u'm', [&] { set(other, true); }},
+        {u'M', [&] { set(other, false); }},
         {u'o', [&] { set(otherSide, true); }},
         {u'O', [&] { set(otherSide, false); }},
         {u's', [&] { monitor.setSuspended(true); }},
@@ -92,8 +105,8 @@ TEST_P(BareModifierGestures, GiveTheirSignals) {
 
 constexpr auto fn = ModifierKey::fn;
 constexpr auto control = ModifierKey::control;
-constexpr auto left = ModifierKey::leftOption;
-constexpr auto right = ModifierKey::rightOption;
+constexpr auto left = ModifierKey::leftAlt;
+constexpr auto right = ModifierKey::rightAlt;
 constexpr auto idle = MonitorState::idle;
 constexpr auto waiting = MonitorState::waitingForActivation;
 constexpr auto active = MonitorState::pttActive;
@@ -121,10 +134,22 @@ const Gesture gestures[] = {
     {"KeysAreFreeWhileLocked", control, "0+ 300- 1000k 2000m 2100k 2200M 9000.", "down@250", latched},
     {"KeysAreFreeWhileUnlocking", control, "0+ 300- 2000+ 2050k 2100- 2200k 2300+ 2400-", "down@250 up@2400", idle},
     {"OtherModifierFirstThenTheKey", control, "0m 100+ 500M 600-", "down@350", latched},
-    {"TheOtherOptionDoesNotSpoilTheLeftOne", left, "0+ 500o 600O 1000-", "down@250", latched},
-    {"SuperSpoilsTheRightOption", right, "0+ 300m", "down@250 interference@300", idle},
-    {"TheOtherOptionIsNotTheKey", left, "0o 1000O", "", idle},
-    {"AChordOfTheKeyIsNoneOfOurs", control, "0+ 80o 150k 220O 3000- 9000.", "", idle},
+    {"AClickDuringActivation", control, "0+ 100c 200- 9000.", "", idle},
+    {"AClickDuringTheHold", control, "0+ 500c 600- 9000.", "down@250 interference@500", idle},
+    {"AClickDuringTheHoldOfFn", fn, "0+ 500c 600- 9000.", "down@325 interference@500", idle},
+    {"AClickInTheWindowOfATapIsFree", control, "0+ 100- 900c 9000.", "down@200 up@1600", idle},
+    {"ClicksAreFreeWhileLocked", control, "0+ 300- 1000c 2000+ 2050c 2100- 9000.", "down@250", latched},
+    {"TheOtherAltDoesNotSpoilTheLeftOne", left, "0+ 500o 600O 1000-", "down@250", latched},
+    {"SuperSpoilsTheRightAlt", right, "0+ 300m", "down@250 interference@300", idle},
+    {"TheOtherAltIsNotTheKey", left, "0o 1000O", "", idle},
+    {"LeftCtrlIsNotTheRightOne", ModifierKey::rightControl, "0o 1000O", "", idle},
+    {"LeftCtrlDoesNotSpoilTheRightOne", ModifierKey::rightControl, "0+ 500o 600O 3000-", "down@250 up@3000", idle},
+    {"LeftShiftIsNotTheRightOne", ModifierKey::rightShift, "0o 1000O", "", idle},
+    {"AKeySpoilsShift", ModifierKey::leftShift, "0+ 100k 150- 9000.", "", idle},
+    {"AltSpoilsSuper", ModifierKey::leftSuper, "0+ 300m", "down@250 interference@300", idle},
+    {"PauseIsHeld", ModifierKey::pause, "0+ 3000-", "down@250 up@3000", idle},
+    {"SuperSpoilsMenu", ModifierKey::menu, "0+ 300m", "down@250 interference@300", idle},
+    {"AChordOfTheKeyIsNoneOfOurs", control, "0+ 80m 150k 220M 3000- 9000.", "", idle},
     {"AfterAChordTheKeyCountsOnceItWasLetGo", control, "0+ 100m 150k 300M 900- 1000+ 3000-", "down@1250 up@3000", idle},
     {"AnInterferenceWithoutTheKeyHeldDoesNotCostTheNextPress", control, "0+ 100- 900k 1000+ 3000-",
      "down@200 interference@900 down@1250 up@3000", idle},
@@ -146,6 +171,8 @@ const Gesture gestures[] = {
     {"SuspensionInTheWindowOfATapKeepsTheDelayedStart", control, "0+ 100- 150s 9000.", "down@200", active},
     {"SuspensionWhileLockedKeepsTheLock", control, "0+ 300- 400s 500r 2000+ 2100- 2200+ 2300-", "down@250 up@2300",
      idle},
+    {"APressDuringASuspensionCountsFromItsEnd", control, "0s 100+ 300r 3000-", "down@550 up@3000", idle},
+    {"AHoldGoesOnThroughASuspension", control, "0+ 500s 700r 3000-", "down@250 up@3000", idle},
     {"SuspensionForgetsFn", fn, "0+ 50s 60r 9000.", "", idle},
 
     {"ResetDuringActivationDoesNothing", control, "0+ 100i 400.", "down@250", active},

@@ -109,10 +109,16 @@ void X11GlobalShortcuts::setEnabled(const QString& name, bool isEnabled) {
   setGrabs(name, entry);
 }
 
-Task<std::optional<KeyCombination>> X11GlobalShortcuts::recordCombination() {
+void X11GlobalShortcuts::yieldKeys(const QStringList& keys) {
+  yieldedKeys_ = keys;
+  for (auto& [name, entry] : entries_) setGrabs(name, entry);
+}
+
+Task<std::optional<KeyCombination>> X11GlobalShortcuts::recordCombination(EscapeKey escape) {
   endRecording();
   if (!isAvailable()) co_return std::nullopt;
   const auto recording = std::make_shared<Recording>();
+  recording->escape = escape;
   recording_ = recording;
   // A later recording has taken over the keyboard, too.
   const Subscription end([this, recording] {
@@ -155,7 +161,9 @@ X11GlobalShortcuts::Grabs X11GlobalShortcuts::grabsOf(const KeyCombination& keys
 }
 
 bool X11GlobalShortcuts::isWanted(const Entry& entry) const {
-  return entry.keys && entry.isEnabled && (entry.handlers.onKeyDown || entry.handlers.onKeyUp);
+  if (!entry.keys || !entry.isEnabled || !(entry.handlers.onKeyDown || entry.handlers.onKeyUp)) return false;
+  const KeyCombination alone{.key = entry.keys->key};
+  return *entry.keys != alone || !yieldedKeys_.contains(alone.key);
 }
 
 // All of them or none.
@@ -262,7 +270,8 @@ void X11GlobalShortcuts::recordKeyPress(const xcb_key_press_event_t& event) {
   keys.super = event.state & masks.super;
   keys.key = key;
   recording_->keyDown = event.detail;
-  if (keys != KeyCombination{.key = QStringLiteral("Escape")}) recording_->keys = keys;
+  const bool isEnd = recording_->escape == EscapeKey::endsRecording && keys == KeyCombination{.key = "Escape"};
+  if (!isEnd) recording_->keys = keys;
 }
 
 void X11GlobalShortcuts::endRecording() {

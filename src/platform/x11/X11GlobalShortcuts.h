@@ -26,7 +26,8 @@ class X11GlobalShortcuts final : public GlobalShortcuts {
   std::optional<KeyCombination> shortcut(const QString& name) const override;
   void setHandlers(const QString& name, Handlers handlers) override;
   void setEnabled(const QString& name, bool isEnabled) override;
-  Task<std::optional<KeyCombination>> recordCombination() override;
+  void yieldKeys(const QStringList& keys) override;
+  Task<std::optional<KeyCombination>> recordCombination(EscapeKey escape) override;
 
  private:
   struct Grab {
@@ -44,8 +45,9 @@ class X11GlobalShortcuts final : public GlobalShortcuts {
   };
   struct Recording {
     Completion<std::optional<KeyCombination>> result;
-    xcb_keycode_t keyDown = 0;           // the key that decided; 0 before
-    std::optional<KeyCombination> keys;  // none for Escape
+    xcb_keycode_t keyDown = 0;  // the key that decided; 0 before
+    EscapeKey escape = EscapeKey::endsRecording;
+    std::optional<KeyCombination> keys;  // none where Escape ended it
   };
 
   bool connect(const QString& displayName);
@@ -69,6 +71,7 @@ class X11GlobalShortcuts final : public GlobalShortcuts {
   std::unique_ptr<XcbConnection> connection_;
   std::unique_ptr<XkbKeyboard> keyboard_;
   std::map<QString, Entry> entries_;
+  QStringList yieldedKeys_;
   std::shared_ptr<Recording> recording_;
   Subscription events_;
 };

@@ -1,6 +1,7 @@
 #include "platform/x11/X11KeyInterceptor.h"
 
 #include "platform/x11/DetectableAutoRepeat.h"
+#include "platform/x11/PassiveGrab.h"
 
 namespace quillmere {
 
@@ -30,7 +31,7 @@ bool X11KeyInterceptor::start(std::function<void()> onReturn, std::function<void
         std::pair{XKB_KEY_Escape, Meaning::refuse}}) {
     for (const XkbKeyboard::Key& key : keyboard_->keysFor(xkb_keysym_t(symbol))) {
       taken_.push_back({key.code, meaning});
-      if (grab(key.code)) continue;
+      if (grabWithAnyModifiers(*connection_, key.code, keyboard_->masks().numLock)) continue;
       stop();
       return false;
     }
@@ -39,26 +40,6 @@ bool X11KeyInterceptor::start(std::function<void()> onReturn, std::function<void
   onEscape_ = std::move(onEscape);
   events_ = connection_->observeEvents([this](const xcb_generic_event_t& event) { onEvent(event); });
   return true;
-}
-
-bool X11KeyInterceptor::grab(xcb_keycode_t code) {
-  const auto request = [&](uint16_t modifiers) {
-    return xcb_grab_key_checked(connection_->raw(), 0, connection_->root(), modifiers, code, XCB_GRAB_MODE_ASYNC,
-                                XCB_GRAB_MODE_ASYNC);
-  };
-  if (!connection_->errorOf(request(XCB_MOD_MASK_ANY))) return connection_->isOpen();
-  // Somebody has the key with some modifiers: take the rest one by one.
-  constexpr unsigned combinations = 1u << 8;
-  std::vector<xcb_void_cookie_t> requests;
-  for (unsigned modifiers = 0; modifiers < combinations; ++modifiers) requests.push_back(request(uint16_t(modifiers)));
-  const XkbKeyboard::Masks masks = keyboard_->masks();
-  const unsigned locks = XCB_MOD_MASK_LOCK | masks.numLock;
-  bool hasPlainKey = true;
-  for (unsigned modifiers = 0; modifiers < combinations; ++modifiers) {
-    const bool isTaken = connection_->errorOf(requests[modifiers]) != nullptr;
-    if (isTaken && (modifiers & ~locks) == 0) hasPlainKey = false;
-  }
-  return hasPlainKey && connection_->isOpen();
 }
 
 void X11KeyInterceptor::stop() {

@@ -26,7 +26,6 @@ class X11KeyInterceptor final : public KeyInterceptor {
   };
 
   bool connect();
-  bool grab(xcb_keycode_t code);
   void onEvent(const xcb_generic_event_t& event);
 
   const QString displayName_;

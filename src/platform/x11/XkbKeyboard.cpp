@@ -194,4 +194,11 @@ XkbKeyboard::Masks XkbKeyboard::masks() {
   return masks_;
 }
 
+void XkbKeyboard::unlockCapitals() {
+  constexpr uint8_t noLocks = 0;
+  xcb_xkb_latch_lock_state(connection_.raw(), xcb_xkb_device_spec_t(device_), XCB_MOD_MASK_LOCK, noLocks, 0, 0, 0, 0,
+                           0);
+  connection_.flush();
+}
+
 }  // namespace quillmere

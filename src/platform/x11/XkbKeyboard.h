@@ -50,6 +50,8 @@ class XkbKeyboard {
   // What the key gives without modifiers on the first layout: modifiers sit there.
   xkb_keysym_t baseSymbol(xcb_keycode_t code);
   Masks masks();
+  // Switches Caps Lock off where it is on, as its key would. Doesn't wait.
+  void unlockCapitals();
 
  private:
   using Context = std::unique_ptr<xkb_context, decltype(&xkb_context_unref)>;

@@ -39,21 +39,23 @@ class Tool {
     xcb_destroy_window(connection_->raw(), window);
     connection_->synchronize();
   }
+  void showDesktop(uint32_t number) { ask("_NET_CURRENT_DESKTOP", connection_->root(), number); }
+
+ private:
   // As a pager does.
-  void showDesktop(uint32_t number) {
+  void ask(const char* what, xcb_window_t window, uint32_t argument) {
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
-    message.window = connection_->root();
-    message.type = connection_->atom("_NET_CURRENT_DESKTOP");
-    message.data.data32[0] = number;
+    message.window = window;
+    message.type = connection_->atom(what);
+    message.data.data32[0] = argument;
     xcb_send_event(connection_->raw(), 0, connection_->root(),
                    XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    reinterpret_cast<const char*>(&message));
     connection_->synchronize();
   }
 
- private:
   std::unique_ptr<XcbConnection> connection_;
 };
 

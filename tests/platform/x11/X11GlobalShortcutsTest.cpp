@@ -38,7 +38,7 @@ class X11GlobalShortcutsTest : public X11DeskTest {
   }
   TaskHandle<> record() {
     const auto note = [](X11GlobalShortcutsTest& test) -> Task<> {
-      const auto outcome = co_await test.shortcuts.recordCombination();
+      const auto outcome = co_await test.shortcuts.recordCombination(GlobalShortcuts::EscapeKey::endsRecording);
       test.recorded << (outcome ? outcome->text() : QStringLiteral("none"));
     };
     return scope.spawn(note(*this));

@@ -1,6 +1,7 @@
 #include "platform/x11/X11KeyInterceptor.h"
 
 #include "platform/x11/X11Desk.h"
+#include "platform/x11/X11GlobalShortcuts.h"
 
 namespace quillmere {
 namespace {
@@ -50,6 +51,27 @@ TEST_F(X11KeyInterceptorTest, LeavesOthersTheCombinationsThatTheyHave) {
   EXPECT_TRUE(waitUntil([&] { return !trace.isEmpty(); }));
   EXPECT_EQ(windowManager.takeKeys(), codesOf({XKB_KEY_Escape}));
   EXPECT_EQ(trace, "E");
+}
+
+// Escape cancels, and is the answer to the question that it brings up.
+TEST_F(X11KeyInterceptorTest, HasAKeyThatAShortcutOfOursYields) {
+  X11GlobalShortcuts shortcuts(Logging(), server.displayName());
+  shortcuts.setHandlers("cancel", {{}, [this] { trace += u'c'; }});
+  ASSERT_TRUE(shortcuts.setShortcut("cancel", KeyCombination{.key = "Escape"}));
+  keys.tap({XKB_KEY_Escape});
+  EXPECT_TRUE(waitUntil([&] { return trace == "c"; }));
+  EXPECT_FALSE(start());
+  shortcuts.yieldKeys(KeyInterceptor::keys());
+  ASSERT_TRUE(start());
+  // Its own handler gives the key back while it is still down.
+  keys.press(XKB_KEY_Escape);
+  EXPECT_TRUE(waitUntil([&] { return trace == "cE"; }));
+  interceptor->stop();
+  shortcuts.yieldKeys({});
+  keys.release(XKB_KEY_Escape);
+  keys.tap({XKB_KEY_Escape});
+  EXPECT_TRUE(waitUntil([&] { return trace == "cEc"; })) << qPrintable(trace);
+  EXPECT_EQ(other.takeKeys(), std::vector<int>());
 }
 
 TEST_F(X11KeyInterceptorTest, ItsEndGivesTheKeysBackAndThatOfTheServerKeepsItFromStarting) {
