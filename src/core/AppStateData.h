@@ -6,6 +6,7 @@
 
 #include "delivery/PasteOutcome.h"
 #include "domain/States.h"
+#include "ports/Workspace.h"
 #include "providers/MissingAPIKey.h"
 
 namespace quillmere {
@@ -29,6 +30,8 @@ struct AppStateData {
   std::optional<DictationError> dictationError;             // of the newest dictation
   QString lastPastedText;                                   // with what the paste adds to it
   PasteOutcome lastPaste = PasteOutcome::none;              // of the newest dictation that had a text
+  std::optional<RunningApplication> lastPasteTarget;        // the window that this text was spoken for
+  PasteKeys lastPasteKeys = PasteKeys::controlV;            // where it was not pasted: what the user presses for it
   DictationNotice dictationNotice = DictationNotice::none;  // of the newest dictation; none while one records
   QString lastTranscription;                                // of the last dictation, shown in the dialog
   bool transcriptionPasteFailed = false;                    // the last paste did not reach a text field

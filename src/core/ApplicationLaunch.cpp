@@ -7,7 +7,6 @@
 #include "core/SavedMode.h"
 #include "core/ShortcutStore.h"
 #include "recording/CrashRecoveryManager.h"
-#include "recording/MusicBlocker.h"
 #include "storage/PersistenceController.h"
 #include "storage/SettingsManager.h"
 #include "transcripts/ModelPreparation.h"
@@ -32,7 +31,6 @@ ApplicationLaunch::~ApplicationLaunch() {
 void ApplicationLaunch::start() {
   if (std::exchange(isStarted_, true)) return;
   startTime_ = services_.executor.now();
-  if (services_.settings.general().blockAppleMusic()) blockMusic(true);
   followSettings();
   scope_.spawn(bootstrapModels());
   scheduleWindows();
@@ -68,20 +66,11 @@ Task<void> ApplicationLaunch::bootstrapModels() {
 
 void ApplicationLaunch::followSettings() {
   settingsChanges_ = services_.settings.observeChanges([this](const QString& key) {
-    if (key == QLatin1String("blockAppleMusic")) blockMusic(services_.settings.general().blockAppleMusic());
     // Another process has selected a mode.
     if (key == QLatin1String("currentModeId") && !services_.settings.currentModeId().isEmpty() &&
         services_.settings.currentModeId() != services_.appState.data().selectedModeId)
       loadSavedMode(services_.settings, services_.persistence, services_.appState, logger_);
   });
-}
-
-void ApplicationLaunch::blockMusic(bool isBlocked) {
-  if (services_.musicBlocker == nullptr) return;
-  if (isBlocked)
-    services_.musicBlocker->start();
-  else
-    services_.musicBlocker->stop();
 }
 
 void ApplicationLaunch::scheduleWindows() {

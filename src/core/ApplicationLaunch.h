@@ -14,7 +14,6 @@ class AudioRecordingManager;
 class CrashRecoveryManager;
 class GlobalHotkeys;
 class ModelPreparation;
-class MusicBlocker;
 class PersistenceController;
 class SettingsManager;
 class ShortcutStore;
@@ -41,7 +40,6 @@ class ApplicationLaunch {
     PersistenceController& persistence;
     GlobalHotkeys& hotkeys;
     ShortcutStore* shortcuts = nullptr;
-    MusicBlocker* musicBlocker = nullptr;
     LaunchWindows windows = {};
   };
   ApplicationLaunch(Services services, const Logging& logging);
@@ -59,7 +57,6 @@ class ApplicationLaunch {
   Task<void> recover();
   Task<void> bootstrapModels();
   void followSettings();
-  void blockMusic(bool isBlocked);
   void scheduleWindows();
   void after(Duration delay, std::function<void()> action);
 

@@ -7,6 +7,7 @@
 #include "core/AppState.h"
 #include "core/Dictation.h"
 #include "delivery/AutoPasteHandler.h"
+#include "delivery/PasteTexts.h"
 #include "postprocessing/TranscriptionTextProcessing.h"
 #include "projects/SpokenFileTags.h"
 #include "recording/RecordingFinisher.h"
@@ -152,21 +153,26 @@ Task<void> Dictation::paste(QString text, std::vector<ProcessedTag> tags) {
   request.target = target_;
   request.typing = typing_;
   request.clipboard = std::move(clipboard_);
+  const auto keys = std::make_shared<PasteKeys>(PasteKeys::controlV);
+  request.onLeft = [keys](PasteKeys told) { *keys = told; };
   const PasteOutcome outcome = co_await use_.autoPasteHandler.paste(std::move(request));
   const bool isPasted = outcome == PasteOutcome::pasted;
   host_.show(*this, [&](AppStateData& data) {
     data.lastPastedText = text;
     data.lastPaste = outcome;
+    data.lastPasteTarget = target_;
+    data.lastPasteKeys = *keys;
     data.transcriptionPasteFailed = !isPasted;
   });
   if (isPasted) {
     logger_.info("✅ Auto-paste successful - closing dialog");
     timings_.decodedToPasted = use_.executor.now() - textAt_;
   } else {
-    logger_.info("📋 Auto-paste failed - text on clipboard, keeping dialog open");
+    logger_.info("📋 Auto-paste failed - keeping dialog open");
     leavesPill_ = true;
-    // The pill is about a newer one.
-    if (!host_.isNewest(*this)) use_.appState.showNotice(localizedText("history.paste.onClipboard"));
+    // The pill is about a newer one, or nobody wants it.
+    if (!host_.isNewest(*this) || !use_.settingsManager.general().showRecordingWindow())
+      use_.appState.showNotice(pasteNotice(use_.autoPasteHandler.isOnClipboard(text), *keys));
   }
   endTimings();
 }

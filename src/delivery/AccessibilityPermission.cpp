@@ -10,23 +10,19 @@ constexpr std::chrono::milliseconds pace{300};
 }  // namespace
 
 AccessibilityPermission::AccessibilityPermission(const Accessibility& accessibility, Executor& executor,
-                                                 std::function<void(const QString& url)> openUrl,
-                                                 const Logging& logging)
+                                                 std::function<void()> openSettings, const Logging& logging)
     : accessibility_(accessibility),
-      openUrl_(std::move(openUrl)),
+      openSettings_(std::move(openSettings)),
       logger_(logging.logger(QStringLiteral("AccessibilityHelper"))),
       scope_(executor) {}
 
 void AccessibilityPermission::openSettings() {
-  if (openUrl_)
-    openUrl_(QStringLiteral("x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility"));
+  if (openSettings_) openSettings_();
 }
 
 void AccessibilityPermission::logGuidance() {
   if (std::exchange(hasLoggedGuidance_, true)) return;
-  logger_.warning("⚠️ App is NOT trusted. Check System Settings > Privacy & Security > Accessibility");
-  logger_.warning("⚠️ Look for entries matching:");
-  logger_.warning("   %{public}s", "Quillmere");
+  logger_.warning("⚠️ Other programs can't be read: the accessibility bus does not answer");
 }
 
 void AccessibilityPermission::startPolling() {

@@ -11,8 +11,8 @@ namespace quillmere {
 // Whether other programs can be read, and what to do about it when they can't. Main thread.
 class AccessibilityPermission {
  public:
-  AccessibilityPermission(const Accessibility& accessibility, Executor& executor,
-                          std::function<void(const QString& url)> openUrl, const Logging& logging);
+  AccessibilityPermission(const Accessibility& accessibility, Executor& executor, std::function<void()> openSettings,
+                          const Logging& logging);
 
   bool isTrusted() const { return accessibility_.isTrusted(); }
   void openSettings();
@@ -27,7 +27,7 @@ class AccessibilityPermission {
   Task<void> poll();
 
   const Accessibility& accessibility_;
-  std::function<void(const QString& url)> openUrl_;
+  std::function<void()> openSettings_;
   Logger logger_;
   bool hasLoggedGuidance_ = false;
   Published<bool> isGranted_;

@@ -100,7 +100,10 @@ bool ClipboardKeeper::copyForUser(const QString& text) {
 }
 
 Task<void> ClipboardKeeper::scheduleRestore(RestoreRule rule) {
-  if (!isRestoreWanted()) co_return;
+  if (!isRestoreWanted()) {
+    displaced_.reset();
+    co_return;
+  }
   co_await noticeTakeover();
   if (!hasSomethingToGiveBack()) co_return;
   const Duration delay = restoreDelay();
@@ -112,7 +115,7 @@ Task<void> ClipboardKeeper::scheduleRestore(RestoreRule rule) {
 
 // Some programs own what they paste from then on; it is our text all the same.
 Task<void> ClipboardKeeper::noticeTakeover() {
-  if (!text_ || pasteboard_.ownsContents()) co_return;
+  if (!text_ || isTextThere()) co_return;
   const quint64 count = pasteboard_.changeCount();
   const auto reading = co_await withTimeout(takeoverLimit, pasteboard_.string());
   if (reading.value_or(std::nullopt) == text_) takenOverAt_ = count;
@@ -168,6 +171,12 @@ Task<bool> ClipboardKeeper::waitUntilDue(RestoreRule rule, Duration delay) {
     const Duration first = std::min<Duration>(delay, fasterThanAnyUser);
     co_await sleepFor(first);
     pasteboard_.expectFetch();
+    delay -= first;
+  } else {
+    // A program may take the text over a moment after it has pasted it.
+    const Duration first = std::min<Duration>(delay, fasterThanAnyUser);
+    co_await sleepFor(first);
+    co_await noticeTakeover();
     delay -= first;
   }
   co_await sleepFor(delay);

@@ -25,6 +25,11 @@ bool isSecureFieldFocused(AccessibilityTree& tree) {
   return focused && tree.text(focused, QStringLiteral("AXSubrole")) == QStringLiteral("AXSecureTextField");
 }
 
+std::optional<QRect> readCaret(AccessibilityTree& tree) {
+  const auto focused = tree.element(tree.systemWideElement(), focusedElementName());
+  return focused ? tree.caret(focused) : std::nullopt;
+}
+
 FocusFinding readFocus(AccessibilityTree& tree, const FocusQuery& query, const Logger& logger) {
   logger.info("🔍 Checking if text input is focused...");
   const auto systemWide = tree.systemWideElement();

@@ -16,6 +16,9 @@ struct FocusQuery {
 // A focused element whose text must stay out of sight. A read that fails counts as not secure.
 bool isSecureFieldFocused(AccessibilityTree& tree);
 
+// Where the cursor stands in what has the keyboard, in the display's pixels.
+std::optional<QRect> readCaret(AccessibilityTree& tree);
+
 enum class FocusFinding {
   unreadable,  // nothing tells: no focused element, or a mere container
   noText,      // a button, a list, ...

@@ -11,18 +11,19 @@ constexpr std::chrono::milliseconds readLimit{300};
 
 Task<bool> LentSelection::lend(QString text) {
   if (!isLent()) {
-    isLent_ = false;
+    text_.reset();
     const auto reading = co_await withTimeout(readLimit, pasteboard_.selectionString());
     displaced_ = reading.value_or(std::nullopt);
   }
-  isLent_ = pasteboard_.writeSelection(text);
-  co_return isLent_;
+  const bool isWritten = pasteboard_.writeSelection(text);
+  if (isWritten) text_ = std::move(text);
+  co_return isWritten;
 }
 
 void LentSelection::giveBack() {
   const auto displaced = std::exchange(displaced_, std::nullopt);
   if (isLent()) pasteboard_.writeSelection(displaced);
-  isLent_ = false;
+  text_.reset();
 }
 
 }  // namespace quillmere

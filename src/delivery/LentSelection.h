@@ -15,13 +15,14 @@ class LentSelection {
   // Puts the text in the place of what is marked, which is read before (up to 300 ms; an owner that takes longer gets
   // an empty selection back). False when the selection can't be had.
   Task<bool> lend(QString text);
-  bool isLent() const { return isLent_ && pasteboard_.ownsSelection(); }
+  bool isLent() const { return text_ && pasteboard_.ownsSelection(); }
+  bool holds(const QString& text) const { return isLent() && text_ == text; }
   // What was marked before, if nobody has marked something since.
   void giveBack();
 
  private:
   Pasteboard& pasteboard_;
-  bool isLent_ = false;
+  std::optional<QString> text_;  // of ours
   std::optional<QString> displaced_;
 };
 

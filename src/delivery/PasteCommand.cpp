@@ -56,6 +56,13 @@ Task<PasteCommand::Target> PasteCommand::target() {
   co_return focus == FocusFinding::noText ? Target::noText : Target::unreadable;
 }
 
+Task<PasteKeys> PasteCommand::keysThatPaste() {
+  const Target found = co_await target();
+  if (found == Target::unreadable) co_return PasteKeys::shiftInsert;
+  const auto front = workspace_.frontmostApplication();
+  co_return front&& pasteTargets::pastesWithShiftInsert(front->bundleId) ? PasteKeys::shiftInsert : PasteKeys::controlV;
+}
+
 Task<PasteCommand::Outcome> PasteCommand::send(QString text) {
   logger_.info("📋 Attempting to send paste command (⌘V)...");
   const Target found = co_await target();

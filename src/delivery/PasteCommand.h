@@ -6,6 +6,7 @@
 #include "base/log/Logger.h"
 #include "delivery/FocusProbe.h"
 #include "delivery/LentSelection.h"
+#include "delivery/PasteOutcome.h"
 #include "ports/Accessibility.h"
 #include "ports/KeySynthesizer.h"
 #include "ports/Pasteboard.h"
@@ -39,6 +40,8 @@ class PasteCommand {
 
   // By the application in front, then by the focused element.
   Task<Target> target();
+  // The keys for the user who pastes himself, by the same look.
+  Task<PasteKeys> keysThatPaste();
   // Looks once more and sends; the text is the one on the clipboard. Should the chord fail, Shift+Insert is tried. The
   // caller gives the selection back.
   Task<Outcome> send(QString text);

@@ -16,23 +16,7 @@ enum class PasteOutcome {
   failed
 };
 
-// Whether the text waits on the clipboard for the user to paste it himself.
-constexpr bool isLeftOnClipboard(PasteOutcome outcome) {
-  switch (outcome) {
-    case PasteOutcome::notFetched:
-    case PasteOutcome::noTarget:
-    case PasteOutcome::targetGone:
-    case PasteOutcome::typedElsewhere:
-    case PasteOutcome::secureField:
-    case PasteOutcome::noPermission:
-      return true;
-    case PasteOutcome::none:
-    case PasteOutcome::pasted:
-    case PasteOutcome::cancelled:
-    case PasteOutcome::failed:
-      return false;
-  }
-  return false;
-}
+// What the user presses to paste the clipboard himself.
+enum class PasteKeys { controlV, shiftInsert };
 
 }  // namespace quillmere

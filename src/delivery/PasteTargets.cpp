@@ -47,9 +47,6 @@ bool isStandardInputRole(const QString& role) {
 bool isRoleWithoutText(const QString& role) {
   return contains(rolesWithoutText, role);
 }
-QString pasteKeys(const QString& bundleId) {
-  return pastesWithShiftInsert(bundleId) ? QStringLiteral("Shift+Insert") : QStringLiteral("Ctrl+V");
-}
 
 Duration waitAfterReactivation(const QString& bundleId) {
   if (isBrowser(bundleId)) return std::chrono::milliseconds(250);

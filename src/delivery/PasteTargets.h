@@ -23,8 +23,6 @@ bool isSlowToFocus(const QString& bundleId);
 bool isStandardInputRole(const QString& role);
 // Roles of what certainly takes none. What is in neither list, as a container or a canvas, says nothing.
 bool isRoleWithoutText(const QString& role);
-// For the user who pastes himself: "Ctrl+V" or "Shift+Insert".
-QString pasteKeys(const QString& bundleId);
 
 Duration waitAfterReactivation(const QString& bundleId);
 

@@ -47,12 +47,8 @@ Task<PasteOutcome> SmartPaste::paste(PasteRequest request) {
     outcome = co_await run(attempt);
   } catch (const Cancelled&) {
   }
-  co_await shielded(finish(attempt));
+  co_await shielded(finish(attempt, outcome));
   co_return outcome;
-}
-
-Task<void> SmartPaste::leaveOnClipboard(QString text, std::shared_ptr<ClipboardLoan> loan, RestoreRule rule) {
-  if (co_await keeper_.lend(std::move(text), std::move(loan))) co_await keeper_.scheduleRestore(rule);
 }
 
 Task<PasteOutcome> SmartPaste::run(Attempt& attempt) {
@@ -190,15 +186,29 @@ Task<PasteOutcome> SmartPaste::pasteSegments(Attempt& attempt, std::vector<Paste
 }
 
 // However it ended: the text is on the clipboard, its restore is scheduled, and the focus is where it was.
-Task<void> SmartPaste::finish(const Attempt& attempt) {
+Task<void> SmartPaste::finish(Attempt& attempt, PasteOutcome outcome) {
   const PasteRequest& request = attempt.request;
-  if (attempt.isTextWritten)
-    co_await keeper_.scheduleRestore(attempt.rule);
-  else
-    co_await leaveOnClipboard(request.text, request.clipboard, attempt.rule);
+  if (!attempt.isTextWritten) attempt.isTextWritten = co_await keeper_.lend(request.text, request.clipboard);
+  const bool isPasted = outcome == PasteOutcome::pasted;
+  if (isPasted) co_await keeper_.scheduleRestore(attempt.rule);
+  co_await giveFocusBack(attempt);
+  if (isPasted || !attempt.isTextWritten) co_return;
+  if (request.onLeft) co_await nameKeys(request);
+  co_await keeper_.scheduleRestore(attempt.rule);
+}
+
+Task<void> SmartPaste::nameKeys(const PasteRequest& request) {
+  const PasteKeys keys = co_await command_.keysThatPaste();
+  // Some programs paste the selection with these.
+  if (keys == PasteKeys::shiftInsert && !keeper_.selection().holds(request.text))
+    co_await keeper_.selection().lend(request.text);
+  request.onLeft(keys);
+}
+
+Task<void> SmartPaste::giveFocusBack(const Attempt& attempt) {
   const auto& before = attempt.before;
-  if (!before || !request.target || isSameWindow(*before, *request.target)) co_return;
-  if (!isInFront(*request.target)) co_return;
+  const auto& target = attempt.request.target;
+  if (!before || !target || isSameWindow(*before, *target) || !isInFront(*target)) co_return;
   workspace_.activate(*before);
   // The next paste looks at what has the focus.
   co_await comesToFront(*before);

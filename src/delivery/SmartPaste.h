@@ -32,15 +32,15 @@ class SmartPaste {
   Task<PasteOutcome> paste(PasteRequest request);
 
  private:
-  // No keystroke: the text waits on the clipboard for the user.
-  Task<void> leaveOnClipboard(QString text, std::shared_ptr<ClipboardLoan> loan, ClipboardKeeper::RestoreRule rule);
   struct Attempt;
   Task<PasteOutcome> run(Attempt& attempt);
   Task<PasteOutcome> pasteWhole(Attempt& attempt);
   Task<PasteOutcome> pasteSegments(Attempt& attempt, std::vector<PasteSegment> segments);
   // False when another application stays in front.
   Task<bool> reactivate(const std::optional<RunningApplication>& target);
-  Task<void> finish(const Attempt& attempt);
+  Task<void> finish(Attempt& attempt, PasteOutcome outcome);
+  Task<void> giveFocusBack(const Attempt& attempt);
+  Task<void> nameKeys(const PasteRequest& request);
   Task<bool> comesToFront(const RunningApplication& application);
   bool isTypingElsewhere(const Attempt& attempt) const;
   bool isInFront(const RunningApplication& application) const;

@@ -1,4 +1,5 @@
 #pragma once
+#include <QRect>
 #include <QString>
 #include <functional>
 #include <memory>
@@ -35,6 +36,8 @@ class AccessibilityTree {
   virtual bool isAttributeSettable(const AccessibilityElementPtr& element, const QString& attribute) = 0;
   // "AXPress". False when the element can't do it.
   virtual bool performAction(const AccessibilityElementPtr& element, const QString& action) = 0;
+  // Where the cursor stands in a text, in the display's pixels; none where nobody tells.
+  virtual std::optional<QRect> caret(const AccessibilityElementPtr& element) = 0;
   virtual bool isOutOfTime() const = 0;
 };
 

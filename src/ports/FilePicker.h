@@ -3,18 +3,22 @@
 #include <QStringList>
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 #include "base/async/Task.h"
 
 namespace quillmere {
 
-// The desktop's dialog for choosing one existing file. Main thread; cancelling the task closes the dialog.
+// The desktop's dialogs for choosing what is on the disk. Main thread; cancelling the task closes the dialog.
 class FilePicker {
  public:
   virtual ~FilePicker() = default;
-  // `mimeTypes` may hold "audio/*"; `extensions` are offered beside them. Nothing when the user dismissed the dialog.
-  virtual Task<std::optional<std::filesystem::path>> pickFile(QString title, QStringList mimeTypes,
-                                                              QStringList extensions) = 0;
+  // Existing files; those with the `extensions` are offered first, under `kindName`. None when the user dismissed the
+  // dialog.
+  virtual Task<std::vector<std::filesystem::path>> pickFiles(QString title, QString kindName,
+                                                             QStringList extensions) = 0;
+  // An existing folder or one that the user makes there; nothing when the dialog was dismissed. `start` may be missing.
+  virtual Task<std::optional<QString>> pickFolder(QString title, QString start) = 0;
 };
 
 }  // namespace quillmere

@@ -47,6 +47,8 @@ class MediaEncoder {
                                                                       const AacEncoderSettings& settings) = 0;
   // nullptr when the platform can't make one.
   virtual std::unique_ptr<MediaExportSession> createExportSession(const QString& from, const QString& to) = 0;
+  // Takes the packets of the sound over as they are. It fails where an M4A can't hold them. nullptr as above.
+  virtual std::unique_ptr<MediaExportSession> createPacketCopy(const QString& from, const QString& to) = 0;
 };
 
 }  // namespace quillmere

@@ -15,6 +15,7 @@ struct MediaError {
     noAudioTrack,  // media without sound
     unsupported,   // a format that is known but can't be decoded here
     readFailed,    // broken off in the middle
+    incomplete,    // a WAV that ends, or can't be read, before the end that it states
     writeFailed,   // the target could not be written or encoded
     stopped        // the stop flag was set
   };
@@ -40,6 +41,8 @@ class MediaReader {
   virtual AudioStreamFormat format() const = 0;
   // Frames as the file states or suggests them. A hint: a file may hold fewer or more.
   virtual std::optional<qint64> nominalFrames() const = 0;
+  // Whether moving pictures go with the sound. The cover of a record is none.
+  virtual bool hasPicture() const { return false; }
   // At most maxFrames (> 0) frames; none at the end. After an error or the end every further call gives the end.
   virtual Result<AudioBlock, MediaError> read(qint64 maxFrames) = 0;
   // Goes on at this frame, or a little before it where the format has no such place. False where it can't; reading then
@@ -60,7 +63,8 @@ class MediaReaderFactory {
 
   virtual ~MediaReaderFactory() = default;
   virtual Result<std::unique_ptr<MediaReader>, MediaError> open(const QString& path, Output output) = 0;
-  // Length in seconds; reads through the whole file where its own statement can't be trusted.
+  // Length in seconds; reads through the whole file where its own statement can't be trusted. The error is `incomplete`
+  // for a WAV that states much more than it holds.
   virtual Result<double, MediaError> durationSeconds(const QString& path, const std::atomic<bool>& stop) = 0;
 };
 

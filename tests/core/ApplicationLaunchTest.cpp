@@ -7,7 +7,6 @@
 #include "core/ShortcutStore.h"
 #include "providers/TranscriptionModelManager.h"
 #include "recording/CrashRecoveryManager.h"
-#include "recording/MusicBlocker.h"
 #include "transcripts/ModelPreparation.h"
 
 namespace quillmere {
@@ -22,8 +21,8 @@ struct LaunchFixture : RecordingManagerFixture {
     hotkeys = std::make_unique<GlobalHotkeys>(std::move(keysUse), logging);
   }
   void launch() {
-    ApplicationLaunch::Services use{executor, appState,     *manager, recovery,      preparation,
-                                    settings, *persistence, *hotkeys, &shortcutKeys, &musicBlocker};
+    ApplicationLaunch::Services use{executor, appState,     *manager, recovery,     preparation,
+                                    settings, *persistence, *hotkeys, &shortcutKeys};
     use.windows.onOrderOutWindow = [this] { windows << "ordered out"; };
     use.windows.onShowOnboarding = [this] { windows << "onboarding"; };
     applicationLaunch = std::make_unique<ApplicationLaunch>(std::move(use), logging);
@@ -40,11 +39,11 @@ struct LaunchFixture : RecordingManagerFixture {
     return session;
   }
 
-  CrashRecoveryManager recovery{{*persistence, sessions, processLocks, converter, samples, clock, folders}, logging};
+  CrashRecoveryManager recovery{{*persistence, sessions, processLocks, converter, samples, clock, settings.storage()},
+                                logging};
   TranscriptionModelManager models{{}, *persistence, 4, logging};
   ModelPreparation preparation{executor, *persistence, models, logging};
   ShortcutStore shortcutKeys{defaults, shortcuts, &appState, logging};
-  MusicBlocker musicBlocker{workspace, logging};
   std::unique_ptr<GlobalHotkeys> hotkeys;
   QStringList windows;
   std::unique_ptr<ApplicationLaunch> applicationLaunch;

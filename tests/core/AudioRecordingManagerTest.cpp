@@ -84,7 +84,7 @@ TEST(AudioRecordingManagerTest, AChordWithThePushToTalkKey) {
   const auto chord = [&](Duration held) {
     f.keyboard.setFlags(modifierFlags::control);
     f.executor.advance(held);
-    f.keyboard.setFlags(modifierFlags::control | modifierFlags::option);
+    f.keyboard.setFlags(modifierFlags::control | modifierFlags::alt);
     f.keyboard.pressKey();
     f.executor.advance(30ms);
     f.press();  // the shortcut
@@ -120,7 +120,7 @@ TEST(AudioRecordingManagerTest, ArmsTheKeyWhenThePermissionComes) {
   for (const Duration delay : {Duration(300ms), Duration(30s)}) {
     RecordingManagerFixture f;
     f.accessibility.trusted = false;
-    f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
+    f.settings.setPushToTalkMode(PushToTalkMode::rightAlt);
     f.executor.startTimer(delay, [&f] { f.accessibility.trusted = true; });
     f.configure();
     const bool isLate = delay > 1s;

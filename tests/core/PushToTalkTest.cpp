@@ -136,15 +136,15 @@ TEST(PushToTalkTest, AChangeBeforeTheMonitorStartedWins) {
 TEST(PushToTalkTest, AMissingPermissionIsReportedOnceUntilItIsThere) {
   PushToTalkFixture f;
   f.isTrusted = false;
-  f.configure(PushToTalkMode::leftOption);
-  f.configure(PushToTalkMode::rightOption);
+  f.configure(PushToTalkMode::leftAlt);
+  f.configure(PushToTalkMode::rightAlt);
   EXPECT_FALSE(f.monitor.isMonitoring());
   EXPECT_EQ(f.reporting.reports.size(), 1U);
   f.isTrusted = true;
-  f.configure(PushToTalkMode::rightOption);
+  f.configure(PushToTalkMode::rightAlt);
   EXPECT_TRUE(f.monitor.isMonitoring());
   f.isTrusted = false;
-  f.configure(PushToTalkMode::rightOption);
+  f.configure(PushToTalkMode::rightAlt);
   EXPECT_FALSE(f.monitor.isMonitoring());
   EXPECT_EQ(f.reporting.reports.size(), 2U);
 }

@@ -40,7 +40,8 @@ struct KilledProcess : RecordingFlowFixture {
     processLocks.kill();
     FakeProcessLocks nextLocks(processLocks.machine());
     RecordingSessionManager nextSessions(*next, clock, nextLocks, logging);
-    CrashRecoveryManager manager({*next, nextSessions, nextLocks, converter, samples, clock, folders}, logging);
+    CrashRecoveryManager manager({*next, nextSessions, nextLocks, converter, samples, clock, settings.storage()},
+                                 logging);
     ManualExecutor nextExecutor;
     runTask(nextExecutor, manager.recoverOrphanedRecordings());
     const size_t first = next->fetchTranscripts(-1).size();

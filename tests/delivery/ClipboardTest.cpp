@@ -140,6 +140,13 @@ TEST_F(ClipboardTest, AProgramThatTakesTheTextOverWhileItPastesHasFetchedIt) {
   EXPECT_EQ(paste("two"), PasteOutcome::pasted) << "while the other program has the first text";
   executor.advance(11s);
   EXPECT_TRUE(isOriginalBack());
+  // A moment later than it pasted.
+  keys.onStroke = [&](const QString&) { pasteboard.fetch(); };
+  EXPECT_EQ(paste("three"), PasteOutcome::pasted);
+  executor.advance(100ms);
+  pasteboard.fetchAndTakeOver();
+  executor.advance(11s);
+  EXPECT_TRUE(isOriginalBack());
 }
 
 TEST_F(ClipboardTest, WaitingForTheRestoreEndsWhenItIsDoneOrWaitsForTheUser) {

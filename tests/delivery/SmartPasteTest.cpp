@@ -134,6 +134,40 @@ TEST_F(SmartPasteTest, AFailedChordFallsBackAndAFailedFallbackFails) {
   EXPECT_THAT(keys.strokes, IsEmpty());
 }
 
+TEST_F(SmartPasteTest, WhoPastesHimselfIsToldTheKeysThatDoIt) {
+  const struct {
+    const char* name;
+    const char* bundleId;
+    FakeAccessibilityNode::Ptr focused;
+    PasteKeys keys;
+  } cases[] = {
+      {"a text field", "org.example.letters", node("AXTextField"), PasteKeys::controlV},
+      {"a list", "org.example.letters", node("AXList"), PasteKeys::controlV},
+      {"nothing to be read", "org.example.letters", nullptr, PasteKeys::shiftInsert},
+      {"a terminal", "net.kovidgoyal.kitty", nullptr, PasteKeys::shiftInsert},
+  };
+  for (const auto& one : cases) {
+    pasteboard.copyElsewhere(original);
+    pasteboard.selectElsewhere("marked");
+    workspace.setFrontmost(application(300, one.bundleId));
+    accessibility.focus(one.focused);
+    PasteRequest wanted = request(text);
+    wanted.target = application(7, "org.example.closed");
+    std::optional<PasteKeys> told;
+    wanted.onLeft = [&](PasteKeys keys) { told = keys; };
+    EXPECT_EQ(paste(wanted), Kind::targetGone) << one.name;
+    EXPECT_EQ(told, one.keys) << one.name;
+    // Some programs paste the selection with Shift+Insert.
+    EXPECT_EQ(pasteboard.selection, one.keys == PasteKeys::shiftInsert ? text : "marked") << one.name;
+    executor.advance(1s);
+    pasteboard.fetch();
+    executor.advance(20s);
+    EXPECT_TRUE(isOriginalBack()) << one.name;
+    EXPECT_EQ(pasteboard.selection, "marked") << one.name;
+  }
+  EXPECT_THAT(keys.strokes, IsEmpty());
+}
+
 // --- windows
 
 TEST_F(SmartPasteTest, TheTargetIsTheWindowOfThePressAndNobodyWhenThatIsClosed) {

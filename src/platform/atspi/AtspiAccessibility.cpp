@@ -52,7 +52,7 @@ AtspiAccessibility::~AtspiAccessibility() = default;
 
 AtspiThread& AtspiAccessibility::thread() const {
   assertCurrent(executor_);
-  if (!thread_) thread_ = std::make_unique<AtspiThread>(options_.enablesToolkits, logging_);
+  if (!thread_) thread_ = std::make_unique<AtspiThread>(logging_);
   return *thread_;
 }
 

@@ -20,8 +20,6 @@ class AtspiThread;
 class AtspiAccessibility final : public Accessibility {
  public:
   struct Options {
-    // Tells toolkits on the session bus that somebody reads them. Programs that started before may not notice.
-    bool enablesToolkits = true;
     // The process whose window has the keyboard; called on the main thread when a visit begins. Without it, or for a
     // process that the bus doesn't know (a sandbox), the window that calls itself active decides.
     std::function<std::optional<qint64>()> frontmostProcessId;

@@ -1,7 +1,6 @@
 #include "platform/atspi/AtspiBus.h"
 
 #include <QDBusReply>
-#include <QDBusVariant>
 #include <QFileInfo>
 
 namespace quillmere {
@@ -31,10 +30,8 @@ QString uniqueName() {
 
 }  // namespace
 
-AtspiBus::AtspiBus(bool enablesToolkits, const Logging& logging)
-    : enablesToolkits_(enablesToolkits),
-      logger_(logging.logger(QStringLiteral("AtspiAccessibility"))),
-      connection_(QString()) {}
+AtspiBus::AtspiBus(const Logging& logging)
+    : logger_(logging.logger(QStringLiteral("AtspiAccessibility"))), connection_(QString()) {}
 
 AtspiBus::~AtspiBus() {
   forget();
@@ -65,15 +62,6 @@ bool AtspiBus::connectToBus() {
           session.call(QDBusMessage::createMethodCall(service, path, service, QStringLiteral("GetAddress")),
                        QDBus::Block, addressLimitMs);
       if (reply.isValid()) address = reply.value();
-      if (!address.isEmpty() && enablesToolkits_) {
-        auto message = QDBusMessage::createMethodCall(service, path, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                      QStringLiteral("Set"));
-        message << QStringLiteral("org.a11y.Status") << QStringLiteral("IsEnabled")
-                << QVariant::fromValue(QDBusVariant(true));
-        const QDBusMessage answer = session.call(message, QDBus::Block, busLimitMs);
-        if (answer.type() == QDBusMessage::ErrorMessage)
-          logger_.warning("Accessibility can't be switched on for other programs: %{public}s", answer.errorMessage());
-      }
     }
   }
   QDBusConnection::disconnectFromBus(sessionName);

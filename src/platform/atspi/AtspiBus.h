@@ -17,7 +17,7 @@ class AtspiBus final : public QObject {
   Q_OBJECT
 
  public:
-  AtspiBus(bool enablesToolkits, const Logging& logging);
+  explicit AtspiBus(const Logging& logging);
   ~AtspiBus() override;
 
   // Connects unless it is connected or was tried less than a second ago. Whether there is a connection now.
@@ -46,7 +46,6 @@ class AtspiBus final : public QObject {
   void registerEvents();
   void forget();
 
-  bool enablesToolkits_;
   Logger logger_;
   QString name_;
   QDBusConnection connection_;

@@ -68,6 +68,23 @@ std::optional<QString> AtspiText::range(const AtspiElement& element, int begin, 
   return parts.join(QLatin1Char('\n')).left(mostCharacters);
 }
 
+std::optional<QRect> AtspiText::caret(const AtspiElement& element) {
+  constexpr quint32 onScreen = 0;
+  if (!objects_.hasInterface(element, textInterface)) return std::nullopt;
+  const auto offset = objects_.caller().property(element.reference, textInterface, "CaretOffset");
+  if (!offset || offset->toInt() < 0) return std::nullopt;
+  // After the last character there is nothing to be measured.
+  for (int at = offset->toInt(); at >= std::max(offset->toInt() - 1, 0); --at) {
+    const auto extents =
+        objects_.caller().call(element.reference, textInterface, "GetCharacterExtents", {at, onScreen});
+    if (!extents || extents->size() < 4) return std::nullopt;
+    const QRect place(extents->at(0).toInt(), extents->at(1).toInt(), std::max(extents->at(2).toInt(), 1),
+                      extents->at(3).toInt());
+    if (place.height() > 0) return place;
+  }
+  return std::nullopt;
+}
+
 std::optional<QString> AtspiText::selection(const AtspiElement& element) {
   int budget = mostObjects;
   return selectionOf(element, budget);

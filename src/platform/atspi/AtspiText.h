@@ -1,4 +1,5 @@
 #pragma once
+#include <QRect>
 #include <QString>
 #include <optional>
 
@@ -20,6 +21,9 @@ class AtspiText {
   std::optional<QString> content(const AtspiElement& element);
   // Of a document also what is selected in the objects inside it. Nothing: no text interface, or nothing selected.
   std::optional<QString> selection(const AtspiElement& element);
+
+  // Where the cursor stands, in the display's pixels.
+  std::optional<QRect> caret(const AtspiElement& element);
 
  private:
   std::optional<QString> range(const AtspiElement& element, int begin, int end, int& budget);

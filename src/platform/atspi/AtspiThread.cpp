@@ -4,10 +4,10 @@
 
 namespace quillmere {
 
-AtspiThread::AtspiThread(bool enablesToolkits, const Logging& logging) : waker_(new QObject) {
+AtspiThread::AtspiThread(const Logging& logging) : waker_(new QObject) {
   waker_->moveToThread(&thread_);
   QObject::connect(&thread_, &QThread::started, waker_,
-                   [this, enablesToolkits, logging] { bus_ = std::make_unique<AtspiBus>(enablesToolkits, logging); });
+                   [this, logging] { bus_ = std::make_unique<AtspiBus>(logging); });
   QObject::connect(
       &thread_, &QThread::finished, waker_, [this] { bus_.reset(); }, Qt::DirectConnection);
   QObject::connect(&thread_, &QThread::finished, waker_, &QObject::deleteLater);

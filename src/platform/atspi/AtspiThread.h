@@ -17,7 +17,7 @@ class AtspiThread {
  public:
   using Job = std::function<void(AtspiBus&)>;
 
-  AtspiThread(bool enablesToolkits, const Logging& logging);
+  explicit AtspiThread(const Logging& logging);
   AtspiThread(const AtspiThread&) = delete;
   AtspiThread& operator=(const AtspiThread&) = delete;
   // Waits for the job under way, whose calls fail from now on; later ones are dropped.

@@ -95,6 +95,12 @@ std::optional<QString> AtspiTree::text(const AccessibilityElementPtr& element, c
   return std::nullopt;
 }
 
+std::optional<QRect> AtspiTree::caret(const AccessibilityElementPtr& element) {
+  const auto* const at = atspi(element);
+  if (!at || at->kind == AtspiElement::Kind::systemWide || isOutOfTime()) return std::nullopt;
+  return texts_.caret(*at);
+}
+
 std::optional<QString> AtspiTree::value(const AtspiElement& element) {
   const AtspiNature nature = objects_.nature(element);
   const QString role = axRole(nature);

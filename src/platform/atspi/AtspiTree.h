@@ -20,6 +20,7 @@ class AtspiTree final : public AccessibilityTree {
                                                 int limit) override;
   bool isAttributeSettable(const AccessibilityElementPtr& element, const QString& attribute) override;
   bool performAction(const AccessibilityElementPtr& element, const QString& action) override;
+  std::optional<QRect> caret(const AccessibilityElementPtr& element) override;
   bool isOutOfTime() const override { return caller_.isOutOfTime(); }
 
  private:

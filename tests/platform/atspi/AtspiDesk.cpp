@@ -21,6 +21,7 @@ SeenElement look(AccessibilityTree& tree, const AccessibilityElementPtr& element
   seen.placeholder = text("AXPlaceholderValue");
   seen.enabled = text("AXEnabled");
   seen.isValueSettable = tree.isAttributeSettable(element, "AXValue");
+  seen.caret = tree.caret(element);
   return seen;
 }
 

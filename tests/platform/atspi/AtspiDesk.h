@@ -14,6 +14,7 @@ struct SeenElement {
   bool exists = false;
   std::optional<QString> role, subrole, title, value, selectedText, placeholder, enabled;
   bool isValueSettable = false;
+  std::optional<QRect> caret;
   std::optional<QString> windowTitle;
 };
 

@@ -49,6 +49,10 @@ TEST_F(AtspiToolkitsTest, FieldsTellWhatTheyAre) {
     EXPECT_TRUE(!is('p') || !seen.value);
     EXPECT_EQ(seen.selectedText.value_or(""), is('s') && !is('p') ? text : QString());
     EXPECT_EQ(seen.isValueSettable, is('w'));
+    if (is('w') && !is('p')) {
+      ASSERT_TRUE(seen.caret);
+      EXPECT_TRUE(QRect(0, 0, 1600, 1000).contains(*seen.caret));
+    }
     EXPECT_EQ(seen.enabled, "true");
     if (is('s')) {
       EXPECT_EQ(seen.title, "Greeting");

@@ -1,5 +1,7 @@
 #include "platform/qt/QtDefaultsStore.h"
 
+#include <sys/stat.h>
+
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -157,6 +159,23 @@ TEST_F(QtDefaultsStoreTest, WhatTheDiskRefusesStaysReadable) {
   EXPECT_TRUE(store.setValue("other", 1));  // what was refused goes along
   const QtDefaultsStore again(path);
   EXPECT_EQ(again.keys(), QStringList({"enableVAD", "other"}));
+}
+
+TEST_F(QtDefaultsStoreTest, IsClosedToOthersAlsoWhereItWasOpen) {
+  const mode_t mask = ::umask(0022);
+  constexpr QFile::Permissions others =
+      QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+  {
+    QtDefaultsStore store(path);
+    EXPECT_TRUE(store.setValue("a", 1));
+    EXPECT_EQ(QFile::permissions(path) & others, QFile::Permissions());
+    EXPECT_EQ(QFile::permissions(QFileInfo(path).absolutePath()) & others, QFile::Permissions());
+    ASSERT_TRUE(QFile::setPermissions(path, QFile::Permissions(0x6644)));
+    EXPECT_TRUE(store.setValue("b", 2));
+    EXPECT_EQ(QFile::permissions(path) & others, QFile::Permissions());
+  }
+  EXPECT_EQ(QtDefaultsStore(path).keys(), QStringList({"a", "b"}));
+  ::umask(mask);
 }
 
 }  // namespace
