@@ -20,8 +20,6 @@ class GeneralSettingsManager final : public SettingsChannel {
   bool setEnableErrorLogging(bool value) { return set<"enableErrorLogging">(value); }
   bool enableVAD() const { return get<"enableVAD">(); }
   bool setEnableVAD(bool value) { return set<"enableVAD">(value); }
-  bool blockAppleMusic() const { return get<"blockAppleMusic">(); }
-  bool setBlockAppleMusic(bool value) { return set<"blockAppleMusic">(value); }
 
  private:
   void onChanged(const QString& key) override;

@@ -49,14 +49,34 @@ QString fallbackLabel(PushToTalkMode mode) {
   switch (mode) {
     case PushToTalkMode::disabled:
       return "Disabled";
+    case PushToTalkMode::leftControl:
+      return "Left Ctrl";
+    case PushToTalkMode::rightControl:
+      return "Right Ctrl";
+    case PushToTalkMode::leftAlt:
+      return "Left Alt";
+    case PushToTalkMode::rightAlt:
+      return "Right Alt";
+    case PushToTalkMode::leftShift:
+      return "Left Shift";
+    case PushToTalkMode::rightShift:
+      return "Right Shift";
+    case PushToTalkMode::leftSuper:
+      return "Left Super";
+    case PushToTalkMode::rightSuper:
+      return "Right Super";
+    case PushToTalkMode::capsLock:
+      return "Caps Lock";
+    case PushToTalkMode::menu:
+      return "Menu";
+    case PushToTalkMode::pause:
+      return "Pause";
+    case PushToTalkMode::scrollLock:
+      return "Scroll Lock";
     case PushToTalkMode::fn:
-      return "FN Key";
+      return "Fn";
     case PushToTalkMode::control:
-      return "Control Key";
-    case PushToTalkMode::leftOption:
-      return "Left Option Key";
-    case PushToTalkMode::rightOption:
-      return "Right Option Key";
+      return "Ctrl";
     case PushToTalkMode::custom:
       return "Custom Shortcut";
     case PushToTalkMode::usbPedal:

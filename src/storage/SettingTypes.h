@@ -8,7 +8,26 @@ namespace quillmere {
 enum class MediaControlMode { off, muteAudio, pauseMedia };
 enum class SoundTheme { classic, modern };
 enum class AutoDeleteTimeUnit { minutes, hours, days };
-enum class PushToTalkMode { disabled, fn, control, leftOption, rightOption, custom, usbPedal };
+// The names of the single keys are those of ModifierKey.
+enum class PushToTalkMode {
+  disabled,
+  leftControl,
+  rightControl,
+  leftAlt,
+  rightAlt,
+  leftShift,
+  rightShift,
+  leftSuper,
+  rightSuper,
+  capsLock,
+  menu,
+  pause,
+  scrollLock,
+  fn,
+  control,  // either side
+  custom,
+  usbPedal
+};
 
 template <>
 struct RawValues<MediaControlMode> {
@@ -29,10 +48,26 @@ struct RawValues<AutoDeleteTimeUnit> {
 template <>
 struct RawValues<PushToTalkMode> {
   using E = PushToTalkMode;
-  static constexpr std::array values{std::pair{E::disabled, "disabled"},       std::pair{E::fn, "fn"},
-                                     std::pair{E::control, "control"},         std::pair{E::leftOption, "leftOption"},
-                                     std::pair{E::rightOption, "rightOption"}, std::pair{E::custom, "custom"},
-                                     std::pair{E::usbPedal, "usbPedal"}};
+  static constexpr std::array values{
+      std::pair{E::disabled, "disabled"},
+      std::pair{E::leftControl, "leftControl"},
+      std::pair{E::rightControl, "rightControl"},
+      std::pair{E::leftAlt, "leftAlt"},
+      std::pair{E::rightAlt, "rightAlt"},
+      std::pair{E::leftShift, "leftShift"},
+      std::pair{E::rightShift, "rightShift"},
+      std::pair{E::leftSuper, "leftSuper"},
+      std::pair{E::rightSuper, "rightSuper"},
+      std::pair{E::capsLock, "capsLock"},
+      std::pair{E::menu, "menu"},
+      std::pair{E::pause, "pause"},
+      std::pair{E::scrollLock, "scrollLock"},
+      std::pair{E::fn, "fn"},
+      std::pair{E::control, "control"},
+      std::pair{E::custom, "custom"},
+      std::pair{E::usbPedal, "usbPedal"},
+  };
+  static constexpr std::array formerValues{std::pair{E::leftAlt, "leftOption"}, std::pair{E::rightAlt, "rightOption"}};
 };
 
 // Keys of the texts that the interface shows ("" for a sound theme, whose raw value is its label).

@@ -6,7 +6,10 @@ SettingsChannel::SettingsChannel(DefaultsStore& defaults, const StandardFolders&
     : defaults_(defaults), folders_(folders) {
   observerToken_ = defaults_.addObserver([this, group](const QString& key) {
     const SettingDefinition* definition = findSetting(key);
-    if (!definition || definition->group != group) return;
+    if (!definition) return;
+    // The root tells of what no manager owns, too.
+    const bool isForeign = definition->group == SettingGroup::outside && group == SettingGroup::root;
+    if (definition->group != group && !isForeign) return;
     onChanged(key);
     changed_.tell(key);
   });

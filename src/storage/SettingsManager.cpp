@@ -18,6 +18,10 @@ SettingsManager::SettingsManager(DefaultsStore& defaults, const StandardFolders&
   if (!(audioSampleRate() >= 8000.0 && audioSampleRate() <= 48000.0)) setAudioSampleRate(16000.0);
   if (historyRetentionDays() < 0) setHistoryRetentionDays(30);
   if (defaultLanguage() == "en-US") setDefaultLanguage("en");
+  // Older versions had other names for some keys.
+  if (const auto mode = fromRawValue<PushToTalkMode>(get<"pushToTalkMode">());
+      mode && rawValue(*mode) != get<"pushToTalkMode">())
+    setPushToTalkMode(*mode);
   const auto forward = [this](const QString& key) { announce(key); };
   for (SettingsChannel* child :
        std::initializer_list<SettingsChannel*>{&general_, &audio_, &storage_, &developerMode_, &autoDelete_})

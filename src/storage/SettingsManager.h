@@ -33,6 +33,7 @@ class SettingsManager final : public SettingsChannel {
   AutoDeleteSettingsManager& autoDelete() { return autoDelete_; }
   const AutoDeleteSettingsManager& autoDelete() const { return autoDelete_; }
 
+  bool applyVocabularyWithoutRewriting() const { return get<"applyVocabularyWithoutRewriting">(); }
   bool pasteResultText() const { return get<"pasteResultText">(); }
   bool setPasteResultText(bool value) { return set<"pasteResultText">(value); }
   bool restoreClipboardAfterPaste() const { return get<"restoreClipboardAfterPaste">(); }

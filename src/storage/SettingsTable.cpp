@@ -12,6 +12,7 @@
 #include "base/text/Graphemes.h"
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
+#include "domain/catalogs/SpeechLanguages.h"
 
 namespace quillmere {
 
@@ -92,6 +93,7 @@ Parsed parseText(const SettingDefinition& definition, const QString& key, const 
       const QStringList choices = choicesOf(definition);
       for (const QString& choice : choices)
         if (choice.compare(text, Qt::CaseInsensitive) == 0) return QVariant(choice);
+      if (const QString meant = definition.meantChoice(text); !meant.isEmpty()) return QVariant(meant);
       return Failed{localizedText("settings.error.choice", key, text, choices.join(", "))};
     }
     case SettingRule::uuidOrEmpty: {
@@ -102,9 +104,7 @@ Parsed parseText(const SettingDefinition& definition, const QString& key, const 
     }
     case SettingRule::languageCode: {
       const QString code = normalizeLanguageCode(text);
-      for (const QChar character : code)
-        if (!(character.unicode() < 128 && character.isLetterOrNumber()) && character != u'-')
-          return Failed{localizedText("settings.error.language", key, text)};
+      if (!isSpeechLanguage(code)) return Failed{localizedText("settings.error.language", key, text)};
       return QVariant(code);
     }
     case SettingRule::absolutePath:

@@ -51,6 +51,8 @@ struct SettingDefinition {
   SettingRule rule = SettingRule::none;
   const char* const* choices = nullptr;
   int choiceCount = 0;
+  // The choice that a stored text means, also one that older versions stored; empty for none.
+  QString (*meantChoice)(const QString& stored) = nullptr;
 
   // Key of the sentence that describes the setting: "settings.describe." and the key.
   QString descriptionKey() const { return QStringLiteral("settings.describe.") + QString::fromLatin1(key); }
@@ -89,7 +91,11 @@ constexpr SettingDefinition choice(SettingGroup group, const char* key, const ch
           .isRegistered = isRegistered,
           .rule = SettingRule::choice,
           .choices = rawTexts<E>.data(),
-          .choiceCount = int(rawTexts<E>.size())};
+          .choiceCount = int(rawTexts<E>.size()),
+          .meantChoice = [](const QString& stored) {
+            const auto meant = fromRawValue<E>(stored);
+            return meant ? rawValue(*meant) : QString();
+          }};
 }
 constexpr SettingDefinition integer(SettingGroup group, const char* key, int value, int minimum,
                                     bool isRegistered = false) {
@@ -144,7 +150,6 @@ inline constexpr std::array settingsTable = [] {
       flag(G::general, "checkForUpdatesAutomatically", true, registered),
       flag(G::general, "enableErrorLogging", true, registered),
       flag(G::general, "enableVAD", true, registered),
-      flag(G::general, "blockAppleMusic", false),
 
       sensitive(text(G::audio, "selectedMicrophoneId", "")),
       flag(G::audio, "autoIncreaseMicVolume", true, registered),
@@ -177,7 +182,9 @@ inline constexpr std::array settingsTable = [] {
                         .type = SettingType::stringList,
                         .defaultValue = "[]"},
 
+      flag(G::root, "applyVocabularyWithoutRewriting", true),
       flag(G::root, "pasteResultText", true, registered),
+      flag(G::root, "enableAccessibility", true),
       flag(G::root, "restoreClipboardAfterPaste", true, registered),
       real(G::root, "clipboardRestoreDelaySeconds", 10.0, 0.0, std::nullopt, registered),
       flag(G::root, "showExperimentalModels", false, registered),
@@ -209,6 +216,7 @@ inline constexpr std::array settingsTable = [] {
 
       flag(G::outside, "launchAtLogin", true, registered),
       internal(flag(G::outside, "hasCompletedOnboarding", false)),
+      internal(flag(G::outside, "accessibilityWasSwitchedOn", false)),
       unset(SettingType::text, "lastNavigationItem"),
       unset(SettingType::text, "lastSelectedMode"),
       flag(G::outside, "useOpenAITranscription", false),

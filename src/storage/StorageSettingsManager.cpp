@@ -2,13 +2,12 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 #include "base/async/Await.h"
+#include "storage/AbsentDisk.h"
+#include "storage/PrivateFolder.h"
 
 namespace quillmere {
 
@@ -19,12 +18,8 @@ constexpr std::chrono::milliseconds pauseBetweenAttempts{300};
 
 // Makes the folder with everything above it; the system's sentence where that fails.
 std::optional<QString> makeFolder(const QString& path) {
-  std::error_code error;
-  const std::filesystem::path folder(QFile::encodeName(path).toStdString());
-  std::filesystem::create_directories(folder, error);
-  if (error) return QString::fromStdString(error.message());
-  if (!QFileInfo(path).isDir()) return QString::fromLocal8Bit(std::strerror(ENOTDIR));
-  return std::nullopt;
+  if (makePrivateFolder(path)) return std::nullopt;
+  return QString::fromLocal8Bit(std::strerror(errno));
 }
 
 bool isWritableFolder(const QString& path) {
@@ -73,61 +68,93 @@ void StorageSettingsManager::ensureAppFolder() {
     log_.info("✅ Created app folder at: %{public}s", path);
 }
 
+void StorageSettingsManager::setStandIn(std::optional<QString> folder) {
+  if (standIn_ == folder) return;
+  standIn_ = std::move(folder);
+  announce("recordingsStandIn");
+}
+
 bool StorageSettingsManager::hasWritableRecordingsFolder() const {
-  return isWritableFolder(recordingsFolder());
+  return isWritableFolder(folderForRecordings());
 }
 
 void StorageSettingsManager::ensureRecordingsFolder() {
-  if (hasWritableRecordingsFolder()) return;
-  if (userChoseAlternateStorage()) {
-    runFallbackLadder();
-    return;
-  }
   const QString path = recordingsFolder();
-  if (isInFolder(path, folders_.documents) && !documentsPermissionExplained() && !documentsAccessDenied()) {
-    setShowDocumentsPermissionAlert(true);
-    leaveBreadcrumb("Documents access explanation shown", {{"path", path}});
+  const bool isAskedFirst = isInFolder(path, folders_.documents) && !documentsPermissionExplained() &&
+                            !documentsAccessDenied() && !userChoseAlternateStorage();
+  if (isWritableFolder(path) || !isAskedFirst) {
+    makeOrReplace();
     return;
   }
-  if (makeFolder(path)) runFallbackLadder();
+  setStandIn(std::nullopt);
+  setShowDocumentsPermissionAlert(true);
+  leaveBreadcrumb("Documents access explanation shown", {{"path", path}});
+}
+
+QString StorageSettingsManager::usableRecordingsFolder() {
+  makeOrReplace();
+  return folderForRecordings();
 }
 
 bool StorageSettingsManager::confirmDocumentsAccess() {
   setDocumentsPermissionExplained(true);
   setShowDocumentsPermissionAlert(false);
-  if (!makeFolder(recordingsFolder()) && hasWritableRecordingsFolder()) return true;
+  if (!makeFolder(recordingsFolder()) && isWritableFolder(recordingsFolder())) {
+    setStandIn(std::nullopt);
+    return true;
+  }
   setDocumentsAccessDenied(true);
-  return runFallbackLadder();
+  return replaceForNow();
 }
 
+// The one case in which another folder is the user's own choice.
 bool StorageSettingsManager::declineDocumentsAccess() {
   setDocumentsPermissionExplained(true);
   setUserChoseAlternateStorage(true);
   setShowDocumentsPermissionAlert(false);
-  return runFallbackLadder();
+  const std::optional<QString> folder = fallbackFolder();
+  if (!folder) return false;
+  setStandIn(std::nullopt);
+  setRecordingsFolder(*folder);
+  const QString ownFolder = folders_.applicationSupport + "/Quillmere";
+  if (isInFolder(*folder, ownFolder)) setAppFolderPath(ownFolder);
+  return true;
 }
 
-bool StorageSettingsManager::runFallbackLadder() {
+bool StorageSettingsManager::makeOrReplace() {
+  const QString path = recordingsFolder();
+  const auto isUsable = [&path] { return isWritableFolder(path); };
+  const bool isDeclined = userChoseAlternateStorage() && isInFolder(path, folders_.documents);
+  if (!isUsable() && !isDeclined && !isOnAbsentDisk(path)) (void)makeFolder(path);
+  if (!isUsable()) return replaceForNow();
+  setStandIn(std::nullopt);
+  return true;
+}
+
+bool StorageSettingsManager::replaceForNow() {
+  setStandIn(fallbackFolder());
+  return standIn_.has_value();
+}
+
+std::optional<QString> StorageSettingsManager::fallbackFolder() {
   struct Step {
     QString folder;
     LogFormat<QString> line;
     const char* name;
   };
-  const QString ownFolder = folders_.applicationSupport + "/Quillmere";
   const Step steps[] = {
-      {ownFolder + "/recordings", "↩️ Using Application Support for recordings: %{public}s", "application_support"},
+      {folders_.applicationSupport + "/Quillmere/recordings", "↩️ Using Application Support for recordings: %{public}s",
+       "application_support"},
       {folders_.downloads + "/Quillmere Recordings", "↩️ Using Downloads for recordings: %{public}s", "downloads"},
       {folders_.temporary + "/Quillmere/recordings", "↩️ Using temporary directory for recordings: %{public}s",
        "temporary"}};
   for (const Step& step : steps) {
     if (makeFolder(step.folder) || !isWritableFolder(step.folder)) continue;
-    setRecordingsFolder(step.folder);
-    if (&step == steps) setAppFolderPath(ownFolder);
     log_.info(step.line, step.folder);
     leaveBreadcrumb("Storage fallback selected", {{"fallback", QString(step.name)}, {"path", step.folder}});
-    return true;
+    return step.folder;
   }
-  return false;
+  return std::nullopt;
 }
 
 Task<bool> StorageSettingsManager::waitForRecordingsFolder(std::chrono::nanoseconds timeout) {
@@ -139,7 +166,7 @@ Task<bool> StorageSettingsManager::waitForRecordingsFolder(std::chrono::nanoseco
     if (showDocumentsPermissionAlert_) {
       co_await sleepFor(pauseWhileAsking);
     } else {
-      if (runFallbackLadder()) co_return true;
+      if (makeOrReplace()) co_return true;
       co_await sleepFor(pauseBetweenAttempts);
     }
   }
@@ -168,6 +195,7 @@ void StorageSettingsManager::changeRecordingsFolder(const QString& path) {
                                  {{"path", path}});
     return;
   }
+  setStandIn(std::nullopt);
   setRecordingsFolder(path);
   setValidationError(std::nullopt);
   log_.info("✅ Recordings folder changed to: %{public}s", path);

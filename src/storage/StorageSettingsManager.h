@@ -9,8 +9,9 @@
 
 namespace quillmere {
 
-// Where data and recordings are kept, with the ladder of fallback folders. Constructing it makes the application
-// folder.
+// Where data and recordings are kept. A recordings folder that can't be written to, as on a disk that isn't there, is
+// replaced by the first of a few others until it can; the setting stays as the user made it. Constructing it makes the
+// application folder.
 class StorageSettingsManager final : public SettingsChannel {
  public:
   StorageSettingsManager(DefaultsStore& defaults, const StandardFolders& folders, const Logging& logging,
@@ -34,9 +35,15 @@ class StorageSettingsManager final : public SettingsChannel {
   // Not persisted. A change of one of them is announced under its name.
   bool showDocumentsPermissionAlert() const { return showDocumentsPermissionAlert_; }
   std::optional<QString> validationError() const { return validationError_; }
+  // In the place of the recordings folder, since the last ensureRecordingsFolder() or usableRecordingsFolder().
+  std::optional<QString> recordingsStandIn() const { return standIn_; }
+  // What is to be written now goes there: the stand-in, else the setting's folder.
+  QString folderForRecordings() const { return standIn_.value_or(recordingsFolder()); }
 
   void ensureAppFolder();
   void ensureRecordingsFolder();
+  // The same without a question to the user; gives folderForRecordings().
+  QString usableRecordingsFolder();
   // Runs the check and waits, up to `timeout`, until a writable folder is there; false when the time ran out.
   // The manager must outlive the task.
   Task<bool> waitForRecordingsFolder(std::chrono::nanoseconds timeout);
@@ -47,7 +54,11 @@ class StorageSettingsManager final : public SettingsChannel {
 
  private:
   bool hasWritableRecordingsFolder() const;
-  bool runFallbackLadder();
+  // The first folder of the ladder that can be written to.
+  std::optional<QString> fallbackFolder();
+  bool makeOrReplace();
+  bool replaceForNow();
+  void setStandIn(std::optional<QString> folder);
   void setShowDocumentsPermissionAlert(bool value);
   void setValidationError(std::optional<QString> value);
   void leaveBreadcrumb(const QString& message, const QVariantMap& data);
@@ -57,6 +68,7 @@ class StorageSettingsManager final : public SettingsChannel {
   ErrorReporting* reporting_;
   bool showDocumentsPermissionAlert_ = false;
   std::optional<QString> validationError_;
+  std::optional<QString> standIn_;
 };
 
 }  // namespace quillmere

@@ -5,13 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QtEndian>
 #include <cerrno>
 #include <cstring>
 
+#include "storage/PrivateFolder.h"
 #include "storage/StoreSchema.h"
 #include "storage/WordTokenizer.h"
 
@@ -19,7 +19,8 @@ namespace quillmere {
 
 namespace {
 
-constexpr int busyTimeoutMs = 10000;
+// Another process's lock is waited for in all attempts together up to 10 s.
+constexpr int busyTimeoutMs = 25;
 constexpr int openAttempts = 200;
 constexpr int pauseBetweenAttemptsMs = 25;
 // Up to this size the whole file is checked at every start; it takes a few milliseconds.
@@ -123,6 +124,19 @@ bool createPrivateFile(const QString& path) {
   return true;
 }
 
+// A store that came from a backup or another machine may lie open to others, and its log files with it.
+void closeToOthers(const QString& path) {
+  constexpr mode_t others = S_IRWXG | S_IRWXO;
+  for (const char* tail : {"", "-wal", "-shm"}) {
+    const QByteArray name = QFile::encodeName(path) + tail;
+    struct stat status {};
+    if (::stat(name.constData(), &status) != 0 || status.st_uid != ::geteuid() || (status.st_mode & others) == 0)
+      continue;
+    // Where the file system knows no modes it stays as it is.
+    [[maybe_unused]] const int changed = ::chmod(name.constData(), status.st_mode & 07777 & ~others);
+  }
+}
+
 Result<std::unique_ptr<SQLite::Database>, PlatformError> openOnce(const std::optional<QString>& path,
                                                                   const Logger& log) {
   if (path) {
@@ -130,8 +144,9 @@ Result<std::unique_ptr<SQLite::Database>, PlatformError> openOnce(const std::opt
     if (info.isDir()) return Failed{fileError(EISDIR)};
     if (info.exists()) {
       if (auto error = inspectHeader(*path)) return Failed{*error};
+      closeToOthers(*path);
     } else {
-      if (!QDir().mkpath(info.absolutePath()))
+      if (!makePrivateFolder(info.absolutePath()))
         return Failed{fileError(EACCES, "the folder " + info.absolutePath() + " can't be created")};
       if (!createPrivateFile(*path) && errno != EEXIST) return Failed{fileError(errno)};
     }

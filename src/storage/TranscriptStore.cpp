@@ -81,10 +81,9 @@ void TranscriptStore::updateTranscriptAudioPath(const TranscriptPtr& transcript,
 // --- deleting
 
 bool TranscriptStore::isAudioOfAnother(const QString& path, const std::vector<TranscriptPtr>& transcripts) {
-  const auto rows = fetchRows("WHERE audioFilePath = ?1 OR trimmedAudioFilePath = ?1 ", path);
+  const auto rows = fetchTranscriptsWithAudio(path);
   return std::any_of(rows.begin(), rows.end(), [&](const TranscriptPtr& row) {
-    return (row->audioFilePath == path || row->trimmedAudioFilePath == path) &&
-           std::find(transcripts.begin(), transcripts.end(), row) == transcripts.end();
+    return std::find(transcripts.begin(), transcripts.end(), row) == transcripts.end();
   });
 }
 
@@ -240,6 +239,13 @@ std::vector<TranscriptPtr> TranscriptStore::fetchTranscriptsWithStatus(const QSt
 std::vector<TranscriptPtr> TranscriptStore::fetchTranscriptsBefore(const QDateTime& date) {
   auto found = fetchRows("WHERE date < ? ", date);
   std::erase_if(found, [&](const TranscriptPtr& transcript) { return !transcript->date || *transcript->date >= date; });
+  return found;
+}
+
+std::vector<TranscriptPtr> TranscriptStore::fetchTranscriptsWithAudio(const QString& path) {
+  auto found = fetchRows("WHERE audioFilePath = ?1 OR trimmedAudioFilePath = ?1 ", path);
+  std::erase_if(
+      found, [&](const TranscriptPtr& row) { return row->audioFilePath != path && row->trimmedAudioFilePath != path; });
   return found;
 }
 

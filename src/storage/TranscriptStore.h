@@ -62,6 +62,7 @@ class TranscriptStore {
   Result<TranscriptPtr, LookupFailure> findTranscript(const QString& idOrPrefix);
   std::vector<TranscriptPtr> fetchTranscriptsWithStatus(const QString& status);
   std::vector<TranscriptPtr> fetchTranscriptsBefore(const QDateTime& date);
+  std::vector<TranscriptPtr> fetchTranscriptsWithAudio(const QString& path);  // the recording or the trimmed one
   TranscriptPtr fetchTranscriptOfSession(const RecordingSessionPtr& session);
 
   // Hands every row that is "processing" for nobody to `end`, which gives it another status, in one write transaction

@@ -45,6 +45,8 @@ TEST_F(SettingsTest, RepairsAndMigrationsAtStart) {
                {"historyRetentionDays", 0, 0},
                {"defaultLanguage", "en-US", "en"},
                {"defaultLanguage", "en-GB", "en-GB"},
+               {"pushToTalkMode", "rightOption", "rightAlt"},
+               {"pushToTalkMode", "control", "control"},
                {"soundEffectsVolume", 1.01, 0.5},
                {"soundEffectsVolume", 1.0, 1.0},
                {"autoDeleteValue", 0, 30},
@@ -110,7 +112,8 @@ TEST_F(SettingsTest, TypedTexts) {
       {"audioSampleRate", "44100", 44100.0},
       {"clipboardRestoreDelaySeconds", "2.5", 2.5},
       {"soundTheme", "new", "New"},
-      {"pushToTalkMode", "LEFTOPTION", "leftOption"},
+      {"pushToTalkMode", "RIGHTALT", "rightAlt"},
+      {"pushToTalkMode", "leftOption", "leftAlt"},
       {"defaultLanguage", "DE_at", "de-AT"},
       {"defaultLanguage", "", "auto"},
       {"currentModeId", "{00000000-0000-0000-0000-00000000000A}", "00000000-0000-0000-0000-00000000000a"},
@@ -166,6 +169,16 @@ TEST_F(ModeDeletionTest, TheSettingsAndTheSelectionFollow) {
     EXPECT_EQ(settings.defaultModelByMode().size(), models);
   }
   EXPECT_FALSE(deleteModeAndReferences(*store, settings, Logging(), store->fetchDefaultMode(), std::nullopt));
+}
+
+TEST_F(SettingsTest, WhatNoManagerOwnsIsToldByTheRootAlone) {
+  auto settings = make();
+  QStringList root, general;
+  const Subscription a = settings->observeChanges([&](const QString& key) { root << key; });
+  const Subscription b = settings->general().observeChanges([&](const QString& key) { general << key; });
+  defaults.changeByOtherProcess("launchAtLogin", false);
+  EXPECT_EQ(root, QStringList{"launchAtLogin"});
+  EXPECT_EQ(general, QStringList());
 }
 
 }  // namespace

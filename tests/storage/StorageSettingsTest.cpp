@@ -1,6 +1,7 @@
 #include <QTemporaryDir>
 
 #include "base/async/TaskScope.h"
+#include "storage/AbsentDisk.h"
 #include "storage/StorageSettingsManager.h"
 #include "support/FakeDefaultsStore.h"
 #include "support/FakeErrorReporting.h"
@@ -58,12 +59,13 @@ TEST_F(StorageSettingsTest, TheLadderGoesDownStepByStep) {
   EXPECT_TRUE(storage.documentsAccessDenied());
   QFile::remove(folders.temporary);
   storage.ensureRecordingsFolder();
-  EXPECT_EQ(storage.recordingsFolder(), home.filePath("tmp/Quillmere/recordings"));
+  EXPECT_EQ(storage.folderForRecordings(), home.filePath("tmp/Quillmere/recordings"));
   QDir(folders.temporary).removeRecursively();
   block(folders.temporary);
   QFile::remove(folders.downloads);
   storage.ensureRecordingsFolder();
-  EXPECT_EQ(storage.recordingsFolder(), home.filePath("Downloads/Quillmere Recordings"));
+  EXPECT_EQ(storage.folderForRecordings(), home.filePath("Downloads/Quillmere Recordings"));
+  EXPECT_EQ(storage.recordingsFolder(), recordings) << "the setting is the user's";
 }
 
 TEST_F(StorageSettingsTest, ACustomFolderThatVanishedIsMadeAgainWithoutAQuestion) {
@@ -118,6 +120,31 @@ TEST_F(StorageSettingsTest, ChangingTheFolder) {
   storage.changeRecordingsFolder(home.filePath("new/place"));
   EXPECT_EQ(storage.validationError(), std::nullopt);
   EXPECT_EQ(storage.recordingsFolder(), home.filePath("new/place"));
+}
+
+TEST_F(StorageSettingsTest, AFolderThatIsAwayIsReplacedOnlyUntilItComesBack) {
+  const QString mine = home.filePath("disk/audio");
+  storage.setUserChoseAlternateStorage(true);
+  storage.setRecordingsFolder(mine);
+  QStringList announced;
+  const Subscription subscription = storage.observeChanges([&](const QString& key) { announced << key; });
+  block(home.filePath("disk"));
+  EXPECT_TRUE(runTask(executor, storage.waitForRecordingsFolder(120s)));
+  EXPECT_EQ(storage.folderForRecordings(), home.filePath("data/Quillmere/recordings"));
+  EXPECT_EQ(storage.recordingsFolder(), mine);
+  EXPECT_EQ(announced, QStringList{"recordingsStandIn"});
+  QFile::remove(home.filePath("disk"));
+  EXPECT_EQ(storage.usableRecordingsFolder(), mine);
+  EXPECT_EQ(storage.recordingsStandIn(), std::nullopt);
+}
+
+TEST(AbsentDisk, NothingIsMountedWhereTheNextFolderIsOnTheDiskOfThePlace) {
+  QTemporaryDir home;
+  const QString place = home.filePath("media");
+  ASSERT_TRUE(QDir().mkpath(place + "/me"));
+  EXPECT_TRUE(isOnAbsentDisk(place + "/me/Disk/audio", {place}));
+  EXPECT_FALSE(isOnAbsentDisk(place + "/me", {place})) << "it is there";
+  EXPECT_FALSE(isOnAbsentDisk(home.filePath("mediathek/audio"), {place}));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <cerrno>
 
 namespace quillmere {
@@ -34,7 +35,8 @@ QByteArray FileLocks::pathOf(const QString& name) const {
 }
 
 std::unique_ptr<ProcessLocks::Lock> FileLocks::take(const QString& name) {
-  QDir().mkpath(folder_);
+  QDir().mkpath(QFileInfo(folder_).absolutePath());
+  QDir().mkdir(folder_, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
   const QByteArray path = pathOf(name);
   for (;;) {
     const int descriptor = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);

@@ -88,6 +88,27 @@ void apply(QSettings& settings, const QString& key, const QVariant& value) {
     settings.remove(key);
 }
 
+// The folder of the settings file, for this user alone where it has to be made.
+void makeFolderOf(const QString& path) {
+  const QString folder = QFileInfo(path).absolutePath();
+  QDir().mkpath(QFileInfo(folder).absolutePath());
+  QDir().mkdir(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+// What stands in the settings (folders, addresses of services, names of microphones) is nobody else's concern.
+// QSettings keeps the mode that a file has.
+void closeToOthers(const QString& path) {
+  const QByteArray name = QFile::encodeName(path);
+  struct stat info {};
+  if (::stat(name.constData(), &info) != 0) {
+    const int descriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor >= 0) ::close(descriptor);
+  } else if (info.st_uid == ::geteuid() && (info.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    // Where the file system knows no modes it stays as it is.
+    [[maybe_unused]] const int changed = ::chmod(name.constData(), info.st_mode & S_IRWXU);
+  }
+}
+
 bool sameVariant(const QVariant& a, const QVariant& b) {
   return a.typeId() == b.typeId() && a == b;
 }
@@ -188,12 +209,13 @@ bool QtDefaultsStore::write(const QString& key, const QVariant& value) {
     changed = reloadIfChanged();
     if (!sameVariant(values_.value(key), value) && !changed.contains(key)) changed << key;
     unwritten_.insert(key, value);
-    QDir().mkpath(QFileInfo(path_).absolutePath());
+    makeFolderOf(path_);
     // QSettings knows a changed file by its time in milliseconds and its size. Writers take turns and each leaves a
     // later time behind, so that no write can be mistaken for the one before it.
     const WritersTurn turn(QFileInfo(path_).absolutePath());
     if (turn.isTaken()) {
       const FileState before = fileState();
+      closeToOthers(path_);
       {
         QSettings settings(path_, QSettings::IniFormat);
         settings.sync();
@@ -272,7 +294,7 @@ void QtDefaultsStore::watch() {
     QObject::connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, mainThreadContext_.get(), look);
   }
   // A file that was replaced is no longer watched; a folder that isn't there yet can't be.
-  QDir().mkpath(QFileInfo(path_).absolutePath());
+  makeFolderOf(path_);
   for (const QString& wanted : {path_, QFileInfo(path_).absolutePath()})
     if (QFileInfo::exists(wanted) && !watcher_->files().contains(wanted) && !watcher_->directories().contains(wanted))
       watcher_->addPath(wanted);
