@@ -27,7 +27,7 @@ test_packages=(
   libgtest-dev libgmock-dev libclang-rt-16-dev llvm-16 clang-format-16 clang-tidy-16 ffmpeg util-linux procps openssl
   # the headless desktop and the programs that text is dictated into
   xvfb openbox dbus libglib2.0-bin pulseaudio pulseaudio-utils at-spi2-core gnome-keyring python3-dbusmock
-  x11-utils x11-xkb-utils xdotool xclip wmctrl imagemagick xterm zenity chromium gnome-text-editor python3-gi gir1.2-gtk-4.0
+  x11-utils x11-xkb-utils xdotool xclip wmctrl imagemagick xterm zenity tk chromium gnome-text-editor python3-gi gir1.2-gtk-4.0
   fonts-dejavu-core
 )
 

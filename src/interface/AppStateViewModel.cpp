@@ -1,8 +1,10 @@
 #include "interface/AppStateViewModel.h"
 
+#include <QCoreApplication>
 #include <tuple>
 
 #include "base/text/LocalizedText.h"
+#include "interface/HistoryText.h"
 #include "storage/PersistenceController.h"
 
 namespace quillmere {
@@ -10,12 +12,18 @@ namespace quillmere {
 AppStateViewModel::AppStateViewModel(AppState& appState, PersistenceController* persistence, AppIntents intents)
     : appState_(appState), persistence_(persistence), intents_(std::move(intents)) {
   readModes();
+  readLast();
   // Much of the state is nothing that is shown here, the search as it is typed for example.
   const auto shown = [](const AppStateData& data) {
     return std::tuple(data.recordingState, data.selectedModeId, data.selectedModeName);
   };
-  observation_ = appState_.observe([this, shown, last = shown(appState_.data())](const AppStateData& data) mutable {
+  observation_ = appState_.observe([this, shown, last = shown(appState_.data()),
+                                    failed = appState_.data().lastFailedTranscript](const AppStateData& data) mutable {
     if (data.selectedModeId != selectedModeId_) readModes();
+    if (data.lastFailedTranscript != failed) {
+      failed = data.lastFailedTranscript;
+      readLast();
+    }
     if (auto now = shown(data); now != last) {
       last = std::move(now);
       Q_EMIT stateChanged();
@@ -24,6 +32,7 @@ AppStateViewModel::AppStateViewModel(AppState& appState, PersistenceController* 
   if (persistence_)
     storeObservation_ = persistence_->observeChanges([this](const StoreChange& change) {
       if (change.modes) readModes();
+      if (change.transcripts) readLast();
     });
 }
 
@@ -95,6 +104,8 @@ QString AppStateViewModel::shortcutSentenceStart() const {
       return localizedText("app.shortcut.doublePress.start");
     case TriggerKind::press:
       return localizedText("app.shortcut.press.start");
+    case TriggerKind::command:
+      return localizedText("app.shortcut.command.start");
     case TriggerKind::none:
       break;
   }
@@ -133,6 +144,14 @@ void AppStateViewModel::setShortcut(const QString& keys, TriggerKind kind) {
   Q_EMIT surroundingsChanged();
 }
 
+QString AppStateViewModel::version() const {
+  return QCoreApplication::applicationVersion();
+}
+
+QString AppStateViewModel::qtVersion() const {
+  return QString::fromLatin1(qVersion());
+}
+
 void AppStateViewModel::toggleRecording() {
   if (intents_.toggleRecording) intents_.toggleRecording();
 }
@@ -141,8 +160,41 @@ void AppStateViewModel::cancelRecording() {
   if (intents_.cancelRecording) intents_.cancelRecording();
 }
 
-void AppStateViewModel::transcribeFile() {
-  if (intents_.transcribeFile) intents_.transcribeFile();
+// What was thrown away, failed or is still being made is passed over.
+QString AppStateViewModel::lastText() const {
+  if (!persistence_) return {};
+  constexpr int looked = 20;
+  for (const TranscriptPtr& transcript :
+       persistence_->fetchTranscriptPage(looked, 0, std::nullopt, HistoryFilter::kept).transcripts)
+    if (transcript->status == TranscriptStatus::completed && !shownText(*transcript).isEmpty())
+      return shownText(*transcript);
+  return {};
+}
+
+QString AppStateViewModel::lastFailed() const {
+  const std::optional<QUuid>& id = appState_.data().lastFailedTranscript;
+  if (!id || !persistence_) return {};
+  const QString text = id->toString(QUuid::WithoutBraces);
+  const TranscriptPtr row = persistence_->fetchTranscript(text);
+  return row && hasFailed(*row) ? text : QString();
+}
+
+void AppStateViewModel::readLast() {
+  const bool hasText = !lastText().isEmpty();
+  const QString failed = lastFailed();
+  if (hasText == hasLastText_ && failed == lastFailed_) return;
+  hasLastText_ = hasText;
+  lastFailed_ = failed;
+  Q_EMIT lastChanged();
+}
+
+void AppStateViewModel::retryLast() {
+  if (const QString id = lastFailed(); !id.isEmpty() && intents_.retryTranscript) intents_.retryTranscript(id);
+}
+
+void AppStateViewModel::copyLastText() {
+  const QString text = lastText();
+  if (!text.isEmpty() && intents_.copyText) intents_.copyText(text);
 }
 
 void AppStateViewModel::selectMode(const QString& id) {

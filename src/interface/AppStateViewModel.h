@@ -15,7 +15,8 @@ class PersistenceController;
 struct AppIntents {
   std::function<void()> toggleRecording;
   std::function<void()> cancelRecording;
-  std::function<void()> transcribeFile;  // asks for a file; empty: the program can't
+  std::function<void(const QString& text)> copyText;
+  std::function<void(const QString& id)> retryTranscript;  // a row of the history
 };
 
 // The application state as pages, tray and overlay show it. Follows AppState; the rest is told by the setters. Main
@@ -33,12 +34,13 @@ class AppStateViewModel final : public QObject {
   Q_PROPERTY(QString microphoneName READ microphoneName NOTIFY surroundingsChanged)
   Q_PROPERTY(QString shortcutText READ shortcutText NOTIFY surroundingsChanged)
   Q_PROPERTY(QString shortcutSentenceStart READ shortcutSentenceStart NOTIFY surroundingsChanged)
+  Q_PROPERTY(QString version READ version CONSTANT)
+  Q_PROPERTY(QString qtVersion READ qtVersion CONSTANT)
   Q_PROPERTY(QString shortcutSentenceEnd READ shortcutSentenceEnd NOTIFY surroundingsChanged)
-  Q_PROPERTY(bool canTranscribeFile READ canTranscribeFile CONSTANT)
  public:
   enum class TrayState { ready, recording, working, unable };
   // How the dictation is started, as the user set it up.
-  enum class TriggerKind { none, press, hold, doublePress };
+  enum class TriggerKind { none, press, hold, doublePress, command };
 
   AppStateViewModel(AppState& appState, PersistenceController* persistence, AppIntents intents);
 
@@ -57,7 +59,12 @@ class AppStateViewModel final : public QObject {
   // "Hold <key> to dictate" around the key.
   QString shortcutSentenceStart() const;
   QString shortcutSentenceEnd() const;
-  bool canTranscribeFile() const { return bool(intents_.transcribeFile); }
+  QString version() const;  // of this program
+  QString qtVersion() const;
+  // The newest text of the history is there.
+  bool hasLastText() const { return hasLastText_; }
+  // The last dictation that failed can be transcribed once more.
+  bool canRetryLast() const { return !lastFailed_.isEmpty(); }
 
   // --- what AppState doesn't know
   void setLevel(float level);
@@ -68,12 +75,14 @@ class AppStateViewModel final : public QObject {
 
   Q_INVOKABLE void toggleRecording();
   Q_INVOKABLE void cancelRecording();
-  Q_INVOKABLE void transcribeFile();
+  void copyLastText();
+  void retryLast();
   Q_INVOKABLE void selectMode(const QString& id);
 
  Q_SIGNALS:
   void stateChanged();
   void modesChanged();
+  void lastChanged();
   void levelChanged();
   void surroundingsChanged();
 
@@ -83,12 +92,17 @@ class AppStateViewModel final : public QObject {
     return appState_.data().recordingState.is<S>();
   }
   void readModes();
+  QString lastText() const;
+  QString lastFailed() const;
+  void readLast();
 
   AppState& appState_;
   PersistenceController* persistence_;
   AppIntents intents_;
   QVariantList modes_;
   QString selectedModeId_;
+  bool hasLastText_ = false;
+  QString lastFailed_;  // its row
   float level_ = 0;
   QString microphoneName_;
   bool isMicrophoneAvailable_ = true;

@@ -57,7 +57,8 @@ bool FirstRunViewModel::isStepDone() const {
     case modelStep:
       return awaitedModel_ || isLocalModeReady() || !services_.models.downloadedModels().empty();
     case shortcutStep:
-      return services_.shortcuts.hasTrigger();
+      // Where the session gives no keys there is nothing to be done here.
+      return services_.shortcuts.hasTrigger() || !services_.shortcuts.isAvailable();
     default:
       return !heardText_.isEmpty();
   }

@@ -293,7 +293,8 @@ QString HistoryModel::audioFile(const QString& id) const {
 }
 
 void HistoryModel::retry(const QString& id) {
-  const TranscriptPtr transcript = find(id);
+  TranscriptPtr transcript = find(id);
+  if (!transcript) transcript = services_.persistence.fetchTranscript(id);  // not among what is shown
   if (!transcript || !services_.retry || retrying_.contains(*transcript->id)) return;
   if (!canRetry(*transcript)) {
     if (services_.notices) services_.notices->showToast(localizedText("history.audio.missing"), false);
@@ -320,7 +321,10 @@ Task<void> HistoryModel::runRetry(TranscriptPtr transcript, QUuid id) {
   const Unmark unmark(this, id, lifetime_.watch());
   const auto outcome = co_await services_.retry->retry(transcript);
   if (outcome) {
-    logger_.info("Successfully retried transcription");
+    if (co_await services_.persistence.waitUntilSaved())
+      logger_.info("Successfully retried transcription");
+    else if (services_.notices)
+      services_.notices->showToast(localizedText("history.retry.notSaved"), true);
     co_return;
   }
   const QString description = localizedDescription(outcome.error());

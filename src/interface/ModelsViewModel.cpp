@@ -6,6 +6,7 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "domain/Errors.h"
+#include "interface/FollowRows.h"
 #include "interface/HistoryText.h"
 #include "models/WhisperModelManager.h"
 #include "providers/UserNotices.h"
@@ -51,6 +52,7 @@ ModelsViewModel::ModelsViewModel(Services services) : services_(std::move(servic
     std::erase_if(estimates_, [&](const auto& entry) { return !names.contains(entry.first); });
     allChanged();
   }));
+  observations_.push_back(models.observeWaitingModels([this](const auto&) { allChanged(); }));
   observations_.push_back(models.observeDownloadProgress([this](const auto&) { progressChanged(); }));
   observations_.push_back(models.observeErrorMessage([this](const std::optional<QString>& message) {
     if (message && services_.notices) services_.notices->showToast(*message, false);
@@ -73,10 +75,7 @@ void ModelsViewModel::readRows() {
   std::vector<Row> rows;
   for (const auto& model : services_.models.availableModels()) rows.push_back({model, false});
   for (const auto& model : services_.models.customModels()) rows.push_back({model, true});
-  if (rows == rows_) return;
-  beginResetModel();
-  rows_ = std::move(rows);
-  endResetModel();
+  followRows(*this, rows_, rows);
 }
 
 void ModelsViewModel::allChanged() {
@@ -124,7 +123,7 @@ QVariant ModelsViewModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
       return model.displayName;
     case sizeRole:
-      return sizeText(model.sizeInBytes);
+      return modelSizeText(model.sizeInBytes);
     case descriptionRole: {
       const QString languages =
           localizedText(model.isEnglishOnly ? "models.languages.english" : "models.languages.many");
@@ -152,14 +151,15 @@ QVariant ModelsViewModel::data(const QModelIndex& index, int role) const {
 }
 
 QString ModelsViewModel::progressText(const WhisperCppModel& model) const {
+  if (services_.models.waitingModels().contains(model.name)) return localizedText("models.progress.waiting");
   const QMap<QString, double> all = services_.models.downloadProgress();
   const auto progress = all.constFind(model.name);
   if (progress == all.cend() || *progress == 0) return localizedText("models.progress.connecting");
-  if (*progress < 0) return sizeText(qint64(-*progress));
+  if (*progress < 0) return modelSizeText(qint64(-*progress));
   if (*progress >= 1) return localizedText("models.progress.checking");
   const auto total = double(model.sizeInBytes);
-  const QString amount =
-      localizedText("models.progress.amount", sizeText(qint64(*progress * total)), sizeText(model.sizeInBytes));
+  const QString amount = localizedText("models.progress.amount", modelSizeText(qint64(*progress * total)),
+                                       modelSizeText(model.sizeInBytes));
   const auto estimate = estimates_.find(model.name);
   const auto left = estimate == estimates_.end() ? std::nullopt : estimate->second.remaining(total);
   if (!left) return amount;

@@ -77,6 +77,8 @@ class ModelsViewModel final : public QAbstractListModel {
     bool isCustom = false;
     bool operator==(const Row&) const = default;
   };
+  template <typename Model, typename AnyRow>
+  friend bool followRows(Model& model, std::vector<AnyRow>& shown, const std::vector<AnyRow>& wanted);
   void readRows();
   void allChanged();
   void progressChanged();

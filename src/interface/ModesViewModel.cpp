@@ -7,7 +7,10 @@
 #include "base/text/LocalizedText.h"
 #include "core/AppState.h"
 #include "domain/catalogs/LanguageData.h"
+#include "domain/catalogs/SpeechLanguages.h"
+#include "interface/FollowRows.h"
 #include "models/WhisperModelManager.h"
+#include "providers/LocalModelChoice.h"
 #include "storage/ModeDeletion.h"
 #include "storage/PersistenceController.h"
 
@@ -46,15 +49,9 @@ ModesViewModel::ModesViewModel(Services services, const Logging& logging) : serv
 }
 
 void ModesViewModel::read() {
-  std::vector<ModePtr> modes = services_.persistence.fetchAllModes();
-  if (modes == modes_) {
-    allChanged();
-    return;
-  }
-  beginResetModel();
-  modes_ = std::move(modes);
-  endResetModel();
-  Q_EMIT listChanged();
+  const bool isOtherList = followRows(*this, modes_, services_.persistence.fetchAllModes());
+  allChanged();
+  if (isOtherList) Q_EMIT listChanged();
 }
 
 void ModesViewModel::allChanged() {
@@ -103,7 +100,9 @@ QString ModesViewModel::modelName(const QString& model) const {
 }
 
 bool ModesViewModel::isUsable(const Mode& mode) const {
-  return services_.models.findDownloaded(mode.model.value_or(QString())).has_value();
+  const auto isThere = [this](const QString& name) { return services_.models.findDownloaded(name).has_value(); };
+  const auto chosen = chooseLocalModel(mode.model.value_or(QString()), mode.language, isThere);
+  return chosen && chosen->isDownloaded;
 }
 
 QVariantMap ModesViewModel::values(const QString& id) const {
@@ -139,9 +138,9 @@ QString ModesViewModel::save(const QString& id, const QVariantMap& values) {
   if (data.name.isEmpty()) return localizedText("modes.edit.noName");
   if (const auto other = store.fetchModeByName(data.name); other && *other != mode)
     return localizedText("modes.edit.duplicate", data.name);
-  if (isEnglishOnlyModel(model) && data.language != QLatin1String("auto") &&
-      data.language.section(u'-', 0, 0) != QLatin1String("en"))
-    return localizedText("modes.edit.englishOnly");
+  if (const auto meant = services_.models.findMeant(model); meant && !knowsLanguage(*meant, data.language))
+    return meant->isEnglishOnly ? localizedText("modes.edit.englishOnly")
+                                : localizedText("modes.edit.languageUnknown", languageName(data.language));
   const bool isOtherModel = model != data.model;
   data.model = model;
   const ModePtr saved = mode ? store.saveMode(data) : store.createMode(data);
@@ -183,12 +182,14 @@ QVariantList ModesViewModel::modelChoices(const QString& present) const {
   return choices;
 }
 
-QVariantList ModesViewModel::languageChoices() const {
+QVariantList ModesViewModel::languageChoices(const QString& model, const QString& present) const {
+  const auto meant = services_.models.findMeant(model);
   struct Language {
     QString sortKey, code, name;
   };
   std::vector<Language> languages;
   for (const auto& language : LanguageData::allLanguages()) {
+    if (meant && language.code != present && !knowsLanguage(*meant, language.code)) continue;
     const QString name = languageName(language.code);
     languages.push_back({foldedForSearch(name), language.code, name});
   }

@@ -42,13 +42,16 @@ class ModesViewModel final : public QAbstractListModel {
   Q_INVOKABLE void select(const QString& id);
   // {value, text}; `present` is among them whatever it is.
   Q_INVOKABLE QVariantList modelChoices(const QString& present) const;
-  Q_INVOKABLE QVariantList languageChoices() const;
+  // Those that the model knows, by name, and `present`.
+  Q_INVOKABLE QVariantList languageChoices(const QString& model, const QString& present) const;
   Q_INVOKABLE QVariantList presetChoices() const;
 
  Q_SIGNALS:
   void listChanged();
 
  private:
+  template <typename Model, typename AnyRow>
+  friend bool followRows(Model& model, std::vector<AnyRow>& shown, const std::vector<AnyRow>& wanted);
   void read();
   void allChanged();
   QString modelName(const QString& model) const;

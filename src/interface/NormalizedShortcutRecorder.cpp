@@ -48,7 +48,11 @@ void NormalizedShortcutRecorder::stopRecording() {
 }
 
 Task<void> NormalizedShortcutRecorder::waitForKeys(QString name) {
-  const std::optional<KeyCombination> keys = co_await shortcuts_.recordCombination();
+  // Who cancels with Escape means it; the wait for keys ends by its button then.
+  const GlobalShortcuts::EscapeKey escape = name == QLatin1String(shortcutNames::cancelRecording)
+                                                ? GlobalShortcuts::EscapeKey::isRecorded
+                                                : GlobalShortcuts::EscapeKey::endsRecording;
+  const std::optional<KeyCombination> keys = co_await shortcuts_.recordCombination(escape);
   recordingName_.clear();
   if (keys) choose(name, *keys);
   onChange_(name);

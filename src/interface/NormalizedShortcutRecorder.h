@@ -26,7 +26,8 @@ class NormalizedShortcutRecorder {
   QString problem(const QString& name) const;
   QString recordingName() const { return recordingName_; }
 
-  // Waits for the next keys; Escape leaves everything as it was. A recording for another name ends.
+  // Waits for the next keys; Escape leaves everything as it was, except for the shortcut that cancels: that one can be
+  // Escape. A recording for another name ends.
   void record(const QString& name);
   void stopRecording();
   void clear(const QString& name);

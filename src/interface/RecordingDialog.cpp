@@ -9,6 +9,8 @@ using R = RecordingDialogReducer;
 constexpr Duration copiedFeedbackDuration = 900ms;
 // A text that waits on the clipboard or to be copied is in the history too: the pill need not stay for ever.
 constexpr Duration leaveDelay = 12s;
+// He is typing, and decides about the text when he has come to an end.
+constexpr Duration choiceDelay = 30s;
 constexpr Duration noticeDelay = 1500ms;
 
 }  // namespace
@@ -67,6 +69,14 @@ void RecordingDialog::copy() {
   if (state_.transcribedText.isEmpty() || !intents_.copyText) return;
   intents_.copyText(state_.transcribedText);
   handle(R::TextCopied{});
+}
+
+void RecordingDialog::pasteHere() {
+  if (content_.get().canPasteHere && intents_.pasteHere) intents_.pasteHere();
+}
+
+void RecordingDialog::sendToTarget() {
+  if (!content_.get().sendTo.isEmpty() && intents_.sendToTarget) intents_.sendToTarget();
 }
 
 void RecordingDialog::groundClicked() {
@@ -203,6 +213,7 @@ void RecordingDialog::refreshContent() {
   if (intents_.stopKey) surroundings.stopKey = intents_.stopKey();
   if (intents_.cancelKey) surroundings.cancelKey = intents_.cancelKey();
   surroundings.isTextOnClipboard = intents_.isTextOnClipboard && intents_.isTextOnClipboard();
+  if (intents_.targetName) surroundings.targetName = intents_.targetName();
   OverlayContent next = R::content(state_, appState_.data(), surroundings);
   if (next == content_.get()) return;
   content_.set(std::move(next));
@@ -214,8 +225,9 @@ void RecordingDialog::armLeave() {
   leaveTimer_ = 0;
   using Kind = OverlayContent::Kind;
   const Kind kind = content_.get().kind;
-  if (kind == Kind::ready || kind == Kind::onClipboard || kind == Kind::notice)
-    leaveTimer_ = executor_.startTimer(kind == Kind::notice ? noticeDelay : leaveDelay, [this] { close(); });
+  if (kind != Kind::ready && kind != Kind::onClipboard && kind != Kind::notice) return;
+  const Duration delay = kind == Kind::notice ? noticeDelay : content_.get().canPasteHere ? choiceDelay : leaveDelay;
+  leaveTimer_ = executor_.startTimer(delay, [this] { close(); });
 }
 
 }  // namespace quillmere

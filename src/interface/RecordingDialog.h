@@ -33,6 +33,9 @@ class RecordingDialog {
   void finish();
   void cancel();
   void copy();
+  // For a text that waits because the user typed elsewhere.
+  void pasteHere();
+  void sendToTarget();
   // Between the buttons: what shows something that is over, or goes on without the pill, leaves.
   void groundClicked();
 

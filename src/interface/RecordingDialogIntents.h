@@ -12,6 +12,10 @@ struct RecordingDialogIntents {
   std::function<void()> cancelTranscription;  // the pipeline's
   std::function<void(const QString&)> copyText;
   std::function<bool()> isTextOnClipboard;  // whether the last delivery left its text there
+  // For a text that waits because the user typed elsewhere.
+  std::function<void()> pasteHere;
+  std::function<void()> sendToTarget;
+  std::function<QString()> targetName;  // the program that it was spoken for; empty: it is gone
   // The shortcuts in force that stop and cancel, as keys are written: "Esc".
   std::function<QString()> stopKey;
   std::function<QString()> cancelKey;

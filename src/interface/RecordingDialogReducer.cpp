@@ -1,6 +1,7 @@
 #include "interface/RecordingDialogReducer.h"
 
 #include "base/text/LocalizedText.h"
+#include "delivery/PasteTexts.h"
 
 namespace quillmere {
 namespace {
@@ -26,6 +27,28 @@ R::Step closed(const RecordingDialogState& state, std::vector<R::Effect> effects
 QString noticeText(DictationNotice notice) {
   return notice == DictationNotice::tooShort ? localizedText("recording.dialog.tooShort")
                                              : localizedText("recording.dialog.nothingHeard");
+}
+
+QString shortened(const QString& name) {
+  constexpr qsizetype limit = 20;
+  return name.size() <= limit ? name : name.left(limit - 1) + QChar(0x2026);
+}
+
+// Keys that go to the focused program are not named.
+OverlayContent question(const RecordingDialogState& state) {
+  OverlayContent content{OverlayContent::Kind::question, localizedText("recording.dialog.cancel.question")};
+  if (!state.usingCancelOverlayEventTap) return content;
+  content.stopKey = localizedText("recording.dialog.key.enter");
+  content.cancelKey = localizedText("recording.dialog.key.escape");
+  return content;
+}
+
+OverlayContent onClipboard(const AppStateData& data, const R::Surroundings& surroundings) {
+  OverlayContent content{OverlayContent::Kind::onClipboard,
+                         localizedText("recording.dialog.onClipboard", pasteKeysText(data.lastPasteKeys))};
+  content.canPasteHere = data.lastPaste == PasteOutcome::typedElsewhere;
+  if (content.canPasteHere) content.sendTo = shortened(surroundings.targetName);
+  return content;
 }
 
 struct Stepper {
@@ -144,11 +167,10 @@ QString RecordingDialogReducer::statusTextKey(const RecordingDialogState& state,
 OverlayContent RecordingDialogReducer::content(const RecordingDialogState& state, const AppStateData& data,
                                                const Surroundings& surroundings) {
   using Kind = OverlayContent::Kind;
-  if (data.showCancelConfirmation) return {Kind::question, localizedText("recording.dialog.cancel.question")};
+  if (data.showCancelConfirmation) return question(state);
   if (state.showSuccessState) {
     if (state.showCopiedFeedback) return {Kind::pasted, localizedText("recording.dialog.copied")};
-    if (data.transcriptionPasteFailed && surroundings.isTextOnClipboard)
-      return {Kind::onClipboard, localizedText("recording.dialog.onClipboard")};
+    if (data.transcriptionPasteFailed && surroundings.isTextOnClipboard) return onClipboard(data, surroundings);
     // What was transcribed once more isn't pasted.
     if (data.transcriptionPasteFailed || state.isRetrying)
       return {Kind::ready, localizedText("recording.dialog.ready")};

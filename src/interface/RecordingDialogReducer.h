@@ -103,6 +103,7 @@ class RecordingDialogReducer {
     QString stopKey;
     QString cancelKey;
     bool isTextOnClipboard = false;  // a delivery that didn't reach a field left the text there
+    QString targetName = {};         // the program that the text was spoken for
   };
   static OverlayContent content(const RecordingDialogState& state, const AppStateData& data,
                                 const Surroundings& surroundings);

@@ -23,8 +23,11 @@ struct OverlayContent {
   Kind kind = Kind::starting;
   QString text;
   bool canCancel = false;  // has a button for it
-  QString cancelKey = {};  // the keys that do the same as the buttons; empty where none does
+  // The keys that do the same as the buttons; empty where none does. Of a question: those of No and Yes.
+  QString cancelKey = {};
   QString stopKey = {};
+  bool canPasteHere = false;  // has a button that pastes the waiting text where the user is
+  QString sendTo = {};        // has a button that sends it to this program, by its name; empty: none
   bool operator==(const OverlayContent&) const = default;
 };
 
@@ -38,6 +41,8 @@ class RecordingPanel {
     std::function<void()> onFinish;  // stop and transcribe
     std::function<void()> onCancel;
     std::function<void()> onCopy;
+    std::function<void()> onPasteHere;
+    std::function<void()> onSendToTarget;
     std::function<void()> onGroundClicked;
   };
 

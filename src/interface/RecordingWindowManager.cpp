@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "interface/RecordingDialog.h"
+#include "ports/GlobalShortcuts.h"
 #include "ports/KeyInterceptor.h"
 #include "storage/SettingsManager.h"
 
@@ -13,18 +14,32 @@ constexpr Duration arrivedLinger = std::chrono::milliseconds(900);
 }  // namespace
 
 RecordingWindowManager::RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor,
-                                               Executor& executor, Logging logging)
-    : makePanel_(std::move(makePanel)), interceptor_(interceptor), executor_(executor), logging_(std::move(logging)) {}
+                                               GlobalShortcuts* shortcuts, Executor& executor, Logging logging)
+    : makePanel_(std::move(makePanel)),
+      interceptor_(interceptor),
+      shortcuts_(shortcuts),
+      executor_(executor),
+      logging_(std::move(logging)) {}
 
 RecordingWindowManager::~RecordingWindowManager() {
   lifetime_.end();
   following_.reset();
+  wish_.reset();
   closePanel();
 }
 
 void RecordingWindowManager::follow(AppState& appState, SettingsManager* settings, RecordingDialogIntents intents) {
   assertCurrent(executor_);
   isShown_ = false;
+  // The key that shows and hides the panel means what runs now, too.
+  if (settings)
+    wish_ = settings->observeChanges([this, &appState, settings, intents](const QString& key) {
+      if (key != QLatin1String("showRecordingWindow") || !isShown_) return;
+      if (!settings->general().showRecordingWindow())
+        closePanel();
+      else if (!panel_)
+        show(appState, settings, intents);
+    });
   const auto apply = [this, &appState, settings, intents = std::move(intents)](const AppStateData& data) {
     if (data.showRecordingDialog == isShown_) return;
     isShown_ = data.showRecordingDialog;
@@ -59,6 +74,12 @@ void RecordingWindowManager::show(AppState& appState, SettingsManager* settings,
   };
   handlers.onCopy = [this] {
     if (dialog_) dialog_->copy();
+  };
+  handlers.onPasteHere = [this] {
+    if (dialog_) dialog_->pasteHere();
+  };
+  handlers.onSendToTarget = [this] {
+    if (dialog_) dialog_->sendToTarget();
   };
   handlers.onGroundClicked = [this] {
     if (dialog_)
@@ -121,9 +142,11 @@ bool RecordingWindowManager::startCancelOverlay(std::function<void()> onReturn, 
       function();
     });
   };
+  yieldQuestionKeys(true);
   if (interceptor_ && interceptor_->start([later] { later(&RecordingWindowManager::cancelOverlayOnReturn_); },
                                           [later] { later(&RecordingWindowManager::cancelOverlayOnEscape_); }))
     return true;
+  yieldQuestionKeys(false);
   if (panel_) panel_->setLocalKeysEnabled(true);
   return false;
 }
@@ -132,9 +155,14 @@ void RecordingWindowManager::stopCancelOverlay() {
   if (!isOverlayVisible_) return;
   isOverlayVisible_ = false;
   if (interceptor_) interceptor_->stop();
+  yieldQuestionKeys(false);
   if (panel_) panel_->setLocalKeysEnabled(false);
   cancelOverlayOnReturn_ = nullptr;
   cancelOverlayOnEscape_ = nullptr;
+}
+
+void RecordingWindowManager::yieldQuestionKeys(bool isYielded) {
+  if (shortcuts_) shortcuts_->yieldKeys(isYielded ? KeyInterceptor::keys() : QStringList());
 }
 
 void RecordingWindowManager::setLiveMetrics(float level, double durationSeconds) {

@@ -14,17 +14,19 @@
 namespace quillmere {
 
 class AppState;
+class GlobalShortcuts;
 class KeyInterceptor;
 class RecordingDialog;
 class SettingsManager;
 
-// Owns the panel of the recording dialog, and the two keys of the question "Cancel?" while it is up. Main thread.
-// `interceptor` may be null: then, as when the keys can't be had, the question is answered by the panel's own buttons
-// and by the keys of this program's windows.
+// Owns the panel of the recording dialog, and the two keys of the question "Cancel?" while it is up: a shortcut that
+// has one of them alone, such as Escape to cancel, stands back meanwhile. Main thread.
+// `interceptor` and `shortcuts` may be null: without the first, as when the keys can't be had, the question is answered
+// by the panel's own buttons and by the keys of this program's windows.
 class RecordingWindowManager final : public CancelOverlay {
  public:
-  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, Executor& executor,
-                         Logging logging);
+  RecordingWindowManager(RecordingPanelFactory makePanel, KeyInterceptor* interceptor, GlobalShortcuts* shortcuts,
+                         Executor& executor, Logging logging);
   ~RecordingWindowManager() override;
   RecordingWindowManager(const RecordingWindowManager&) = delete;
   RecordingWindowManager& operator=(const RecordingWindowManager&) = delete;
@@ -49,9 +51,11 @@ class RecordingWindowManager final : public CancelOverlay {
 
  private:
   void closePanel();
+  void yieldQuestionKeys(bool isYielded);
 
   RecordingPanelFactory makePanel_;
   KeyInterceptor* interceptor_;
+  GlobalShortcuts* shortcuts_;
   Executor& executor_;
   Logging logging_;
   bool isOverlayVisible_ = false;
@@ -64,6 +68,7 @@ class RecordingWindowManager final : public CancelOverlay {
   std::vector<Subscription> obsTokens_;
   Executor::TimerId lingerTimer_ = 0;
   Subscription following_;
+  Subscription wish_;  // for a panel at all
   Lifetime lifetime_;
 };
 

@@ -18,6 +18,31 @@ QStringList offeredNames(const SettingsManager& settings) {
   return names;
 }
 
+// What else the key does while it is watched; empty: nothing.
+QString noteKey(ModifierKey key) {
+  switch (key) {
+    case ModifierKey::capsLock:
+      return QStringLiteral("shortcuts.pushToTalk.note.capsLock");
+    case ModifierKey::menu:
+    case ModifierKey::pause:
+    case ModifierKey::scrollLock:
+      return QStringLiteral("shortcuts.pushToTalk.note.taken");
+    case ModifierKey::leftAlt:
+    case ModifierKey::rightAlt:
+    case ModifierKey::leftSuper:
+    case ModifierKey::rightSuper:
+      return QStringLiteral("shortcuts.pushToTalk.note.shared");
+    case ModifierKey::fn:
+    case ModifierKey::control:
+    case ModifierKey::leftControl:
+    case ModifierKey::rightControl:
+    case ModifierKey::leftShift:
+    case ModifierKey::rightShift:
+      break;
+  }
+  return {};
+}
+
 }  // namespace
 
 ShortcutsViewModel::ShortcutsViewModel(Services services)
@@ -94,13 +119,24 @@ QVariantList ShortcutsViewModel::pushToTalkChoices() const {
   const PushToTalkMode present = services_.settings.pushToTalkMode();
   for (const PushToTalkMode mode : allCases<PushToTalkMode>()) {
     const auto key = PushToTalk::modifierOf(mode);
-    bool isOffered = mode != PushToTalkMode::usbPedal;
-    if (key) isOffered = services_.canSee ? services_.canSee(*key) : *key != ModifierKey::fn;
+    bool isOffered = mode == PushToTalkMode::disabled;
+    if (mode == PushToTalkMode::custom) isOffered = isAvailable();
+    // Both sides of Ctrl have names of their own; the one for either is only understood.
+    if (key && *key != ModifierKey::control && isAvailable())
+      isOffered = services_.canSee ? services_.canSee(*key) : *key != ModifierKey::fn;
     if (isOffered || mode == present)
       choices << QVariantMap{{QStringLiteral("value"), rawValue(mode)},
                              {QStringLiteral("text"), localizedText(labelKey(mode))}};
   }
   return choices;
+}
+
+QString ShortcutsViewModel::pushToTalkDetail() const {
+  const auto key = PushToTalk::modifierOf(services_.settings.pushToTalkMode());
+  const QString detail =
+      localizedText(key && isDoublePressEnabled() ? "shortcuts.pushToTalk.detail.taps" : "shortcuts.pushToTalk.detail");
+  const QString note = key ? noteKey(*key) : QString();
+  return note.isEmpty() ? detail : detail + u' ' + localizedText(note);
 }
 
 QString ShortcutsViewModel::pushToTalkMode() const {
@@ -131,7 +167,7 @@ QString ShortcutsViewModel::pushToTalkProblem() const {
 
 QString ShortcutsViewModel::toggleKeys() const {
   const auto keys = recorder_.keys(QString::fromLatin1(shortcutNames::toggleRecordingWithTranscription));
-  return keys ? keys->text() : QString();
+  return keys && isAvailable() ? keys->text() : QString();
 }
 
 QString ShortcutsViewModel::toggleProblem() const {
@@ -139,6 +175,7 @@ QString ShortcutsViewModel::toggleProblem() const {
 }
 
 bool ShortcutsViewModel::hasTrigger() const {
+  if (!isAvailable()) return false;
   if (!toggleKeys().isEmpty()) return true;
   const PushToTalkMode mode = services_.settings.pushToTalkMode();
   if (mode == PushToTalkMode::custom) return recorder_.keys(QString::fromLatin1(shortcutNames::pushToTalk)).has_value();

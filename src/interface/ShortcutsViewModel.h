@@ -14,12 +14,14 @@ namespace quillmere {
 class DefaultsStore;
 class SettingsManager;
 
-// The system-wide shortcuts, one a row, and the key that is held to talk. Main thread; everything outlives it.
+// The system-wide shortcuts, one a row, and the key that is held to talk. Where the session lets programs take no keys
+// (isAvailable is false) none is offered, and none counts as a trigger. Main thread; everything outlives it.
 class ShortcutsViewModel final : public QAbstractListModel {
   Q_OBJECT
   Q_PROPERTY(bool isAvailable READ isAvailable CONSTANT)
   Q_PROPERTY(QString recordingName READ recordingName NOTIFY changed)
   Q_PROPERTY(QVariantList pushToTalkChoices READ pushToTalkChoices NOTIFY changed)
+  Q_PROPERTY(QString pushToTalkDetail READ pushToTalkDetail NOTIFY changed)
   Q_PROPERTY(QString pushToTalkMode READ pushToTalkMode WRITE setPushToTalkMode NOTIFY changed)
   Q_PROPERTY(bool isDoublePressEnabled READ isDoublePressEnabled WRITE setDoublePressEnabled NOTIFY changed)
   Q_PROPERTY(bool isModifierHeld READ isModifierHeld NOTIFY changed)
@@ -44,7 +46,7 @@ class ShortcutsViewModel final : public QAbstractListModel {
     GlobalShortcuts& shortcuts;
     Executor& executor;
     DefaultsStore& defaults;                          // where the keys stand, whoever changes them
-    std::function<bool(ModifierKey)> canSee = {};     // whether the keyboard tells of that key; default: all but Fn
+    std::function<bool(ModifierKey)> canSee = {};     // whether the keyboard has that key; default: all but Fn
     std::function<bool()> isTrustedForAccessibility;  // default: yes
   };
   explicit ShortcutsViewModel(Services services);
@@ -57,6 +59,8 @@ class ShortcutsViewModel final : public QAbstractListModel {
   bool isAvailable() const { return recorder_.isAvailable(); }
   QString recordingName() const { return recorder_.recordingName(); }
   QVariantList pushToTalkChoices() const;  // {value, text}
+  // What the chosen key does when it is held and when it is tapped.
+  QString pushToTalkDetail() const;
   QString pushToTalkMode() const;
   void setPushToTalkMode(const QString& mode);
   bool isDoublePressEnabled() const;

@@ -4,6 +4,7 @@
 
 #include "base/text/Folding.h"
 #include "base/text/LocalizedText.h"
+#include "interface/FollowRows.h"
 #include "storage/PersistenceController.h"
 
 namespace quillmere {
@@ -33,14 +34,9 @@ void VocabularyModel::read() {
   const auto key = [](const VocabularyPtr& item) { return foldedForSearch(item->word.value_or(QString())); };
   std::stable_sort(items.begin(), items.end(),
                    [&](const VocabularyPtr& a, const VocabularyPtr& b) { return key(a) < key(b); });
-  if (items == items_) {
-    if (!items_.empty()) Q_EMIT dataChanged(index(0), index(count() - 1));
-    return;
-  }
-  beginResetModel();
-  items_ = std::move(items);
-  endResetModel();
-  Q_EMIT listChanged();
+  const bool isOtherList = followRows(*this, items_, items);
+  if (!items_.empty()) Q_EMIT dataChanged(index(0), index(count() - 1));
+  if (isOtherList) Q_EMIT listChanged();
 }
 
 int VocabularyModel::rowCount(const QModelIndex& parent) const {

@@ -33,6 +33,8 @@ class VocabularyModel final : public QAbstractListModel {
   void listChanged();
 
  private:
+  template <typename Model, typename AnyRow>
+  friend bool followRows(Model& model, std::vector<AnyRow>& shown, const std::vector<AnyRow>& wanted);
   void read();
   QString refusal(const QString& word, const QString& ownId) const;
 

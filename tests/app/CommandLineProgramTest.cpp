@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QFileInfo>
+#include <QStorageInfo>
 #include <fstream>
 
 namespace quillmere {
@@ -273,6 +274,16 @@ TEST_F(CommandLineProgramTest, AFolderServesAsAModelHub) {
   EXPECT_EQ(program.filesIn(program.file("data/quillmere/models")), QStringList());
   program.expect(6, {"models", "download", "base"});  // the hub doesn't have it
   program.expect(2, {"models", "download", "nonsense"});
+}
+
+TEST_F(CommandLineProgramTest, AFullDiskHasItsOwnExitCode) {
+  QDir(program.file(QString())).mkdir("hub");
+  QFile sparse(program.file("hub/ggml-large-v3.bin"));
+  ASSERT_TRUE(sparse.open(QIODevice::WriteOnly));
+  ASSERT_TRUE(sparse.resize(QStorageInfo(sparse.fileName()).bytesAvailable() + (qint64{1} << 30)));
+  program.environment().insert("QUILLMERE_MODEL_HUB", program.file("hub"));
+  const Output full = program.expect(7, {"models", "download", "large-v3"});
+  EXPECT_EQ(full.err.count('\n'), 1) << full.err.constData();
 }
 
 }  // namespace

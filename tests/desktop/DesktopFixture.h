@@ -12,7 +12,10 @@
 #include "support/FakeAudioDevices.h"
 #include "support/FakeAudioRecorder.h"
 #include "support/FakeGlobalShortcuts.h"
+#include "support/FakeKeyInterceptor.h"
+#include "support/FakeMediaEncoder.h"
 #include "support/FakeMediaReader.h"
+#include "support/FakeTranscriptRoad.h"
 #include "transcripts/TranscriptRoad.h"
 #include "transcripts/TranscriptionRetryController.h"
 
@@ -26,6 +29,7 @@ class DesktopFixture : public InterfaceFixture {
                           HttpDownloader* server = nullptr, const QString& hub = {})
       : InterfaceFixture(language, server, hub) {
     const bool isGerman = language == QLatin1String("de");
+    interceptor.isAllowed = false;
     const QString microphone = isGerman ? QStringLiteral("USB-Mikrofon") : QStringLiteral("USB microphone");
     install(QStringLiteral("base"));
     const ModePtr standard = makeMode("Default");
@@ -40,7 +44,7 @@ class DesktopFixture : public InterfaceFixture {
     DesktopIntents intents;
     intents.app.toggleRecording = [this] { ++toggles; };
     intents.app.cancelRecording = [this] { ++cancels; };
-    intents.app.transcribeFile = [] {};
+    intents.app.copyText = [this](const QString& text) { copied << text; };
     intents.history.copyText = [this](const QString& text) { copied << text; };
     intents.history.pasteText = [this](const QString& text) { pasted << text; };
     intents.history.playAudio = [this](const QString& path) { played << path; };
@@ -49,6 +53,9 @@ class DesktopFixture : public InterfaceFixture {
     intents.dialog.stopRecording = [this] { ++stops; };
     intents.dialog.copyText = [this](const QString& text) { copied << text; };
     intents.dialog.isTextOnClipboard = [this] { return isTextOnClipboard; };
+    intents.dialog.pasteHere = [this] { ++pastesHere; };
+    intents.dialog.sendToTarget = [this] { ++sends; };
+    intents.dialog.targetName = [] { return QStringLiteral("A text editor of many words"); };
     intents.dialog.stopKey = [] { return QStringLiteral("Ctrl+Alt+D"); };
     intents.dialog.cancelKey = [] { return QStringLiteral("Esc"); };
     intents.firstRun.tryDictation = [this] { ++trials; };
@@ -61,7 +68,11 @@ class DesktopFixture : public InterfaceFixture {
     services.mediaReaders = &mediaReaders;
     services.workers = &pool;
     services.shortcuts = &shortcuts;
+    services.interceptor = &interceptor;
     services.shortcutStore = &shortcutStore;
+    services.canLaunchAtLogin = true;
+    services.fileFlow = &fileFlow;
+    defaults.setValue(QStringLiteral("recordingsFolder"), folder.filePath(QStringLiteral("recordings")));
     interface = std::make_unique<DesktopInterface>(std::move(services), std::move(intents),
                                                    DesktopInterfaceOptions{.hasTray = hasTray, .usesPortal = false});
     interface->app().setMicrophone(microphone, true);
@@ -152,16 +163,28 @@ class DesktopFixture : public InterfaceFixture {
 
   FakeMediaReaderFactory mediaReaders;
   DesktopNotices toasts;
+  QStringList retriedPaths;
   struct NoRoad final : TranscriptRoad {
-    Task<TranscriptOutcome> run(TranscriptJob) override { throw Cancelled(); }
-  } road;
+    explicit NoRoad(QStringList& to) : paths(to) {}
+    QStringList& paths;
+    Task<TranscriptOutcome> run(TranscriptJob job) override {
+      paths << job.audioPath;
+      throw Cancelled();
+    }
+  } road{retriedPaths};
   TranscriptionRetryController retry{*store, road, Logging(log)};
+  FakeMediaEncoder encoder;
+  AudioFileConverter converter{mediaReaders, encoder, pool, Logging(log)};
+  FakeTranscriptRoad fileRoad;
+  FileTranscriptionFlow fileFlow{{executor, clock, pool, *store, settings, converter, fileRoad}, Logging(log)};
   FakeAudioDevices inputs;
   FakeAudioRecorderFactory recorders;
   AudioDeviceManager devices{inputs, settings.audio(), executor, nullptr, Logging(log)};
   FakeGlobalShortcuts shortcuts;
+  FakeKeyInterceptor interceptor;  // nothing to be had, until a test says otherwise
   ShortcutStore shortcutStore{defaults, shortcuts, &state, Logging(log)};
   int toggles = 0, cancels = 0, stops = 0, trials = 0;
+  int pastesHere = 0, sends = 0;
   bool isTextOnClipboard = true;
   QStringList copied, pasted, played;
   std::unique_ptr<DesktopInterface> interface;  // last: over everything else

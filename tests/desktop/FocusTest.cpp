@@ -34,7 +34,8 @@ TEST(Focus, StaysWhereTheUserIs) {
     EXPECT_EQ(active(), before) << when;
   };
   QQuickWindow* const window = f.interface->overlayWindow().window();
-  screen->keepOnAllDesktops(xcb_window_t(window->winId()));
+  const auto* const toolkit = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  screen->announce(xcb_window_t(window->winId()), toolkit->connection());
   f.state.update([](AppStateData& data) { data.showRecordingDialog = true; });
   ASSERT_TRUE(f.settleUntil([&] { return window->isExposed(); }));
   expectUntouched("pill");
@@ -60,6 +61,35 @@ TEST(Focus, StaysWhereTheUserIs) {
     return window->width() == width &&
            window->position() == overlayPlace(QGuiApplication::primaryScreen()->availableGeometry(), window->size());
   })) << "back in its place";
+}
+
+TEST(Focus, GoesToTheNextWindowAndNotToThePillWhenOneCloses) {
+  if (QGuiApplication::platformName() != QLatin1String("xcb")) GTEST_SKIP() << "no X server";
+  auto screen = X11FloatingWindows::open();
+  ASSERT_TRUE(screen);
+  DesktopFixture f;
+  const auto activeName = [] {
+    return output(QStringLiteral("xdotool"), {QStringLiteral("getactivewindow"), QStringLiteral("getwindowname")});
+  };
+  QProcess windows[2];
+  for (int i = 0; i < 2; ++i) {
+    const QString name = QStringLiteral("window %1").arg(i);
+    windows[i].start(QStringLiteral("xterm"),
+                     {QStringLiteral("-T"), name, QStringLiteral("-e"), QStringLiteral("cat")});
+    ASSERT_TRUE(f.settleUntil([&] { return activeName() == name; }));
+  }
+  QQuickWindow* const pill = f.interface->overlayWindow().window();
+  const auto* const toolkit = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  (*screen)->announce(xcb_window_t(pill->winId()), toolkit->connection());
+  f.state.update([](AppStateData& data) { data.showRecordingDialog = true; });
+  ASSERT_TRUE(f.settleUntil([&] { return pill->isExposed(); }));
+  windows[1].kill();
+  windows[1].waitForFinished();
+  EXPECT_TRUE(f.settleUntil([&] { return activeName() == QLatin1String("window 0"); }));
+  windows[0].kill();
+  windows[0].waitForFinished();
+  for (int i = 0; i < 20; ++i) f.settle();
+  EXPECT_NE(output(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus")}), QString::number(pill->winId()));
 }
 
 }  // namespace

@@ -87,7 +87,7 @@ TEST_P(Pictures, OfTheMainWindow) {
 TEST_P(Pictures, OfTheOtherPages) {
   DesktopFixture& f = make();
   f.shortcutStore.setKeys(QStringLiteral("toggleRecordingWithTranscription"), KeyCombination::parse("Ctrl+Alt+D"));
-  f.settings.setPushToTalkMode(PushToTalkMode::rightOption);
+  f.settings.setPushToTalkMode(PushToTalkMode::rightAlt);
   f.store->addVocabularyItem(QStringLiteral("Quillmere"));
   f.store->addVocabularyItem(QStringLiteral("q three"), QStringLiteral("Q3"));
   QQuickWindow* const window = show(f);
@@ -144,6 +144,7 @@ TEST_P(Pictures, OfTheOverlay) {
   EXPECT_TRUE(window->isVisible());
   for (int i = 0; i < 30; ++i) f.interface->setLiveMetrics(0.8F, 7.2);
   take("recording", [](AppStateData& data) { data.recordingState.kind = RecordingState::Recording{}; });
+  f.interceptor.isAllowed = true;
   take("question", [](AppStateData& data) { data.showCancelConfirmation = true; });
   scaleText(2.0);
   take("question-large", [](AppStateData&) {});

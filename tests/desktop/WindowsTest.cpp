@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QDropEvent>
+#include <QMimeData>
 #include <QScreen>
 #include <QTest>
 
@@ -85,7 +87,35 @@ TEST(AccessibleNamesTest, OfEveryControl) {
   QAccessible::setActive(false);
 }
 
+TEST(OverlayPlaceTest, BesideTheWindowAndClearOfTheLine) {
+  const QRect screen(0, 0, 1600, 1000);
+  const QSize pill(200, 40);
+  const struct {
+    const char* name;
+    QRect window, caret;
+    QPoint place;
+    int toastY;  // 30 high
+  } cases[] = {
+      {"nothing known", {}, {}, {700, 920}, 882},
+      {"below", {100, 100, 400, 300}, {}, {200, 408}, 456},
+      {"above", {100, 300, 400, 700}, {}, {200, 252}, 300},
+      {"over a full one", {0, 0, 1600, 1000}, {20, 500, 1, 16}, {700, 920}, 882},
+      {"line at the bottom", {0, 0, 1600, 1000}, {20, 950, 1, 16}, {700, 40}, 88},
+      {"line just above it", {0, 0, 1600, 1000}, {20, 896, 1, 20}, {700, 40}, 88},
+      {"half the screen", {0, 0, 800, 1000}, {}, {300, 920}, 882},
+      {"at the side", {1500, 100, 300, 300}, {}, {1392, 408}, 456},
+      {"elsewhere", {5000, 0, 100, 100}, {}, {700, 920}, 882},
+  };
+  for (const auto& c : cases) {
+    const FocusPlace focus{c.window, c.caret};
+    EXPECT_EQ(overlayPlace(screen, pill, focus), c.place) << c.name;
+    EXPECT_EQ(toastPlace(screen, QSize(200, 30), focus).y(), c.toastY) << c.name;
+  }
+  EXPECT_EQ(scaledRect(QRect(3840, 200, 400, 100), QRect(1920, 0, 1920, 1080), 2), QRect(2880, 100, 200, 50));
+}
+
 TEST_F(WindowsTest, PillStandsInTheMiddleAboveTheEdge) {
+  f.interceptor.isAllowed = true;  // the question names its keys
   EXPECT_EQ(overlayPlace(QRect(1920, 30, 1001, 770), QSize(200, 40)), QPoint(2321, 720));
   f.change([](AppStateData& data) { data.showRecordingDialog = true; });
   QQuickWindow* const pill = f.interface->overlayWindow().window();
@@ -122,6 +152,17 @@ TEST_F(WindowsTest, PillIsWorkedByClicks) {
     data.transcriptionPasteFailed = true;
     data.recordingState.kind = RecordingState::Idle{};
   });
+  f.change([](AppStateData& data) { data.lastPaste = PasteOutcome::typedElsewhere; });
+  click("Paste here");
+  EXPECT_EQ(f.pastesHere, 1);
+  click("Send to A text editor of ma…");
+  EXPECT_EQ(f.sends, 1);
+  for (const char* name : {"Paste here", "Send to A text editor of ma…"}) {
+    const QQuickItem* const button = itemNamed(window, QString::fromUtf8(name));
+    ASSERT_NE(button, nullptr);
+    const QRectF place = button->mapRectToScene(button->boundingRect());
+    EXPECT_TRUE(QRectF(150, 0, window->width() - 150, window->height()).contains(place)) << name;
+  }
   f.isTextOnClipboard = false;
   f.change([](AppStateData& data) { data.errorMessage = QStringLiteral("x"); });
   click("Copy");
@@ -257,6 +298,9 @@ TEST_F(WindowsTest, SettingsAreWorkedByKeyboard) {
   press(f, Qt::Key_3, Qt::NoModifier, QStringLiteral("3"));
   press(f, Qt::Key_Return);
   EXPECT_EQ(f.settings.clipboardRestoreDelaySeconds(), 3);
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Start when you log in")));
+  press(f, Qt::Key_Space);
+  EXPECT_FALSE(f.settings.effectiveValue(QStringLiteral("launchAtLogin")).toBool());
 }
 
 TEST_F(WindowsTest, ModesAndWordsAreWorkedByKeyboard) {
@@ -320,6 +364,113 @@ TEST_F(WindowsTest, TextIsShownAsItIs) {
   f.change([](AppStateData& data) { data.showRecordingDialog = true; });
   expectPlain(f.interface->overlayWindow().window());
   EXPECT_GT(texts, 50);
+}
+
+// What people drop on the window is transcribed, whatever page is open.
+TEST_F(WindowsTest, TakesFilesThatAreDropped) {
+  ASSERT_TRUE(open(QStringLiteral("settings")));
+  f.fileRoad.isHolding = true;
+  QFile file(f.folder.filePath(QStringLiteral("talk <b>.mp3")));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("sound") == 5);
+  file.close();
+  FakeMediaFile sound;
+  sound.duration = 12;
+  const QString copy = QStringLiteral("recordings/imported_%1_talk <b>.mp3").arg(f.clock.now().toSecsSinceEpoch());
+  for (const QString& path : {file.fileName(), f.folder.filePath(copy)}) f.mediaReaders.files[path] = sound;
+
+  const auto drop = [&](const QMimeData& data) {
+    const QPoint place(window->width() / 2, window->height() / 2);
+    QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &enter);
+    QDropEvent event(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QDragLeaveEvent leave;
+    QCoreApplication::sendEvent(window, enter.isAccepted() ? static_cast<QEvent*>(&event) : &leave);
+    f.settle();
+    return enter.isAccepted();
+  };
+  QMimeData words, files;
+  words.setText(QStringLiteral("words"));
+  EXPECT_FALSE(drop(words));
+  files.setUrls({QUrl::fromLocalFile(file.fileName())});
+  EXPECT_TRUE(drop(files));
+  EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("files"));
+  ASSERT_TRUE(f.settleUntil([&] { return f.fileRoad.audioPaths.size() == 1; }));
+  f.fileRoad.onProgress(1);
+  f.executor.advance(400ms);
+  f.settle();
+  EXPECT_NE(itemNamed(window, QStringLiteral("talk <b>.mp3: Transcribing… 85 %")), nullptr);
+  EXPECT_GE(expectNames(window, "files"), 6);
+  DesktopFixture::keepPicture(window, QStringLiteral("files-en-light"));
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Cancel talk <b>.mp3")));
+  EXPECT_TRUE(enter().startsWith(QStringLiteral("talk <b>.mp3"))) << "the row keeps the keyboard";
+  ASSERT_TRUE(f.settleUntil([&] { return !f.interface->files()->isWorking(); }));
+  f.fileRoad.isHolding = false;
+  ASSERT_TRUE(tabTo(f, QStringLiteral("Try again: talk <b>.mp3")));
+  press(f, Qt::Key_Return);
+  ASSERT_TRUE(f.settleUntil([&] {
+    f.executor.advance(100ms);
+    return f.interface->mainWindow().page() == QLatin1String("history");
+  })) << "where the text is";
+}
+
+// Alerts are dialogs, and closing one is an answer too.
+TEST_F(WindowsTest, AlertsHaveTheirButtons) {
+  ASSERT_TRUE(open());
+  f.change([](AppStateData& data) {
+    data.missingAPIKeys = {{MissingAPIKey::Offline{}}};
+    data.showAPIKeyAlert = true;
+  });
+  QQuickWindow* const dialog = f.interface->alertWindow().window();
+  ASSERT_NE(dialog, nullptr);
+  EXPECT_TRUE(dialog->isVisible());
+  EXPECT_EQ(dialog->title(), QStringLiteral("Internet connection required"));
+  EXPECT_EQ(expectNames(dialog, "alert"), 2);
+  DesktopFixture::keepPicture(dialog, QStringLiteral("alert-en-light"));
+  const QQuickItem* const button = itemNamed(dialog, QStringLiteral("Open Modes"));
+  ASSERT_NE(button, nullptr);
+  QTest::mouseClick(dialog, Qt::LeftButton, Qt::NoModifier,
+                    button->mapToScene(button->boundingRect().center()).toPoint());
+  f.settle();
+  EXPECT_FALSE(dialog->isVisible());
+  EXPECT_FALSE(f.state.data().showAPIKeyAlert);
+  EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("modes"));
+  QString answer;
+  f.interface->alerts().show({QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Yes"), QStringLiteral("No"),
+                              [&] { answer = QStringLiteral("yes"); }, [&] { answer = QStringLiteral("no"); }});
+  f.settle();
+  dialog->close();
+  f.settle();
+  EXPECT_EQ(answer, QStringLiteral("no"));
+}
+
+TEST(TrayIconTest, CopiesTheLastText) {
+  for (const bool hasHistory : {true, false}) {
+    DesktopFixture f(QStringLiteral("en"), hasHistory, true);
+    QAction* const copy = f.interface->tray()->menu().actions()[3];
+    EXPECT_EQ(copy->text(), QStringLiteral("Copy last text"));
+    EXPECT_EQ(copy->isEnabled(), hasHistory);
+    copy->trigger();
+    ASSERT_EQ(f.copied.size(), hasHistory ? 1 : 0);
+    EXPECT_EQ(f.copied.value(0).startsWith(QStringLiteral("Let's move the quarterly review")), hasHistory);
+  }
+}
+
+TEST(TrayIconTest, OffersToTranscribeWhatFailedOnceMore) {
+  DesktopFixture f(QStringLiteral("en"), true, true);
+  QAction* const again = f.interface->tray()->menu().actions()[4];
+  EXPECT_FALSE(again->isVisible());
+  const TranscriptPtr failed = f.store->fetchTranscriptsWithStatus(TranscriptStatus::failed)[0];
+  f.change([&](AppStateData& data) { data.lastFailedTranscript = failed->id; });
+  EXPECT_TRUE(again->isVisible());
+  again->trigger();
+  f.settle();
+  EXPECT_EQ(f.interface->mainWindow().page(), QStringLiteral("history"));
+  EXPECT_EQ(f.retriedPaths, QStringList{*failed->audioFilePath});
+  failed->status = QStringLiteral("completed");
+  failed->failedReason.reset();
+  f.store->save();
+  f.settle();
+  EXPECT_FALSE(again->isVisible());
 }
 
 TEST(TrayIconTest, OffersTheModes) {

@@ -30,8 +30,8 @@ int colors(const QImage& image, const QRect& area) {
   return int(found.size());
 }
 
-// Where the pill stands: centred, 40 above the lower edge of the screen of 1600 x 1000.
-const QRect pill(720, 925, 160, 30);
+// Where the pill stands: below the window with the keyboard, which is in the middle of the screen of 1600 x 1000.
+const QRect pill(720, 608, 160, 20);
 
 bool windowIsShown() {
   return Tool::run("wmctrl", {"-l"}).text().contains("Quillmere");

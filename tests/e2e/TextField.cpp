@@ -33,13 +33,23 @@ TextField::TextField(Kind kind) : kind_(kind), title_("field-" + QUuid::createUu
       process_.start(target, {"--kind", "edit", "--window-title", title_});
       break;
     case Kind::chromiumTextarea:
+    case Kind::unknownTextarea:
       startChromium();
+      break;
+    case Kind::tkText:
+      startTk();
       break;
     case Kind::terminal:
       process_.start("xterm", {"-T", title_, "-e", "sh", "-c", "cat > '" + savedPath() + "'"});
       break;
   }
   isReady_ = process_.waitForStarted() && waitUntilActive();
+}
+
+TextField::TextField(TextField& sibling)
+    : kind_(sibling.kind_), title_("field-" + QUuid::createUuid().toString(QUuid::Id128).left(8)) {
+  sibling.process_.write(title_.toUtf8() + '\n');
+  isReady_ = sibling.process_.waitForBytesWritten() && waitUntilActive();
 }
 
 TextField::~TextField() {
@@ -62,9 +72,38 @@ void TextField::startChromium() {
                                      "</title><textarea id=t autofocus rows=8 cols=60></textarea><script>t.focus();"
                                      "t.oninput=()=>{document.title='" +
                                      title_.toUtf8() + " text:'+t.value}</script>");
-  process_.start("chromium", {"--no-sandbox", "--disable-gpu", "--no-first-run", "--force-renderer-accessibility",
-                              "--disable-background-networking", "--user-data-dir=" + folder_.filePath("profile"),
-                              "--app=file://" + page});
+  QStringList arguments{"--no-sandbox",
+                        "--disable-gpu",
+                        "--no-first-run",
+                        "--disable-background-networking",
+                        "--user-data-dir=" + folder_.filePath("profile"),
+                        "--app=file://" + page};
+  if (kind_ == Kind::unknownTextarea)
+    arguments << "--class=Unknown"
+              << "--disable-renderer-accessibility";
+  process_.start("chromium", arguments);
+}
+
+// Makes a window for every name that it reads, and tells the text in the title.
+void TextField::startTk() {
+  const QString script = writeFile(folder_.filePath("windows.tcl"), R"(wm withdraw .
+proc tell {w name} {
+  if {![winfo exists $w]} return
+  wm title $w "$name text:[string trim [$w.t get 1.0 end]]"
+  after 50 [list tell $w $name]
+}
+proc take {} {
+  if {[gets stdin name] < 0} return
+  set w [toplevel .w[string map {- _} $name]]
+  pack [text $w.t]
+  focus $w.t
+  tell $w $name
+}
+fconfigure stdin -blocking 0
+fileevent stdin readable take
+)");
+  process_.start("wish", {script});
+  if (process_.waitForStarted()) process_.write(title_.toUtf8() + '\n');
 }
 
 QString TextField::windowName() const {
@@ -76,12 +115,15 @@ QString TextField::windowName() const {
 bool TextField::waitUntilActive() {
   return eventually(
       [&] {
-        const Tool active = Tool::run("xdotool", {"getactivewindow", "getwindowname"});
-        if (active.text().contains(title_)) return true;
+        if (isActive()) return true;
         activate();
         return false;
       },
       std::chrono::seconds(60));
+}
+
+bool TextField::isActive() const {
+  return Tool::run("xdotool", {"getactivewindow", "getwindowname"}).text().contains(title_);
 }
 
 void TextField::activate() {
@@ -117,6 +159,8 @@ QString TextField::text() {
         lastQtText_ = QJsonDocument::fromJson(pending_.left(end))["text"].toString();
       return lastQtText_;
     case Kind::chromiumTextarea:
+    case Kind::unknownTextarea:
+    case Kind::tkText:
       return windowName().section(" text:", 1);
     case Kind::terminal:
       press("Return");

@@ -9,8 +9,21 @@ namespace quillmere {
 // tells whether it came.
 class TextField {
  public:
-  enum class Kind { gtkEntry, gtkPassword, gtk4Editor, qtLine, qtPassword, qtEditor, chromiumTextarea, terminal };
+  enum class Kind {
+    gtkEntry,
+    gtkPassword,
+    gtk4Editor,
+    qtLine,
+    qtPassword,
+    qtEditor,
+    chromiumTextarea,
+    unknownTextarea,  // the same in a program that nobody knows, which tells others nothing
+    terminal,
+    tkText  // a toolkit that knows nothing of accessibility
+  };
   explicit TextField(Kind kind);
+  // Another window of the same program, which is of the kind tkText.
+  explicit TextField(TextField& sibling);
   ~TextField();
 
   bool isReady() const { return isReady_; }
@@ -21,9 +34,11 @@ class TextField {
   QString eventualText();
   // Brings its window to the front again.
   void activate();
+  bool isActive() const;
 
  private:
   void startChromium();
+  void startTk();
   void startGtk4();
   QString windowName() const;
   // The file that an editor's document or a terminal's input goes to; what it holds.

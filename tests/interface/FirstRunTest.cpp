@@ -310,6 +310,13 @@ TEST(Shortcuts, AreRecordedByPressingThem) {
     EXPECT_EQ(row(mode, ShortcutsViewModel::keysRole), QStringLiteral("F9")) << "the former keys stay";
     EXPECT_EQ(f.shortcuts.shortcut(mode), KeyCombination::parse(QStringLiteral("F9")));
   }
+  for (const auto& [name, takesEscape] : {std::pair(mode, false), {QStringLiteral("cancelRecording"), true}}) {
+    f.keys.record(name);
+    f.executor.runReady();
+    EXPECT_EQ(f.shortcuts.escape == GlobalShortcuts::EscapeKey::isRecorded, takesEscape) << qPrintable(name);
+  }
+  f.pressFor(QStringLiteral("cancelRecording"), QStringLiteral("Escape"));
+  EXPECT_EQ(row(QStringLiteral("cancelRecording"), ShortcutsViewModel::keysRole), QStringLiteral("Escape"));
   // A second recording ends the first; what is pressed belongs to the second.
   f.keys.record(toggleName);
   f.executor.runReady();
@@ -321,6 +328,52 @@ TEST(Shortcuts, AreRecordedByPressingThem) {
   f.keys.clear(toggleName);
   EXPECT_EQ(f.shortcuts.shortcut(toggleName), std::nullopt);
   EXPECT_FALSE(f.keys.hasTrigger());
+}
+
+TEST(Shortcuts, OfferTheKeysThatTheKeyboardHas) {
+  Fixture f;
+  const auto offered = [&] {
+    QStringList values;
+    for (const QVariant& choice : f.keys.pushToTalkChoices())
+      values << choice.toMap()[QStringLiteral("value")].toString();
+    return values;
+  };
+  for (const char* key :
+       {"leftControl", "rightControl", "rightAlt", "leftSuper", "capsLock", "menu", "pause", "custom"})
+    EXPECT_TRUE(offered().contains(QLatin1String(key))) << key;
+  for (const char* key : {"fn", "control", "usbPedal"}) EXPECT_FALSE(offered().contains(QLatin1String(key))) << key;
+  f.settings.setPushToTalkMode(PushToTalkMode::control);
+  EXPECT_TRUE(offered().contains(QStringLiteral("control"))) << "what is set is shown";
+}
+
+TEST(Shortcuts, TheTextSaysWhatHoldingAndTappingDo) {
+  Fixture f;
+  f.settings.setPushToTalkMode(PushToTalkMode::rightControl);
+  const QString taps = f.keys.pushToTalkDetail();
+  f.settings.setPushToTalkDoublePressEnabled(false);
+  const QString plain = f.keys.pushToTalkDetail();
+  EXPECT_NE(taps, plain);
+  f.settings.setPushToTalkMode(PushToTalkMode::capsLock);
+  EXPECT_TRUE(f.keys.pushToTalkDetail().startsWith(plain) && f.keys.pushToTalkDetail() != plain);
+  f.settings.setPushToTalkDoublePressEnabled(true);
+  f.settings.setPushToTalkMode(PushToTalkMode::custom);
+  EXPECT_EQ(f.keys.pushToTalkDetail(), plain) << "keys of one's own know no taps";
+}
+
+// A Wayland session, for example.
+TEST(Shortcuts, NothingIsPromisedWhereTheSessionGivesNoKeys) {
+  Fixture f;
+  EXPECT_TRUE(f.keys.choose(toggleName, QStringLiteral("Ctrl+Alt+D")));
+  f.settings.setPushToTalkMode(PushToTalkMode::rightAlt);
+  EXPECT_TRUE(f.keys.hasTrigger());
+  f.shortcuts.isThere = false;
+  EXPECT_FALSE(f.keys.isAvailable());
+  EXPECT_FALSE(f.keys.hasTrigger());
+  EXPECT_EQ(f.keys.toggleKeys(), QString());
+  EXPECT_EQ(f.keys.pushToTalkChoices().size(), 2) << "none, and the one that is set";
+  FirstRunViewModel& firstRun = f.show();
+  f.goTo(FirstRunViewModel::shortcutStep);
+  EXPECT_TRUE(firstRun.isStepDone());
 }
 
 }  // namespace

@@ -65,12 +65,37 @@ TEST(ModesViewModel, OffersWhatIsHereInTheUsersLanguage) {
   EXPECT_EQ(f.modes.modelChoices(QStringLiteral("base")).size(), 2);
   EXPECT_EQ(f.modes.modelChoices(QStringLiteral("small")).size(), 3) << "with the one that is set but missing";
   QStringList names;
-  for (const QVariant& language : f.modes.languageChoices())
+  for (const QVariant& language : f.modes.languageChoices(QStringLiteral("base"), QStringLiteral("auto")))
     names << language.toMap()[QStringLiteral("text")].toString();
   EXPECT_FALSE(names.contains(QStringLiteral("German")));
   // Sorted as it is read: Ä, Ö and Ü among A, O and U, and the automatic choice in front.
   EXPECT_EQ(names.indexOf(QStringLiteral("Färöisch")), names.indexOf(QStringLiteral("Finnisch")) - 1);
   EXPECT_EQ(names[0], QStringLiteral("Jede Sprache"));
+}
+
+TEST(ModesViewModel, OffersTheLanguagesThatTheModelKnows) {
+  Fixture f;
+  f.install(QStringLiteral("large-v3"));
+  const auto offers = [&](const char* model, const char* code, const char* present = "auto") {
+    for (const QVariant& choice : f.modes.languageChoices(QString::fromLatin1(model), QString::fromLatin1(present)))
+      if (choice.toMap()[QStringLiteral("value")] == QString::fromLatin1(code)) return true;
+    return false;
+  };
+  for (const auto& [model, code, isOffered] :
+       std::vector<std::tuple<const char*, const char*, bool>>{{"base", "de", true},
+                                                               {"base", "pt-BR", true},
+                                                               {"base", "yue", false},
+                                                               {"large-v3", "yue", true},
+                                                               {"large-v3_turbo", "yue", true},
+                                                               {"large-v2", "yue", false},
+                                                               {"large-v3", "taq", false},
+                                                               {"tiny.en", "de", false},
+                                                               {"tiny.en", "en-GB", true},
+                                                               {"tiny.en", "auto", true}}) {
+    EXPECT_EQ(offers(model, code), isOffered) << model << " " << code;
+    EXPECT_EQ(f.modes.save({}, values(qPrintable(QString(model) + code), model, code)).isEmpty(), isOffered) << code;
+  }
+  EXPECT_TRUE(offers("base", "yue", "yue")) << "what is set is shown";
 }
 
 TEST(VocabularyModel, ListsChangesAndRefuses) {

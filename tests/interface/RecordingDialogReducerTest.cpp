@@ -55,13 +55,16 @@ TEST(RecordingDialogReducer, SaysWhatCanBeDone) {
   const TestTexts texts;
   using Kind = OverlayContent::Kind;
   const R::Surroundings keys{QStringLiteral("Ctrl+D"), QStringLiteral("Esc"), false};
-  const R::Surroundings onClipboard{keys.stopKey, keys.cancelKey, true};
+  const R::Surroundings onClipboard{keys.stopKey, keys.cancelKey, true, QStringLiteral("Letters")};
   S success, loading;
   success.showSuccessState = true;
   loading.isLoading = true;
-  AppStateData idle, recording, notFetched, silent;
+  AppStateData idle, recording, notFetched, typedElsewhere, silent;
   recording.recordingState.kind = RecordingState::Recording{};
   notFetched.transcriptionPasteFailed = true;
+  typedElsewhere.transcriptionPasteFailed = true;
+  typedElsewhere.lastPaste = PasteOutcome::typedElsewhere;
+  typedElsewhere.lastPasteKeys = PasteKeys::shiftInsert;
   silent.dictationNotice = DictationNotice::nothingHeard;
   const struct {
     S state;
@@ -77,6 +80,7 @@ TEST(RecordingDialogReducer, SaysWhatCanBeDone) {
       // On its way into the field: nothing to cancel any more, and nothing claimed yet.
       {success, idle, onClipboard, Kind::working, "Pasting…", false, false},
       {success, notFetched, onClipboard, Kind::onClipboard, "On the clipboard: Ctrl+V", false, false},
+      {success, typedElsewhere, onClipboard, Kind::onClipboard, "On the clipboard: Shift+Insert", false, false},
       {success, notFetched, keys, Kind::ready, "The text is ready", false, false},
       {{}, silent, keys, Kind::notice, "Nothing heard", false, false},
       {loading, silent, keys, Kind::working, "Transcribing…", true, false},
@@ -86,6 +90,9 @@ TEST(RecordingDialogReducer, SaysWhatCanBeDone) {
     const OverlayContent content = R::content(c.state, c.data, c.surroundings);
     EXPECT_EQ(content.kind, c.kind);
     EXPECT_EQ(content.text, QString::fromUtf8(c.text));
+    const bool isChoice = content.text.endsWith(QLatin1String("Insert"));
+    EXPECT_EQ(content.canPasteHere, isChoice);
+    EXPECT_EQ(content.sendTo, isChoice ? QStringLiteral("Letters") : QString());
     EXPECT_EQ(content.cancelKey, c.canCancel ? keys.cancelKey : QString());
     EXPECT_EQ(content.stopKey, c.canStop ? keys.stopKey : QString());
   }

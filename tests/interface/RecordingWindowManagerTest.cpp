@@ -4,6 +4,7 @@
 
 #include "interface/InterfaceFixture.h"
 #include "interface/RecordingDialog.h"
+#include "support/FakeGlobalShortcuts.h"
 #include "support/FakeKeyInterceptor.h"
 #include "support/FakeRecordingPanel.h"
 
@@ -15,10 +16,11 @@ using Kind = OverlayContent::Kind;
 
 struct Fixture : InterfaceFixture {
   FakeKeyInterceptor keys;
+  FakeGlobalShortcuts shortcuts;
   FakePanelRecord panel;
   QStringList calls;
-  RecordingWindowManager windows{[this] { return std::make_unique<FakeRecordingPanel>(panel); }, &keys, executor,
-                                 Logging(log)};
+  RecordingWindowManager windows{[this] { return std::make_unique<FakeRecordingPanel>(panel); }, &keys, &shortcuts,
+                                 executor, Logging(log)};
 
   Fixture() {
     RecordingDialogIntents intents;
@@ -59,6 +61,18 @@ struct Fixture : InterfaceFixture {
   }
   Kind kind() const { return panel.contents.back().kind; }
 };
+
+TEST(RecordingWindowManager, TheWishForAPanelHoldsAtOnce) {
+  Fixture f;
+  f.show();
+  f.become<RecordingState::Recording>();
+  f.settings.general().setShowRecordingWindow(false);
+  EXPECT_EQ(f.panel.open(), 0);
+  EXPECT_TRUE(f.calls.isEmpty()) << "the dictation goes on";
+  f.settings.general().setShowRecordingWindow(true);
+  EXPECT_EQ(f.panel.open(), 1);
+  EXPECT_EQ(f.kind(), Kind::recording);
+}
 
 TEST(RecordingWindowManager, ShowsADictationFromStartToPaste) {
   Fixture f;
@@ -218,6 +232,7 @@ TEST(RecordingWindowManager, TakesTheKeysOnlyWhileItAsks) {
   EXPECT_TRUE(f.windows.isOverlayVisible());
   EXPECT_TRUE(f.windows.dialog()->state().usingCancelOverlayEventTap);
   EXPECT_FALSE(f.panel.hasLocalKeys);
+  EXPECT_FALSE(f.panel.contents.back().stopKey.isEmpty());
 
   EXPECT_TRUE(f.keys.pressEscape());
   EXPECT_TRUE(f.state.data().showCancelConfirmation) << "inside the key handling";
@@ -236,6 +251,24 @@ TEST(RecordingWindowManager, TakesTheKeysOnlyWhileItAsks) {
   EXPECT_EQ(f.panel.open(), 0);
 }
 
+TEST(RecordingWindowManager, ShortcutsLeaveTheQuestionItsKeys) {
+  for (const bool canTakeKeys : {true, false}) {
+    Fixture f;
+    f.keys.isAllowed = canTakeKeys;
+    const QString cancel = QStringLiteral("cancel"), toggle = QStringLiteral("toggle");
+    EXPECT_TRUE(f.shortcuts.setShortcut(cancel, KeyCombination::parse(QStringLiteral("Escape"))));
+    EXPECT_TRUE(f.shortcuts.setShortcut(toggle, KeyCombination::parse(QStringLiteral("Ctrl+Return"))));
+    f.show();
+    f.become<RecordingState::Recording>();
+    EXPECT_TRUE(f.shortcuts.hasKey(cancel));
+    f.ask();
+    EXPECT_EQ(f.shortcuts.hasKey(cancel), !canTakeKeys) << "where the question can't have it, it still cancels";
+    EXPECT_TRUE(f.shortcuts.hasKey(toggle));
+    f.windows.stopCancelOverlay();
+    EXPECT_TRUE(f.shortcuts.hasKey(cancel));
+  }
+}
+
 TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
   Fixture f;
   f.keys.isAllowed = false;
@@ -245,6 +278,7 @@ TEST(RecordingWindowManager, AsksWithItsOwnKeysWhereOthersCantBeHad) {
   EXPECT_TRUE(f.panel.hasLocalKeys);
   EXPECT_FALSE(f.windows.dialog()->state().usingCancelOverlayEventTap);
   EXPECT_EQ(f.kind(), Kind::question);
+  EXPECT_EQ(f.panel.contents.back().stopKey, QString()) << "a key that goes elsewhere is not named";
   f.panel.handlers.onDismissQuestion();
   f.executor.runReady();
   EXPECT_FALSE(f.panel.hasLocalKeys);

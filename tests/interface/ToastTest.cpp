@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "interface/InlineErrorToastManager.h"
+#include "interface/InterfaceFixture.h"
 #include "interface/ModeChangeToastManager.h"
+#include "interface/NoticeRouter.h"
+#include "ports/DesktopNotifications.h"
 #include "support/FakeToastPanel.h"
-#include "support/ManualExecutor.h"
 
 namespace quillmere {
 namespace {
@@ -40,6 +42,39 @@ TEST(ModeChangeToastManager, FollowsQuickChanges) {
   EXPECT_EQ(panel.shown.back(), (ToastContent{ToastContent::Kind::mode, QStringLiteral("B")}));
   executor.advance(1s);
   EXPECT_FALSE(panel.isVisible);
+}
+
+struct FakeNotifications final : DesktopNotifications {
+  QStringList shown;
+  bool works = true;
+  Task<bool> show(Content content) override {
+    shown << content.text;
+    co_return works;
+  }
+};
+
+// Without a pill the desktop tells, and where the desktop can't, we do.
+TEST(NoticeRouter, FollowsTheWishForAPill) {
+  InterfaceFixture f;
+  FakeToastPanel panel;
+  ModeChangeToastManager modes(panel, f.executor);
+  FakeNotifications desktop;
+  NoticeRouter router(f.notices, modes, f.settings, &desktop, f.executor);
+  const auto tell = [&](const char* message) {
+    router.showToast(QString::fromLatin1(message), true);
+    f.executor.runReady();
+  };
+  tell("one");
+  f.settings.general().setShowRecordingWindow(false);
+  tell("two");
+  router.showMode(QStringLiteral("Letters"));
+  f.executor.runReady();
+  EXPECT_EQ(desktop.shown, (QStringList{QStringLiteral("two"), QStringLiteral("Mode: Letters")}));
+  EXPECT_TRUE(panel.shown.empty());
+  desktop.works = false;
+  tell("three");
+  EXPECT_EQ(f.notices.toasts,
+            (std::vector<std::pair<QString, bool>>{{QStringLiteral("one"), true}, {QStringLiteral("three"), true}}));
 }
 
 }  // namespace

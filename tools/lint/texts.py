@@ -19,9 +19,7 @@ SOURCE_LANGUAGE = "en"
 # Texts that stand ready for windows which aren't built yet. A line goes when the window comes.
 WITHOUT_USE_YET = (
     "common.",
-    "select.audio.file",
     "storage.folder.choose.",
-    "storage.recovery.",
     "modes.badge.offline",
 )
 

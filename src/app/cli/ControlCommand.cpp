@@ -60,6 +60,11 @@ void printStatus(Terminal& terminal, const QJsonObject& status, bool isJson) {
   terminal.out(line);
   terminal.out(localizedText("cli.control.mode", status["mode"].toString()));
   terminal.out(localizedText("cli.control.microphone", status["microphone"].toString()));
+  if (const QString paste = status["paste"].toString(); !paste.isEmpty() && paste != QStringLiteral("none")) {
+    const bool isThere = paste == QStringLiteral("pasted") || status["onClipboard"].toBool();
+    const QString fate = QStringLiteral("cli.control.paste.") + (isThere ? paste : QStringLiteral("lost"));
+    terminal.out(localizedText("cli.control.lastText", localizedText(fate)));
+  }
   if (const QString error = status["error"].toString(); !error.isEmpty())
     terminal.out(localizedText("cli.control.lastError", error));
 }

@@ -40,15 +40,6 @@ QString rowLine(const Transcript& transcript, const Terminal& terminal) {
   return head + text;
 }
 
-// A text that is there stays: its audio gets a row more.
-TranscriptPtr rowForRetry(TranscriptStore& transcripts, const TranscriptPtr& transcript) {
-  if (transcript->status != TranscriptStatus::completed) return transcript;
-  const TranscriptPtr row =
-      transcripts.createTranscript(transcript->duration.value_or(0), transcript->mode, transcript->audioFilePath);
-  row->modeRelationship = transcript->modeRelationship;
-  return row;
-}
-
 Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wishes) {
   Services& services = context.services;
   ModePtr before = transcript->modeRelationship;
@@ -57,10 +48,9 @@ Task<int> retry(CommandContext context, TranscriptPtr transcript, ModeWishes wis
   const auto mode = chooseMode(context, wishes, before);
   if (!mode) co_return fail(context, mode.error());
   if (const auto problem = whyModeCannotRun(services, **mode)) co_return fail(context, *problem);
-  const TranscriptPtr row = rowForRetry(services.persistence->transcripts(), transcript);
-  const auto result = co_await services.transcription->retry->retry(row, *mode);
+  const auto result = co_await services.transcription->retry->retry(transcript, *mode);
   if (!result) co_return fail(context, {localizedDescription(result.error()), exitCodeFor(result.error())});
-  context.terminal.out(row->text.value_or(QString()));
+  context.terminal.out(result->text);
   co_return co_await exitWhenSaved(context);
 }
 

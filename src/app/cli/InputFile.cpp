@@ -25,20 +25,6 @@ CommandFailure systemFailure(const QString& name, int number) {
 
 }  // namespace
 
-Result<QString, CommandFailure> InputFile::textPath() {
-  const QByteArray bytes = QByteArray::fromStdString(path.string());
-  const QString text = QFile::decodeName(bytes);
-  if (QFile::encodeName(text) == bytes) return text;
-  if (!temporary) temporary = std::make_shared<QTemporaryDir>();
-  const QString suffix = QString::fromLatin1(QByteArray::fromStdString(path.extension().string())).remove(QChar(u'/'));
-  const QString link =
-      temporary->filePath(QStringLiteral("input") + (suffix.toUtf8().size() == suffix.size() ? suffix : QString()));
-  std::error_code failure;
-  std::filesystem::create_symlink(std::filesystem::absolute(path, failure), link.toStdString(), failure);
-  if (failure) return Failed{systemFailure(shownName, failure.value())};
-  return link;
-}
-
 Result<InputFile, CommandFailure> openInputFile(const std::string& argument) {
   InputFile file;
   file.path = argument;

@@ -16,9 +16,6 @@ struct InputFile {
   std::filesystem::path path;
   QString shownName;
   std::shared_ptr<QTemporaryDir> temporary;
-
-  // The path as text. A name that isn't valid UTF-8 is reached through a link with a plain name.
-  Result<QString, CommandFailure> textPath();
 };
 
 // Looks at the file: missing, a folder, unreadable or empty gives a sentence and exitInput.

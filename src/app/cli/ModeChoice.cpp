@@ -7,6 +7,7 @@
 #include "base/text/LocalizedText.h"
 #include "domain/ModeData.h"
 #include "domain/catalogs/LanguageData.h"
+#include "domain/catalogs/SpeechLanguages.h"
 #include "providers/LocalModelChoice.h"
 
 namespace quillmere {
@@ -40,6 +41,13 @@ QString modelWhereNoneIsNamed(Services& services) {
 }
 
 }  // namespace
+
+std::optional<CommandFailure> whyLanguageDoesNotFit(const Services& services, const QString& model,
+                                                    const QString& language) {
+  const auto meant = services.models.manager->findMeant(model);
+  if (!meant || knowsLanguage(*meant, language)) return std::nullopt;
+  return CommandFailure{localizedText("models.error.languageUnknown", meant->name, language), exitUsage};
+}
 
 Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWishes& options, const ModePtr& before) {
   Services& services = context.services;
@@ -76,6 +84,9 @@ Result<ModePtr, CommandFailure> chooseMode(CommandContext& context, const ModeWi
       model = services.models.manager->addTransientModel(file.absoluteFilePath());
     mode->model = model;
   }
+  if (options.language)
+    if (auto misfit = whyLanguageDoesNotFit(services, mode->model.value_or(QString()), *mode->language))
+      return Failed{*std::move(misfit)};
   return ModePtr(mode);
 }
 

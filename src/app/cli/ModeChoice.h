@@ -23,5 +23,8 @@ std::optional<CommandFailure> whyModeCannotRun(const Services& services, const M
 
 // The shell's number for a failed transcription.
 ExitCode exitCodeFor(const AnyError& error);
+// A sentence where the local model that is meant doesn't know the language.
+std::optional<CommandFailure> whyLanguageDoesNotFit(const Services& services, const QString& model,
+                                                    const QString& language);
 
 }  // namespace quillmere

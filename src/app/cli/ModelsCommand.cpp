@@ -6,14 +6,10 @@
 #include "app/cli/ProgressBar.h"
 #include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
+#include "models/DiskSpace.h"
 
 namespace quillmere {
 namespace {
-
-QString fileSizeText(qint64 bytes) {
-  return bytes >= 1'000'000'000 ? QStringLiteral("%1 GB").arg(double(bytes) / 1e9, 0, 'f', 1)
-                                : QStringLiteral("%1 MB").arg(double(bytes) / 1e6, 0, 'f', 0);
-}
 
 void listOne(CommandContext& context, const WhisperCppModel& model, bool isInstalled, bool isCustom, bool isJson) {
   const qint64 partial = isInstalled || isCustom ? 0 : context.services.models.manager->partialDownloadBytes(model);
@@ -32,10 +28,9 @@ void listOne(CommandContext& context, const WhisperCppModel& model, bool isInsta
   QString state = isInstalled ? QStringLiteral("✔") : QStringLiteral(" ");
   QString note = model.displayName;
   if (isCustom) note = localizedText("cli.models.custom");
-  if (partial > 0) note += QStringLiteral("  ") + localizedText("cli.models.partial", fileSizeText(partial));
-  const QString size = isCustom && model.url ? fileSizeText(QFileInfo(model.url->toLocalFile()).size()) : model.size;
+  if (partial > 0) note += QStringLiteral("  ") + localizedText("cli.models.partial", modelSizeText(partial));
   context.terminal.out(
-      QStringLiteral("%1 %2  %3  %4").arg(state, model.name.leftJustified(16), size.rightJustified(7), note));
+      QStringLiteral("%1 %2  %3  %4").arg(state, model.name.leftJustified(16), model.size.rightJustified(7), note));
 }
 
 int list(CommandContext& context, const ModelsOptions& options) {
@@ -74,12 +69,17 @@ Task<int> download(CommandContext context, ModelsOptions options) {
     const auto watching = manager.observeDownloadProgress([&](const QMap<QString, double>& progress) {
       const auto at = progress.constFind(model->name);
       if (!showsBar || at == progress.constEnd()) return;
-      const QString note = *at < 0 ? fileSizeText(qint64(-*at)) : QString();
+      const QString note = *at < 0 ? modelSizeText(qint64(-*at)) : QString();
       context.terminal.status(progressLine(model->name, *at, note, context.terminal.columns()));
+    });
+    const auto waiting = manager.observeWaitingModels([&](const QSet<QString>& names) {
+      if (showsBar && names.contains(model->name))
+        context.terminal.status(localizedText("cli.models.waiting", model->name));
     });
     co_await manager.download(*model, options.isFresh);
     context.terminal.clearStatus();
-    if (manager.errorMessage()) co_return fail(context, {*manager.errorMessage(), exitNetwork});
+    if (manager.errorMessage())
+      co_return fail(context, {*manager.errorMessage(), manager.isOutOfDiskSpace() ? exitDiskFull : exitNetwork});
     if (!manager.findDownloaded(model->name))
       co_return fail(context, {localizedText("cli.models.stillMissing", model->name), exitNetwork});
     if (!options.isQuiet) context.terminal.err(localizedText("cli.models.downloaded", model->name));
@@ -120,7 +120,8 @@ Task<int> import(CommandContext context, ModelsOptions options) {
     };
   const auto imported = co_await context.services.models.importer->importModel(path, name, std::move(progress));
   terminal.clearStatus();
-  if (!imported) co_return fail(context, {imported.error().description, exitModel});
+  if (!imported)
+    co_return fail(context, {imported.error().description, isOutOfSpace(imported.error()) ? exitDiskFull : exitModel});
   context.services.models.manager->scanForModels();
   if (!options.isQuiet)
     terminal.err(localizedText(imported->isCatalogModel ? "cli.models.importedCatalog" : "cli.models.importedCustom",

@@ -1,6 +1,7 @@
 #include <QJsonObject>
 
 #include "app/cli/Commands.h"
+#include "app/cli/ModeChoice.h"
 #include "app/cli/SavedChanges.h"
 #include "app/compose/Services.h"
 #include "base/text/LocalizedText.h"
@@ -67,7 +68,7 @@ std::optional<CommandFailure> setRaw(const std::optional<std::string>& text, con
 }
 
 // Takes the options over into the data, or says what is wrong with one.
-std::optional<CommandFailure> applyOptions(const ModesOptions& options, ModeData& data) {
+std::optional<CommandFailure> applyOptions(const Services& services, const ModesOptions& options, ModeData& data) {
   if (options.newName) {
     data.name = argumentText(*options.newName).trimmed();
     if (data.name.isEmpty()) return CommandFailure{localizedText("cli.modes.noName"), exitUsage};
@@ -116,6 +117,7 @@ std::optional<CommandFailure> applyOptions(const ModesOptions& options, ModeData
   if (options.capitalization) data.capitalization = *options.capitalization;
   if (options.profanityFilter) data.profanityFilter = *options.profanityFilter;
   if (data.model.trimmed().isEmpty()) return CommandFailure{localizedText("cli.modes.noModel"), exitUsage};
+  if (options.language || options.model) return whyLanguageDoesNotFit(services, data.model, data.language);
   return std::nullopt;
 }
 
@@ -160,7 +162,7 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
     ModeData data = modeDataFrom(blank);
     data.name = name;
     data.postProcessingMode = PostProcessingMode::off;
-    if (const auto bad = applyOptions(options, data)) co_return fail(context, *bad);
+    if (const auto bad = applyOptions(context.services, options, data)) co_return fail(context, *bad);
     const ModePtr mode = store.createMode(data);
     const int code = co_await exitWhenSaved(context);
     if (code == exitOk && mode->id) context.terminal.out(mode->id->toString(QUuid::WithoutBraces));
@@ -177,7 +179,7 @@ Task<int> runModes(CommandContext context, ModesOptions options) {
       co_return exitOk;
     case Action::edit: {
       ModeData data = modeDataFrom(*mode);
-      if (const auto bad = applyOptions(options, data)) co_return fail(context, *bad);
+      if (const auto bad = applyOptions(context.services, options, data)) co_return fail(context, *bad);
       if (options.newName) {
         const auto other = store.fetchModeByName(data.name);
         if (other && *other != mode)

@@ -23,8 +23,7 @@ class TerminalPresenter final : public FileTranscriptionPresenter {
  private:
   Terminal& terminal_;
   bool isQuiet_;
-  int lastPercent_ = -1;
-  FileTranscriptionStage lastStage_ = FileTranscriptionStage::preparing;
+  QString lastLine_;
   std::optional<AlertText> alert_;
   Subscription watching_;
 };

@@ -1,5 +1,6 @@
 #include <QElapsedTimer>
 #include <QJsonObject>
+#include <QTemporaryDir>
 
 #include "app/cli/Commands.h"
 #include "app/cli/InputFile.h"
@@ -8,6 +9,8 @@
 #include "app/compose/Services.h"
 #include "base/async/Offload.h"
 #include "base/text/LocalizedText.h"
+#include "domain/ModeData.h"
+#include "files/TextPath.h"
 
 namespace quillmere {
 namespace {
@@ -34,31 +37,42 @@ void fill(FileReport& report, const TranscriptionResult& result) {
 Task<FileReport> transcribeWithoutHistory(CommandContext& context, InputFile input, ModePtr mode,
                                           TerminalPresenter& presenter) {
   FileReport report;
-  auto path = input.textPath();
-  if (!path) {
-    report.failure = path.error();
+  const auto named = TextPath::of(input.path);
+  if (!named) {
+    report.failure =
+        CommandFailure{localizedText("cli.input.system", input.shownName, named.error().description), exitInput};
     co_return report;
   }
+  QString path = named->text();
   Services& services = context.services;
   FileTranscriptionProgress progress(*services.executor);
   presenter.showProgress(progress);
   progress.start(input.shownName, mode->name.value_or(QString()));
-  const auto duration = co_await services.audio.fileConverter->durationSeconds(*path);
+  // A service gets nothing of a video but the sound.
+  const QTemporaryDir folder;
+  if (providerTypeOfModel(mode->model.value_or(QString()).toLower()) == ProviderType::cloud) {
+    const auto picture = co_await services.audio.fileConverter->hasPicture(path);
+    const QString sound = folder.filePath(QStringLiteral("sound.m4a"));
+    if (picture && *picture) {
+      const auto extracted = co_await services.audio.fileConverter->extractAudioFromVideo(path, sound);
+      if (extracted) path = sound;
+    }
+  }
+  const auto duration = co_await services.audio.fileConverter->durationSeconds(path);
   if (!duration) {
     presenter.hideProgress();
     report.failure = CommandFailure{localizedDescription(duration.error()), exitInput};
     co_return report;
   }
   report.durationSeconds = *duration;
-  progress.setStage(FileTranscriptionStage::transcribing);
-  progress.animate(0.85f, std::chrono::seconds(60));
+  progress.beginEngine();
   TranscriptJob job;
-  job.audioPath = *path;
+  job.audioPath = path;
   job.durationSeconds = *duration;
   job.mode = mode;
   job.source = TranscriptJob::Source::file;
   job.isWithoutRow = true;
-  job.onProgress = [&](float share) { progress.animate(0.05f + 0.8f * share, std::chrono::milliseconds(300)); };
+  job.onProgress = [&](float share) { progress.tellEngine(share); };
   const TranscriptOutcome outcome = co_await services.transcription->road->run(std::move(job));
   presenter.hideProgress();
   if (outcome.result)
@@ -153,6 +167,8 @@ Task<int> runTranscribe(CommandContext context, TranscribeOptions options) {
     storage.ensureRecordingsFolder();
     // There is no question to ask on a terminal: whoever runs the command wants the folder.
     if (storage.showDocumentsPermissionAlert()) storage.confirmDocumentsAccess();
+    if (const auto standIn = storage.recordingsStandIn(); standIn && !options.isQuiet)
+      context.terminal.err(localizedText("settings.recordingsFolder.standIn", *standIn));
   }
 
   int code = exitOk;

@@ -11,6 +11,7 @@ enum ExitCode : int {
   exitModel = 4,        // the speech model or engine that was asked for isn't available
   exitStore = 5,        // the store can't be opened
   exitNetwork = 6,      // a download failed
+  exitDiskFull = 7,     // no space is left for a model
   exitCancelled = 130,  // interrupted
 };
 

@@ -13,6 +13,7 @@ ModelParts makeModelParts(Foundation& foundation) {
   configuration.hubBaseUrl = [&settings] {
     return chosenModelHub(qEnvironmentVariable(modelHubEnvironmentVariable), settings.modelHubUrl());
   };
+  configuration.isOnline = [&network = *foundation.ports.network] { return network.isOnline(); };
   configuration.modelDisplayNames = [&settings] { return settings.modelDisplayNames(); };
   ModelParts m;
   m.manager = std::make_unique<WhisperModelManager>(std::move(configuration), *foundation.ports.downloader,

@@ -68,6 +68,7 @@ QString applicationStatus(const AppState& state, DictationParts& parts, const QS
                            {"notice", lastNotice},
                            {"text", data.lastTranscription},
                            {"paste", word(data.lastPaste)},
+                           {"onClipboard", parts.waitingText->isOnClipboard()},
                            {"timings", timingsObject(parts.flow->lastTimings().get())}};
   return QString::fromUtf8(QJsonDocument(status).toJson(QJsonDocument::Compact));
 }

@@ -31,10 +31,11 @@ ControlService::Registration ControlService::registerOnBus() {
   return Registration::alreadyRunning;
 }
 
-bool ControlService::showRunningInstance() {
-  const auto call =
-      QDBusMessage::createMethodCall(QString::fromLatin1(controlService), QString::fromLatin1(controlPath),
-                                     QString::fromLatin1(controlInterface), QStringLiteral("ShowWindow"));
+bool ControlService::handOver(const QStringList& uris) {
+  auto call = QDBusMessage::createMethodCall(
+      QString::fromLatin1(controlService), QString::fromLatin1(controlPath), QString::fromLatin1(controlInterface),
+      uris.isEmpty() ? QStringLiteral("ShowWindow") : QStringLiteral("OpenFiles"));
+  if (!uris.isEmpty()) call << uris;
   return QDBusConnection::sessionBus().call(call, QDBus::Block, 5000).type() == QDBusMessage::ReplyMessage;
 }
 
@@ -49,6 +50,9 @@ QString ControlService::Status() {
 }
 void ControlService::ShowWindow() {
   actions_.showWindow();
+}
+void ControlService::OpenFiles(const QStringList& uris) {
+  actions_.openFiles(uris);
 }
 void ControlService::Quit() {
   actions_.quit();

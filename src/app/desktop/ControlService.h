@@ -16,6 +16,7 @@ class ControlService final : public QObject {
     std::function<void()> cancel;
     std::function<QString()> status;  // one JSON object
     std::function<void()> showWindow;
+    std::function<void(const QStringList& uris)> openFiles;  // to be transcribed
     std::function<void()> quit;
   };
   enum class Registration { registered, alreadyRunning, noBus };
@@ -25,14 +26,15 @@ class ControlService final : public QObject {
 
   // Takes the name on the session bus. alreadyRunning: another process of this desktop session has it.
   Registration registerOnBus();
-  // Asks the process that has the name to show its window; false when it didn't answer.
-  static bool showRunningInstance();
+  // Asks the process that has the name to show its window, or to transcribe these files; false when it didn't answer.
+  static bool handOver(const QStringList& uris);
 
  public Q_SLOTS:
   Q_SCRIPTABLE void Toggle(const QString& mode);
   Q_SCRIPTABLE void Cancel();
   Q_SCRIPTABLE QString Status();
   Q_SCRIPTABLE void ShowWindow();
+  Q_SCRIPTABLE void OpenFiles(const QStringList& uris);
   Q_SCRIPTABLE void Quit();
 
  private:

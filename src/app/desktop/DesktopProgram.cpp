@@ -3,15 +3,19 @@
 #include <QCoreApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QUrl>
 #include <cstdio>
 
 #include "app/compose/ExitCode.h"
+#include "app/desktop/AccessibilitySettings.h"
 #include "app/desktop/ApplicationStatus.h"
 #include "base/text/LocalizedText.h"
 #include "core/RecordingTranscriptionFlow.h"
 #include "core/ShortcutNames.h"
 #include "delivery/AutoPasteHandler.h"
+#include "delivery/FocusProbe.h"
+#include "delivery/PasteTexts.h"
 #include "platform/x11/X11FloatingWindows.h"
 #include "recording/MicrophonePermissionManager.h"
 #include "triggers/BareModifierKeyMonitor.h"
@@ -20,10 +24,11 @@ namespace quillmere {
 namespace {
 
 constexpr int storePaceMs = 2000;
+constexpr Duration caretLimit = std::chrono::milliseconds(150);
 
 }  // namespace
 
-DesktopProgram::DesktopProgram(Options options) : options_(options) {}
+DesktopProgram::DesktopProgram(Options options) : options_(std::move(options)), waitingFiles_(options_.files) {}
 
 DesktopProgram::~DesktopProgram() {
   scope_.reset();
@@ -48,10 +53,11 @@ std::optional<int> DesktopProgram::start() {
   actions.showWindow = [this] {
     if (interface_) interface_->showWindow();
   };
+  actions.openFiles = [this](const QStringList& uris) { openFiles(uris); };
   actions.quit = [this] { quit(); };
   control_ = std::make_unique<ControlService>(std::move(actions));
   if (control_->registerOnBus() == ControlService::Registration::alreadyRunning) {
-    if (ControlService::showRunningInstance()) return 0;
+    if (ControlService::handOver(options_.files)) return 0;
     std::fprintf(stderr, "%s\n", qPrintable(localizedText("cli.control.noAnswer")));
     return exitFailure;
   }
@@ -107,9 +113,15 @@ DesktopWindows DesktopProgram::windowActions() {
     interface_->warmUp();
     showSurroundings();
     showModelState();
+    openFiles(std::exchange(waitingFiles_, {}));
   };
-  windows.hooks.openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); };
-  windows.hooks.showAccessibilityAlert = [this](const AccessibilityAlert& alert) { showToast(alert.message, true); };
+  windows.hooks.recoverRecordingsFolder = [this] { return recoverRecordingsFolder(); };
+  windows.hooks.openAccessibilitySettings = [this] {
+    if (!openAccessibilitySettings()) interface_->showWindow(QStringLiteral("settings"));
+  };
+  windows.hooks.showAccessibilityAlert = [this](const AccessibilityAlert& alert) {
+    interface_->alerts().show({alert.title, alert.message, alert.openButton, alert.cancelButton, alert.open});
+  };
   return windows;
 }
 
@@ -119,6 +131,7 @@ DesktopIntents DesktopProgram::intents() {
   DictationControl& recording = *parts.flow;
   Services& base = *services_->base;
   DesktopIntents intents;
+  intents.app.copyText = [&parts](const QString& text) { parts.autoPaste->copyForUser(text); };
   intents.app.toggleRecording = [&recording, &base] {
     recording.toggleRecording(base.appState->data().selectedModeName, false, RecordingTriggerSource::uiButton);
   };
@@ -135,10 +148,11 @@ DesktopIntents DesktopProgram::intents() {
   };
   intents.dialog.cancelTranscription = [&recording] { recording.cancelFromShortcut(); };
   intents.dialog.copyText = intents.history.copyText;
-  intents.dialog.isTextOnClipboard = [&base, &parts] {
-    const AppStateData& data = base.appState->data();
-    return isLeftOnClipboard(data.lastPaste) && parts.autoPaste->isOnClipboard(data.lastPastedText);
-  };
+  WaitingText& waitingText = *parts.waitingText;
+  intents.dialog.isTextOnClipboard = [&waitingText] { return waitingText.isOnClipboard(); };
+  intents.dialog.pasteHere = [&waitingText] { waitingText.pasteHere(); };
+  intents.dialog.sendToTarget = [&waitingText] { waitingText.sendToTarget(); };
+  intents.dialog.targetName = [&waitingText] { return waitingText.targetName(); };
   intents.dialog.stopKey = [this] { return keysOf(shortcutNames::toggleRecordingWithTranscription); };
   intents.dialog.cancelKey = [this] { return keysOf(shortcutNames::cancelRecording); };
   intents.firstRun.tryDictation = [&recording] {
@@ -155,9 +169,30 @@ DesktopIntents DesktopProgram::intents() {
   if (auto windows = X11FloatingWindows::open()) {
     const std::shared_ptr<X11FloatingWindows> screen = std::move(*windows);
     intents.screen.isComposited = [screen] { return screen->isComposited(); };
-    intents.screen.keepOnAllDesktops = [screen](WId window) { screen->keepOnAllDesktops(xcb_window_t(window)); };
+    intents.screen.findFocus = [this, screen](FloatingWindow::TellFocus tell) {
+      findFocus(screen->activeWindow(), std::move(tell));
+    };
+    intents.screen.announce = [screen](WId window) {
+      const auto* const toolkit = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+      screen->announce(xcb_window_t(window), toolkit ? toolkit->connection() : nullptr);
+    };
   }
   return intents;
+}
+
+void DesktopProgram::findFocus(const QRect& window, FloatingWindow::TellFocus tell) {
+  if (window.isEmpty()) return;
+  tell({window, {}});
+  if (scope_ && services_->session->display.accessibility->isTrusted())
+    (void)scope_->spawn(findCaret(window, std::move(tell)));
+}
+
+Task<void> DesktopProgram::findCaret(QRect window, FloatingWindow::TellFocus tell) {
+  const auto found = std::make_shared<std::optional<QRect>>();
+  std::function<void(AccessibilityTree&)> look = [found](AccessibilityTree& tree) { *found = readCaret(tree); };
+  const bool isRead = co_await services_->session->display.accessibility->visit(std::move(look), caretLimit);
+  // Some toolkits tell a place inside their window instead.
+  if (isRead && *found && window.contains((*found)->center())) tell({window, **found});
 }
 
 void DesktopProgram::buildInterface() {
@@ -180,6 +215,9 @@ void DesktopProgram::buildInterface() {
       use.speechSample = sample.filePath();
   use.shortcuts = services_->session->display.shortcuts.get();
   use.shortcutStore = services_->shortcutStore.get();
+  use.fileFlow = base.transcription->fileFlow.get();
+  use.notifications = services_->session->sound->notifications.get();
+  use.canLaunchAtLogin = launchAtLogin_ != nullptr;
   use.canSeeKey = [&parts](ModifierKey key) { return parts.modifierMonitor->canSee(key); };
   use.isTrustedForAccessibility = [this] { return services_->session->display.accessibility->isTrusted(); };
   interface_ = std::make_unique<DesktopInterface>(std::move(use), intents());
@@ -201,7 +239,8 @@ void DesktopProgram::followRecording() {
     // In a later turn: whoever raised it may do so once more.
     QTimer::singleShot(0, &storeTimer_, [this, &permission] {
       permission.setShowPermissionDeniedAlert(false);
-      showToast(localizedText("audio.error.permissionDenied"), true);
+      interface_->alerts().show({localizedText("audio.alert.microphone.title"),
+                                 localizedText("audio.error.permissionDenied"), localizedText("common.ok")});
     });
   }));
   subscriptions_.push_back(
@@ -227,7 +266,7 @@ void DesktopProgram::followWorkspace() {
 
 QString DesktopProgram::keysOf(const char* shortcutName) const {
   const auto keys = services_->shortcutStore->keys(QString::fromLatin1(shortcutName));
-  return keys ? keys->text() : QString();
+  return keys && services_->session->display.shortcuts->isAvailable() ? keys->text() : QString();
 }
 
 void DesktopProgram::showSurroundings() {
@@ -236,7 +275,9 @@ void DesktopProgram::showSurroundings() {
                                   devices.activeInputDeviceIdentifier().get().has_value());
   using Kind = AppStateViewModel::TriggerKind;
   const auto pushToTalk = services_->base->settings->pushToTalkMode();
-  if (const QString toggle = keysOf(shortcutNames::toggleRecordingWithTranscription); !toggle.isEmpty())
+  if (!services_->session->display.shortcuts->isAvailable())
+    interface_->app().setShortcut(QStringLiteral("quillmere toggle"), Kind::command);
+  else if (const QString toggle = keysOf(shortcutNames::toggleRecordingWithTranscription); !toggle.isEmpty())
     interface_->app().setShortcut(toggle, Kind::press);
   else if (pushToTalk == PushToTalkMode::custom)
     interface_->app().setShortcut(keysOf(shortcutNames::pushToTalk), Kind::hold);
@@ -265,17 +306,48 @@ bool DesktopProgram::selectMode(const QString& name) {
   return mode.hasValue();
 }
 
+// What comes before the start is over waits for it: the selected mode is known only then.
+void DesktopProgram::openFiles(const QStringList& uris) {
+  if (uris.isEmpty()) return;
+  if (!services_ || !services_->launch->isReady().get()) {
+    waitingFiles_ += uris;
+    return;
+  }
+  interface_->openFiles(QUrl::fromStringList(uris));
+}
+
+Task<bool> DesktopProgram::recoverRecordingsFolder() {
+  Alert alert;
+  alert.title = localizedText("storage.recovery.title");
+  alert.message = localizedText("storage.recovery.message");
+  alert.acceptText = localizedText("storage.recovery.choose");
+  alert.cancelText = localizedText("common.cancel");
+  auto question = interface_->alerts().ask(std::move(alert));
+  const bool wantsAnother = co_await std::move(question);
+  if (!wantsAnother) co_return false;
+  StorageSettingsManager& storage = services_->base->settings->storage();
+  auto choice =
+      interface_->filePicker().pickFolder(localizedText("storage.folder.choose.title"), storage.recordingsFolder());
+  const std::optional<QString> folder = co_await std::move(choice);
+  if (!folder) co_return false;
+  storage.changeRecordingsFolder(*folder);
+  co_return !storage.validationError().has_value();
+}
+
 void DesktopProgram::pasteFromHistory(const QString& text) {
   interface_->hideWindow();
   (void)scope_->spawn(pasteIntoLastApplication(text));
 }
 
 Task<void> DesktopProgram::pasteIntoLastApplication(QString text) {
+  AutoPasteHandler& autoPaste = *services_->session->dictation->autoPaste;
   PasteRequest request;
-  request.text = std::move(text);
+  request.text = text;
   request.target = lastOtherApplication_;
-  const PasteOutcome outcome = co_await services_->session->dictation->autoPaste->paste(std::move(request));
-  if (outcome != PasteOutcome::pasted) showToast(localizedText("history.paste.onClipboard"), false);
+  const auto keys = std::make_shared<PasteKeys>(PasteKeys::controlV);
+  request.onLeft = [keys](PasteKeys told) { *keys = told; };
+  const PasteOutcome outcome = co_await autoPaste.paste(std::move(request));
+  if (outcome != PasteOutcome::pasted) showToast(pasteNotice(autoPaste.isOnClipboard(text), *keys), false);
 }
 
 void DesktopProgram::showToast(const QString& message, bool isCritical) {
@@ -302,9 +374,11 @@ void DesktopProgram::quit() {
 
 Task<void> DesktopProgram::shutDown() {
   DictationParts& parts = *services_->session->dictation;
+  if (interface_->files()) co_await interface_->files()->shutDown();
   co_await parts.flow->shutDown();
   parts.autoPaste->restoreNow();
-  services_->base->persistence->save();
+  co_await services_->accessibilityConsent->end();
+  co_await services_->base->persistence->waitUntilSaved();
   QCoreApplication::quit();
 }
 

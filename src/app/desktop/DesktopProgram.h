@@ -21,7 +21,8 @@ namespace quillmere {
 class DesktopProgram final : public UserNotices {
  public:
   struct Options {
-    bool isHidden = false;  // starts without the window
+    bool isHidden = false;   // starts without the window
+    QStringList files = {};  // to be transcribed, as URIs
   };
   explicit DesktopProgram(Options options);
   ~DesktopProgram() override;
@@ -45,8 +46,12 @@ class DesktopProgram final : public UserNotices {
   QString keysOf(const char* shortcutName) const;
   void showModelState();
   bool selectMode(const QString& name);
+  void openFiles(const QStringList& uris);
+  Task<bool> recoverRecordingsFolder();
   void pasteFromHistory(const QString& text);
   Task<void> pasteIntoLastApplication(QString text);
+  void findFocus(const QRect& window, FloatingWindow::TellFocus tell);
+  Task<void> findCaret(QRect window, FloatingWindow::TellFocus tell);
   Task<void> shutDown();
   QString status();
 
@@ -58,7 +63,8 @@ class DesktopProgram final : public UserNotices {
   std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   std::unique_ptr<DesktopInterface> interface_;
   std::unique_ptr<SignalWatcher> signals_;
-  QTimer storeTimer_;  // another process may write to the store while the window shows it
+  QTimer storeTimer_;         // another process may write to the store while the window shows it
+  QStringList waitingFiles_;  // until the start is over
   std::optional<RunningApplication> lastOtherApplication_;
   std::vector<Subscription> subscriptions_;
   std::unique_ptr<TaskScope> scope_;

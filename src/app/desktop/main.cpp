@@ -1,5 +1,9 @@
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFileInfo>
+#include <QLibraryInfo>
+#include <QTranslator>
+#include <QUrl>
 #include <cstdio>
 
 #include "app/compose/Version.h"
@@ -17,6 +21,12 @@ void nameApplication() {
   QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMERE_VERSION));
 }
 
+// What file managers hand over may be a URI already.
+QString uriOf(const QString& argument) {
+  if (argument.contains(QLatin1String("://")) && !QFileInfo::exists(argument)) return argument;
+  return QUrl::fromLocalFile(QFileInfo(argument).absoluteFilePath()).toString(QUrl::FullyEncoded);
+}
+
 // Answers --help and --version, or ends the process with a word on what is wrong; needs the application object.
 DesktopProgram::Options parse(const QCoreApplication& application) {
   QCommandLineParser parser;
@@ -25,8 +35,12 @@ DesktopProgram::Options parse(const QCoreApplication& application) {
   parser.addVersionOption();
   const QCommandLineOption hidden(QStringLiteral("hidden"), localizedText("desktop.help.hidden"));
   parser.addOption(hidden);
+  parser.addPositionalArgument(QStringLiteral("FILE"), localizedText("desktop.help.file"), QStringLiteral("[FILE...]"));
   parser.process(application);
-  return {parser.isSet(hidden)};
+  DesktopProgram::Options options;
+  options.isHidden = parser.isSet(hidden);
+  for (const QString& argument : parser.positionalArguments()) options.files << uriOf(argument);
+  return options;
 }
 
 // Qt would end the process with a signal.
@@ -48,6 +62,9 @@ int run(int argc, char** argv) {
   nameApplication();
   QGuiApplication::setDesktopFileName(QStringLiteral("com.quillmere.Quillmere"));
   const Texts texts(Texts::languageFor(QProcessEnvironment::systemEnvironment(), Texts::available()));
+  QTranslator dialogs;  // of Qt itself: those for files
+  if (dialogs.load(QStringLiteral("qtbase_") + texts.language(), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+    QCoreApplication::installTranslator(&dialogs);
   QGuiApplication::setApplicationDisplayName(QStringLiteral("Quillmere"));
   DesktopProgram program(parse(application));
   if (const auto code = program.start()) return *code;

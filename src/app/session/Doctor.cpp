@@ -1,6 +1,5 @@
 #include "app/session/Doctor.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QLocale>
 #include <QStorageInfo>
@@ -16,6 +15,7 @@
 #include "ports/KeySynthesizer.h"
 #include "ports/Pasteboard.h"
 #include "ports/SpeechEngine.h"
+#include "storage/PrivateFolder.h"
 #include "storage/SettingsManager.h"
 
 namespace quillmere {
@@ -144,7 +144,7 @@ DoctorFinding checkModel(WhisperModelManager& models, const SpeechEngine& engine
 }
 
 DoctorFinding checkDisk(const QString& folder) {
-  const bool isMade = QDir().mkpath(folder);
+  const bool isMade = makePrivateFolder(folder);
   QTemporaryFile probe(folder + QStringLiteral("/.write-test-XXXXXX"));
   if (!isMade || !probe.open() || probe.write("test") != 4 || !probe.flush())
     return finding("disk", Verdict::failed, localizedText("doctor.disk.readOnly", folder),

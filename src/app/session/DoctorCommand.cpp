@@ -45,7 +45,7 @@ Task<int> runDoctor(CommandContext context, DoctorOptions options) {
     patient.keys = session->display.keySynthesizer.get();
     patient.displayName = qEnvironmentVariable("DISPLAY");
   }
-  patient.isWaylandSession = qEnvironmentVariable("XDG_SESSION_TYPE") == QStringLiteral("wayland");
+  patient.isWaylandSession = isWaylandSession();
   patient.keyring = [] { return probeKeyring(); };
   const auto show = [&](const DoctorFinding& finding) {
     if (options.isJson) {

@@ -2,6 +2,7 @@
 
 #include "app/windows/OverlayPanel.h"
 #include "app/windows/OverlayPlace.h"
+#include "base/text/LocalizedText.h"
 #include "models/WhisperModelManager.h"
 #include "storage/PersistenceController.h"
 
@@ -16,11 +17,12 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
       std::make_unique<FloatingWindow>(*qml_, QStringLiteral("OverlayWindow"), overlayPlace, intents_.screen);
   errorToastWindow_ =
       std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), toastPlace, intents_.screen);
-  // Above an error that is still being read.
-  const auto modeToastPlace = [this](const QRect& available, const QSize& size) {
-    const QPoint place = toastPlace(available, size);
+  // Beyond an error that is still being read.
+  const auto modeToastPlace = [this](const QRect& available, const QSize& size, const FocusPlace& focus) {
+    const QPoint place = toastPlace(available, size, focus);
     if (!errorToastWindow_->isShown()) return place;
-    return place - QPoint(0, errorToastWindow_->window()->height() + toastGap);
+    const QPoint further(0, errorToastWindow_->window()->height() + toastGap);
+    return place.y() < available.center().y() ? place + further : place - further;
   };
   modeToastWindow_ =
       std::make_unique<FloatingWindow>(*qml_, QStringLiteral("ToastWindow"), modeToastPlace, intents_.screen);
@@ -28,19 +30,29 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
   modeToast_ = std::make_unique<ToastWindow>(*modeToastWindow_);
   errorToasts_ = std::make_unique<InlineErrorToastManager>(*errorToast_, services_.executor);
   modeToasts_ = std::make_unique<ModeChangeToastManager>(*modeToast_, services_.executor);
-  if (services_.notices) services_.notices->setTarget(errorToasts_.get());
+  notices_ = std::make_unique<NoticeRouter>(*errorToasts_, *modeToasts_, services_.settings, services_.notifications,
+                                            services_.executor);
+  if (services_.notices) services_.notices->setTarget(notices_.get());
 
+  alerts_ = std::make_unique<AlertsViewModel>();
+  qml_->provide(QStringLiteral("Alerts"), alerts_.get());
+  followMissingKeys();
+  buildFiles();
+  intents_.app.retryTranscript = [this](const QString& id) {
+    showWindow(QStringLiteral("history"));
+    history_->retry(id);
+  };
   app_ = std::make_unique<AppStateViewModel>(services_.appState, &services_.persistence, intents_.app);
   history_ = std::make_unique<HistoryModel>(
       HistoryModel::Services{services_.persistence, services_.appState, services_.executor, services_.clock,
-                             services_.retry, errorToasts_.get()},
+                             services_.retry, notices_.get()},
       intents_.history, services_.locale, services_.timeZone, services_.logging);
   if (services_.mediaReaders && services_.workers)
     waveformCache_ = std::make_unique<WaveformCache>(*services_.mediaReaders, *services_.workers, services_.logging);
   waveform_ = std::make_unique<WaveformVisualizer>(waveformCache_.get(), services_.executor);
   models_ = std::make_unique<ModelsViewModel>(ModelsViewModel::Services{services_.models, services_.executor,
                                                                         &services_.appState, &services_.persistence,
-                                                                        errorToasts_.get(), intents_.modelChosen});
+                                                                        notices_.get(), intents_.modelChosen});
   qml_->provide(QStringLiteral("App"), app_.get());
   qml_->provide(QStringLiteral("History"), history_.get());
   qml_->provide(QStringLiteral("Waveform"), waveform_.get());
@@ -53,7 +65,11 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
   microphone_ = std::make_unique<MicrophoneViewModel>(
       MicrophoneViewModel::Services{services_.settings, services_.devices, services_.recorders, &services_.executor},
       services_.logging);
-  settings_ = std::make_unique<SettingsViewModel>(services_.settings, intents_.openFolder, errorToasts_.get());
+  settings_ = std::make_unique<SettingsViewModel>(services_.settings, intents_.openFolder, notices_.get());
+  settings_->setCanLaunchAtLogin(services_.canLaunchAtLogin);
+  if (services_.workers)
+    settings_->enableFolderChange(
+        {services_.executor, *filePicker_, services_.persistence, *services_.workers, services_.logging});
   if (services_.shortcuts && services_.shortcutStore) {
     shortcuts_ = std::make_unique<ShortcutsViewModel>(ShortcutsViewModel::Services{
         services_.settings, *services_.shortcutStore, *services_.shortcuts, services_.executor, services_.defaults,
@@ -77,12 +93,15 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
       [this]() -> std::unique_ptr<RecordingPanel> {
         return std::make_unique<OverlayPanel>(*overlayWindow_, *overlayBridge_);
       },
-      services_.interceptor, services_.executor, services_.logging);
+      services_.interceptor, services_.shortcuts, services_.executor, services_.logging);
   recordingWindows_->follow(services_.appState, &services_.settings, intents_.dialog);
 
   mainWindow_ = std::make_unique<MainWindow>(*qml_, services_.appState, services_.defaults);
   mainWindow_->addPage({QStringLiteral("history"), QStringLiteral("sidebar.history"), QStringLiteral("history"),
                         QStringLiteral("HistoryPage")});
+  if (files_)
+    mainWindow_->addPage({QStringLiteral("files"), QStringLiteral("sidebar.files"), QStringLiteral("file"),
+                          QStringLiteral("FilesPage")});
   mainWindow_->addPage(
       {QStringLiteral("modes"), QStringLiteral("sidebar.modes"), QStringLiteral("modes"), QStringLiteral("ModesPage")});
   mainWindow_->addPage({QStringLiteral("vocabulary"), QStringLiteral("sidebar.vocabulary"),
@@ -94,24 +113,74 @@ DesktopInterface::DesktopInterface(DesktopInterfaceServices services, DesktopInt
                           QStringLiteral("ShortcutsPage")});
   mainWindow_->addPage({QStringLiteral("settings"), QStringLiteral("sidebar.settings"), QStringLiteral("settings"),
                         QStringLiteral("SettingsPage"), true});
+  mainWindow_->addPage({QStringLiteral("about"), QStringLiteral("sidebar.about"), QStringLiteral("quill"),
+                        QStringLiteral("AboutPage"), true});
   QObject::connect(mainWindow_.get(), &MainWindow::shown, history_.get(), [this] {
     services_.persistence.refreshIfChanged();
     services_.models.applicationDidBecomeActive();
     history_->refresh();  // headings of days move on
   });
 
-  if (options.hasTray)
-    tray_ = std::make_unique<TrayIcon>(*app_, qml_->theme(),
-                                       TrayIcon::Intents{[this] { showWindow(); },
-                                                         [this] {
-                                                           if (intents_.quit) intents_.quit();
-                                                         }});
+  alertWindow_ = std::make_unique<AlertWindow>(*qml_, *alerts_, [this] { return activeWindow(); });
+  if (!options.hasTray) return;
+  TrayIcon::Intents tray;
+  tray.openWindow = [this] { showWindow(); };
+  if (files_) tray.transcribeFiles = [this] { files_->choose(); };
+  tray.quit = [this] {
+    if (intents_.quit) intents_.quit();
+  };
+  tray_ = std::make_unique<TrayIcon>(*app_, qml_->theme(), std::move(tray));
+}
+
+void DesktopInterface::buildFiles() {
+  filePicker_ = std::make_unique<FileDialogs>(
+      [this]() -> QWindow* { return mainWindow_ && mainWindow_->isVisible() ? mainWindow_->window() : nullptr; });
+  if (!services_.fileFlow) return;
+  FileQueueViewModel::Services use{services_.executor, services_.appState, services_.persistence, *services_.fileFlow};
+  use.picker = filePicker_.get();
+  use.alerts = alerts_.get();
+  use.notices = notices_.get();
+  files_ = std::make_unique<FileQueueViewModel>(use);
+  qml_->provide(QStringLiteral("Files"), files_.get());
+  const QString page = QStringLiteral("files");
+  QObject::connect(files_.get(), &FileQueueViewModel::added, files_.get(), [this, page] { showWindow(page); });
+  // Who watches goes on to the texts; everybody else is told, wherever he is.
+  QObject::connect(files_.get(), &FileQueueViewModel::allDone, files_.get(), [this, page](const QString& sentence) {
+    if (mainWindow_->isActive() && mainWindow_->page() == page)
+      mainWindow_->setPage(QStringLiteral("history"));
+    else
+      notices_->showToast(sentence, false);
+  });
+}
+
+void DesktopInterface::followMissingKeys() {
+  const auto answered = [this] { services_.appState.update([](AppStateData& data) { data.showAPIKeyAlert = false; }); };
+  const auto openModes = [this, answered] {
+    answered();
+    showWindow(QStringLiteral("modes"));
+  };
+  missingKeys_ =
+      services_.appState.observe([this, answered, openModes, wasShown = false](const AppStateData& data) mutable {
+        if (std::exchange(wasShown, data.showAPIKeyAlert) || !data.showAPIKeyAlert) return;
+        const AppState& state = services_.appState;
+        alerts_->show({state.apiKeyAlertTitle(), state.apiKeyAlertMessage(), localizedText("alerts.api.openModes"),
+                       localizedText("common.cancel"), openModes, answered});
+      });
+}
+
+QWindow* DesktopInterface::activeWindow() const {
+  return mainWindow_ && mainWindow_->isActive() ? mainWindow_->window() : nullptr;
+}
+
+void DesktopInterface::openFiles(const QList<QUrl>& files) {
+  if (files_) files_->addUrls(files);
 }
 
 DesktopInterface::~DesktopInterface() {
   if (services_.notices) services_.notices->setTarget(nullptr);
   // The windows go before what they show.
   tray_.reset();
+  alertWindow_.reset();
   mainWindow_.reset();
   recordingWindows_.reset();
 }

@@ -4,15 +4,19 @@
 #include <functional>
 #include <memory>
 
+#include "app/windows/AlertWindow.h"
 #include "app/windows/DesktopNotices.h"
 #include "app/windows/DesktopQml.h"
+#include "app/windows/FileDialogs.h"
 #include "app/windows/FloatingWindow.h"
 #include "app/windows/MainWindow.h"
 #include "app/windows/OverlayBridge.h"
 #include "app/windows/ToastWindow.h"
 #include "app/windows/TrayIcon.h"
 #include "base/Clock.h"
+#include "interface/AlertsViewModel.h"
 #include "interface/AppStateViewModel.h"
+#include "interface/FileQueueViewModel.h"
 #include "interface/FirstRunViewModel.h"
 #include "interface/HistoryModel.h"
 #include "interface/InlineErrorToastManager.h"
@@ -20,6 +24,7 @@
 #include "interface/ModeChangeToastManager.h"
 #include "interface/ModelsViewModel.h"
 #include "interface/ModesViewModel.h"
+#include "interface/NoticeRouter.h"
 #include "interface/RecordingWindowManager.h"
 #include "interface/SettingsViewModel.h"
 #include "interface/ShortcutsViewModel.h"
@@ -34,6 +39,7 @@ class AudioDeviceManager;
 class AudioRecorderFactory;
 class GlobalShortcuts;
 class AudioConverter;
+class DesktopNotifications;
 class KeyInterceptor;
 class MediaReaderFactory;
 class ShortcutStore;
@@ -63,6 +69,9 @@ struct DesktopInterfaceServices {
   SpeechEngine* engine = nullptr;  // with the next two, the first run tells how fast it is
   AudioConverter* converter = nullptr;
   QString speechSample = {};
+  FileTranscriptionFlow* fileFlow = nullptr;  // without it no files are taken
+  DesktopNotifications* notifications = nullptr;
+  bool canLaunchAtLogin = false;  // the setting has an effect
   std::function<bool(ModifierKey)> canSeeKey = {};
   std::function<bool()> isTrustedForAccessibility = {};
 };
@@ -106,10 +115,17 @@ class DesktopInterface {
 
   bool isTryingShortcut() const { return firstRun_ && firstRun_->isTryingShortcut(); }
 
-  void showModeToast(const QString& modeName) { modeToasts_->show(modeName); }
+  // Transcribes files, and shows the page that tells how it goes.
+  void openFiles(const QList<QUrl>& files);
+
+  void showModeToast(const QString& modeName) { notices_->showMode(modeName); }
   void setLiveMetrics(float level, double durationSeconds);
 
-  UserNotices& notices() { return *errorToasts_; }
+  UserNotices& notices() { return *notices_; }
+  AlertsViewModel& alerts() { return *alerts_; }
+  AlertWindow& alertWindow() { return *alertWindow_; }
+  FilePicker& filePicker() { return *filePicker_; }
+  FileQueueViewModel* files() { return files_.get(); }
   AppStateViewModel& app() { return *app_; }
   HistoryModel& history() { return *history_; }
   WaveformVisualizer& waveform() { return *waveform_; }
@@ -128,6 +144,11 @@ class DesktopInterface {
   FloatingWindow& errorToastWindow() { return *errorToastWindow_; }
 
  private:
+  void buildFiles();
+  void followMissingKeys();
+  // The main window while it has the keyboard.
+  QWindow* activeWindow() const;
+
   DesktopInterfaceServices services_;
   DesktopIntents intents_;
   std::unique_ptr<AppStateViewModel> app_;
@@ -142,6 +163,10 @@ class DesktopInterface {
   std::unique_ptr<ShortcutsViewModel> shortcuts_;
   std::unique_ptr<SpeechSpeed> speechSpeed_;
   std::unique_ptr<FirstRunViewModel> firstRun_;
+  std::unique_ptr<AlertsViewModel> alerts_;
+  Subscription missingKeys_;
+  std::unique_ptr<FileDialogs> filePicker_;
+  std::unique_ptr<FileQueueViewModel> files_;
   std::unique_ptr<OverlayBridge> overlayBridge_;
   std::unique_ptr<DesktopQml> qml_;
   std::unique_ptr<FloatingWindow> overlayWindow_;
@@ -151,8 +176,10 @@ class DesktopInterface {
   std::unique_ptr<ToastWindow> modeToast_;
   std::unique_ptr<InlineErrorToastManager> errorToasts_;
   std::unique_ptr<ModeChangeToastManager> modeToasts_;
+  std::unique_ptr<NoticeRouter> notices_;
   std::unique_ptr<RecordingWindowManager> recordingWindows_;
   std::unique_ptr<MainWindow> mainWindow_;
+  std::unique_ptr<AlertWindow> alertWindow_;
   std::unique_ptr<TrayIcon> tray_;
 };
 

@@ -4,8 +4,7 @@
 #include <QPainterPath>
 #include <QRegion>
 #include <QScreen>
-
-#include "app/windows/OverlayPlace.h"
+#include <algorithm>
 
 namespace quillmere {
 
@@ -58,9 +57,10 @@ void FloatingWindow::show() {
     isShown_ = true;
     window_->setProperty("wasMoved", false);
     lastWidth_ = window_->width();
+    findFocus();
     place();
     cut();
-    if (screen_.keepOnAllDesktops) screen_.keepOnAllDesktops(window_->winId());
+    if (screen_.announce) screen_.announce(window_->winId());
     window_->show();
   }
   window_->raise();
@@ -75,13 +75,42 @@ void FloatingWindow::orderFront() {
   if (isShown_ && window_) window_->raise();
 }
 
+void FloatingWindow::findFocus() {
+  focus_ = {};
+  ++showing_;
+  if (!screen_.findFocus) return;
+  screen_.findFocus([self = QPointer<FloatingWindow>(this), showing = showing_](const FocusPlace& focus) {
+    if (!self || self->showing_ != showing || focus == self->focus_) return;
+    self->focus_ = focus;
+    self->place();
+  });
+}
+
+// The one that has the most of the window.
+QScreen* FloatingWindow::screenOfFocus() const {
+  QScreen* best = QGuiApplication::primaryScreen();
+  qint64 most = 0;
+  for (QScreen* const screen : QGuiApplication::screens()) {
+    const QRect area = screen->geometry();
+    const QRect native(area.topLeft(), area.size() * screen->devicePixelRatio());
+    const QRect part = native & focus_.window;
+    const qint64 size = part.isEmpty() ? 0 : qint64(part.width()) * part.height();
+    if (size > most) best = screen;
+    most = std::max(most, size);
+  }
+  return best;
+}
+
 void FloatingWindow::place() {
-  QScreen* const screen = QGuiApplication::primaryScreen();
+  QScreen* const screen = screenOfFocus();
   if (!isShown_ || !window_ || !screen) return;
+  const QRect area = screen->geometry();
+  const qreal ratio = screen->devicePixelRatio();
+  const FocusPlace focus{scaledRect(focus_.window, area, ratio), scaledRect(focus_.caret, area, ratio)};
   // Where the user has put it, it grows about its middle.
   const QPoint wanted = window_->property("wasMoved").toBool()
                             ? window_->position() - QPoint((window_->width() - lastWidth_) / 2, 0)
-                            : place_(screen->availableGeometry(), window_->size());
+                            : place_(screen->availableGeometry(), window_->size(), focus);
   lastWidth_ = window_->width();
   window_->setPosition(wanted);
 }

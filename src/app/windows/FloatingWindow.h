@@ -1,10 +1,12 @@
 #pragma once
 #include <QObject>
+#include <QPointer>
 #include <QQuickWindow>
 #include <functional>
 #include <memory>
 
 #include "app/windows/DesktopQml.h"
+#include "app/windows/OverlayPlace.h"
 
 namespace quillmere {
 
@@ -13,13 +15,17 @@ namespace quillmere {
 class FloatingWindow final : public QObject {
   Q_OBJECT
  public:
-  using Place = std::function<QPoint(const QRect& available, const QSize& size)>;
+  using Place = std::function<QPoint(const QRect& available, const QSize& size, const FocusPlace& focus)>;
+  // In the display's pixels. Called at once, and once more where the cursor is found later.
+  using TellFocus = std::function<void(const FocusPlace& focus)>;
 
   struct Screen {
     // Whether translucent windows are mixed; without it the window is cut to its round shape. Default: yes.
     std::function<bool()> isComposited = {};
-    // Called before the window is shown, each time.
-    std::function<void(WId)> keepOnAllDesktops = {};
+    // Called before the window is shown, each time: tells the window manager what it is.
+    std::function<void(WId)> announce = {};
+    // Called before the window is shown: finds what has the keyboard.
+    std::function<void(TellFocus)> findFocus = {};
   };
 
   FloatingWindow(DesktopQml& qml, QString fileName, Place place, Screen screen);
@@ -40,12 +46,16 @@ class FloatingWindow final : public QObject {
   void place();
   void cut();
   void followScreen();
+  void findFocus();
+  QScreen* screenOfFocus() const;
 
   DesktopQml& qml_;
   const QString fileName_;
   const Place place_;
   const Screen screen_;
   std::unique_ptr<QQuickWindow> window_;
+  FocusPlace focus_;  // in the display's pixels
+  quint64 showing_ = 0;
   bool isShown_ = false;
   int lastWidth_ = 0;
 };

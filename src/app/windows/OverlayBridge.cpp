@@ -102,6 +102,14 @@ void OverlayBridge::copy() {
   call(handlers_.onCopy);
 }
 
+void OverlayBridge::pasteHere() {
+  call(handlers_.onPasteHere);
+}
+
+void OverlayBridge::sendToTarget() {
+  call(handlers_.onSendToTarget);
+}
+
 void OverlayBridge::groundClicked() {
   call(handlers_.onGroundClicked);
 }

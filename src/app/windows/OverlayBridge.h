@@ -15,6 +15,8 @@ class OverlayBridge final : public QObject {
   Q_PROPERTY(bool canCancel READ canCancel NOTIFY contentChanged)
   Q_PROPERTY(QString cancelKey READ cancelKey NOTIFY contentChanged)
   Q_PROPERTY(QString stopKey READ stopKey NOTIFY contentChanged)
+  Q_PROPERTY(bool canPasteHere READ canPasteHere NOTIFY contentChanged)
+  Q_PROPERTY(QString sendTo READ sendTo NOTIFY contentChanged)
   Q_PROPERTY(qreal verticalScale READ verticalScale NOTIFY levelChanged)
   Q_PROPERTY(QString durationText READ durationText NOTIFY durationChanged)
  public:
@@ -23,6 +25,8 @@ class OverlayBridge final : public QObject {
   bool canCancel() const { return content_.canCancel; }
   QString cancelKey() const { return content_.cancelKey; }
   QString stopKey() const { return content_.stopKey; }
+  bool canPasteHere() const { return content_.canPasteHere; }
+  QString sendTo() const { return content_.sendTo; }
   qreal verticalScale() const { return verticalScale_; }
   QString durationText() const { return durationText_; }
 
@@ -37,6 +41,8 @@ class OverlayBridge final : public QObject {
   Q_INVOKABLE void finish();
   Q_INVOKABLE void cancel();
   Q_INVOKABLE void copy();
+  Q_INVOKABLE void pasteHere();
+  Q_INVOKABLE void sendToTarget();
   Q_INVOKABLE void groundClicked();
   // Beside the pointer, in a window of its own: the pill has no room for it.
   Q_INVOKABLE void showTip(const QString& text);

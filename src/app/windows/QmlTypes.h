@@ -4,7 +4,9 @@
 #include "app/windows/MainWindow.h"
 #include "app/windows/OverlayBridge.h"
 #include "app/windows/Theme.h"
+#include "interface/AlertsViewModel.h"
 #include "interface/AppStateViewModel.h"
+#include "interface/FileQueueViewModel.h"
 #include "interface/FirstRunViewModel.h"
 #include "interface/HistoryModel.h"
 #include "interface/MicrophoneViewModel.h"
@@ -24,6 +26,17 @@ T* provided(QQmlEngine* engine, const char* name) {
   return qobject_cast<T*>(DesktopQml::provided(*engine, QLatin1String(name)));
 }
 
+struct AlertsType {
+  Q_GADGET
+  QML_FOREIGN(quillmere::AlertsViewModel)
+  QML_NAMED_ELEMENT(Alerts)
+  QML_SINGLETON
+ public:
+  static quillmere::AlertsViewModel* create(QQmlEngine* engine, QJSEngine*) {
+    return provided<quillmere::AlertsViewModel>(engine, "Alerts");
+  }
+};
+
 struct AppType {
   Q_GADGET
   QML_FOREIGN(quillmere::AppStateViewModel)
@@ -32,6 +45,17 @@ struct AppType {
  public:
   static quillmere::AppStateViewModel* create(QQmlEngine* engine, QJSEngine*) {
     return provided<quillmere::AppStateViewModel>(engine, "App");
+  }
+};
+
+struct FilesType {
+  Q_GADGET
+  QML_FOREIGN(quillmere::FileQueueViewModel)
+  QML_NAMED_ELEMENT(Files)
+  QML_SINGLETON
+ public:
+  static quillmere::FileQueueViewModel* create(QQmlEngine* engine, QJSEngine*) {
+    return provided<quillmere::FileQueueViewModel>(engine, "Files");
   }
 };
 

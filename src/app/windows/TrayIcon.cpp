@@ -20,6 +20,10 @@ TrayIcon::TrayIcon(AppStateViewModel& app, Theme& theme, Intents intents)
   recordAction_ = menu_.addAction(QString(), this, [this] { app_.toggleRecording(); });
   cancelAction_ = menu_.addAction(localizedText("tray.cancel"), this, [this] { app_.cancelRecording(); });
   modeMenu_ = menu_.addMenu(QString());
+  copyAction_ = menu_.addAction(localizedText("tray.copyLast"), this, [this] { app_.copyLastText(); });
+  retryAction_ = menu_.addAction(localizedText("tray.retryLast"), this, [this] { app_.retryLast(); });
+  if (intents_.transcribeFiles)
+    menu_.addAction(localizedText("history.transcribeFile"), this, [this] { intents_.transcribeFiles(); });
   menu_.addSeparator();
   menu_.addAction(localizedText("tray.open"), this, [this] {
     if (intents_.openWindow) intents_.openWindow();
@@ -35,6 +39,7 @@ TrayIcon::TrayIcon(AppStateViewModel& app, Theme& theme, Intents intents)
       intents_.openWindow();
   });
   connect(&app_, &AppStateViewModel::stateChanged, this, &TrayIcon::refresh);
+  connect(&app_, &AppStateViewModel::lastChanged, this, &TrayIcon::refresh);
   connect(&app_, &AppStateViewModel::modesChanged, this, &TrayIcon::readModes);
   connect(&theme_, &Theme::changed, this, &TrayIcon::refresh);
   readModes();
@@ -72,6 +77,8 @@ void TrayIcon::refresh() {
   const bool isRecording = state == AppStateViewModel::TrayState::recording;
   recordAction_->setText(localizedText(isRecording ? "tray.stop" : "tray.record"));
   cancelAction_->setVisible(isRecording || state == AppStateViewModel::TrayState::working);
+  copyAction_->setEnabled(app_.hasLastText());
+  retryAction_->setVisible(app_.canRetryLast());
   modeMenu_->setTitle(menuText(localizedText("tray.mode", app_.modeName())));
 }
 

@@ -19,6 +19,7 @@ class TrayIcon final : public QObject {
  public:
   struct Intents {
     std::function<void()> openWindow;
+    std::function<void()> transcribeFiles;  // empty: can't be done
     std::function<void()> quit;
   };
   TrayIcon(AppStateViewModel& app, Theme& theme, Intents intents);
@@ -40,6 +41,8 @@ class TrayIcon final : public QObject {
   QMenu* modeMenu_ = nullptr;
   QAction* recordAction_ = nullptr;
   QAction* cancelAction_ = nullptr;
+  QAction* copyAction_ = nullptr;
+  QAction* retryAction_ = nullptr;
   QSystemTrayIcon icon_;
   std::optional<std::tuple<AppStateViewModel::TrayState, QRgb, QRgb>> look_;  // of the icon that is shown
 };

@@ -60,4 +60,9 @@ std::unique_ptr<MediaExportSession> LazyMediaEncoder::createExportSession(const 
   return adapters ? adapters->encoder->createExportSession(from, to) : nullptr;
 }
 
+std::unique_ptr<MediaExportSession> LazyMediaEncoder::createPacketCopy(const QString& from, const QString& to) {
+  MediaAdapters* adapters = media_.adapters();
+  return adapters ? adapters->encoder->createPacketCopy(from, to) : nullptr;
+}
+
 }  // namespace quillmere

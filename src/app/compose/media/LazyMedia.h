@@ -54,6 +54,7 @@ class LazyMediaEncoder final : public MediaEncoder {
   Result<std::unique_ptr<MediaWriter>, MediaError> openWriter(const QString& path,
                                                               const AacEncoderSettings& settings) override;
   std::unique_ptr<MediaExportSession> createExportSession(const QString& from, const QString& to) override;
+  std::unique_ptr<MediaExportSession> createPacketCopy(const QString& from, const QString& to) override;
 
  private:
   LazyMedia& media_;

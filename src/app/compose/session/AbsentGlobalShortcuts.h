@@ -12,7 +12,8 @@ class AbsentGlobalShortcuts final : public GlobalShortcuts {
   std::optional<KeyCombination> shortcut(const QString&) const override { return std::nullopt; }
   void setHandlers(const QString&, Handlers) override {}
   void setEnabled(const QString&, bool) override {}
-  Task<std::optional<KeyCombination>> recordCombination() override { co_return std::nullopt; }
+  void yieldKeys(const QStringList&) override {}
+  Task<std::optional<KeyCombination>> recordCombination(EscapeKey) override { co_return std::nullopt; }
 };
 
 }  // namespace quillmere

@@ -6,7 +6,7 @@ namespace quillmere {
 // Stands behind the port where there is no display. Recording and transcribing work without one.
 class AbsentKeyEventMonitor final : public KeyEventMonitor {
  public:
-  bool start(std::function<void(const ModifierEvent&)>) override { return false; }
+  bool start(ModifierKey, std::function<void(const ModifierEvent&)>) override { return false; }
   void stop() override {}
   bool canSee(ModifierKey) const override { return false; }
 };

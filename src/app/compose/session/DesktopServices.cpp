@@ -26,6 +26,9 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
   display.hasTriggers = true;
   display.hideWindows = windows.hideAll;
   s.session = makeSessionServices(*s.base, display, windows.hooks);
+  s.accessibilityConsent = std::make_unique<AccessibilityConsent>(
+      *s.session->sound->accessibilitySwitch, *s.base->settings, *s.base->defaults, *s.base->executor, logging);
+  s.accessibilityConsent->start();
   DictationParts& parts = *s.session->dictation;
   GlobalShortcuts& shortcuts = *s.session->display.shortcuts;
   s.shortcutStore = std::make_unique<ShortcutStore>(*s.base->defaults, shortcuts, &state, logging);
@@ -37,7 +40,6 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
   hotkeys.toggleMiniWindow = windows.toggleMiniWindow;
   hotkeys.toggleMainWindow = windows.toggleMainWindow;
   s.hotkeys = std::make_unique<GlobalHotkeys>(std::move(hotkeys), logging);
-  s.musicBlocker = std::make_unique<MusicBlocker>(*s.session->display.workspace, logging);
   ApplicationLaunch::Services launch{*s.base->executor,
                                      state,
                                      *parts.manager,
@@ -47,7 +49,6 @@ Result<std::unique_ptr<DesktopServices>, PlatformError> makeDesktopServices(User
                                      *s.base->persistence,
                                      *s.hotkeys,
                                      s.shortcutStore.get(),
-                                     s.musicBlocker.get(),
                                      windows.launch};
   s.launch = std::make_unique<ApplicationLaunch>(std::move(launch), logging);
   return services;

@@ -7,7 +7,7 @@
 #include "core/ApplicationLaunch.h"
 #include "core/GlobalHotkeys.h"
 #include "core/ShortcutStore.h"
-#include "recording/MusicBlocker.h"
+#include "delivery/AccessibilityConsent.h"
 
 namespace quillmere {
 
@@ -26,9 +26,9 @@ struct DesktopServices {
   std::unique_ptr<Services> base;
   Subscription folderQuestion;
   std::unique_ptr<SessionServices> session;
+  std::unique_ptr<AccessibilityConsent> accessibilityConsent;
   std::unique_ptr<ShortcutStore> shortcutStore;
   std::unique_ptr<GlobalHotkeys> hotkeys;
-  std::unique_ptr<MusicBlocker> musicBlocker;
   std::unique_ptr<ApplicationLaunch> launch;
 };
 

@@ -37,16 +37,16 @@ void buildRecording(DictationParts& p, Services& base, SoundPorts& sound) {
   p.fileWatcher = std::make_unique<FileWatcher>(*sound.fileEvents, reporting, logging);
   p.power = std::make_unique<PowerActivityManager>(*sound.powerActivity, logging);
   CrashRecoveryManager::Dependencies recovery{
-      *base.persistence,        *p.sessions, *sound.processLocks, *base.audio.fileConverter,
-      *base.ports.mediaReaders, *base.clock, base.paths.standard, reporting};
+      *base.persistence,        *p.sessions, *sound.processLocks,      *base.audio.fileConverter,
+      *base.ports.mediaReaders, *base.clock, base.settings->storage(), reporting};
   p.recovery = std::make_unique<CrashRecoveryManager>(recovery, logging);
 }
 
 void buildDelivery(DictationParts& p, Services& base, DisplayPorts& display, const DictationHooks& hooks) {
   const Logging& logging = base.logging;
   p.electronDetector = std::make_unique<ElectronAppDetector>(logging);
-  p.accessibilityPermission =
-      std::make_unique<AccessibilityPermission>(*display.accessibility, *base.executor, hooks.openUrl, logging);
+  p.accessibilityPermission = std::make_unique<AccessibilityPermission>(*display.accessibility, *base.executor,
+                                                                        hooks.openAccessibilitySettings, logging);
   AutoPasteHandlerHooks pasteHooks;
   pasteHooks.paste.isElectronEditor = [&detector = *p.electronDetector](const QString& bundleId) {
     return detector.isElectronEditor(bundleId);
@@ -88,6 +88,7 @@ void buildFlow(DictationParts& p, Services& base, DisplayPorts& display, const D
                          *base.appLogger};
   flow.recoverRecordingsFolder = hooks.recoverRecordingsFolder;
   p.flow = std::make_unique<RecordingTranscriptionFlow>(std::move(flow), base.logging);
+  p.waitingText = std::make_unique<WaitingText>(*base.appState, *p.autoPaste, *display.workspace, *base.executor);
 
   PushToTalk::Services pushToTalk{*base.executor, *p.flow, *p.modifierMonitor};
   pushToTalk.shortcuts = display.shortcuts.get();

@@ -8,6 +8,7 @@
 #include "core/AudioRecordingManager.h"
 #include "core/PushToTalk.h"
 #include "core/RecordingTranscriptionFlow.h"
+#include "core/WaitingText.h"
 #include "delivery/AutoPasteHandler.h"
 #include "recording/AudioDeviceManager.h"
 #include "recording/CrashRecoveryManager.h"
@@ -38,7 +39,7 @@ struct DictationHooks {
   std::function<Task<bool>()> recoverRecordingsFolder;
   // Cuts a text at its file references; without it the text is pasted in one piece.
   std::function<std::vector<PasteSegment>(const QString& text, const std::vector<ProcessedTag>& tags)> segmentText;
-  std::function<void(const QString& url)> openUrl;
+  std::function<void()> openAccessibilitySettings;
   std::function<void(const AccessibilityAlert& alert)> showAccessibilityAlert;
 };
 
@@ -66,6 +67,7 @@ struct DictationParts {
   std::unique_ptr<SelectedTextReader> selectedTextReader;
   std::unique_ptr<SelectedTextService> selectedText;
   std::unique_ptr<RecordingTranscriptionFlow> flow;
+  std::unique_ptr<WaitingText> waitingText;
   std::unique_ptr<PushToTalk> pushToTalk;
   std::unique_ptr<AudioRecordingManager> manager;
 };

@@ -42,16 +42,14 @@ void openX11(DisplayPorts& ports, Executor& executor, const DisplayPorts::Option
   ports.workspace = std::move(*workspace);
   ports.pasteboard = std::move(*pasteboard);
   if (auto keys = X11KeySynthesizer::open()) ports.keySynthesizer = std::move(*keys);
-  if (!options.hasTriggers) return;
+  if (!options.hasTriggers || isWaylandSession()) return;
   ports.keyEvents = std::make_unique<X11KeyEventMonitor>();
   ports.shortcuts = std::make_unique<X11GlobalShortcuts>(logging);
   ports.keyInterceptor = std::make_unique<X11KeyInterceptor>();
 }
 
-std::unique_ptr<Accessibility> openAccessibility(Workspace& workspace, Executor& executor, bool enablesToolkits,
-                                                 const Logging& logging) {
+std::unique_ptr<Accessibility> openAccessibility(Workspace& workspace, Executor& executor, const Logging& logging) {
   AtspiAccessibility::Options options;
-  options.enablesToolkits = enablesToolkits;
   options.frontmostProcessId = [&workspace]() -> std::optional<qint64> {
     if (const auto application = workspace.frontmostApplication()) return application->processId;
     return std::nullopt;
@@ -63,11 +61,17 @@ std::unique_ptr<Accessibility> openAccessibility(Workspace& workspace, Executor&
 
 }  // namespace
 
+bool isWaylandSession() {
+  const QString type = qEnvironmentVariable("XDG_SESSION_TYPE");
+  if (type == QLatin1String("wayland")) return true;
+  return type != QLatin1String("x11") && !qEnvironmentVariable("WAYLAND_DISPLAY").isEmpty();
+}
+
 DisplayPorts makeDisplayPorts(Executor& executor, const DisplayPorts::Options& options, const Logging& logging) {
   DisplayPorts ports;
   fillWithAbsent(ports);
   openX11(ports, executor, options, logging);
-  ports.accessibility = openAccessibility(*ports.workspace, executor, options.hasTriggers, logging);
+  ports.accessibility = openAccessibility(*ports.workspace, executor, logging);
   return ports;
 }
 

@@ -18,7 +18,8 @@ namespace quillmere {
 // nothing for a port, its object does nothing: recording and transcribing go on without.
 struct DisplayPorts {
   struct Options {
-    // Watches the keyboard and takes system-wide shortcuts. Off for a command that ends with its recording.
+    // Watches the keyboard and takes system-wide shortcuts. Off for a command that ends with its recording. Without
+    // effect in a Wayland session: its X server tells of the keys only while one of its own programs has them.
     bool hasTriggers = false;
     // Takes this application's windows away before a paste.
     std::function<void()> hideWindows;
@@ -33,6 +34,9 @@ struct DisplayPorts {
   std::unique_ptr<KeyInterceptor> keyInterceptor;
   std::unique_ptr<Accessibility> accessibility;
 };
+
+// Whether programs of the session speak Wayland; an X server that it has is for the others.
+bool isWaylandSession();
 
 // Main thread. The executor outlives the result.
 DisplayPorts makeDisplayPorts(Executor& executor, const DisplayPorts::Options& options, const Logging& logging);

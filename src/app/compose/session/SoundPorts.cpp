@@ -8,7 +8,9 @@
 #include "platform/pulse/PulseConnection.h"
 #include "platform/pulse/PulseMicrophoneAuthorization.h"
 #include "platform/pulse/PulseOutputVolume.h"
+#include "platform/session/FreedesktopNotifications.h"
 #include "platform/session/MprisMediaPlayback.h"
+#include "platform/session/SessionAccessibilitySwitch.h"
 #include "platform/session/SessionPowerActivity.h"
 
 namespace quillmere {
@@ -29,6 +31,8 @@ std::unique_ptr<SoundPorts> makeSoundPorts(Services& base) {
   s.devices = std::move(devices);
   s.mediaPlayback = std::make_unique<MprisMediaPlayback>(*s.sessionBus);
   s.powerActivity = std::make_unique<SessionPowerActivity>(*s.systemBus, *s.sessionBus);
+  s.notifications = std::make_unique<FreedesktopNotifications>(*s.sessionBus);
+  s.accessibilitySwitch = std::make_unique<SessionAccessibilitySwitch>(*s.sessionBus);
   s.fileEvents = std::make_unique<InotifyFileEvents>();
   s.processLocks = std::make_unique<FileLocks>(base.paths.dataFolder + QStringLiteral("/locks"));
   return ports;

@@ -3,8 +3,10 @@
 
 #include "base/async/WorkerPool.h"
 #include "platform/session/BusConnection.h"
+#include "ports/AccessibilitySwitch.h"
 #include "ports/AudioDevices.h"
 #include "ports/AudioRecorder.h"
+#include "ports/DesktopNotifications.h"
 #include "ports/FileEvents.h"
 #include "ports/MediaPlayback.h"
 #include "ports/MicrophoneAuthorization.h"
@@ -31,6 +33,8 @@ struct SoundPorts {
   std::unique_ptr<MicrophoneAuthorization> microphoneAuthorization;
   std::unique_ptr<MediaPlayback> mediaPlayback;
   std::unique_ptr<PowerActivity> powerActivity;
+  std::unique_ptr<DesktopNotifications> notifications;
+  std::unique_ptr<AccessibilitySwitch> accessibilitySwitch;
   std::unique_ptr<FileEvents> fileEvents;
   std::unique_ptr<ProcessLocks> processLocks;
 };

@@ -11,6 +11,7 @@ FocusScope {
 
     readonly property var titles: ["firstRun.microphone.title", "firstRun.model.title", "firstRun.shortcut.title", "firstRun.try.title"]
     readonly property var intros: ["firstRun.microphone.intro", "firstRun.model.intro", "firstRun.shortcut.intro", "firstRun.try.intro"]
+    readonly property var introsWithoutKeys: ["firstRun.microphone.intro", "firstRun.model.intro", "firstRun.shortcut.intro.unavailable", "firstRun.try.intro.unavailable"]
     readonly property var files: ["FirstRunMicrophone.qml", "FirstRunModel.qml", "FirstRunShortcut.qml", "FirstRunTry.qml"]
 
     function takeFocus() {
@@ -65,7 +66,7 @@ FocusScope {
         PlainText {
             Layout.fillWidth: true
             Layout.bottomMargin: 8
-            text: qsTrId(page.intros[FirstRun.step])
+            text: qsTrId((Shortcuts.isAvailable ? page.intros : page.introsWithoutKeys)[FirstRun.step])
             font.pixelSize: Theme.body
             lineHeight: 1.25
             color: Theme.dim

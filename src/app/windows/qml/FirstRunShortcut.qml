@@ -37,7 +37,12 @@ ColumnLayout {
                     text: qsTrId("firstRun.shortcut.take").arg(step.proposal)
                     onClicked: Shortcuts.choose(step.toggleName, step.proposal)
                 }
+                KeyCap {
+                    visible: !Shortcuts.isAvailable
+                    text: "quillmere toggle"
+                }
                 KeyRecorder {
+                    visible: Shortcuts.isAvailable
                     shortcutName: step.toggleName
                     title: qsTrId("shortcuts.title.toggleRecordingWithTranscription")
                     keepsPlace: false
@@ -72,6 +77,7 @@ ColumnLayout {
     }
     Card {
         Layout.fillWidth: true
+        visible: Shortcuts.isAvailable
         implicitHeight: held.implicitHeight + 20
         SettingRow {
             id: held
@@ -79,7 +85,7 @@ ColumnLayout {
             y: 10
             width: parent.width - 32
             title: qsTrId("firstRun.shortcut.hold")
-            detail: Shortcuts.pushToTalkProblem !== "" ? Shortcuts.pushToTalkProblem : qsTrId("shortcuts.pushToTalk.detail")
+            detail: Shortcuts.pushToTalkProblem !== "" ? Shortcuts.pushToTalkProblem : Shortcuts.pushToTalkDetail
             detailColor: Shortcuts.pushToTalkProblem !== "" ? Theme.warning : Theme.dim
             ChoiceBox {
                 name: qsTrId("firstRun.shortcut.hold")

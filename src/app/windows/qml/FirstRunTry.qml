@@ -57,7 +57,7 @@ ColumnLayout {
         }
         Flow {
             Layout.fillWidth: true
-            visible: Shortcuts.hasTrigger
+            visible: Shortcuts.hasTrigger || !Shortcuts.isAvailable
             spacing: 5
             PlainText {
                 text: App.shortcutSentenceStart
@@ -79,6 +79,19 @@ ColumnLayout {
                 font.pixelSize: Theme.body
                 color: Theme.dim
             }
+        }
+    }
+    Card {
+        Layout.fillWidth: true
+        implicitHeight: reading.implicitHeight + 20
+        SettingSwitch {
+            id: reading
+            x: 16
+            y: 10
+            width: parent.width - 32
+            key: "enableAccessibility"
+            title: qsTrId("settings.enableAccessibility.title")
+            detail: qsTrId("settings.enableAccessibility.detail")
         }
     }
     PlainText {

@@ -55,9 +55,9 @@ FocusScope {
             Layout.fillWidth: true
             title: qsTrId("sidebar.history")
             ActionButton {
-                visible: App.canTranscribeFile
+                visible: Files !== null && Files.canChoose
                 text: qsTrId("history.transcribeFile")
-                onClicked: App.transcribeFile()
+                onClicked: Files.choose()
             }
             ActionButton {
                 id: dictate
@@ -79,7 +79,10 @@ FocusScope {
                 text: History.searchText
                 onTextEdited: History.searchText = text
                 onTextChanged: if (text === "") History.searchText = ""
-                Keys.onDownPressed: list.takeFocus()
+                Keys.onDownPressed: {
+                    list.currentIndex = 0
+                    list.takeFocus()
+                }
             }
             ChoiceBox {
                 id: filter

@@ -17,7 +17,8 @@ FocusScope {
     signal deletePressed()
 
     readonly property bool isCurrent: ListView.isCurrentItem
-    readonly property int buttonFocus: isCurrent ? Qt.StrongFocus : Qt.ClickFocus
+    readonly property bool isStop: isCurrent || activeFocus  // what has the keyboard can't stop being a stop
+    readonly property int buttonFocus: isStop ? Qt.StrongFocus : Qt.ClickFocus
 
     function takeFocus() {
         face.forceActiveFocus(Qt.TabFocusReason)
@@ -41,7 +42,7 @@ FocusScope {
         readonly property bool visualFocus: activeFocus
         anchors.fill: parent
         focus: true
-        activeFocusOnTab: row.isCurrent
+        activeFocusOnTab: row.isStop
         Accessible.role: Accessible.ListItem
         Accessible.name: row.spokenName
         Accessible.focusable: true

@@ -19,6 +19,16 @@ Window {
     onActiveChanged: if (FirstRun) FirstRun.isActive = active
     onIsFirstRunChanged: Qt.callLater(() => (isFirstRun ? firstRunLoader : pageLoader).forceActiveFocus())
 
+    // The keyboard stays where it can be seen: what had it may have gone, with its page or alone.
+    readonly property bool hasKeyboard: activeFocusItem !== null && activeFocusItem.visible && activeFocusItem.enabled
+        && activeFocusItem !== contentItem && activeFocusItem !== pageLoader && activeFocusItem !== pageLoader.item
+    onHasKeyboardChanged: if (!hasKeyboard) Qt.callLater(keepKeyboard)
+
+    function keepKeyboard() {
+        if (active && !hasKeyboard && !isFirstRun && pageLoader.item && pageLoader.item.takeFocus)
+            pageLoader.item.takeFocus()
+    }
+
     // Escape closes what is open: a page may have something of its own.
     function closeWhatIsOpen() {
         if (isFirstRun) {
@@ -179,6 +189,11 @@ Window {
             source: Navigation.pageUrl
             focus: true
         }
+    }
+    Loader {
+        anchors.fill: parent
+        active: Files !== null && !window.isFirstRun
+        source: "DropTarget.qml"
     }
     Loader {
         id: firstRunLoader

@@ -65,7 +65,7 @@ Card {
             ChoiceBox {
                 width: 260
                 name: qsTrId("modes.edit.language")
-                choices: Modes.languageChoices()
+                choices: Modes.languageChoices(editor.model, editor.language)
                 value: editor.language
                 onChosen: value => editor.language = value
             }

@@ -16,12 +16,14 @@ Window {
     readonly property real tail: hasLevel ? stopButton.width + cancelButton.width + 18
         : kind === "working" && Overlay.canCancel ? cancelButton.width + (hasCancelKey ? cancelKey.implicitWidth + 8 : 0) + 12
         : kind === "ready" ? copyButton.implicitWidth + 16
+        : kind === "onClipboard" && Overlay.canPasteHere
+            ? hereButton.implicitWidth + (Overlay.sendTo === "" ? 0 : sendButton.implicitWidth + 16) + 18
         : kind === "question" ? yesButton.implicitWidth + noButton.implicitWidth + 24 : 0
     readonly property real lead: kind === "question" ? 15 : 39  // where the words begin
     readonly property real wanted: hasLevel ? lead + bars.width + 12 + Math.max(30, time.implicitWidth) + tail + 8
         : lead + label.implicitWidth + tail + 16
 
-    width: Math.max(200, Math.min(360, Math.ceil(wanted)))
+    width: Math.max(200, Math.min(Overlay.canPasteHere ? 640 : 360, Math.ceil(wanted)))
     height: 40
     color: "transparent"
     title: qsTrId("recording.dialog.window.title")
@@ -132,7 +134,7 @@ Window {
             anchors.rightMargin: 12
             anchors.verticalCenter: parent.verticalCenter
             visible: window.kind === "question"
-            keyText: qsTrId("recording.dialog.key.enter")
+            keyText: Overlay.stopKey
             text: qsTrId("recording.dialog.cancel.yes")
             onClicked: Overlay.confirmCancel()
         }
@@ -142,7 +144,7 @@ Window {
             anchors.rightMargin: 15
             anchors.verticalCenter: parent.verticalCenter
             visible: window.kind === "question"
-            keyText: qsTrId("recording.dialog.key.escape")
+            keyText: Overlay.cancelKey
             text: qsTrId("recording.dialog.cancel.no")
             onClicked: Overlay.dismissQuestion()
         }
@@ -189,6 +191,25 @@ Window {
             visible: window.kind === "ready"
             text: qsTrId("recording.dialog.copy")
             onClicked: Overlay.copy()
+        }
+        // For a text that waits because the user typed elsewhere.
+        PillButton {
+            id: hereButton
+            anchors.right: sendButton.visible ? sendButton.left : parent.right
+            anchors.rightMargin: 16
+            anchors.verticalCenter: parent.verticalCenter
+            visible: window.kind === "onClipboard" && Overlay.canPasteHere
+            text: qsTrId("recording.dialog.pasteHere")
+            onClicked: Overlay.pasteHere()
+        }
+        PillButton {
+            id: sendButton
+            anchors.right: parent.right
+            anchors.rightMargin: 16
+            anchors.verticalCenter: parent.verticalCenter
+            visible: window.kind === "onClipboard" && Overlay.sendTo !== ""
+            text: qsTrId("recording.dialog.sendTo").arg(Overlay.sendTo)
+            onClicked: Overlay.sendToTarget()
         }
     }
 }

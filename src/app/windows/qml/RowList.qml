@@ -8,8 +8,25 @@ ListView {
     property string name  // for screen readers
 
     function takeFocus() {
+        keepCurrent()
         if (count > 0)
             forceActiveFocus(Qt.TabFocusReason)
+    }
+    // Among the rows that are left; an emptied list hands the keyboard to its page.
+    function keepCurrent() {
+        if (count > 0) {
+            if (currentIndex < 0 || currentIndex >= count || !currentItem) {
+                // An index that was set before there were rows names none of them.
+                const wanted = Math.max(0, Math.min(currentIndex, count - 1))
+                currentIndex = -1
+                currentIndex = wanted
+            }
+            return
+        }
+        for (let up = parent; activeFocus && up; up = up.parent) {
+            if (up.visible && up.takeFocus)
+                return up.takeFocus()
+        }
     }
 
     currentIndex: 0
@@ -18,7 +35,11 @@ ListView {
     highlightMoveDuration: 0
     Accessible.role: Accessible.List
     Accessible.name: name
-    onCountChanged: if (currentIndex < 0 && count > 0) currentIndex = 0
+    onCountChanged: {
+        forceLayout()
+        keepCurrent()
+    }
+    onVisibleChanged: if (visible) forceLayout()
     Keys.onPressed: event => {
         const last = count - 1
         if (event.key === Qt.Key_Home)

@@ -11,6 +11,12 @@ FocusScope {
     property string intro
     default property alias content: column.data
 
+    // Where the keyboard goes when what had it goes away: to the first control.
+    function takeFocus() {
+        const first = column.nextItemInFocusChain()
+        if (first)
+            first.forceActiveFocus(Qt.TabFocusReason)
+    }
     function reveal(item) {
         for (let up = item; up; up = up.parent) {
             if (up !== column)

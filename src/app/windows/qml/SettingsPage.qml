@@ -44,9 +44,19 @@ ScrollPage {
     SettingsCard {
         title: qsTrId("settings.section.text")
         SettingSwitch {
+            key: "applyVocabularyWithoutRewriting"
+            title: qsTrId("settings.applyVocabularyWithoutRewriting.title")
+            detail: qsTrId("settings.applyVocabularyWithoutRewriting.detail")
+        }
+        SettingSwitch {
             key: "pasteResultText"
             title: qsTrId("settings.pasteResultText.title")
             detail: qsTrId("settings.pasteResultText.detail")
+        }
+        SettingSwitch {
+            key: "enableAccessibility"
+            title: qsTrId("settings.enableAccessibility.title")
+            detail: qsTrId("settings.enableAccessibility.detail")
         }
         SettingSwitch {
             key: "restoreClipboardAfterPaste"
@@ -68,11 +78,33 @@ ScrollPage {
         title: qsTrId("settings.section.recordings")
         SettingRow {
             title: qsTrId("settings.recordingsFolder.title")
-            detail: Preferences.recordingsFolder
+            detail: Preferences.folderNote === "" ? Preferences.recordingsFolder
+                : Preferences.recordingsFolder + "\n" + Preferences.folderNote
+            ActionButton {
+                visible: Preferences.canChangeFolder
+                enabled: !Preferences.isMoving
+                text: qsTrId("settings.recordingsFolder.change")
+                name: qsTrId("settings.recordingsFolder.change.name")
+                onClicked: Preferences.chooseRecordingsFolder()
+            }
             ActionButton {
                 text: qsTrId("settings.recordingsFolder.open")
                 name: qsTrId("settings.recordingsFolder.open.name")
                 onClicked: Preferences.openRecordingsFolder()
+            }
+        }
+        SettingRow {
+            visible: Preferences.moveQuestion !== "" || Preferences.isMoving
+            title: Preferences.isMoving ? qsTrId("settings.recordingsFolder.move.working") : Preferences.moveQuestion
+            ActionButton {
+                visible: !Preferences.isMoving
+                text: qsTrId("settings.recordingsFolder.move.yes")
+                onClicked: Preferences.answerMove(true)
+            }
+            ActionButton {
+                visible: !Preferences.isMoving
+                text: qsTrId("settings.recordingsFolder.move.no")
+                onClicked: Preferences.answerMove(false)
             }
         }
         SettingSwitch {
@@ -87,6 +119,12 @@ ScrollPage {
             key: "showRecordingWindow"
             title: qsTrId("settings.showRecordingWindow.title")
             detail: qsTrId("settings.showRecordingWindow.detail")
+        }
+        SettingSwitch {
+            visible: Preferences.canLaunchAtLogin
+            key: "launchAtLogin"
+            title: qsTrId("settings.launchAtLogin.title")
+            detail: qsTrId("settings.launchAtLogin.detail")
         }
         SettingSwitch {
             key: "launchMinimized"

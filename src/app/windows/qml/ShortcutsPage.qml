@@ -16,7 +16,23 @@ ScrollPage {
     }
     Component.onDestruction: Shortcuts.stopRecording()
 
+    // Without keys of one's own: what the desktop can give keys to.
     SettingsCard {
+        visible: !Shortcuts.isAvailable
+        title: qsTrId("shortcuts.section.commands")
+        Repeater {
+            model: ["quillmere toggle", "quillmere cancel", "quillmere show"]
+            delegate: SettingRow {
+                id: command
+                required property string modelData
+                required property int index
+                title: qsTrId(["shortcuts.title.toggleRecordingWithTranscription", "shortcuts.title.cancelRecording", "shortcuts.command.show"][index])
+                KeyCap { text: command.modelData }
+            }
+        }
+    }
+    SettingsCard {
+        visible: Shortcuts.isAvailable
         title: qsTrId("shortcuts.section.keys")
         Repeater {
             model: Shortcuts
@@ -31,7 +47,9 @@ ScrollPage {
                 required title
 
                 visible: isShown && name !== "pushToTalk"
-                detail: problem !== "" ? problem : isRecording ? qsTrId("shortcuts.press.hint") : description
+                detail: problem !== "" ? problem
+                    : isRecording ? qsTrId(name === "cancelRecording" ? "shortcuts.press.hint.cancel" : "shortcuts.press.hint")
+                    : description
                 detailColor: problem !== "" ? Theme.warning : Theme.dim
                 KeyRecorder {
                     shortcutName: row.name
@@ -43,10 +61,11 @@ ScrollPage {
         }
     }
     SettingsCard {
+        visible: Shortcuts.isAvailable
         title: qsTrId("shortcuts.section.pushToTalk")
         SettingRow {
             title: qsTrId("shortcuts.pushToTalk.title")
-            detail: Shortcuts.pushToTalkProblem !== "" ? Shortcuts.pushToTalkProblem : qsTrId("shortcuts.pushToTalk.detail")
+            detail: Shortcuts.pushToTalkProblem !== "" ? Shortcuts.pushToTalkProblem : Shortcuts.pushToTalkDetail
             detailColor: Shortcuts.pushToTalkProblem !== "" ? Theme.warning : Theme.dim
             ChoiceBox {
                 name: qsTrId("shortcuts.pushToTalk.title")

@@ -13,7 +13,8 @@ T.Button {
     readonly property color foreground: isCurrent ? Theme.accent : hovered ? Theme.text : Theme.dim
 
     implicitHeight: Math.max(34, label.implicitHeight + 14)
-    focusPolicy: isCurrent ? Qt.StrongFocus : Qt.ClickFocus  // one stop for Tab; the arrow keys go through the pages
+    // One stop for Tab, which the item is until it has let the keyboard go; the arrow keys go through the pages.
+    focusPolicy: isCurrent || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
     hoverEnabled: true
     font.pixelSize: Theme.body
     font.weight: isCurrent ? Font.DemiBold : Font.Normal

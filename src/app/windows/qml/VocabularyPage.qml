@@ -21,11 +21,15 @@ ScrollPage {
         return true
     }
     function leave() {
+        const isFromRow = editedId !== "" && list.count > 0
         editedId = ""
         problem = ""
         wordField.clear()
         replacementField.clear()
-        wordField.forceActiveFocus()
+        if (isFromRow)
+            list.takeFocus()
+        else
+            wordField.forceActiveFocus()
     }
     function edit(row) {
         editedId = row.itemId
@@ -37,8 +41,6 @@ ScrollPage {
     function remove(id) {
         if (editedId === id)
             leave()
-        if (Vocabulary.count === 1)
-            wordField.forceActiveFocus()
         Vocabulary.remove(id)
     }
     function save() {
