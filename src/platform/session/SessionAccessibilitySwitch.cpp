@@ -21,7 +21,7 @@ QDBusMessage propertyCall(const char* method) {
 Task<std::optional<AccessibilitySwitch::State>> SessionAccessibilitySwitch::state() {
   QDBusMessage message = propertyCall("GetAll");
   message << status;
-  const std::optional<QDBusMessage> reply = co_await bus_.call(std::move(message), limit);
+  const std::optional<QDBusMessage> reply = co_await bus_.call(message, limit);
   if (!reply) co_return std::nullopt;
   const auto values = qdbus_cast<QVariantMap>(reply->arguments().value(0));
   if (!values.contains(isEnabled)) co_return std::nullopt;
@@ -34,7 +34,7 @@ Task<std::optional<AccessibilitySwitch::State>> SessionAccessibilitySwitch::stat
 Task<bool> SessionAccessibilitySwitch::turn(bool isOn) {
   QDBusMessage message = propertyCall("Set");
   message << status << isEnabled << QVariant::fromValue(QDBusVariant(isOn));
-  const std::optional<QDBusMessage> reply = co_await bus_.call(std::move(message), limit);
+  const std::optional<QDBusMessage> reply = co_await bus_.call(message, limit);
   co_return reply.has_value();
 }
 
