@@ -329,7 +329,7 @@ Task<ModelTransfer::Outcome> ModelTransfer::copyFromFolder(Job& job) {
 }
 
 Task<ModelTransfer::Outcome> ModelTransfer::verify(Job& job) {
-  const auto partial = job.partial();
+  const std::shared_ptr<PartialDownload>& partial = job.partial();
   const QString filename = job.filename();
   const QString expected = job.file().sha256.toLower();
   if (job.file().sizeInBytes >= 0 && partial->bytes() != job.file().sizeInBytes) {

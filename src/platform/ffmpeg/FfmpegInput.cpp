@@ -25,6 +25,25 @@ int refuseToOpen(AVFormatContext*, AVIOContext** io, const char*, int, AVDiction
   return AVERROR(EPERM);
 }
 
+// The length of the samples as the header of a RIFF file states it, 0 where it doesn't. The library tells the length
+// that is there instead where a file was cut. Leaves the place in the file as it was.
+qint64 statedSoundBytes(AVIOContext* io) {
+  const qint64 place = avio_tell(io);
+  qint64 stated = 0;
+  avio_seek(io, 12, SEEK_SET);
+  for (int chunks = 0; chunks < 100 && avio_feof(io) == 0; ++chunks) {
+    const unsigned tag = avio_rl32(io);
+    const qint64 size = avio_rl32(io);
+    if (tag == MKTAG('d', 'a', 't', 'a')) {
+      stated = size;
+      break;
+    }
+    avio_skip(io, size + size % 2);
+  }
+  avio_seek(io, place, SEEK_SET);
+  return stated;
+}
+
 bool isRefused(const AVInputFormat& container) {
   return std::any_of(std::begin(refusedContainers), std::end(refusedContainers),
                      [&](const char* name) { return av_match_name(name, container.name) > 0; });
@@ -57,6 +76,7 @@ Result<std::unique_ptr<FfmpegInput>, MediaError> FfmpegInput::open(const QString
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
   input->format_.reset(context);
   input->soundStart_ = avio_tell(context->pb);  // where the header ends; what follows reads ahead
+  if (input->isWave()) input->statedSoundBytes_ = statedSoundBytes(context->pb);
 
   code = avformat_find_stream_info(context, nullptr);
   if (code < 0) return Failed{mediaError(Kind::cannotOpen, code)};
@@ -109,7 +129,7 @@ std::optional<double> FfmpegInput::statedSeconds() const {
 }
 
 bool FfmpegInput::isWave() const {
-  return av_match_name("wav", format_->iformat->name) > 0 || av_match_name("w64", format_->iformat->name) > 0;
+  return av_match_name("wav", format_->iformat->name) > 0;
 }
 
 bool FfmpegInput::isStatementReliable() const {
@@ -130,8 +150,8 @@ Result<double, MediaError> FfmpegInput::measuredSeconds(const std::atomic<bool>&
     const qint64 soundBytes = std::max<qint64>(0, file_->sizeBytes() - soundStart_);
     const double present = double(soundBytes) * 8 / bits / parameters.sample_rate;
     const double stated = statedSeconds().value_or(present);
-    const bool isKnown = stated * bits * parameters.sample_rate < leastUnknownLength * 8;
-    if (isWave() && isKnown && stated > present + 0.5) return Failed{incomplete()};
+    const double missing = double(statedSoundBytes_ - soundBytes) * 8 / bits / parameters.sample_rate;
+    if (double(statedSoundBytes_) < leastUnknownLength && missing > 0.5) return Failed{incomplete()};
     if (format_->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE && stated <= present + 1) return stated;
   }
   Owned<AVPacket> packet(av_packet_alloc());

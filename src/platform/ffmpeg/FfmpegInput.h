@@ -41,7 +41,8 @@ class FfmpegInput {
   Owned<AVFormatContext> format_;
   const AVStream* stream_ = nullptr;
   const AVCodec* codec_ = nullptr;
-  qint64 soundStart_ = 0;  // bytes before the first sample, in containers that begin with a header
+  qint64 statedSoundBytes_ = 0;  // by the header of a WAV
+  qint64 soundStart_ = 0;        // bytes before the first sample, in containers that begin with a header
 };
 
 }  // namespace quillmere::ffmpeg
