@@ -144,12 +144,6 @@ void drawQuill(QPainter& painter, const QPen& base, bool isStruckThrough) {
 
 }  // namespace
 
-QStringList IconPainter::names() {
-  QStringList names;
-  for (const auto& [name, drawing] : drawings()) names << name;
-  return names << QStringLiteral("quill");
-}
-
 QImage IconPainter::image(const QString& name, const QColor& color, int pixels) {
   if (name == QLatin1String("quill")) return quill(color, pixels, false);
   QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);

@@ -11,7 +11,6 @@ namespace quillmere {
 // The program's own line icons, drawn sharp at any size in any colour. Pure.
 class IconPainter {
  public:
-  static QStringList names();
   // `pixels` a side, in device pixels. An unknown name gives an empty picture.
   static QImage image(const QString& name, const QColor& color, int pixels);
 
